@@ -1,0 +1,52 @@
+# What all targets have in common.
+
+# Options of everything built here, generated code included: the sanitizer must see all of it.
+function(tarnwick_build_options target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    if(TARNWICK_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${TARNWICK_SANITIZE} -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE -fsanitize=${TARNWICK_SANITIZE})
+        # A packaged, uninstrumented libprotobuf and instrumented message classes disagree on where message globals lie.
+        target_compile_definitions(${target} PRIVATE PROTOBUF_MESSAGE_GLOBALS_TEMPORARY_OPTOUT)
+    endif()
+endfunction()
+
+# Options of our own sources.
+function(tarnwick_own_sources target)
+    tarnwick_build_options(${target})
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    if(TARNWICK_WERROR)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
+endfunction()
+
+# A shared library of the house: hidden symbols unless marked, nothing undefined, a SONAME with the major version.
+function(tarnwick_shared_library target)
+    add_library(Tarnwick::${target} ALIAS ${target})
+    set_target_properties(${target} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(NOT TARNWICK_SANITIZE)
+        target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+endfunction()
+
+# A library of generated message classes from all .proto files below a folder of proto/.
+function(tarnwick_message_library target)
+    file(GLOB_RECURSE protos CONFIGURE_DEPENDS ${ARGN})
+    add_library(${target} SHARED ${protos})
+    tarnwick_shared_library(${target})
+    tarnwick_build_options(${target})
+    set(generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
+    file(MAKE_DIRECTORY ${generated})
+    protobuf_generate(TARGET ${target} LANGUAGE cpp
+        IMPORT_DIRS ${PROJECT_SOURCE_DIR}/proto
+        PROTOC_OUT_DIR ${generated})
+    target_compile_options(${target} PRIVATE -w)
+    target_include_directories(${target} SYSTEM PUBLIC
+        $<BUILD_INTERFACE:${generated}>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_link_libraries(${target} PUBLIC protobuf::libprotobuf)
+endfunction()

@@ -1,0 +1,17 @@
+# tarnwick_test(NAME FOLDER...): one executable, and one test, of all *_test.cpp in the folders of tests/ (`.` is not
+# searched deeper). The cases run in a random order, since none may depend on another.
+function(tarnwick_test name)
+    set(sources "")
+    foreach(folder IN LISTS ARGN)
+        if(folder STREQUAL ".")
+            file(GLOB found CONFIGURE_DEPENDS *_test.cpp)
+        else()
+            file(GLOB_RECURSE found CONFIGURE_DEPENDS ${folder}/*_test.cpp)
+        endif()
+        list(APPEND sources ${found})
+    endforeach()
+    add_executable(${name} ${sources})
+    tarnwick_own_sources(${name})
+    target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
+endfunction()

@@ -1,0 +1,3 @@
+#pragma once
+
+#define PCOMMON_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,40 @@
+#include <zeromq/msg.h>
+
+#include <algorithm>
+#include <new>
+
+namespace zeromq {
+
+msg_t::msg_t() noexcept
+{
+    zmq_msg_init(&message_);
+}
+
+msg_t::msg_t(std::string_view bytes)
+{
+    // Lack of memory is the only failure that zmq_msg_init_size() has.
+    if (zmq_msg_init_size(&message_, bytes.size()) != 0)
+        throw std::bad_alloc();
+    std::ranges::copy(bytes, static_cast<char *>(zmq_msg_data(&message_)));
+}
+
+msg_t::msg_t(msg_t &&other) noexcept
+    : msg_t()
+{
+    zmq_msg_move(&message_, &other.message_);
+}
+
+msg_t &msg_t::operator=(msg_t &&other) noexcept
+{
+    // Moved into itself, ZeroMQ would close the message and then go on with it.
+    if (this != &other)
+        zmq_msg_move(&message_, &other.message_);
+    return *this;
+}
+
+msg_t::~msg_t()
+{
+    zmq_msg_close(&message_);
+}
+
+} // namespace zeromq

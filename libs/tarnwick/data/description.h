@@ -1,0 +1,42 @@
+#pragma once
+
+#include <concepts>
+#include <string_view>
+#include <tuple>
+
+namespace tarnwick::data {
+
+/// How a field wants to be read by a person, where its type does not tell.
+enum class Sense {
+    plain,
+    instant, ///< a `TimePair` that is a point in time
+    span,    ///< a `TimePair` that is a length of time
+};
+
+/// One field of a record: the name of its accessor and the accessor itself.
+template <class Record, class Value>
+struct Field {
+    std::string_view name;
+    Value (Record::*read)() const noexcept;
+    Sense sense = Sense::plain;
+};
+
+/// The one description of a record, from which everything that prints it is made. A specialisation stands beside each
+/// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` in the record's order.
+template <class Record>
+struct Description;
+
+template <class T>
+concept Described = requires {
+    { Description<T>::name } -> std::convertible_to<std::string_view>;
+    Description<T>::fields;
+};
+
+/// Calls `visit(field)` for each field of a record, in the record's order.
+template <Described Record, class Visit>
+constexpr void for_each_field(Visit &&visit)
+{
+    std::apply([&](auto const &...field) { (visit(field), ...); }, Description<Record>::fields);
+}
+
+} // namespace tarnwick::data

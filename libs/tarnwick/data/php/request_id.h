@@ -1,0 +1,30 @@
+#pragma once
+
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+
+#include <cstdint>
+
+namespace tarnwick::rpc::php::v1 {
+class RequestId;
+}
+
+namespace tarnwick::data::php {
+
+/// Names one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 where no message gave one.
+class TARNWICK_EXPORT RequestId {
+public:
+    constexpr RequestId() noexcept = default;
+    constexpr explicit RequestId(std::uint64_t id) noexcept : id_(id) {}
+    explicit RequestId(rpc::php::v1::RequestId const &message);
+
+    [[nodiscard]] constexpr std::uint64_t id() const noexcept { return id_; }
+
+private:
+    std::uint64_t id_ = 0;
+};
+
+} // namespace tarnwick::data::php
+
+Q_DECLARE_METATYPE(tarnwick::data::php::RequestId)

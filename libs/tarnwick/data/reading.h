@@ -1,0 +1,53 @@
+#pragma once
+
+// The vocabulary of all constructors: how a value is read out of a message. Not installed.
+//
+// What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case of
+// a oneof against its generated constant, and no test where the default of an absent field is the zero that the record
+// holds already. Numbers are copied as they stand.
+
+#include <tarnwick/data/php/source_location.h>
+#include <tarnwick/data/time_pair.h>
+
+#include <QtCore/QByteArrayView>
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tarnwick::data {
+
+/// All bytes decoded as UTF-8: a NUL does not end the text, what is not UTF-8 becomes replacement characters, and an
+/// empty text is empty but not null. Null is left for texts that no message reached.
+inline QString text(std::string const &bytes)
+{
+    return QString::fromUtf8(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+}
+
+/// A google.protobuf.Timestamp or Duration, as it came.
+template <class Message>
+TimePair time_pair(Message const &message)
+{
+    return {message.seconds(), message.nanos()};
+}
+
+/// The location of the rpc dialect, where the sub-message alone decides: a present one is a location even when its file is
+/// empty. `Message` is any message with a `location` field.
+template <class Message>
+std::optional<php::SourceLocation> location_when_present(Message const &message)
+{
+    if (!message.has_location())
+        return std::nullopt;
+    return php::SourceLocation(message.location());
+}
+
+/// The location of the protobuf dialect, where the file name decides: without one the line is dropped, whatever it says.
+inline std::optional<php::SourceLocation> location_when_file_named(std::string const &file, std::uint32_t line)
+{
+    if (file.empty())
+        return std::nullopt;
+    return php::SourceLocation(text(file), line, 0);
+}
+
+} // namespace tarnwick::data

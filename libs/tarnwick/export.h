@@ -1,0 +1,3 @@
+#pragma once
+
+#define TARNWICK_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include <QString>
+
+#include <fmt/format.h>
+
+/// A QString as an argument of {fmt}: its UTF-8 text, with everything that a format specification can say of a string.
+template <>
+struct fmt::formatter<QString> : fmt::formatter<std::string> {
+    template <typename Context>
+    auto format(QString const &text, Context &context) const
+    {
+        return fmt::formatter<std::string>::format(text.toUtf8().toStdString(), context);
+    }
+};

@@ -1,0 +1,151 @@
+#include <tarnwick/pexception.h>
+
+#include <cstddef>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+
+#include <dlfcn.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+static_assert(std::is_base_of_v<std::runtime_error, PException>);
+static_assert(std::is_convertible_v<PException *, std::runtime_error *>, "the base is public");
+static_assert(std::is_same_v<decltype(&PException::what), char const *(std::runtime_error::*)() const noexcept>,
+    "what() is the inherited one");
+static_assert(std::is_nothrow_copy_constructible_v<PException> && std::is_nothrow_copy_assignable_v<PException>);
+static_assert(!std::is_default_constructible_v<PException>);
+static_assert(!std::is_convertible_v<std::string, PException>);
+static_assert(!std::is_final_v<PException>);
+
+// The shape that every program of the product knows.
+struct Shape : std::runtime_error {
+    std::string text;
+    int number;
+};
+static_assert(sizeof(PException) == sizeof(Shape) && alignof(PException) == alignof(Shape));
+
+char const *const texts[] = {
+    "",
+    "plain",
+    "Größe \xE2\x82\xAC \xF0\x9F\x98\x80",
+    "{} and %s stay as they are",
+    "first line\nsecond line",
+    "a text that is too long to be kept inside of any string object, whatever the library",
+};
+
+TEST(PException, IsCaughtAsItselfWithItsText)
+{
+    for (char const *const text : texts) {
+        SCOPED_TRACE(text);
+        try {
+            throw PException(text);
+        } catch (PException const &exception) {
+            EXPECT_STREQ(exception.what(), text);
+        }
+    }
+}
+
+TEST(PException, IsCaughtAsRuntimeErrorWithItsText)
+{
+    for (char const *const text : texts) {
+        SCOPED_TRACE(text);
+        try {
+            throw PException(text);
+        } catch (std::runtime_error const &exception) {
+            EXPECT_STREQ(exception.what(), text);
+            EXPECT_EQ(typeid(exception), typeid(PException));
+        }
+    }
+}
+
+TEST(PException, IsCaughtAsExceptionWithItsText)
+{
+    for (char const *const text : texts) {
+        SCOPED_TRACE(text);
+        try {
+            throw PException(text);
+        } catch (std::exception const &exception) {
+            EXPECT_STREQ(exception.what(), text);
+            EXPECT_EQ(typeid(exception), typeid(PException));
+        }
+    }
+}
+
+TEST(PException, IsNoLogicError)
+{
+    auto const caught_as = [] {
+        try {
+            throw PException("m");
+        } catch (std::logic_error const &) {
+            return "logic_error";
+        } catch (std::exception const &) {
+            return "exception";
+        }
+    };
+    EXPECT_STREQ(caught_as(), "exception");
+}
+
+TEST(PException, CopiesKeepTheText)
+{
+    PException const first("first");
+    PException copy(first);
+    EXPECT_STREQ(copy.what(), "first");
+    copy = PException("second");
+    EXPECT_STREQ(copy.what(), "second");
+    EXPECT_STREQ(first.what(), "first");
+}
+
+TEST(PException, SurvivesAsExceptionPointer)
+{
+    auto const pointer = std::make_exception_ptr(PException("kept"));
+    try {
+        std::rethrow_exception(pointer);
+    } catch (PException const &exception) {
+        EXPECT_STREQ(exception.what(), "kept");
+    }
+}
+
+TEST(PException, CarriesAnEmptyStringAndZeroBehindItsBase)
+{
+    try {
+        throw PException("a text that is too long to be kept inside of any string object");
+    } catch (PException const &exception) {
+        auto const *const begin = reinterpret_cast<std::byte const *>(&exception);
+        EXPECT_EQ(static_cast<void const *>(static_cast<std::runtime_error const *>(&exception)), begin);
+        auto const *const behind_base = begin + sizeof(std::runtime_error);
+        EXPECT_EQ(*reinterpret_cast<std::string const *>(behind_base), "");
+        int number = -1;
+        std::memcpy(&number, behind_base + sizeof(std::string), sizeof number);
+        EXPECT_EQ(number, 0);
+    }
+}
+
+TEST(PException, AddsNothingToTheVirtualTableOfItsBase)
+{
+    // Two destructors, then what().
+    constexpr std::size_t what_slot = 2;
+    auto const virtual_table = [](std::runtime_error const &object) {
+        void *const *table = nullptr;
+        std::memcpy(&table, static_cast<void const *>(&object), sizeof table);
+        return table;
+    };
+    PException const exception("m");
+    std::runtime_error const base("m");
+    EXPECT_EQ(virtual_table(exception)[what_slot], virtual_table(base)[what_slot]);
+    EXPECT_NE(virtual_table(exception)[0], virtual_table(base)[0]);
+}
+
+TEST(PException, SharesItsTypeInformationAcrossLibraries)
+{
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "_ZTI10PException"), static_cast<void const *>(&typeid(PException)));
+    EXPECT_NE(dlsym(RTLD_DEFAULT, "_ZTV10PException"), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "exit_status.h"
+
+#include <string>
+#include <vector>
+
+namespace tarnwick::program {
+
+enum class Format { automatic, text, jsonl };
+enum class Color { automatic, always, never };
+
+struct InspectOptions {
+    std::vector<std::string> files{"-"}; ///< `-` is standard input
+    Format format = Format::automatic;
+    Color color = Color::automatic;
+    bool all_records = false;
+};
+
+/// Prints the records that the frames of captures feed to standard output, and what is wrong with them, with its place,
+/// to standard error. Gives the exit status; throws `WriteError`.
+ExitStatus inspect(InspectOptions const &options);
+
+} // namespace tarnwick::program

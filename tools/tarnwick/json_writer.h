@@ -1,0 +1,39 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/time_pair.h>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <cstdint>
+#include <string_view>
+
+class QString;
+
+namespace tarnwick::program {
+
+/// Writes one JSON object per record, on one line, without loss: integers with all digits, a null text as `null`, apart
+/// from an empty one.
+class JsonWriter {
+public:
+    /// The line so far.
+    [[nodiscard]] std::string_view line() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+    void clear();
+
+    void begin_record(std::string_view name);
+    void field(std::string_view name, data::Sense sense = data::Sense::plain);
+    void end_record();
+    void absent();
+    void integer(std::int64_t value);
+    void integer(std::uint64_t value);
+    void time(data::TimePair value);
+    void text(QString const &value);
+    void text(std::string_view utf8);
+
+private:
+    rapidjson::StringBuffer buffer_;
+    rapidjson::Writer<rapidjson::StringBuffer> json_{buffer_};
+};
+
+} // namespace tarnwick::program

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// Results cannot be written: the disk is full, the reader went away.
+class WriteError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Buffered writing to a file descriptor. What is still buffered at destruction is lost: a run that ends well flushes.
+class Output {
+public:
+    explicit Output(int descriptor) : descriptor_(descriptor) {}
+
+    /// Both throw `WriteError`.
+    void write(std::string_view bytes);
+    void flush();
+
+    [[nodiscard]] bool is_terminal() const;
+
+private:
+    int descriptor_;
+    std::string buffer_;
+};
+
+} // namespace tarnwick::program

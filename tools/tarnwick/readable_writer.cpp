@@ -1,0 +1,120 @@
+#include "readable_writer.h"
+
+#include <tarnwick/qstring_format.h>
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <iterator>
+
+namespace tarnwick::program {
+namespace {
+
+constexpr std::int64_t nanos_per_second = 1'000'000'000;
+constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
+
+bool is_normal(data::TimePair value)
+{
+    return value.nanos >= 0 && value.nanos < nanos_per_second;
+}
+
+std::string as_stored(data::TimePair value)
+{
+    return fmt::format("{} s, {} ns", value.seconds, value.nanos);
+}
+
+std::string instant(data::TimePair value)
+{
+    if (!is_normal(value) || value.seconds < 0 || value.seconds > last_second_of_year_9999)
+        return as_stored(value);
+    auto const seconds = std::chrono::sys_seconds(std::chrono::seconds(value.seconds));
+    return fmt::format("{:%Y-%m-%d %H:%M:%S}.{:09} UTC", seconds, value.nanos);
+}
+
+std::string span(data::TimePair value)
+{
+    if (!is_normal(value) || value.seconds < 0)
+        return as_stored(value);
+    if (value.seconds > 0)
+        return fmt::format("{}.{:09} s", value.seconds, value.nanos);
+    if (value.nanos >= 1'000'000)
+        return fmt::format("{}.{:06} ms", value.nanos / 1'000'000, value.nanos % 1'000'000);
+    return fmt::format("{}.{:03} µs", value.nanos / 1'000, value.nanos % 1'000);
+}
+
+} // namespace
+
+void ReadableWriter::clear()
+{
+    out_.clear();
+    depth_ = 1;
+}
+
+void ReadableWriter::headline(std::string_view name, std::string_view origin)
+{
+    if (color_)
+        fmt::format_to(std::back_inserter(out_), "\x1b[1;36m{}\x1b[0m  \x1b[2m{}\x1b[0m\n", name, origin);
+    else
+        fmt::format_to(std::back_inserter(out_), "{}  {}\n", name, origin);
+}
+
+void ReadableWriter::begin_record(std::string_view /*name*/)
+{
+    out_.push_back('\n');
+    ++depth_;
+}
+
+void ReadableWriter::field(std::string_view name, data::Sense sense)
+{
+    sense_ = sense;
+    fmt::format_to(std::back_inserter(out_), "{:{}}{:<16} ", "", 2 * depth_, name);
+}
+
+void ReadableWriter::end_record()
+{
+    --depth_;
+}
+
+void ReadableWriter::absent()
+{
+    value("-");
+}
+
+void ReadableWriter::integer(std::int64_t number)
+{
+    value(fmt::to_string(number));
+}
+
+void ReadableWriter::integer(std::uint64_t number)
+{
+    value(fmt::to_string(number));
+}
+
+void ReadableWriter::time(data::TimePair pair)
+{
+    switch (sense_) {
+    case data::Sense::instant:
+        value(instant(pair));
+        break;
+    case data::Sense::span:
+        value(span(pair));
+        break;
+    case data::Sense::plain:
+        value(as_stored(pair));
+        break;
+    }
+}
+
+void ReadableWriter::text(QString const &string)
+{
+    value(string.isNull() ? std::string("-") : fmt::format("{:?}", string));
+}
+
+void ReadableWriter::value(std::string_view text)
+{
+    out_.append(text).push_back('\n');
+}
+
+} // namespace tarnwick::program

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "record_printer.h"
+
+#include <tarnwick/capture/v1/capture.pb.h>
+
+#include <google/protobuf/arena.h>
+
+#include <string>
+
+namespace tarnwick::program {
+
+/// Builds the records that a frame's report feeds and prints them.
+class RecordFeed {
+public:
+    /// How deep messages may lie in each other in a report. A PHP array takes three levels; PHP itself takes 64 arrays in
+    /// each other from a request.
+    static constexpr int max_depth = 1600;
+
+    /// `all_records`: every record of the report's family, whatever the report's case.
+    RecordFeed(RecordPrinter &printer, bool all_records) : printer_(printer), all_records_(all_records) {}
+
+    /// Says what is wrong with the report; nothing when its records are printed.
+    [[nodiscard]] std::string feed(capture::v1::Frame const &frame);
+
+private:
+    template <class Message, class Build>
+    std::string parsed(std::string const &bytes, Build &&build);
+
+    RecordPrinter &printer_;
+    bool all_records_;
+    google::protobuf::Arena arena_;
+};
+
+} // namespace tarnwick::program

@@ -1,0 +1,45 @@
+#include "record_printer.h"
+
+#include <fmt/format.h>
+
+namespace tarnwick::program {
+
+void RecordPrinter::begin_json(std::string_view name, std::string_view dialect)
+{
+    json_.begin_record(name);
+    json_.field("record");
+    json_.text(name);
+    if (style_.name_files) {
+        json_.field("file");
+        json_.text(std::string_view(origin_.file));
+    }
+    json_.field("frame");
+    json_.integer(origin_.frame);
+    json_.field("offset");
+    json_.integer(origin_.offset);
+    json_.field("dialect");
+    json_.text(dialect);
+}
+
+void RecordPrinter::end_json()
+{
+    json_.end_record();
+    output_.write(json_.line());
+    output_.write("\n");
+    json_.clear();
+}
+
+void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect)
+{
+    readable_.headline(name, fmt::format("{}{}frame {} at byte {}, {}", style_.name_files ? origin_.file : "",
+                                         style_.name_files ? ": " : "", origin_.frame, origin_.offset, dialect));
+}
+
+void RecordPrinter::end_readable()
+{
+    output_.write(readable_.text());
+    output_.write("\n");
+    readable_.clear();
+}
+
+} // namespace tarnwick::program

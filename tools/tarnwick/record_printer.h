@@ -1,0 +1,65 @@
+#pragma once
+
+#include "json_writer.h"
+#include "output.h"
+#include "readable_writer.h"
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/walk.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// Where a record comes from.
+struct Origin {
+    std::string file; ///< as named on the command line
+    std::uint64_t frame = 0;
+    std::uint64_t offset = 0;
+};
+
+/// Prints records, as JSON lines or for people.
+class RecordPrinter {
+public:
+    struct Style {
+        bool json = false;
+        bool color = false;
+        bool name_files = false; ///< several files are read
+    };
+
+    RecordPrinter(Output &output, Style style) : output_(output), style_(style), readable_(style.color) {}
+
+    /// The frame that the records printed from now on come from.
+    void set_origin(Origin origin) { origin_ = std::move(origin); }
+
+    template <data::Described Record>
+    void print(Record const &record, std::string_view dialect)
+    {
+        if (style_.json) {
+            begin_json(data::Description<Record>::name, dialect);
+            data::walk_fields(json_, record);
+            end_json();
+        } else {
+            begin_readable(data::Description<Record>::name, dialect);
+            data::walk_fields(readable_, record);
+            end_readable();
+        }
+    }
+
+private:
+    void begin_json(std::string_view name, std::string_view dialect);
+    void end_json();
+    void begin_readable(std::string_view name, std::string_view dialect);
+    void end_readable();
+
+    Output &output_;
+    Style style_;
+    Origin origin_;
+    JsonWriter json_;
+    ReadableWriter readable_;
+};
+
+} // namespace tarnwick::program
