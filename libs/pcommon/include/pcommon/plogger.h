@@ -45,8 +45,8 @@ public:
     /// that it can be destroyed; for that it waits for a line that is being written.
     void set_output(std::ostream *output);
 
-    /// Writes the line `LEVEL FILE:LINE MESSAGE`, LEVEL being the number, in one piece and flushes it; without an output
-    /// it does nothing. Lines of several threads never mix. The stream must not log in turn.
+    /// Writes the line `LEVEL FILE:LINE MESSAGE`, LEVEL being the number, in one piece and flushes it; does nothing
+    /// without an output. Lines of several threads never mix. The stream must not log in turn.
     void println(Level level, char const *file, int line, std::string_view message) const;
 
 private:

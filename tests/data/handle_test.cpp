@@ -1,0 +1,114 @@
+#include <tarnwick/data/handle.h>
+
+#include <tarnwick/data/php/rshutdown.h>
+
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QVariant>
+
+#include <type_traits>
+#include <utility>
+
+namespace tarnwick::data {
+namespace {
+
+using php::RShutdown;
+using Pointer = QExplicitlySharedDataPointer<php::detail::RShutdown>;
+
+static_assert(std::is_base_of_v<Pointer, RShutdown>);
+static_assert(sizeof(RShutdown) == sizeof(void *));
+static_assert(std::is_nothrow_move_constructible_v<RShutdown>);
+static_assert(!std::is_convertible_v<Pointer, RShutdown>);
+static_assert(!std::is_convertible_v<php::detail::RShutdown *, RShutdown>);
+
+// `*record` cannot be replaced or copied through a handle.
+static_assert(!std::is_copy_constructible_v<php::detail::RShutdown>);
+static_assert(!std::is_copy_assignable_v<php::detail::RShutdown>);
+static_assert(!std::is_move_assignable_v<php::detail::RShutdown>);
+static_assert(!std::is_polymorphic_v<php::detail::RShutdown>);
+
+php::detail::RShutdown *new_payload()
+{
+    return new php::detail::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData(), php::RequestId(7));
+}
+
+TEST(Handle, made_by_default_is_null_and_releases_nothing)
+{
+    RShutdown const record;
+    EXPECT_FALSE(record);
+}
+
+TEST(Handle, takes_the_count_from_0_to_1_and_each_copy_counts)
+{
+    auto *payload = new_payload();
+    EXPECT_EQ(payload->ref.loadRelaxed(), 0);
+    RShutdown const record(payload);
+    EXPECT_EQ(payload->ref.loadRelaxed(), 1);
+    {
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is what is tested
+        RShutdown const copy = record;
+        EXPECT_EQ(payload->ref.loadRelaxed(), 2);
+    }
+    EXPECT_EQ(payload->ref.loadRelaxed(), 1);
+}
+
+TEST(Handle, is_made_of_the_pointer_that_lists_hold)
+{
+    Pointer pointer(new_payload());
+    RShutdown const shared(pointer);
+    EXPECT_EQ(shared->ref.loadRelaxed(), 2);
+
+    RShutdown const moved(std::move(pointer));
+    EXPECT_EQ(moved.get(), shared.get());
+    EXPECT_EQ(moved->ref.loadRelaxed(), 2);
+}
+
+/// A payload that tells when it is destroyed, and one that holds a handle to it.
+struct Part : QSharedData {
+    explicit Part(int &destroyed) : destroyed_(destroyed) {}
+    ~Part() { ++destroyed_; }
+    Q_DISABLE_COPY_MOVE(Part)
+    int &destroyed_;
+};
+
+struct Whole : QSharedData {
+    explicit Whole(Handle<Part> part) : part_(std::move(part)) {}
+    Handle<Part> part_;
+};
+
+TEST(Handle, the_last_one_destroys_the_payload_and_its_parts)
+{
+    int destroyed = 0;
+    {
+        Handle<Whole> const whole(new Whole(Handle<Part>(new Part(destroyed))));
+        EXPECT_EQ(destroyed, 0);
+    }
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST(Handle, the_last_one_leaves_a_part_that_another_handle_holds)
+{
+    int destroyed = 0;
+    Handle<Part> part(new Part(destroyed));
+    {
+        Handle<Whole> const whole(new Whole(part));
+    }
+    EXPECT_EQ(destroyed, 0);
+    part.reset();
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST(Handle, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+{
+    RShutdown const record(new_payload());
+    auto const variant = QVariant::fromValue(record);
+
+    EXPECT_STREQ(variant.metaType().name(), "tarnwick::data::php::RShutdown");
+    EXPECT_EQ(variant.value<RShutdown>().get(), record.get());
+}
+
+} // namespace
+} // namespace tarnwick::data

@@ -1,0 +1,49 @@
+#include <tarnwick/data/php/source_location.h>
+
+#include <tarnwick/data/print.h>
+
+#include "support/message_fields.h"
+#include "support/textproto.h"
+
+#include <tarnwick/rpc/php/v1/source_location.pb.h>
+
+#include <gmock/gmock.h>
+
+namespace tarnwick::data::php {
+namespace {
+
+using test::from_text;
+
+TEST(SourceLocation, reads_every_field)
+{
+    SourceLocation const location(
+        from_text<rpc::php::v1::SourceLocation>("file: '../a//b.php' line: 4294967295 line_extra: 9"));
+
+    EXPECT_EQ(location.file(), QStringLiteral("../a//b.php"));
+    EXPECT_EQ(location.line(), 4294967295U);
+    EXPECT_EQ(location.line_extra(), 9U);
+}
+
+TEST(SourceLocation, of_an_empty_message_has_an_empty_file_that_is_not_null)
+{
+    SourceLocation const location{rpc::php::v1::SourceLocation()};
+
+    EXPECT_TRUE(location.file().isEmpty());
+    EXPECT_FALSE(location.file().isNull());
+    EXPECT_EQ(location.line(), 0U);
+    EXPECT_EQ(location.line_extra(), 0U);
+}
+
+TEST(SourceLocation, prints_its_fields_in_order)
+{
+    EXPECT_EQ(fmt::format("{}", SourceLocation(QStringLiteral("a.php"), 17, 3)),
+              "php.SourceLocation{file: \"a.php\", line: 17, line_extra: 3}");
+}
+
+TEST(SourceLocation, reads_every_message_field)
+{
+    EXPECT_THAT(test::field_names<rpc::php::v1::SourceLocation>(), testing::ElementsAre("file", "line", "line_extra"));
+}
+
+} // namespace
+} // namespace tarnwick::data::php

@@ -1,0 +1,83 @@
+#include <tarnwick/data/print.h>
+
+#include <tarnwick/data/php/rshutdown.h>
+#include <tarnwick/data/php/source_location.h>
+
+#include "support/textproto.h"
+
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QDebug>
+
+#include <optional>
+
+namespace tarnwick::data {
+namespace {
+
+php::RShutdown record()
+{
+    return php::RShutdown(new php::detail::RShutdown(
+        test::from_text<pelorin::protobuf::PelorinPHP::RShutdownData>("duration { nanos: -1 } response_status: 200"),
+        php::RequestId(7)));
+}
+
+constexpr char const *printed =
+    "php.RShutdown{request_id: 7, timestamp: {0 s, 0 ns}, duration: {0 s, -1 ns}, response_status: 200, memory_0: 0, "
+    "memory_1: 0, memory_2: 0}";
+
+template <class T>
+QString debug_text(T const &value)
+{
+    QString text;
+    QDebug(&text).nospace() << value;
+    return text;
+}
+
+TEST(Print, fmt_prints_a_record_and_its_handle_alike)
+{
+    EXPECT_EQ(fmt::format("{}", *record()), printed);
+    EXPECT_EQ(fmt::format("{}", record()), printed);
+}
+
+TEST(Print, qdebug_prints_a_record_and_its_handle_alike)
+{
+    EXPECT_EQ(debug_text(*record()), QString::fromUtf8(printed));
+    EXPECT_EQ(debug_text(record()), QString::fromUtf8(printed));
+}
+
+TEST(Print, a_null_handle_is_none)
+{
+    EXPECT_EQ(fmt::format("{}", php::RShutdown()), "none");
+}
+
+TEST(Print, ids_and_times_print_by_themselves)
+{
+    EXPECT_EQ(fmt::format("{}", php::RequestId(18446744073709551615U)), "18446744073709551615");
+    EXPECT_EQ(fmt::format("{}", TimePair{-1, 5}), "{-1 s, 5 ns}");
+    EXPECT_EQ(debug_text(php::RequestId(7)), QStringLiteral("7"));
+}
+
+TEST(Print, takes_the_format_of_a_string)
+{
+    EXPECT_EQ(fmt::format("{:>5}|{:.1}", php::RequestId(7), php::RequestId(42)), "    7|4");
+}
+
+TEST(TextWriter, tells_null_empty_and_absent_apart)
+{
+    auto const written = [](auto const &value) {
+        TextWriter writer;
+        walk(writer, value);
+        return writer.line();
+    };
+    EXPECT_EQ(written(QString()), "null");
+    EXPECT_EQ(written(QStringLiteral("")), "\"\"");
+    EXPECT_EQ(written(QStringLiteral("a\"\n")), R"("a\"\n")");
+    EXPECT_EQ(written(std::optional<QString>()), "none");
+    EXPECT_EQ(written(std::optional(php::SourceLocation(QStringLiteral("a"), 1, 2))),
+              "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+} // namespace
+} // namespace tarnwick::data
