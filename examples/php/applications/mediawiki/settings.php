@@ -1,0 +1,31 @@
+<?php
+
+/*
+ * Stands at the end of the wiki's LocalSettings.php: uploads, reports of the exceptions that the wiki catches itself,
+ * and an extension with a fault.
+ */
+
+declare(strict_types=1);
+
+use Tarnwick\Example\Recorder;
+
+$wgEnableUploads = true;
+$wgUploadDirectory = '/srv/demo/mediawiki/images';
+$wgFileExtensions[] = 'txt';
+$wgMainCacheType = CACHE_NONE;
+$wgJobRunRate = 0;
+
+// The wiki makes an ErrorException of each PHP error, for its log: those are reported as errors.
+$wgHooks['LogException'][] = static function (Throwable $exception): void {
+    if (class_exists(Recorder::class, false) && !$exception instanceof ErrorException) {
+        Recorder::caught($exception);
+    }
+};
+
+$wgHooks['BeforePageDisplay'][] = static function ($output, $skin): void {
+    $forecast = static fn (array $stations, string $name, float $hours) => "$stations[$name] in $hours h";
+    if ($output->getTitle()->getText() === 'Weather') {
+        $output->addSubtitle($forecast(['north' => 'rain', 'south' => ['sun', 'wind']], 'south', 2.5));
+        $output->addSubtitle($forecast(['north' => 'rain', 'south' => ['sun', 'wind']], 'west', 6.0));
+    }
+};

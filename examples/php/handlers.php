@@ -1,0 +1,81 @@
+<?php
+
+declare(strict_types=1);
+
+namespace Tarnwick\Example;
+
+/**
+ * Sees every uncaught exception, and every PHP error but those that the application's own handler settles. Applications
+ * replace handlers: with the uopz extension theirs are called by ours, without it ours are gone then.
+ */
+final class Handlers
+{
+    /** @var list<array{?callable, int}> the application's error handlers, and the levels of each */
+    private array $error_handlers = [[null, E_ALL]];
+    /** @var list<?callable> */
+    private array $exception_handlers = [null];
+
+    public function __construct(private readonly Recorder $recorder)
+    {
+    }
+
+    public function install(): void
+    {
+        set_error_handler($this->on_error(...));
+        set_exception_handler($this->on_exception(...));
+        if (!function_exists('uopz_set_return')) {
+            return;
+        }
+        $errors = &$this->error_handlers;
+        $exceptions = &$this->exception_handlers;
+        $replacements = [
+            'set_error_handler' => static function (?callable $handler, int $levels = E_ALL) use (&$errors) {
+                $errors[] = [$handler, $levels];
+                return $errors[count($errors) - 2][0];
+            },
+            'restore_error_handler' => static function () use (&$errors): bool {
+                if (count($errors) > 1) {
+                    array_pop($errors);
+                }
+                return true;
+            },
+            'set_exception_handler' => static function (?callable $handler) use (&$exceptions) {
+                $exceptions[] = $handler;
+                return $exceptions[count($exceptions) - 2];
+            },
+            'restore_exception_handler' => static function () use (&$exceptions): bool {
+                if (count($exceptions) > 1) {
+                    array_pop($exceptions);
+                }
+                return true;
+            },
+        ];
+        foreach ($replacements as $function => $replacement) {
+            uopz_set_return($function, $replacement, true);
+        }
+    }
+
+    private function on_error(int $number, string $message, string $file, int $line): bool
+    {
+        [$handler, $levels] = end($this->error_handlers);
+        if ($handler !== null && $levels & $number && $handler($number, $message, $file, $line) !== false) {
+            return true;
+        }
+        // An expression behind an @ lowers error_reporting(): the application expects the error.
+        if (error_reporting() & $number) {
+            $this->recorder->error($number, $message, $file, $line, debug_backtrace(DEBUG_BACKTRACE_PROVIDE_OBJECT));
+        }
+        return false;
+    }
+
+    private function on_exception(\Throwable $exception): void
+    {
+        $this->recorder->exception($exception, 'Uncaught');
+        $handler = end($this->exception_handlers);
+        if ($handler === null) {
+            // PHP's own answer: a fatal error, and status 500.
+            throw $exception;
+        }
+        $handler($exception);
+    }
+}

@@ -1,0 +1,40 @@
+<?php
+
+/*
+ * Reports every request of a PHP application as frames of a capture file, each fact in both dialects.
+ * Used as `auto_prepend_file`; README.md tells what each report holds.
+ *
+ * Settings are given on PHP's command line, where the application cannot see them:
+ *   -d tarnwick.capture=FILE     the capture file, appended to
+ *   -d tarnwick.classes=FOLDER   the message classes that protoc made
+ */
+
+declare(strict_types=1);
+
+namespace Tarnwick\Example;
+
+// An application may start a second request inside the first; only the outer one is reported.
+if (defined('TARNWICK_EXAMPLE_RECORDER')) {
+    return;
+}
+define('TARNWICK_EXAMPLE_RECORDER', true);
+
+require __DIR__ . '/capture_file.php';
+require __DIR__ . '/snapshot.php';
+require __DIR__ . '/rpc_reports.php';
+require __DIR__ . '/protobuf_reports.php';
+require __DIR__ . '/request_facts.php';
+require __DIR__ . '/handlers.php';
+require __DIR__ . '/recorder.php';
+
+spl_autoload_register(static function (string $class): void {
+    foreach ([get_cfg_var('tarnwick.classes'), '/usr/share/php'] as $folder) {
+        $file = $folder . '/' . strtr($class, '\\', '/') . '.php';
+        if (preg_match('/^(Tarnwick|Pelorin|GPBMetadata|Google\\\\Protobuf)\\\\/', $class) && is_file($file)) {
+            require $file;
+            return;
+        }
+    }
+});
+
+Recorder::begin(new CaptureFile((string) get_cfg_var('tarnwick.capture')));
