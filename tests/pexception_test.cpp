@@ -19,7 +19,7 @@ namespace {
 static_assert(std::is_base_of_v<std::runtime_error, PException>);
 static_assert(std::is_convertible_v<PException *, std::runtime_error *>, "the base is public");
 static_assert(std::is_same_v<decltype(&PException::what), char const *(std::runtime_error::*)() const noexcept>,
-    "what() is the inherited one");
+              "what() is the inherited one");
 static_assert(std::is_nothrow_copy_constructible_v<PException> && std::is_nothrow_copy_assignable_v<PException>);
 static_assert(!std::is_default_constructible_v<PException>);
 static_assert(!std::is_convertible_v<std::string, PException>);
@@ -30,6 +30,7 @@ struct Shape : std::runtime_error {
     std::string text;
     int number;
 };
+
 static_assert(sizeof(PException) == sizeof(Shape) && alignof(PException) == alignof(Shape));
 
 char const *const texts[] = {

@@ -68,14 +68,20 @@ TEST(Handle, is_made_of_the_pointer_that_lists_hold)
 
 /// A payload that tells when it is destroyed, and one that holds a handle to it.
 struct Part : QSharedData {
-    explicit Part(int &destroyed) : destroyed_(destroyed) {}
+    explicit Part(int &destroyed)
+        : destroyed_(destroyed)
+    {
+    }
     ~Part() { ++destroyed_; }
     Q_DISABLE_COPY_MOVE(Part)
     int &destroyed_;
 };
 
 struct Whole : QSharedData {
-    explicit Whole(Handle<Part> part) : part_(std::move(part)) {}
+    explicit Whole(Handle<Part> part)
+        : part_(std::move(part))
+    {
+    }
     Handle<Part> part_;
 };
 

@@ -114,13 +114,11 @@ TEST_P(MessageBytes, MoveToAMessageOfTheCaller)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, MessageBytes,
-    testing::Values(
-        Row{"None", "", false},
-        Row{"EmbeddedNul", std::string("a\0b\0", 4), false},
-        Row{"Small", std::string(30, 's'), false},
-        Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), true},
-        Row{"Large", std::string(1'000'000, 'L'), true}),
-    [](auto const &row) { return row.param.name; });
+                         testing::Values(Row{"None", "", false}, Row{"EmbeddedNul", std::string("a\0b\0", 4), false},
+                                         Row{"Small", std::string(30, 's'), false},
+                                         Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), true},
+                                         Row{"Large", std::string(1'000'000, 'L'), true}),
+                         [](auto const &row) { return row.param.name; });
 
 TEST(Message, MovedFromGivesOnThatItHoldsNothing)
 {

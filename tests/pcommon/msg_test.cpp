@@ -108,15 +108,12 @@ TEST_P(MsgBytes, CanBePutIntoAMovedFromOne)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, MsgBytes,
-    testing::Values(
-        Row{"None", "", true},
-        Row{"One", "x", true},
-        Row{"EmbeddedNul", std::string("a\0b\0", 4), true},
-        Row{"NotUtf8", "\xFF\xFE\x80", true},
-        Row{"Small", std::string(30, 's'), true},
-        Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), false},
-        Row{"Large", std::string(1'000'000, 'L'), false}),
-    [](auto const &row) { return row.param.name; });
+                         testing::Values(Row{"None", "", true}, Row{"One", "x", true},
+                                         Row{"EmbeddedNul", std::string("a\0b\0", 4), true},
+                                         Row{"NotUtf8", "\xFF\xFE\x80", true}, Row{"Small", std::string(30, 's'), true},
+                                         Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), false},
+                                         Row{"Large", std::string(1'000'000, 'L'), false}),
+                         [](auto const &row) { return row.param.name; });
 
 void note_release(void *, void *hint)
 {

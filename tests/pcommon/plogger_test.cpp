@@ -59,12 +59,14 @@ protected:
         text.append(data, static_cast<std::size_t>(size));
         return size;
     }
+
     int_type overflow(int_type character) override
     {
         ++writes;
         text += traits_type::to_char_type(character);
         return character;
     }
+
     int sync() override
     {
         ++flushes;
@@ -122,19 +124,19 @@ TEST_P(PLoggerLine, IsLevelPlaceAndMessage)
 
 using namespace std::string_view_literals;
 
-INSTANTIATE_TEST_SUITE_P(Lines, PLoggerLine,
-    testing::Values(
-        LineRow{"LevelThree", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
-        LineRow{"LevelFive", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
-        LineRow{"OtherLevels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
-        LineRow{"NegativeLevel", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
-        LineRow{"EmptyMessage", 3, "f", 2, ""sv, "3 f:2 \n"sv},
-        LineRow{"MessageWithoutAddress", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
-        LineRow{"EmptyFile", 3, "", 0, "m"sv, "3 :0 m\n"sv},
-        LineRow{"LargestLineNumber", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
-        LineRow{"Utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
-        LineRow{"EmbeddedNul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
-        LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
+INSTANTIATE_TEST_SUITE_P(
+    Lines, PLoggerLine,
+    testing::Values(LineRow{"LevelThree", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
+                    LineRow{"LevelFive", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
+                    LineRow{"OtherLevels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
+                    LineRow{"NegativeLevel", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
+                    LineRow{"EmptyMessage", 3, "f", 2, ""sv, "3 f:2 \n"sv},
+                    LineRow{"MessageWithoutAddress", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
+                    LineRow{"EmptyFile", 3, "", 0, "m"sv, "3 :0 m\n"sv},
+                    LineRow{"LargestLineNumber", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
+                    LineRow{"Utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
+                    LineRow{"EmbeddedNul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
+                    LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
     [](auto const &row) { return row.param.name; });
 
 TEST_F(PLoggerTest, WritesNothingWithoutOutput)
@@ -256,8 +258,8 @@ TEST_F(PLoggerTest, LinesOfSeveralThreadsDoNotMix)
 
 TEST_F(PLoggerTest, LevelAndOutputMayChangeWhileOthersLog)
 {
-    std::array<std::unique_ptr<std::ostringstream>, 2> streams{
-        std::make_unique<std::ostringstream>(), std::make_unique<std::ostringstream>()};
+    std::array<std::unique_ptr<std::ostringstream>, 2> streams{std::make_unique<std::ostringstream>(),
+                                                               std::make_unique<std::ostringstream>()};
     constexpr int writers_count = 3;
     std::atomic<bool> stop{false};
     std::latch start(writers_count + 1);

@@ -17,8 +17,14 @@ public:
 
     Handle() noexcept = default;
     /// Lists and tables hold the pointer type itself.
-    explicit Handle(Pointer const &pointer) noexcept : Pointer(pointer) {}
-    explicit Handle(Pointer &&pointer) noexcept : Pointer(std::move(pointer)) {}
+    explicit Handle(Pointer const &pointer) noexcept
+        : Pointer(pointer)
+    {
+    }
+    explicit Handle(Pointer &&pointer) noexcept
+        : Pointer(std::move(pointer))
+    {
+    }
 };
 
 } // namespace tarnwick::data

@@ -14,9 +14,7 @@
 namespace tarnwick::data {
 
 template <class T>
-concept HandleOfDescribed = requires(T const &value) {
-    []<Described Payload>(Handle<Payload> const &) {}(value);
-};
+concept HandleOfDescribed = requires(T const &value) { []<Described Payload>(Handle<Payload> const &) {}(value); };
 
 /// What `fmt::format` and `QDebug` print by the description of its fields.
 template <class T>

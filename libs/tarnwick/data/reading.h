@@ -2,9 +2,9 @@
 
 // The vocabulary of all constructors: how a value is read out of a message. Not installed.
 //
-// What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case of
-// a oneof against its generated constant, and no test where the default of an absent field is the zero that the record
-// holds already. Numbers are copied as they stand.
+// What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case
+// of a oneof against its generated constant, and no test where the default of an absent field is the zero that the
+// record holds already. Numbers are copied as they stand.
 
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/time_pair.h>
@@ -32,8 +32,8 @@ TimePair time_pair(Message const &message)
     return {message.seconds(), message.nanos()};
 }
 
-/// The location of the rpc dialect, where the sub-message alone decides: a present one is a location even when its file is
-/// empty. `Message` is any message with a `location` field.
+/// The location of the rpc dialect, where the sub-message alone decides: a present one is a location even when its file
+/// is empty. `Message` is any message with a `location` field.
 template <class Message>
 std::optional<php::SourceLocation> location_when_present(Message const &message)
 {
@@ -42,7 +42,7 @@ std::optional<php::SourceLocation> location_when_present(Message const &message)
     return php::SourceLocation(message.location());
 }
 
-/// The location of the protobuf dialect, where the file name decides: without one the line is dropped, whatever it says.
+/// The location of the protobuf dialect, where the file name decides: without one the line is dropped, whatever it is.
 inline std::optional<php::SourceLocation> location_when_file_named(std::string const &file, std::uint32_t line)
 {
     if (file.empty())

@@ -12,7 +12,7 @@ class QString;
 
 namespace tarnwick::data {
 
-/// Writes records on one line, for logs and debuggers: `php.RShutdown{request_id: 7, duration: {0 s, 5000000 ns}, ...}`.
+/// Writes records on one line, for logs and debuggers, like `php.RShutdown{request_id: 7, duration: {0 s, 5 ns}, ...}`.
 /// Texts stand in quotes with escapes, a null text is `null`, what is absent is `none`.
 class TARNWICK_EXPORT TextWriter {
 public:

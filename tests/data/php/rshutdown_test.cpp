@@ -23,8 +23,8 @@ namespace {
 
 using pelorin::protobuf::PelorinPHP::RShutdownData;
 using rpc::php::v1::NotifyRequest;
-using test::from_text;
 using test::field_names;
+using test::from_text;
 using testing::ElementsAre;
 
 RShutdown from_rpc(std::string const &textproto)
@@ -32,7 +32,7 @@ RShutdown from_rpc(std::string const &textproto)
     return RShutdown(new detail::RShutdown(from_text<NotifyRequest>(textproto)));
 }
 
-RShutdown from_protobuf(std::string const &textproto, std::uint64_t request_id = 0)
+RShutdown from_protobuf(std::uint64_t request_id, std::string const &textproto)
 {
     return RShutdown(new detail::RShutdown(from_text<RShutdownData>(textproto), RequestId(request_id)));
 }
@@ -59,12 +59,12 @@ TEST(RShutdown, reads_every_field_of_an_rpc_report)
 
 TEST(RShutdown, reads_every_field_of_a_protobuf_report)
 {
-    auto const record = from_protobuf(R"pb(
+    auto const record = from_protobuf(7, R"pb(
         duration { seconds: 2 nanos: 5 }
         memory_0: 11
         memory_1: 12
         memory_2: 13
-        response_status: 404)pb", 7);
+        response_status: 404)pb");
 
     EXPECT_EQ(record->request_id().id(), 7U);
     EXPECT_EQ(record->duration(), (TimePair{2, 5}));
@@ -76,7 +76,7 @@ TEST(RShutdown, reads_every_field_of_a_protobuf_report)
 
 TEST(RShutdown, has_no_timestamp_from_a_protobuf_report)
 {
-    EXPECT_EQ(from_protobuf("duration { seconds: 2 } memory_0: 1 response_status: 200", 7)->timestamp(), TimePair{});
+    EXPECT_EQ(from_protobuf(7, "duration { seconds: 2 } memory_0: 1 response_status: 200")->timestamp(), TimePair{});
 }
 
 TEST(RShutdown, dialects_agree_on_what_both_carry)
@@ -88,12 +88,12 @@ TEST(RShutdown, dialects_agree_on_what_both_carry)
             response { status: -1 }
             memory { value_0: -9223372036854775808 value_1: 9223372036854775807 value_2: -1 }
         })pb");
-    auto const protobuf = from_protobuf(R"pb(
+    auto const protobuf = from_protobuf(7, R"pb(
         duration { seconds: -2 nanos: 1999999999 }
         memory_0: -9223372036854775808
         memory_1: 9223372036854775807
         memory_2: -1
-        response_status: -1)pb", 7);
+        response_status: -1)pb");
 
     EXPECT_EQ(to_text(rpc), to_text(protobuf));
 }
@@ -106,8 +106,7 @@ struct RpcCase {
     friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
-#define NOTHING_READ \
-    "duration: {0 s, 0 ns}, response_status: 0, memory_0: 0, memory_1: 0, memory_2: 0}"
+#define NOTHING_READ "duration: {0 s, 0 ns}, response_status: 0, memory_0: 0, memory_1: 0, memory_2: 0}"
 #define ID_AND_TIME_READ "php.RShutdown{request_id: 7, timestamp: {8 s, 9 ns}, "
 
 RpcCase const rpc_cases[] = {
@@ -166,7 +165,7 @@ TEST(RShutdown, takes_an_unknown_payload_for_none)
 
 TEST(RShutdown, copies_memory_and_status_of_a_protobuf_report_without_duration)
 {
-    auto const record = from_protobuf("memory_0: 1 memory_1: 2 memory_2: 3 response_status: 500", 7);
+    auto const record = from_protobuf(7, "memory_0: 1 memory_1: 2 memory_2: 3 response_status: 500");
 
     EXPECT_EQ(record->duration(), TimePair{});
     EXPECT_EQ(record->memory_0(), 1);

@@ -12,11 +12,15 @@ class RequestId;
 
 namespace tarnwick::data::php {
 
-/// Names one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 where no message gave one.
+/// Names one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 where no message
+/// gave one.
 class TARNWICK_EXPORT RequestId {
 public:
     constexpr RequestId() noexcept = default;
-    constexpr explicit RequestId(std::uint64_t id) noexcept : id_(id) {}
+    constexpr explicit RequestId(std::uint64_t id) noexcept
+        : id_(id)
+    {
+    }
     explicit RequestId(rpc::php::v1::RequestId const &message);
 
     [[nodiscard]] constexpr std::uint64_t id() const noexcept { return id_; }

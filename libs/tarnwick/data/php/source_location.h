@@ -15,22 +15,24 @@ class SourceLocation;
 
 namespace tarnwick::data::php {
 
-/// A place in PHP source code. Records hold it as a `std::optional`, since no location and a location with an empty file
-/// are different things.
+/// A place in PHP source code. Records hold it as a `std::optional`, since no location and a location with an empty
+/// file are different things.
 ///
-/// | Accessor       | Meaning                                       | rpc                  | protobuf                      |
-/// |----------------|-----------------------------------------------|----------------------|-------------------------------|
-/// | `file()`       | file name as PHP reported it, no path handling | may be empty         | never empty, but see functions |
-/// | `line()`       | line number                                   | 0 when unset         | 0 when unset                  |
-/// | `line_extra()` | second number beside the line, carried as is  | 0 when unset         | 0, but see functions          |
+/// | Accessor       | Meaning                                        | rpc          | protobuf                       |
+/// |----------------|------------------------------------------------|--------------|--------------------------------|
+/// | `file()`       | file name as PHP reported it, no path handling | may be empty | never empty, but see functions |
+/// | `line()`       | line number                                    | 0 when unset | 0 when unset                   |
+/// | `line_extra()` | second number beside the line, carried as is   | 0 when unset | 0, but see functions           |
 ///
-/// In the protobuf dialect a location has no message of its own: an empty file means that there is no location. Only the
-/// lines of function statistics have a field that decides, and a second number.
+/// In the protobuf dialect a location has no message of its own: an empty file means that there is no location. Only
+/// the lines of function statistics have a field that decides, and a second number.
 class TARNWICK_EXPORT SourceLocation {
 public:
     explicit SourceLocation(rpc::php::v1::SourceLocation const &message);
     SourceLocation(QString file, std::uint32_t line, std::uint32_t line_extra) noexcept
-        : file_(std::move(file)), line_(line), line_extra_(line_extra)
+        : file_(std::move(file))
+        , line_(line)
+        , line_extra_(line_extra)
     {
     }
 
