@@ -9,12 +9,15 @@
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/time_pair.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QByteArrayView>
 #include <QtCore/QString>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tarnwick::data {
 
@@ -23,6 +26,18 @@ namespace tarnwick::data {
 inline QString text(std::string const &bytes)
 {
     return QString::fromUtf8(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+}
+
+/// All bytes as they came, for what is not text.
+inline QByteArray bytes(std::string const &bytes)
+{
+    return QByteArray::fromStdString(bytes);
+}
+
+/// The way back: what a message's setter takes.
+inline std::string_view view(QByteArray const &bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
 /// A google.protobuf.Timestamp or Duration, as it came.

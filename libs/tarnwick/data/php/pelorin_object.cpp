@@ -1,0 +1,26 @@
+#include <tarnwick/data/php/pelorin_object.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+namespace tarnwick::data::php::detail {
+
+// What is absent reads as an empty message, which gives an empty array and an undefined value.
+PelorinObject::PelorinObject(rpc::php::v1::PelorinObject const &message)
+    : class_name_(text(message.class_name()))
+    , properties_(new PelorinArray(message.properties()))
+    , value_(new ZVal(message.value()))
+{
+}
+
+void PelorinObject::to_protobuf(rpc::php::v1::PelorinObject &message) const
+{
+    message.set_class_name(view(class_name_.toUtf8()));
+    if (value_->kind() != ZVal::Kind::undefined)
+        value_->to_protobuf(*message.mutable_value());
+    if (!properties_->elements().empty())
+        properties_->to_protobuf(*message.mutable_properties());
+}
+
+} // namespace tarnwick::data::php::detail

@@ -1,0 +1,36 @@
+#include <tarnwick/data/php/stack_trace.h>
+
+#include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
+#include <tarnwick/rpc/php/v1/function.pb.h>
+
+namespace tarnwick::data::php {
+namespace {
+
+// The list grows as it is filled: what a frame costs does not depend on how many were announced.
+template <class Frames>
+QList<Function> functions(Frames const &frames)
+{
+    QList<Function> list;
+    for (auto const &frame : frames)
+        list.emplaceBack(frame);
+    return list;
+}
+
+} // namespace
+
+StackTrace::StackTrace(rpc::php::v1::StackTrace const &message)
+    : frames_(functions(message.frames()))
+{
+}
+
+StackTrace::StackTrace(google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame> const &frames)
+    : frames_(functions(frames))
+{
+}
+
+StackTrace::StackTrace(pelorin::protobuf::PelorinPHP::StackTrace const &message)
+    : StackTrace(message.frames())
+{
+}
+
+} // namespace tarnwick::data::php

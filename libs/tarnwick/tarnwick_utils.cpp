@@ -1,0 +1,223 @@
+#include <tarnwick/tarnwick_utils.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/PelorinPHP/zval.pb.h>
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QMetaType>
+#include <QtCore/QTimeZone>
+
+#include <string_view>
+
+namespace PelorinPHPX {
+namespace {
+
+using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
+using RpcZVal = tarnwick::rpc::php::v1::ZVal;
+using tarnwick::data::text;
+using tarnwick::data::view;
+
+constexpr int nanos_per_millisecond = 1'000'000;
+
+QByteArray compact(QJsonObject const &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QByteArray compact(QJsonArray const &array)
+{
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+}
+
+// Element by element: what Qt makes of a nested value without a JSON form can differ from QVariant's own conversion.
+QByteArray json_of(QList<QVariant> const &values)
+{
+    QJsonArray array;
+    for (auto const &value : values)
+        array.append(value.toJsonValue());
+    return compact(array);
+}
+
+QByteArray json_of(QMap<QString, QVariant> const &values)
+{
+    QJsonObject object;
+    for (auto const &[key, value] : values.asKeyValueRange())
+        object.insert(key, value.toJsonValue());
+    return compact(object);
+}
+
+// Senders of the protobuf dialect measure their texts as C strings.
+std::string_view view_to_nul(QByteArray const &bytes)
+{
+    return bytes.constData();
+}
+
+void set_time(google::protobuf::Timestamp &time, QDateTime const &value)
+{
+    time.set_seconds(value.toSecsSinceEpoch());
+    time.set_nanos(value.time().msec() * nanos_per_millisecond);
+}
+
+QVariant variant_of_json(std::string const &json)
+{
+    auto const document = QJsonDocument::fromJson(QByteArray::fromStdString(json));
+    if (document.isObject())
+        return document.object().toVariantMap();
+    if (document.isArray())
+        return document.array().toVariantList();
+    return {};
+}
+
+QVariant variant_of_time(google::protobuf::Timestamp const &time)
+{
+    return QDateTime::fromSecsSinceEpoch(time.seconds(), QTimeZone::utc()).addMSecs(time.nanos() / nanos_per_millisecond);
+}
+
+} // namespace
+
+void to_protobuf_zval(ProtobufZVal &message, QVariant const &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        message.set_type(ProtobufZVal::TYPE_BOOL);
+        message.set_bool_value(value.toBool());
+        break;
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        message.set_type(ProtobufZVal::TYPE_LONG);
+        message.set_long_value(value.toLongLong());
+        break;
+    case QMetaType::Double:
+        message.set_type(ProtobufZVal::TYPE_DOUBLE);
+        message.set_double_value(value.toDouble());
+        break;
+    case QMetaType::QString:
+        message.set_type(ProtobufZVal::TYPE_STRING);
+        message.set_string_value(view_to_nul(value.toString().toUtf8()));
+        break;
+    case QMetaType::QVariantMap:
+        message.set_type(ProtobufZVal::TYPE_JSON);
+        message.set_json_value(view_to_nul(compact(value.toJsonObject())));
+        break;
+    case QMetaType::QVariantList:
+        message.set_type(ProtobufZVal::TYPE_JSON);
+        message.set_json_value(view_to_nul(compact(value.toJsonArray())));
+        break;
+    case QMetaType::QDateTime:
+        message.set_type(ProtobufZVal::TYPE_TIMESTAMP);
+        set_time(*message.mutable_timestamp_value(), value.toDateTime());
+        break;
+    default:
+        // Not TYPE_NULL, and a member that was set stays: readers do not look at it under this type.
+        message.set_type(ProtobufZVal::TYPE_NONE);
+        break;
+    }
+}
+
+void to_protobuf_zval(ProtobufZVal &message, QList<QVariant> const &values)
+{
+    message.set_type(ProtobufZVal::TYPE_JSON);
+    message.set_json_value(view_to_nul(json_of(values)));
+}
+
+void to_protobuf_zval(ProtobufZVal &message, QMap<QString, QVariant> const &values)
+{
+    message.set_type(ProtobufZVal::TYPE_JSON);
+    message.set_json_value(view_to_nul(json_of(values)));
+}
+
+void to_protobuf_zval(RpcZVal &message, QVariant const &value)
+{
+    message.Clear();
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        message.set_bool_value(value.toBool());
+        break;
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        message.set_long_value(value.toLongLong());
+        break;
+    case QMetaType::Double:
+        message.set_double_value(value.toDouble());
+        break;
+    case QMetaType::QString:
+        message.set_string_value(view(value.toString().toUtf8()));
+        break;
+    case QMetaType::QVariantMap:
+        message.set_json_value(view(compact(value.toJsonObject())));
+        break;
+    case QMetaType::QVariantList:
+        message.set_json_value(view(compact(value.toJsonArray())));
+        break;
+    case QMetaType::QDateTime:
+        set_time(*message.mutable_timestamp_value(), value.toDateTime());
+        break;
+    default:
+        message.set_null_value(google::protobuf::NULL_VALUE);
+        break;
+    }
+}
+
+void to_protobuf_zval(RpcZVal &message, QList<QVariant> const &values)
+{
+    message.Clear();
+    message.set_json_value(view(json_of(values)));
+}
+
+void to_protobuf_zval(RpcZVal &message, QMap<QString, QVariant> const &values)
+{
+    message.Clear();
+    message.set_json_value(view(json_of(values)));
+}
+
+// The type chooses; a member that is not set reads as its default.
+QVariant qvariant_from_protobuf_zval(ProtobufZVal const &message)
+{
+    switch (message.type()) {
+    case ProtobufZVal::TYPE_BOOL:
+        return message.bool_value();
+    case ProtobufZVal::TYPE_LONG:
+        return QVariant::fromValue<qlonglong>(message.long_value());
+    case ProtobufZVal::TYPE_DOUBLE:
+        return message.double_value();
+    case ProtobufZVal::TYPE_STRING:
+        return text(message.string_value());
+    case ProtobufZVal::TYPE_JSON:
+        return variant_of_json(message.json_value());
+    case ProtobufZVal::TYPE_TIMESTAMP:
+        return variant_of_time(message.timestamp_value());
+    default:
+        return {};
+    }
+}
+
+QVariant qvariant_from_protobuf_zval(RpcZVal const &message)
+{
+    switch (message.value_case()) {
+    case RpcZVal::kBoolValue:
+        return message.bool_value();
+    case RpcZVal::kLongValue:
+        return QVariant::fromValue<qlonglong>(message.long_value());
+    case RpcZVal::kDoubleValue:
+        return message.double_value();
+    case RpcZVal::kStringValue:
+        return text(message.string_value());
+    case RpcZVal::kJsonValue:
+        return variant_of_json(message.json_value());
+    case RpcZVal::kTimestampValue:
+        return variant_of_time(message.timestamp_value());
+    default:
+        return {};
+    }
+}
+
+} // namespace PelorinPHPX

@@ -1,0 +1,53 @@
+#pragma once
+
+// Bridge between QVariant and messages that hold a PHP value. Programs that hold Qt values fill messages with them and
+// read them back; records play no part in it.
+
+#include <tarnwick/export.h>
+
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+namespace pelorin::protobuf::PelorinPHP {
+class ZVal;
+}
+namespace tarnwick::rpc::php::v1 {
+class ZVal;
+}
+
+namespace PelorinPHPX {
+
+/// Fills a message with a value. The message may live on an arena.
+///
+/// | Meta type of the value                                          | Member written    |
+/// |-----------------------------------------------------------------|-------------------|
+/// | `Bool`                                                          | `bool_value`      |
+/// | `Int`, `UInt`, `LongLong`, `ULongLong` (as `toLongLong()`)      | `long_value`      |
+/// | `Double`                                                        | `double_value`    |
+/// | `QString`                                                       | `string_value`    |
+/// | `QVariantMap`, `QVariantList`                                   | `json_value`, compact JSON by Qt's rules, nested values included |
+/// | `QDateTime`, to the millisecond, without its time zone          | `timestamp_value` |
+/// | any other, an invalid variant too: float, string lists, dates...| nothing: the value is lost |
+///
+/// The dialects differ. In the rpc dialect the message is cleared first, and a value that is lost leaves `null_value`. In
+/// the protobuf dialect it is not cleared, a value that is lost leaves `type` 0 over the member that was set before, and
+/// texts end at their first NUL.
+TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &message, QVariant const &value);
+TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QVariant const &value);
+
+/// The same for a list or map of values, which becomes `json_value` element by element.
+TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &message, QList<QVariant> const &values);
+TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &message,
+                                      QMap<QString, QVariant> const &values);
+TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QList<QVariant> const &values);
+TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QMap<QString, QVariant> const &values);
+
+/// The value of a message: `bool`, `long long`, `double`, `QString`, `QVariantMap` or `QVariantList` (parsed JSON), or a
+/// `QDateTime` in UTC to the millisecond. Invalid for everything else: null, no value, JSON that is neither an object nor
+/// an array, and the arrays, objects and resources of the rpc dialect.
+[[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal const &message);
+[[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(tarnwick::rpc::php::v1::ZVal const &message);
+
+} // namespace PelorinPHPX
