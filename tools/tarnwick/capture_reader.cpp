@@ -1,10 +1,7 @@
 #include "capture_reader.h"
 
-#include <google/protobuf/io/coded_stream.h>
-
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -12,9 +9,9 @@ namespace tarnwick::program {
 
 CaptureReader::Step CaptureReader::next()
 {
-    offset_ = bytes_read();
-    if (at_end())
-        return stream_.GetErrno() == 0 ? Step::end : fail();
+    offset_ = input_.position();
+    if (input_.at_end())
+        return input_.error() == 0 ? Step::end : cut_short({});
     ++number_;
 
     std::uint64_t length = 0;
@@ -22,9 +19,7 @@ CaptureReader::Step CaptureReader::next()
     case Length::whole:
         break;
     case Length::truncated:
-        if (stream_.GetErrno() != 0)
-            return fail();
-        return fault("the file ends inside the length of this frame", Step::last_fault);
+        return cut_short("the file ends inside the length of this frame");
     case Length::too_large:
         return fault("the length of this frame is over 1 GiB", Step::last_fault);
     }
@@ -32,51 +27,51 @@ CaptureReader::Step CaptureReader::next()
         return fault("the length of this frame is 0", Step::fault);
 
     read_body(length);
-    if (body_.size() < length) {
-        if (stream_.GetErrno() != 0)
-            return fail();
-        return fault(fmt::format("the file ends inside this frame, after {} of its {} bytes", body_.size(), length),
-                     Step::last_fault);
-    }
+    if (body_.size() < length)
+        return cut_short(
+            fmt::format("the file ends inside this frame, after {} of its {} bytes", body_.size(), length));
     if (!frame_.ParseFromString(body_))
         return fault("this is not a frame", Step::fault);
     return Step::frame;
 }
 
-bool CaptureReader::at_end()
-{
-    void const *data = nullptr;
-    int size = 0;
-    if (!stream_.Next(&data, &size))
-        return true;
-    stream_.BackUp(size);
-    return false;
-}
-
 CaptureReader::Length CaptureReader::read_length(std::uint64_t &length)
 {
-    google::protobuf::io::CodedInputStream coded(&stream_);
-    if (coded.ReadVarint64(&length))
-        return length > max_frame_size ? Length::too_large : Length::whole;
-    // Ten bytes without an end are no length; fewer are one that the file cuts short.
-    return coded.CurrentPosition() >= 10 ? Length::too_large : Length::truncated;
+    constexpr unsigned group_bits = 7;
+    constexpr unsigned max_groups = 10;
+    for (unsigned group = 0; group < max_groups; ++group) {
+        auto const next = input_.take(1);
+        if (next.empty())
+            return Length::truncated;
+        auto const byte = static_cast<unsigned char>(next.front());
+        auto const bits = std::uint64_t{byte & 0x7fU};
+        length |= bits << (group * group_bits);
+        // The last group has room for one bit.
+        if (group == max_groups - 1 && bits > 1)
+            return Length::too_large;
+        if ((byte & 0x80U) == 0)
+            return length > max_frame_size ? Length::too_large : Length::whole;
+    }
+    return Length::too_large;
 }
 
 void CaptureReader::read_body(std::uint64_t length)
 {
     body_.clear();
-    void const *data = nullptr;
-    int size = 0;
-    while (body_.size() < length && stream_.Next(&data, &size)) {
-        auto const wanted = static_cast<int>(std::min<std::uint64_t>(length - body_.size(), static_cast<std::uint64_t>(size)));
-        body_.append(static_cast<char const *>(data), static_cast<std::size_t>(wanted));
-        stream_.BackUp(size - wanted);
+    while (body_.size() < length) {
+        auto const bytes = input_.take(length - body_.size());
+        if (bytes.empty())
+            return;
+        body_.append(bytes);
     }
 }
 
-CaptureReader::Step CaptureReader::fail()
+// Reading came to an end before its time: the file is at fault, or the file cannot be read further.
+CaptureReader::Step CaptureReader::cut_short(std::string problem)
 {
-    problem_ = std::strerror(stream_.GetErrno());
+    if (input_.error() == 0)
+        return fault(std::move(problem), Step::last_fault);
+    problem_ = std::strerror(input_.error()); // NOLINT(concurrency-mt-unsafe): the program has one thread
     return Step::failure;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <tarnwick/capture/v1/capture.pb.h>
+#include "input_file.h"
 
-#include <google/protobuf/io/zero_copy_stream_impl.h>
+#include <tarnwick/capture/v1/capture.pb.h>
 
 #include <cstdint>
 #include <string>
@@ -17,14 +17,17 @@ public:
 
     enum class Step {
         frame,      ///< `frame()` holds the next frame
-        fault,      ///< `problem()` says what is wrong with the frame at `place`; reading can go on
+        fault,      ///< `problem()` says what is wrong with the frame; reading can go on
         last_fault, ///< as `fault`, but where the next frame starts is unknown
         failure,    ///< `problem()` says why the file cannot be read
         end,
     };
 
-    /// The descriptor stays the caller's.
-    explicit CaptureReader(int descriptor) : stream_(descriptor) {}
+    /// The file stays the caller's.
+    explicit CaptureReader(InputFile &input)
+        : input_(input)
+    {
+    }
 
     Step next();
 
@@ -33,18 +36,16 @@ public:
     /// The number of the frame, counted from 1, and where its length stands in the file.
     [[nodiscard]] std::uint64_t number() const { return number_; }
     [[nodiscard]] std::uint64_t offset() const { return offset_; }
-    [[nodiscard]] std::uint64_t bytes_read() const { return static_cast<std::uint64_t>(stream_.ByteCount()); }
 
 private:
     enum class Length { whole, truncated, too_large };
 
-    bool at_end();
     Length read_length(std::uint64_t &length);
     void read_body(std::uint64_t length);
-    Step fail();
+    Step cut_short(std::string problem);
     Step fault(std::string problem, Step step);
 
-    google::protobuf::io::FileInputStream stream_;
+    InputFile &input_;
     std::string body_;
     capture::v1::Frame frame_;
     std::string problem_;

@@ -5,7 +5,7 @@ namespace tarnwick::program {
 /// What the program tells its caller. Of several, the largest.
 enum ExitStatus : int {
     done = 0,
-    input_fault = 1,  ///< the input has a fault, said with its place
+    input_fault = 1, ///< the input has a fault, said with its place
     wrong_usage = 2,
     file_failure = 3, ///< a file cannot be read or written
 };

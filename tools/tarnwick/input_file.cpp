@@ -1,13 +1,23 @@
 #include "input_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tarnwick::program {
+namespace {
 
-InputFile::InputFile(std::string const &name)
+constexpr std::size_t buffer_size = 65'536;
+
+} // namespace
+
+InputFile::InputFile(std::string const &name, std::function<void()> before_wait)
     : descriptor_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC))
+    , before_wait_(std::move(before_wait))
+    , buffer_(buffer_size)
 {
     if (descriptor_ < 0 || ::fstat(descriptor_, &status_) != 0)
         error_ = errno;
@@ -24,6 +34,48 @@ InputFile::~InputFile()
 std::uint64_t InputFile::size() const
 {
     return S_ISREG(status_.st_mode) ? static_cast<std::uint64_t>(status_.st_size) : 0;
+}
+
+std::string_view InputFile::take(std::uint64_t limit)
+{
+    if (unread_.empty())
+        read();
+    auto const taken = unread_.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(limit, unread_.size())));
+    unread_.remove_prefix(taken.size());
+    position_ += taken.size();
+    return taken;
+}
+
+bool InputFile::at_end()
+{
+    if (unread_.empty())
+        read();
+    return unread_.empty();
+}
+
+void InputFile::read()
+{
+    while (error_ == 0) {
+        wait();
+        auto const count = ::read(descriptor_, buffer_.data(), buffer_.size());
+        if (count >= 0) {
+            unread_ = {buffer_.data(), static_cast<std::size_t>(count)};
+            return;
+        }
+        if (errno != EINTR && errno != EAGAIN)
+            error_ = errno;
+    }
+}
+
+// What goes wrong with waiting comes back from reading, which follows in any case.
+void InputFile::wait()
+{
+    pollfd input{.fd = descriptor_, .events = POLLIN, .revents = 0};
+    if (::poll(&input, 1, 0) != 0)
+        return;
+    if (before_wait_)
+        before_wait_();
+    ::poll(&input, 1, -1);
 }
 
 } // namespace tarnwick::program

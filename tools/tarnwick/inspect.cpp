@@ -2,6 +2,7 @@
 
 #include "capture_reader.h"
 #include "input_file.h"
+#include "messages.h"
 #include "output.h"
 #include "progress.h"
 #include "record_feed.h"
@@ -10,9 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <unistd.h>
 
@@ -35,13 +34,15 @@ RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 /// The inspection of one capture.
 class Inspection {
 public:
-    Inspection(std::string const &name, InputFile const &file, Output &output, RecordPrinter &printer, RecordFeed &feed)
+    Inspection(std::string const &name, Output &output, RecordPrinter &printer, RecordFeed &feed)
         : name_(name)
         , output_(output)
         , printer_(printer)
         , feed_(feed)
-        , reader_(file.descriptor())
-        , progress_(name, file.size())
+        // Someone may follow a capture that is still being made.
+        , input_(name, [&output] { output.flush(); })
+        , reader_(input_)
+        , progress_(name, input_.size())
     {
     }
 
@@ -58,6 +59,7 @@ private:
     Output &output_;
     RecordPrinter &printer_;
     RecordFeed &feed_;
+    InputFile input_;
     CaptureReader reader_;
     Progress progress_;
     ExitStatus status_ = done;
@@ -71,7 +73,7 @@ ExitStatus Inspection::run()
         step = reader_.next();
         take(step);
         if (progress_.due())
-            progress_.show(reader_.bytes_read());
+            progress_.show(input_.position());
     } while (step == Step::frame || step == Step::fault);
 
     progress_.clear();
@@ -110,11 +112,11 @@ void Inspection::take_frame()
         return;
     }
     printer_.set_origin({name_, reader_.number(), reader_.offset()});
-    auto const problem = feed_.feed(reader_.frame());
-    if (output_.is_terminal()) {
+    if (output_.is_terminal())
         progress_.clear();
+    auto const problem = feed_.feed(reader_.frame());
+    if (output_.is_terminal())
         output_.flush();
-    }
     if (!problem.empty())
         fault(problem);
 }
@@ -124,7 +126,7 @@ void Inspection::say(std::string_view what)
 {
     progress_.clear();
     output_.flush();
-    fmt::print(stderr, "{}: {}\n", name_, what);
+    tell(fmt::format("{}: {}\n", name_, what));
 }
 
 void Inspection::say_of_frame(std::string_view what)
@@ -146,16 +148,8 @@ ExitStatus inspect(InspectOptions const &options)
     RecordPrinter printer(output, style(options, output));
     RecordFeed feed(printer, options.all_records);
     auto status = done;
-    for (auto const &name : options.files) {
-        InputFile const file(name);
-        if (file.error() == 0) {
-            status = std::max(status, Inspection(name, file, output, printer, feed).run());
-        } else {
-            output.flush();
-            fmt::print(stderr, "{}: cannot be read: {}\n", name, std::strerror(file.error()));
-            status = file_failure;
-        }
-    }
+    for (auto const &name : options.files)
+        status = std::max(status, Inspection(name, output, printer, feed).run());
     output.flush();
     return status;
 }

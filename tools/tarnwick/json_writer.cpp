@@ -1,5 +1,6 @@
 #include "json_writer.h"
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 namespace tarnwick::program {
@@ -57,10 +58,24 @@ void JsonWriter::text(QString const &value)
         return;
     }
     auto const utf8 = value.toUtf8();
-    text(std::string_view(utf8.constData(), static_cast<std::size_t>(utf8.size())));
+    string({utf8.constData(), static_cast<std::size_t>(utf8.size())});
 }
 
-void JsonWriter::text(std::string_view utf8)
+void JsonWriter::bytes(std::string_view value)
+{
+    auto const raw = QByteArray::fromRawData(value.data(), static_cast<qsizetype>(value.size()));
+    if (raw.isValidUtf8()) {
+        string(value);
+        return;
+    }
+    auto const base64 = raw.toBase64();
+    json_.StartObject();
+    field("base64");
+    string({base64.constData(), static_cast<std::size_t>(base64.size())});
+    json_.EndObject();
+}
+
+void JsonWriter::string(std::string_view utf8)
 {
     json_.String(utf8.data(), static_cast<rapidjson::SizeType>(utf8.size()));
 }

@@ -29,9 +29,12 @@ public:
     void integer(std::uint64_t value);
     void time(data::TimePair value);
     void text(QString const &value);
-    void text(std::string_view utf8);
+    /// A string where the bytes are UTF-8, otherwise an object that holds them as base64.
+    void bytes(std::string_view value);
 
 private:
+    void string(std::string_view utf8);
+
     rapidjson::StringBuffer buffer_;
     rapidjson::Writer<rapidjson::StringBuffer> json_{buffer_};
 };

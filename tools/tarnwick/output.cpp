@@ -5,14 +5,21 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <poll.h>
 #include <unistd.h>
 
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t buffer_size = 64 * 1024;
+constexpr std::size_t buffer_size = 65'536;
 
 } // namespace
+
+Output::Output(int descriptor)
+    : descriptor_(descriptor)
+    , is_terminal_(::isatty(descriptor) != 0)
+{
+}
 
 void Output::write(std::string_view bytes)
 {
@@ -26,19 +33,17 @@ void Output::flush()
     std::string_view rest = buffer_;
     while (!rest.empty()) {
         auto const written = ::write(descriptor_, rest.data(), rest.size());
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
+        if (written >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EAGAIN) {
+            pollfd output{.fd = descriptor_, .events = POLLOUT, .revents = 0};
+            ::poll(&output, 1, -1);
+        } else if (errno != EINTR) {
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): the program has one thread
             throw WriteError(fmt::format("cannot write the output: {}", std::strerror(errno)));
         }
-        rest.remove_prefix(static_cast<std::size_t>(written));
     }
     buffer_.clear();
-}
-
-bool Output::is_terminal() const
-{
-    return ::isatty(descriptor_) != 0;
 }
 
 } // namespace tarnwick::program

@@ -14,16 +14,17 @@ class WriteError : public std::runtime_error {
 /// Buffered writing to a file descriptor. What is still buffered at destruction is lost: a run that ends well flushes.
 class Output {
 public:
-    explicit Output(int descriptor) : descriptor_(descriptor) {}
+    explicit Output(int descriptor);
 
     /// Both throw `WriteError`.
     void write(std::string_view bytes);
     void flush();
 
-    [[nodiscard]] bool is_terminal() const;
+    [[nodiscard]] bool is_terminal() const { return is_terminal_; }
 
 private:
     int descriptor_;
+    bool is_terminal_;
     std::string buffer_;
 };
 

@@ -1,8 +1,9 @@
 #include "progress.h"
 
+#include "messages.h"
+
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <unistd.h>
 #include <utility>
 
@@ -30,15 +31,14 @@ void Progress::show(std::uint64_t bytes_read)
 {
     next_ = Clock::now() + interval;
     shown_ = true;
-    fmt::print(stderr, "\r\x1b[K{}: {} of {} MB ({}%)", file_, bytes_read / 1'000'000, size_ / 1'000'000,
-               bytes_read * 100 / size_);
+    tell(fmt::format("\r\x1b[K{}: {} of {} MB ({}%)", file_, bytes_read / 1'000'000, size_ / 1'000'000,
+                     bytes_read * 100 / size_));
 }
 
 void Progress::clear()
 {
-    if (!std::exchange(shown_, false))
-        return;
-    std::fputs("\r\x1b[K", stderr);
+    if (std::exchange(shown_, false))
+        tell("\r\x1b[K");
 }
 
 } // namespace tarnwick::program

@@ -5,13 +5,14 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <iterator>
 
 namespace tarnwick::program {
 namespace {
 
+constexpr std::size_t value_column = 17; // from where the name of the field begins
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 
@@ -69,7 +70,8 @@ void ReadableWriter::begin_record(std::string_view /*name*/)
 void ReadableWriter::field(std::string_view name, data::Sense sense)
 {
     sense_ = sense;
-    fmt::format_to(std::back_inserter(out_), "{:{}}{:<16} ", "", 2 * depth_, name);
+    name_size_ = name.size();
+    fmt::format_to(std::back_inserter(out_), "{:{}}{}", "", 2 * depth_, name);
 }
 
 void ReadableWriter::end_record()
@@ -114,7 +116,8 @@ void ReadableWriter::text(QString const &string)
 
 void ReadableWriter::value(std::string_view text)
 {
-    out_.append(text).push_back('\n');
+    auto const gap = std::max(value_column, name_size_ + 1) - name_size_;
+    fmt::format_to(std::back_inserter(out_), "{:{}}{}\n", "", gap, text);
 }
 
 } // namespace tarnwick::program

@@ -15,7 +15,10 @@ namespace tarnwick::program {
 /// Writes records for people: a field a line, points in time as dates, lengths of time in a fitting unit.
 class ReadableWriter {
 public:
-    explicit ReadableWriter(bool color) : color_(color) {}
+    explicit ReadableWriter(bool color)
+        : color_(color)
+    {
+    }
 
     [[nodiscard]] std::string const &text() const { return out_; }
     void clear();
@@ -38,6 +41,7 @@ private:
     bool color_;
     std::string out_;
     std::size_t depth_ = 1;
+    std::size_t name_size_ = 0;
     data::Sense sense_ = data::Sense::plain;
 };
 

@@ -1,16 +1,11 @@
 #include "record_feed.h"
 
+#include "report_parser.h"
+
 #include <tarnwick/data/php/rshutdown.h>
 
 #include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
-
-#include <google/protobuf/io/coded_stream.h>
-
-#include <fmt/format.h>
-
-#include <cstdint>
-#include <string_view>
 
 namespace tarnwick::program {
 namespace {
@@ -24,52 +19,54 @@ using PhpReport = rpc::php::v1::NotifyRequest;
 constexpr std::string_view rpc_dialect = "rpc";
 constexpr std::string_view protobuf_dialect = "protobuf";
 
-bool parse(google::protobuf::MessageLite &message, std::string const &bytes, int max_depth)
-{
-    google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(bytes.data()),
-                                                  static_cast<int>(bytes.size()));
-    stream.SetRecursionLimit(max_depth);
-    return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
-}
-
 } // namespace
-
-// A message on the arena is dropped with it at once: a deep one is not torn down level by level.
-template <class Message, class Build>
-std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
-{
-    std::string problem;
-    auto &message = *google::protobuf::Arena::Create<Message>(&arena_);
-    if (parse(message, bytes, max_depth)) {
-        build(message);
-    } else {
-        // The parser does not say why it stopped; that a roomier limit lets it through does.
-        constexpr int roomy_depth = 4 * max_depth;
-        bool const too_deep = parse(*google::protobuf::Arena::Create<Message>(&arena_), bytes, roomy_depth);
-        auto const name = std::string_view(Message::descriptor()->full_name());
-        problem = too_deep ? fmt::format("its {} is nested deeper than {} messages", name, max_depth)
-                           : fmt::format("its report is not a {}", name);
-    }
-    arena_.Reset();
-    return problem;
-}
 
 std::string RecordFeed::feed(Frame const &frame)
 {
     RequestId const request_id(frame.request_id());
     switch (frame.report_case()) {
     case Frame::kRpcPhp:
-        return parsed<PhpReport>(frame.rpc_php(), [&](PhpReport const &message) {
-            if (all_records_ || message.payload_case() == PhpReport::kRshutdown)
-                printer_.print(*RShutdown(new data::php::detail::RShutdown(message)), rpc_dialect);
-        });
+        return parsed<PhpReport>(frame.rpc_php(), [&](PhpReport const &message) { print_php(message); });
     case Frame::kRshutdown:
-        return parsed<RShutdownData>(frame.rshutdown(), [&](RShutdownData const &message) {
-            printer_.print(*RShutdown(new data::php::detail::RShutdown(message, request_id)), protobuf_dialect);
-        });
-    default:
+        return parsed_into<RShutdownData, RShutdown>(frame.rshutdown(), request_id);
+    default: // a report that feeds none of the records built here
         return {};
     }
+}
+
+void RecordFeed::print_php(PhpReport const &message)
+{
+    auto const feeds = [&](PhpReport::PayloadCase payload) {
+        return all_records_ || message.payload_case() == payload;
+    };
+    if (feeds(PhpReport::kRshutdown))
+        print<RShutdown>(rpc_dialect, message);
+}
+
+// A message on the arena is dropped with it at once: a deep one is not torn down level by level.
+template <class Message, class Build>
+std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
+{
+    auto &message = *google::protobuf::Arena::Create<Message>(&arena_);
+    auto problem = parse_report(message, bytes, max_depth);
+    if (problem.empty())
+        build(message);
+    arena_.Reset();
+    return problem;
+}
+
+template <class Message, class Record>
+std::string RecordFeed::parsed_into(std::string const &bytes, RequestId request_id)
+{
+    return parsed<Message>(bytes,
+                           [&](Message const &message) { print<Record>(protobuf_dialect, message, request_id); });
+}
+
+template <class Record, class... Parts>
+void RecordFeed::print(std::string_view dialect, Parts const &...parts)
+{
+    Record const record(new typename Record::Pointer::Type(parts...));
+    printer_.print(*record, dialect);
 }
 
 } // namespace tarnwick::program

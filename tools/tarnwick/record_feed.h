@@ -3,10 +3,16 @@
 #include "record_printer.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
+#include <tarnwick/data/php/request_id.h>
 
 #include <google/protobuf/arena.h>
 
 #include <string>
+#include <string_view>
+
+namespace tarnwick::rpc::php::v1 {
+class NotifyRequest;
+}
 
 namespace tarnwick::program {
 
@@ -18,14 +24,26 @@ public:
     static constexpr int max_depth = 1600;
 
     /// `all_records`: every record of the report's family, whatever the report's case.
-    RecordFeed(RecordPrinter &printer, bool all_records) : printer_(printer), all_records_(all_records) {}
+    RecordFeed(RecordPrinter &printer, bool all_records)
+        : printer_(printer)
+        , all_records_(all_records)
+    {
+    }
 
     /// Says what is wrong with the report; nothing when its records are printed.
     [[nodiscard]] std::string feed(capture::v1::Frame const &frame);
 
 private:
+    /// Calls `build` with the message.
     template <class Message, class Build>
     std::string parsed(std::string const &bytes, Build &&build);
+    /// A message of the protobuf dialect that feeds one record.
+    template <class Message, class Record>
+    std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);
+    void print_php(rpc::php::v1::NotifyRequest const &message);
+    /// Builds a record of a message, and of what travels beside it, and prints it.
+    template <class Record, class... Parts>
+    void print(std::string_view dialect, Parts const &...parts);
 
     RecordPrinter &printer_;
     bool all_records_;

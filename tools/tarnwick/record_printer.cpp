@@ -8,17 +8,17 @@ void RecordPrinter::begin_json(std::string_view name, std::string_view dialect)
 {
     json_.begin_record(name);
     json_.field("record");
-    json_.text(name);
+    json_.bytes(name);
     if (style_.name_files) {
         json_.field("file");
-        json_.text(std::string_view(origin_.file));
+        json_.bytes(origin_.file);
     }
     json_.field("frame");
     json_.integer(origin_.frame);
     json_.field("offset");
     json_.integer(origin_.offset);
     json_.field("dialect");
-    json_.text(dialect);
+    json_.bytes(dialect);
 }
 
 void RecordPrinter::end_json()

@@ -8,15 +8,13 @@
 #include <tarnwick/data/walk.h>
 
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <string_view>
 
 namespace tarnwick::program {
 
 /// Where a record comes from.
 struct Origin {
-    std::string file; ///< as named on the command line
+    std::string_view file; ///< as named on the command line
     std::uint64_t frame = 0;
     std::uint64_t offset = 0;
 };
@@ -30,10 +28,15 @@ public:
         bool name_files = false; ///< several files are read
     };
 
-    RecordPrinter(Output &output, Style style) : output_(output), style_(style), readable_(style.color) {}
+    RecordPrinter(Output &output, Style style)
+        : output_(output)
+        , style_(style)
+        , readable_(style.color)
+    {
+    }
 
     /// The frame that the records printed from now on come from.
-    void set_origin(Origin origin) { origin_ = std::move(origin); }
+    void set_origin(Origin origin) { origin_ = origin; }
 
     template <data::Described Record>
     void print(Record const &record, std::string_view dialect)

@@ -1,0 +1,105 @@
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+TEST(CommandLine, RefusesWrongUsageWithStatus2)
+{
+    std::string const usage = "usage: tarnwick COMMAND [OPTION...]\n--help tells more.\n";
+    std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\n--help tells more.\n";
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string err;
+    };
+    Case const cases[] = {
+        {{}, "tarnwick: A subcommand is required\n" + usage},
+        {{"look"}, "tarnwick: there is no command 'look'\n" + usage},
+        {{"--colour"}, "tarnwick: there is no command '--colour'\n" + usage},
+        {{"inspect", "--colour"}, "tarnwick: The following argument was not expected: --colour\n" + inspect_usage},
+        {{"inspect", "--format=yaml"}, "tarnwick: 'yaml' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"inspect", "--format", "1"}, "tarnwick: '1' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"inspect", "--format"}, "tarnwick: --format: 1 required auto|text|jsonl missing\n" + inspect_usage},
+        {{"inspect", "--color=red"}, "tarnwick: 'red' is none of auto|always|never\n" + inspect_usage},
+    };
+    for (auto const &[arguments, err] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        auto const outcome = run({.arguments = arguments}, request_end(1));
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, err);
+    }
+}
+
+TEST(CommandLine, AnswersOnStandardOutput)
+{
+    for (auto const &arguments : {std::vector<std::string>{"--version"}, {"inspect", "--version"}}) {
+        auto const outcome = run({.arguments = arguments});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.out, MatchesRegex("tarnwick [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+        EXPECT_EQ(outcome.err, "");
+    }
+    auto const help = run({.arguments = {"--help"}});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, HasSubstr("usage: tarnwick COMMAND [OPTION...]\n"));
+    EXPECT_THAT(help.out, HasSubstr("  inspect "));
+    EXPECT_EQ(help.err, "");
+}
+
+TEST(CommandLine, TellsWhatInspectTakes)
+{
+    auto const help = run({.arguments = {"inspect", "--help"}});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    for (auto const *said :
+         {"usage: tarnwick inspect [OPTION...] [FILE...]\n", "--format auto|text|jsonl ", "--color auto|always|never ",
+          "--all-records ", "more than 1600 messages", "Exit status: 0 done, 1 a capture has a fault ",
+          "\n3 a file cannot be read or written.\n"})
+        EXPECT_THAT(help.out, HasSubstr(said));
+    EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no value that stands for a word";
+}
+
+TEST(CommandLine, SaysThatAnAnswerCannotBeWritten)
+{
+    auto const outcome = run({.arguments = {"--help"}, .out = Sink::full_disk});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: No space left on device\n");
+}
+
+TEST(CommandLine, LetsTheLastOfRepeatedOptionsCount)
+{
+    TemporaryFile const capture(request_end(1));
+    EXPECT_THAT(inspect({"--format=text", "--format=jsonl", capture.name()}).out, testing::StartsWith("{"));
+    EXPECT_THAT(inspect({"--format=jsonl", capture.name(), "--format=text"}).out, testing::StartsWith("php."));
+}
+
+TEST(CommandLine, TakesAnyFileName)
+{
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string name;
+    };
+    Case const cases[] = {
+        {{"a b,c"}, "a b,c"},
+        {{"inspect"}, "inspect"},
+        {{"--", "--help"}, "--help"},
+        {{""}, ""},
+    };
+    for (auto const &[arguments, name] : cases) {
+        auto const outcome = inspect(arguments);
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.err, name + ": cannot be read: No such file or directory\n");
+    }
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,231 @@
+// What `tarnwick inspect` makes of files of all kinds: what it prints, what it says, with which status it ends.
+
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <tarnwick/qstring_format.h>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::IsEmpty;
+
+/// The records that were printed, each as its frame's number, offset and request.
+std::vector<std::string> records(std::string const &jsonl)
+{
+    std::vector<std::string> found;
+    std::istringstream lines(jsonl);
+    for (std::string line; std::getline(lines, line);) {
+        auto const document = QJsonDocument::fromJson(QByteArray::fromStdString(line));
+        EXPECT_TRUE(document.isObject()) << line;
+        auto const integer = [&](char const *name) {
+            return document.object().value(QLatin1StringView(name)).toInteger(-1);
+        };
+        found.push_back(fmt::format("{} at {}: {}", integer("frame"), integer("offset"), integer("request_id")));
+    }
+    return found;
+}
+
+struct Capture {
+    std::string name;
+    std::string bytes;
+    int status;
+    std::vector<std::string> records;
+    std::string err; ///< FILE stands for the file's name
+};
+
+void PrintTo(Capture const &value, std::ostream *out)
+{
+    *out << value.name;
+}
+
+class InspectReads : public testing::TestWithParam<Capture> {
+protected:
+    static void expect(Outcome const &outcome, std::string const &name)
+    {
+        EXPECT_EQ(outcome.status, GetParam().status);
+        EXPECT_EQ(records(outcome.out), GetParam().records);
+        auto err = GetParam().err;
+        for (std::size_t at = 0; (at = err.find("FILE", at)) != std::string::npos; at += name.size())
+            err.replace(at, 4, name);
+        EXPECT_EQ(outcome.err, err);
+    }
+};
+
+TEST_P(InspectReads, AFile)
+{
+    TemporaryFile const capture(GetParam().bytes);
+    expect(inspect({capture.name()}), capture.name());
+}
+
+TEST_P(InspectReads, StandardInput)
+{
+    expect(inspect({}, GetParam().bytes), "-");
+    expect(inspect({"-"}, GetParam().bytes), "-");
+}
+
+std::string const good = request_end(1); // 9 bytes
+std::string const bad = delimited("\xff\xff\xff");
+std::string const unknown_report = delimited("\x08\x05" + field_head(99, 2) + "ab");
+
+char const *const not_utf8 =
+    R"(rshutdown { superglobals { elements { value { object_value { class_name: "\377" } } } } })";
+
+INSTANTIATE_TEST_SUITE_P(
+    Captures, InspectReads,
+    testing::Values(Capture{"OfGoodFrames", good + request_end(2), 0, {"1 at 0: 1", "2 at 9: 2"}, ""},
+                    Capture{"WithFramesThatDoNotParse",
+                            good + bad + good + std::string(1, '\0') + request_end(9),
+                            1,
+                            {"1 at 0: 1", "3 at 13: 1", "5 at 23: 9"},
+                            "FILE: frame 2 at byte 9: this is not a frame\n"
+                            "FILE: frame 4 at byte 22: the length of this frame is 0\n"},
+                    Capture{"ThatStartWithAFrameThatDoesNotParse",
+                            bad + good,
+                            1,
+                            {"2 at 4: 1"},
+                            "FILE: frame 1 at byte 0: this is not a frame\n"},
+                    Capture{"WithAReportThatDoesNotParse",
+                            good + delimited(rpc_php_frame("\xff")) + good,
+                            1,
+                            {"1 at 0: 1", "3 at 13: 1"},
+                            "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"},
+                    Capture{"WithAReportThatIsNestedTooDeep",
+                            good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
+                            1,
+                            {"1 at 0: 1",
+                             fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
+                            "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 "
+                            "messages in each other\n"},
+                    Capture{"WithAReportAsDeepAsPhpSendsThem",
+                            delimited(rpc_php_frame(nested_report(2 + 3 * 64))),
+                            0,
+                            {"1 at 0: 0"},
+                            ""},
+                    Capture{"WithAReportFromLaterTimes",
+                            good + unknown_report + good,
+                            0,
+                            {"1 at 0: 1", "3 at 17: 1"},
+                            "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
+                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0, {"1 at 0: 0"}, ""},
+                    Capture{"TruncatedInAFrame",
+                            good + good.substr(0, 5),
+                            1,
+                            {"1 at 0: 1"},
+                            "FILE: frame 2 at byte 9: the file ends inside this frame, after 4 of its 8 bytes\n"},
+                    Capture{"TruncatedInALength",
+                            good + "\x80",
+                            1,
+                            {"1 at 0: 1"},
+                            "FILE: frame 2 at byte 9: the file ends inside the length of this frame\n"},
+                    Capture{"WithALengthOver1GiB",
+                            good + varint((std::uint64_t{1} << 30) + 1) + good,
+                            1,
+                            {"1 at 0: 1"},
+                            "FILE: frame 2 at byte 9: the length of this frame is over 1 GiB\n"},
+                    Capture{"WithoutABeginning", "", 1, {}, "FILE: is empty: a capture has at least one frame\n"},
+                    Capture{"ThatAreText",
+                            "To whom it may concern\n",
+                            1,
+                            {},
+                            "FILE: frame 1 at byte 0: the file ends inside this frame, after 22 of its 84 bytes\n"
+                            "FILE: is no capture: no frame of it can be read\n"},
+                    Capture{"ThatArePictures",
+                            "\x89PNG\r\n\x1a\n" + std::string("\0\0\0\rIHDR", 8),
+                            1,
+                            {},
+                            "FILE: frame 1 at byte 0: the file ends inside this frame, after 14 of its 10249 bytes\n"
+                            "FILE: is no capture: no frame of it can be read\n"},
+                    Capture{"ThatAreZeroes",
+                            std::string(2, '\0'),
+                            1,
+                            {},
+                            "FILE: frame 1 at byte 0: the length of this frame is 0\n"
+                            "FILE: frame 2 at byte 1: the length of this frame is 0\n"
+                            "FILE: is no capture: no frame of it can be read\n"}),
+    [](auto const &of) { return of.param.name; });
+
+TEST(Inspect, SaysWhyAFileCannotBeRead)
+{
+    TemporaryFile const secret(good);
+    ASSERT_EQ(::chmod(secret.name().c_str(), 0), 0);
+    struct Case {
+        std::string file;
+        std::string reason;
+    };
+    Case const cases[] = {
+        {testing::TempDir(), "Is a directory"},
+        {"/no/such/file", "No such file or directory"},
+        {secret.name(), "Permission denied"},
+        {"/proc/self/mem", "Input/output error"},
+    };
+    for (auto const &[file, reason] : cases) {
+        auto const outcome = run({.arguments = {"inspect", file}, .obeys_permissions = true});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, fmt::format("{}: cannot be read: {}\n", file, reason));
+    }
+}
+
+TEST(Inspect, PrintsWhatCameBeforeAFailureOfTheInput)
+{
+    // A terminal that its other side has left gives what was written, then an error.
+    detail::Terminal terminal;
+    write_all(terminal.slave, good + good.substr(0, 5));
+    terminal.slave.reset();
+    auto const outcome = run({.arguments = {"inspect"}, .in = terminal.master});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(records(outcome.out), testing::ElementsAre("1 at 0: 1"));
+    EXPECT_EQ(outcome.err, "-: cannot be read: Input/output error\n");
+}
+
+TEST(Inspect, GoesOnBehindAFileWithAFault)
+{
+    TemporaryFile const first(good);
+    TemporaryFile const faulty(bad);
+    TemporaryFile const last(request_end(3));
+    std::string const missing = "/no/such/file";
+
+    auto const outcome = inspect({first.name(), faulty.name(), last.name()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(records(outcome.out), testing::ElementsAre("1 at 0: 1", "1 at 0: 3"));
+    EXPECT_EQ(outcome.err, faulty.name() + ": frame 1 at byte 0: this is not a frame\n" + faulty.name() +
+                               ": is no capture: no frame of it can be read\n");
+
+    auto const outcome_of_worse = inspect({first.name(), missing, faulty.name(), last.name()});
+    EXPECT_EQ(outcome_of_worse.status, 3);
+    EXPECT_THAT(records(outcome_of_worse.out), testing::ElementsAre("1 at 0: 1", "1 at 0: 3"));
+    EXPECT_EQ(outcome_of_worse.err, missing + ": cannot be read: No such file or directory\n" + outcome.err);
+}
+
+TEST(Inspect, NamesTheFilesWhenThereAreSeveral)
+{
+    TemporaryFile const file(good);
+    EXPECT_THAT(inspect({file.name()}).out, Not(testing::HasSubstr(R"("file":)")));
+    auto const both = inspect({file.name(), "-"}, good).out;
+    EXPECT_THAT(both, testing::StartsWith(R"({"record":"php.RShutdown","file":")" + file.name() + R"(","frame":1,)"));
+    EXPECT_THAT(both, testing::HasSubstr(R"({"record":"php.RShutdown","file":"-","frame":1,)"));
+}
+
+TEST(Inspect, BuildsAllRecordsWhenAsked)
+{
+    TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } rinit { }")));
+    EXPECT_THAT(records(inspect({file.name()}).out), IsEmpty());
+    EXPECT_THAT(records(inspect({"--all-records", file.name()}).out), testing::ElementsAre("1 at 0: 4"));
+}
+
+} // namespace
+} // namespace tarnwick::test

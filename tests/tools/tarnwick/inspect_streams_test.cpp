@@ -1,0 +1,218 @@
+// How `tarnwick inspect` behaves towards pipes, terminals and outputs that cannot be written.
+
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <thread>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST(InspectStreams, PrintsTheRecordsOfAFrameBeforeTheNextFrameComes)
+{
+    Program program({.arguments = {"inspect"}});
+    for (std::uint64_t id = 1; id <= 3; ++id) {
+        program.write(request_end(id));
+        EXPECT_THAT(program.read_line(), HasSubstr("\"request_id\":" + std::to_string(id) + ","));
+    }
+    // Also when the next frame has begun.
+    program.write(request_end(4) + "\x80");
+    EXPECT_THAT(program.read_line(), HasSubstr("\"request_id\":4,"));
+    program.close_input();
+    auto const outcome = program.finish();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, EndsWith("the file ends inside the length of this frame\n"));
+}
+
+TEST(InspectStreams, KeepsRecordsAndMessagesInTheOrderOfTheCapture)
+{
+    auto const capture = request_end(1) + delimited("\xff") + request_end(2);
+    auto const outcome = run({.arguments = {"inspect"}, .err = Sink::output}, capture);
+    auto const first = outcome.out.find("\"request_id\":1,");
+    auto const message = outcome.out.find("}\n-: frame 2 at byte 9: this is not a frame\n{");
+    auto const second = outcome.out.find("\"request_id\":2,");
+    ASSERT_NE(second, std::string::npos) << outcome.out;
+    EXPECT_LT(first, message);
+    EXPECT_LT(message, second);
+}
+
+TEST(InspectStreams, SaysThatTheOutputCannotBeWritten)
+{
+    struct Case {
+        Sink out;
+        std::string reason;
+    };
+    Case const cases[] = {
+        {Sink::full_disk, "No space left on device"},
+        {Sink::nobody, "Broken pipe"},
+        {Sink::closed, "Bad file descriptor"},
+    };
+    for (auto const &[out, reason] : cases) {
+        auto const outcome = run({.arguments = {"inspect"}, .out = out}, request_end(1));
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: " + reason + "\n");
+    }
+}
+
+TEST(InspectStreams, IgnoresThatMessagesCannotBeWritten)
+{
+    for (auto const err : {Sink::full_disk, Sink::nobody, Sink::closed}) {
+        auto const outcome = run({.arguments = {"inspect"}, .err = err}, delimited("\xff") + request_end(1));
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.out, HasSubstr("\"request_id\":1,"));
+    }
+}
+
+TEST(InspectStreams, WritesTextOnATerminalAndJsonElsewhereUnlessTold)
+{
+    struct Case {
+        Sink out;
+        std::string format;
+        std::string begin;
+    };
+    Case const cases[] = {
+        {Sink::terminal, "auto", "\x1b[1;36mphp.RShutdown"}, {Sink::terminal, "text", "\x1b[1;36mphp.RShutdown"},
+        {Sink::terminal, "jsonl", "{\"record\":"},           {Sink::test, "auto", "{\"record\":"},
+        {Sink::test, "text", "php.RShutdown  frame 1"},      {Sink::test, "jsonl", "{\"record\":"},
+    };
+    for (auto const &[out, format, begin] : cases) {
+        auto const outcome = run({.arguments = {"inspect", "--format=" + format}, .out = out}, request_end(1));
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.out, StartsWith(begin)) << format;
+    }
+    EXPECT_THAT(run({.arguments = {"inspect"}, .out = Sink::terminal}, request_end(1)).out, StartsWith("\x1b["));
+    EXPECT_THAT(run({.arguments = {"inspect"}}, request_end(1)).out, StartsWith("{"));
+}
+
+TEST(InspectStreams, ColoursTextOnATerminalUnlessTold)
+{
+    struct Case {
+        Sink out;
+        std::string color;
+        std::string environment;
+        bool coloured;
+    };
+    Case const cases[] = {
+        {Sink::terminal, "auto", "ANY=", true},
+        {Sink::terminal, "auto", "NO_COLOR=1", false},
+        {Sink::terminal, "auto", "NO_COLOR=", true}, // empty is as good as unset
+        {Sink::terminal, "always", "NO_COLOR=1", true},
+        {Sink::terminal, "never", "ANY=", false},
+        {Sink::test, "auto", "ANY=", false},
+        {Sink::test, "always", "ANY=", true},
+        {Sink::test, "always", "NO_COLOR=1", true},
+        {Sink::test, "never", "ANY=", false},
+    };
+    for (auto const &[out, color, environment, coloured] : cases) {
+        auto const outcome = run(
+            {.arguments = {"inspect", "--format=text", "--color=" + color}, .out = out, .environment = {environment}},
+            request_end(1));
+        EXPECT_THAT(outcome.out, StartsWith(coloured ? "\x1b[1;36mphp.RShutdown" : "php.RShutdown"))
+            << color << ' ' << environment;
+    }
+}
+
+/// Frames that print nothing, `size` bytes together, then one that prints a record.
+std::string capture_of_size(std::size_t size)
+{
+    auto const end = request_end(1);
+    std::string capture;
+    for (constexpr std::size_t part = 1'000'000; size - capture.size() > 2 * part;)
+        capture += delimited(rpc_php_frame(padding(part)));
+    // What is around the last padding is as long as for a padding of about its size.
+    auto const rest = size - capture.size() - end.size();
+    auto const around = delimited(rpc_php_frame(padding(rest - 20))).size() - (rest - 20);
+    return capture + delimited(rpc_php_frame(padding(rest - around))) + end;
+}
+
+TEST(InspectStreams, ShowsProgressOnATerminalForFilesOver10Mb)
+{
+    TemporaryFile const large(capture_of_size(10'000'001));
+    std::string const clear = "\r\x1b[K";
+
+    auto const outcome = run({.arguments = {"inspect", large.name()}, .err = Sink::terminal});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, StartsWith("{\"record\":"));
+    EXPECT_THAT(outcome.err, testing::MatchesRegex("(\r\x1b\\[K[^\r\n]*: [0-9]+ of 10 MB \\([0-9]+%\\))+\r\x1b\\[K"));
+    EXPECT_THAT(outcome.err, StartsWith(clear + large.name() + ": "));
+}
+
+TEST(InspectStreams, ShowsNoProgressElsewhere)
+{
+    TemporaryFile const large(capture_of_size(10'000'001));
+    TemporaryFile const small(capture_of_size(10'000'000));
+    EXPECT_EQ(run({.arguments = {"inspect", large.name()}}).err, "");
+    EXPECT_EQ(run({.arguments = {"inspect", small.name()}, .err = Sink::terminal}).err, "");
+    EXPECT_EQ(run({.arguments = {"inspect"}, .err = Sink::terminal}, capture_of_size(10'000'001)).err, "");
+}
+
+TEST(InspectStreams, TakesTheProgressLineAwayBeforeItPrintsAnythingElse)
+{
+    TemporaryFile const large(capture_of_size(11'000'000) + delimited("\xff"));
+    auto const outcome =
+        run({.arguments = {"inspect", "--color=never", large.name()}, .out = Sink::terminal, .err = Sink::output});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, HasSubstr("%)\r\x1b[Kphp.RShutdown  frame "));
+    EXPECT_THAT(outcome.out, EndsWith(": this is not a frame\n"));
+    EXPECT_THAT(outcome.out, Not(testing::ContainsRegex("%\\)[^\r]")));
+}
+
+/// The most memory, in kB, that it takes to print `megabytes` of frames from a pipe.
+std::int64_t memory_for(std::size_t megabytes)
+{
+    constexpr std::size_t frames_in_a_part = 250;
+    std::string part;
+    for (std::size_t i = 0; i < frames_in_a_part; ++i) {
+        auto const frame = rpc_php_frame(field_head(PhpReport::kRshutdownFieldNumber, 0) + padding(4'000));
+        part += delimited(frame);
+    }
+    Program program({.arguments = {"inspect"}});
+    std::thread writer([&] {
+        for (std::size_t i = 0; i < megabytes; ++i)
+            program.write(part);
+    });
+    program.skip_lines(megabytes * frames_in_a_part);
+    writer.join();
+    // Everything is printed, the input is still open: the program waits.
+    auto const memory = program.memory("VmHWM");
+    program.close_input();
+    auto const outcome = program.finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "");
+    return memory;
+}
+
+TEST(InspectStreams, ReadsAPipeOfAnySizeInConstantMemory)
+{
+    constexpr std::int64_t tolerance = 8'192;
+    auto const of_small = memory_for(20);
+    EXPECT_LT(memory_for(200), of_small + tolerance);
+}
+
+TEST(InspectStreams, TakesMemoryForWhatItReadsNotForWhatALengthClaims)
+{
+    auto const memory_with = [](std::string const &rest) {
+        Program program({.arguments = {"inspect"}});
+        program.write(request_end(1) + rest);
+        // Written out when nothing more is there to read.
+        EXPECT_THAT(program.read_line(), StartsWith("{"));
+        auto const memory = program.memory("VmPeak");
+        program.close_input();
+        program.finish();
+        return memory;
+    };
+    constexpr std::int64_t half_a_gib = 524'288;
+    EXPECT_LT(memory_with(varint(std::uint64_t{1} << 30) + "abc"), memory_with({}) + half_a_gib);
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,145 @@
+#include "readable_writer.h"
+
+#include <tarnwick/data/php/source_location.h>
+#include <tarnwick/data/walk.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QString>
+
+#include <limits>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::program {
+namespace {
+
+using data::Sense;
+using namespace std::string_literals;
+
+/// A record's field that is written by `write`, without the indent and the name.
+template <class Write>
+std::string value(Sense sense, Write &&write)
+{
+    ReadableWriter writer(false);
+    writer.field("x", sense);
+    write(writer);
+    std::string const before = "  x                ";
+    auto const &text = writer.text();
+    EXPECT_TRUE(text.starts_with(before) && text.ends_with("\n")) << text;
+    return text.substr(before.size(), text.size() - before.size() - 1);
+}
+
+std::string time(Sense sense, data::TimePair pair)
+{
+    return value(sense, [&](ReadableWriter &writer) { writer.time(pair); });
+}
+
+std::string text(QString const &string)
+{
+    return value(Sense::plain, [&](ReadableWriter &writer) { writer.text(string); });
+}
+
+TEST(ReadableWriter, WritesPointsInTimeAsDatesWhereThereIsOne)
+{
+    struct Case {
+        data::TimePair time;
+        std::string text;
+    };
+    Case const cases[] = {
+        {{0, 0}, "1970-01-01 00:00:00.000000000 UTC"},
+        {{1'700'000'000, 5'000'000}, "2023-11-14 22:13:20.005000000 UTC"},
+        {{951'782'400, 999'999'999}, "2000-02-29 00:00:00.999999999 UTC"},
+        {{253'402'300'799, 999'999'999}, "9999-12-31 23:59:59.999999999 UTC"},
+        {{253'402'300'800, 0}, "253402300800 s, 0 ns"},
+        {{-1, 0}, "-1 s, 0 ns"},
+        {{1, -1}, "1 s, -1 ns"},
+        {{1, 1'000'000'000}, "1 s, 1000000000 ns"},
+        {{std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int32_t>::min()},
+         "9223372036854775807 s, -2147483648 ns"},
+    };
+    for (auto const &[pair, expected] : cases)
+        EXPECT_EQ(time(Sense::instant, pair), expected);
+}
+
+TEST(ReadableWriter, WritesLengthsOfTimeInAFittingUnitWithAllDigits)
+{
+    struct Case {
+        data::TimePair time;
+        std::string text;
+    };
+    Case const cases[] = {
+        {{0, 0}, "0.000 µs"},
+        {{0, 1}, "0.001 µs"},
+        {{0, 999'999}, "999.999 µs"},
+        {{0, 1'000'000}, "1.000000 ms"},
+        {{0, 999'999'999}, "999.999999 ms"},
+        {{1, 0}, "1.000000000 s"},
+        {{90'061, 7}, "90061.000000007 s"},
+        {{-1, 0}, "-1 s, 0 ns"},
+        {{0, -500'000'000}, "0 s, -500000000 ns"},
+        {{0, 1'000'000'000}, "0 s, 1000000000 ns"},
+    };
+    for (auto const &[pair, expected] : cases)
+        EXPECT_EQ(time(Sense::span, pair), expected);
+}
+
+TEST(ReadableWriter, WritesOtherTimesAsStored)
+{
+    EXPECT_EQ(time(Sense::plain, {1, 5}), "1 s, 5 ns");
+}
+
+TEST(ReadableWriter, WritesTextsInQuotesWithEscapes)
+{
+    EXPECT_EQ(text(QString()), "-");
+    EXPECT_EQ(text(QStringLiteral("")), R"("")");
+    EXPECT_EQ(text(QStringLiteral("-")), R"("-")");
+    EXPECT_EQ(text(QStringLiteral("Grüße \"x\"\n")), R"("Grüße \"x\"\n")");
+    EXPECT_EQ(text(QStringLiteral("\x1b[31m")), R"("\x1b[31m")"); // no report colours a terminal
+    EXPECT_EQ(text(QString::fromUtf8("a\0b"s)), R"("a\x00b")");
+}
+
+TEST(ReadableWriter, WritesIntegersWithAllDigits)
+{
+    auto const integer = [](auto number) {
+        return value(Sense::plain, [=](ReadableWriter &writer) { writer.integer(number); });
+    };
+    EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
+    EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
+}
+
+TEST(ReadableWriter, IndentsWhatARecordHolds)
+{
+    ReadableWriter writer(false);
+    writer.field("location", Sense::plain);
+    data::walk(writer, data::php::SourceLocation(QStringLiteral("a.php"), 17, 0));
+    writer.field("no_location", Sense::plain);
+    writer.absent();
+    EXPECT_EQ(writer.text(), R"(  location
+    file             "a.php"
+    line             17
+    line_extra       0
+  no_location      -
+)");
+}
+
+TEST(ReadableWriter, KeepsALongNameApartFromItsValue)
+{
+    ReadableWriter writer(false);
+    writer.field("a_name_of_twenty_five_sig", Sense::plain);
+    writer.absent();
+    EXPECT_EQ(writer.text(), "  a_name_of_twenty_five_sig -\n");
+}
+
+TEST(ReadableWriter, ColoursTheHeadlineOnlyWhenAsked)
+{
+    ReadableWriter plain(false);
+    plain.headline("php.RShutdown", "frame 1");
+    EXPECT_EQ(plain.text(), "php.RShutdown  frame 1\n");
+    ReadableWriter coloured(true);
+    coloured.headline("php.RShutdown", "frame 1");
+    EXPECT_EQ(coloured.text(), "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2mframe 1\x1b[0m\n");
+}
+
+} // namespace
+} // namespace tarnwick::program

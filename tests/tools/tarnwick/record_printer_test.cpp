@@ -1,0 +1,100 @@
+#include "record_printer.h"
+
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/files.h"
+
+#include <tarnwick/data/php/rshutdown.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tarnwick::program {
+namespace {
+
+using data::php::RequestId;
+using RShutdown = data::php::detail::RShutdown;
+
+template <class Record>
+std::string printed(RecordPrinter::Style style, Origin origin, Record const &record, std::string_view dialect)
+{
+    test::MemoryFile const file;
+    Output output(file.descriptor());
+    RecordPrinter printer(output, style);
+    printer.set_origin(origin);
+    printer.print(record, dialect);
+    output.flush();
+    return file.content();
+}
+
+RShutdown const from_rpc(test::from_text<test::PhpReport>(R"(
+    request_id { id: 18446744073709551615 }
+    timestamp { seconds: 1700000000 nanos: 5 }
+    rshutdown {
+        duration { seconds: -9223372036854775808 nanos: -1 }
+        response { status: -2147483648 }
+        memory { value_0: 9223372036854775807 value_1: -9223372036854775808 value_2: 1 }
+    })"));
+RShutdown const from_protobuf(test::from_text<test::RShutdownData>(R"(
+    duration { nanos: 5000000 } response_status: 200 memory_0: 1 memory_1: 2 memory_2: 3)"),
+                              RequestId(7));
+
+TEST(RecordPrinter, WritesAJsonLineOfEitherDialect)
+{
+    EXPECT_EQ(printed({.json = true}, {"a.tnw", 12, 3456}, from_rpc, "rpc"),
+              R"({"record":"php.RShutdown","frame":12,"offset":3456,"dialect":"rpc",)"
+              R"("request_id":18446744073709551615,"timestamp":{"seconds":1700000000,"nanos":5},)"
+              R"("duration":{"seconds":-9223372036854775808,"nanos":-1},"response_status":-2147483648,)"
+              R"("memory_0":9223372036854775807,"memory_1":-9223372036854775808,"memory_2":1})"
+              "\n");
+    EXPECT_EQ(printed({.json = true}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"),
+              R"({"record":"php.RShutdown","frame":1,"offset":0,"dialect":"protobuf",)"
+              R"("request_id":7,"timestamp":{"seconds":0,"nanos":0},)"
+              R"("duration":{"seconds":0,"nanos":5000000},"response_status":200,)"
+              R"("memory_0":1,"memory_1":2,"memory_2":3})"
+              "\n");
+}
+
+TEST(RecordPrinter, NamesTheFileBehindTheRecord)
+{
+    RecordPrinter::Style const style{.json = true, .name_files = true};
+    EXPECT_TRUE(printed(style, {"dir/a \"b\".tnw", 1, 0}, from_protobuf, "protobuf")
+                    .starts_with(R"({"record":"php.RShutdown","file":"dir/a \"b\".tnw","frame":1,"offset":0,)"));
+    EXPECT_TRUE(printed(style, {"\xff.tnw", 1, 0}, from_protobuf, "protobuf")
+                    .starts_with(R"({"record":"php.RShutdown","file":{"base64":"/y50bnc="},"frame":1,)"));
+}
+
+TEST(RecordPrinter, WritesTextForPeople)
+{
+    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf
+  request_id       7
+  timestamp        1970-01-01 00:00:00.000000000 UTC
+  duration         5.000000 ms
+  response_status  200
+  memory_0         1
+  memory_1         2
+  memory_2         3
+
+)");
+    EXPECT_TRUE(printed({.name_files = true}, {"a.tnw", 1, 20}, from_rpc, "rpc")
+                    .starts_with("php.RShutdown  a.tnw: frame 1 at byte 20, rpc\n"));
+    EXPECT_TRUE(
+        printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
+}
+
+TEST(RecordPrinter, PrintsOneRecordBehindTheOther)
+{
+    for (bool const json : {true, false}) {
+        test::MemoryFile const file;
+        Output output(file.descriptor());
+        RecordPrinter printer(output, {.json = json});
+        printer.print(from_rpc, "rpc");
+        printer.print(from_protobuf, "protobuf");
+        output.flush();
+        EXPECT_EQ(file.content(), printed({.json = json}, {}, from_rpc, "rpc") +
+                                      printed({.json = json}, {}, from_protobuf, "protobuf"));
+    }
+}
+
+} // namespace
+} // namespace tarnwick::program

@@ -1,0 +1,95 @@
+#pragma once
+
+// Captures made by tests.
+
+#include "support/textproto.h"
+
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+#include <tarnwick/capture/v1/capture.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::test {
+
+using capture::v1::Frame;
+using PhpReport = rpc::php::v1::NotifyRequest;
+using pelorin::protobuf::PelorinPHP::RShutdownData;
+
+inline std::string varint(std::uint64_t value)
+{
+    std::string bytes;
+    for (; value >= 0x80; value >>= 7)
+        bytes.push_back(static_cast<char>(value | 0x80));
+    bytes.push_back(static_cast<char>(value));
+    return bytes;
+}
+
+inline std::string delimited(std::string const &body)
+{
+    return varint(body.size()) + body;
+}
+
+inline std::string delimited(Frame const &frame)
+{
+    return delimited(frame.SerializeAsString());
+}
+
+inline Frame rpc_php_frame(std::string const &report)
+{
+    Frame frame;
+    frame.set_rpc_php(report);
+    return frame;
+}
+
+inline Frame rpc_php_frame_of(std::string const &textproto)
+{
+    return rpc_php_frame(from_text<PhpReport>(textproto).SerializeAsString());
+}
+
+inline Frame rshutdown_frame_of(std::uint64_t request_id, std::string const &textproto)
+{
+    Frame frame;
+    frame.set_request_id(request_id);
+    frame.set_rshutdown(from_text<RShutdownData>(textproto).SerializeAsString());
+    return frame;
+}
+
+/// A frame, with its length, that prints one record.
+inline std::string request_end(std::uint64_t request_id)
+{
+    return delimited(rshutdown_frame_of(request_id, "response_status: 200"));
+}
+
+/// A length-delimited field whose content is `size` bytes long.
+inline std::string field_head(int number, std::size_t size)
+{
+    return varint(static_cast<std::uint64_t>(number) << 3 | 2) + varint(size);
+}
+
+/// Bytes that any message takes as a field that it does not know.
+inline std::string padding(std::size_t size)
+{
+    return field_head(10'000, size) + std::string(size, 'x');
+}
+
+/// A php report of a request's end whose superglobals nest until `depth` messages lie in each other below the report.
+inline std::string nested_report(std::size_t depth)
+{
+    using namespace rpc::php::v1;
+    constexpr int start[] = {PhpReport::kRshutdownFieldNumber, RShutdownPayload::kSuperglobalsFieldNumber};
+    constexpr int cycle[] = {PelorinArray::kElementsFieldNumber, PelorinArrayElement::kValueFieldNumber,
+                             ZVal::kArrayValueFieldNumber};
+    // From the innermost, empty message outwards; back to front, since what is around stands in front.
+    std::string reversed;
+    for (auto level = depth; level-- > 0;) {
+        auto const head = field_head(level < 2 ? start[level] : cycle[(level - 2) % 3], reversed.size());
+        reversed.append(head.rbegin(), head.rend());
+    }
+    return {reversed.rbegin(), reversed.rend()};
+}
+
+} // namespace tarnwick::test

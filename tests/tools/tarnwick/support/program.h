@@ -1,0 +1,259 @@
+#pragma once
+
+// Runs the program `tarnwick` as a child process.
+
+#include "files.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <linux/capability.h>
+#include <pty.h>
+#include <string>
+#include <string_view>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::test {
+
+/// Where an output of the program goes.
+enum class Sink {
+    test,     ///< to the test, through a pipe
+    terminal, ///< to the test, through a terminal that changes nothing
+    output,   ///< standard error only: where standard output goes
+    full_disk,
+    nobody, ///< a pipe that nobody reads
+    closed, ///< nowhere: the descriptor is closed
+};
+
+struct Setup {
+    std::vector<std::string> arguments;
+    Sink out = Sink::test;
+    Sink err = Sink::test;
+    /// NAME=VALUE, beside the test's own.
+    std::vector<std::string> environment = {}; // NOLINT(readability-redundant-member-init): designators leave it out
+    bool obeys_permissions = false;       ///< root, too, is refused what file permissions refuse
+    int in = -1;                          ///< instead of a pipe
+};
+
+struct Outcome {
+    int status = -1; ///< -1 when a signal ended it
+    std::string out;
+    std::string err;
+};
+
+namespace detail {
+
+struct Terminal {
+    Terminal()
+    {
+        termios raw{};
+        ::cfmakeraw(&raw);
+        int ends[2];
+        EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr), 0);
+        master.reset(ends[0]);
+        slave.reset(ends[1]);
+        ::fcntl(master, F_SETFD, FD_CLOEXEC);
+        ::fcntl(slave, F_SETFD, FD_CLOEXEC);
+    }
+    Descriptor master;
+    Descriptor slave;
+};
+
+/// Called in the child: capabilities come back on exec unless the bounding set lacks them.
+inline bool drop_rights_over_files()
+{
+    if (::geteuid() != 0)
+        return true;
+    return ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 && ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0;
+}
+
+inline std::string read_all(int descriptor)
+{
+    std::string all;
+    char buffer[16 * 1024];
+    // A terminal that its last writer has closed ends with an error.
+    for (ssize_t count = 0; (count = ::read(descriptor, buffer, sizeof buffer)) > 0;)
+        all.append(buffer, static_cast<std::size_t>(count));
+    return all;
+}
+
+} // namespace detail
+
+/// The running program.
+class Program {
+public:
+    explicit Program(Setup const &setup)
+    {
+        std::signal(SIGPIPE, SIG_IGN);
+        auto out = open(setup.out, out_);
+        auto const err = setup.err == Sink::output ? Descriptor(::dup(out)) : open(setup.err, err_);
+        Pipe in;
+        std::vector<std::string> arguments{TARNWICK_PROGRAM};
+        arguments.insert(arguments.end(), setup.arguments.begin(), setup.arguments.end());
+        auto const environment = environment_of(setup);
+        auto argv = pointers(arguments);
+        auto envp = pointers(environment);
+
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            std::signal(SIGPIPE, SIG_DFL);
+            bool const ready = ::dup2(setup.in < 0 ? int(in.reader) : setup.in, STDIN_FILENO) >= 0 &&
+                               redirect(out, STDOUT_FILENO) && redirect(err, STDERR_FILENO) &&
+                               (!setup.obeys_permissions || detail::drop_rights_over_files());
+            if (ready)
+                ::execve(TARNWICK_PROGRAM, argv.data(), envp.data());
+            ::_exit(127);
+        }
+        in_ = std::move(in.writer);
+    }
+    ~Program()
+    {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGKILL);
+            wait();
+        }
+    }
+    Program(Program const &) = delete;
+    Program &operator=(Program const &) = delete;
+
+    void write(std::string_view bytes) { write_all(in_, bytes); }
+    void close_input() { in_.reset(); }
+
+    /// The next line of its output, with the line feed; what there is at the end of it.
+    std::string read_line()
+    {
+        std::string line;
+        for (char byte = 0; byte != '\n' && ::read(out_, &byte, 1) == 1;)
+            line.push_back(byte);
+        return line;
+    }
+    /// Reads its output until that many lines have come.
+    void skip_lines(std::size_t count)
+    {
+        char buffer[64 * 1024];
+        while (count > 0) {
+            auto const size = ::read(out_, buffer, sizeof buffer);
+            ASSERT_GT(size, 0) << count << " lines are missing";
+            auto const lines = static_cast<std::size_t>(std::count(buffer, buffer + size, '\n'));
+            ASSERT_LE(lines, count);
+            count -= lines;
+        }
+    }
+    /// A figure of the kernel about its memory, in kB.
+    [[nodiscard]] std::int64_t memory(std::string const &figure) const
+    {
+        std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with(figure + ":"))
+                return std::stoll(line.substr(figure.size() + 1));
+        }
+        ADD_FAILURE() << "no " << figure;
+        return 0;
+    }
+
+    /// Reads what it still writes, and waits for its end.
+    Outcome finish()
+    {
+        Outcome outcome;
+        std::thread err_reader([&] { outcome.err = detail::read_all(err_); });
+        outcome.out = detail::read_all(out_);
+        err_reader.join();
+        outcome.status = wait();
+        return outcome;
+    }
+
+private:
+    /// The child's end; the test's end is put into `mine`.
+    static Descriptor open(Sink sink, Descriptor &mine)
+    {
+        switch (sink) {
+        case Sink::test: {
+            Pipe pipe;
+            mine = std::move(pipe.reader);
+            return std::move(pipe.writer);
+        }
+        case Sink::terminal: {
+            detail::Terminal terminal;
+            mine = std::move(terminal.master);
+            return std::move(terminal.slave);
+        }
+        case Sink::full_disk:
+            return Descriptor(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+        case Sink::nobody:
+            return std::move(Pipe().writer);
+        case Sink::output:
+        case Sink::closed:
+            break;
+        }
+        return Descriptor();
+    }
+    static bool redirect(int from, int to) { return from < 0 ? ::close(to) == 0 : ::dup2(from, to) == to; }
+
+    static std::vector<std::string> environment_of(Setup const &setup)
+    {
+        std::vector<std::string> environment = setup.environment;
+        for (char **entry = environ; *entry != nullptr; ++entry) {
+            std::string_view const text = *entry;
+            if (text.starts_with("ASAN_OPTIONS="))
+                // Memory that is kept back to find errors would count as memory in use.
+                environment.push_back(std::string(text) + ":quarantine_size_mb=1");
+            else if (!text.starts_with("NO_COLOR="))
+                environment.emplace_back(text);
+        }
+        return environment;
+    }
+    static std::vector<char *> pointers(std::vector<std::string> const &texts)
+    {
+        std::vector<char *> pointers;
+        pointers.reserve(texts.size() + 1);
+        for (auto const &text : texts)
+            pointers.push_back(const_cast<char *>(text.c_str()));
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+
+    int wait()
+    {
+        int status = 0;
+        EXPECT_GT(::waitpid(std::exchange(pid_, -1), &status, 0), 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    pid_t pid_ = -1;
+    Descriptor in_;
+    Descriptor out_;
+    Descriptor err_;
+};
+
+/// Runs the program to its end, with `input` in a pipe as its standard input.
+inline Outcome run(Setup const &setup, std::string_view input = {})
+{
+    Program program(setup);
+    std::thread writer([&] {
+        program.write(input);
+        program.close_input();
+    });
+    auto outcome = program.finish();
+    writer.join();
+    return outcome;
+}
+
+/// Runs `tarnwick inspect`.
+inline Outcome inspect(std::vector<std::string> arguments, std::string_view input = {})
+{
+    arguments.insert(arguments.begin(), "inspect");
+    return run({.arguments = std::move(arguments)}, input);
+}
+
+} // namespace tarnwick::test
