@@ -1,38 +1,50 @@
-# Finds what the project calls. Everything that is missing or too old is named at once, with the version wanted and the
-# Debian package that brings it.
+# Finds what the project calls. Everything that is missing or too old is named at once, with the version wanted, the
+# version found and the Debian package that brings it.
 
 set(tarnwick_missing "")
 
-# tarnwick_need(FOUND WANTED DEBIAN_PACKAGE [version found]): notes a dependency that was not found.
-macro(tarnwick_need found wanted debian_package)
-    if(NOT ${found})
+# tarnwick_need(FOUND WANTED DEBIAN_PACKAGE VERSION_FOUND): notes a dependency that is not there. VERSION_FOUND is what
+# is there instead, or empty.
+function(tarnwick_need found wanted debian_package version_found)
+    if(NOT found)
         string(APPEND tarnwick_missing "\n  ${wanted} (Debian: ${debian_package})")
-        if(NOT "${ARGN}" STREQUAL "")
-            string(APPEND tarnwick_missing "; found ${ARGN}, which is too old")
+        if(version_found)
+            string(APPEND tarnwick_missing ": ${version_found} is too old")
         endif()
+        set(tarnwick_missing "${tarnwick_missing}" PARENT_SCOPE)
     endif()
-endmacro()
+endfunction()
 
 macro(tarnwick_find package version wanted debian_package)
     find_package(${package} ${version} QUIET CONFIG ${ARGN})
-    tarnwick_need(${package}_FOUND "${wanted} ${version} or later" ${debian_package} ${${package}_CONSIDERED_VERSIONS})
+    # A package of the right version can still lack a part that it needs.
+    set(tarnwick_too_old "")
+    foreach(tarnwick_version IN LISTS ${package}_CONSIDERED_VERSIONS)
+        if(tarnwick_version VERSION_LESS ${version})
+            set(tarnwick_too_old ${tarnwick_version})
+        endif()
+    endforeach()
+    tarnwick_need("${${package}_FOUND}" "${wanted} ${version} or later" "${debian_package}" "${tarnwick_too_old}")
 endmacro()
 
 tarnwick_find(Qt6 6.8 "Qt 6 Core" qt6-base-dev COMPONENTS Core)
 tarnwick_find(fmt 10 "{fmt}" libfmt-dev)
 
-# The version that protobuf's CMake package gives itself differs from release to release, the headers' does not.
 include(TarnwickProtobuf)
 tarnwick_find_protobuf(tarnwick_protobuf_found tarnwick_protobuf_version)
-tarnwick_need(tarnwick_protobuf_found "Protocol Buffers 29 or later" "libprotobuf-dev, protobuf-compiler"
-    ${tarnwick_protobuf_version})
+tarnwick_need("${tarnwick_protobuf_found}" "Protocol Buffers 29 or later with its compiler protoc"
+    "libprotobuf-dev, protobuf-compiler" "${tarnwick_protobuf_version}")
 
 # ZeroMQ comes with a pkg-config file and no CMake package.
 find_package(PkgConfig QUIET)
-tarnwick_need(PkgConfig_FOUND "pkg-config" pkgconf)
 if(PkgConfig_FOUND)
     pkg_check_modules(libzmq QUIET IMPORTED_TARGET GLOBAL libzmq>=4.3)
-    tarnwick_need(libzmq_FOUND "ZeroMQ 4.3 or later" libzmq3-dev)
+    if(NOT libzmq_FOUND)
+        pkg_check_modules(tarnwick_old_libzmq QUIET libzmq)
+    endif()
+    tarnwick_need("${libzmq_FOUND}" "ZeroMQ 4.3 or later" libzmq3-dev "${tarnwick_old_libzmq_VERSION}")
+else()
+    tarnwick_need(FALSE "pkg-config, to find ZeroMQ 4.3 or later" "pkgconf, libzmq3-dev" "")
 endif()
 
 if(TARNWICK_BUILD_PROGRAM)

@@ -1,0 +1,58 @@
+# The installed tree, which is moved before anyone uses it, and three ways to use the library.
+
+set(tree ${work}/tree/moved)
+set(libraries ${tree}/${CMAKE_INSTALL_LIBDIR})
+set(without_neighbours ${work}/tree/without_neighbours)
+set(compiler -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER} -DCMAKE_CXX_FLAGS=-O0)
+
+add_test(NAME packaging.installed_tree_is_complete_and_can_be_moved COMMAND ${CMAKE_COMMAND}
+    -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${CMAKE_BINARY_DIR} -DCONFIG=$<CONFIG>
+    -DPREFIX=${CMAKE_INSTALL_PREFIX} -DFIRST_PLACE=${work}/tree/made -DTREE=${tree}
+    -DLIBDIR=${CMAKE_INSTALL_LIBDIR} -DVERSION=${PROJECT_VERSION} -DPROGRAM=${TARNWICK_BUILD_PROGRAM}
+    -P ${here}/installed_tree.cmake)
+set_tests_properties(packaging.installed_tree_is_complete_and_can_be_moved PROPERTIES FIXTURES_SETUP installed_tree)
+
+# Configures, builds and runs a consumer with CMake.
+function(tarnwick_consumer name source)
+    add_test(NAME packaging.consumer.${name} COMMAND ${CMAKE_CTEST_COMMAND}
+        --build-and-test ${source} ${work}/consumer/${name} --build-generator ${CMAKE_GENERATOR} --build-noclean
+        --build-options ${compiler} ${ARGN}
+        --test-command consumer)
+    set_tests_properties(packaging.consumer.${name} PROPERTIES PROCESSORS 2)
+endfunction()
+
+tarnwick_consumer(find_package ${here}/find_package -DCMAKE_PREFIX_PATH=${tree})
+add_test(NAME packaging.consumer.pkg_config
+    COMMAND ${here}/pkg_config/build.sh ${CMAKE_CXX_COMPILER} ${here}/consumer/main.cpp ${work}/consumer/pkg_config)
+set_tests_properties(packaging.consumer.pkg_config PROPERTIES
+    ENVIRONMENT "PKG_CONFIG_PATH=${libraries}/pkgconfig;LD_LIBRARY_PATH=${libraries}")
+set_tests_properties(packaging.consumer.find_package packaging.consumer.pkg_config PROPERTIES
+    FIXTURES_REQUIRED installed_tree)
+tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package
+    OPTIONS -DCMAKE_PREFIX_PATH=${tree} -Dprotobuf_DIR=${old_protobuf}
+    SAYS "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")
+set_tests_properties(packaging.refusal.installed_package_with_old_protobuf PROPERTIES FIXTURES_REQUIRED installed_tree)
+
+tarnwick_consumer(add_subdirectory ${here}/add_subdirectory)
+set_tests_properties(packaging.consumer.add_subdirectory PROPERTIES FIXTURES_SETUP super_project)
+add_test(NAME packaging.sub_project_installs_nothing COMMAND ${CMAKE_COMMAND}
+    -DBUILD=${work}/consumer/add_subdirectory -DTREE=${work}/tree/super_project
+    -P ${here}/sub_project.cmake)
+set_tests_properties(packaging.sub_project_installs_nothing PROPERTIES FIXTURES_REQUIRED super_project)
+
+add_test(NAME packaging.neighbours_can_be_replaced_by_installed_ones COMMAND ${CMAKE_COMMAND}
+    "-DGENERATOR=${CMAKE_GENERATOR}" "-DOPTIONS=${compiler}"
+    -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${work}/without_neighbours -DFROM=${tree} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}
+    -DNEIGHBOURS=${work}/tree/neighbours -DTREE=${without_neighbours}
+    -P ${here}/neighbours.cmake)
+set_tests_properties(packaging.neighbours_can_be_replaced_by_installed_ones PROPERTIES
+    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP without_neighbours PROCESSORS 2)
+tarnwick_consumer(find_package_with_installed_neighbours ${here}/find_package
+    "-DCMAKE_PREFIX_PATH=${without_neighbours}\\;${work}/tree/neighbours")
+tarnwick_refusal(installed_package_without_neighbours SOURCE ${here}/find_package
+    OPTIONS -DCMAKE_PREFIX_PATH=${without_neighbours}
+    SAYS "No installed libpcommon was found")
+set_tests_properties(
+    packaging.consumer.find_package_with_installed_neighbours
+    packaging.refusal.installed_package_without_neighbours
+    PROPERTIES FIXTURES_REQUIRED "installed_tree;without_neighbours")
