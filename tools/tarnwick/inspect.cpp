@@ -76,7 +76,6 @@ ExitStatus Inspection::run()
             progress_.show(input_.position());
     } while (step == Step::frame || step == Step::fault);
 
-    progress_.clear();
     if (!any_frame_ && status_ != file_failure) {
         status_ = input_fault;
         say(reader_.number() == 0 ? "is empty: a capture has at least one frame"

@@ -2,7 +2,6 @@
 
 #include <tarnwick/qstring_format.h>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -30,8 +29,14 @@ std::string instant(data::TimePair value)
 {
     if (!is_normal(value) || value.seconds < 0 || value.seconds > last_second_of_year_9999)
         return as_stored(value);
+    // {fmt} would count nanoseconds, which end in 2262.
     auto const seconds = std::chrono::sys_seconds(std::chrono::seconds(value.seconds));
-    return fmt::format("{:%Y-%m-%d %H:%M:%S}.{:09} UTC", seconds, value.nanos);
+    auto const midnight = std::chrono::floor<std::chrono::days>(seconds);
+    std::chrono::year_month_day const date(midnight);
+    std::chrono::hh_mm_ss const time(seconds - midnight);
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:09} UTC", static_cast<int>(date.year()),
+                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
+                       time.minutes().count(), time.seconds().count(), value.nanos);
 }
 
 std::string span(data::TimePair value)

@@ -42,8 +42,8 @@ struct Setup {
     Sink err = Sink::test;
     /// NAME=VALUE, beside the test's own.
     std::vector<std::string> environment = {}; // NOLINT(readability-redundant-member-init): designators leave it out
-    bool obeys_permissions = false;       ///< root, too, is refused what file permissions refuse
-    int in = -1;                          ///< instead of a pipe
+    bool obeys_permissions = false;            ///< root, too, is refused what file permissions refuse
+    int in = -1;                               ///< instead of a pipe
 };
 
 struct Outcome {
