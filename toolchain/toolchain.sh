@@ -1,14 +1,27 @@
 # shellcheck shell=bash
 # The toolchain: a Debian root of the project's own, in the user's cache folder, and the way into it.
-# Sourced by ./dev; `repo` names the repository.
+# Sourced by ./dev with `set -euo pipefail`; `repo` names the repository.
 #
-# A root is made once for a package list: its name holds a hash of what goes into it. It is built under another name and
-# renamed when it is whole, so an interrupted build leaves nothing that looks finished. Everything is mounted in a mount
-# namespace of the call, so no mount outlives a call and nothing outside can reach the repository through the root.
+# A root is made once for what it holds: its name has a hash of that. It is built under another name and renamed when it
+# is whole, so an interrupted build leaves nothing that looks finished. Everything is mounted in a mount namespace of
+# the call, so no mount outlives a call and nothing outside can reach the repository through the root.
+
+: "${repo:?}"
+shopt -s inherit_errexit
 
 readonly base_suite=trixie
 readonly later_suites=(forky experimental) # asked in this order for what the base suite has too old
-readonly least_protobuf=3.29               # 29.x in the numbers that Debian gives it
+readonly least_protobuf=29
+# A root for building needs neither manuals nor translations, and no flush to disk after each package.
+# shellcheck disable=SC2016  # expanded by mmdebstrap's shell
+readonly root_options=(--variant=apt '--dpkgopt=path-exclude=/usr/share/doc/*' '--dpkgopt=path-exclude=/usr/share/man/*'
+    '--dpkgopt=path-exclude=/usr/share/locale/*' --dpkgopt=force-unsafe-io
+    '--customize-hook=rm -f "$1/etc/apt/apt.conf.d/99mmdebstrap"')
+readonly unused_days=60 # after which a root that no call has used goes, when another is made
+
+cache=~/.cache
+[[ ${XDG_CACHE_HOME:-} != /* ]] || cache=$XDG_CACHE_HOME
+cache+=/tarnwick
 
 say() { printf 'dev: %s\n' "$*" >&2; }
 fail() {
@@ -16,137 +29,228 @@ fail() {
     exit 3
 }
 
+# The command before another that runs it as root of a mount namespace: the caller's own root, or a user namespace's.
+namespace=(unshare --mount --propagation private --)
+[ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --map-auto --mount --propagation private --)
+# The same, and all that it started ends when the call ends, however that happens.
+bound_namespace=("${namespace[@]}" setpriv --pdeathsig KILL unshare --pid --fork --kill-child --)
+
 package_list() { sed 's/#.*//' "$repo/toolchain/packages${1:+.$1}" | tr -s '[:space:]' '\n' | grep .; }
 
-cache_folder() { printf '%s/tarnwick' "${XDG_CACHE_HOME:-$HOME/.cache}"; }
-
-# Runs a command as root of a private mount namespace: the caller's own root, or that of a user namespace.
-in_namespace() {
-    local as_user=()
-    [ "$(id -u)" -eq 0 ] || as_user=(--user --map-root-user --map-auto)
-    unshare "${as_user[@]}" --mount --propagation private -- "$@"
-}
-
-# Says what is missing before anything is begun; as root on Debian, installs it.
-require_host_tools() {
-    local missing=()
-    command -v mmdebstrap >/dev/null || missing+=(mmdebstrap)
-    command -v unshare >/dev/null || missing+=(util-linux)
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v newuidmap >/dev/null || missing+=(uidmap)
-        grep -q "^\($(id -un)\|$(id -u)\):" /etc/subuid 2>/dev/null ||
-            fail "no range of subordinate user ids for $(id -un) in /etc/subuid; as root: usermod --add-subuids 100000-165535 --add-subgids 100000-165535 $(id -un)"
-    fi
-    if [ ${#missing[@]} -gt 0 ]; then
-        [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null ||
-            fail "missing: ${missing[*]}; as root: apt-get install ${missing[*]}"
-        say "installing ${missing[*]}"
-        apt-get update -qq >&2
-        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
-    fi
-    in_namespace true 2>/dev/null ||
-        fail "no mount namespace can be made here: an ordinary user needs user namespaces (sysctl kernel.unprivileged_userns_clone=1, or user.max_user_namespaces above 0), root in a container needs CAP_SYS_ADMIN"
-}
-
-# The mirror that this machine's own apt uses for Debian; nothing where it names none.
-host_mirror() {
-    apt-get indextargets --format '$(ORIGIN)|$(LABEL)|$(REPO_URI)' 2>/dev/null |
-        sed -n 's/^Debian|Debian|\(https\?:.*\)$/\1/p' | head -n 1
-}
-
-host_apt_proxy() { apt-config dump Acquire 2>/dev/null | grep -i '::proxy' || true; }
-
 root_name() {
-    {
-        printf '%s\n' "$base_suite" "${later_suites[@]}" "$least_protobuf"
-        package_list
-        cat "$repo/toolchain/toolchain.sh" "$repo/toolchain/install-newest"
-    } | sha256sum | cut -c 1-16
+    local text
+    text=$(printf '%s\n' "$base_suite" "${later_suites[@]}" "$least_protobuf" "${root_options[@]}" &&
+        package_list && sed '/^ *#/d' "$repo/toolchain/install-newest")
+    printf 'toolchain-%s' "$(sha256sum <<<"$text" | cut -c 1-16)"
 }
 
-toolchain_root() { printf '%s/toolchain-%s' "$(cache_folder)" "$(root_name)"; }
+# Prints those of the given programs that are not there.
+absent() {
+    local tool
+    for tool; do command -v "$tool" >/dev/null || printf '%s ' "$tool"; done
+}
 
-# Runs a command inside a root, with the repository at its own path and as the working folder.
-enter_root() {
-    local root=$1
-    shift
+# An ordinary user becomes root of a user namespace, which needs a range of ids to be root over.
+require_namespaces() {
+    local user file why ranges=()
+    [ -z "$(absent unshare setpriv flock)" ] || fail "missing: $(absent unshare setpriv flock)of util-linux"
+    if [ "$(id -u)" -ne 0 ]; then
+        user=$(id -un 2>/dev/null || id -u)
+        [ -z "$(absent newuidmap newgidmap)" ] || fail 'missing: uidmap; as root: apt-get install uidmap'
+        for file in /etc/subuid /etc/subgid; do
+            awk -F : -v name="$user" -v id="$(id -u)" '($1 == name || $1 == id) && $3 >= 65535 { found = 1 }
+                END { exit !found }' "$file" 2>/dev/null || ranges+=("$file")
+        done
+        [ ${#ranges[@]} -eq 0 ] || fail "$user has no range of 65536 subordinate ids in ${ranges[*]};" \
+            "as root: usermod --add-subuids 100000-165535 --add-subgids 100000-165535 $user" \
+            "(another range where that one is taken)"
+    fi
+    why=$("${namespace[@]}" true 2>&1) || if [ "$(id -u)" -eq 0 ]; then
+        fail "no mount namespace can be made here ($why): root in a container needs the capability SYS_ADMIN"
+    else
+        fail "no user namespace can be made here ($why); as root: sysctl user.max_user_namespaces=15000, and where it" \
+            'exists kernel.unprivileged_userns_clone=1; a container must allow them too'
+    fi
+}
+
+# What makes a root; root of a Debian machine gets it installed.
+require_host_tools() {
+    local missing output
+    read -r -a missing < <(absent mmdebstrap mount && echo)
+    [ ${#missing[@]} -gt 0 ] || return 0
+    if [ "$(id -u)" -ne 0 ] || ! command -v apt-get >/dev/null; then
+        fail "missing: ${missing[*]}; as root: apt-get install ${missing[*]}"
+    fi
+    say "installing ${missing[*]} into this machine"
+    # An interrupt waits for the end of this: dpkg cut short would leave work to its owner.
+    output=$(
+        exec 2>&1
+        trap '' INT TERM HUP
+        export DEBIAN_FRONTEND=noninteractive
+        apt-get update -qq
+        apt-get install -y -qq --no-install-recommends -o DPkg::Lock::Timeout=300 "${missing[@]}"
+    ) || {
+        printf '%s\n' "$output" >&2
+        fail "could not install ${missing[*]}"
+    }
+}
+
+# The first Debian archive among this machine's apt sources whose Release file is in the given lists folder.
+debian_archive() {
+    local uri file
+    apt-get update --print-uris 2>/dev/null | while read -r uri file _; do
+        if ! grep -qsx 'Origin: Debian' "$1/$file" || ! grep -qx 'Label: Debian' "$1/$file"; then continue; fi
+        uri=${uri//\'/}
+        uri=${uri%/dists/*}
+        [[ $uri != mirror+file:* ]] || uri=$(awk '/^[^#]/ { print $1; exit }' "${uri#mirror+file:}")
+        [[ $uri != http*://* ]] || printf '%s\n' "$uri"
+    done | sort -u | sed -n 1p
+}
+
+# The mirror that this machine's own apt uses for Debian; nothing where it names none. A machine that has never called
+# `apt-get update` learns from the Release files alone what its sources are.
+host_mirror() {
+    local lists=/var/lib/apt/lists mirror scratch
+    command -v apt-get >/dev/null || return 0
+    mirror=$(debian_archive "$lists")
+    if [ -z "$mirror" ]; then
+        scratch=$(mktemp -d)
+        apt-get update -qq -o Dir::State::lists="$scratch" -o Dir::Cache="$scratch/cache" \
+            -o Acquire::IndexTargets::deb::Packages::DefaultEnabled=false \
+            -o Acquire::IndexTargets::deb::Translations::DefaultEnabled=false >/dev/null 2>&1 || true
+        mirror=$(debian_archive "$scratch")
+        rm -rf "$scratch"
+    fi
+    printf '%s' "$mirror"
+}
+
+host_proxies() { apt-config dump Acquire 2>/dev/null | grep -i '::proxy[: ]' || true; }
+
+# Changes to the cache folder, one call at a time; an interrupt says what it leaves.
+begin_change() {
+    mkdir -p "$cache" || fail "the toolchain's folder cannot be made: $cache"
+    trap 'interrupted 130' INT
+    trap 'interrupted 143' TERM
+    trap 'interrupted 129' HUP
+    exec {lock}>"$cache/lock"
+    flock --nonblock "$lock" && return
+    say 'another call is at work on the toolchain: waiting for it'
+    interruptible setpriv --pdeathsig KILL flock "$lock"
+}
+
+end_change() {
+    trap - INT TERM HUP
+    exec {lock}>&-
+}
+
+interrupted() {
+    say 'interrupted; the next call begins this step again'
+    exit "$1"
+}
+
+# Runs a program that needs no input. A trap interrupts `wait`, where it would wait for the end of the program itself.
+interruptible() {
+    "$@" </dev/null &
+    wait "$!"
+}
+
+# Nothing that is mounted below the cache folder shows in a second mount of the folder alone.
+remove_root() {
     # shellcheck disable=SC2016  # expanded by the inner shell, whose arguments they are
-    in_namespace sh -euc '
-        root=$1 repo=$2
-        shift 2
-        mount --rbind /dev "$root/dev"
-        mount --rbind /proc "$root/proc"
-        mkdir -p "$root$repo"
-        mount --rbind "$repo" "$root$repo"
-        unset TMPDIR
-        PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
-        export PATH HOME LANG
-        exec chroot "$root" sh -euc "cd \"\$0\"; exec \"\$@\"" "$repo" "$@"
-    ' sh "$root" "$repo" "$@"
+    "${namespace[@]}" sh -euc 'mount --bind "$1" "$1"; rm -rf -- "$1/$2"' sh "$cache" "${1##*/}"
 }
 
-remove_root() { in_namespace rm -rf --one-file-system "$1"; }
+remove_left_roots() {
+    local left
+    while IFS= read -r left; do
+        [[ $left = *.partial ]] || say "removing a toolchain unused for $unused_days days: $left"
+        remove_root "$left" || say "cannot remove $left"
+    done < <(find "$cache" -mindepth 1 -maxdepth 1 -type d -name 'toolchain-*' \
+        '(' -name '*.partial' -o -mtime "+$unused_days" ')')
+}
+
+# Runs a command inside a root, with the repository at its own path and as the working folder. The arguments of the
+# inner shell: root, repository, command.
+# shellcheck disable=SC2016
+enter=(sh -euc '
+    root=$1 repo=$2
+    shift 2
+    mount --rbind /dev "$root/dev"
+    mount --rbind /proc "$root/proc"
+    mkdir -p "$root$repo"
+    mount --rbind "$repo" "$root$repo"
+    unset TMPDIR
+    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
+    export PATH HOME LANG
+    exec chroot "$root" sh -euc "cd \"\$0\"; exec \"\$@\"" "$repo" "$@"
+' sh)
 
 # Installs packages inside a root, with what the base suite has too old from a later one.
 install_into_root() {
     local root=$1
     shift
-    in_namespace sh -c 'cat /etc/resolv.conf >"$1/etc/resolv.conf"' sh "$root" 2>/dev/null || true
-    enter_root "$root" bash toolchain/install-newest "$least_protobuf" "$base_suite" "${later_suites[*]}" "$@" >&2
+    cp --remove-destination /etc/resolv.conf /etc/hosts "$root/etc" 2>/dev/null || true
+    # The root trusts for its mirror whom this machine trusts.
+    host_proxies >"$root/etc/apt/apt.conf.d/90host"
+    if cp -L /etc/ssl/certs/ca-certificates.crt "$root/etc/apt/host-ca.crt" 2>/dev/null; then
+        printf 'Acquire::https::CAInfo "/etc/apt/host-ca.crt";\n' >>"$root/etc/apt/apt.conf.d/90host"
+    fi
+    interruptible "${bound_namespace[@]}" "${enter[@]}" "$root" "$repo" \
+        bash toolchain/install-newest "$least_protobuf" "$base_suite" "${later_suites[*]}" "$@" >&2
 }
 
 build_root() {
-    local root=$1 partial=$1.partial mirror
+    local root=$1 partial=$1.partial mirror options=("${root_options[@]}") packages proxy
+    remove_left_roots
     mirror=$(host_mirror)
-    remove_root "$partial"
-    say "making the toolchain in $root: a Debian $base_suite root (about 1.2 GB, once)"
-    local include=()
-    case $mirror in https:*) include=(--include=ca-certificates) ;; esac
-    # A root for building needs neither manuals nor translations, and no flush to disk after each package.
-    in_namespace mmdebstrap --quiet --mode=root --variant=apt "${include[@]}" \
-        --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
-        --dpkgopt='path-exclude=/usr/share/locale/*' --dpkgopt=force-unsafe-io \
-        "$base_suite" "$partial" ${mirror:+"$mirror"} >&2 || fail "mmdebstrap could not make the root"
-    host_apt_proxy | in_namespace sh -c 'cat >"$1/etc/apt/apt.conf.d/90host-proxy"' sh "$partial"
-    # shellcheck disable=SC2046  # one word a package
-    install_into_root "$partial" $(package_list) || fail "the toolchain's packages could not be installed"
-    in_namespace mv -T "$partial" "$root"
+    say "making the toolchain in $root (once: a minute or so, 1.2 GB)"
+    say "step 1 of 2: a Debian $base_suite root from ${mirror:-the default mirror}"
+    while IFS= read -r proxy; do options+=(--aptopt="$proxy"); done < <(host_proxies)
+    interruptible "${bound_namespace[@]}" mmdebstrap --quiet --mode=root --skip=chroot/mount/sys "${options[@]}" \
+        "$base_suite" "$partial" ${mirror:+"$mirror"} >&2 ||
+        fail "the root could not be made from ${mirror:-the default mirror}: is the network there, and the disk free?"
+    mapfile -t packages < <(package_list)
+    say "step 2 of 2: ${#packages[@]} packages and what they need"
+    install_into_root "$partial" "${packages[@]}" || fail "the toolchain's packages could not be installed"
+    printf '%s\n' "${root##*/}" >"$partial/etc/tarnwick-toolchain"
+    sync --file-system "$partial"
+    mv -T "$partial" "$root"
     say "the toolchain is ready"
 }
 
-# Prints the root's path; makes the root first where there is none.
+# Sets `root`; makes the root first where there is none.
 require_root() {
-    local root
-    root=$(toolchain_root)
+    [ ! -e /etc/tarnwick-toolchain ] || fail 'this is the toolchain already: call cmake and the rest directly'
+    require_namespaces
+    root=$cache/$(root_name)
     if [ ! -d "$root" ]; then
-        require_host_tools
-        mkdir -p "$(cache_folder)"
-        exec {lock}>"$(cache_folder)/lock"
-        flock "$lock"
-        [ -d "$root" ] || build_root "$root"
-        exec {lock}>&-
+        begin_change
+        if [ ! -d "$root" ]; then
+            require_host_tools
+            build_root "$root"
+        fi
+        end_change
     fi
-    printf '%s' "$root"
+    touch --no-create "$root" || true
 }
 
 # Installs the packages of one verb on its first use.
 require_packages() {
-    local verb=$1 root stamp list
-    root=$(require_root)
-    list=$(package_list "$verb")
-    stamp=/var/lib/tarnwick-$verb-$(sha256sum <<<"$list" | cut -c 1-16)
-    [ ! -e "$root$stamp" ] || return 0
-    exec {lock}>"$(cache_folder)/lock"
-    flock "$lock"
-    say "adding what '$verb' needs to the toolchain:" $list
-    # shellcheck disable=SC2086  # one word a package
-    install_into_root "$root" $list || fail "the packages for '$verb' could not be installed"
-    in_namespace touch "$root$stamp"
-    exec {lock}>&-
+    local verb=$1 list stamp
+    require_root
+    mapfile -t list < <(package_list "$verb")
+    stamp=$root/var/lib/tarnwick-$verb-$(sha256sum <<<"${list[*]}" | cut -c 1-16)
+    [ ! -e "$stamp" ] || return 0
+    begin_change
+    if [ ! -e "$stamp" ]; then
+        say "adding to the toolchain what '$verb' needs: ${list[*]}"
+        install_into_root "$root" "${list[@]}" || fail "the packages for '$verb' could not be installed"
+        touch "$stamp"
+    fi
+    end_change
 }
 
 in_toolchain() {
-    local root
-    root=$(require_root)
-    enter_root "$root" "$@"
+    require_root
+    "${namespace[@]}" "${enter[@]}" "$root" "$repo" "$@"
 }
