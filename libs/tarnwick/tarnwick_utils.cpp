@@ -75,7 +75,8 @@ QVariant variant_of_json(std::string const &json)
 
 QVariant variant_of_time(google::protobuf::Timestamp const &time)
 {
-    return QDateTime::fromSecsSinceEpoch(time.seconds(), QTimeZone::utc()).addMSecs(time.nanos() / nanos_per_millisecond);
+    auto const whole_seconds = QDateTime::fromSecsSinceEpoch(time.seconds(), QTimeZone::utc());
+    return whole_seconds.addMSecs(time.nanos() / nanos_per_millisecond);
 }
 
 } // namespace

@@ -21,19 +21,19 @@ namespace PelorinPHPX {
 
 /// Fills a message with a value. The message may live on an arena.
 ///
-/// | Meta type of the value                                          | Member written    |
-/// |-----------------------------------------------------------------|-------------------|
-/// | `Bool`                                                          | `bool_value`      |
-/// | `Int`, `UInt`, `LongLong`, `ULongLong` (as `toLongLong()`)      | `long_value`      |
-/// | `Double`                                                        | `double_value`    |
-/// | `QString`                                                       | `string_value`    |
-/// | `QVariantMap`, `QVariantList`                                   | `json_value`, compact JSON by Qt's rules, nested values included |
-/// | `QDateTime`, to the millisecond, without its time zone          | `timestamp_value` |
-/// | any other, an invalid variant too: float, string lists, dates...| nothing: the value is lost |
+/// | Meta type of the value                                       | Member written                                |
+/// |--------------------------------------------------------------|-----------------------------------------------|
+/// | `Bool`                                                       | `bool_value`                                  |
+/// | `Int`, `UInt`, `LongLong`, `ULongLong` (as `toLongLong()`)   | `long_value`                                  |
+/// | `Double`                                                     | `double_value`                                |
+/// | `QString`                                                    | `string_value`                                |
+/// | `QVariantMap`, `QVariantList`                                | `json_value`, compact, nested by Qt's rules   |
+/// | `QDateTime`, to the millisecond, without its time zone       | `timestamp_value`                             |
+/// | any other, also invalid: `float`, `QStringList`, `QDate`...  | nothing: the value is lost                    |
 ///
-/// The dialects differ. In the rpc dialect the message is cleared first, and a value that is lost leaves `null_value`. In
-/// the protobuf dialect it is not cleared, a value that is lost leaves `type` 0 over the member that was set before, and
-/// texts end at their first NUL.
+/// The dialects differ. In the rpc dialect the message is cleared first, and a value that is lost leaves `null_value`.
+/// In the protobuf dialect it is not cleared, a value that is lost leaves `type` 0 over the member that was set before,
+/// and texts end at their first NUL.
 TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &message, QVariant const &value);
 TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QVariant const &value);
 
@@ -44,9 +44,9 @@ TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &messa
 TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QList<QVariant> const &values);
 TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QMap<QString, QVariant> const &values);
 
-/// The value of a message: `bool`, `long long`, `double`, `QString`, `QVariantMap` or `QVariantList` (parsed JSON), or a
-/// `QDateTime` in UTC to the millisecond. Invalid for everything else: null, no value, JSON that is neither an object nor
-/// an array, and the arrays, objects and resources of the rpc dialect.
+/// The value of a message: `bool`, `long long`, `double`, `QString`, `QVariantMap` or `QVariantList` (parsed JSON), or
+/// a `QDateTime` in UTC to the millisecond. Invalid for everything else: null, no value, JSON that is neither an object
+/// nor an array, and the arrays, objects and resources of the rpc dialect.
 [[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal const &message);
 [[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(tarnwick::rpc::php::v1::ZVal const &message);
 

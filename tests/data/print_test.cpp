@@ -3,9 +3,11 @@
 #include <tarnwick/data/php/rshutdown.h>
 #include <tarnwick/data/php/source_location.h>
 
+#include "support/rpc_values.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+#include <tarnwick/rpc/php/v1/function.pb.h>
 
 #include <gtest/gtest.h>
 
@@ -77,6 +79,39 @@ TEST(TextWriter, tells_null_empty_and_absent_apart)
     EXPECT_EQ(written(std::optional<QString>()), "none");
     EXPECT_EQ(written(std::optional(php::SourceLocation(QStringLiteral("a"), 1, 2))),
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+TEST(Print, a_php_value_reads_as_a_person_would_write_it)
+{
+    auto const value = test::value_from_text(R"pb(
+        array_value {
+            elements { string_key: "a" value { string_value: "x\377" } }
+            elements { long_key: -1 value { double_value: 2 } }
+            elements { value { null_value: NULL_VALUE } }
+            elements { string_key: "e" value { array_value { } } }
+            elements { string_key: "b" value { bool_value: true } }
+            elements { string_key: "j" value { json_value: "[1]" } }
+            elements { string_key: "t" value { timestamp_value { seconds: 8 nanos: 9 } } }
+            elements { string_key: "o" value { object_value { class_name: "C" value { long_value: 1 } } } }
+            elements { string_key: "r" value { resource_value { type_name: "stream" } } }
+        })pb");
+    auto const *const text =
+        R"(["a" => "x\xff", -1 => 2.0, undefined => null, "e" => [], "b" => true, "j" => json "[1]", )"
+        R"("t" => {8 s, 9 ns}, "o" => php.PelorinObject{class_name: "C", properties: [], value: 1}, )"
+        R"("r" => php.PelorinResource{type_name: "stream", value: undefined}])";
+
+    EXPECT_EQ(fmt::format("{}", value), text);
+    EXPECT_EQ(fmt::format("{}", *value), text);
+    EXPECT_EQ(fmt::format("{}", std::get<php::PelorinArray>(value->value())), text);
+    EXPECT_EQ(debug_text(value), QString::fromUtf8(text));
+}
+
+TEST(Print, calls_and_traces_print)
+{
+    php::StackTrace const trace(test::from_text<rpc::php::v1::StackTrace>("frames { function { name: 'f' } }"));
+    EXPECT_EQ(fmt::format("{}", trace.frames().front()),
+              "php.Function{name: \"f\", args: [], call_value: none, location: none, frame_number: 0}");
+    EXPECT_EQ(fmt::format("{}", trace), '[' + fmt::format("{}", trace.frames().front()) + ']');
 }
 
 } // namespace

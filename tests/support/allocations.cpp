@@ -13,8 +13,9 @@ std::size_t tarnwick::test::allocations() noexcept
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
-// The sanitizers have an allocator of their own, and tell.
-#include <sanitizer/allocator_interface.h>
+// The sanitizers have an allocator of their own, and tell. Not every compiler brings the header that declares this.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*on_malloc)(void const volatile *, std::size_t),
+                                                         void (*on_free)(void const volatile *));
 
 namespace {
 

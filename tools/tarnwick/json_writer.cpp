@@ -3,6 +3,10 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
+#include <fmt/format.h>
+
+#include <cmath>
+
 namespace tarnwick::program {
 
 void JsonWriter::clear()
@@ -26,9 +30,45 @@ void JsonWriter::end_record()
     json_.EndObject();
 }
 
+void JsonWriter::begin_list()
+{
+    json_.StartArray();
+}
+
+void JsonWriter::end_list()
+{
+    json_.EndArray();
+}
+
+void JsonWriter::begin_value(std::string_view kind)
+{
+    json_.StartObject();
+    field("kind");
+    string(kind);
+    field("value");
+}
+
+void JsonWriter::end_value()
+{
+    json_.EndObject();
+}
+
+void JsonWriter::bare_value(std::string_view kind)
+{
+    json_.StartObject();
+    field("kind");
+    string(kind);
+    json_.EndObject();
+}
+
 void JsonWriter::absent()
 {
     json_.Null();
+}
+
+void JsonWriter::boolean(bool value)
+{
+    json_.Bool(value);
 }
 
 void JsonWriter::integer(std::int64_t value)
@@ -39,6 +79,18 @@ void JsonWriter::integer(std::int64_t value)
 void JsonWriter::integer(std::uint64_t value)
 {
     json_.Uint64(value);
+}
+
+void JsonWriter::real(double value)
+{
+    if (std::isnan(value)) {
+        string("NaN");
+    } else if (std::isinf(value)) {
+        string(value > 0 ? "Infinity" : "-Infinity");
+    } else {
+        auto const number = fmt::to_string(value);
+        json_.RawValue(number.data(), number.size(), rapidjson::kNumberType);
+    }
 }
 
 void JsonWriter::time(data::TimePair value)

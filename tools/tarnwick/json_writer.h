@@ -24,9 +24,22 @@ public:
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense = data::Sense::plain);
     void end_record();
+    void begin_list();
+    void item() {}
+    void end_list();
+    /// A key and its value, as a list of the two.
+    void begin_entry() { begin_list(); }
+    void entry_value() {}
+    void end_entry() { end_list(); }
+    void begin_value(std::string_view kind);
+    void end_value();
+    void bare_value(std::string_view kind);
     void absent();
+    void boolean(bool value);
     void integer(std::int64_t value);
     void integer(std::uint64_t value);
+    /// The shortest text that reads back; what JSON has no number for is a string.
+    void real(double value);
     void time(data::TimePair value);
     void text(QString const &value);
     /// A string where the bytes are UTF-8, otherwise an object that holds them as base64.

@@ -1,6 +1,6 @@
 #include "readable_writer.h"
 
-#include <tarnwick/qstring_format.h>
+#include <QtCore/QString>
 
 #include <fmt/format.h>
 
@@ -12,6 +12,7 @@ namespace tarnwick::program {
 namespace {
 
 constexpr std::size_t value_column = 17; // from where the name of the field begins
+constexpr std::size_t longest_text = 240;    // in bytes
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 
@@ -50,6 +51,17 @@ std::string span(data::TimePair value)
     return fmt::format("{}.{:03} µs", value.nanos / 1'000, value.nanos % 1'000);
 }
 
+std::string quoted(std::string_view bytes)
+{
+    if (bytes.size() <= longest_text)
+        return fmt::format("{:?}", bytes);
+    auto end = longest_text;
+    auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
+    while (end > 0 && continues_a_character(bytes[end]))
+        --end;
+    return fmt::format("{:?} and {} bytes more", bytes.substr(0, end), bytes.size() - end);
+}
+
 } // namespace
 
 void ReadableWriter::clear()
@@ -61,22 +73,22 @@ void ReadableWriter::clear()
 void ReadableWriter::headline(std::string_view name, std::string_view origin)
 {
     if (color_)
-        fmt::format_to(std::back_inserter(out_), "\x1b[1;36m{}\x1b[0m  \x1b[2m{}\x1b[0m\n", name, origin);
+        fmt::format_to(std::back_inserter(out_), "\x1b[1;36m{}\x1b[0m  \x1b[2m{}\x1b[0m", name, origin);
     else
-        fmt::format_to(std::back_inserter(out_), "{}  {}\n", name, origin);
+        fmt::format_to(std::back_inserter(out_), "{}  {}", name, origin);
 }
 
 void ReadableWriter::begin_record(std::string_view /*name*/)
 {
-    out_.push_back('\n');
     ++depth_;
 }
 
 void ReadableWriter::field(std::string_view name, data::Sense sense)
 {
     sense_ = sense;
-    name_size_ = name.size();
-    fmt::format_to(std::back_inserter(out_), "{:{}}{}", "", 2 * depth_, name);
+    line();
+    out_.append(name);
+    gap_ = std::max(value_column, name.size() + 1) - name.size();
 }
 
 void ReadableWriter::end_record()
@@ -84,9 +96,53 @@ void ReadableWriter::end_record()
     --depth_;
 }
 
+void ReadableWriter::begin_list()
+{
+    ++depth_;
+    list_is_empty_ = true;
+}
+
+void ReadableWriter::item()
+{
+    list_is_empty_ = false;
+    line();
+    out_.append("-");
+    gap_ = 1;
+}
+
+void ReadableWriter::end_list()
+{
+    --depth_;
+    if (list_is_empty_)
+        value("[]");
+    list_is_empty_ = false;
+}
+
+void ReadableWriter::entry_value()
+{
+    out_.append(" =>");
+    gap_ = 1;
+}
+
+void ReadableWriter::begin_value(std::string_view kind)
+{
+    if (kind == "json")
+        value(kind);
+}
+
+void ReadableWriter::bare_value(std::string_view kind)
+{
+    value(kind);
+}
+
 void ReadableWriter::absent()
 {
     value("-");
+}
+
+void ReadableWriter::boolean(bool flag)
+{
+    value(flag ? "true" : "false");
 }
 
 void ReadableWriter::integer(std::int64_t number)
@@ -97,6 +153,14 @@ void ReadableWriter::integer(std::int64_t number)
 void ReadableWriter::integer(std::uint64_t number)
 {
     value(fmt::to_string(number));
+}
+
+// Apart from an integer also where nothing stands behind the point.
+void ReadableWriter::real(double number)
+{
+    auto const shortest = fmt::to_string(number);
+    bool const looks_integer = shortest.find_first_not_of("-0123456789") == std::string::npos;
+    value(looks_integer ? shortest + ".0" : shortest);
 }
 
 void ReadableWriter::time(data::TimePair pair)
@@ -116,13 +180,26 @@ void ReadableWriter::time(data::TimePair pair)
 
 void ReadableWriter::text(QString const &string)
 {
-    value(string.isNull() ? std::string("-") : fmt::format("{:?}", string));
+    if (string.isNull())
+        absent();
+    else
+        bytes(string.toStdString());
+}
+
+void ReadableWriter::bytes(std::string_view string)
+{
+    value(quoted(string));
+}
+
+void ReadableWriter::line()
+{
+    fmt::format_to(std::back_inserter(out_), "\n{:{}}", "", 2 * depth_);
 }
 
 void ReadableWriter::value(std::string_view text)
 {
-    auto const gap = std::max(value_column, name_size_ + 1) - name_size_;
-    fmt::format_to(std::back_inserter(out_), "{:{}}{}\n", "", gap, text);
+    fmt::format_to(std::back_inserter(out_), "{:{}}{}", "", gap_, text);
+    gap_ = 1;
 }
 
 } // namespace tarnwick::program

@@ -38,7 +38,7 @@ void RecordPrinter::begin_readable(std::string_view name, std::string_view diale
 void RecordPrinter::end_readable()
 {
     output_.write(readable_.text());
-    output_.write("\n");
+    output_.write("\n\n");
     readable_.clear();
 }
 

@@ -9,17 +9,29 @@
 
 #include <QtCore/QDebug>
 
+#include <concepts>
 #include <string>
+#include <type_traits>
 
 namespace tarnwick::data {
 
-template <class T>
-concept HandleOfDescribed = requires(T const &value) { []<Described Payload>(Handle<Payload> const &) {}(value); };
+namespace detail {
 
-/// What `fmt::format` and `QDebug` print by the description of its fields.
+template <class Payload>
+Payload const &payload_of(Handle<Payload> const &);
+
+} // namespace detail
+
+/// What `fmt::format` and `QDebug` print by the description of its fields: records and their parts.
 template <class T>
-concept Printable =
-    Described<T> || HandleOfDescribed<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair>;
+concept PrintablePart = Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> ||
+                        std::same_as<T, php::StackTrace> || std::same_as<T, php::detail::ZVal> ||
+                        std::same_as<T, php::detail::PelorinArray>;
+
+template <class T>
+concept Printable = PrintablePart<T> || requires(T const &value) {
+    requires PrintablePart<std::remove_cvref_t<decltype(detail::payload_of(value))>>;
+};
 
 /// One line; see `TextWriter` for its form.
 template <Printable T>

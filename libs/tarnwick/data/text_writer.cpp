@@ -1,6 +1,6 @@
 #include <tarnwick/data/text_writer.h>
 
-#include <tarnwick/qstring_format.h>
+#include <QtCore/QString>
 
 #include <fmt/format.h>
 
@@ -11,26 +11,63 @@ namespace tarnwick::data {
 void TextWriter::begin_record(std::string_view name)
 {
     out_.append(name).push_back('{');
-    first_field_ = true;
+    first_ = true;
 }
 
 void TextWriter::field(std::string_view name, Sense /*sense*/)
 {
-    if (!first_field_)
-        out_.append(", ");
-    first_field_ = false;
+    separate();
     out_.append(name).append(": ");
 }
 
 void TextWriter::end_record()
 {
     out_.push_back('}');
-    first_field_ = false;
+    first_ = false;
+}
+
+void TextWriter::begin_list()
+{
+    out_.push_back('[');
+    first_ = true;
+}
+
+void TextWriter::item()
+{
+    separate();
+}
+
+void TextWriter::end_list()
+{
+    out_.push_back(']');
+    first_ = false;
+}
+
+void TextWriter::entry_value()
+{
+    out_.append(" => ");
+}
+
+// The other kinds can be told by their content.
+void TextWriter::begin_value(std::string_view kind)
+{
+    if (kind == "json")
+        out_.append("json ");
+}
+
+void TextWriter::bare_value(std::string_view kind)
+{
+    out_.append(kind);
 }
 
 void TextWriter::absent()
 {
     out_.append("none");
+}
+
+void TextWriter::boolean(bool value)
+{
+    out_.append(value ? "true" : "false");
 }
 
 void TextWriter::integer(std::int64_t value)
@@ -43,6 +80,15 @@ void TextWriter::integer(std::uint64_t value)
     fmt::format_to(std::back_inserter(out_), "{}", value);
 }
 
+// Apart from an integer also where nothing stands behind the point.
+void TextWriter::real(double value)
+{
+    auto const shortest = fmt::to_string(value);
+    out_.append(shortest);
+    if (shortest.find_first_not_of("-0123456789") == std::string::npos)
+        out_.append(".0");
+}
+
 void TextWriter::time(TimePair value)
 {
     fmt::format_to(std::back_inserter(out_), "{{{} s, {} ns}}", value.seconds, value.nanos);
@@ -53,7 +99,19 @@ void TextWriter::text(QString const &value)
     if (value.isNull())
         out_.append("null");
     else
-        fmt::format_to(std::back_inserter(out_), "{:?}", value);
+        bytes(value.toStdString());
+}
+
+void TextWriter::bytes(std::string_view value)
+{
+    fmt::format_to(std::back_inserter(out_), "{:?}", value);
+}
+
+void TextWriter::separate()
+{
+    if (!first_)
+        out_.append(", ");
+    first_ = false;
 }
 
 } // namespace tarnwick::data

@@ -13,7 +13,8 @@ class QString;
 namespace tarnwick::data {
 
 /// Writes records on one line, for logs and debuggers, like `php.RShutdown{request_id: 7, duration: {0 s, 5 ns}, ...}`.
-/// Texts stand in quotes with escapes, a null text is `null`, what is absent is `none`.
+/// Texts and bytes stand in quotes with escapes, a null text is `null`, what is absent is `none`. PHP arrays are
+/// `["key" => value]`.
 class TARNWICK_EXPORT TextWriter {
 public:
     [[nodiscard]] std::string const &line() const noexcept { return out_; }
@@ -21,15 +22,29 @@ public:
     void begin_record(std::string_view name);
     void field(std::string_view name, Sense sense);
     void end_record();
+    void begin_list();
+    void item();
+    void end_list();
+    void begin_entry() {}
+    void entry_value();
+    void end_entry() {}
+    void begin_value(std::string_view kind);
+    void end_value() {}
+    void bare_value(std::string_view kind);
     void absent();
+    void boolean(bool value);
     void integer(std::int64_t value);
     void integer(std::uint64_t value);
+    void real(double value);
     void time(TimePair value);
     void text(QString const &value);
+    void bytes(std::string_view value);
 
 private:
+    void separate();
+
     std::string out_;
-    bool first_field_ = true;
+    bool first_ = true; ///< nothing stands in the innermost record or list yet
 };
 
 } // namespace tarnwick::data

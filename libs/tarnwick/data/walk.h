@@ -3,29 +3,63 @@
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/handle.h>
 #include <tarnwick/data/php/request_id.h>
+#include <tarnwick/data/php/stack_trace.h>
+#include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/time_pair.h>
 
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
 #include <QtCore/QString>
 
+#include <array>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <variant>
 
 namespace tarnwick::data {
 
 /// What a record is told to, piece by piece, by `walk`: everything that prints records is one of these.
 template <class W>
 concept Writer = requires(W writer, std::string_view name, QString const &text) {
+    // A record: its fields in order, each followed by its value.
     writer.begin_record(name);
     writer.field(name, Sense::plain);
     writer.end_record();
+    // A list: `item` before each value. The items of a PHP array are entries, a key and a value each.
+    writer.begin_list();
+    writer.item();
+    writer.end_list();
+    writer.begin_entry();
+    writer.entry_value();
+    writer.end_entry();
+    // A PHP value, by the name of its kind: one that holds something, and one that is all in its kind.
+    writer.begin_value(name);
+    writer.end_value();
+    writer.bare_value(name);
+    // What is nothing but itself.
     writer.absent();
+    writer.boolean(bool{});
     writer.integer(std::int64_t{});
     writer.integer(std::uint64_t{});
+    writer.real(double{});
     writer.time(TimePair{});
     writer.text(text);
+    writer.bytes(name);
 };
+
+/// The kinds of PHP values by their numbers.
+inline constexpr std::array<std::string_view, std::variant_size_v<php::detail::ZVal::Value>> kind_names{
+    "undefined", "null", "bool", "long", "double", "string", "array", "object", "resource", "json", "timestamp"};
+
+template <Writer W>
+void walk(W &writer, bool value)
+{
+    writer.boolean(value);
+}
 
 template <Writer W, std::signed_integral T>
 void walk(W &writer, T value)
@@ -34,9 +68,16 @@ void walk(W &writer, T value)
 }
 
 template <Writer W, std::unsigned_integral T>
+    requires(!std::same_as<T, bool>)
 void walk(W &writer, T value)
 {
     writer.integer(static_cast<std::uint64_t>(value));
+}
+
+template <Writer W>
+void walk(W &writer, double value)
+{
+    writer.real(value);
 }
 
 template <Writer W>
@@ -57,6 +98,34 @@ void walk(W &writer, QString const &value)
     writer.text(value);
 }
 
+template <Writer W>
+void walk(W &writer, std::string const &value)
+{
+    writer.bytes(value);
+}
+
+template <Writer W>
+void walk(W &writer, QByteArray const &value)
+{
+    writer.bytes({value.constData(), static_cast<std::size_t>(value.size())});
+}
+
+// Values hold each other, so each is declared before any is told.
+template <Writer W, class T>
+void walk(W &writer, std::optional<T> const &value);
+template <Writer W, class T>
+void walk(W &writer, QList<T> const &list);
+template <Writer W, class Payload>
+void walk(W &writer, Handle<Payload> const &handle);
+template <Writer W>
+void walk(W &writer, php::detail::ZVal const &value);
+template <Writer W>
+void walk(W &writer, php::detail::PelorinArray const &array);
+template <Writer W>
+void walk(W &writer, php::StackTrace const &trace);
+template <Writer W, Described Record>
+void walk(W &writer, Record const &record);
+
 template <Writer W, class T>
 void walk(W &writer, std::optional<T> const &value)
 {
@@ -64,6 +133,17 @@ void walk(W &writer, std::optional<T> const &value)
         walk(writer, *value);
     else
         writer.absent();
+}
+
+template <Writer W, class T>
+void walk(W &writer, QList<T> const &list)
+{
+    writer.begin_list();
+    for (auto const &value : list) {
+        writer.item();
+        walk(writer, value);
+    }
+    writer.end_list();
 }
 
 template <Writer W, class Payload>
@@ -75,6 +155,50 @@ void walk(W &writer, Handle<Payload> const &handle)
         writer.absent();
 }
 
+template <Writer W>
+void walk(W &writer, php::detail::ZVal const &value)
+{
+    if (value.value().valueless_by_exception()) {
+        writer.absent();
+        return;
+    }
+    auto const kind = kind_names[value.value().index()];
+    std::visit(
+        [&]<class Content>(Content const &content) {
+            using php::detail::ZVal;
+            if constexpr (std::same_as<Content, ZVal::undefined_t> || std::same_as<Content, ZVal::null_t>) {
+                writer.bare_value(kind);
+            } else {
+                writer.begin_value(kind);
+                walk(writer, content);
+                writer.end_value();
+            }
+        },
+        value.value());
+}
+
+template <Writer W>
+void walk(W &writer, php::detail::PelorinArray const &array)
+{
+    writer.begin_list();
+    for (auto const &[key, value] : array.elements()) {
+        writer.item();
+        writer.begin_entry();
+        walk(writer, key);
+        writer.entry_value();
+        walk(writer, value);
+        writer.end_entry();
+    }
+    writer.end_list();
+}
+
+template <Writer W>
+void walk(W &writer, php::StackTrace const &trace)
+{
+    walk(writer, trace.frames());
+}
+
+/// Tells the fields of a record to a writer, in the record's order.
 template <Writer W, Described Record>
 void walk_fields(W &writer, Record const &record)
 {
@@ -84,7 +208,6 @@ void walk_fields(W &writer, Record const &record)
     });
 }
 
-/// Tells a record to a writer, field by field, in the record's order.
 template <Writer W, Described Record>
 void walk(W &writer, Record const &record)
 {

@@ -1,5 +1,13 @@
 #include "json_writer.h"
 
+#include <tarnwick/data/php/stack_trace.h>
+#include <tarnwick/data/walk.h>
+
+#include "support/rpc_values.h"
+#include "support/textproto.h"
+
+#include <tarnwick/rpc/php/v1/function.pb.h>
+
 #include <gtest/gtest.h>
 
 #include <QtCore/QByteArray>
@@ -112,6 +120,70 @@ TEST(JsonWriter, WritesTimesAsStored)
     EXPECT_EQ(time({-1, -5}), R"({"seconds":-1,"nanos":-5})");
     EXPECT_EQ(time({std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int32_t>::max()}),
               R"({"seconds":-9223372036854775808,"nanos":2147483647})");
+}
+
+TEST(JsonWriter, WritesDoublesAsTheShortestTextThatReadsBack)
+{
+    auto const real = [](double value) { return member([=](JsonWriter &writer) { writer.real(value); }); };
+    EXPECT_EQ(real(0.1), "0.1");
+    EXPECT_EQ(real(1.0), "1");
+    EXPECT_EQ(real(-0.0), "-0");
+    EXPECT_EQ(real(5e-324), "5e-324");
+    EXPECT_EQ(real(std::numeric_limits<double>::max()), "1.7976931348623157e+308");
+    EXPECT_EQ(real(std::numeric_limits<double>::quiet_NaN()), R"("NaN")");
+    EXPECT_EQ(real(std::numeric_limits<double>::infinity()), R"("Infinity")");
+    EXPECT_EQ(real(-std::numeric_limits<double>::infinity()), R"("-Infinity")");
+}
+
+TEST(JsonWriter, WritesEveryKindOfPhpValue)
+{
+    struct Case {
+        char const *textproto;
+        char const *json;
+    };
+    Case const cases[] = {
+        {"", R"({"kind":"undefined"})"},
+        {"null_value: NULL_VALUE", R"({"kind":"null"})"},
+        {"bool_value: false", R"({"kind":"bool","value":false})"},
+        {"long_value: 5", R"({"kind":"long","value":5})"},
+        {"double_value: 0.5", R"({"kind":"double","value":0.5})"},
+        {"string_value: 'a'", R"({"kind":"string","value":"a"})"},
+        {"string_value: '\\377'", R"({"kind":"string","value":{"base64":"/w=="}})"},
+        {"array_value { elements { long_key: 1 value { } } elements { value { bool_value: true } } }",
+         R"({"kind":"array","value":[[{"kind":"long","value":1},{"kind":"undefined"}],)"
+         R"([{"kind":"undefined"},{"kind":"bool","value":true}]]})"},
+        {"object_value { class_name: 'C' properties { elements { string_key: 'p' value { } } } }",
+         R"({"kind":"object","value":{"class_name":"C","properties":[[{"kind":"string","value":"p"},)"
+         R"({"kind":"undefined"}]],"value":{"kind":"undefined"}}})"},
+        {"resource_value { type_name: 'stream' value { long_value: 2 } }",
+         R"({"kind":"resource","value":{"type_name":"stream","value":{"kind":"long","value":2}}})"},
+        {"json_value: '[1]'", R"({"kind":"json","value":"[1]"})"},
+        {"timestamp_value { seconds: 8 nanos: -9 }",
+         R"({"kind":"timestamp","value":{"seconds":8,"nanos":-9}})"},
+    };
+    for (auto const &[textproto, json] : cases)
+        EXPECT_EQ(member([&](JsonWriter &writer) {
+                      data::walk(writer, test::value_from_text(textproto));
+                  }),
+                  json);
+}
+
+TEST(JsonWriter, WritesAStackTraceAsAListOfItsCalls)
+{
+    data::php::StackTrace const trace(test::from_text<rpc::php::v1::StackTrace>(R"pb(
+        frames {
+            function {
+                name: "f"
+                location { file: "a.php" line: 17 line_extra: 3 }
+                call_value { long_value: 1 }
+            }
+            frame_number: 4
+        }
+        frames { })pb"));
+    EXPECT_EQ(member([&](JsonWriter &writer) { data::walk(writer, trace); }),
+              R"([{"name":"f","args":[],"call_value":{"kind":"long","value":1},)"
+              R"("location":{"file":"a.php","line":17,"line_extra":3},"frame_number":4},)"
+              R"({"name":"","args":[],"call_value":null,"location":null,"frame_number":0}])");
 }
 
 TEST(JsonWriter, BeginsAnewWhenCleared)

@@ -3,6 +3,8 @@
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/walk.h>
 
+#include "support/rpc_values.h"
+
 #include <gtest/gtest.h>
 
 #include <QtCore/QString>
@@ -24,10 +26,10 @@ std::string value(Sense sense, Write &&write)
     ReadableWriter writer(false);
     writer.field("x", sense);
     write(writer);
-    std::string const before = "  x                ";
+    std::string const before = "\n  x                ";
     auto const &text = writer.text();
-    EXPECT_TRUE(text.starts_with(before) && text.ends_with("\n")) << text;
-    return text.substr(before.size(), text.size() - before.size() - 1);
+    EXPECT_TRUE(text.starts_with(before)) << text;
+    return text.substr(before.size());
 }
 
 std::string time(Sense sense, data::TimePair pair)
@@ -115,12 +117,12 @@ TEST(ReadableWriter, IndentsWhatARecordHolds)
     data::walk(writer, data::php::SourceLocation(QStringLiteral("a.php"), 17, 0));
     writer.field("no_location", Sense::plain);
     writer.absent();
-    EXPECT_EQ(writer.text(), R"(  location
+    EXPECT_EQ(writer.text(), R"(
+  location
     file             "a.php"
     line             17
     line_extra       0
-  no_location      -
-)");
+  no_location      -)");
 }
 
 TEST(ReadableWriter, KeepsALongNameApartFromItsValue)
@@ -128,17 +130,60 @@ TEST(ReadableWriter, KeepsALongNameApartFromItsValue)
     ReadableWriter writer(false);
     writer.field("a_name_of_twenty_five_sig", Sense::plain);
     writer.absent();
-    EXPECT_EQ(writer.text(), "  a_name_of_twenty_five_sig -\n");
+    EXPECT_EQ(writer.text(), "\n  a_name_of_twenty_five_sig -");
 }
 
 TEST(ReadableWriter, ColoursTheHeadlineOnlyWhenAsked)
 {
     ReadableWriter plain(false);
     plain.headline("php.RShutdown", "frame 1");
-    EXPECT_EQ(plain.text(), "php.RShutdown  frame 1\n");
+    EXPECT_EQ(plain.text(), "php.RShutdown  frame 1");
     ReadableWriter coloured(true);
     coloured.headline("php.RShutdown", "frame 1");
-    EXPECT_EQ(coloured.text(), "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2mframe 1\x1b[0m\n");
+    EXPECT_EQ(coloured.text(), "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2mframe 1\x1b[0m");
+}
+
+TEST(ReadableWriter, WritesPhpValuesAsAPersonWouldWriteThem)
+{
+    ReadableWriter writer(false);
+    writer.field("args", Sense::plain);
+    data::walk(writer, test::array_from_text(R"pb(
+        elements { long_key: 0 value { string_value: "a\"b" } }
+        elements { string_key: "list" value { array_value { elements { value { double_value: 2 } } } } }
+        elements { string_key: "none" value { array_value { } } }
+        elements { string_key: "null" value { null_value: NULL_VALUE } }
+        elements { string_key: "on" value { bool_value: true } }
+        elements { string_key: "json" value { json_value: "[1]" } }
+        elements {
+            string_key: "user"
+            value {
+                object_value {
+                    class_name: "User"
+                    properties { elements { string_key: "id" value { long_value: 3 } } }
+                }
+            }
+        })pb"));
+    EXPECT_EQ(writer.text(), R"(
+  args
+    - 0 => "a\"b"
+    - "list" =>
+      - undefined => 2.0
+    - "none" => []
+    - "null" => null
+    - "on" => true
+    - "json" => json "[1]"
+    - "user" =>
+      class_name       "User"
+      properties
+        - "id" => 3
+      value            undefined)");
+}
+
+TEST(ReadableWriter, CutsLongTextsBetweenCharactersAndSaysHowMuchIsLeftOut)
+{
+    EXPECT_EQ(text(QString(240, u'x')), '"' + std::string(240, 'x') + '"');
+    EXPECT_EQ(text(QString(241, u'x')), '"' + std::string(240, 'x') + "\" and 1 bytes more");
+    EXPECT_EQ(text(QString(239, u'x') + u'é' + u'y'), '"' + std::string(239, 'x') + "\" and 3 bytes more");
 }
 
 } // namespace

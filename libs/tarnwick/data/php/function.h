@@ -20,19 +20,20 @@ class StackTraceFrame;
 namespace tarnwick::rpc::php::v1 {
 class Function;
 class StackTraceFrame;
-}
+} // namespace tarnwick::rpc::php::v1
 
 namespace tarnwick::data::php {
 
-/// One call of a PHP function. Copies share their arguments and values.
+/// One call of a PHP function. Copies share their arguments and values. One that was moved from can only be assigned to
+/// or destroyed.
 ///
-/// | Accessor         | Meaning                                 | rpc                               | protobuf                     |
-/// |------------------|-----------------------------------------|-----------------------------------|------------------------------|
-/// | `name()`         | name of the function as sent            | may be empty                      | may be empty                 |
-/// | `args()`         | arguments as a PHP array, never null    | no elements when absent           | no elements when absent      |
-/// | `call_value()`   | one further value of the call           | by presence, an empty one included | never sent: absent          |
-/// | `location()`     | where it stands                         | by presence, an empty file included | absent when the file is empty |
-/// | `frame_number()` | number that only frames carry           | 0 in a call that is no frame      | 0 in a call that is no frame |
+/// | Accessor         | Meaning                              | rpc                          | protobuf                |
+/// |------------------|--------------------------------------|------------------------------|-------------------------|
+/// | `name()`         | name of the function as sent         | may be empty                 | may be empty            |
+/// | `args()`         | arguments as a PHP array, never null | no elements when absent      | no elements when absent |
+/// | `call_value()`   | one further value of the call        | by presence, also if empty   | never sent: absent      |
+/// | `location()`     | where it stands                      | by presence, also if no file | absent when no file     |
+/// | `frame_number()` | number that only frames carry        | 0 in a call that is no frame | the same                |
 class TARNWICK_EXPORT Function {
 public:
     explicit Function(pelorin::protobuf::Monitor::FunctionData const &message);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 
 namespace tarnwick::data::php::detail {
 namespace {
@@ -103,8 +104,7 @@ php::PelorinArray PelorinArray::diff_keys(PelorinArray const &other) const
             continue;
         auto nested = (*own_array)->diff_keys(**array);
         if (!nested->elements().empty())
-            difference.emplace_back(
-                key, php::ZVal(new ZVal(std::in_place_type<php::PelorinArray>, std::move(nested))));
+            difference.emplace_back(key, php::ZVal(new ZVal(std::in_place_type<php::PelorinArray>, std::move(nested))));
     }
     return php::PelorinArray(new PelorinArray(std::move(difference)));
 }

@@ -13,7 +13,7 @@ class RepeatedPtrField;
 namespace pelorin::protobuf::PelorinPHP {
 class StackTrace;
 class StackTraceFrame;
-}
+} // namespace pelorin::protobuf::PelorinPHP
 namespace tarnwick::rpc::php::v1 {
 class StackTrace;
 }
@@ -25,7 +25,8 @@ class TARNWICK_EXPORT StackTrace {
 public:
     StackTrace() noexcept = default;
     explicit StackTrace(rpc::php::v1::StackTrace const &message);
-    explicit StackTrace(google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame> const &frames);
+    explicit StackTrace(
+        google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame> const &frames);
     explicit StackTrace(pelorin::protobuf::PelorinPHP::StackTrace const &message);
 
     [[nodiscard]] QList<Function> const &frames() const noexcept { return frames_; }

@@ -1,0 +1,377 @@
+// Values that no well-behaved sender makes: they are read like any other, nothing crashes and nothing is repaired.
+
+#include <tarnwick/data/php/zval.h>
+
+#include "support/by_name.h"
+#include "support/php_values.h"
+#include "support/wire.h"
+
+#include <pelorin/protobuf/PelorinPHP/zval.pb.h>
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <google/protobuf/io/coded_stream.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace tarnwick::data::php {
+namespace {
+
+using namespace std::string_view_literals;
+using test::from_wire;
+using test::notation;
+using test::null_handles;
+using test::php_elements;
+using test::php_long;
+using test::php_null;
+
+using RpcValue = rpc::php::v1::ZVal;
+using RpcArray = rpc::php::v1::PelorinArray;
+using RpcElement = rpc::php::v1::PelorinArrayElement;
+using RpcObject = rpc::php::v1::PelorinObject;
+using RpcResource = rpc::php::v1::PelorinResource;
+using ProtobufValue = pelorin::protobuf::PelorinPHP::ZVal;
+using ProtobufArray = pelorin::protobuf::PelorinPHP::PelorinArray;
+
+// Bytes.
+
+constexpr std::string_view not_utf_8 = "\xff\xc3(\xed\xa0\x80\xf4\x90\x80\x80\xc0\x80\xe2\x82"sv;
+
+TEST(HostileValues, names_that_are_not_utf_8_get_replacement_characters)
+{
+    RpcObject object_message;
+    object_message.set_class_name("a\xff z\xc3");
+    RpcResource resource_message;
+    resource_message.set_type_name("a\xff z\xc3");
+    detail::PelorinObject const object(from_wire<RpcObject>(object_message.SerializeAsString()));
+    detail::PelorinResource const resource(from_wire<RpcResource>(resource_message.SerializeAsString()));
+    auto const replaced = QString::fromUtf16(u"a\uFFFD z\uFFFD");
+
+    EXPECT_EQ(object.class_name(), replaced);
+    EXPECT_EQ(resource.type_name(), replaced);
+
+    RpcObject object_written;
+    object.to_protobuf(object_written);
+    EXPECT_EQ(object_written.class_name(), "a\xef\xbf\xbd z\xef\xbf\xbd");
+    RpcResource resource_written;
+    resource.to_protobuf(resource_written);
+    EXPECT_EQ(resource_written.type_name(), "a\xef\xbf\xbd z\xef\xbf\xbd");
+}
+
+TEST(HostileValues, names_keep_their_nuls_both_ways)
+{
+    RpcObject message;
+    message.set_class_name("\0a\0\0b\0"sv);
+    detail::PelorinObject const object(message);
+    EXPECT_EQ(object.class_name(), QString::fromUtf16(u"\0a\0\0b\0", 6));
+
+    RpcObject written;
+    object.to_protobuf(written);
+    EXPECT_EQ(written.class_name(), "\0a\0\0b\0"sv);
+}
+
+TEST(HostileValues, strings_keys_and_json_keep_every_byte_both_ways)
+{
+    std::string every_byte(not_utf_8);
+    for (int byte = 0; byte < 256; ++byte)
+        every_byte += static_cast<char>(byte);
+    RpcArray message;
+    message.add_elements()->set_string_key(every_byte);
+    message.mutable_elements(0)->mutable_value()->set_string_value(every_byte);
+    message.add_elements()->mutable_value()->set_json_value(every_byte);
+
+    detail::PelorinArray const array(from_wire<RpcArray>(message.SerializeAsString()));
+    EXPECT_EQ(std::get<std::string>(array.elements()[0].first->value()), every_byte);
+    EXPECT_EQ(std::get<std::string>(array.elements()[0].second->value()), every_byte);
+    EXPECT_EQ(std::get<QByteArray>(array.elements()[1].second->value()).toStdString(), every_byte);
+
+    RpcArray written;
+    array.to_protobuf(written);
+    EXPECT_EQ(written.SerializeAsString(), message.SerializeAsString());
+}
+
+TEST(HostileValues, keys_that_are_not_utf_8_are_told_apart_byte_by_byte)
+{
+    auto const own = php_elements({{test::php_string("\xff"), php_null()}});
+    auto const other = php_elements({{test::php_string("\xfe"), php_null()}, {test::php_string("\xff"), php_null()}});
+    EXPECT_EQ(notation(*own->diff_keys(*other)), "[string '\\xfe' => null]");
+}
+
+// Numbers that the messages do not know.
+
+struct WireCase {
+    char const *name;
+    std::string_view bytes;
+    char const *notation;
+
+    friend void PrintTo(WireCase const &row, std::ostream *out) { *out << test::quoted_bytes(row.bytes); }
+};
+
+WireCase const rpc_values[] = {
+    {"an_unknown_member_11", "\x58\x01"sv, "undefined"},
+    {"an_unknown_member_15_that_is_a_message", "\x7a\x02\x08\x01"sv, "undefined"},
+    {"an_unknown_member_of_a_large_number", "\xf8\xff\xff\xff\x0f\x01"sv, "undefined"},
+    {"a_known_member_before_an_unknown_one", "\x18\x05\x58\x01"sv, "long 5"},
+    {"a_known_member_behind_an_unknown_one", "\x58\x01\x18\x05"sv, "long 5"},
+    {"two_members_of_which_the_last_counts", "\x10\x01\x18\x05"sv, "long 5"},
+    {"two_members_in_the_other_order", "\x18\x05\x10\x01"sv, "true"},
+    {"an_array_in_two_pieces", "\x32\x04\x0a\x02\x08\x01\x32\x04\x0a\x02\x08\x02"sv,
+     "[long 1 => undefined, long 2 => undefined]"},
+    {"an_unknown_null_value", "\x08\x63"sv, "null"},
+    {"a_long_that_is_sent_as_bytes", "\x1a\x01\x05"sv, "undefined"},
+    {"a_string_that_is_sent_as_a_number", "\x28\x05"sv, "undefined"},
+    {"a_bool_that_is_neither_0_nor_1", "\x10\x05"sv, "true"},
+    {"an_unknown_member_in_an_object", "\x3a\x04\x0a\x00\x58\x01"sv, "object '' [] undefined"},
+    {"an_unknown_member_in_a_resource", "\x42\x02\x58\x01"sv, "resource '' undefined"},
+    {"an_unknown_member_in_an_element", "\x32\x04\x0a\x02\x58\x01"sv, "[undefined => undefined]"},
+    {"an_unknown_member_in_an_array", "\x32\x02\x58\x01"sv, "[]"},
+    {"two_keys_of_which_the_last_counts", "\x32\x07\x0a\x05\x08\x05\x12\x01k"sv, "[string 'k' => undefined]"},
+};
+
+class HostileRpcValue : public testing::TestWithParam<WireCase> {};
+
+TEST_P(HostileRpcValue, is_read)
+{
+    detail::ZVal const value(from_wire<RpcValue>(GetParam().bytes));
+    EXPECT_EQ(notation(value), GetParam().notation);
+    EXPECT_EQ(null_handles(value), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HostileRpcValue, testing::ValuesIn(rpc_values), test::by_name);
+
+WireCase const protobuf_values[] = {
+    {"type_8", "\x08\x08"sv, "undefined"},
+    {"type_8_beside_a_member", "\x08\x08\x20\x05"sv, "undefined"},
+    {"type_minus_1_beside_a_member", "\x08\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01\x20\x05"sv, "undefined"},
+    {"type_4_plus_2_to_the_31", "\x08\x84\x80\x80\x80\xf8\xff\xff\xff\xff\x01\x20\x05"sv, "undefined"},
+    {"type_9_of_an_array_in_the_other_dialect", "\x08\x09\x32\x01j"sv, "undefined"},
+    {"type_sent_twice_of_which_the_last_counts", "\x08\x03\x08\x04\x20\x05"sv, "long 5"},
+    {"an_unknown_member", "\x08\x04\x40\x05"sv, "long 0"},
+    {"a_known_member_before_an_unknown_one", "\x08\x04\x20\x05\x40\x06"sv, "long 5"},
+    {"two_members_of_which_type_names_the_first", "\x08\x04\x20\x05\x10\x01"sv, "long 0"},
+    {"two_members_of_which_type_names_the_last", "\x08\x04\x10\x01\x20\x05"sv, "long 5"},
+    {"a_long_that_is_sent_as_bytes", "\x08\x04\x22\x01\x05"sv, "long 0"},
+};
+
+class HostileProtobufValue : public testing::TestWithParam<WireCase> {};
+
+TEST_P(HostileProtobufValue, is_read)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufValue>(GetParam().bytes))), GetParam().notation);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HostileProtobufValue, testing::ValuesIn(protobuf_values), test::by_name);
+
+// Depth. This many messages may lie in each other in a report that the program reads.
+constexpr int max_depth = 1600;
+
+std::string member(int number, std::string const &message)
+{
+    std::string bytes;
+    google::protobuf::io::StringOutputStream stream(&bytes);
+    google::protobuf::io::CodedOutputStream coded(&stream);
+    coded.WriteTag(static_cast<std::uint32_t>(number << 3 | 2));
+    coded.WriteVarint32(static_cast<std::uint32_t>(message.size()));
+    coded.WriteString(message);
+    coded.Trim();
+    return bytes;
+}
+
+/// How a value lies in a value: the messages on the way from the one to the other.
+struct Nesting {
+    char const *name;
+    int messages;
+    std::string (*around)(std::string const &inner);
+    detail::ZVal const *(*inside)(detail::ZVal const &outer);
+};
+
+Nesting const nestings[] = {
+    {"arrays", 3,
+     [](std::string const &inner) {
+         return member(RpcValue::kArrayValueFieldNumber,
+                       member(RpcArray::kElementsFieldNumber, member(RpcElement::kValueFieldNumber, inner)));
+     },
+     [](detail::ZVal const &outer) -> detail::ZVal const * {
+         auto const *array = std::get_if<PelorinArray>(&outer.value());
+         return array != nullptr ? (*array)->elements().at(0).second.get() : nullptr;
+     }},
+    {"objects", 2,
+     [](std::string const &inner) {
+         return member(RpcValue::kObjectValueFieldNumber, member(RpcObject::kValueFieldNumber, inner));
+     },
+     [](detail::ZVal const &outer) -> detail::ZVal const * {
+         auto const *object = std::get_if<PelorinObject>(&outer.value());
+         return object != nullptr ? (*object)->value().get() : nullptr;
+     }},
+    {"properties", 4,
+     [](std::string const &inner) {
+         return member(RpcValue::kObjectValueFieldNumber,
+                       member(RpcObject::kPropertiesFieldNumber,
+                              member(RpcArray::kElementsFieldNumber, member(RpcElement::kValueFieldNumber, inner))));
+     },
+     [](detail::ZVal const &outer) -> detail::ZVal const * {
+         auto const *object = std::get_if<PelorinObject>(&outer.value());
+         return object != nullptr ? (*object)->properties()->elements().at(0).second.get() : nullptr;
+     }},
+    {"resources", 2,
+     [](std::string const &inner) {
+         return member(RpcValue::kResourceValueFieldNumber, member(RpcResource::kValueFieldNumber, inner));
+     },
+     [](detail::ZVal const &outer) -> detail::ZVal const * {
+         auto const *resource = std::get_if<PelorinResource>(&outer.value());
+         return resource != nullptr ? (*resource)->value().get() : nullptr;
+     }},
+};
+
+class HostileDepth : public testing::TestWithParam<Nesting> {
+protected:
+    static int levels() { return max_depth / GetParam().messages; }
+
+    /// A value around values, the innermost of which is 7.
+    static std::string bytes()
+    {
+        std::string bytes = "\x18\x07";
+        for (int level = 0; level < levels(); ++level)
+            bytes = GetParam().around(bytes);
+        return bytes;
+    }
+
+    static void parse(RpcValue &message)
+    {
+        auto const wire = bytes();
+        google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(wire.data()),
+                                                      static_cast<int>(wire.size()));
+        stream.SetRecursionLimit(max_depth);
+        ASSERT_TRUE(message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage());
+    }
+
+    static void expect_tree(detail::ZVal const &value)
+    {
+        int depth = 0;
+        detail::ZVal const *innermost = &value;
+        for (auto const *inside = &value; inside != nullptr; inside = GetParam().inside(*inside)) {
+            innermost = inside;
+            ++depth;
+        }
+        EXPECT_EQ(depth - 1, levels());
+        EXPECT_EQ(notation(*innermost), "long 7");
+        EXPECT_EQ(null_handles(value), 0U);
+    }
+};
+
+TEST_P(HostileDepth, at_the_limit_of_parsing_is_built_walked_and_released)
+{
+    RpcValue message;
+    parse(message);
+    ZVal value(new detail::ZVal(message));
+    message.Clear();
+    expect_tree(*value);
+    value.reset();
+    EXPECT_FALSE(value);
+}
+
+TEST_P(HostileDepth, at_the_limit_of_parsing_is_written_back)
+{
+    RpcValue message;
+    parse(message);
+    detail::ZVal const value(message);
+
+    google::protobuf::Arena arena;
+    auto &written = *google::protobuf::Arena::Create<RpcValue>(&arena);
+    value.to_protobuf(written);
+    EXPECT_EQ(written.SerializeAsString(), bytes());
+    expect_tree(detail::ZVal(written));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, HostileDepth, testing::ValuesIn(nestings), test::by_name);
+
+PelorinArray nested_arrays(int levels, ZVal const &innermost_key)
+{
+    auto array = php_elements({{innermost_key, php_null()}});
+    for (int level = 1; level < levels; ++level)
+        array = php_elements({{php_long(1), test::php_value(std::move(array))}});
+    return array;
+}
+
+TEST(HostileDepth, difference_of_arrays_at_the_limit_of_parsing)
+{
+    constexpr int levels = max_depth / 3;
+    auto const own = nested_arrays(levels, php_long(1));
+    auto const other = nested_arrays(levels, php_long(2));
+
+    EXPECT_EQ(notation(*own->diff_keys(*other)), notation(*other));
+    EXPECT_EQ(notation(*own->diff_keys(*own)), "[]");
+}
+
+// Width.
+
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+constexpr int many = 10'000'000;
+#else
+constexpr int many = 1'000'000;
+#endif
+
+template <class Message>
+class HostileWidth : public testing::Test {};
+struct DialectName {
+    template <class Message>
+    static std::string GetName(int)
+    {
+        return std::is_same_v<Message, RpcArray> ? "rpc" : "protobuf";
+    }
+};
+using Dialects = testing::Types<RpcArray, ProtobufArray>;
+TYPED_TEST_SUITE(HostileWidth, Dialects, DialectName);
+
+TYPED_TEST(HostileWidth, of_millions_of_elements_is_built_walked_and_released)
+{
+    PelorinArray array;
+    {
+        google::protobuf::Arena arena;
+        auto &message = *google::protobuf::Arena::Create<TypeParam>(&arena);
+        message.mutable_elements()->Reserve(many);
+        for (int i = 0; i < many; ++i) {
+            auto &element = *message.add_elements();
+            element.set_long_key(i);
+            if constexpr (std::is_same_v<TypeParam, ProtobufArray>)
+                element.mutable_value()->set_type(ProtobufValue::TYPE_LONG);
+            element.mutable_value()->set_long_value(-i);
+        }
+        array = PelorinArray(new detail::PelorinArray(message));
+    }
+    ASSERT_EQ(array->elements().size(), static_cast<std::size_t>(many));
+    EXPECT_EQ(array->elements().capacity(), static_cast<std::size_t>(many));
+
+    std::int64_t in_place = 0;
+    for (std::int64_t i = 0; auto const &[key, value] : array->elements()) {
+        in_place += std::get<std::int64_t>(key->value()) == i && std::get<std::int64_t>(value->value()) == -i;
+        ++i;
+    }
+    EXPECT_EQ(in_place, many);
+    array.reset();
+    EXPECT_FALSE(array);
+}
+
+TEST(HostileArray, of_a_million_elements_that_took_two_bytes_each_to_send_is_read)
+{
+    constexpr int number = 1'000'000;
+    std::string bytes;
+    for (int i = 0; i < number; ++i)
+        bytes += "\x0a\0"sv;
+    google::protobuf::Arena arena;
+    auto &message = *google::protobuf::Arena::Create<RpcArray>(&arena);
+    ASSERT_TRUE(message.ParseFromString(bytes));
+
+    detail::PelorinArray const array(message);
+    EXPECT_EQ(array.elements().size(), static_cast<std::size_t>(number));
+    EXPECT_EQ(null_handles(array), 0U);
+}
+
+} // namespace
+} // namespace tarnwick::data::php

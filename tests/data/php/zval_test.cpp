@@ -1,0 +1,650 @@
+#include <tarnwick/data/php/zval.h>
+
+#include "support/allocations.h"
+#include "support/by_name.h"
+#include "support/message_fields.h"
+#include "support/php_values.h"
+#include "support/textproto.h"
+#include "support/wire.h"
+
+#include <pelorin/protobuf/PelorinPHP/zval.pb.h>
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <gmock/gmock.h>
+
+#include <QtCore/QVariant>
+
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <ostream>
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+namespace tarnwick::data::php {
+namespace {
+
+using ProtobufMessage = pelorin::protobuf::PelorinPHP::ZVal;
+using RpcMessage = rpc::php::v1::ZVal;
+using test::field_names;
+using test::from_text;
+using test::from_wire;
+using test::notation;
+using test::PhpKind;
+using test::Target;
+using test::text_of;
+using testing::ElementsAre;
+
+using Value = detail::ZVal::Value;
+static_assert(std::variant_size_v<Value> == 11);
+static_assert(std::is_same_v<std::variant_alternative_t<0, Value>, detail::ZVal::undefined_t>);
+static_assert(std::is_same_v<std::variant_alternative_t<1, Value>, detail::ZVal::null_t>);
+static_assert(std::is_same_v<std::variant_alternative_t<2, Value>, bool>);
+static_assert(std::is_same_v<std::variant_alternative_t<3, Value>, std::int64_t>);
+static_assert(std::is_same_v<std::variant_alternative_t<4, Value>, double>);
+static_assert(std::is_same_v<std::variant_alternative_t<5, Value>, std::string>);
+static_assert(std::is_same_v<std::variant_alternative_t<6, Value>, PelorinArray>);
+static_assert(std::is_same_v<std::variant_alternative_t<7, Value>, PelorinObject>);
+static_assert(std::is_same_v<std::variant_alternative_t<8, Value>, PelorinResource>);
+static_assert(std::is_same_v<std::variant_alternative_t<9, Value>, QByteArray>);
+static_assert(std::is_same_v<std::variant_alternative_t<10, Value>, TimePair>);
+
+// A value is never changed, and never copied: it is shared.
+static_assert(!std::is_copy_constructible_v<detail::ZVal> && !std::is_move_constructible_v<detail::ZVal>);
+static_assert(!std::is_copy_assignable_v<detail::ZVal> && !std::is_move_assignable_v<detail::ZVal>);
+static_assert(!std::is_polymorphic_v<detail::ZVal>);
+static_assert(std::is_const_v<std::remove_reference_t<decltype(std::declval<detail::ZVal &>().value())>>);
+static_assert(std::is_nothrow_default_constructible_v<detail::ZVal>);
+static_assert(sizeof(ZVal) == sizeof(void *));
+
+ZVal from_rpc(std::string const &textproto)
+{
+    return ZVal(new detail::ZVal(from_text<RpcMessage>(textproto)));
+}
+
+ZVal from_protobuf(std::string const &textproto)
+{
+    return ZVal(new detail::ZVal(from_text<ProtobufMessage>(textproto)));
+}
+
+TEST(ZVal, is_undefined_by_default)
+{
+    EXPECT_EQ(detail::ZVal().kind(), PhpKind::undefined);
+    EXPECT_EQ(detail::ZVal().value().index(), 0U);
+}
+
+struct RpcCase {
+    char const *name;
+    char const *textproto;
+    std::size_t index;
+    char const *notation;
+
+    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
+};
+
+RpcCase const rpc_cases[] = {
+    {"no_member", "", 0, "undefined"},
+    {"null_value", "null_value: NULL_VALUE", 1, "null"},
+    {"bool_value", "bool_value: true", 2, "true"},
+    {"bool_value_false", "bool_value: false", 2, "false"},
+    {"long_value", "long_value: -9223372036854775808", 3, "long -9223372036854775808"},
+    {"long_value_0", "long_value: 0", 3, "long 0"},
+    {"double_value", "double_value: -2.5", 4, "double -2.5"},
+    {"double_value_0", "double_value: 0", 4, "double 0"},
+    {"string_value", "string_value: 'bytes'", 5, "string 'bytes'"},
+    {"string_value_empty", "string_value: ''", 5, "string ''"},
+    {"array_value", "array_value { elements { string_key: 'k' value { bool_value: true } } }", 6,
+     "[string 'k' => true]"},
+    {"array_value_empty", "array_value { }", 6, "[]"},
+    {"object_value", "object_value { class_name: 'C' properties { elements { } } value { long_value: 7 } }", 7,
+     "object 'C' [undefined => undefined] long 7"},
+    {"object_value_empty", "object_value { }", 7, "object '' [] undefined"},
+    {"resource_value", "resource_value { type_name: 'stream' value { long_value: 7 } }", 8, "resource 'stream' long 7"},
+    {"resource_value_empty", "resource_value { }", 8, "resource '' undefined"},
+    {"json_value", "json_value: '[1]'", 9, "json '[1]'"},
+    {"json_value_empty", "json_value: ''", 9, "json ''"},
+    {"timestamp_value", "timestamp_value { seconds: 1700000000 nanos: 5 }", 10, "time 1700000000 s 5 ns"},
+    {"timestamp_value_empty", "timestamp_value { }", 10, "time 0 s 0 ns"},
+};
+
+class ZValFromRpc : public testing::TestWithParam<RpcCase> {};
+
+TEST_P(ZValFromRpc, has_the_kind_of_the_member)
+{
+    auto const value = from_rpc(GetParam().textproto);
+
+    EXPECT_EQ(value->value().index(), GetParam().index);
+    EXPECT_EQ(static_cast<std::size_t>(value->kind()), GetParam().index);
+    EXPECT_EQ(notation(*value), GetParam().notation);
+    EXPECT_EQ(test::null_handles(*value), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromRpc, testing::ValuesIn(rpc_cases), test::by_name);
+
+struct TypeCase {
+    char const *name;
+    int type;
+    std::size_t index;
+    char const *without_content;
+};
+
+TypeCase const type_cases[] = {
+    {"type_0", 0, 0, "undefined"},
+    {"type_1", 1, 1, "null"},
+    {"type_2", 2, 2, "false"},
+    {"type_3", 3, 5, "string ''"},
+    {"type_4", 4, 3, "long 0"},
+    {"type_5", 5, 4, "double 0"},
+    {"type_6", 6, 9, "json ''"},
+    {"type_7", 7, 10, "time 0 s 0 ns"},
+    {"type_8", 8, 0, "undefined"},
+    {"type_minus_1", -1, 0, "undefined"},
+    {"type_of_the_largest_number", std::numeric_limits<int>::max(), 0, "undefined"},
+    {"type_of_the_smallest_number", std::numeric_limits<int>::min(), 0, "undefined"},
+};
+
+struct MemberCase {
+    char const *name;
+    int number;
+    char const *textproto;
+    char const *notation;
+};
+
+MemberCase const member_cases[] = {
+    {"no_member", -2, "", ""},
+    {"bool_value", 2, "bool_value: true", "true"},
+    {"string_value", 3, "string_value: 'bytes'", "string 'bytes'"},
+    {"long_value", 4, "long_value: 9223372036854775807", "long 9223372036854775807"},
+    {"double_value", 5, "double_value: -2.5", "double -2.5"},
+    {"json_value", 6, "json_value: '[1]'", "json '[1]'"},
+    {"timestamp_value", 7, "timestamp_value { seconds: 1700000000 nanos: 5 }", "time 1700000000 s 5 ns"},
+};
+
+class ZValFromProtobuf : public testing::TestWithParam<std::tuple<TypeCase, MemberCase>> {};
+
+TEST_P(ZValFromProtobuf, has_the_kind_of_the_type_and_the_content_of_its_member)
+{
+    auto const &[type, member] = GetParam();
+    auto const value = from_protobuf("type: " + std::to_string(type.type) + " " + member.textproto);
+
+    EXPECT_EQ(value->value().index(), type.index);
+    EXPECT_EQ(static_cast<std::size_t>(value->kind()), type.index);
+    EXPECT_EQ(notation(*value), type.type == member.number ? member.notation : type.without_content);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromProtobuf,
+                         testing::Combine(testing::ValuesIn(type_cases), testing::ValuesIn(member_cases)),
+                         [](auto const &instance) {
+                             return std::string(std::get<0>(instance.param).name) + "_beside_" +
+                                    std::get<1>(instance.param).name;
+                         });
+
+TEST(ZVal, of_rpc_without_a_member_is_undefined_and_not_null)
+{
+    EXPECT_EQ(from_rpc("")->kind(), PhpKind::undefined);
+    EXPECT_NE(from_rpc("")->kind(), PhpKind::null);
+}
+
+TEST(ZVal, of_rpc_is_null_whatever_number_null_value_holds)
+{
+    EXPECT_EQ(detail::ZVal(from_wire<RpcMessage>("\x08\x07")).kind(), PhpKind::null);
+    EXPECT_EQ(detail::ZVal(from_wire<RpcMessage>("\x08\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01")).kind(),
+              PhpKind::null);
+}
+
+TEST(ZVal, of_protobuf_type_4_beside_a_string_is_long_0)
+{
+    EXPECT_EQ(notation(*from_protobuf("type: TYPE_LONG string_value: '5'")), "long 0");
+}
+
+TEST(ZVal, of_protobuf_type_0_beside_a_bool_is_undefined)
+{
+    EXPECT_EQ(from_protobuf("type: TYPE_NONE bool_value: true")->kind(), PhpKind::undefined);
+}
+
+TEST(ZVal, of_protobuf_type_8_is_undefined)
+{
+    EXPECT_EQ(from_protobuf("type: 8")->kind(), PhpKind::undefined);
+}
+
+TEST(ZVal, keeps_every_byte_of_a_string)
+{
+    std::string const bytes("\0a\xff\xc3(\xed\xa0\x80\0", 9);
+    RpcMessage rpc;
+    rpc.set_string_value(bytes);
+    ProtobufMessage protobuf;
+    protobuf.set_type(ProtobufMessage::TYPE_STRING);
+    protobuf.set_string_value(bytes);
+
+    EXPECT_EQ(std::get<std::string>(detail::ZVal(rpc).value()), bytes);
+    EXPECT_EQ(std::get<std::string>(detail::ZVal(protobuf).value()), bytes);
+}
+
+TEST(ZVal, keeps_every_byte_of_json_that_is_none)
+{
+    std::string const bytes("{\0\xff", 3);
+    RpcMessage rpc;
+    rpc.set_json_value(bytes);
+    ProtobufMessage protobuf;
+    protobuf.set_type(ProtobufMessage::TYPE_JSON);
+    protobuf.set_json_value(bytes);
+
+    EXPECT_EQ(std::get<QByteArray>(detail::ZVal(rpc).value()), QByteArray("{\0\xff", 3));
+    EXPECT_EQ(std::get<QByteArray>(detail::ZVal(protobuf).value()), QByteArray("{\0\xff", 3));
+}
+
+TEST(ZVal, keeps_a_time_outside_its_range)
+{
+    EXPECT_EQ(notation(*from_rpc("timestamp_value { seconds: -9223372036854775808 nanos: -2147483648 }")),
+              "time -9223372036854775808 s -2147483648 ns");
+    EXPECT_EQ(notation(*from_protobuf("type: TYPE_TIMESTAMP timestamp_value { seconds: -1 nanos: 2147483647 }")),
+              "time -1 s 2147483647 ns");
+}
+
+TEST(ZVal, of_rpc_builds_an_array_in_an_object_in_an_array)
+{
+    auto const value = from_rpc(R"pb(
+        array_value {
+            elements {
+                long_key: 1
+                value {
+                    object_value {
+                        class_name: 'C'
+                        properties {
+                            elements {
+                                string_key: 'p'
+                                value {
+                                    array_value {
+                                        elements {
+                                            long_key: -1
+                                            value { resource_value { type_name: 'r' } }
+                                        }
+                                    }
+                                }
+                            }
+                        }
+                        value { null_value: NULL_VALUE }
+                    }
+                }
+            }
+        })pb");
+
+    EXPECT_EQ(notation(*value), "[long 1 => object 'C' [string 'p' => [long -1 => resource 'r' undefined]] null]");
+    EXPECT_EQ(test::null_handles(*value), 0U);
+}
+
+// What tells the dialects apart, on the bytes of the wire.
+
+TEST(ZValDialects, the_member_decides_in_rpc_and_the_type_in_protobuf)
+{
+    EXPECT_EQ(notation(*from_rpc("long_value: 5")), "long 5");
+    EXPECT_EQ(notation(*from_protobuf("long_value: 5")), "undefined");
+    EXPECT_EQ(notation(*from_protobuf("type: TYPE_LONG")), "long 0");
+    EXPECT_EQ(RpcMessage::descriptor()->FindFieldByName("type"), nullptr);
+}
+
+TEST(ZValDialects, long_is_3_in_rpc_and_4_in_protobuf)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x18\x05"))), "long 5");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x04\x20\x05"))), "long 5");
+}
+
+TEST(ZValDialects, double_is_4_in_rpc_and_5_in_protobuf)
+{
+    using namespace std::string_view_literals;
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x21\0\0\0\0\0\0\x04\x40"sv))), "double 2.5");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x05\x29\0\0\0\0\0\0\x04\x40"sv))), "double 2.5");
+}
+
+TEST(ZValDialects, string_is_5_in_rpc_and_3_in_protobuf)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x2a\x01s"))), "string 's'");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x03\x1a\x01s"))), "string 's'");
+}
+
+TEST(ZValDialects, json_is_9_in_rpc_and_6_in_protobuf)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x4a\x01j"))), "json 'j'");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x06\x32\x01j"))), "json 'j'");
+}
+
+TEST(ZValDialects, timestamp_is_10_in_rpc_and_7_in_protobuf)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x52\x02\x08\x05"))), "time 5 s 0 ns");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x07\x3a\x02\x08\x05"))), "time 5 s 0 ns");
+}
+
+TEST(ZValDialects, null_and_bool_have_one_number_in_both)
+{
+    using namespace std::string_view_literals;
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x08\0"sv))), "null");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x01"))), "null");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x10\x01"))), "true");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x02\x10\x01"))), "true");
+}
+
+TEST(ZValDialects, only_rpc_nests_in_a_value)
+{
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>(std::string_view("\x32\0", 2)))), "[]");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>(std::string_view("\x3a\0", 2)))), "object '' [] undefined");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>(std::string_view("\x42\0", 2)))), "resource '' undefined");
+    for (char const *member : {"array_value", "object_value", "resource_value"})
+        EXPECT_EQ(ProtobufMessage::descriptor()->FindFieldByName(member), nullptr) << member;
+}
+
+TEST(ZVal, takes_memory_for_content_that_is_kept_and_no_other)
+{
+    struct {
+        char const *textproto;
+        std::size_t blocks;
+    } const cases[] = {
+        {"", 0},
+        {"null_value: NULL_VALUE", 0},
+        {"bool_value: true", 0},
+        {"long_value: 1", 0},
+        {"double_value: 1", 0},
+        {"string_value: 'fifteen bytes..'", 0},
+        {"string_value: 'a string with a block of its own'", 1},
+        {"array_value { }", 1},
+        {"object_value { }", 3},
+        {"resource_value { }", 2},
+        {"json_value: '{}'", 1},
+        {"timestamp_value { seconds: 1 }", 0},
+    };
+    alignas(detail::ZVal) std::byte place[sizeof(detail::ZVal)];
+    for (auto const &row : cases) {
+        auto const message = from_text<RpcMessage>(row.textproto);
+        EXPECT_EQ(test::allocations_of([&] { (new (place) detail::ZVal(message))->~ZVal(); }), row.blocks)
+            << row.textproto;
+    }
+    auto const mismatch =
+        from_text<ProtobufMessage>("type: TYPE_LONG string_value: 'a string with a block of its own'");
+    EXPECT_EQ(test::allocations_of([&] { (new (place) detail::ZVal(mismatch))->~ZVal(); }), 0U);
+}
+
+// The way back.
+
+struct WritingCase {
+    char const *name;
+    char const *textproto;
+    /// The message after writing into an empty one.
+    char const *written;
+    /// The message after writing into one that holds `bool_value: true`.
+    char const *written_over_bool;
+    char const *read_back;
+
+    friend void PrintTo(WritingCase const &row, std::ostream *out) { *out << row.textproto; }
+};
+
+#define SAME(text) text, text, text
+#define NESTED                                                                                                         \
+    "array_value { elements { long_key: 1 value { object_value { class_name: 'C' properties { elements { "             \
+    "string_key: 'p' value { resource_value { type_name: 'r' value { json_value: '{' } } } } } } } } }"
+
+WritingCase const writing_cases[] = {
+    {"undefined", "", "", "bool_value: true", "undefined"},
+    {"null", "null_value: NULL_VALUE", "", "bool_value: true", "undefined"},
+    {"bool_true", SAME("bool_value: true"), "true"},
+    {"bool_false", SAME("bool_value: false"), "false"},
+    {"long", SAME("long_value: -9223372036854775808"), "long -9223372036854775808"},
+    {"long_0", SAME("long_value: 0"), "long 0"},
+    {"double", SAME("double_value: -2.5"), "double -2.5"},
+    {"double_minus_0", SAME("double_value: -0"), "double -0"},
+    {"double_nan", SAME("double_value: nan"), "double nan"},
+    {"string", SAME("string_value: 'a\\000\\377b'"), "string 'a\\x00\\xffb'"},
+    {"string_empty", SAME("string_value: ''"), "string ''"},
+    {"array", SAME("array_value { elements { long_key: 1 value { bool_value: false } } }"), "[long 1 => false]"},
+    {"array_empty", SAME("array_value { }"), "[]"},
+    {"array_of_null", "array_value { elements { string_key: 'k' value { null_value: NULL_VALUE } } }",
+     "array_value { elements { string_key: 'k' value { } } }", "array_value { elements { string_key: 'k' value { } } }",
+     "[string 'k' => undefined]"},
+    {"array_without_key_and_value", "array_value { elements { } }", "array_value { elements { value { } } }",
+     "array_value { elements { value { } } }", "[undefined => undefined]"},
+    {"object", SAME("object_value { class_name: 'C' properties { elements { value { } } } value { long_value: 7 } }"),
+     "object 'C' [undefined => undefined] long 7"},
+    {"object_with_empty_parts", "object_value { properties { } value { } }", "object_value { }", "object_value { }",
+     "object '' [] undefined"},
+    {"object_with_value_null", "object_value { value { null_value: NULL_VALUE } }", "object_value { value { } }",
+     "object_value { value { } }", "object '' [] undefined"},
+    {"resource", SAME("resource_value { type_name: 'r' value { long_value: 7 } }"), "resource 'r' long 7"},
+    {"resource_with_an_empty_value", "resource_value { value { } }", "resource_value { }", "resource_value { }",
+     "resource '' undefined"},
+    {"resource_with_value_null", "resource_value { value { null_value: NULL_VALUE } }", "resource_value { value { } }",
+     "resource_value { value { } }", "resource '' undefined"},
+    {"json", SAME("json_value: '{\\000\\377'"), "json '{\\x00\\xff'"},
+    {"json_empty", SAME("json_value: ''"), "json ''"},
+    {"timestamp", SAME("timestamp_value { seconds: -5 nanos: 1999999999 }"), "time -5 s 1999999999 ns"},
+    {"timestamp_0", SAME("timestamp_value { }"), "time 0 s 0 ns"},
+    {"nested", SAME(NESTED), "[long 1 => object 'C' [string 'p' => resource 'r' json '{'] undefined]"},
+};
+
+class ZValWriting : public testing::TestWithParam<std::tuple<WritingCase, bool>> {};
+
+TEST_P(ZValWriting, into_an_empty_message)
+{
+    auto const &[row, on_arena] = GetParam();
+    Target<RpcMessage> message(on_arena);
+    from_rpc(row.textproto)->to_protobuf(*message);
+    EXPECT_EQ(text_of(*message), text_of(from_text<RpcMessage>(row.written)));
+}
+
+TEST_P(ZValWriting, into_a_message_that_holds_another_member)
+{
+    auto const &[row, on_arena] = GetParam();
+    Target<RpcMessage> message(on_arena);
+    message->set_bool_value(true);
+    from_rpc(row.textproto)->to_protobuf(*message);
+    EXPECT_EQ(text_of(*message), text_of(from_text<RpcMessage>(row.written_over_bool)));
+}
+
+TEST_P(ZValWriting, and_reading_back)
+{
+    auto const &[row, on_arena] = GetParam();
+    Target<RpcMessage> message(on_arena);
+    from_rpc(row.textproto)->to_protobuf(*message);
+    EXPECT_EQ(notation(detail::ZVal(*message)), row.read_back);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValWriting, testing::Combine(testing::ValuesIn(writing_cases), testing::Bool()),
+                         [](auto const &instance) {
+                             return std::string(std::get<0>(instance.param).name) +
+                                    (std::get<1>(instance.param) ? "_on_an_arena" : "_on_the_heap");
+                         });
+
+TEST(ZValToProtobuf, null_leaves_a_new_message_without_a_member)
+{
+    RpcMessage message;
+    test::php_null()->to_protobuf(message);
+    EXPECT_EQ(message.value_case(), RpcMessage::VALUE_NOT_SET);
+}
+
+TEST(ZValToProtobuf, a_string_goes_out_byte_for_byte)
+{
+    std::string const bytes("\0a\xff\xc3(\0", 6);
+    RpcMessage message;
+    test::php_string(bytes)->to_protobuf(message);
+    EXPECT_EQ(message.string_value(), bytes);
+}
+
+TEST(ZValToProtobuf, a_timestamp_goes_out_as_stored)
+{
+    RpcMessage message;
+    test::php_value(TimePair{-1, -1'999'999'999})->to_protobuf(message);
+    EXPECT_EQ(message.timestamp_value().seconds(), -1);
+    EXPECT_EQ(message.timestamp_value().nanos(), -1'999'999'999);
+}
+
+TEST(ZValToProtobuf, undefined_and_null_leave_every_member_as_it_was)
+{
+    for (auto const &row : writing_cases) {
+        auto const before = from_text<RpcMessage>(row.written);
+        auto message = before;
+        test::php_undefined()->to_protobuf(message);
+        test::php_null()->to_protobuf(message);
+        EXPECT_EQ(text_of(message), text_of(before)) << row.name;
+    }
+}
+
+TEST(ZValToProtobuf, a_value_that_was_lost_writes_nothing)
+{
+    auto const value = test::php_valueless();
+    ASSERT_TRUE(value->value().valueless_by_exception());
+
+    RpcMessage message;
+    value->to_protobuf(message);
+    EXPECT_EQ(message.value_case(), RpcMessage::VALUE_NOT_SET);
+
+    message.set_long_value(5);
+    value->to_protobuf(message);
+    EXPECT_EQ(text_of(message), "long_value: 5");
+}
+
+TEST(ZValToProtobuf, every_member_drops_every_other_one)
+{
+    for (auto const &before : writing_cases) {
+        for (auto const &row : writing_cases) {
+            auto message = from_text<RpcMessage>(before.written);
+            auto const fresh = from_text<RpcMessage>(row.written);
+            if (fresh.value_case() == RpcMessage::VALUE_NOT_SET || fresh.value_case() == message.value_case())
+                continue;
+            from_rpc(row.textproto)->to_protobuf(message);
+            EXPECT_EQ(text_of(message), text_of(fresh)) << row.name << " over " << before.name;
+        }
+    }
+}
+
+TEST(ZValToProtobuf, a_scalar_is_overwritten)
+{
+    struct {
+        char const *before, *value;
+    } const cases[] = {
+        {"bool_value: true", "bool_value: false"},
+        {"long_value: 5", "long_value: 0"},
+        {"double_value: 5", "double_value: 0"},
+        {"string_value: 'before'", "string_value: ''"},
+        {"json_value: 'before'", "json_value: ''"},
+        {"timestamp_value { seconds: 5 nanos: 6 }", "timestamp_value { }"},
+        {"timestamp_value { seconds: 5 nanos: 6 }", "timestamp_value { seconds: 7 }"},
+    };
+    for (auto const &row : cases) {
+        auto message = from_text<RpcMessage>(row.before);
+        from_rpc(row.value)->to_protobuf(message);
+        EXPECT_EQ(text_of(message), text_of(from_text<RpcMessage>(row.value)));
+    }
+}
+
+TEST(ZValToProtobuf, a_sub_message_that_is_there_is_merged_into)
+{
+    struct {
+        char const *before, *value, *after;
+    } const cases[] = {
+        {"array_value { elements { long_key: 1 value { bool_value: true } } }",
+         "array_value { elements { long_key: 1 value { long_value: 5 } } }",
+         "array_value { elements { long_key: 1 value { bool_value: true } } elements { long_key: 1 value { "
+         "long_value: 5 } } }"},
+        {"object_value { class_name: 'before' properties { elements { long_key: 1 } } value { bool_value: true } }",
+         "object_value { class_name: 'C' properties { elements { long_key: 2 value { } } } value { long_value: 5 } }",
+         "object_value { class_name: 'C' properties { elements { long_key: 1 } elements { long_key: 2 value { } } } "
+         "value { long_value: 5 } }"},
+        {"object_value { class_name: 'before' properties { elements { long_key: 1 } } value { bool_value: true } }",
+         "object_value { }", "object_value { properties { elements { long_key: 1 } } value { bool_value: true } }"},
+        {"resource_value { type_name: 'before' value { bool_value: true } }",
+         "resource_value { type_name: 'r' value { long_value: 5 } }",
+         "resource_value { type_name: 'r' value { long_value: 5 } }"},
+        {"resource_value { type_name: 'before' value { bool_value: true } }", "resource_value { }",
+         "resource_value { value { bool_value: true } }"},
+    };
+    for (auto const &row : cases) {
+        auto message = from_text<RpcMessage>(row.before);
+        from_rpc(row.value)->to_protobuf(message);
+        EXPECT_EQ(text_of(message), text_of(from_text<RpcMessage>(row.after)));
+    }
+}
+
+TEST(ZValToProtobuf, a_sub_message_that_is_there_is_reused)
+{
+    RpcMessage array;
+    auto const *array_value = array.mutable_array_value();
+    from_rpc("array_value { elements { } }")->to_protobuf(array);
+    EXPECT_EQ(&array.array_value(), array_value);
+
+    RpcMessage object;
+    auto const *properties = object.mutable_object_value()->mutable_properties();
+    auto const *object_value = object.mutable_object_value()->mutable_value();
+    from_rpc("object_value { properties { elements { } } value { long_value: 5 } }")->to_protobuf(object);
+    EXPECT_EQ(&object.object_value().properties(), properties);
+    EXPECT_EQ(&object.object_value().value(), object_value);
+
+    RpcMessage resource;
+    auto const *resource_value = resource.mutable_resource_value()->mutable_value();
+    from_rpc("resource_value { value { long_value: 5 } }")->to_protobuf(resource);
+    EXPECT_EQ(&resource.resource_value().value(), resource_value);
+
+    RpcMessage timestamp;
+    auto const *timestamp_value = timestamp.mutable_timestamp_value();
+    from_rpc("timestamp_value { seconds: 5 }")->to_protobuf(timestamp);
+    EXPECT_EQ(&timestamp.timestamp_value(), timestamp_value);
+}
+
+TEST(ZValToProtobuf, sub_messages_live_on_the_arena_of_the_target)
+{
+    google::protobuf::Arena arena;
+    auto &message = *google::protobuf::Arena::Create<RpcMessage>(&arena);
+    from_rpc(NESTED)->to_protobuf(message);
+
+    auto const &element = message.array_value().elements(0);
+    auto const &object = element.value().object_value();
+    auto const &property = object.properties().elements(0);
+    EXPECT_EQ(message.array_value().GetArena(), &arena);
+    EXPECT_EQ(element.GetArena(), &arena);
+    EXPECT_EQ(element.value().GetArena(), &arena);
+    EXPECT_EQ(object.GetArena(), &arena);
+    EXPECT_EQ(object.properties().GetArena(), &arena);
+    EXPECT_EQ(property.GetArena(), &arena);
+    EXPECT_EQ(property.value().resource_value().GetArena(), &arena);
+    EXPECT_EQ(property.value().resource_value().value().GetArena(), &arena);
+
+    auto &timestamp = *google::protobuf::Arena::Create<RpcMessage>(&arena);
+    from_rpc("timestamp_value { seconds: 5 }")->to_protobuf(timestamp);
+    EXPECT_EQ(timestamp.timestamp_value().GetArena(), &arena);
+}
+
+TEST(ZValToProtobuf, does_not_change_the_value)
+{
+    auto const value = from_rpc(NESTED);
+    auto const before = notation(*value);
+    RpcMessage message;
+    value->to_protobuf(message);
+    EXPECT_EQ(notation(*value), before);
+}
+
+TEST(ZVal, goes_through_a_variant)
+{
+    auto const value = from_rpc("long_value: 5");
+    auto const variant = QVariant::fromValue(value);
+
+    EXPECT_STREQ(variant.metaType().name(), "tarnwick::data::php::ZVal");
+    EXPECT_EQ(variant.value<ZVal>().get(), value.get());
+}
+
+TEST(ZVal, holds_what_was_put_in_by_hand)
+{
+    detail::ZVal const from_variant{Value(std::in_place_type<std::string>, "bytes")};
+    detail::ZVal const made_in_place(std::in_place_type<std::string>, 3U, 'x');
+
+    EXPECT_EQ(notation(from_variant), "string 'bytes'");
+    EXPECT_EQ(notation(made_in_place), "string 'xxx'");
+}
+
+TEST(ZVal, message_fields_are_all_read)
+{
+    EXPECT_THAT(field_names<RpcMessage>(),
+                ElementsAre("null_value", "bool_value", "long_value", "double_value", "string_value", "array_value",
+                            "object_value", "resource_value", "json_value", "timestamp_value"));
+    EXPECT_THAT(field_names<ProtobufMessage>(), ElementsAre("type", "bool_value", "string_value", "long_value",
+                                                            "double_value", "json_value", "timestamp_value"));
+}
+
+} // namespace
+} // namespace tarnwick::data::php

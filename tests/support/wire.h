@@ -1,0 +1,51 @@
+#pragma once
+
+#include <google/protobuf/arena.h>
+#include <google/protobuf/text_format.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace tarnwick::test {
+
+/// Reads a message from its bytes, for what textproto cannot say: numbers that the message does not know.
+template <class Message>
+Message from_wire(std::string_view bytes)
+{
+    Message message;
+    EXPECT_TRUE(message.ParseFromString(bytes));
+    return message;
+}
+
+/// A message as one line of textproto, present but empty sub-messages included.
+inline std::string text_of(google::protobuf::Message const &message)
+{
+    google::protobuf::TextFormat::Printer printer;
+    printer.SetSingleLineMode(true);
+    std::string text;
+    EXPECT_TRUE(printer.PrintToString(message, &text));
+    if (text.ends_with(' '))
+        text.pop_back();
+    return text;
+}
+
+/// A target to write into, on the heap or on an arena.
+template <class Message>
+class Target {
+public:
+    explicit Target(bool on_arena)
+        : message_(on_arena ? google::protobuf::Arena::Create<Message>(&arena_) : &heap_)
+    {
+    }
+    Message &operator*() { return *message_; }
+    Message *operator->() { return message_; }
+
+private:
+    google::protobuf::Arena arena_;
+    Message heap_;
+    Message *message_;
+};
+
+} // namespace tarnwick::test
