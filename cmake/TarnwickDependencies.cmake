@@ -56,6 +56,7 @@ if(TARNWICK_BUILD_TESTS)
 endif()
 if(TARNWICK_BUILD_BENCHMARKS)
     tarnwick_find(benchmark 1.7 "Google Benchmark" libbenchmark-dev)
+    tarnwick_find(nlohmann_json 3.11 "JSON for Modern C++" nlohmann-json3-dev)
 endif()
 
 if(tarnwick_missing)

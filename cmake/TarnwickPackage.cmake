@@ -21,6 +21,7 @@ if(TARGET tarnwick_program)
     install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN *.1)
 endif()
 
+install(FILES libs/tarnwick/gdb/tarnwick_gdb.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnwick/gdb)
 install(DIRECTORY proto/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnwick/proto FILES_MATCHING PATTERN *.proto)
 
 configure_package_config_file(cmake/TarnwickConfig.cmake.in TarnwickConfig.cmake

@@ -135,7 +135,7 @@ TEST(PException, AddsNothingToTheVirtualTableOfItsBase)
     constexpr std::size_t what_slot = 2;
     auto const virtual_table = [](std::runtime_error const &object) {
         void *const *table = nullptr;
-        std::memcpy(&table, static_cast<void const *>(&object), sizeof table);
+        std::memcpy(static_cast<void *>(&table), static_cast<void const *>(&object), sizeof table);
         return table;
     };
     PException const exception("m");
@@ -146,7 +146,7 @@ TEST(PException, AddsNothingToTheVirtualTableOfItsBase)
     // The offset to the top and the type information stand before the operations.
     Dl_info place;
     void *symbol = nullptr;
-    ASSERT_NE(dladdr1(virtual_table(exception), &place, &symbol, RTLD_DL_SYMENT), 0);
+    ASSERT_NE(dladdr1(static_cast<void const *>(virtual_table(exception)), &place, &symbol, RTLD_DL_SYMENT), 0);
     EXPECT_STREQ(place.dli_sname, "_ZTV10PException");
     EXPECT_EQ(static_cast<ElfW(Sym) const *>(symbol)->st_size, (2 + what_slot + 1) * sizeof(void *));
 }

@@ -15,7 +15,8 @@ namespace {
 ZVal value_of(char const *textproto)
 {
     tarnwick::rpc::php::v1::ZVal message;
-    return google::protobuf::TextFormat::ParseFromString(textproto, &message) ? ZVal(new detail::ZVal(message)) : ZVal();
+    return google::protobuf::TextFormat::ParseFromString(textproto, &message) ? ZVal(new detail::ZVal(message))
+                                                                              : ZVal();
 }
 
 } // namespace
@@ -52,7 +53,7 @@ int main()
     ZVal const nothing;
     QString const text = QStringLiteral("Grüße");
     QString const null;
-    PelorinArray const &array = std::get<PelorinArray>(value->value());
+    PelorinArray const &array = *std::get_if<PelorinArray>(&value->value());
     look_here(value);
     return value && !nothing && !text.isEmpty() && null.isNull() && array ? 0 : 1;
 }

@@ -51,6 +51,10 @@ foreach(proto IN LISTS protos)
     endif()
 endforeach()
 
+expect(share/tarnwick/gdb/tarnwick_gdb.py)
+expect(share/man/man1/tarnwick.1)
+expect(share/man/man1/tarnwick-inspect.1)
+
 # The prefix of the configure run counts where it is more telling than /usr.
 set(places ${FIRST_PLACE} ${BUILD} ${SOURCE})
 if(NOT PREFIX MATCHES "^(/usr)?/?$")

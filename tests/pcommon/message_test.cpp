@@ -170,7 +170,7 @@ TEST(Message, TakesNeitherBytesNorFlagOfOneWhoseMessageWasClosed)
     Message source{"bytes"};
     zmq_msg_close(source.handle());
     Message taken{"taken"};
-    Message empty(std::move(taken));
+    Message const empty(std::move(taken));
     taken = std::move(source);
     EXPECT_FALSE(taken.holds_message());
     EXPECT_TRUE(source.holds_message());

@@ -234,6 +234,7 @@ TEST_F(PLoggerTest, LinesOfSeveralThreadsDoNotMix)
 
     std::latch start(threads);
     std::vector<std::jthread> writers;
+    writers.reserve(threads);
     for (int thread = 0; thread < threads; ++thread)
         writers.emplace_back([&, thread] {
             std::string const message(20, static_cast<char>('a' + thread));
@@ -264,6 +265,7 @@ TEST_F(PLoggerTest, LevelAndOutputMayChangeWhileOthersLog)
     std::atomic<bool> stop{false};
     std::latch start(writers_count + 1);
     std::vector<std::jthread> writers;
+    writers.reserve(writers_count);
     for (int writer = 0; writer < writers_count; ++writer)
         writers.emplace_back([&] {
             start.arrive_and_wait();

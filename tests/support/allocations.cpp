@@ -32,10 +32,12 @@ namespace {
 // These stand in front of the C library's own for every library of the process.
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the C library's
 void *__libc_malloc(std::size_t size) noexcept;
 void *__libc_calloc(std::size_t number, std::size_t size) noexcept;
 void *__libc_realloc(void *block, std::size_t size) noexcept;
 void *__libc_memalign(std::size_t alignment, std::size_t size) noexcept;
+// NOLINTEND(bugprone-reserved-identifier)
 
 void *malloc(std::size_t size) noexcept
 {

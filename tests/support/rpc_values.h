@@ -18,7 +18,8 @@ inline data::php::ZVal value_from_text(std::string const &textproto)
 
 inline data::php::PelorinArray array_from_text(std::string const &textproto)
 {
-    return data::php::PelorinArray(new data::php::detail::PelorinArray(from_text<rpc::php::v1::PelorinArray>(textproto)));
+    return data::php::PelorinArray(
+        new data::php::detail::PelorinArray(from_text<rpc::php::v1::PelorinArray>(textproto)));
 }
 
 } // namespace tarnwick::test

@@ -11,8 +11,8 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t value_column = 17; // from where the name of the field begins
-constexpr std::size_t longest_text = 240;    // in bytes
+constexpr std::size_t value_column = 17;  // from where the name of the field begins
+constexpr std::size_t longest_text = 240; // in bytes
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 

@@ -65,7 +65,7 @@ std::string RecordFeed::parsed_into(std::string const &bytes, RequestId request_
 template <class Record, class... Parts>
 void RecordFeed::print(std::string_view dialect, Parts const &...parts)
 {
-    Record const record(new typename Record::Pointer::Type(parts...));
+    Record const record(new Record::Pointer::Type(parts...));
     printer_.print(*record, dialect);
 }
 

@@ -35,9 +35,8 @@ void fill(RShutdownData &message, int number)
 }
 
 [[maybe_unused]] bool const registered = [] {
-    bench::add_record<NotifyRequest>("RShutdown/rpc", fill, [](NotifyRequest const &message) {
-        return RShutdown(new detail::RShutdown(message));
-    });
+    bench::add_record<NotifyRequest>(
+        "RShutdown/rpc", fill, [](NotifyRequest const &message) { return RShutdown(new detail::RShutdown(message)); });
     bench::add_record<RShutdownData>("RShutdown/protobuf", fill, [](RShutdownData const &message) {
         return RShutdown(new detail::RShutdown(message, RequestId(7)));
     });

@@ -24,9 +24,9 @@ Payload const &payload_of(Handle<Payload> const &);
 
 /// What `fmt::format` and `QDebug` print by the description of its fields: records and their parts.
 template <class T>
-concept PrintablePart = Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> ||
-                        std::same_as<T, php::StackTrace> || std::same_as<T, php::detail::ZVal> ||
-                        std::same_as<T, php::detail::PelorinArray>;
+concept PrintablePart =
+    Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> || std::same_as<T, php::StackTrace> ||
+    std::same_as<T, php::detail::ZVal> || std::same_as<T, php::detail::PelorinArray>;
 
 template <class T>
 concept Printable = PrintablePart<T> || requires(T const &value) {

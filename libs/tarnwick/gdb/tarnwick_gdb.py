@@ -1,6 +1,5 @@
 """Pretty printers for gdb: PHP values, and the QString that stands in them, as a person would write them.
 
-gdb loads this file by itself next to an installed libtarnwick.so whose folder it trusts; otherwise:
     (gdb) source PREFIX/share/tarnwick/gdb/tarnwick_gdb.py
 """
 
@@ -14,14 +13,22 @@ def payload_of(handle):
     """What a handle points to, or None."""
     pointer = handle["d"]
     if pointer.type.strip_typedefs().code != gdb.TYPE_CODE_PTR:
-        pointer = pointer["ptr"]  # Qt wraps the pointer in a class
+        pointer = pointer["ptr"]  # later versions of Qt wrap the pointer
     return pointer.dereference() if int(pointer) else None
 
 
+ESCAPES = {"\\": "\\\\", '"': '\\"', "\n": "\\n", "\r": "\\r", "\t": "\\t"}
+
+
+def escaped(character):
+    code = ord(character)
+    if 0xDC80 <= code <= 0xDCFF:  # a byte that is not UTF-8, as "surrogateescape" decodes it
+        return f"\\x{code - 0xDC00:02x}"
+    return ESCAPES.get(character, character if character.isprintable() else f"\\x{code:02x}")
+
+
 def quoted(text):
-    escapes = {"\\": "\\\\", '"': '\\"', "\n": "\\n", "\r": "\\r", "\t": "\\t"}
-    shown = (escapes.get(c, c if c.isprintable() else f"\\x{ord(c):02x}") for c in text)
-    return '"' + "".join(shown) + '"'
+    return '"' + "".join(map(escaped, text)) + '"'
 
 
 def memory(address, size):
@@ -29,16 +36,7 @@ def memory(address, size):
 
 
 def bytes_text(raw):
-    """Bytes in quotes; what is not UTF-8 as \\xff."""
-    text = raw.decode("utf-8", "surrogateescape")
-    return "".join(f"\\x{ord(c) - 0xDC00:02x}" if 0xDC80 <= ord(c) <= 0xDCFF else c for c in quoted_parts(text))
-
-
-def quoted_parts(text):
-    yield '"'
-    for c in text:
-        yield c if 0xDC80 <= ord(c) <= 0xDCFF else quoted(c)[1:-1]
-    yield '"'
+    return quoted(raw.decode("utf-8", "surrogateescape"))
 
 
 def qstring_text(string):

@@ -56,7 +56,7 @@ struct FramesOfProtobuf : Protobuf {
 template <class Source>
 class StackTraceFrom : public testing::Test {
 public:
-    using Message = typename Source::Message;
+    using Message = Source::Message;
 
     static Message message_of(int frames)
     {

@@ -158,14 +158,10 @@ TEST(JsonWriter, WritesEveryKindOfPhpValue)
         {"resource_value { type_name: 'stream' value { long_value: 2 } }",
          R"({"kind":"resource","value":{"type_name":"stream","value":{"kind":"long","value":2}}})"},
         {"json_value: '[1]'", R"({"kind":"json","value":"[1]"})"},
-        {"timestamp_value { seconds: 8 nanos: -9 }",
-         R"({"kind":"timestamp","value":{"seconds":8,"nanos":-9}})"},
+        {"timestamp_value { seconds: 8 nanos: -9 }", R"({"kind":"timestamp","value":{"seconds":8,"nanos":-9}})"},
     };
     for (auto const &[textproto, json] : cases)
-        EXPECT_EQ(member([&](JsonWriter &writer) {
-                      data::walk(writer, test::value_from_text(textproto));
-                  }),
-                  json);
+        EXPECT_EQ(member([&](JsonWriter &writer) { data::walk(writer, test::value_from_text(textproto)); }), json);
 }
 
 TEST(JsonWriter, WritesAStackTraceAsAListOfItsCalls)

@@ -34,7 +34,7 @@ public:
 
     ~Message() = default;
 
-    bool holds_message() const noexcept { return holds_message_; }
+    [[nodiscard]] bool holds_message() const noexcept { return holds_message_; }
 
     /// Moves the message into `target`, which is initialised and not this one's own, and releases what that held.
     /// Returns 0 and clears the flag, or returns -1, errno being set, and leaves the flag as it was.

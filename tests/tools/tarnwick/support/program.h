@@ -203,7 +203,7 @@ private:
     static std::vector<std::string> environment_of(Setup const &setup)
     {
         std::vector<std::string> environment = setup.environment;
-        for (char **entry = environ; *entry != nullptr; ++entry) {
+        for (char *const *entry = environ; *entry != nullptr; ++entry) {
             std::string_view const text = *entry;
             if (text.starts_with("ASAN_OPTIONS="))
                 // Memory that is kept back to find errors would count as memory in use.
