@@ -83,7 +83,9 @@ std::size_t read(StackTrace const &trace)
 {
     std::size_t sum = 0;
     for (auto const &frame : trace.frames()) {
-        sum += static_cast<std::size_t>(frame.name().size()) + frame.location()->line();
+        sum += static_cast<std::size_t>(frame.name().size());
+        if (frame.location())
+            sum += frame.location()->line();
         for (auto const &[key, value] : frame.args()->elements())
             sum += value->value().index();
     }
