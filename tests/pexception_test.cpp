@@ -42,7 +42,7 @@ char const *const texts[] = {
     "a text that is too long to be kept inside of any string object, whatever the library",
 };
 
-TEST(PException, IsCaughtAsItselfWithItsText)
+TEST(PException, is_caught_as_itself_with_its_text)
 {
     for (char const *const text : texts) {
         SCOPED_TRACE(text);
@@ -54,7 +54,7 @@ TEST(PException, IsCaughtAsItselfWithItsText)
     }
 }
 
-TEST(PException, IsCaughtAsRuntimeErrorWithItsText)
+TEST(PException, is_caught_as_runtime_error_with_its_text)
 {
     for (char const *const text : texts) {
         SCOPED_TRACE(text);
@@ -67,7 +67,7 @@ TEST(PException, IsCaughtAsRuntimeErrorWithItsText)
     }
 }
 
-TEST(PException, IsCaughtAsExceptionWithItsText)
+TEST(PException, is_caught_as_exception_with_its_text)
 {
     for (char const *const text : texts) {
         SCOPED_TRACE(text);
@@ -80,7 +80,7 @@ TEST(PException, IsCaughtAsExceptionWithItsText)
     }
 }
 
-TEST(PException, IsNoLogicError)
+TEST(PException, is_no_logic_error)
 {
     auto const caught_as = [] {
         try {
@@ -94,7 +94,7 @@ TEST(PException, IsNoLogicError)
     EXPECT_STREQ(caught_as(), "exception");
 }
 
-TEST(PException, CopiesKeepTheText)
+TEST(PException, copies_keep_the_text)
 {
     PException const first("first");
     PException copy(first);
@@ -104,7 +104,7 @@ TEST(PException, CopiesKeepTheText)
     EXPECT_STREQ(first.what(), "first");
 }
 
-TEST(PException, SurvivesAsExceptionPointer)
+TEST(PException, survives_as_exception_pointer)
 {
     auto const pointer = std::make_exception_ptr(PException("kept"));
     try {
@@ -114,7 +114,7 @@ TEST(PException, SurvivesAsExceptionPointer)
     }
 }
 
-TEST(PException, CarriesAnEmptyStringAndZeroBehindItsBase)
+TEST(PException, carries_an_empty_string_and_zero_behind_its_base)
 {
     try {
         throw PException("a text that is too long to be kept inside of any string object");
@@ -129,7 +129,7 @@ TEST(PException, CarriesAnEmptyStringAndZeroBehindItsBase)
     }
 }
 
-TEST(PException, AddsNothingToTheVirtualTableOfItsBase)
+TEST(PException, adds_nothing_to_the_virtual_table_of_its_base)
 {
     // Two destructors, then what().
     constexpr std::size_t what_slot = 2;
@@ -151,7 +151,7 @@ TEST(PException, AddsNothingToTheVirtualTableOfItsBase)
     EXPECT_EQ(static_cast<ElfW(Sym) const *>(symbol)->st_size, (2 + what_slot + 1) * sizeof(void *));
 }
 
-TEST(PException, SharesItsTypeInformationAcrossLibraries)
+TEST(PException, shares_its_type_information_across_libraries)
 {
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "_ZTI10PException"), static_cast<void const *>(&typeid(PException)));
 }

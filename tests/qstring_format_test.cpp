@@ -31,14 +31,14 @@ struct Row {
 
 class QStringFormat : public testing::TestWithParam<Row> {};
 
-TEST_P(QStringFormat, GivesTheText)
+TEST_P(QStringFormat, gives_the_text)
 {
     Row const &row = GetParam();
     QString const text = QString::fromStdString(row.text);
     EXPECT_EQ(format_one(row.format, text, row.width, row.precision), row.expected);
 }
 
-TEST_P(QStringFormat, GivesWhatAStdStringGives)
+TEST_P(QStringFormat, gives_what_a_std_string_gives)
 {
     Row const &row = GetParam();
     QString const text = QString::fromStdString(row.text);
@@ -107,31 +107,31 @@ INSTANTIATE_TEST_SUITE_P(Debug, QStringFormat,
                                          Row{"WithWidth", "{:*>8?}", "text", "**\"text\""}),
                          [](auto const &row) { return row.param.name; });
 
-TEST(QStringFormatTest, NullIsAnEmptyText)
+TEST(QStringFormatTest, null_is_an_empty_text)
 {
     EXPECT_EQ(fmt::format("'{}'", QString()), "''");
     EXPECT_EQ(fmt::format("{:*^4}", QString()), "****");
     EXPECT_EQ(fmt::format("{:?}", QString()), "\"\"");
 }
 
-TEST(QStringFormatTest, HalfASurrogatePairIsAQuestionMark)
+TEST(QStringFormatTest, half_a_surrogate_pair_is_a_question_mark)
 {
     EXPECT_EQ(fmt::format("{}", QString(QChar(0xD83D))), "?");
 }
 
-TEST(QStringFormatTest, SpecificationsAreCheckedByTheCompiler)
+TEST(QStringFormatTest, specifications_are_checked_by_the_compiler)
 {
     EXPECT_EQ(fmt::format("{:_>{}.{}s}", QStringLiteral("abcdef"), 5, 3), "__abc");
 }
 
-TEST(QStringFormatTest, StandsBesideOtherArguments)
+TEST(QStringFormatTest, stands_beside_other_arguments)
 {
     QString const key = QStringLiteral("key");
     QString const value = QString::fromUtf8("wärts");
     EXPECT_EQ(fmt::format("{} = '{}' in line {:03}", key, value, 7), "key = 'wärts' in line 007");
 }
 
-TEST(QStringFormatTest, WritesToAnIterator)
+TEST(QStringFormatTest, writes_to_an_iterator)
 {
     std::string out = "> ";
     fmt::format_to(std::back_inserter(out), "{:>4}", QStringLiteral("ab"));
@@ -149,7 +149,7 @@ struct WrongRow {
 
 class QStringFormatWrong : public testing::TestWithParam<WrongRow> {};
 
-TEST_P(QStringFormatWrong, ThrowsAsForAStdString)
+TEST_P(QStringFormatWrong, throws_as_for_a_std_string)
 {
     WrongRow const &row = GetParam();
     EXPECT_THROW(format_one(row.format, QStringLiteral("abc"), row.width, row.precision), fmt::format_error);
@@ -167,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongRow{"WidthFromNoArgument", "{0:{9}}"}, WrongRow{"NoSuchArgument", "{9}"}),
     [](auto const &row) { return row.param.name; });
 
-TEST(QStringFormatTest, AWrongSpecificationThrowsAtRunTime)
+TEST(QStringFormatTest, a_wrong_specification_throws_at_run_time)
 {
     EXPECT_THROW(static_cast<void>(fmt::format(fmt::runtime("{:d}"), QStringLiteral("abc"))), fmt::format_error);
 }

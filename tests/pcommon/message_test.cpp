@@ -28,14 +28,14 @@ std::string bytes_of(zmq_msg_t *message)
     return {static_cast<char const *>(zmq_msg_data(message)), zmq_msg_size(message)};
 }
 
-TEST(Message, MadeFromNothingHoldsTheEmptyMessage)
+TEST(Message, made_from_nothing_holds_the_empty_message)
 {
     Message message;
     EXPECT_TRUE(message.holds_message());
     EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
 }
 
-TEST(Message, ThrowsBadAllocWhenThereIsNoMemory)
+TEST(Message, throws_bad_alloc_when_there_is_no_memory)
 {
     // The size is refused before any byte is read.
     std::string_view const endless("", std::numeric_limits<std::size_t>::max());
@@ -52,7 +52,7 @@ struct Row {
 
 class MessageBytes : public testing::TestWithParam<Row> {};
 
-TEST_P(MessageBytes, AreHeldAsACopy)
+TEST_P(MessageBytes, are_held_as_a_copy)
 {
     std::string source = GetParam().bytes;
     Message message{source};
@@ -61,7 +61,7 @@ TEST_P(MessageBytes, AreHeldAsACopy)
     EXPECT_EQ(bytes_of(message.handle()), GetParam().bytes);
 }
 
-TEST_P(MessageBytes, MoveByConstructionWithTheFlag)
+TEST_P(MessageBytes, move_by_construction_with_the_flag)
 {
     Message source{GetParam().bytes};
     void const *const data = zmq_msg_data(source.handle());
@@ -73,7 +73,7 @@ TEST_P(MessageBytes, MoveByConstructionWithTheFlag)
     EXPECT_EQ(zmq_msg_size(source.handle()), 0U);
 }
 
-TEST_P(MessageBytes, MoveByAssignmentWithTheFlag)
+TEST_P(MessageBytes, move_by_assignment_with_the_flag)
 {
     for (std::string const &former : {std::string(), std::string("small"), std::string(5'000, 'f')}) {
         SCOPED_TRACE(former.size());
@@ -89,7 +89,7 @@ TEST_P(MessageBytes, MoveByAssignmentWithTheFlag)
     }
 }
 
-TEST_P(MessageBytes, StayWithTheFlagWhenMovedIntoThemselves)
+TEST_P(MessageBytes, stay_with_the_flag_when_moved_into_themselves)
 {
     Message message{GetParam().bytes};
     Message &same = message;
@@ -98,7 +98,7 @@ TEST_P(MessageBytes, StayWithTheFlagWhenMovedIntoThemselves)
     EXPECT_EQ(bytes_of(message.handle()), GetParam().bytes);
 }
 
-TEST_P(MessageBytes, MoveToAMessageOfTheCaller)
+TEST_P(MessageBytes, move_to_a_message_of_the_caller)
 {
     for (std::string const &former : {std::string(), std::string("small"), std::string(5'000, 'f')}) {
         SCOPED_TRACE(former.size());
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, MessageBytes,
                                          Row{"Large", std::string(1'000'000, 'L'), true}),
                          [](auto const &row) { return row.param.name; });
 
-TEST(Message, MovedFromGivesOnThatItHoldsNothing)
+TEST(Message, moved_from_gives_on_that_it_holds_nothing)
 {
     Message source{"bytes"};
     Message const first(std::move(source));
@@ -134,7 +134,7 @@ TEST(Message, MovedFromGivesOnThatItHoldsNothing)
     EXPECT_EQ(zmq_msg_size(third.handle()), 0U);
 }
 
-TEST(Message, HoldsAgainWhatIsAssigned)
+TEST(Message, holds_again_what_is_assigned)
 {
     Message message{"bytes"};
     Message const taken(std::move(message));
@@ -143,7 +143,7 @@ TEST(Message, HoldsAgainWhatIsAssigned)
     EXPECT_EQ(bytes_of(message.handle()), "again");
 }
 
-TEST(Message, KeepsItsFlagAndBytesWhenTheTargetIsNoMessage)
+TEST(Message, keeps_its_flag_and_bytes_when_the_target_is_no_message)
 {
     Message source{"bytes"};
     zmq_msg_t closed;
@@ -155,7 +155,7 @@ TEST(Message, KeepsItsFlagAndBytesWhenTheTargetIsNoMessage)
     EXPECT_EQ(bytes_of(source.handle()), "bytes");
 }
 
-TEST(Message, KeepsItsFlagWhenItsOwnMessageWasClosed)
+TEST(Message, keeps_its_flag_when_its_own_message_was_closed)
 {
     Message source{"bytes"};
     zmq_msg_close(source.handle());
@@ -165,7 +165,7 @@ TEST(Message, KeepsItsFlagWhenItsOwnMessageWasClosed)
     EXPECT_EQ(bytes_of(target.handle()), "former");
 }
 
-TEST(Message, TakesNeitherBytesNorFlagOfOneWhoseMessageWasClosed)
+TEST(Message, takes_neither_bytes_nor_flag_of_one_whose_message_was_closed)
 {
     Message source{"bytes"};
     zmq_msg_close(source.handle());

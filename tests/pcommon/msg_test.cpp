@@ -35,13 +35,13 @@ bool is_inside(msg_t &message)
     return data >= begin && data < begin + sizeof(zmq_msg_t);
 }
 
-TEST(Msg, MadeFromNothingIsEmpty)
+TEST(Msg, made_from_nothing_is_empty)
 {
     msg_t message;
     EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
 }
 
-TEST(Msg, ThrowsBadAllocWhenThereIsNoMemory)
+TEST(Msg, throws_bad_alloc_when_there_is_no_memory)
 {
     // The size is refused before any byte is read.
     std::string_view const endless("", std::numeric_limits<std::size_t>::max());
@@ -58,7 +58,7 @@ struct Row {
 
 class MsgBytes : public testing::TestWithParam<Row> {};
 
-TEST_P(MsgBytes, AreACopy)
+TEST_P(MsgBytes, are_a_copy)
 {
     std::string source = GetParam().bytes;
     msg_t message{source};
@@ -67,7 +67,7 @@ TEST_P(MsgBytes, AreACopy)
     EXPECT_EQ(is_inside(message), GetParam().inside);
 }
 
-TEST_P(MsgBytes, MoveByConstruction)
+TEST_P(MsgBytes, move_by_construction)
 {
     msg_t source{GetParam().bytes};
     void const *const data = zmq_msg_data(source.handle());
@@ -77,7 +77,7 @@ TEST_P(MsgBytes, MoveByConstruction)
     EXPECT_EQ(zmq_msg_data(target.handle()) == data, !GetParam().inside);
 }
 
-TEST_P(MsgBytes, MoveByAssignment)
+TEST_P(MsgBytes, move_by_assignment)
 {
     for (std::string const &former : {std::string(), std::string("small"), std::string(5'000, 'f')}) {
         SCOPED_TRACE(former.size());
@@ -91,7 +91,7 @@ TEST_P(MsgBytes, MoveByAssignment)
     }
 }
 
-TEST_P(MsgBytes, StayWhenMovedIntoThemselves)
+TEST_P(MsgBytes, stay_when_moved_into_themselves)
 {
     msg_t message{GetParam().bytes};
     msg_t &same = message;
@@ -99,7 +99,7 @@ TEST_P(MsgBytes, StayWhenMovedIntoThemselves)
     EXPECT_EQ(bytes_of(message), GetParam().bytes);
 }
 
-TEST_P(MsgBytes, CanBePutIntoAMovedFromOne)
+TEST_P(MsgBytes, can_be_put_into_a_moved_from_one)
 {
     msg_t message{std::string(100, 'x')};
     msg_t const taken(std::move(message));
@@ -120,7 +120,7 @@ void note_release(void *, void *hint)
     ++*static_cast<int *>(hint);
 }
 
-TEST(Msg, ReleasesItsBytesOnceAtItsEnd)
+TEST(Msg, releases_its_bytes_once_at_its_end)
 {
     std::string bytes(100, 'x');
     int released = 0;
@@ -136,7 +136,7 @@ TEST(Msg, ReleasesItsBytesOnceAtItsEnd)
     EXPECT_EQ(released, 1);
 }
 
-TEST(Msg, ReleasesItsBytesWhenOthersAreMovedIn)
+TEST(Msg, releases_its_bytes_when_others_are_moved_in)
 {
     std::string bytes(100, 'x');
     int released = 0;

@@ -74,18 +74,18 @@ protected:
     }
 };
 
-TEST_F(PLoggerTest, StartsAtLevelThreeWithoutOutput)
+TEST_F(PLoggerTest, starts_at_level_three_without_output)
 {
     EXPECT_EQ(level_at_start, 3);
     EXPECT_EQ(output_at_start, nullptr);
 }
 
-TEST_F(PLoggerTest, IsOneObject)
+TEST_F(PLoggerTest, is_one_object)
 {
     EXPECT_EQ(&PLogger::instance(), &PLogger::instance());
 }
 
-TEST_F(PLoggerTest, LevelIsTheOneThatWasSet)
+TEST_F(PLoggerTest, level_is_the_one_that_was_set)
 {
     for (int const level : {-128, -1, 0, 2, 3, 5, 127}) {
         logger.set_level(static_cast<std::int8_t>(level));
@@ -93,7 +93,7 @@ TEST_F(PLoggerTest, LevelIsTheOneThatWasSet)
     }
 }
 
-TEST_F(PLoggerTest, OutputIsTheOneThatWasSet)
+TEST_F(PLoggerTest, output_is_the_one_that_was_set)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -113,7 +113,7 @@ struct LineRow {
 
 class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<LineRow> {};
 
-TEST_P(PLoggerLine, IsLevelPlaceAndMessage)
+TEST_P(PLoggerLine, is_level_place_and_message)
 {
     LineRow const &row = GetParam();
     std::ostringstream stream;
@@ -139,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
     [](auto const &row) { return row.param.name; });
 
-TEST_F(PLoggerTest, WritesNothingWithoutOutput)
+TEST_F(PLoggerTest, writes_nothing_without_output)
 {
     CountingBuffer buffer;
     std::ostream stream(&buffer);
@@ -150,7 +150,7 @@ TEST_F(PLoggerTest, WritesNothingWithoutOutput)
     EXPECT_EQ(buffer.flushes, 0);
 }
 
-TEST_F(PLoggerTest, LeavesTheLevelToItsCallers)
+TEST_F(PLoggerTest, leaves_the_level_to_its_callers)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -159,7 +159,7 @@ TEST_F(PLoggerTest, LeavesTheLevelToItsCallers)
     EXPECT_EQ(stream.view(), "5 f:1 m\n");
 }
 
-TEST_F(PLoggerTest, WritesALineInOnePieceAndFlushesIt)
+TEST_F(PLoggerTest, writes_a_line_in_one_piece_and_flushes_it)
 {
     for (std::size_t const size : {std::size_t{0}, std::size_t{10}, std::size_t{100'000}}) {
         CountingBuffer buffer;
@@ -173,7 +173,7 @@ TEST_F(PLoggerTest, WritesALineInOnePieceAndFlushesIt)
     }
 }
 
-TEST_F(PLoggerTest, IgnoresTheFormattingStateOfTheStream)
+TEST_F(PLoggerTest, ignores_the_formatting_state_of_the_stream)
 {
     std::ostringstream stream;
     stream << std::hex << std::showbase;
@@ -188,7 +188,7 @@ protected:
     std::streamsize xsputn(char const *, std::streamsize) override { return 0; }
 };
 
-TEST_F(PLoggerTest, PassesOnTheExceptionOfAStreamAndCanBeUsedOn)
+TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
 {
     FailingBuffer buffer;
     std::ostream broken(&buffer);
@@ -224,7 +224,7 @@ protected:
     }
 };
 
-TEST_F(PLoggerTest, LinesOfSeveralThreadsDoNotMix)
+TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
 {
     constexpr int threads = 4;
     constexpr int lines = 200;
@@ -257,7 +257,7 @@ TEST_F(PLoggerTest, LinesOfSeveralThreadsDoNotMix)
         EXPECT_EQ(next[std::string(20, static_cast<char>('a' + thread))], lines);
 }
 
-TEST_F(PLoggerTest, LevelAndOutputMayChangeWhileOthersLog)
+TEST_F(PLoggerTest, level_and_output_may_change_while_others_log)
 {
     std::array<std::unique_ptr<std::ostringstream>, 2> streams{std::make_unique<std::ostringstream>(),
                                                                std::make_unique<std::ostringstream>()};
@@ -317,7 +317,7 @@ protected:
     std::jthread writer;
 };
 
-TEST_F(PLoggerStuckTest, ReadingAndTheLevelDoNotWaitForALine)
+TEST_F(PLoggerStuckTest, reading_and_the_level_do_not_wait_for_a_line)
 {
     auto const done = std::async(std::launch::async, [this] {
         logger.set_level(1);
@@ -327,7 +327,7 @@ TEST_F(PLoggerStuckTest, ReadingAndTheLevelDoNotWaitForALine)
     buffer.let_go.count_down();
 }
 
-TEST_F(PLoggerStuckTest, TakingTheOutputAwayWaitsForTheLineBeingWritten)
+TEST_F(PLoggerStuckTest, taking_the_output_away_waits_for_the_line_being_written)
 {
     auto const taken = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
     EXPECT_EQ(taken.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);

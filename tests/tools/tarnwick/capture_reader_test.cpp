@@ -90,7 +90,7 @@ void PrintTo(Capture const &value, std::ostream *out)
 
 class CaptureReaderReads : public testing::TestWithParam<Capture> {};
 
-TEST_P(CaptureReaderReads, FromAFileAndByteByByteFromAPipe)
+TEST_P(CaptureReaderReads, from_a_file_and_byte_by_byte_from_a_pipe)
 {
     EXPECT_EQ(steps_of(GetParam().bytes), GetParam().steps);
 }
@@ -151,19 +151,19 @@ INSTANTIATE_TEST_SUITE_P(
                 {"1 at 0: request 1", "2 at 3: last fault: the file ends inside this frame, after 2 of its 4 bytes"}}),
     [](auto const &of) { return of.param.name; });
 
-TEST(CaptureReader, ReadsFramesLargerThanItsBuffer)
+TEST(CaptureReader, reads_frames_larger_than_its_buffer)
 {
     test::TemporaryFile const file(frame(1, 1'000'000) + frame(2));
     EXPECT_THAT(steps(file.name()), ElementsAre("1 at 0: request 1", "2 at 1000010: request 2", "2 at 1000013: end"));
 }
 
-TEST(CaptureReader, SaysWhyAFileCannotBeRead)
+TEST(CaptureReader, says_why_a_file_cannot_be_read)
 {
     // A regular file whose first page nothing can read.
     EXPECT_THAT(steps("/proc/self/mem"), ElementsAre("0 at 0: failure: Input/output error"));
 }
 
-TEST(CaptureReader, SaysWhyAFileCannotBeOpened)
+TEST(CaptureReader, says_why_a_file_cannot_be_opened)
 {
     EXPECT_THAT(steps("/no/such/file"), ElementsAre("0 at 0: failure: No such file or directory"));
     EXPECT_THAT(steps("/"), ElementsAre("0 at 0: failure: Is a directory"));

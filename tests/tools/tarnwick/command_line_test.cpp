@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
-TEST(CommandLine, RefusesWrongUsageWithStatus2)
+TEST(CommandLine, refuses_wrong_usage_with_status2)
 {
     std::string const usage = "usage: tarnwick COMMAND [OPTION...]\n--help tells more.\n";
     std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\n--help tells more.\n";
@@ -40,7 +40,7 @@ TEST(CommandLine, RefusesWrongUsageWithStatus2)
     }
 }
 
-TEST(CommandLine, AnswersOnStandardOutput)
+TEST(CommandLine, answers_on_standard_output)
 {
     for (auto const &arguments : {std::vector<std::string>{"--version"}, {"inspect", "--version"}}) {
         auto const outcome = run({.arguments = arguments});
@@ -55,7 +55,7 @@ TEST(CommandLine, AnswersOnStandardOutput)
     EXPECT_EQ(help.err, "");
 }
 
-TEST(CommandLine, TellsWhatInspectTakes)
+TEST(CommandLine, tells_what_inspect_takes)
 {
     auto const help = run({.arguments = {"inspect", "--help"}});
     EXPECT_EQ(help.status, 0);
@@ -68,21 +68,21 @@ TEST(CommandLine, TellsWhatInspectTakes)
     EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no value that stands for a word";
 }
 
-TEST(CommandLine, SaysThatAnAnswerCannotBeWritten)
+TEST(CommandLine, says_that_an_answer_cannot_be_written)
 {
     auto const outcome = run({.arguments = {"--help"}, .out = Sink::full_disk});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: No space left on device\n");
 }
 
-TEST(CommandLine, LetsTheLastOfRepeatedOptionsCount)
+TEST(CommandLine, lets_the_last_of_repeated_options_count)
 {
     TemporaryFile const capture(request_end(1));
     EXPECT_THAT(inspect({"--format=text", "--format=jsonl", capture.name()}).out, testing::StartsWith("{"));
     EXPECT_THAT(inspect({"--format=jsonl", capture.name(), "--format=text"}).out, testing::StartsWith("php."));
 }
 
-TEST(CommandLine, TakesAnyFileName)
+TEST(CommandLine, takes_any_file_name)
 {
     struct Case {
         std::vector<std::string> arguments;

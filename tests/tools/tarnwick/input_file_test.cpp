@@ -16,7 +16,7 @@ std::string path_of(test::Descriptor const &descriptor)
     return fmt::format("/dev/fd/{}", int(descriptor));
 }
 
-TEST(InputFile, CountsWhatWasTakenNotWhatWasRead)
+TEST(InputFile, counts_what_was_taken_not_what_was_read)
 {
     test::TemporaryFile const file("abcdef");
     InputFile input(file.name());
@@ -32,14 +32,14 @@ TEST(InputFile, CountsWhatWasTakenNotWhatWasRead)
     EXPECT_EQ(input.error(), 0);
 }
 
-TEST(InputFile, HasNoSizeWhenItIsAPipe)
+TEST(InputFile, has_no_size_when_it_is_a_pipe)
 {
     test::Pipe const pipe;
     test::write_all(pipe.writer, "abc");
     EXPECT_EQ(InputFile(path_of(pipe.reader)).size(), 0U);
 }
 
-TEST(InputFile, CallsBackBeforeItWaitsAndOnlyThen)
+TEST(InputFile, calls_back_before_it_waits_and_only_then)
 {
     test::Pipe const pipe;
     int waits = 0;
@@ -54,7 +54,7 @@ TEST(InputFile, CallsBackBeforeItWaitsAndOnlyThen)
     EXPECT_EQ(waits, 1);
 }
 
-TEST(InputFile, NeverWaitsForARegularFile)
+TEST(InputFile, never_waits_for_a_regular_file)
 {
     test::TemporaryFile const file("abc");
     InputFile input(file.name(), [] { ADD_FAILURE() << "it waits"; });
@@ -62,7 +62,7 @@ TEST(InputFile, NeverWaitsForARegularFile)
     EXPECT_TRUE(input.at_end());
 }
 
-TEST(InputFile, ReadsOnWhenASignalInterruptsItsWait)
+TEST(InputFile, reads_on_when_a_signal_interrupts_its_wait)
 {
     test::Pipe const pipe;
     InputFile input(path_of(pipe.reader));

@@ -65,13 +65,13 @@ protected:
     }
 };
 
-TEST_P(InspectReads, AFile)
+TEST_P(InspectReads, a_file)
 {
     TemporaryFile const capture(GetParam().bytes);
     expect(inspect({capture.name()}), capture.name());
 }
 
-TEST_P(InspectReads, StandardInput)
+TEST_P(InspectReads, standard_input)
 {
     expect(inspect({}, GetParam().bytes), "-");
     expect(inspect({"-"}, GetParam().bytes), "-");
@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(
                             "FILE: is no capture: no frame of it can be read\n"}),
     [](auto const &of) { return of.param.name; });
 
-TEST(Inspect, SaysWhyAFileCannotBeRead)
+TEST(Inspect, says_why_a_file_cannot_be_read)
 {
     TemporaryFile const secret(good);
     ASSERT_EQ(::chmod(secret.name().c_str(), 0), 0);
@@ -180,7 +180,7 @@ TEST(Inspect, SaysWhyAFileCannotBeRead)
     }
 }
 
-TEST(Inspect, PrintsWhatCameBeforeAFailureOfTheInput)
+TEST(Inspect, prints_what_came_before_a_failure_of_the_input)
 {
     // A terminal that its other side has left gives what was written, then an error.
     detail::Terminal terminal;
@@ -192,7 +192,7 @@ TEST(Inspect, PrintsWhatCameBeforeAFailureOfTheInput)
     EXPECT_EQ(outcome.err, "-: cannot be read: Input/output error\n");
 }
 
-TEST(Inspect, GoesOnBehindAFileWithAFault)
+TEST(Inspect, goes_on_behind_a_file_with_a_fault)
 {
     TemporaryFile const first(good);
     TemporaryFile const faulty(bad);
@@ -211,7 +211,7 @@ TEST(Inspect, GoesOnBehindAFileWithAFault)
     EXPECT_EQ(outcome_of_worse.err, missing + ": cannot be read: No such file or directory\n" + outcome.err);
 }
 
-TEST(Inspect, NamesTheFilesWhenThereAreSeveral)
+TEST(Inspect, names_the_files_when_there_are_several)
 {
     TemporaryFile const file(good);
     EXPECT_THAT(inspect({file.name()}).out, Not(testing::HasSubstr(R"("file":)")));
@@ -220,7 +220,7 @@ TEST(Inspect, NamesTheFilesWhenThereAreSeveral)
     EXPECT_THAT(both, testing::HasSubstr(R"({"record":"php.RShutdown","file":"-","frame":1,)"));
 }
 
-TEST(Inspect, BuildsAllRecordsWhenAsked)
+TEST(Inspect, builds_all_records_when_asked)
 {
     TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } rinit { }")));
     EXPECT_THAT(records(inspect({file.name()}).out), IsEmpty());

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-TEST(InspectStreams, PrintsTheRecordsOfAFrameBeforeTheNextFrameComes)
+TEST(InspectStreams, prints_the_records_of_a_frame_before_the_next_frame_comes)
 {
     Program program({.arguments = {"inspect"}});
     for (std::uint64_t id = 1; id <= 3; ++id) {
@@ -33,7 +33,7 @@ TEST(InspectStreams, PrintsTheRecordsOfAFrameBeforeTheNextFrameComes)
     EXPECT_THAT(outcome.err, EndsWith("the file ends inside the length of this frame\n"));
 }
 
-TEST(InspectStreams, KeepsRecordsAndMessagesInTheOrderOfTheCapture)
+TEST(InspectStreams, keeps_records_and_messages_in_the_order_of_the_capture)
 {
     auto const capture = request_end(1) + delimited("\xff") + request_end(2);
     auto const outcome = run({.arguments = {"inspect"}, .err = Sink::output}, capture);
@@ -45,7 +45,7 @@ TEST(InspectStreams, KeepsRecordsAndMessagesInTheOrderOfTheCapture)
     EXPECT_LT(message, second);
 }
 
-TEST(InspectStreams, SaysThatTheOutputCannotBeWritten)
+TEST(InspectStreams, says_that_the_output_cannot_be_written)
 {
     struct Case {
         Sink out;
@@ -63,7 +63,7 @@ TEST(InspectStreams, SaysThatTheOutputCannotBeWritten)
     }
 }
 
-TEST(InspectStreams, IgnoresThatMessagesCannotBeWritten)
+TEST(InspectStreams, ignores_that_messages_cannot_be_written)
 {
     for (auto const err : {Sink::full_disk, Sink::nobody, Sink::closed}) {
         auto const outcome = run({.arguments = {"inspect"}, .err = err}, delimited("\xff") + request_end(1));
@@ -72,7 +72,7 @@ TEST(InspectStreams, IgnoresThatMessagesCannotBeWritten)
     }
 }
 
-TEST(InspectStreams, WritesTextOnATerminalAndJsonElsewhereUnlessTold)
+TEST(InspectStreams, writes_text_on_a_terminal_and_json_elsewhere_unless_told)
 {
     struct Case {
         Sink out;
@@ -93,7 +93,7 @@ TEST(InspectStreams, WritesTextOnATerminalAndJsonElsewhereUnlessTold)
     EXPECT_THAT(run({.arguments = {"inspect"}}, request_end(1)).out, StartsWith("{"));
 }
 
-TEST(InspectStreams, ColoursTextOnATerminalUnlessTold)
+TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
 {
     struct Case {
         Sink out;
@@ -134,7 +134,7 @@ std::string capture_of_size(std::size_t size)
     return capture + delimited(rpc_php_frame(padding(rest - around))) + end;
 }
 
-TEST(InspectStreams, ShowsProgressOnATerminalForFilesOver10Mb)
+TEST(InspectStreams, shows_progress_on_a_terminal_for_files_over10_mb)
 {
     TemporaryFile const large(capture_of_size(10'000'001));
     std::string const clear = "\r\x1b[K";
@@ -146,7 +146,7 @@ TEST(InspectStreams, ShowsProgressOnATerminalForFilesOver10Mb)
     EXPECT_THAT(outcome.err, StartsWith(clear + large.name() + ": "));
 }
 
-TEST(InspectStreams, ShowsNoProgressElsewhere)
+TEST(InspectStreams, shows_no_progress_elsewhere)
 {
     TemporaryFile const large(capture_of_size(10'000'001));
     TemporaryFile const small(capture_of_size(10'000'000));
@@ -155,7 +155,7 @@ TEST(InspectStreams, ShowsNoProgressElsewhere)
     EXPECT_EQ(run({.arguments = {"inspect"}, .err = Sink::terminal}, capture_of_size(10'000'001)).err, "");
 }
 
-TEST(InspectStreams, TakesTheProgressLineAwayBeforeItPrintsAnythingElse)
+TEST(InspectStreams, takes_the_progress_line_away_before_it_prints_anything_else)
 {
     TemporaryFile const large(capture_of_size(11'000'000) + delimited("\xff"));
     auto const outcome =
@@ -191,14 +191,14 @@ std::int64_t memory_for(std::size_t megabytes)
     return memory;
 }
 
-TEST(InspectStreams, ReadsAPipeOfAnySizeInConstantMemory)
+TEST(InspectStreams, reads_a_pipe_of_any_size_in_constant_memory)
 {
     constexpr std::int64_t tolerance = 8'192;
     auto const of_small = memory_for(20);
     EXPECT_LT(memory_for(200), of_small + tolerance);
 }
 
-TEST(InspectStreams, TakesMemoryForWhatItReadsNotForWhatALengthClaims)
+TEST(InspectStreams, takes_memory_for_what_it_reads_not_for_what_a_length_claims)
 {
     auto const memory_with = [](std::string const &rest) {
         Program program({.arguments = {"inspect"}});

@@ -61,7 +61,7 @@ std::string time(data::TimePair value)
     return member([&](JsonWriter &writer) { writer.time(value); });
 }
 
-TEST(JsonWriter, WritesIntegersWithAllDigits)
+TEST(JsonWriter, writes_integers_with_all_digits)
 {
     EXPECT_EQ(integer(std::int64_t{0}), "0");
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
@@ -70,18 +70,18 @@ TEST(JsonWriter, WritesIntegersWithAllDigits)
     EXPECT_EQ(integer(std::uint64_t{9007199254740993}), "9007199254740993"); // no double is that number
 }
 
-TEST(JsonWriter, WritesWhatIsAbsentAsNull)
+TEST(JsonWriter, writes_what_is_absent_as_null)
 {
     EXPECT_EQ(member([](JsonWriter &writer) { writer.absent(); }), "null");
 }
 
-TEST(JsonWriter, TellsANullTextFromAnEmptyOne)
+TEST(JsonWriter, tells_a_null_text_from_an_empty_one)
 {
     EXPECT_EQ(text(QString()), "null");
     EXPECT_EQ(text(QStringLiteral("")), R"("")");
 }
 
-TEST(JsonWriter, WritesTextsWithoutLoss)
+TEST(JsonWriter, writes_texts_without_loss)
 {
     struct Case {
         std::string utf8;
@@ -102,7 +102,7 @@ TEST(JsonWriter, WritesTextsWithoutLoss)
         EXPECT_EQ(text(QString::fromUtf8(utf8)), json);
 }
 
-TEST(JsonWriter, WritesBytesAsAStringWhereTheyAreUtf8AndAsBase64ElseWhere)
+TEST(JsonWriter, writes_bytes_as_a_string_where_they_are_utf8_and_as_base64_else_where)
 {
     EXPECT_EQ(bytes(""), R"("")");
     EXPECT_EQ(bytes("a\0b"s), R"("a\u0000b")");
@@ -114,7 +114,7 @@ TEST(JsonWriter, WritesBytesAsAStringWhereTheyAreUtf8AndAsBase64ElseWhere)
     EXPECT_EQ(bytes("\xed\xa0\x80"), R"({"base64":"7aCA"})"); // half of a pair of code units
 }
 
-TEST(JsonWriter, WritesTimesAsStored)
+TEST(JsonWriter, writes_times_as_stored)
 {
     EXPECT_EQ(time({}), R"({"seconds":0,"nanos":0})");
     EXPECT_EQ(time({-1, -5}), R"({"seconds":-1,"nanos":-5})");
@@ -122,7 +122,7 @@ TEST(JsonWriter, WritesTimesAsStored)
               R"({"seconds":-9223372036854775808,"nanos":2147483647})");
 }
 
-TEST(JsonWriter, WritesDoublesAsTheShortestTextThatReadsBack)
+TEST(JsonWriter, writes_doubles_as_the_shortest_text_that_reads_back)
 {
     auto const real = [](double value) { return member([=](JsonWriter &writer) { writer.real(value); }); };
     EXPECT_EQ(real(0.1), "0.1");
@@ -135,7 +135,7 @@ TEST(JsonWriter, WritesDoublesAsTheShortestTextThatReadsBack)
     EXPECT_EQ(real(-std::numeric_limits<double>::infinity()), R"("-Infinity")");
 }
 
-TEST(JsonWriter, WritesEveryKindOfPhpValue)
+TEST(JsonWriter, writes_every_kind_of_php_value)
 {
     struct Case {
         char const *textproto;
@@ -164,7 +164,7 @@ TEST(JsonWriter, WritesEveryKindOfPhpValue)
         EXPECT_EQ(member([&](JsonWriter &writer) { data::walk(writer, test::value_from_text(textproto)); }), json);
 }
 
-TEST(JsonWriter, WritesAStackTraceAsAListOfItsCalls)
+TEST(JsonWriter, writes_a_stack_trace_as_a_list_of_its_calls)
 {
     data::php::StackTrace const trace(test::from_text<rpc::php::v1::StackTrace>(R"pb(
         frames {
@@ -182,7 +182,7 @@ TEST(JsonWriter, WritesAStackTraceAsAListOfItsCalls)
               R"({"name":"","args":[],"call_value":null,"location":null,"frame_number":0}])");
 }
 
-TEST(JsonWriter, BeginsAnewWhenCleared)
+TEST(JsonWriter, begins_anew_when_cleared)
 {
     JsonWriter writer;
     for (int i = 0; i < 2; ++i) {

@@ -23,7 +23,7 @@ std::size_t drain(int descriptor)
     return count < 0 ? 0 : static_cast<std::size_t>(count);
 }
 
-TEST(Output, HoldsBackUntilItIsFlushed)
+TEST(Output, holds_back_until_it_is_flushed)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -36,7 +36,7 @@ TEST(Output, HoldsBackUntilItIsFlushed)
     EXPECT_EQ(file.content(), "one two");
 }
 
-TEST(Output, WritesLargeOutputInTheMeantime)
+TEST(Output, writes_large_output_in_the_meantime)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -47,7 +47,7 @@ TEST(Output, WritesLargeOutputInTheMeantime)
     EXPECT_EQ(file.content(), std::string(1'000'000, 'x'));
 }
 
-TEST(Output, SaysWhyItCannotBeWritten)
+TEST(Output, says_why_it_cannot_be_written)
 {
     test::Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     Output output(full);
@@ -56,7 +56,7 @@ TEST(Output, SaysWhyItCannotBeWritten)
                 ThrowsMessage<WriteError>(StrEq("cannot write the output: No space left on device")));
 }
 
-TEST(Output, SaysThatItsReaderWentAway)
+TEST(Output, says_that_its_reader_went_away)
 {
     std::signal(SIGPIPE, SIG_IGN);
     test::Pipe pipe;
@@ -66,7 +66,7 @@ TEST(Output, SaysThatItsReaderWentAway)
     EXPECT_THAT([&] { output.flush(); }, ThrowsMessage<WriteError>(StrEq("cannot write the output: Broken pipe")));
 }
 
-TEST(Output, LosesNothingWhenSignalsInterruptItsWait)
+TEST(Output, loses_nothing_when_signals_interrupt_its_wait)
 {
     test::Pipe pipe;
     std::size_t const size = 100'000; // more than the pipe holds
@@ -80,7 +80,7 @@ TEST(Output, LosesNothingWhenSignalsInterruptItsWait)
     EXPECT_EQ(drained + drain(pipe.reader), size);
 }
 
-TEST(Output, WaitsForAPipeThatDoesNotBlock)
+TEST(Output, waits_for_a_pipe_that_does_not_block)
 {
     test::Pipe pipe;
     ASSERT_EQ(::fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);

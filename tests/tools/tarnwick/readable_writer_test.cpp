@@ -42,7 +42,7 @@ std::string text(QString const &string)
     return value(Sense::plain, [&](ReadableWriter &writer) { writer.text(string); });
 }
 
-TEST(ReadableWriter, WritesPointsInTimeAsDatesWhereThereIsOne)
+TEST(ReadableWriter, writes_points_in_time_as_dates_where_there_is_one)
 {
     struct Case {
         data::TimePair time;
@@ -64,7 +64,7 @@ TEST(ReadableWriter, WritesPointsInTimeAsDatesWhereThereIsOne)
         EXPECT_EQ(time(Sense::instant, pair), expected);
 }
 
-TEST(ReadableWriter, WritesLengthsOfTimeInAFittingUnitWithAllDigits)
+TEST(ReadableWriter, writes_lengths_of_time_in_a_fitting_unit_with_all_digits)
 {
     struct Case {
         data::TimePair time;
@@ -86,12 +86,12 @@ TEST(ReadableWriter, WritesLengthsOfTimeInAFittingUnitWithAllDigits)
         EXPECT_EQ(time(Sense::span, pair), expected);
 }
 
-TEST(ReadableWriter, WritesOtherTimesAsStored)
+TEST(ReadableWriter, writes_other_times_as_stored)
 {
     EXPECT_EQ(time(Sense::plain, {1, 5}), "1 s, 5 ns");
 }
 
-TEST(ReadableWriter, WritesTextsInQuotesWithEscapes)
+TEST(ReadableWriter, writes_texts_in_quotes_with_escapes)
 {
     EXPECT_EQ(text(QString()), "-");
     EXPECT_EQ(text(QStringLiteral("")), R"("")");
@@ -101,7 +101,7 @@ TEST(ReadableWriter, WritesTextsInQuotesWithEscapes)
     EXPECT_EQ(text(QString::fromUtf8("a\0b"s)), R"("a\x00b")");
 }
 
-TEST(ReadableWriter, WritesIntegersWithAllDigits)
+TEST(ReadableWriter, writes_integers_with_all_digits)
 {
     auto const integer = [](auto number) {
         return value(Sense::plain, [=](ReadableWriter &writer) { writer.integer(number); });
@@ -110,7 +110,7 @@ TEST(ReadableWriter, WritesIntegersWithAllDigits)
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
 }
 
-TEST(ReadableWriter, IndentsWhatARecordHolds)
+TEST(ReadableWriter, indents_what_a_record_holds)
 {
     ReadableWriter writer(false);
     writer.field("location", Sense::plain);
@@ -125,7 +125,7 @@ TEST(ReadableWriter, IndentsWhatARecordHolds)
   no_location      -)");
 }
 
-TEST(ReadableWriter, KeepsALongNameApartFromItsValue)
+TEST(ReadableWriter, keeps_a_long_name_apart_from_its_value)
 {
     ReadableWriter writer(false);
     writer.field("a_name_of_twenty_five_sig", Sense::plain);
@@ -133,7 +133,7 @@ TEST(ReadableWriter, KeepsALongNameApartFromItsValue)
     EXPECT_EQ(writer.text(), "\n  a_name_of_twenty_five_sig -");
 }
 
-TEST(ReadableWriter, ColoursTheHeadlineOnlyWhenAsked)
+TEST(ReadableWriter, colours_the_headline_only_when_asked)
 {
     ReadableWriter plain(false);
     plain.headline("php.RShutdown", "frame 1");
@@ -143,7 +143,7 @@ TEST(ReadableWriter, ColoursTheHeadlineOnlyWhenAsked)
     EXPECT_EQ(coloured.text(), "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2mframe 1\x1b[0m");
 }
 
-TEST(ReadableWriter, WritesPhpValuesAsAPersonWouldWriteThem)
+TEST(ReadableWriter, writes_php_values_as_a_person_would_write_them)
 {
     ReadableWriter writer(false);
     writer.field("args", Sense::plain);
@@ -179,7 +179,7 @@ TEST(ReadableWriter, WritesPhpValuesAsAPersonWouldWriteThem)
       value            undefined)");
 }
 
-TEST(ReadableWriter, CutsLongTextsBetweenCharactersAndSaysHowMuchIsLeftOut)
+TEST(ReadableWriter, cuts_long_texts_between_characters_and_says_how_much_is_left_out)
 {
     EXPECT_EQ(text(QString(240, u'x')), '"' + std::string(240, 'x') + '"');
     EXPECT_EQ(text(QString(241, u'x')), '"' + std::string(240, 'x') + "\" and 1 bytes more");

@@ -118,7 +118,7 @@ Comparison compare(std::vector<QJsonObject> const &records)
     return comparison;
 }
 
-TEST(RealCaptures, AreReadWithoutAFault)
+TEST(RealCaptures, are_read_without_a_fault)
 {
     auto const files = captures();
     ASSERT_THAT(files, Not(IsEmpty())) << "no capture in " TARNWICK_CAPTURES;
@@ -134,7 +134,7 @@ TEST(RealCaptures, AreReadWithoutAFault)
     }
 }
 
-TEST(RealCaptures, SayTheSameOfARequestsEndInBothDialects)
+TEST(RealCaptures, say_the_same_of_a_requests_end_in_both_dialects)
 {
     std::size_t pairs = 0;
     for (auto const &file : captures()) {
@@ -145,7 +145,7 @@ TEST(RealCaptures, SayTheSameOfARequestsEndInBothDialects)
     EXPECT_GT(pairs, 0U);
 }
 
-TEST(RealCaptures, AreComparedSoThatADifferenceShows)
+TEST(RealCaptures, are_compared_so_that_a_difference_shows)
 {
     auto const compared = [](std::string const &rpc, std::string const &protobuf) {
         auto const capture =

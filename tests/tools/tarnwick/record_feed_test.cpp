@@ -34,7 +34,7 @@ std::string line(std::string const &dialect, std::string const &fields)
 std::string const zeroes =
     R"("duration":{"seconds":0,"nanos":0},"response_status":0,"memory_0":0,"memory_1":0,"memory_2":0)";
 
-TEST(RecordFeed, BuildsTheRecordsOfAPhpReportsCaseAndAllOfThemWhenAsked)
+TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_asked)
 {
     std::string const envelope = "request_id { id: 7 } timestamp { seconds: 1 nanos: 2 } ";
     std::string const envelope_alone = line("rpc", R"("request_id":7,"timestamp":{"seconds":1,"nanos":2},)" + zeroes);
@@ -67,7 +67,7 @@ TEST(RecordFeed, BuildsTheRecordsOfAPhpReportsCaseAndAllOfThemWhenAsked)
     }
 }
 
-TEST(RecordFeed, TakesAPhpReportOfAnUnknownCaseForOneWithoutACase)
+TEST(RecordFeed, takes_a_php_report_of_an_unknown_case_for_one_without_a_case)
 {
     auto const frame = test::rpc_php_frame(test::field_head(6, 0));
     EXPECT_EQ(feed(frame).records, "");
@@ -75,7 +75,7 @@ TEST(RecordFeed, TakesAPhpReportOfAnUnknownCaseForOneWithoutACase)
               line("rpc", R"("request_id":0,"timestamp":{"seconds":0,"nanos":0},)" + zeroes));
 }
 
-TEST(RecordFeed, TakesTheRequestIdOfTheProtobufDialectFromTheFrame)
+TEST(RecordFeed, takes_the_request_id_of_the_protobuf_dialect_from_the_frame)
 {
     auto const frame = test::rshutdown_frame_of(18446744073709551615ULL, "memory_1: 5");
     auto const expected = line("protobuf", R"("request_id":18446744073709551615,"timestamp":{"seconds":0,"nanos":0},)"
@@ -85,14 +85,14 @@ TEST(RecordFeed, TakesTheRequestIdOfTheProtobufDialectFromTheFrame)
     EXPECT_EQ(feed(frame, true).records, expected);
 }
 
-TEST(RecordFeed, DoesNotTakeTheRequestIdOfTheRpcDialectFromTheFrame)
+TEST(RecordFeed, does_not_take_the_request_id_of_the_rpc_dialect_from_the_frame)
 {
     auto frame = test::rpc_php_frame_of("request_id { id: 7 } rshutdown { }");
     frame.set_request_id(8);
     EXPECT_NE(feed(frame).records.find(R"("request_id":7,)"), std::string::npos);
 }
 
-TEST(RecordFeed, SaysThatAReportIsNotTheMessageThatItClaimsToBe)
+TEST(RecordFeed, says_that_a_report_is_not_the_message_that_it_claims_to_be)
 {
     std::string const cases[] = {
         "\xff",                                                               // a tag without an end
@@ -111,7 +111,7 @@ TEST(RecordFeed, SaysThatAReportIsNotTheMessageThatItClaimsToBe)
     EXPECT_EQ(feed(frame).problem, "its report is not a pelorin.protobuf.PelorinPHP.RShutdownData");
 }
 
-TEST(RecordFeed, ReadsAReportAsDeepAsPhpSendsThem)
+TEST(RecordFeed, reads_a_report_as_deep_as_php_sends_them)
 {
     constexpr std::size_t arrays = 64;
     auto const fed = feed(test::rpc_php_frame(test::nested_report(2 + 3 * arrays)));
@@ -119,7 +119,7 @@ TEST(RecordFeed, ReadsAReportAsDeepAsPhpSendsThem)
     EXPECT_NE(fed.records, "");
 }
 
-TEST(RecordFeed, ReadsAReportAsDeepAsItsLimitAndNoDeeper)
+TEST(RecordFeed, reads_a_report_as_deep_as_its_limit_and_no_deeper)
 {
     auto const limit = static_cast<std::size_t>(RecordFeed::max_depth);
     auto const at_limit = feed(test::rpc_php_frame(test::nested_report(limit)));
@@ -132,7 +132,7 @@ TEST(RecordFeed, ReadsAReportAsDeepAsItsLimitAndNoDeeper)
     }
 }
 
-TEST(RecordFeed, FindsDepthBesideOtherFields)
+TEST(RecordFeed, finds_depth_beside_other_fields)
 {
     auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
     auto const shallow = test::nested_report(20);
@@ -140,7 +140,7 @@ TEST(RecordFeed, FindsDepthBesideOtherFields)
               "its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 messages in each other");
 }
 
-TEST(RecordFeed, BeginsAnewWithEachFrame)
+TEST(RecordFeed, begins_anew_with_each_frame)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());

@@ -39,7 +39,7 @@ RShutdown const from_protobuf(test::from_text<test::RShutdownData>(R"(
     duration { nanos: 5000000 } response_status: 200 memory_0: 1 memory_1: 2 memory_2: 3)"),
                               RequestId(7));
 
-TEST(RecordPrinter, WritesAJsonLineOfEitherDialect)
+TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
 {
     EXPECT_EQ(printed({.json = true}, {"a.tnw", 12, 3456}, from_rpc, "rpc"),
               R"({"record":"php.RShutdown","frame":12,"offset":3456,"dialect":"rpc",)"
@@ -55,7 +55,7 @@ TEST(RecordPrinter, WritesAJsonLineOfEitherDialect)
               "\n");
 }
 
-TEST(RecordPrinter, NamesTheFileBehindTheRecord)
+TEST(RecordPrinter, names_the_file_behind_the_record)
 {
     RecordPrinter::Style const style{.json = true, .name_files = true};
     EXPECT_TRUE(printed(style, {"dir/a \"b\".tnw", 1, 0}, from_protobuf, "protobuf")
@@ -64,7 +64,7 @@ TEST(RecordPrinter, NamesTheFileBehindTheRecord)
                     .starts_with(R"({"record":"php.RShutdown","file":{"base64":"/y50bnc="},"frame":1,)"));
 }
 
-TEST(RecordPrinter, WritesTextForPeople)
+TEST(RecordPrinter, writes_text_for_people)
 {
     EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf
   request_id       7
@@ -82,7 +82,7 @@ TEST(RecordPrinter, WritesTextForPeople)
         printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
 }
 
-TEST(RecordPrinter, PrintsOneRecordBehindTheOther)
+TEST(RecordPrinter, prints_one_record_behind_the_other)
 {
     for (bool const json : {true, false}) {
         test::MemoryFile const file;
