@@ -7,6 +7,9 @@
 
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl.h>
+
 #include <fmt/format.h>
 
 #include <cstddef>
@@ -83,7 +86,11 @@ private:
 int main()
 {
     tarnwick::rpc::php::v1::NotifyRequest message;
-    if (!message.ParseFromIstream(&std::cin)) {
+    // A PHP array takes three messages, and PHP accepts 64 arrays in each other: more than the parser does by itself.
+    google::protobuf::io::IstreamInputStream bytes(&std::cin);
+    google::protobuf::io::CodedInputStream stream(&bytes);
+    stream.SetRecursionLimit(1000);
+    if (!message.ParseFromCodedStream(&stream) || !stream.ConsumedEntireMessage()) {
         fmt::print(stderr, "no report on standard input\n");
         return 1;
     }

@@ -179,7 +179,9 @@ enter=(sh -euc '
     mount --rbind /proc "$root/proc"
     mkdir -p "$root$repo"
     mount --rbind "$repo" "$root$repo"
-    unset TMPDIR
+    # What the machine tells its own compilers and build tools is not about this root.
+    unset TMPDIR CC CXX CFLAGS CXXFLAGS CPPFLAGS LDFLAGS LD_LIBRARY_PATH LD_PRELOAD PKG_CONFIG_PATH \
+        CMAKE_GENERATOR CMAKE_PREFIX_PATH CMAKE_BUILD_TYPE CMAKE_TOOLCHAIN_FILE
     PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
     export PATH HOME LANG
     exec chroot "$root" sh -euc "cd \"\$0\"; exec \"\$@\"" "$repo" "$@"

@@ -71,10 +71,10 @@ tarnwick_dependency_refusal(everything_at_once
         -DTARNWICK_BUILD_BENCHMARKS=ON
     ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
     LINES "${qt}: 6.4.0 is too old" ${fmt} ${protobuf} ${zeromq}
-        "CLI11 2.3 or later (Debian: libcli11-dev)"
+        "CLI11 2.4 or later (Debian: libcli11-dev)"
         "RapidJSON 1.1 or later (Debian: rapidjson-dev)"
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
-        "Google Benchmark 1.7 or later (Debian: libbenchmark-dev)")
+        "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)")
 
 tarnwick_refusal(no_installed_neighbours SOURCE ${PROJECT_SOURCE_DIR}
     OPTIONS -DTARNWICK_BUNDLED_PCOMMON=OFF -DTARNWICK_BUNDLED_PMSG=OFF -DTARNWICK_BUNDLED_PRPC=OFF

@@ -20,7 +20,7 @@ endfunction()
 
 foreach(library IN ITEMS tarnwick pcommon pmsg prpc)
     expect(${LIBDIR}/lib${library}.so)
-    expect(${LIBDIR}/lib${library}.so.0)
+    expect(${LIBDIR}/lib${library}.so.0.1)
     expect(${LIBDIR}/lib${library}.so.${VERSION})
 endforeach()
 

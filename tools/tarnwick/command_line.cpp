@@ -11,6 +11,7 @@
 #include <fmt/ranges.h>
 
 #include <csignal>
+#include <new>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -114,8 +115,10 @@ int run(int argc, char const *const *argv)
         return dispatch(argc, argv);
     } catch (WriteError const &error) {
         tell(fmt::format("tarnwick: {}\n", error.what()));
-        return file_failure;
+    } catch (std::bad_alloc const &) {
+        tell("tarnwick: out of memory\n");
     }
+    return file_failure;
 }
 
 } // namespace tarnwick::program

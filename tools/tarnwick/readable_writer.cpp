@@ -1,5 +1,7 @@
 #include "readable_writer.h"
 
+#include <tarnwick/data/double_text.h>
+
 #include <QtCore/QString>
 
 #include <fmt/format.h>
@@ -155,12 +157,9 @@ void ReadableWriter::integer(std::uint64_t number)
     value(fmt::to_string(number));
 }
 
-// Apart from an integer also where nothing stands behind the point.
 void ReadableWriter::real(double number)
 {
-    auto const shortest = fmt::to_string(number);
-    bool const looks_integer = shortest.find_first_not_of("-0123456789") == std::string::npos;
-    value(looks_integer ? shortest + ".0" : shortest);
+    value(data::double_text(number));
 }
 
 void ReadableWriter::time(data::TimePair pair)

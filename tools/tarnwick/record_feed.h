@@ -37,6 +37,9 @@ private:
     /// Calls `build` with the message.
     template <class Message, class Build>
     std::string parsed(std::string const &bytes, Build &&build);
+    /// A message that feeds no record.
+    template <class Message>
+    std::string checked(std::string const &bytes);
     /// A message of the protobuf dialect that feeds one record.
     template <class Message, class Record>
     std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);

@@ -1,5 +1,7 @@
 #include <tarnwick/data/text_writer.h>
 
+#include <tarnwick/data/double_text.h>
+
 #include <QtCore/QString>
 
 #include <fmt/format.h>
@@ -80,13 +82,9 @@ void TextWriter::integer(std::uint64_t value)
     fmt::format_to(std::back_inserter(out_), "{}", value);
 }
 
-// Apart from an integer also where nothing stands behind the point.
 void TextWriter::real(double value)
 {
-    auto const shortest = fmt::to_string(value);
-    out_.append(shortest);
-    if (shortest.find_first_not_of("-0123456789") == std::string::npos)
-        out_.append(".0");
+    out_.append(double_text(value));
 }
 
 void TextWriter::time(TimePair value)

@@ -3,8 +3,10 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/files.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 namespace tarnwick::program {
@@ -153,6 +155,28 @@ TEST(RecordFeed, begins_anew_with_each_frame)
     EXPECT_TRUE(
         file.content().ends_with("\n" + line("rpc", R"("request_id":0,"timestamp":{"seconds":0,"nanos":0},)" + zeroes)))
         << file.content();
+}
+
+TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
+{
+    auto const &oneof = *test::Frame::descriptor()->FindOneofByName("report");
+    std::string const opaque[] = {"rpc_data", "rpc_add_data", "ct_data", "ct_add_data"};
+    int said = 0;
+    for (int i = 0; i < oneof.field_count(); ++i) {
+        auto const &field = *oneof.field(i);
+        SCOPED_TRACE(field.name());
+        test::Frame frame;
+        frame.GetReflection()->SetString(&frame, &field, "\xff");
+        if (std::ranges::find(opaque, field.name()) != std::end(opaque)) {
+            EXPECT_EQ(feed(frame).problem, "");
+        } else {
+            EXPECT_THAT(feed(frame).problem, testing::StartsWith("its report is not a "));
+            ++said;
+        }
+        frame.GetReflection()->SetString(&frame, &field, "");
+        EXPECT_EQ(feed(frame).problem, "");
+    }
+    EXPECT_EQ(said, 20);
 }
 
 } // namespace
