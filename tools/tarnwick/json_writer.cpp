@@ -30,6 +30,12 @@ void JsonWriter::end_record()
     json_.EndObject();
 }
 
+void JsonWriter::begin_alternative(std::string_view name)
+{
+    json_.StartObject();
+    field(name);
+}
+
 void JsonWriter::begin_list()
 {
     json_.StartArray();

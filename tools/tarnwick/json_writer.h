@@ -24,6 +24,9 @@ public:
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense = data::Sense::plain);
     void end_record();
+    /// An object whose one member is the record.
+    void begin_alternative(std::string_view name);
+    void end_alternative() { end_record(); }
     void begin_list();
     void item() {}
     void end_list();

@@ -98,6 +98,11 @@ void ReadableWriter::end_record()
     --depth_;
 }
 
+void ReadableWriter::begin_alternative(std::string_view name)
+{
+    value(name);
+}
+
 void ReadableWriter::begin_list()
 {
     ++depth_;

@@ -13,11 +13,11 @@ enum class Sense {
     span,    ///< a `TimePair` that is a length of time
 };
 
-/// One field of a record: the name of its accessor and the accessor itself.
-template <class Record, class Value>
+/// One field of a record: its name and the accessor of that name, or the member itself where a record is a plain struct.
+template <class Record, class Member>
 struct Field {
     std::string_view name;
-    Value (Record::*read)() const noexcept;
+    Member Record::*read;
     Sense sense = Sense::plain;
 };
 
@@ -25,6 +25,14 @@ struct Field {
 /// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` in the record's order.
 template <class Record>
 struct Description;
+
+/// The name without the family: `RShutdown`.
+template <class Record>
+constexpr std::string_view class_name()
+{
+    constexpr std::string_view name = Description<Record>::name;
+    return name.substr(name.rfind('.') + 1);
+}
 
 template <class T>
 concept Described = requires {

@@ -22,6 +22,8 @@ public:
     void begin_record(std::string_view name);
     void field(std::string_view name, Sense sense);
     void end_record();
+    void begin_alternative(std::string_view /*name*/) {}
+    void end_alternative() {}
     void begin_list();
     void item();
     void end_list();

@@ -15,9 +15,11 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 
 namespace tarnwick::data {
@@ -29,6 +31,9 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
     writer.begin_record(name);
     writer.field(name, Sense::plain);
     writer.end_record();
+    // A record that is one of several alternatives, by the name of its class; the record follows.
+    writer.begin_alternative(name);
+    writer.end_alternative();
     // A list: `item` before each value. The items of a PHP array are entries, a key and a value each.
     writer.begin_list();
     writer.item();
@@ -74,6 +79,13 @@ void walk(W &writer, T value)
     writer.integer(static_cast<std::uint64_t>(value));
 }
 
+template <Writer W, class T>
+    requires std::is_enum_v<T>
+void walk(W &writer, T value)
+{
+    walk(writer, static_cast<std::underlying_type_t<T>>(value));
+}
+
 template <Writer W>
 void walk(W &writer, double value)
 {
@@ -113,6 +125,8 @@ void walk(W &writer, QByteArray const &value)
 // Values hold each other, so each is declared before any is told.
 template <Writer W, class T>
 void walk(W &writer, std::optional<T> const &value);
+template <Writer W, class... Alternatives>
+void walk(W &writer, std::variant<Alternatives...> const &alternatives);
 template <Writer W, class T>
 void walk(W &writer, QList<T> const &list);
 template <Writer W, class Payload>
@@ -133,6 +147,27 @@ void walk(W &writer, std::optional<T> const &value)
         walk(writer, *value);
     else
         writer.absent();
+}
+
+// An alternative that is no record stands for none of them.
+template <Writer W, class... Alternatives>
+void walk(W &writer, std::variant<Alternatives...> const &alternatives)
+{
+    if (alternatives.valueless_by_exception()) {
+        writer.absent();
+        return;
+    }
+    std::visit(
+        [&]<class Alternative>(Alternative const &alternative) {
+            if constexpr (Described<Alternative>) {
+                writer.begin_alternative(class_name<Alternative>());
+                walk(writer, alternative);
+                writer.end_alternative();
+            } else {
+                writer.absent();
+            }
+        },
+        alternatives);
 }
 
 template <Writer W, class T>
@@ -204,7 +239,7 @@ void walk_fields(W &writer, Record const &record)
 {
     for_each_field<Record>([&](auto const &field) {
         writer.field(field.name, field.sense);
-        walk(writer, (record.*field.read)());
+        walk(writer, std::invoke(field.read, record));
     });
 }
 
