@@ -2,7 +2,14 @@
 
 #include "report_parser.h"
 
+#include <tarnwick/data/php/error_data.h>
+#include <tarnwick/data/php/post_data.h>
+#include <tarnwick/data/php/request_headers.h>
+#include <tarnwick/data/php/response_body.h>
+#include <tarnwick/data/php/response_headers.h>
+#include <tarnwick/data/php/rinit.h>
 #include <tarnwick/data/php/rshutdown.h>
+#include <tarnwick/data/php/superglobals.h>
 
 #include <pelorin/protobuf/CT/header.pb.h>
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
@@ -25,13 +32,16 @@ namespace tarnwick::program {
 namespace {
 
 using capture::v1::Frame;
-using data::php::RequestId;
-using data::php::RShutdown;
+using namespace data::php;
 using namespace pelorin::protobuf;
 using PhpReport = rpc::php::v1::NotifyRequest;
 
 constexpr std::string_view rpc_dialect = "rpc";
 constexpr std::string_view protobuf_dialect = "protobuf";
+
+constexpr std::string_view at_start = "init";
+constexpr std::string_view what_changed = "change";
+constexpr std::string_view all_entries = "all";
 
 } // namespace
 
@@ -41,8 +51,29 @@ std::string RecordFeed::feed(Frame const &frame)
     switch (frame.report_case()) {
     case Frame::kRpcPhp:
         return parsed<PhpReport>(frame.rpc_php(), [&](PhpReport const &message) { print_php(message); });
+    case Frame::kRinit:
+        return parsed_into<PelorinPHP::RInitData, RInit>(frame.rinit(), request_id);
     case Frame::kRshutdown:
         return parsed_into<PelorinPHP::RShutdownData, RShutdown>(frame.rshutdown(), request_id);
+    case Frame::kError:
+        return parsed_into<Glimmet::Error, ErrorData>(frame.error(), request_id);
+    case Frame::kRequestHeaders:
+        return parsed_into<Glimmet::RequestHeaders, RequestHeaders>(frame.request_headers(), request_id);
+    case Frame::kResponseHeaders:
+        return parsed_into<Glimmet::ResponseHeaders, ResponseHeaders>(frame.response_headers(), request_id);
+    case Frame::kRawPostData:
+        return parsed_into<Glimmet::RawPostData, PostData>(frame.raw_post_data(), request_id);
+    case Frame::kResponseBody:
+        return parsed_into<Glimmet::ResponseBody, ResponseBody>(frame.response_body(), request_id);
+    case Frame::kMonitorSuperglobals:
+        return parsed<Monitor::Superglobals>(frame.monitor_superglobals(), [&](Monitor::Superglobals const &message) {
+            print_superglobals(protobuf_dialect, all_entries, message, request_id);
+        });
+    case Frame::kSuperglobals:
+        return parsed<Glimmet::Superglobals>(frame.superglobals(), [&](Glimmet::Superglobals const &message) {
+            print_superglobals(protobuf_dialect, at_start, message, request_id, Superglobals::init_t());
+            print_superglobals(protobuf_dialect, what_changed, message, request_id, Superglobals::change_t());
+        });
     // Feeding no record by now, they are read all the same: what is no report of its kind is said.
     case Frame::kRpcMonitor:
         return checked<rpc::monitor::v1::NotifyRequest>(frame.rpc_monitor());
@@ -50,12 +81,8 @@ std::string RecordFeed::feed(Frame const &frame)
         return checked<rpc::codetrace::v1::NotifyRequest>(frame.rpc_codetrace());
     case Frame::kRpcGlimmet:
         return checked<rpc::glimmet::v1::NotifyRequest>(frame.rpc_glimmet());
-    case Frame::kRinit:
-        return checked<PelorinPHP::RInitData>(frame.rinit());
     case Frame::kMonitorEvent:
         return checked<Monitor::Event>(frame.monitor_event());
-    case Frame::kMonitorSuperglobals:
-        return checked<Monitor::Superglobals>(frame.monitor_superglobals());
     case Frame::kFunctions:
         return checked<Glimmet::Functions>(frame.functions());
     case Frame::kSqlConnections:
@@ -66,18 +93,6 @@ std::string RecordFeed::feed(Frame const &frame)
         return checked<Glimmet::SqlQueries>(frame.sql_queries());
     case Frame::kStorage:
         return checked<Glimmet::Storage>(frame.storage());
-    case Frame::kError:
-        return checked<Glimmet::Error>(frame.error());
-    case Frame::kSuperglobals:
-        return checked<Glimmet::Superglobals>(frame.superglobals());
-    case Frame::kRequestHeaders:
-        return checked<Glimmet::RequestHeaders>(frame.request_headers());
-    case Frame::kResponseHeaders:
-        return checked<Glimmet::ResponseHeaders>(frame.response_headers());
-    case Frame::kRawPostData:
-        return checked<Glimmet::RawPostData>(frame.raw_post_data());
-    case Frame::kResponseBody:
-        return checked<Glimmet::ResponseBody>(frame.response_body());
     case Frame::kCtHeader:
         return checked<CT::Header>(frame.ct_header());
     default: // chunks, which are opaque
@@ -90,8 +105,20 @@ void RecordFeed::print_php(PhpReport const &message)
     auto const feeds = [&](PhpReport::PayloadCase payload) {
         return all_records_ || message.payload_case() == payload;
     };
-    if (feeds(PhpReport::kRshutdown))
+    if (feeds(PhpReport::kRinit)) {
+        print<RInit>(rpc_dialect, message);
+        print<RequestHeaders>(rpc_dialect, message);
+        print_superglobals(rpc_dialect, at_start, message, Superglobals::init_t());
+        print<PostData>(rpc_dialect, message);
+    }
+    if (feeds(PhpReport::kRshutdown)) {
         print<RShutdown>(rpc_dialect, message);
+        print<ResponseHeaders>(rpc_dialect, message);
+        print_superglobals(rpc_dialect, what_changed, message, Superglobals::change_t());
+        print<ResponseBody>(rpc_dialect, message);
+    }
+    if (feeds(PhpReport::kError))
+        print<ErrorData>(rpc_dialect, message);
 }
 
 // A message on the arena is dropped with it at once: a deep one is not torn down level by level.
@@ -124,6 +151,13 @@ void RecordFeed::print(std::string_view dialect, Parts const &...parts)
 {
     Record const record(new Record::Pointer::Type(parts...));
     printer_.print(*record, dialect);
+}
+
+template <class... Parts>
+void RecordFeed::print_superglobals(std::string_view dialect, std::string_view view, Parts const &...parts)
+{
+    Superglobals const record(new Superglobals::Pointer::Type(parts...));
+    printer_.print(*record, dialect, view);
 }
 
 } // namespace tarnwick::program

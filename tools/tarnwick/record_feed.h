@@ -47,6 +47,9 @@ private:
     /// Builds a record of a message, and of what travels beside it, and prints it.
     template <class Record, class... Parts>
     void print(std::string_view dialect, Parts const &...parts);
+    /// The same for superglobals, of which a report can hold several views.
+    template <class... Parts>
+    void print_superglobals(std::string_view dialect, std::string_view view, Parts const &...parts);
 
     RecordPrinter &printer_;
     bool all_records_;

@@ -4,7 +4,7 @@
 
 namespace tarnwick::program {
 
-void RecordPrinter::begin_json(std::string_view name, std::string_view dialect)
+void RecordPrinter::begin_json(std::string_view name, std::string_view dialect, std::string_view view)
 {
     json_.begin_record(name);
     json_.field("record");
@@ -19,6 +19,10 @@ void RecordPrinter::begin_json(std::string_view name, std::string_view dialect)
     json_.integer(origin_.offset);
     json_.field("dialect");
     json_.bytes(dialect);
+    if (!view.empty()) {
+        json_.field("view");
+        json_.bytes(view);
+    }
 }
 
 void RecordPrinter::end_json()
@@ -29,10 +33,11 @@ void RecordPrinter::end_json()
     json_.clear();
 }
 
-void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect)
+void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect, std::string_view view)
 {
-    readable_.headline(name, fmt::format("{}{}frame {} at byte {}, {}", style_.name_files ? origin_.file : "",
-                                         style_.name_files ? ": " : "", origin_.frame, origin_.offset, dialect));
+    readable_.headline(name, fmt::format("{}{}frame {} at byte {}, {}{}{}", style_.name_files ? origin_.file : "",
+                                         style_.name_files ? ": " : "", origin_.frame, origin_.offset, dialect,
+                                         view.empty() ? "" : ", ", view));
 }
 
 void RecordPrinter::end_readable()

@@ -38,24 +38,25 @@ public:
     /// The frame that the records printed from now on come from.
     void set_origin(Origin origin) { origin_ = origin; }
 
+    /// `view`: which of a record's views of its report it is; empty where there is but one.
     template <data::Described Record>
-    void print(Record const &record, std::string_view dialect)
+    void print(Record const &record, std::string_view dialect, std::string_view view = {})
     {
         if (style_.json) {
-            begin_json(data::Description<Record>::name, dialect);
+            begin_json(data::Description<Record>::name, dialect, view);
             data::walk_fields(json_, record);
             end_json();
         } else {
-            begin_readable(data::Description<Record>::name, dialect);
+            begin_readable(data::Description<Record>::name, dialect, view);
             data::walk_fields(readable_, record);
             end_readable();
         }
     }
 
 private:
-    void begin_json(std::string_view name, std::string_view dialect);
+    void begin_json(std::string_view name, std::string_view dialect, std::string_view view);
     void end_json();
-    void begin_readable(std::string_view name, std::string_view dialect);
+    void begin_readable(std::string_view name, std::string_view dialect, std::string_view view);
     void end_readable();
 
     Output &output_;

@@ -7,6 +7,7 @@
 // record holds already. Numbers are copied as they stand.
 
 #include <tarnwick/data/php/source_location.h>
+#include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/time_pair.h>
 
 #include <QtCore/QByteArray>
@@ -18,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarnwick::data {
 
@@ -38,6 +40,19 @@ inline QByteArray bytes(std::string const &bytes)
 inline std::string_view view(QByteArray const &bytes)
 {
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+/// A PHP string of bytes as they came.
+inline php::ZVal php_string(std::string_view bytes)
+{
+    return php::ZVal(new php::detail::ZVal(std::in_place_type<std::string>, bytes));
+}
+
+/// A PHP array as a value.
+inline php::ZVal php_array(php::detail::PelorinArray::Elements elements)
+{
+    return php::ZVal(
+        new php::detail::ZVal(std::in_place_type<php::PelorinArray>, new php::detail::PelorinArray(std::move(elements))));
 }
 
 /// A google.protobuf.Timestamp or Duration, as it came.

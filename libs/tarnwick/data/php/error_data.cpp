@@ -1,0 +1,53 @@
+#include <tarnwick/data/php/error_data.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/error.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+namespace tarnwick::data::php::detail {
+
+ErrorData::ErrorData(rpc::php::v1::NotifyRequest const &message)
+{
+    if (message.has_request_id())
+        request_id_ = RequestId(message.request_id());
+    if (message.has_timestamp())
+        timestamp_ = time_pair(message.timestamp());
+    if (message.payload_case() != rpc::php::v1::NotifyRequest::kError)
+        return;
+
+    // A report of an error that holds neither is an error of which nothing is known.
+    auto const &payload = message.error();
+    if (payload.error_or_exception_case() == rpc::php::v1::ErrorPayload::kException)
+        read<Exception>(payload.exception());
+    else
+        read<Error>(payload.error());
+}
+
+template <class Detail, class Message>
+void ErrorData::read(Message const &message)
+{
+    details_.emplace<Detail>(message);
+    message_ = text(message.message());
+    location_ = location_when_present(message);
+    if (message.has_stack_trace())
+        stack_trace_.emplace(message.stack_trace());
+}
+
+ErrorData::ErrorData(pelorin::protobuf::Glimmet::Error const &message, RequestId request_id)
+    : request_id_(request_id)
+    , message_(text(message.message()))
+    , location_(location_when_file_named(message.file(), message.line()))
+{
+    if (message.has_timestamp())
+        timestamp_ = time_pair(message.timestamp());
+    if (message.has_stack_trace())
+        stack_trace_.emplace(message.stack_trace());
+    // Errors and exceptions share a message here: the number alone tells them apart, whatever else is set.
+    if (message.number() != 0)
+        details_.emplace<Error>(message);
+    else
+        details_.emplace<Exception>(message);
+}
+
+} // namespace tarnwick::data::php::detail

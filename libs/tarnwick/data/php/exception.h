@@ -1,0 +1,49 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
+
+namespace pelorin::protobuf::Glimmet {
+class Error;
+}
+namespace tarnwick::rpc::php::v1 {
+class Exception;
+}
+
+namespace tarnwick::data::php {
+
+/// What is particular to an uncaught PHP exception. Its message, its place and its stack are in the report that holds it.
+///
+/// | Accessor           | Meaning                                              | rpc              | protobuf         |
+/// |--------------------|------------------------------------------------------|------------------|------------------|
+/// | `exception_name()` | first text, in the place where an error has its name | empty when unset | empty when unset |
+/// | `exception_text()` | second text                                          | empty when unset | empty when unset |
+class TARNWICK_EXPORT Exception {
+public:
+    explicit Exception(rpc::php::v1::Exception const &message);
+    explicit Exception(pelorin::protobuf::Glimmet::Error const &message);
+
+    [[nodiscard]] QString const &exception_name() const noexcept { return exception_name_; }
+    [[nodiscard]] QString const &exception_text() const noexcept { return exception_text_; }
+
+private:
+    QString exception_name_;
+    QString exception_text_;
+};
+
+} // namespace tarnwick::data::php
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::php::Exception> {
+    using Record = php::Exception;
+    static constexpr std::string_view name = "php.Exception";
+    static constexpr std::tuple fields{
+        Field{"exception_name", &Record::exception_name},
+        Field{"exception_text", &Record::exception_text},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::php::Exception)

@@ -1,0 +1,19 @@
+#include <tarnwick/data/php/response_headers.h>
+
+#include <pelorin/protobuf/Glimmet/headers.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+namespace tarnwick::data::php::detail {
+
+// The report of another case reads as one without headers.
+ResponseHeaders::ResponseHeaders(rpc::php::v1::NotifyRequest const &message)
+    : Headers(RequestId(message.request_id()), message.rshutdown().response().headers())
+{
+}
+
+ResponseHeaders::ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id)
+    : Headers(request_id, message.lines())
+{
+}
+
+} // namespace tarnwick::data::php::detail

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/headers.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+
+namespace pelorin::protobuf::Glimmet {
+class ResponseHeaders;
+}
+namespace tarnwick::rpc::php::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::data::php {
+namespace detail {
+
+/// The headers of the response to one PHP request, a part of the report of its end.
+class TARNWICK_EXPORT ResponseHeaders : public Headers {
+public:
+    /// A report of something else gives its id and no headers.
+    explicit ResponseHeaders(rpc::php::v1::NotifyRequest const &message);
+    ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id);
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class ResponseHeaders : public Handle<detail::ResponseHeaders> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::php
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::php::detail::ResponseHeaders> {
+    using Record = php::detail::ResponseHeaders;
+    static constexpr std::string_view name = "php.ResponseHeaders";
+    static constexpr std::tuple fields{
+        Field{"request_id", &Record::request_id},
+        Field{"headers", &Record::headers},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::php::ResponseHeaders)

@@ -1,0 +1,71 @@
+#include <tarnwick/data/php/rinit.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+namespace tarnwick::data::php::detail {
+
+RInit::RInit(rpc::php::v1::NotifyRequest const &message)
+{
+    if (message.has_request_id())
+        request_id_ = RequestId(message.request_id());
+    if (message.has_timestamp())
+        timestamp_ = time_pair(message.timestamp());
+    if (message.payload_case() != rpc::php::v1::NotifyRequest::kRinit)
+        return;
+
+    auto const &payload = message.rinit();
+    if (payload.has_info())
+        read(payload.info());
+    if (payload.has_request())
+        read(payload.request());
+}
+
+void RInit::read(rpc::php::v1::Info const &info)
+{
+    info_text_ = text(info.text());
+    info_number_ = info.number();
+    if (!info.has_version())
+        return;
+
+    auto const &version = info.version();
+    version_major_ = version.major();
+    version_minor_ = version.minor();
+    version_patch_ = version.patch();
+    version_text_ = text(version.text());
+    version_number_ = version.number();
+}
+
+void RInit::read(rpc::php::v1::Request const &request)
+{
+    request_text_0_ = text(request.text_0());
+    request_text_1_ = text(request.text_1());
+    if (request.has_bytes_0())
+        request_bytes_0_ = bytes(request.bytes_0());
+    if (request.has_bytes_1())
+        request_bytes_1_ = bytes(request.bytes_1());
+}
+
+RInit::RInit(pelorin::protobuf::PelorinPHP::RInitData const &message, RequestId request_id)
+    : request_id_(request_id)
+    , info_text_(text(message.info_text()))
+    , request_text_0_(text(message.text_0()))
+    , request_text_1_(text(message.text_1()))
+    , info_number_(message.info_number())
+{
+    if (message.has_timestamp())
+        timestamp_ = time_pair(message.timestamp());
+    // The field has no has-bit here: senders mean none by an empty one.
+    if (!message.bytes_0().empty())
+        request_bytes_0_ = bytes(message.bytes_0());
+    if (message.has_version()) {
+        auto const &version = message.version();
+        version_major_ = version.major();
+        version_minor_ = version.minor();
+        version_patch_ = version.patch();
+    }
+}
+
+} // namespace tarnwick::data::php::detail

@@ -1,0 +1,93 @@
+#include <tarnwick/data/php/superglobals.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/superglobals.pb.h>
+#include <pelorin/protobuf/Monitor/superglobals.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace tarnwick::data::php::detail {
+namespace {
+
+using MonitorEntry = pelorin::protobuf::Monitor::SuperglobalEntry;
+using GlimmetEntry = pelorin::protobuf::Glimmet::SuperglobalEntry;
+using Value = pelorin::protobuf::PelorinPHP::ZVal;
+
+// The value that an entry yields, nothing where the entry is left out.
+
+Value const *every_value(MonitorEntry const &entry)
+{
+    return &entry.value();
+}
+
+Value const *value_at_start(GlimmetEntry const &entry)
+{
+    return entry.has_initial_value() ? &entry.initial_value() : &entry.value();
+}
+
+Value const *changed_value(GlimmetEntry const &entry)
+{
+    return entry.has_initial_value() ? &entry.value() : nullptr;
+}
+
+template <class Group, class ValueOf>
+PelorinArray::Elements entries_of(Group const &group, ValueOf value_of)
+{
+    PelorinArray::Elements entries;
+    entries.reserve(static_cast<std::size_t>(std::ranges::count_if(group.entries(), value_of)));
+    for (auto const &entry : group.entries()) {
+        if (auto const *value = value_of(entry))
+            entries.emplace_back(php_string(entry.key()), php::ZVal(new ZVal(*value)));
+    }
+    return entries;
+}
+
+template <class Message, class ValueOf>
+php::PelorinArray values_of(Message const &message, ValueOf value_of)
+{
+    PelorinArray::Elements groups;
+    groups.reserve(static_cast<std::size_t>(message.groups_size()));
+    for (auto const &group : message.groups())
+        groups.emplace_back(php_string(group.name()), php_array(entries_of(group, value_of)));
+    return php::PelorinArray(new PelorinArray(std::move(groups)));
+}
+
+} // namespace
+
+// The report of another case reads as one without superglobals.
+Superglobals::Superglobals(rpc::php::v1::NotifyRequest const &message, init_t /*view*/)
+    : request_id_(message.request_id())
+    , values_(new PelorinArray(message.rinit().superglobals()))
+{
+}
+
+Superglobals::Superglobals(rpc::php::v1::NotifyRequest const &message, change_t /*view*/)
+    : request_id_(message.request_id())
+    , values_(new PelorinArray(message.rshutdown().superglobals()))
+{
+}
+
+Superglobals::Superglobals(pelorin::protobuf::Monitor::Superglobals const &message, RequestId request_id)
+    : request_id_(request_id)
+    , values_(values_of(message, every_value))
+{
+}
+
+Superglobals::Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id,
+                           init_t /*view*/)
+    : request_id_(request_id)
+    , values_(values_of(message, value_at_start))
+{
+}
+
+Superglobals::Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id,
+                           change_t /*view*/)
+    : request_id_(request_id)
+    , values_(values_of(message, changed_value))
+{
+}
+
+} // namespace tarnwick::data::php::detail

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/data/php/zval.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+
+namespace pelorin::protobuf::Glimmet {
+class Superglobals;
+}
+namespace pelorin::protobuf::Monitor {
+class Superglobals;
+}
+namespace tarnwick::rpc::php::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::data::php {
+namespace detail {
+
+/// The superglobals of one PHP request, as they were at its start or as far as they changed until its end: the tag of the
+/// constructor says which.
+///
+/// | Accessor       | Meaning                                     | rpc                        | protobuf              |
+/// |----------------|---------------------------------------------|----------------------------|-----------------------|
+/// | `request_id()` | request that they belong to                 | envelope, 0 when absent    | constructor argument  |
+/// | `values()`     | array of arrays, never null: under the name | as sent, no elements       | a string for each key |
+/// |                | of a superglobal the array of its entries   | when absent                | and name, as sent     |
+///
+/// | Report                  | Tag        | Entries                               | Value of an entry                       |
+/// |-------------------------|------------|---------------------------------------|-----------------------------------------|
+/// | rpc, request start      | `init_t`   | as sent                               | as sent                                 |
+/// | rpc, request end        | `change_t` | as sent                               | as sent                                 |
+/// | `Monitor::Superglobals` | none       | all                                   | `value`                                 |
+/// | `Glimmet::Superglobals` | `init_t`   | all                                   | `initial_value` if present, else `value` |
+/// | `Glimmet::Superglobals` | `change_t` | those with `initial_value`: they changed | `value`                              |
+///
+/// In the protobuf dialect a value that is absent is of kind `undefined`, and a group of which no entry is taken stays, as
+/// an array with no elements.
+class TARNWICK_EXPORT Superglobals : public QSharedData {
+public:
+    struct init_t {};   ///< the state at the start of the request
+    struct change_t {}; ///< what changed in it
+
+    /// A report of something else gives its id and no values.
+    Superglobals(rpc::php::v1::NotifyRequest const &message, init_t view);
+    Superglobals(rpc::php::v1::NotifyRequest const &message, change_t view);
+    Superglobals(pelorin::protobuf::Monitor::Superglobals const &message, RequestId request_id);
+    Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id, init_t view);
+    Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id, change_t view);
+    Q_DISABLE_COPY_MOVE(Superglobals)
+
+    [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] php::PelorinArray const &values() const noexcept { return values_; }
+
+private:
+    RequestId request_id_;
+    php::PelorinArray values_;
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class Superglobals : public Handle<detail::Superglobals> {
+public:
+    using Handle::Handle;
+    using init_t = detail::Superglobals::init_t;
+    using change_t = detail::Superglobals::change_t;
+};
+
+} // namespace tarnwick::data::php
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::php::detail::Superglobals> {
+    using Record = php::detail::Superglobals;
+    static constexpr std::string_view name = "php.Superglobals";
+    static constexpr std::tuple fields{
+        Field{"request_id", &Record::request_id},
+        Field{"values", &Record::values},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::php::Superglobals)
