@@ -29,7 +29,7 @@ std::vector<Message> filled(Fill<Message> fill)
 template <class Message>
 void parse(benchmark::State &state, Fill<Message> fill)
 {
-    std::vector<std::string> wire;
+    std::vector<decltype(std::declval<Message const &>().SerializeAsString())> wire;
     wire.reserve(reports);
     for (auto const &message : filled(fill))
         wire.push_back(message.SerializeAsString());

@@ -13,7 +13,10 @@
 
 #include <QtCore/QDebug>
 
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <variant>
 
 namespace tarnwick::data {
 namespace {
@@ -66,13 +69,16 @@ TEST(Print, takes_the_format_of_a_string)
     EXPECT_EQ(fmt::format("{:>5}|{:.1}", php::RequestId(7), php::RequestId(42)), "    7|4");
 }
 
+template <class T>
+std::string written(T const &value)
+{
+    TextWriter writer;
+    walk(writer, value);
+    return writer.line();
+}
+
 TEST(TextWriter, tells_null_empty_and_absent_apart)
 {
-    auto const written = [](auto const &value) {
-        TextWriter writer;
-        walk(writer, value);
-        return writer.line();
-    };
     EXPECT_EQ(written(QString()), "null");
     EXPECT_EQ(written(QStringLiteral("")), "\"\"");
     EXPECT_EQ(written(QStringLiteral("a\"\n")), R"("a\"\n")");
@@ -112,6 +118,22 @@ TEST(Print, calls_and_traces_print)
     EXPECT_EQ(fmt::format("{}", trace.frames().front()),
               "php.Function{name: \"f\", args: [], call_value: none, location: none, frame_number: 0}");
     EXPECT_EQ(fmt::format("{}", trace), '[' + fmt::format("{}", trace.frames().front()) + ']');
+}
+
+TEST(TextWriter, writes_the_alternative_that_a_variant_holds)
+{
+    using Variant = std::variant<std::monostate, php::SourceLocation>;
+    EXPECT_EQ(written(Variant()), "none");
+    EXPECT_EQ(written(Variant(php::SourceLocation(QStringLiteral("a"), 1, 2))),
+              "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+TEST(TextWriter, writes_enumerations_as_their_numbers)
+{
+    enum class Small : std::uint8_t { last = 255 };
+    enum class Signed : std::int32_t { first = -1 };
+    EXPECT_EQ(written(Small::last), "255");
+    EXPECT_EQ(written(Signed::first), "-1");
 }
 
 } // namespace

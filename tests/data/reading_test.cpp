@@ -100,6 +100,25 @@ TEST(LocationWhenFileNamed, takes_file_and_line_and_has_no_second_number)
     EXPECT_EQ(location->line_extra(), 0U);
 }
 
+TEST(PhpString, keeps_bytes_as_they_came)
+{
+    auto const value = php_string(std::string_view("a\0\xff", 3));
+    EXPECT_EQ(value->kind(), php::detail::ZVal::Kind::string);
+    EXPECT_EQ(std::get<std::string>(value->value()), std::string("a\0\xff", 3));
+}
+
+TEST(PhpArray, holds_the_elements_that_it_is_given)
+{
+    php::detail::PelorinArray::Elements elements;
+    elements.emplace_back(php_string("k"), php_string("v"));
+    auto const key = elements.front().first;
+    auto const value = php_array(std::move(elements));
+    EXPECT_EQ(value->kind(), php::detail::ZVal::Kind::array);
+    auto const &array = std::get<php::PelorinArray>(value->value());
+    ASSERT_EQ(array->elements().size(), 1U);
+    EXPECT_EQ(array->elements().front().first, key);
+}
+
 TEST(Messages, with_texts_that_are_not_utf8_parse)
 {
     rpc::php::v1::NotifyRequest message;

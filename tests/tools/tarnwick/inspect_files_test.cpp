@@ -113,14 +113,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Capture{"WithAReportAsDeepAsPhpSendsThem",
                             delimited(rpc_php_frame(nested_report(2 + 3 * 64))),
                             0,
-                            {"1 at 0: 0"},
+                            std::vector<std::string>(4, "1 at 0: 0"),
                             ""},
                     Capture{"WithAReportFromLaterTimes",
                             good + unknown_report + good,
                             0,
                             {"1 at 0: 1", "3 at 17: 1"},
                             "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
-                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0, {"1 at 0: 0"}, ""},
+                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0, std::vector<std::string>(4, "1 at 0: 0"), ""},
                     Capture{"TruncatedInAFrame",
                             good + good.substr(0, 5),
                             1,
@@ -222,9 +222,10 @@ TEST(Inspect, names_the_files_when_there_are_several)
 
 TEST(Inspect, builds_all_records_when_asked)
 {
-    TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } rinit { }")));
-    EXPECT_THAT(records(inspect({file.name()}).out), IsEmpty());
-    EXPECT_THAT(records(inspect({"--all-records", file.name()}).out), testing::ElementsAre("1 at 0: 4"));
+    TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } error { }")));
+    EXPECT_THAT(records(inspect({file.name()}).out), testing::ElementsAre("1 at 0: 4"));
+    EXPECT_THAT(records(inspect({"--all-records", file.name()}).out),
+                testing::AllOf(testing::SizeIs(9), testing::Each("1 at 0: 4")));
 }
 
 } // namespace

@@ -170,6 +170,7 @@ TEST(InspectStreams, takes_the_progress_line_away_before_it_prints_anything_else
 std::int64_t memory_for(std::size_t megabytes)
 {
     constexpr std::size_t frames_in_a_part = 250;
+    constexpr std::size_t records_of_a_frame = 4;
     std::string part;
     for (std::size_t i = 0; i < frames_in_a_part; ++i) {
         auto const frame = rpc_php_frame(field_head(PhpReport::kRshutdownFieldNumber, 0) + padding(4'000));
@@ -180,7 +181,7 @@ std::int64_t memory_for(std::size_t megabytes)
         for (std::size_t i = 0; i < megabytes; ++i)
             program.write(part);
     });
-    program.skip_lines(megabytes * frames_in_a_part);
+    program.skip_lines(megabytes * frames_in_a_part * records_of_a_frame);
     writer.join();
     // Everything is printed, the input is still open: the program waits.
     auto const memory = program.memory("VmHWM");

@@ -18,6 +18,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <variant>
 
 namespace tarnwick::program {
 namespace {
@@ -180,6 +181,17 @@ TEST(JsonWriter, writes_a_stack_trace_as_a_list_of_its_calls)
               R"([{"name":"f","args":[],"call_value":{"kind":"long","value":1},)"
               R"("location":{"file":"a.php","line":17,"line_extra":3},"frame_number":4},)"
               R"({"name":"","args":[],"call_value":null,"location":null,"frame_number":0}])");
+}
+
+TEST(JsonWriter, writes_an_alternative_under_the_name_of_its_class)
+{
+    using Variant = std::variant<std::monostate, data::php::SourceLocation>;
+    auto const written = [](Variant const &value) {
+        return member([&](JsonWriter &writer) { data::walk(writer, value); });
+    };
+    EXPECT_EQ(written({}), "null");
+    EXPECT_EQ(written(data::php::SourceLocation(QStringLiteral("a"), 1, 2)),
+              R"({"SourceLocation":{"file":"a","line":1,"line_extra":2}})");
 }
 
 TEST(JsonWriter, begins_anew_when_cleared)

@@ -12,6 +12,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <variant>
 
 namespace tarnwick::program {
 namespace {
@@ -123,6 +124,22 @@ TEST(ReadableWriter, indents_what_a_record_holds)
     line             17
     line_extra       0
   no_location      -)");
+}
+
+TEST(ReadableWriter, names_the_alternative_that_a_variant_holds)
+{
+    using Variant = std::variant<std::monostate, data::php::SourceLocation>;
+    ReadableWriter writer(false);
+    writer.field("one", Sense::plain);
+    data::walk(writer, Variant(data::php::SourceLocation(QStringLiteral("a.php"), 17, 0)));
+    writer.field("none", Sense::plain);
+    data::walk(writer, Variant());
+    EXPECT_EQ(writer.text(), R"(
+  one              SourceLocation
+    file             "a.php"
+    line             17
+    line_extra       0
+  none             -)");
 }
 
 TEST(ReadableWriter, keeps_a_long_name_apart_from_its_value)

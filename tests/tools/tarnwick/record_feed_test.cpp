@@ -3,11 +3,25 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/files.h"
 
+#include <pelorin/protobuf/Glimmet/bodies.pb.h>
+#include <pelorin/protobuf/Glimmet/error.pb.h>
+#include <pelorin/protobuf/Glimmet/headers.pb.h>
+#include <pelorin/protobuf/Glimmet/superglobals.pb.h>
+#include <pelorin/protobuf/Monitor/superglobals.pb.h>
+#include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
+
 #include <gmock/gmock.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace tarnwick::program {
 namespace {
@@ -33,48 +47,156 @@ std::string line(std::string const &dialect, std::string const &fields)
     return R"({"record":"php.RShutdown","frame":0,"offset":0,"dialect":")" + dialect + "\"," + fields + "}\n";
 }
 
-std::string const zeroes =
-    R"("duration":{"seconds":0,"nanos":0},"response_status":0,"memory_0":0,"memory_1":0,"memory_2":0)";
+/// The records that were printed, by name, dialect and view.
+std::vector<std::string> names(std::string const &records)
+{
+    std::vector<std::string> found;
+    std::istringstream lines(records);
+    for (std::string line; std::getline(lines, line);) {
+        auto const record = QJsonDocument::fromJson(QByteArray::fromStdString(line)).object();
+        auto name = record[QStringLiteral("record")].toString() + u' ' + record[QStringLiteral("dialect")].toString();
+        if (record.contains(QStringLiteral("view")))
+            name += u' ' + record[QStringLiteral("view")].toString();
+        found.push_back(name.toStdString());
+    }
+    return found;
+}
+
+using Names = std::vector<std::string>;
+
+Names operator+(Names left, Names const &right)
+{
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+Names const start_records{"php.RInit rpc", "php.RequestHeaders rpc", "php.Superglobals rpc init", "php.PostData rpc"};
+Names const end_records{"php.RShutdown rpc", "php.ResponseHeaders rpc", "php.Superglobals rpc change",
+                        "php.ResponseBody rpc"};
+Names const error_records{"php.ErrorData rpc"};
 
 TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_asked)
 {
-    std::string const envelope = "request_id { id: 7 } timestamp { seconds: 1 nanos: 2 } ";
-    std::string const envelope_alone = line("rpc", R"("request_id":7,"timestamp":{"seconds":1,"nanos":2},)" + zeroes);
-    std::string const end = line("rpc", R"("request_id":7,"timestamp":{"seconds":1,"nanos":2},)"
-                                        R"("duration":{"seconds":3,"nanos":4},"response_status":404,)"
-                                        R"("memory_0":5,"memory_1":6,"memory_2":-7)");
     struct Case {
-        std::string name;
         std::string report;
-        std::string records;
-        std::string all_records;
+        Names records;
     };
     Case const cases[] = {
-        {"no case", "", "", envelope_alone},
-        {"request start", "rinit { info { } }", "", envelope_alone},
-        {"request end",
-         "rshutdown { duration { seconds: 3 nanos: 4 } response { status: 404 } "
-         "memory { value_0: 5 value_1: 6 value_2: -7 } }",
-         end, end},
-        {"empty request end", "rshutdown { }", envelope_alone, envelope_alone},
-        {"error", "error { error { } }", "", envelope_alone},
+        {"", {}},
+        {"rinit { info { } }", start_records},
+        {"rinit { }", start_records},
+        {"rshutdown { response { status: 404 } }", end_records},
+        {"rshutdown { }", end_records},
+        {"error { error { } }", error_records},
+        {"error { }", error_records},
     };
-    for (auto const &[name, report, records, all_records] : cases) {
-        SCOPED_TRACE(name);
-        auto const frame = test::rpc_php_frame_of(envelope + report);
+    for (auto const &[report, records] : cases) {
+        SCOPED_TRACE(report);
+        auto const frame = test::rpc_php_frame_of("request_id { id: 7 }" + report);
         EXPECT_EQ(feed(frame).problem, "");
-        EXPECT_EQ(feed(frame).records, records);
+        EXPECT_EQ(names(feed(frame).records), records);
         EXPECT_EQ(feed(frame, true).problem, "");
-        EXPECT_EQ(feed(frame, true).records, all_records);
+        EXPECT_EQ(names(feed(frame, true).records), start_records + end_records + error_records);
     }
+}
+
+TEST(RecordFeed, builds_each_record_of_the_message)
+{
+    auto const frame = test::rpc_php_frame_of(R"(
+        request_id { id: 7 }
+        timestamp { seconds: 1 nanos: 2 }
+        rshutdown {
+            duration { seconds: 3 nanos: 4 }
+            response { status: 404 }
+            memory { value_0: 5 value_1: 6 value_2: -7 }
+        })");
+    EXPECT_TRUE(feed(frame).records.starts_with(line("rpc", R"("request_id":7,"timestamp":{"seconds":1,"nanos":2},)"
+                                                            R"("duration":{"seconds":3,"nanos":4},)"
+                                                            R"("response_status":404,)"
+                                                            R"("memory_0":5,"memory_1":6,"memory_2":-7)")));
 }
 
 TEST(RecordFeed, takes_a_php_report_of_an_unknown_case_for_one_without_a_case)
 {
     auto const frame = test::rpc_php_frame(test::field_head(6, 0));
     EXPECT_EQ(feed(frame).records, "");
-    EXPECT_EQ(feed(frame, true).records,
-              line("rpc", R"("request_id":0,"timestamp":{"seconds":0,"nanos":0},)" + zeroes));
+    EXPECT_EQ(names(feed(frame, true).records), start_records + end_records + error_records);
+}
+
+TEST(RecordFeed, builds_the_records_of_the_protobuf_dialect)
+{
+    using namespace pelorin::protobuf;
+    struct Case {
+        std::string field;
+        std::string report;
+        Names records;
+        std::string content; ///< of every record
+    };
+    Case const cases[] = {
+        {"rinit", test::wire<PelorinPHP::RInitData>("text_0: 'GET'"), {"php.RInit protobuf"}, R"(_0":"GET")"},
+        {"rshutdown",
+         test::wire<PelorinPHP::RShutdownData>("memory_1: 5"),
+         {"php.RShutdown protobuf"},
+         R"("memory_1":5)"},
+        {"error", test::wire<Glimmet::Error>("message: 'm'"), {"php.ErrorData protobuf"}, R"("message":"m")"},
+        {"request_headers",
+         test::wire<Glimmet::RequestHeaders>("lines: 'A: b'"),
+         {"php.RequestHeaders protobuf"},
+         R"("value":"b")"},
+        {"response_headers",
+         test::wire<Glimmet::ResponseHeaders>("lines: 'A: b'"),
+         {"php.ResponseHeaders protobuf"},
+         R"("value":"b")"},
+        {"raw_post_data", test::wire<Glimmet::RawPostData>("number: 5"), {"php.PostData protobuf"}, R"("number":5)"},
+        {"response_body",
+         test::wire<Glimmet::ResponseBody>("text_1: 'html'"),
+         {"php.ResponseBody protobuf"},
+         R"("text_1":"html")"},
+        {"monitor_superglobals",
+         test::wire<Monitor::Superglobals>("groups { entries { key: 'k' } name: 'g' }"),
+         {"php.Superglobals protobuf all"},
+         R"("value":"k")"},
+        {"superglobals",
+         test::wire<Glimmet::Superglobals>("groups { entries { key: 'k' initial_value { } } name: 'g' }"),
+         {"php.Superglobals protobuf init", "php.Superglobals protobuf change"},
+         R"("value":"k")"},
+    };
+    for (auto const &[field, report, records, content] : cases) {
+        SCOPED_TRACE(field);
+        test::Frame frame;
+        frame.set_request_id(7);
+        frame.GetReflection()->SetString(&frame, test::Frame::descriptor()->FindFieldByName(field), report);
+        for (bool const all_records : {false, true}) {
+            auto const fed = feed(frame, all_records);
+            EXPECT_EQ(fed.problem, "");
+            EXPECT_EQ(names(fed.records), records);
+            std::istringstream lines(fed.records);
+            for (std::string line; std::getline(lines, line);) {
+                EXPECT_THAT(line, testing::HasSubstr(R"("request_id":7,)"));
+                EXPECT_THAT(line, testing::HasSubstr(content));
+            }
+        }
+    }
+}
+
+TEST(RecordFeed, builds_both_views_of_superglobals)
+{
+    test::Frame frame;
+    frame.set_superglobals(test::wire<pelorin::protobuf::Glimmet::Superglobals>(R"(
+        groups {
+            entries { key: "a" value { type: TYPE_LONG long_value: 2 } initial_value { type: TYPE_LONG long_value: 1 } }
+            entries { key: "b" value { type: TYPE_LONG long_value: 3 } }
+            name: "g"
+        })"));
+    auto const record = [](std::string const &view, std::string const &entries) {
+        return R"({"record":"php.Superglobals","frame":0,"offset":0,"dialect":"protobuf","view":")" + view +
+               R"(","request_id":0,"values":[[{"kind":"string","value":"g"},{"kind":"array","value":[)" + entries +
+               "]}]]}\n";
+    };
+    EXPECT_EQ(feed(frame).records,
+              record("init", R"([{"kind":"string","value":"a"},{"kind":"long","value":1}],)"
+                             R"([{"kind":"string","value":"b"},{"kind":"long","value":3}])") +
+                  record("change", R"([{"kind":"string","value":"a"},{"kind":"long","value":2}])"));
 }
 
 TEST(RecordFeed, takes_the_request_id_of_the_protobuf_dialect_from_the_frame)
@@ -150,11 +272,10 @@ TEST(RecordFeed, begins_anew_with_each_frame)
     RecordFeed feed(printer, false);
     EXPECT_EQ(feed.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")), "");
     EXPECT_NE(feed.feed(test::rpc_php_frame("\xff")), "");
-    EXPECT_EQ(feed.feed(test::rpc_php_frame_of("rshutdown { }")), "");
+    auto const last = test::rpc_php_frame_of("rshutdown { }");
+    EXPECT_EQ(feed.feed(last), "");
     output.flush();
-    EXPECT_TRUE(
-        file.content().ends_with("\n" + line("rpc", R"("request_id":0,"timestamp":{"seconds":0,"nanos":0},)" + zeroes)))
-        << file.content();
+    EXPECT_TRUE(file.content().ends_with("\n" + program::feed(last).records)) << file.content();
 }
 
 TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)

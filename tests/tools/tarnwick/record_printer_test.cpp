@@ -64,6 +64,22 @@ TEST(RecordPrinter, names_the_file_behind_the_record)
                     .starts_with(R"({"record":"php.RShutdown","file":{"base64":"/y50bnc="},"frame":1,)"));
 }
 
+TEST(RecordPrinter, names_the_view_behind_the_dialect)
+{
+    for (bool const json : {true, false}) {
+        test::MemoryFile const file;
+        Output output(file.descriptor());
+        RecordPrinter printer(output, {.json = json});
+        printer.set_origin({"a.tnw", 1, 0});
+        printer.print(from_protobuf, "protobuf", "init");
+        output.flush();
+        EXPECT_TRUE(file.content().starts_with(
+            json ? R"({"record":"php.RShutdown","frame":1,"offset":0,"dialect":"protobuf","view":"init","request_id":7,)"
+                 : "php.RShutdown  frame 1 at byte 0, protobuf, init\n"))
+            << file.content();
+    }
+}
+
 TEST(RecordPrinter, writes_text_for_people)
 {
     EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf

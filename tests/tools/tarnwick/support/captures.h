@@ -4,6 +4,7 @@
 
 #include "support/textproto.h"
 
+#include <pelorin/protobuf/Glimmet/error.pb.h>
 #include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
 #include <tarnwick/capture/v1/capture.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
@@ -38,6 +39,13 @@ inline std::string delimited(Frame const &frame)
     return delimited(frame.SerializeAsString());
 }
 
+/// The bytes of a message.
+template <class Message>
+std::string wire(std::string const &textproto)
+{
+    return from_text<Message>(textproto).SerializeAsString();
+}
+
 inline Frame rpc_php_frame(std::string const &report)
 {
     Frame frame;
@@ -47,14 +55,22 @@ inline Frame rpc_php_frame(std::string const &report)
 
 inline Frame rpc_php_frame_of(std::string const &textproto)
 {
-    return rpc_php_frame(from_text<PhpReport>(textproto).SerializeAsString());
+    return rpc_php_frame(wire<PhpReport>(textproto));
 }
 
 inline Frame rshutdown_frame_of(std::uint64_t request_id, std::string const &textproto)
 {
     Frame frame;
     frame.set_request_id(request_id);
-    frame.set_rshutdown(from_text<RShutdownData>(textproto).SerializeAsString());
+    frame.set_rshutdown(wire<RShutdownData>(textproto));
+    return frame;
+}
+
+inline Frame error_frame_of(std::uint64_t request_id, std::string const &textproto)
+{
+    Frame frame;
+    frame.set_request_id(request_id);
+    frame.set_error(wire<pelorin::protobuf::Glimmet::Error>(textproto));
     return frame;
 }
 
