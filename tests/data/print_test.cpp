@@ -13,9 +13,11 @@
 
 #include <QtCore/QDebug>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 
 namespace tarnwick::data {
@@ -38,6 +40,14 @@ QString debug_text(T const &value)
     QString text;
     QDebug(&text).nospace() << value;
     return text;
+}
+
+template <class T>
+std::string written(T const &value)
+{
+    TextWriter writer;
+    walk(writer, value);
+    return writer.line();
 }
 
 TEST(Print, fmt_prints_a_record_and_its_handle_alike)
@@ -85,6 +95,15 @@ TEST(TextWriter, tells_null_empty_and_absent_apart)
     EXPECT_EQ(written(std::optional<QString>()), "none");
     EXPECT_EQ(written(std::optional(php::SourceLocation(QStringLiteral("a"), 1, 2))),
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+TEST(TextWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_of_a_chunk)
+{
+    EXPECT_EQ(written(std::array{'C', '\0', '\xfe'}), "4300fe");
+    EXPECT_EQ(written(std::optional<std::string_view>()), "none");
+    EXPECT_EQ(written(std::string_view()), "\"\"");
+    EXPECT_EQ(written(std::string_view(std::string(32, 'x'))), '"' + std::string(32, 'x') + '"');
+    EXPECT_EQ(written(std::string_view(std::string(33, 'x'))), '"' + std::string(32, 'x') + "\"...");
 }
 
 TEST(Print, a_php_value_reads_as_a_person_would_write_it)

@@ -47,6 +47,8 @@ public:
     void text(QString const &value);
     /// A string where the bytes are UTF-8, otherwise an object that holds them as base64.
     void bytes(std::string_view value);
+    void digits(std::string_view value) { string(value); }
+    void chunk(std::string_view value) { bytes(value); }
 
 private:
     void string(std::string_view utf8);

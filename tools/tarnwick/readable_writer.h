@@ -49,6 +49,8 @@ public:
     void time(data::TimePair value);
     void text(QString const &value);
     void bytes(std::string_view value);
+    void digits(std::string_view digits) { value(digits); }
+    void chunk(std::string_view string) { bytes(string); }
 
 private:
     void line();

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <cstddef>
 #include <iterator>
 
 namespace tarnwick::data {
@@ -103,6 +104,19 @@ void TextWriter::text(QString const &value)
 void TextWriter::bytes(std::string_view value)
 {
     fmt::format_to(std::back_inserter(out_), "{:?}", value);
+}
+
+void TextWriter::digits(std::string_view value)
+{
+    out_.append(value);
+}
+
+void TextWriter::chunk(std::string_view value)
+{
+    constexpr std::size_t shown = 32;
+    bytes(value.substr(0, shown));
+    if (value.size() > shown)
+        out_.append("...");
 }
 
 void TextWriter::separate()

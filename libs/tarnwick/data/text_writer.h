@@ -14,7 +14,7 @@ namespace tarnwick::data {
 
 /// Writes records on one line, for logs and debuggers, like `php.RShutdown{request_id: 7, duration: {0 s, 5 ns}, ...}`.
 /// Texts and bytes stand in quotes with escapes, a null text is `null`, what is absent is `none`. PHP arrays are
-/// `["key" => value]`.
+/// `["key" => value]`. Of a chunk of a trace the first bytes are shown.
 class TARNWICK_EXPORT TextWriter {
 public:
     [[nodiscard]] std::string const &line() const noexcept { return out_; }
@@ -41,6 +41,8 @@ public:
     void time(TimePair value);
     void text(QString const &value);
     void bytes(std::string_view value);
+    void digits(std::string_view value);
+    void chunk(std::string_view value);
 
 private:
     void separate();

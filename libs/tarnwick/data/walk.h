@@ -54,6 +54,9 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
     writer.time(TimePair{});
     writer.text(text);
     writer.bytes(name);
+    // A block of bytes by its hexadecimal digits, and what can be too large to be shown to a person as a whole.
+    writer.digits(name);
+    writer.chunk(name);
 };
 
 /// The kinds of PHP values by their numbers.
@@ -120,6 +123,20 @@ template <Writer W>
 void walk(W &writer, QByteArray const &value)
 {
     writer.bytes({value.constData(), static_cast<std::size_t>(value.size())});
+}
+
+template <Writer W, std::size_t size>
+void walk(W &writer, std::array<char, size> const &block)
+{
+    auto const hex = QByteArray::fromRawData(block.data(), static_cast<qsizetype>(size)).toHex();
+    writer.digits({hex.constData(), static_cast<std::size_t>(hex.size())});
+}
+
+/// A view is how a record shows what it owns in a form that is no value: a chunk of a trace.
+template <Writer W>
+void walk(W &writer, std::string_view chunk)
+{
+    writer.chunk(chunk);
 }
 
 // Values hold each other, so each is declared before any is told.

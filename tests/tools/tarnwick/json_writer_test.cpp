@@ -15,7 +15,9 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
+#include <array>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -113,6 +115,20 @@ TEST(JsonWriter, writes_bytes_as_a_string_where_they_are_utf8_and_as_base64_else
                     "e"),
               R"({"base64":"R3L832U="})");
     EXPECT_EQ(bytes("\xed\xa0\x80"), R"({"base64":"7aCA"})"); // half of a pair of code units
+}
+
+TEST(JsonWriter, writes_a_block_of_bytes_as_its_digits_and_a_chunk_as_bytes)
+{
+    auto const walked = [](auto const &value) {
+        return member([&](JsonWriter &writer) { data::walk(writer, value); });
+    };
+    EXPECT_EQ(walked(std::array{'C', '\0', '\xfe'}), R"("4300fe")");
+    EXPECT_EQ(walked(std::optional<std::string_view>()), "null");
+    EXPECT_EQ(walked(std::string_view()), R"("")");
+    EXPECT_EQ(walked(std::string_view("Grüße")), R"("Grüße")");
+    EXPECT_EQ(walked(std::string_view("\xff")), R"({"base64":"/w=="})");
+    std::string const large(1'000'000, 'x');
+    EXPECT_EQ(walked(std::string_view(large)), '"' + large + '"');
 }
 
 TEST(JsonWriter, writes_times_as_stored)

@@ -9,7 +9,9 @@
 
 #include <QtCore/QString>
 
+#include <array>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -109,6 +111,18 @@ TEST(ReadableWriter, writes_integers_with_all_digits)
     };
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
+}
+
+TEST(ReadableWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_of_a_chunk)
+{
+    auto const walked = [](auto const &block) {
+        return value(Sense::plain, [&](ReadableWriter &writer) { data::walk(writer, block); });
+    };
+    EXPECT_EQ(walked(std::array{'C', '\0', '\xfe'}), "4300fe");
+    EXPECT_EQ(walked(std::optional<std::string_view>()), "-");
+    EXPECT_EQ(walked(std::string_view()), R"("")");
+    EXPECT_EQ(walked(std::string_view("a\"\xff")), R"("a\"\xff")");
+    EXPECT_EQ(walked(std::string_view(std::string(1000, 'x'))), '"' + std::string(240, 'x') + "\" and 760 bytes more");
 }
 
 TEST(ReadableWriter, indents_what_a_record_holds)

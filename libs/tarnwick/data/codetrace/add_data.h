@@ -1,0 +1,57 @@
+#pragma once
+
+#include <tarnwick/data/codetrace/chunk.h>
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+
+#include <zeromq/message.h>
+#include <zeromq/msg.h>
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace tarnwick::data::codetrace {
+namespace detail {
+
+/// One chunk of a code trace's additional data: in all else as `Data`, and yet no `Data`.
+class TARNWICK_EXPORT AddData : public QSharedData {
+public:
+    /// `skip` bytes stand before the chunk. A message is seen only behind a positive number of them.
+    AddData(ZMQ::Message message, php::RequestId request_id, long skip);
+    AddData(zeromq::msg_t &&message, php::RequestId request_id);
+    Q_DISABLE_COPY_MOVE(AddData)
+
+    [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] char const *data() const noexcept { return chunk_.data(); }
+    [[nodiscard]] std::uint64_t size() const noexcept { return chunk_.size(); }
+    [[nodiscard]] bool more() const noexcept { return chunk_.more(); }
+    [[nodiscard]] std::optional<std::string_view> view() const noexcept { return chunk_.view(); }
+
+private:
+    php::RequestId request_id_;
+    Chunk chunk_;
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class AddData : public Handle<detail::AddData> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::codetrace
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::codetrace::detail::AddData> {
+    static constexpr std::string_view name = "codetrace.AddData";
+    static constexpr auto fields = codetrace::detail::chunk_fields<codetrace::detail::AddData>;
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::codetrace::AddData)

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace pelorin::protobuf::CT {
+class Header;
+}
+namespace tarnwick::rpc::codetrace::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::data::codetrace {
+namespace detail {
+
+/// The start of a code trace, with the bytes that stand before its chunks in a dump. Its constructors touch no heap.
+///
+/// | Accessor        | Meaning, unit                    | rpc                            | protobuf             |
+/// |-----------------|----------------------------------|--------------------------------|----------------------|
+/// | `request_id()`  | traced request                   | envelope, 0 when absent        | constructor argument |
+/// | `trace_kind()`  | 0, 1, 2, or 3 for unknown        | sent as 1, 2, 3; unknown if    | sent as 0, 1, 2;     |
+/// |                 |                                  | unset, or without a header     | 0 when unset         |
+/// | `dump_header()` | 40 bytes, ready to be written    | `C`, `T`, 1 and zeroes without | all fields as sent   |
+/// |                 |                                  | a header, even of the id       |                      |
+///
+/// What stands in the dump header, numbers with their most significant byte first:
+///
+/// | Offset | Bytes | Content                        |
+/// |--------|-------|--------------------------------|
+/// | 0      | 2     | `C`, `T`                       |
+/// | 2      | 1     | low byte of `format_major`     |
+/// | 3      | 1     | low byte of `format_minor`     |
+/// | 4      | 4     | low half of the request's id   |
+/// | 8      | 4     | `word_8`                       |
+/// | 12     | 4     | `word_12`                      |
+/// | 16     | 4     | `word_16`                      |
+/// | 20     | 4     | reserved: 0, to be ignored     |
+/// | 24     | 8     | `long_24`                      |
+/// | 32     | 8     | `long_32`                      |
+class TARNWICK_EXPORT Header : public QSharedData {
+public:
+    /// The dialects count the kinds from different numbers, neither of which a reader of this one sees.
+    enum class TraceKind : std::uint8_t { kind_0, kind_1, kind_2, unknown };
+
+    static constexpr std::size_t dump_header_size = 40;
+    using DumpHeader = std::array<char, dump_header_size>;
+
+    /// A report of something else than a header gives its id.
+    explicit Header(rpc::codetrace::v1::NotifyRequest const &message);
+    Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id);
+    Q_DISABLE_COPY_MOVE(Header)
+
+    [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] TraceKind trace_kind() const noexcept { return trace_kind_; }
+    [[nodiscard]] DumpHeader const &dump_header() const noexcept { return dump_header_; }
+
+private:
+    php::RequestId request_id_;
+    TraceKind trace_kind_ = TraceKind::unknown;
+    DumpHeader dump_header_{'C', 'T', 1}; ///< version 1.0
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class Header : public Handle<detail::Header> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::codetrace
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::codetrace::detail::Header> {
+    using Record = codetrace::detail::Header;
+    static constexpr std::string_view name = "codetrace.Header";
+    static constexpr std::tuple fields{
+        Field{"request_id", &Record::request_id},
+        Field{"trace_kind", &Record::trace_kind},
+        Field{"dump_header", &Record::dump_header},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::codetrace::Header)
