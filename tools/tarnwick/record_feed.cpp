@@ -2,6 +2,10 @@
 
 #include "report_parser.h"
 
+#include <tarnwick/data/codetrace/add_data.h>
+#include <tarnwick/data/codetrace/data.h>
+#include <tarnwick/data/codetrace/header.h>
+#include <tarnwick/data/monitor/event.h>
 #include <tarnwick/data/php/error_data.h>
 #include <tarnwick/data/php/post_data.h>
 #include <tarnwick/data/php/request_headers.h>
@@ -28,11 +32,14 @@
 #include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
+#include <utility>
+
 namespace tarnwick::program {
 namespace {
 
 using capture::v1::Frame;
 using namespace data::php;
+namespace codetrace = data::codetrace;
 using namespace pelorin::protobuf;
 using PhpReport = rpc::php::v1::NotifyRequest;
 
@@ -74,15 +81,29 @@ std::string RecordFeed::feed(Frame const &frame)
             print_superglobals(protobuf_dialect, at_start, message, request_id, Superglobals::init_t());
             print_superglobals(protobuf_dialect, what_changed, message, request_id, Superglobals::change_t());
         });
-    // Feeding no record by now, they are read all the same: what is no report of its kind is said.
     case Frame::kRpcMonitor:
-        return checked<rpc::monitor::v1::NotifyRequest>(frame.rpc_monitor());
+        return parsed_into<rpc::monitor::v1::NotifyRequest, data::monitor::Event>(frame.rpc_monitor());
+    case Frame::kMonitorEvent:
+        return parsed_into<Monitor::Event, data::monitor::Event>(frame.monitor_event(), request_id);
     case Frame::kRpcCodetrace:
-        return checked<rpc::codetrace::v1::NotifyRequest>(frame.rpc_codetrace());
+        return parsed_into<rpc::codetrace::v1::NotifyRequest, codetrace::Header>(frame.rpc_codetrace());
+    case Frame::kCtHeader:
+        return parsed_into<CT::Header, codetrace::Header>(frame.ct_header(), request_id);
+    case Frame::kRpcData:
+        print_rpc_chunk<codetrace::Data>(frame.rpc_data(), frame);
+        return {};
+    case Frame::kRpcAddData:
+        print_rpc_chunk<codetrace::AddData>(frame.rpc_add_data(), frame);
+        return {};
+    case Frame::kCtData:
+        print_protobuf_chunk<codetrace::Data>(frame.ct_data(), frame);
+        return {};
+    case Frame::kCtAddData:
+        print_protobuf_chunk<codetrace::AddData>(frame.ct_add_data(), frame);
+        return {};
+    // Feeding no record by now, they are read all the same: what is no report of its kind is said.
     case Frame::kRpcGlimmet:
         return checked<rpc::glimmet::v1::NotifyRequest>(frame.rpc_glimmet());
-    case Frame::kMonitorEvent:
-        return checked<Monitor::Event>(frame.monitor_event());
     case Frame::kFunctions:
         return checked<Glimmet::Functions>(frame.functions());
     case Frame::kSqlConnections:
@@ -93,11 +114,10 @@ std::string RecordFeed::feed(Frame const &frame)
         return checked<Glimmet::SqlQueries>(frame.sql_queries());
     case Frame::kStorage:
         return checked<Glimmet::Storage>(frame.storage());
-    case Frame::kCtHeader:
-        return checked<CT::Header>(frame.ct_header());
-    default: // chunks, which are opaque
+    case Frame::REPORT_NOT_SET:
         return {};
     }
+    return {};
 }
 
 void RecordFeed::print_php(PhpReport const &message)
@@ -146,10 +166,30 @@ std::string RecordFeed::parsed_into(std::string const &bytes, RequestId request_
                            [&](Message const &message) { print<Record>(protobuf_dialect, message, request_id); });
 }
 
-template <class Record, class... Parts>
-void RecordFeed::print(std::string_view dialect, Parts const &...parts)
+template <class Message, class Record>
+std::string RecordFeed::parsed_into(std::string const &bytes)
 {
-    Record const record(new Record::Pointer::Type(parts...));
+    return parsed<Message>(bytes, [&](Message const &message) { print<Record>(rpc_dialect, message); });
+}
+
+template <class Record>
+void RecordFeed::print_rpc_chunk(std::string const &bytes, Frame const &frame)
+{
+    if (!loopback_)
+        loopback_.emplace();
+    print<Record>(rpc_dialect, loopback_->received(bytes, frame.more()), RequestId(frame.request_id()));
+}
+
+template <class Record>
+void RecordFeed::print_protobuf_chunk(std::string const &bytes, Frame const &frame)
+{
+    print<Record>(protobuf_dialect, ZMQ::Message(bytes), RequestId(frame.request_id()), frame.skip());
+}
+
+template <class Record, class... Parts>
+void RecordFeed::print(std::string_view dialect, Parts &&...parts)
+{
+    Record const record(new Record::Pointer::Type(std::forward<Parts>(parts)...));
     printer_.print(*record, dialect);
 }
 

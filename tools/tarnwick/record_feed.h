@@ -1,5 +1,6 @@
 #pragma once
 
+#include "loopback.h"
 #include "record_printer.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
@@ -7,6 +8,7 @@
 
 #include <google/protobuf/arena.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,10 +45,17 @@ private:
     /// A message of the protobuf dialect that feeds one record.
     template <class Message, class Record>
     std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);
+    /// A message of the rpc dialect that feeds one record, whatever its case.
+    template <class Message, class Record>
+    std::string parsed_into(std::string const &bytes);
     void print_php(rpc::php::v1::NotifyRequest const &message);
+    template <class Record>
+    void print_rpc_chunk(std::string const &bytes, capture::v1::Frame const &frame);
+    template <class Record>
+    void print_protobuf_chunk(std::string const &bytes, capture::v1::Frame const &frame);
     /// Builds a record of a message, and of what travels beside it, and prints it.
     template <class Record, class... Parts>
-    void print(std::string_view dialect, Parts const &...parts);
+    void print(std::string_view dialect, Parts &&...parts);
     /// The same for superglobals, of which a report can hold several views.
     template <class... Parts>
     void print_superglobals(std::string_view dialect, std::string_view view, Parts const &...parts);
@@ -54,6 +63,7 @@ private:
     RecordPrinter &printer_;
     bool all_records_;
     google::protobuf::Arena arena_;
+    std::optional<Loopback> loopback_; ///< made for the first chunk that needs it
 };
 
 } // namespace tarnwick::program

@@ -1,6 +1,7 @@
 #include "record_feed.h"
 
 #include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/feed.h"
 #include "tools/tarnwick/support/files.h"
 
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
@@ -26,21 +27,7 @@
 namespace tarnwick::program {
 namespace {
 
-struct Fed {
-    std::string problem;
-    std::string records; ///< without their origin
-};
-
-Fed feed(test::Frame const &frame, bool all_records = false)
-{
-    test::MemoryFile const file;
-    Output output(file.descriptor());
-    RecordPrinter printer(output, {.json = true});
-    RecordFeed feed(printer, all_records);
-    auto problem = feed.feed(frame);
-    output.flush();
-    return {std::move(problem), file.content()};
-}
+using test::feed;
 
 std::string line(std::string const &dialect, std::string const &fields)
 {
