@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace tarnwick::data {
@@ -117,6 +119,35 @@ TEST(PhpArray, holds_the_elements_that_it_is_given)
     auto const &array = std::get<php::PelorinArray>(value->value());
     ASSERT_EQ(array->elements().size(), 1U);
     EXPECT_EQ(array->elements().front().first, key);
+}
+
+enum Small : std::int32_t { none = 0, small_top = 2 };
+enum Wide : std::int32_t { nothing = 0, wide_top = 13 };
+
+TEST(Classification, is_the_low_byte_and_at_most_the_top)
+{
+    struct Row {
+        std::int32_t number;
+        int small;
+        int wide;
+    };
+    Row const rows[] = {
+        {0, 0, 0},    {1, 1, 1},   {2, 2, 2},   {3, 2, 3},    {13, 2, 13}, {14, 2, 13},
+        {255, 2, 13}, {256, 0, 0}, {257, 1, 1}, {270, 2, 13}, {-1, 2, 13}, {-256, 0, 0},
+    };
+    for (auto const &[number, small, wide] : rows) {
+        SCOPED_TRACE(number);
+        EXPECT_EQ(classification<small_top>(static_cast<Small>(number)), small);
+        EXPECT_EQ(classification<wide_top>(static_cast<Wide>(number)), wide);
+    }
+}
+
+TEST(NumberUnlessNegative, is_absent_below_0_alone)
+{
+    EXPECT_EQ(number_unless_negative(0), 0U);
+    EXPECT_EQ(number_unless_negative(2147483647), 2147483647U);
+    EXPECT_EQ(number_unless_negative(-1), std::nullopt);
+    EXPECT_EQ(number_unless_negative(-2147483648), std::nullopt);
 }
 
 TEST(Messages, with_texts_that_are_not_utf8_parse)

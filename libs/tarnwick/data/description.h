@@ -21,8 +21,18 @@ struct Field {
     Sense sense = Sense::plain;
 };
 
+/// A field that holds a handle of a record which stands elsewhere, and which can be null: it is told by the `id` of that
+/// record.
+template <class Record, class Member>
+struct Link {
+    std::string_view name;
+    Member Record::*read;
+    static constexpr Sense sense = Sense::plain;
+};
+
 /// The one description of a record, from which everything that prints it is made. A specialisation stands beside each
-/// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` in the record's order.
+/// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` and `Link` in the record's
+/// order.
 template <class Record>
 struct Description;
 

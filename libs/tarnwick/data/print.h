@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <QtCore/QDebug>
+#include <QtCore/QExplicitlySharedDataPointer>
 
 #include <concepts>
 #include <string>
@@ -18,7 +19,7 @@ namespace tarnwick::data {
 namespace detail {
 
 template <class Payload>
-Payload const &payload_of(Handle<Payload> const &);
+Payload const &payload_of(QExplicitlySharedDataPointer<Payload> const &);
 
 } // namespace detail
 

@@ -4,7 +4,7 @@
 //
 // What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case
 // of a oneof against its generated constant, and no test where the default of an absent field is the zero that the
-// record holds already. Numbers are copied as they stand.
+// record holds already. Numbers are copied as they stand, apart from classifications.
 
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/php/zval.h>
@@ -14,6 +14,7 @@
 #include <QtCore/QByteArrayView>
 #include <QtCore/QString>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -78,6 +79,23 @@ inline std::optional<php::SourceLocation> location_when_file_named(std::string c
     if (file.empty())
         return std::nullopt;
     return php::SourceLocation(text(file), line, 0);
+}
+
+/// A classification in a byte: the low 8 bits alone count, and what they say above `top` is `top`, which stands for what is
+/// none of the others. The cut comes first: senders of wider numbers rely on 256 being 0.
+template <auto top>
+constexpr std::uint8_t classification(decltype(top) number)
+{
+    return std::min(static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(top));
+}
+
+/// The optional number of the protobuf dialect, where a negative one stands for none: one that was never set is a 0 that
+/// is there.
+constexpr std::optional<std::uint32_t> number_unless_negative(std::int32_t number)
+{
+    if (number < 0)
+        return std::nullopt;
+    return static_cast<std::uint32_t>(number);
 }
 
 } // namespace tarnwick::data

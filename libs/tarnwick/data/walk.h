@@ -1,14 +1,15 @@
 #pragma once
 
 #include <tarnwick/data/description.h>
-#include <tarnwick/data/handle.h>
 #include <tarnwick/data/php/request_id.h>
 #include <tarnwick/data/php/stack_trace.h>
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/time_pair.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QExplicitlySharedDataPointer>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QString>
 
 #include <array>
@@ -146,8 +147,10 @@ template <Writer W, class... Alternatives>
 void walk(W &writer, std::variant<Alternatives...> const &alternatives);
 template <Writer W, class T>
 void walk(W &writer, QList<T> const &list);
+template <Writer W, class Key, class T>
+void walk(W &writer, QMap<Key, T> const &table);
 template <Writer W, class Payload>
-void walk(W &writer, Handle<Payload> const &handle);
+void walk(W &writer, QExplicitlySharedDataPointer<Payload> const &handle);
 template <Writer W>
 void walk(W &writer, php::detail::ZVal const &value);
 template <Writer W>
@@ -198,8 +201,20 @@ void walk(W &writer, QList<T> const &list)
     writer.end_list();
 }
 
+// The values hold their keys.
+template <Writer W, class Key, class T>
+void walk(W &writer, QMap<Key, T> const &table)
+{
+    writer.begin_list();
+    for (auto const &value : table) {
+        writer.item();
+        walk(writer, value);
+    }
+    writer.end_list();
+}
+
 template <Writer W, class Payload>
-void walk(W &writer, Handle<Payload> const &handle)
+void walk(W &writer, QExplicitlySharedDataPointer<Payload> const &handle)
 {
     if (handle)
         walk(writer, *handle);
@@ -250,13 +265,28 @@ void walk(W &writer, php::StackTrace const &trace)
     walk(writer, trace.frames());
 }
 
+template <Writer W, class Record, class Member>
+void walk_value(W &writer, Field<Record, Member> const &field, Record const &record)
+{
+    walk(writer, std::invoke(field.read, record));
+}
+
+template <Writer W, class Record, class Member>
+void walk_value(W &writer, Link<Record, Member> const &link, Record const &record)
+{
+    if (auto const &handle = std::invoke(link.read, record))
+        walk(writer, handle->id());
+    else
+        writer.absent();
+}
+
 /// Tells the fields of a record to a writer, in the record's order.
 template <Writer W, Described Record>
 void walk_fields(W &writer, Record const &record)
 {
     for_each_field<Record>([&](auto const &field) {
         writer.field(field.name, field.sense);
-        walk(writer, std::invoke(field.read, record));
+        walk_value(writer, field, record);
     });
 }
 

@@ -1,0 +1,26 @@
+#include <tarnwick/data/glimmet/functions.h>
+
+#include <pelorin/protobuf/Glimmet/functions.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+
+namespace tarnwick::data::glimmet::detail {
+
+// The list grows as it is filled: what a line costs does not depend on how many were announced.
+
+Functions::Functions(rpc::glimmet::v1::NotifyRequest const &message)
+    : request_id_(message.request_id())
+{
+    if (message.payload_case() != rpc::glimmet::v1::NotifyRequest::kFunctions)
+        return;
+    for (auto const &function : message.functions().functions())
+        functions_.emplaceBack(function);
+}
+
+Functions::Functions(pelorin::protobuf::Glimmet::Functions const &message, php::RequestId request_id)
+    : request_id_(request_id)
+{
+    for (auto const &function : message.functions())
+        functions_.emplaceBack(function);
+}
+
+} // namespace tarnwick::data::glimmet::detail

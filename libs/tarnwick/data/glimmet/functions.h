@@ -1,0 +1,64 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/glimmet/function_stats.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QList>
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+
+namespace pelorin::protobuf::Glimmet {
+class Functions;
+}
+namespace tarnwick::rpc::glimmet::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::data::glimmet {
+namespace detail {
+
+/// What the profiler measured of the functions of one request. Nothing is sorted, summed or merged.
+///
+/// | Accessor       | Meaning                    | rpc                                | protobuf             |
+/// |----------------|----------------------------|------------------------------------|----------------------|
+/// | `request_id()` | request that was measured  | envelope, 0 when absent            | constructor argument |
+/// | `functions()`  | a line a function, in the  | empty in a report of another case  | may be empty         |
+/// |                | order of the message       |                                    |                      |
+class TARNWICK_EXPORT Functions : public QSharedData {
+public:
+    explicit Functions(rpc::glimmet::v1::NotifyRequest const &message);
+    Functions(pelorin::protobuf::Glimmet::Functions const &message, php::RequestId request_id);
+    Q_DISABLE_COPY_MOVE(Functions)
+
+    [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] QList<FunctionStats> const &functions() const noexcept { return functions_; }
+
+private:
+    php::RequestId request_id_;
+    QList<FunctionStats> functions_;
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class Functions : public Handle<detail::Functions> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::glimmet
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::glimmet::detail::Functions> {
+    using Record = glimmet::detail::Functions;
+    static constexpr std::string_view name = "glimmet.Functions";
+    static constexpr std::tuple fields{
+        Field{"request_id", &Record::request_id},
+        Field{"functions", &Record::functions},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::glimmet::Functions)

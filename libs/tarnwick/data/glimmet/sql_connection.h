@@ -1,0 +1,67 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+#include <cstdint>
+
+namespace pelorin::protobuf::Glimmet {
+class SqlConnection;
+}
+namespace tarnwick::rpc::glimmet::v1 {
+class SqlConnection;
+}
+
+namespace tarnwick::data::glimmet {
+namespace detail {
+
+/// A connection to a database. Both dialects send the same.
+///
+/// | Accessor | Meaning                                                         | rpc and protobuf     |
+/// |----------|-----------------------------------------------------------------|----------------------|
+/// | `id()`   | what queries of the report name it by; 0 is an id like others   | 0 when unset         |
+/// | `kind()` | classification from 0 to 6, 6 for what is none of the others    | 0 when unset         |
+/// | `name()` | text as reported                                                | may be empty         |
+class TARNWICK_EXPORT SqlConnection : public QSharedData {
+public:
+    explicit SqlConnection(rpc::glimmet::v1::SqlConnection const &message);
+    explicit SqlConnection(pelorin::protobuf::Glimmet::SqlConnection const &message);
+    Q_DISABLE_COPY_MOVE(SqlConnection)
+
+    [[nodiscard]] std::uint32_t id() const noexcept { return id_; }
+    [[nodiscard]] std::uint8_t kind() const noexcept { return kind_; }
+    [[nodiscard]] QString const &name() const noexcept { return name_; }
+
+private:
+    std::uint32_t id_ = 0;
+    std::uint8_t kind_ = 0;
+    QString name_;
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class SqlConnection : public Handle<detail::SqlConnection> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::glimmet
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlConnection> {
+    using Record = glimmet::detail::SqlConnection;
+    static constexpr std::string_view name = "glimmet.SqlConnection";
+    static constexpr std::tuple fields{
+        Field{"id", &Record::id},
+        Field{"kind", &Record::kind},
+        Field{"name", &Record::name},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::glimmet::SqlConnection)

@@ -1,0 +1,32 @@
+#include <tarnwick/data/glimmet/sql_connections.h>
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/sql.pb.h>
+
+#include <utility>
+
+namespace tarnwick::data::glimmet {
+namespace {
+
+template <class Messages>
+void fill(SqlConnections &table, Messages const &messages)
+{
+    for (auto const &message : messages) {
+        SqlConnections::mapped_type connection(new detail::SqlConnection(message));
+        table[connection->id()] = std::move(connection);
+    }
+}
+
+} // namespace
+
+SqlConnections::SqlConnections(rpc::glimmet::v1::SqlQueries const &message)
+{
+    fill(*this, message.connections());
+}
+
+SqlConnections::SqlConnections(pelorin::protobuf::Glimmet::SqlConnections const &message)
+{
+    fill(*this, message.connections());
+}
+
+} // namespace tarnwick::data::glimmet

@@ -1,0 +1,20 @@
+#include <tarnwick/data/glimmet/sql_error.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/sql.pb.h>
+
+namespace tarnwick::data::glimmet {
+
+SqlError::SqlError(rpc::glimmet::v1::SqlError const &message)
+    : message_(text(message.message()))
+{
+}
+
+SqlError::SqlError(pelorin::protobuf::Glimmet::SqlError const &message)
+    : message_(text(message.message()))
+{
+}
+
+} // namespace tarnwick::data::glimmet

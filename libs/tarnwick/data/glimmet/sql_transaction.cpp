@@ -1,0 +1,31 @@
+#include <tarnwick/data/glimmet/sql_transaction.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/sql.pb.h>
+
+namespace tarnwick::data::glimmet::detail {
+
+SqlTransaction::SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
+                               QMap<unsigned int, Pointer> const &transactions)
+    : id_(message.id())
+    , time_(time_pair(message.time()))
+{
+    if (message.has_parent_id())
+        parent_ = transactions.value(message.parent_id());
+    if (message.has_extra_number())
+        extra_number_ = message.extra_number();
+}
+
+SqlTransaction::SqlTransaction(pelorin::protobuf::Glimmet::SqlTransaction const &message,
+                               QMap<unsigned int, Pointer> const &transactions)
+    : id_(message.id())
+    , extra_number_(number_unless_negative(message.extra_number()))
+    , time_(time_pair(message.time()))
+{
+    if (message.parent_case() == pelorin::protobuf::Glimmet::SqlTransaction::kParentId)
+        parent_ = transactions.value(message.parent_id());
+}
+
+} // namespace tarnwick::data::glimmet::detail

@@ -1,0 +1,33 @@
+#include <tarnwick/data/glimmet/sql_transactions.h>
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/sql.pb.h>
+
+#include <utility>
+
+namespace tarnwick::data::glimmet {
+namespace {
+
+// A transaction is made before it is in the table: it can be the child of an earlier one with its id, never of itself.
+template <class Messages>
+void fill(SqlTransactions &table, Messages const &messages)
+{
+    for (auto const &message : messages) {
+        SqlTransactions::mapped_type transaction(new detail::SqlTransaction(message, table));
+        table[transaction->id()] = std::move(transaction);
+    }
+}
+
+} // namespace
+
+SqlTransactions::SqlTransactions(rpc::glimmet::v1::SqlQueries const &message)
+{
+    fill(*this, message.transactions());
+}
+
+SqlTransactions::SqlTransactions(pelorin::protobuf::Glimmet::SqlTransactions const &message)
+{
+    fill(*this, message.transactions());
+}
+
+} // namespace tarnwick::data::glimmet

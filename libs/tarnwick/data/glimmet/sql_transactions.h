@@ -1,0 +1,48 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/glimmet/sql_transaction.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QExplicitlySharedDataPointer>
+#include <QtCore/QMap>
+#include <QtCore/QMetaType>
+
+namespace pelorin::protobuf::Glimmet {
+class SqlTransactions;
+}
+namespace tarnwick::rpc::glimmet::v1 {
+class SqlQueries;
+}
+
+namespace tarnwick::data::glimmet {
+
+/// The transactions of a report by their ids, in ascending order. No handle is null, and of several transactions with one
+/// id the last one counts, though what was linked to an earlier one stays so. A transaction is linked to a parent that
+/// stands before it in the message, never to a later one. Any number of threads may read one table.
+///
+/// | Accessor         | Meaning          | rpc                           | protobuf                       |
+/// |------------------|------------------|-------------------------------|--------------------------------|
+/// | `transactions()` | the whole table  | out of the report of queries  | a report of its own            |
+class TARNWICK_EXPORT SqlTransactions
+    : public QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlTransaction>> {
+public:
+    using Table = QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlTransaction>>;
+
+    SqlTransactions() noexcept = default;
+    explicit SqlTransactions(rpc::glimmet::v1::SqlQueries const &message);
+    explicit SqlTransactions(pelorin::protobuf::Glimmet::SqlTransactions const &message);
+
+    [[nodiscard]] Table const &transactions() const noexcept { return *this; }
+};
+
+} // namespace tarnwick::data::glimmet
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::glimmet::SqlTransactions> {
+    using Record = glimmet::SqlTransactions;
+    static constexpr std::string_view name = "glimmet.SqlTransactions";
+    static constexpr std::tuple fields{Field{"transactions", &Record::transactions}};
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::glimmet::SqlTransactions)

@@ -1,0 +1,31 @@
+#include <tarnwick/data/glimmet/storage.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+
+namespace tarnwick::data::glimmet::detail {
+
+// The list grows as it is filled: what an entry costs does not depend on how many were announced.
+
+Storage::Storage(rpc::glimmet::v1::NotifyRequest const &message)
+    : request_id_(message.request_id())
+{
+    if (message.payload_case() != rpc::glimmet::v1::NotifyRequest::kStorage)
+        return;
+
+    name_ = text(message.storage().name());
+    for (auto const &entry : message.storage().entries())
+        entries_.emplaceBack(entry);
+}
+
+Storage::Storage(pelorin::protobuf::Glimmet::Storage const &message, php::RequestId request_id)
+    : request_id_(request_id)
+    , name_(text(message.name()))
+{
+    for (auto const &entry : message.entries())
+        entries_.emplaceBack(entry);
+}
+
+} // namespace tarnwick::data::glimmet::detail

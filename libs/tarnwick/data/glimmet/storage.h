@@ -1,0 +1,71 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/glimmet/storage_entry.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QList>
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+namespace pelorin::protobuf::Glimmet {
+class Storage;
+}
+namespace tarnwick::rpc::glimmet::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::data::glimmet {
+namespace detail {
+
+/// A block of free-form data that the profiler collected for one request: named lists of byte strings. Nothing is sorted
+/// or merged.
+///
+/// | Accessor       | Meaning                       | rpc                               | protobuf             |
+/// |----------------|-------------------------------|-----------------------------------|----------------------|
+/// | `request_id()` | request of the block          | envelope, 0 when absent           | constructor argument |
+/// | `name()`       | name of the block             | null in a report of another case, | may be empty         |
+/// |                |                               | otherwise at most empty           |                      |
+/// | `entries()`    | the lists, in the order of    | empty in a report of another case | may be empty         |
+/// |                | the message                   |                                   |                      |
+class TARNWICK_EXPORT Storage : public QSharedData {
+public:
+    explicit Storage(rpc::glimmet::v1::NotifyRequest const &message);
+    Storage(pelorin::protobuf::Glimmet::Storage const &message, php::RequestId request_id);
+    Q_DISABLE_COPY_MOVE(Storage)
+
+    [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] QString const &name() const noexcept { return name_; }
+    [[nodiscard]] QList<StorageEntry> const &entries() const noexcept { return entries_; }
+
+private:
+    php::RequestId request_id_;
+    QString name_;
+    QList<StorageEntry> entries_;
+};
+
+} // namespace detail
+
+/// Shared, read-only handle.
+class Storage : public Handle<detail::Storage> {
+public:
+    using Handle::Handle;
+};
+
+} // namespace tarnwick::data::glimmet
+
+template <>
+struct tarnwick::data::Description<tarnwick::data::glimmet::detail::Storage> {
+    using Record = glimmet::detail::Storage;
+    static constexpr std::string_view name = "glimmet.Storage";
+    static constexpr std::tuple fields{
+        Field{"request_id", &Record::request_id},
+        Field{"name", &Record::name},
+        Field{"entries", &Record::entries},
+    };
+};
+
+Q_DECLARE_METATYPE(tarnwick::data::glimmet::Storage)

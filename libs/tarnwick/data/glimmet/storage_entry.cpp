@@ -1,0 +1,35 @@
+#include <tarnwick/data/glimmet/storage_entry.h>
+
+#include <tarnwick/data/reading.h>
+
+#include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <tarnwick/rpc/glimmet/v1/storage.pb.h>
+
+namespace tarnwick::data::glimmet::detail {
+namespace {
+
+// The list grows as it is filled: what a value costs does not depend on how many were announced.
+template <class Values>
+QList<QByteArray> list_of(Values const &values)
+{
+    QList<QByteArray> list;
+    for (auto const &value : values)
+        list.append(bytes(value));
+    return list;
+}
+
+} // namespace
+
+StorageEntry::StorageEntry(rpc::glimmet::v1::StorageEntry const &message)
+    : name_(text(message.name()))
+    , values_(list_of(message.values()))
+{
+}
+
+StorageEntry::StorageEntry(pelorin::protobuf::Glimmet::StorageEntry const &message)
+    : name_(text(message.name()))
+    , values_(list_of(message.values()))
+{
+}
+
+} // namespace tarnwick::data::glimmet::detail

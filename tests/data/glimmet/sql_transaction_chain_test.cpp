@@ -1,0 +1,236 @@
+// Chains of parents, which one report can make as long as it likes: their release takes no stack, keeps its order, and
+// stops where somebody else holds on.
+
+#include <tarnwick/data/glimmet/sql_queries.h>
+
+#include "support/allocations.h"
+#include "support/small_stack.h"
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <barrier>
+#include <cstddef>
+#include <functional>
+#include <iterator>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::data::glimmet {
+namespace {
+
+using ProtobufTransaction = pelorin::protobuf::Glimmet::SqlTransaction;
+using rpc::glimmet::v1::NotifyRequest;
+using Pointer = QExplicitlySharedDataPointer<detail::SqlTransaction>;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned int very_many = 300'000;
+#else
+constexpr unsigned int very_many = 5'000'000;
+#endif
+/// Nested calls, one a link, would exhaust a small stack at some 8,000.
+constexpr unsigned int many = 100'000;
+
+/// The last child of a chain of links with ids from `links - 1` down to 0, which is the root or the child of `parent`.
+Pointer chain(unsigned int links, Pointer parent = {})
+{
+    ProtobufTransaction message;
+    message.set_parent_id(0);
+    SqlTransactions::Table table{{0, std::move(parent)}};
+    for (unsigned int id = 0; id < links; ++id) {
+        message.set_id(id);
+        Pointer link(new detail::SqlTransaction(message, table));
+        table[0] = std::move(link);
+    }
+    return table.take(0);
+}
+
+Pointer ancestor(Pointer link, unsigned int generations)
+{
+    for (; generations > 0; --generations)
+        link = link->parent();
+    return link;
+}
+
+/// The links of a chain from a child on, all still there.
+std::vector<Pointer> links_of(Pointer link)
+{
+    std::vector<Pointer> links;
+    for (; link; link = link->parent())
+        links.push_back(link);
+    return links;
+}
+
+TEST(SqlTransactionChain, is_released_on_a_small_stack_however_long_it_is)
+{
+    auto child = chain(very_many);
+    auto const root = ancestor(child, very_many - 1);
+    ASSERT_EQ(root->id(), 0U);
+    ASSERT_EQ(root->ref.loadRelaxed(), 2);
+    test::on_small_stack([&] { child.reset(); });
+    EXPECT_EQ(root->ref.loadRelaxed(), 1); // all that stood before it is gone
+}
+
+TEST(SqlTransactionChain, is_built_and_released_with_a_table_and_a_record_on_a_small_stack)
+{
+    NotifyRequest message;
+    auto &payload = *message.mutable_sql_queries();
+    for (unsigned int id = 0; id < many; ++id) {
+        auto &transaction = *payload.add_transactions();
+        transaction.set_id(id);
+        transaction.set_parent_id(id - 1);
+    }
+    payload.add_queries()->set_transaction_id(many - 1);
+    Pointer root;
+    test::on_small_stack([&] {
+        SqlTransactions table(payload);
+        ASSERT_EQ(table.size(), many);
+        table.clear();
+        SqlQueries record(new detail::SqlQueries(message));
+        root = record->transactions().front();
+        auto query = record->queries().front();
+        record.reset(); // the query holds the chain
+        ASSERT_EQ(ancestor(query->transaction(), many - 1).get(), root.get());
+        query.reset();
+    });
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->ref.loadRelaxed(), 1);
+}
+
+TEST(SqlTransactionChain, of_one_id_alone_is_released_on_a_small_stack)
+{
+    rpc::glimmet::v1::SqlQueries message;
+    for (unsigned int i = 0; i < many; ++i) {
+        auto &transaction = *message.add_transactions();
+        transaction.set_id(1);
+        transaction.set_parent_id(1);
+    }
+    test::on_small_stack([&] {
+        SqlTransactions table(message);
+        EXPECT_EQ(table.size(), 1);
+        auto const root = ancestor(table.first(), many - 1);
+        EXPECT_FALSE(root->parent());
+        table.clear();
+        EXPECT_EQ(root->ref.loadRelaxed(), 1);
+    });
+}
+
+TEST(SqlTransactionChain, releases_each_link_before_its_parent)
+{
+    constexpr unsigned int links = 6;
+    auto child = chain(links);
+    std::vector<void const *> parents; // from the child's own to the root
+    for (auto const *link = child->parent().get(); link != nullptr; link = link->parent().get())
+        parents.push_back(link);
+    ASSERT_EQ(parents.size(), links - 1);
+
+    auto const freed = test::frees_of([&] { child.reset(); });
+    std::vector<void const *> freed_parents;
+    std::ranges::copy_if(freed, std::back_inserter(freed_parents),
+                         [&](void const *block) { return std::ranges::find(parents, block) != parents.end(); });
+    EXPECT_EQ(freed_parents, parents);
+}
+
+TEST(SqlTransactionChain, keeps_its_tail_where_a_second_owner_holds_a_link)
+{
+    auto child = chain(many);
+    auto const middle = ancestor(child, many / 2);
+    ASSERT_EQ(middle->ref.loadRelaxed(), 2);
+    child.reset();
+
+    EXPECT_EQ(middle->ref.loadRelaxed(), 1);
+    auto const tail = links_of(middle);
+    ASSERT_EQ(tail.size(), many / 2);
+    for (std::size_t i = 0; i < tail.size(); ++i)
+        ASSERT_EQ(tail[i]->id(), many / 2 - 1 - i);
+}
+
+TEST(SqlTransactionChain, stops_at_a_second_owner_and_frees_nothing_behind_it)
+{
+    auto child = chain(6);
+    auto const middle = ancestor(child, 3);
+    EXPECT_EQ(test::frees_of([&] { child.reset(); }).size(), 3U);
+    EXPECT_EQ(links_of(middle).size(), 3U);
+}
+
+TEST(SqlTransactionChain, with_two_children_goes_with_the_later_one)
+{
+    auto shared = chain(many);
+    auto one = chain(10, shared);
+    auto other = chain(10, std::exchange(shared, {}));
+    auto const root = ancestor(one, 10 + many - 1);
+    one.reset();
+    EXPECT_EQ(ancestor(other, 10)->ref.loadRelaxed(), 2); // its child, and the one that asks
+    EXPECT_EQ(root->ref.loadRelaxed(), 2);
+    test::on_small_stack([&] { other.reset(); });
+    EXPECT_EQ(root->ref.loadRelaxed(), 1);
+}
+
+/// Lets each action run on a thread of its own, all from one moment on.
+void at_once(std::vector<std::function<void()>> const &actions)
+{
+    std::barrier start(static_cast<std::ptrdiff_t>(actions.size()));
+    std::vector<std::jthread> threads;
+    threads.reserve(actions.size());
+    for (auto const &action : actions) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            action();
+        });
+    }
+}
+
+TEST(SqlTransactionChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
+{
+    constexpr int rounds = 20;
+    constexpr int branches = 4;
+    for (int round = 0; round < rounds; ++round) {
+        auto tail = chain(many / rounds);
+        auto const root = ancestor(tail, many / rounds - 1);
+        std::vector<Pointer> children;
+        for (int branch = 0; branch < branches; ++branch)
+            children.push_back(chain(100, tail));
+        tail.reset();
+
+        std::vector<std::function<void()>> actions;
+        for (auto &child : children) {
+            actions.emplace_back([&child] {
+                // Read on the way, as a consumer would.
+                EXPECT_EQ(ancestor(child, 100)->id(), many / rounds - 1);
+                child.reset();
+            });
+        }
+        at_once(actions);
+        ASSERT_EQ(root->ref.loadRelaxed(), 1);
+    }
+}
+
+// The hardest case: every link has an owner of its own on another thread while the chain is released.
+TEST(SqlTransactionChain, whose_every_link_other_threads_hold_goes_with_the_last_of_them)
+{
+    constexpr int rounds = 20;
+    constexpr unsigned int holders = 3;
+    for (int round = 0; round < rounds; ++round) {
+        auto child = chain(many / rounds);
+        auto const root = ancestor(child, many / rounds - 1);
+        std::vector<std::vector<Pointer>> held(holders);
+        auto links = links_of(child);
+        links.pop_back(); // the root
+        for (std::size_t i = 0; i < links.size(); ++i)
+            held[i % holders].push_back(std::move(links[i]));
+        held.push_back({std::move(child)});
+
+        std::vector<std::function<void()>> actions;
+        for (auto &owned : held)
+            actions.emplace_back([&owned] { owned.clear(); });
+        at_once(actions);
+        ASSERT_EQ(root->ref.loadRelaxed(), 1);
+    }
+}
+
+} // namespace
+} // namespace tarnwick::data::glimmet

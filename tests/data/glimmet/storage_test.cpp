@@ -1,0 +1,219 @@
+#include <tarnwick/data/glimmet/storage.h>
+
+#include <tarnwick/data/print.h>
+
+#include "support/allocations.h"
+#include "support/by_name.h"
+#include "support/message_fields.h"
+#include "support/textproto.h"
+
+#include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+
+#include <gmock/gmock.h>
+
+#include <QtCore/QVariant>
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+namespace tarnwick::data::glimmet {
+namespace {
+
+using rpc::glimmet::v1::NotifyRequest;
+using ProtobufStorage = pelorin::protobuf::Glimmet::Storage;
+using test::allocations_of;
+using test::field_names;
+using test::from_text;
+using testing::ElementsAre;
+using namespace Qt::StringLiterals;
+
+Storage from_rpc(std::string const &textproto)
+{
+    return Storage(new detail::Storage(from_text<NotifyRequest>(textproto)));
+}
+
+Storage from_protobuf(std::uint64_t request_id, std::string const &textproto)
+{
+    return Storage(new detail::Storage(from_text<ProtobufStorage>(textproto), php::RequestId(request_id)));
+}
+
+TEST(Storage, reads_an_rpc_report)
+{
+    auto const record = from_rpc(R"pb(
+        request_id { id: 18446744073709551615 }
+        storage { entries { values: "v" name: "b" } entries { name: "a" } name: "block" })pb");
+
+    EXPECT_EQ(record->request_id().id(), 18446744073709551615U);
+    EXPECT_EQ(record->name(), u"block"_s);
+    ASSERT_EQ(record->entries().size(), 2);
+    EXPECT_EQ(record->entries()[0].name(), u"b"_s);
+    EXPECT_THAT(record->entries()[0].values(), ElementsAre("v"_ba));
+    EXPECT_EQ(record->entries()[1].name(), u"a"_s);
+}
+
+TEST(Storage, reads_a_protobuf_report)
+{
+    auto const record = from_protobuf(18446744073709551615U, R"pb(
+        entries { values: "v" name: "b" }
+        entries { name: "a" }
+        name: "block")pb");
+
+    EXPECT_EQ(record->request_id().id(), 18446744073709551615U);
+    EXPECT_EQ(record->name(), u"block"_s);
+    ASSERT_EQ(record->entries().size(), 2);
+    EXPECT_EQ(record->entries()[0].name(), u"b"_s);
+    EXPECT_THAT(record->entries()[0].values(), ElementsAre("v"_ba));
+    EXPECT_EQ(record->entries()[1].name(), u"a"_s);
+}
+
+TEST(Storage, dialects_agree_on_what_both_carry)
+{
+    EXPECT_EQ(to_text(from_rpc(R"pb(
+                  request_id { id: 7 }
+                  storage { entries { values: "1" values: "\377" name: "e" } entries { } name: "n" })pb")),
+              to_text(from_protobuf(7, R"pb(
+                  entries { values: "1" values: "\377" name: "e" }
+                  entries { }
+                  name: "n")pb")));
+}
+
+struct Case {
+    char const *name;
+    char const *rpc; ///< the whole report
+    char const *printed;
+
+    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.rpc; }
+};
+
+Case const cases[] = {
+    {"an_empty_message_has_a_null_name", "", "glimmet.Storage{request_id: 0, name: null, entries: []}"},
+    {"no_case_gives_the_id", "request_id { id: 7 } timestamp { seconds: 8 }",
+     "glimmet.Storage{request_id: 7, name: null, entries: []}"},
+    {"functions_give_the_id", "request_id { id: 7 } functions { functions { name: 'f' } }",
+     "glimmet.Storage{request_id: 7, name: null, entries: []}"},
+    {"queries_give_the_id", "request_id { id: 7 } sql_queries { queries { text: 'q' } }",
+     "glimmet.Storage{request_id: 7, name: null, entries: []}"},
+    {"an_empty_block_has_an_empty_name", "request_id { id: 7 } storage { }",
+     "glimmet.Storage{request_id: 7, name: \"\", entries: []}"},
+    {"a_missing_id_is_0", "storage { name: 'n' }", "glimmet.Storage{request_id: 0, name: \"n\", entries: []}"},
+    {"a_block_without_entries_keeps_its_name", "request_id { id: 7 } storage { name: 'n' }",
+     "glimmet.Storage{request_id: 7, name: \"n\", entries: []}"},
+};
+
+class StorageFromRpc : public testing::TestWithParam<Case> {};
+
+TEST_P(StorageFromRpc, is)
+{
+    EXPECT_EQ(to_text(from_rpc(GetParam().rpc)), GetParam().printed);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, StorageFromRpc, testing::ValuesIn(cases), test::by_name);
+
+TEST(Storage, of_an_empty_protobuf_report_has_an_empty_name_that_is_not_null)
+{
+    auto const record = from_protobuf(7, "");
+    EXPECT_EQ(to_text(record), "glimmet.Storage{request_id: 7, name: \"\", entries: []}");
+    EXPECT_FALSE(record->name().isNull());
+}
+
+TEST(Storage, of_an_empty_protobuf_block_keeps_its_name)
+{
+    EXPECT_EQ(to_text(from_protobuf(7, "name: 'n'")), "glimmet.Storage{request_id: 7, name: \"n\", entries: []}");
+}
+
+/// The blocks of both dialects hold the same message but for its type.
+struct Rpc {
+    using Message = NotifyRequest;
+    static Storage record(Message const &message) { return Storage(new detail::Storage(message)); }
+    static auto &block(Message &message) { return *message.mutable_storage(); }
+};
+
+struct Protobuf {
+    using Message = ProtobufStorage;
+    static Storage record(Message const &message) { return Storage(new detail::Storage(message, php::RequestId(7))); }
+    static auto &block(Message &message) { return message; }
+};
+
+template <class Dialect>
+class StorageFrom : public testing::Test {
+public:
+    static Storage read(std::string const &textproto)
+    {
+        typename Dialect::Message message;
+        test::read_text(textproto, Dialect::block(message));
+        return Dialect::record(message);
+    }
+
+    static Dialect::Message message_of(int entries)
+    {
+        typename Dialect::Message message;
+        for (int i = 0; i < entries; ++i)
+            Dialect::block(message).add_entries()->set_name("entry_" + std::to_string(i));
+        return message;
+    }
+};
+
+using Dialects = testing::Types<Rpc, Protobuf>;
+TYPED_TEST_SUITE(StorageFrom, Dialects);
+
+TYPED_TEST(StorageFrom, entries_with_one_name_stay_entries_of_their_own_in_order)
+{
+    auto const record = this->read("entries { name: 'e' values: '1' } entries { name: 'd' } entries { name: 'e' }");
+    ASSERT_EQ(record->entries().size(), 3);
+    EXPECT_EQ(record->entries()[0].name(), u"e"_s);
+    EXPECT_EQ(record->entries()[0].values().size(), 1);
+    EXPECT_EQ(record->entries()[1].name(), u"d"_s);
+    EXPECT_EQ(record->entries()[2].name(), u"e"_s);
+    EXPECT_TRUE(record->entries()[2].values().isEmpty());
+}
+
+TYPED_TEST(StorageFrom, names_keep_nul_and_replace_what_is_not_utf8)
+{
+    auto const record = this->read(R"(name: 'n\000\377' entries { name: 'e\000\377' })");
+    EXPECT_EQ(record->name(), u"n\0\ufffd"_s);
+    EXPECT_EQ(record->entries()[0].name(), u"e\0\ufffd"_s);
+}
+
+TYPED_TEST(StorageFrom, the_list_grows_and_is_not_sized_in_advance)
+{
+    auto const record = TypeParam::record(this->message_of(100));
+    ASSERT_EQ(record->entries().size(), 100);
+    QList<detail::StorageEntry> grown;
+    for (auto const &entry : record->entries())
+        grown.append(entry);
+    EXPECT_EQ(record->entries().capacity(), grown.capacity());
+}
+
+TYPED_TEST(StorageFrom, an_entry_costs_its_name_alone)
+{
+    auto const message = this->message_of(100);
+    auto const record = TypeParam::record(message);
+    auto const growth = allocations_of([&] {
+        QList<detail::StorageEntry> grown;
+        for (auto const &entry : record->entries())
+            grown.append(entry);
+    });
+    EXPECT_EQ(allocations_of([&] { TypeParam::record(message); }), 1U + growth + 100U);
+}
+
+TEST(Storage, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+{
+    auto const record = from_rpc("storage { }");
+    auto const variant = QVariant::fromValue(record);
+    EXPECT_STREQ(variant.metaType().name(), "tarnwick::data::glimmet::Storage");
+    EXPECT_EQ(variant.value<Storage>().get(), record.get());
+}
+
+TEST(Storage, message_fields_are_all_read_or_known_to_be_ignored)
+{
+    EXPECT_THAT(field_names<NotifyRequest>(),
+                ElementsAre("request_id", "timestamp" /* ignored */, "functions" /* ignored */, "storage",
+                            "sql_queries" /* ignored */));
+    EXPECT_THAT(field_names<rpc::glimmet::v1::Storage>(), ElementsAre("entries", "name"));
+    EXPECT_THAT(field_names<ProtobufStorage>(), ElementsAre("entries", "name"));
+}
+
+} // namespace
+} // namespace tarnwick::data::glimmet
