@@ -67,6 +67,14 @@ TEST(Print, a_null_handle_is_none)
     EXPECT_EQ(fmt::format("{}", php::RShutdown()), "none");
 }
 
+TEST(Print, the_pointers_that_lists_hold_print_like_handles)
+{
+    php::RShutdown::Pointer const pointer = record();
+    EXPECT_EQ(fmt::format("{}", pointer), printed);
+    EXPECT_EQ(debug_text(pointer), QString::fromUtf8(printed));
+    EXPECT_EQ(fmt::format("{}", php::RShutdown::Pointer()), "none");
+}
+
 TEST(Print, ids_and_times_print_by_themselves)
 {
     EXPECT_EQ(fmt::format("{}", php::RequestId(18446744073709551615U)), "18446744073709551615");

@@ -1,5 +1,7 @@
 #include "readable_writer.h"
 
+#include "readable_text.h"
+
 #include <tarnwick/data/double_text.h>
 
 #include <QtCore/QString>
@@ -7,63 +9,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <iterator>
 
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t value_column = 17;  // from where the name of the field begins
-constexpr std::size_t longest_text = 240; // in bytes
-constexpr std::int64_t nanos_per_second = 1'000'000'000;
-constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
-
-bool is_normal(data::TimePair value)
-{
-    return value.nanos >= 0 && value.nanos < nanos_per_second;
-}
-
-std::string as_stored(data::TimePair value)
-{
-    return fmt::format("{} s, {} ns", value.seconds, value.nanos);
-}
-
-std::string instant(data::TimePair value)
-{
-    if (!is_normal(value) || value.seconds < 0 || value.seconds > last_second_of_year_9999)
-        return as_stored(value);
-    // {fmt} would count nanoseconds, which end in 2262.
-    auto const seconds = std::chrono::sys_seconds(std::chrono::seconds(value.seconds));
-    auto const midnight = std::chrono::floor<std::chrono::days>(seconds);
-    std::chrono::year_month_day const date(midnight);
-    std::chrono::hh_mm_ss const time(seconds - midnight);
-    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:09} UTC", static_cast<int>(date.year()),
-                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
-                       time.minutes().count(), time.seconds().count(), value.nanos);
-}
-
-std::string span(data::TimePair value)
-{
-    if (!is_normal(value) || value.seconds < 0)
-        return as_stored(value);
-    if (value.seconds > 0)
-        return fmt::format("{}.{:09} s", value.seconds, value.nanos);
-    if (value.nanos >= 1'000'000)
-        return fmt::format("{}.{:06} ms", value.nanos / 1'000'000, value.nanos % 1'000'000);
-    return fmt::format("{}.{:03} µs", value.nanos / 1'000, value.nanos % 1'000);
-}
-
-std::string quoted(std::string_view bytes)
-{
-    if (bytes.size() <= longest_text)
-        return fmt::format("{:?}", bytes);
-    auto end = longest_text;
-    auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
-    while (end > 0 && continues_a_character(bytes[end]))
-        --end;
-    return fmt::format("{:?} and {} bytes more", bytes.substr(0, end), bytes.size() - end);
-}
-
+constexpr std::size_t value_column = 17; // from where the name of the field begins
 } // namespace
 
 void ReadableWriter::clear()
@@ -78,6 +29,14 @@ void ReadableWriter::headline(std::string_view name, std::string_view origin)
         fmt::format_to(std::back_inserter(out_), "\x1b[1;36m{}\x1b[0m  \x1b[2m{}\x1b[0m", name, origin);
     else
         fmt::format_to(std::back_inserter(out_), "{}  {}", name, origin);
+}
+
+void ReadableWriter::row(std::string_view text)
+{
+    ++depth_;
+    line();
+    --depth_;
+    out_.append(text);
 }
 
 void ReadableWriter::begin_record(std::string_view /*name*/)
@@ -171,13 +130,13 @@ void ReadableWriter::time(data::TimePair pair)
 {
     switch (sense_) {
     case data::Sense::instant:
-        value(instant(pair));
+        value(instant_text(pair));
         break;
     case data::Sense::span:
-        value(span(pair));
+        value(span_text(pair));
         break;
     case data::Sense::plain:
-        value(as_stored(pair));
+        value(stored_text(pair));
         break;
     }
 }
@@ -192,7 +151,7 @@ void ReadableWriter::text(QString const &string)
 
 void ReadableWriter::bytes(std::string_view string)
 {
-    value(quoted(string));
+    value(quoted_text(string));
 }
 
 void ReadableWriter::line()

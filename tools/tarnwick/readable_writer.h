@@ -27,6 +27,9 @@ public:
     /// The line above a record: its name, then where it comes from. Every field begins a line, the last one is left open.
     void headline(std::string_view name, std::string_view origin);
 
+    /// A line below a field, as it stands.
+    void row(std::string_view text);
+
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense);
     void end_record();

@@ -5,6 +5,9 @@
 #include <tarnwick/data/codetrace/add_data.h>
 #include <tarnwick/data/codetrace/data.h>
 #include <tarnwick/data/codetrace/header.h>
+#include <tarnwick/data/glimmet/functions.h>
+#include <tarnwick/data/glimmet/sql_queries.h>
+#include <tarnwick/data/glimmet/storage.h>
 #include <tarnwick/data/monitor/event.h>
 #include <tarnwick/data/php/error_data.h>
 #include <tarnwick/data/php/post_data.h>
@@ -40,7 +43,9 @@ namespace {
 using capture::v1::Frame;
 using namespace data::php;
 namespace codetrace = data::codetrace;
+namespace glimmet = data::glimmet;
 using namespace pelorin::protobuf;
+using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
 using PhpReport = rpc::php::v1::NotifyRequest;
 
 constexpr std::string_view rpc_dialect = "rpc";
@@ -101,19 +106,30 @@ std::string RecordFeed::feed(Frame const &frame)
     case Frame::kCtAddData:
         print_protobuf_chunk<codetrace::AddData>(frame.ct_add_data(), frame);
         return {};
-    // Feeding no record by now, they are read all the same: what is no report of its kind is said.
     case Frame::kRpcGlimmet:
-        return checked<rpc::glimmet::v1::NotifyRequest>(frame.rpc_glimmet());
+        return parsed<GlimmetReport>(frame.rpc_glimmet(),
+                                     [&](GlimmetReport const &message) { print_glimmet(message); });
     case Frame::kFunctions:
-        return checked<Glimmet::Functions>(frame.functions());
-    case Frame::kSqlConnections:
-        return checked<Glimmet::SqlConnections>(frame.sql_connections());
-    case Frame::kSqlTransactions:
-        return checked<Glimmet::SqlTransactions>(frame.sql_transactions());
-    case Frame::kSqlQueries:
-        return checked<Glimmet::SqlQueries>(frame.sql_queries());
+        return parsed_into<Glimmet::Functions, glimmet::Functions>(frame.functions(), request_id);
     case Frame::kStorage:
-        return checked<Glimmet::Storage>(frame.storage());
+        return parsed_into<Glimmet::Storage, glimmet::Storage>(frame.storage(), request_id);
+    case Frame::kSqlConnections:
+        return parsed<Glimmet::SqlConnections>(frame.sql_connections(), [&](Glimmet::SqlConnections const &message) {
+            auto &connections = sql_tables_.of(request_id).connections;
+            connections = glimmet::SqlConnections(message);
+            printer_.print(connections, protobuf_dialect);
+        });
+    case Frame::kSqlTransactions:
+        return parsed<Glimmet::SqlTransactions>(frame.sql_transactions(), [&](Glimmet::SqlTransactions const &message) {
+            auto &transactions = sql_tables_.of(request_id).transactions;
+            transactions = glimmet::SqlTransactions(message);
+            printer_.print(transactions, protobuf_dialect);
+        });
+    case Frame::kSqlQueries:
+        return parsed<Glimmet::SqlQueries>(frame.sql_queries(), [&](Glimmet::SqlQueries const &message) {
+            auto const &[connections, transactions] = sql_tables_.of(request_id);
+            print<glimmet::SqlQueries>(protobuf_dialect, message, request_id, connections, transactions);
+        });
     case Frame::REPORT_NOT_SET:
         return {};
     }
@@ -141,6 +157,19 @@ void RecordFeed::print_php(PhpReport const &message)
         print<ErrorData>(rpc_dialect, message);
 }
 
+void RecordFeed::print_glimmet(GlimmetReport const &message)
+{
+    auto const feeds = [&](GlimmetReport::PayloadCase payload) {
+        return all_records_ || message.payload_case() == payload;
+    };
+    if (feeds(GlimmetReport::kFunctions))
+        print<glimmet::Functions>(rpc_dialect, message);
+    if (feeds(GlimmetReport::kStorage))
+        print<glimmet::Storage>(rpc_dialect, message);
+    if (feeds(GlimmetReport::kSqlQueries))
+        print<glimmet::SqlQueries>(rpc_dialect, message);
+}
+
 // A message on the arena is dropped with it at once: a deep one is not torn down level by level.
 template <class Message, class Build>
 std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
@@ -151,12 +180,6 @@ std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
         build(message);
     arena_.Reset();
     return problem;
-}
-
-template <class Message>
-std::string RecordFeed::checked(std::string const &bytes)
-{
-    return parsed<Message>(bytes, [](Message const &) {});
 }
 
 template <class Message, class Record>

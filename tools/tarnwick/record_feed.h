@@ -2,6 +2,7 @@
 
 #include "loopback.h"
 #include "record_printer.h"
+#include "sql_tables.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
 #include <tarnwick/data/php/request_id.h>
@@ -12,6 +13,9 @@
 #include <string>
 #include <string_view>
 
+namespace tarnwick::rpc::glimmet::v1 {
+class NotifyRequest;
+}
 namespace tarnwick::rpc::php::v1 {
 class NotifyRequest;
 }
@@ -39,9 +43,6 @@ private:
     /// Calls `build` with the message.
     template <class Message, class Build>
     std::string parsed(std::string const &bytes, Build &&build);
-    /// A message that feeds no record.
-    template <class Message>
-    std::string checked(std::string const &bytes);
     /// A message of the protobuf dialect that feeds one record.
     template <class Message, class Record>
     std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);
@@ -53,6 +54,7 @@ private:
     void print_rpc_chunk(std::string const &bytes, capture::v1::Frame const &frame);
     template <class Record>
     void print_protobuf_chunk(std::string const &bytes, capture::v1::Frame const &frame);
+    void print_glimmet(rpc::glimmet::v1::NotifyRequest const &message);
     /// Builds a record of a message, and of what travels beside it, and prints it.
     template <class Record, class... Parts>
     void print(std::string_view dialect, Parts &&...parts);
@@ -62,6 +64,7 @@ private:
 
     RecordPrinter &printer_;
     bool all_records_;
+    SqlTables sql_tables_;
     google::protobuf::Arena arena_;
     std::optional<Loopback> loopback_; ///< made for the first chunk that needs it
 };

@@ -2,6 +2,8 @@
 
 #include "json_writer.h"
 #include "output.h"
+#include "readable_functions.h"
+#include "readable_sql.h"
 #include "readable_writer.h"
 
 #include <tarnwick/data/description.h>
@@ -18,6 +20,13 @@ struct Origin {
     std::uint64_t frame = 0;
     std::uint64_t offset = 0;
 };
+
+/// For people a record is told field by field, apart from those that have tables of their own.
+template <data::Described Record>
+void write_readable(ReadableWriter &writer, Record const &record)
+{
+    data::walk_fields(writer, record);
+}
 
 /// Prints records, as JSON lines or for people.
 class RecordPrinter {
@@ -48,7 +57,7 @@ public:
             end_json();
         } else {
             begin_readable(data::Description<Record>::name, dialect, view);
-            data::walk_fields(readable_, record);
+            write_readable(readable_, record);
             end_readable();
         }
     }

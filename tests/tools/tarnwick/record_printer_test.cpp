@@ -3,7 +3,10 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/files.h"
 
+#include <tarnwick/data/glimmet/functions.h>
 #include <tarnwick/data/php/rshutdown.h>
+
+#include <pelorin/protobuf/Glimmet/functions.pb.h>
 
 #include <gtest/gtest.h>
 
@@ -96,6 +99,24 @@ TEST(RecordPrinter, writes_text_for_people)
                     .starts_with("php.RShutdown  a.tnw: frame 1 at byte 20, rpc\n"));
     EXPECT_TRUE(
         printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
+}
+
+TEST(RecordPrinter, has_tables_for_people_and_the_messages_order_in_json)
+{
+    data::glimmet::detail::Functions const functions(
+        test::from_text<pelorin::protobuf::Glimmet::Functions>(
+            "functions { name: 'fast' } functions { name: 'slow' time_first { seconds: 1 } }"),
+        RequestId(7));
+    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, functions, "protobuf"), R"(glimmet.Functions  frame 1 at byte 0, protobuf
+  request_id       7
+  functions
+       time_first                        time_second  count  function
+    1.000000000 s  ████████████████████     0.000 µs      0  "slow"
+         0.000 µs                           0.000 µs      0  "fast"
+
+)");
+    auto const line = printed({.json = true}, {"a.tnw", 1, 0}, functions, "protobuf");
+    EXPECT_LT(line.find("fast"), line.find("slow"));
 }
 
 TEST(RecordPrinter, prints_one_record_behind_the_other)
