@@ -266,13 +266,13 @@ void walk(W &writer, php::StackTrace const &trace)
 }
 
 template <Writer W, class Record, class Member>
-void walk_value(W &writer, Field<Record, Member> const &field, Record const &record)
+void walk_value(W &writer, Field<Record, Member> const &field, std::type_identity_t<Record> const &record)
 {
     walk(writer, std::invoke(field.read, record));
 }
 
 template <Writer W, class Record, class Member>
-void walk_value(W &writer, Link<Record, Member> const &link, Record const &record)
+void walk_value(W &writer, Link<Record, Member> const &link, std::type_identity_t<Record> const &record)
 {
     if (auto const &handle = std::invoke(link.read, record))
         walk(writer, handle->id());
