@@ -28,14 +28,16 @@ final class CaptureFile
     {
     }
 
-    /** The envelope of the rpc dialect names its request itself; beside other messages the frame carries the id. */
-    public function append(string $member, Message $report, ?int $request_id = null): void
+    /**
+     * The envelope of the rpc dialect names its request itself; beside other messages, and beside chunks, the frame
+     * carries the id.
+     */
+    public function append(string $member, Message|string $report, array $beside = []): void
     {
-        $fields = ['received' => new Timestamp(time_fields(now())), $member => $report->serializeToString()];
-        if ($request_id !== null) {
-            $fields['request_id'] = $request_id;
-        }
-        $frame = (new Frame($fields))->serializeToString();
+        $frame = (new Frame($beside + [
+            'received' => new Timestamp(time_fields(now())),
+            $member => is_string($report) ? $report : $report->serializeToString(),
+        ]))->serializeToString();
         $delimited = self::varint(strlen($frame)) . $frame;
 
         $file = fopen($this->path, 'ab');

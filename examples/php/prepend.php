@@ -21,8 +21,12 @@ define('TARNWICK_EXAMPLE_RECORDER', true);
 
 require __DIR__ . '/capture_file.php';
 require __DIR__ . '/snapshot.php';
+require __DIR__ . '/rpc_values.php';
 require __DIR__ . '/rpc_reports.php';
+require __DIR__ . '/protobuf_values.php';
 require __DIR__ . '/protobuf_reports.php';
+require __DIR__ . '/reports.php';
+require __DIR__ . '/trace.php';
 require __DIR__ . '/request_facts.php';
 require __DIR__ . '/handlers.php';
 require __DIR__ . '/recorder.php';

@@ -10,13 +10,9 @@ use Pelorin\Protobuf\Glimmet;
 use Pelorin\Protobuf\Monitor;
 use Pelorin\Protobuf\PelorinPHP as Php;
 
-/** Facts as messages of the protobuf dialect: one message a fact, values flat, structured ones as JSON text. */
+/** Facts as messages of the protobuf dialect: one message a fact. */
 final class ProtobufReports
 {
-    // The numbers of ZVal's field `type`.
-    private const TYPES = ['null' => 1, 'bool' => 2, 'string' => 3, 'long' => 4, 'double' => 5, 'timestamp' => 7];
-    private const JSON = 6;
-
     public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
     {
     }
@@ -37,15 +33,7 @@ final class ProtobufReports
             'timestamp' => new Timestamp(time_fields($facts['timestamp'])),
         ]));
         $this->append('request_headers', new Glimmet\RequestHeaders(['lines' => self::lines($facts['headers'])]));
-        $groups = [];
-        foreach ($facts['superglobals'] as [$name, $entries]) {
-            $groups[] = new Monitor\SuperglobalGroup(['name' => $name, 'entries' => array_map(
-                static fn (array $entry) =>
-                    new Monitor\SuperglobalEntry(['key' => (string) $entry[0], 'value' => self::value($entry[1])]),
-                $entries
-            )]);
-        }
-        $this->append('monitor_superglobals', new Monitor\Superglobals(['groups' => $groups]));
+        $this->superglobals($facts['superglobals']);
         if ($facts['body'] !== null) {
             $this->append('raw_post_data', new Glimmet\RawPostData([
                 'text_0' => $facts['body']['bytes'],
@@ -92,14 +80,29 @@ final class ProtobufReports
             'number' => $facts['number'],
         ]);
         if ($facts['frames'] !== null) {
-            $error->setStackTrace(new Php\StackTrace(['frames' => array_map(self::frame(...), $facts['frames'])]));
+            $error->setStackTrace(new Php\StackTrace(['frames' => ProtobufValues::frames($facts['frames'])]));
         }
         $this->append('error', $error);
     }
 
+    private function superglobals(array $superglobals): void
+    {
+        $groups = [];
+        foreach ($superglobals as [$name, $entries]) {
+            $groups[] = new Monitor\SuperglobalGroup(['name' => $name, 'entries' => array_map(
+                static fn (array $entry) => new Monitor\SuperglobalEntry([
+                    'key' => (string) $entry[0],
+                    'value' => ProtobufValues::value($entry[1]),
+                ]),
+                $entries
+            )]);
+        }
+        $this->append('monitor_superglobals', new Monitor\Superglobals(['groups' => $groups]));
+    }
+
     private function append(string $member, object $message): void
     {
-        $this->file->append($member, $message, $this->request_id);
+        $this->file->append($member, $message, ['request_id' => $this->request_id]);
     }
 
     private static function lines(array $headers): array
@@ -110,70 +113,10 @@ final class ProtobufReports
     /** A third element is the value at the start of the request: the entry changed. */
     private static function entry(array $entry): Glimmet\SuperglobalEntry
     {
-        $fields = ['key' => (string) $entry[0], 'value' => self::value($entry[1])];
+        $fields = ['key' => (string) $entry[0], 'value' => ProtobufValues::value($entry[1])];
         if (isset($entry[2])) {
-            $fields['initial_value'] = self::value($entry[2]);
+            $fields['initial_value'] = ProtobufValues::value($entry[2]);
         }
         return new Glimmet\SuperglobalEntry($fields);
-    }
-
-    private static function frame(array $facts): Php\StackTraceFrame
-    {
-        $arguments = [];
-        foreach ($facts['arguments'] as [$key, $node]) {
-            $member = is_int($key) ? 'long_key' : 'string_key';
-            $arguments[] = new Php\PelorinArrayElement([$member => $key, 'value' => self::value($node)]);
-        }
-        return new Php\StackTraceFrame([
-            'name' => $facts['name'],
-            'file' => $facts['file'],
-            'line' => $facts['line'],
-            'arguments' => new Php\PelorinArray(['elements' => $arguments]),
-            'frame_number' => $facts['number'],
-        ]);
-    }
-
-    private static function value(array $node): Php\ZVal
-    {
-        return new Php\ZVal(match ($node[0]) {
-            'undefined' => [],
-            'null' => ['type' => self::TYPES['null']],
-            'bool', 'long', 'double', 'string' => ['type' => self::TYPES[$node[0]], $node[0] . '_value' => $node[1]],
-            'timestamp' => [
-                'type' => self::TYPES['timestamp'],
-                'timestamp_value' => new Timestamp(['seconds' => $node[1], 'nanos' => $node[2]]),
-            ],
-            default => ['type' => self::JSON, 'json_value' => json_encode(
-                self::plain($node),
-                JSON_INVALID_UTF8_SUBSTITUTE | JSON_UNESCAPED_SLASHES | JSON_UNESCAPED_UNICODE
-                    | JSON_PRESERVE_ZERO_FRACTION | JSON_THROW_ON_ERROR
-            )],
-        });
-    }
-
-    /** What json_encode() is to write for a node. */
-    private static function plain(array $node): mixed
-    {
-        return match ($node[0]) {
-            'null', 'undefined' => null,
-            'double' => is_finite($node[1]) ? $node[1] : (string) $node[1],
-            'bool', 'long', 'string' => $node[1],
-            'timestamp' => ['seconds' => $node[1], 'nanos' => $node[2]],
-            'array' => $node[1] ? array_map(static fn (array $pair) => self::plain($pair[1]), $node[2])
-                : self::plain_map($node[2]),
-            'object' => ['class_name' => $node[1], 'id' => $node[2], 'properties' => self::plain_map($node[3])],
-            'resource' => ['type_name' => $node[1], 'id' => $node[2]],
-            'cut' => ['cut' => $node[1]],
-        };
-    }
-
-    private static function plain_map(array $pairs): array|object
-    {
-        $map = [];
-        foreach ($pairs as [$key, $node]) {
-            $map[$key] = self::plain($node);
-        }
-        // Only what would be written as a list becomes an object: those lose the keys that begin with NUL.
-        return array_is_list($map) ? (object) $map : $map;
     }
 }

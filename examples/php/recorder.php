@@ -19,26 +19,19 @@ final class Recorder
 
     private static ?self $current = null;
 
-    /** @var list<RpcReports|ProtobufReports> */
-    private readonly array $dialects;
-    private array $start = [];
+    private readonly Reports $reports;
+    /** @var array what the start report holds */
+    private readonly array $start;
     private int $started = 0;
     private string $body = '';
     private int $body_length = 0;
     private bool $ended = false;
-    private bool $busy = false;
     private ?array $last_fatal = null;
 
     public static function begin(CaptureFile $file): void
     {
         self::$current = new self($file);
-        self::$current->report('start', self::$current->start = RequestFacts::start());
-        (new Handlers(self::$current))->install();
-        register_shutdown_function(self::$current->fatal_error(...));
-        // Everything of the request comes before the last call of the outermost output buffer, also what shutdown
-        // functions and destructors do. The application can empty this buffer but not remove it.
-        ob_start(self::$current->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
-        self::$current->started = hrtime(true);
+        self::$current->start();
     }
 
     /** For applications that catch their exceptions in a handler of their own; README.md shows one. */
@@ -49,13 +42,24 @@ final class Recorder
 
     private function __construct(CaptureFile $file)
     {
-        $request_id = unpack('q', random_bytes(8))[1];
-        $this->dialects = [new RpcReports($file, $request_id), new ProtobufReports($file, $request_id)];
+        $this->reports = new Reports($file);
+        $this->start = RequestFacts::start();
+    }
+
+    private function start(): void
+    {
+        $this->reports->send('start', $this->start);
+        (new Handlers($this))->install();
+        register_shutdown_function($this->fatal_error(...));
+        // Everything of the request comes before the last call of the outermost output buffer, also what shutdown
+        // functions and destructors do. The application can empty this buffer but not remove it.
+        ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
+        $this->started = hrtime(true);
     }
 
     public function error(int $number, string $message, string $file, int $line, ?array $trace): void
     {
-        $this->report('error', [
+        $this->reports->send('error', [
             'timestamp' => now(),
             'number' => $number,
             'category' => match (true) {
@@ -68,7 +72,7 @@ final class Recorder
             'message' => $message,
             'file' => $file,
             'line' => $line,
-            'frames' => $trace === null ? null : self::frames($trace),
+            'frames' => $trace === null ? null : Trace::frames($trace, self::FRAMES),
         ]);
     }
 
@@ -78,7 +82,7 @@ final class Recorder
         for ($cause = $exception->getPrevious(); $cause !== null; $cause = $cause->getPrevious()) {
             $text .= ', caused by ' . $cause::class . ': ' . $cause->getMessage();
         }
-        $this->report('error', [
+        $this->reports->send('error', [
             'timestamp' => now(),
             'number' => 0,
             'category' => 0,
@@ -87,7 +91,7 @@ final class Recorder
             'message' => $exception->getMessage(),
             'file' => $exception->getFile(),
             'line' => $exception->getLine(),
-            'frames' => self::frames($exception->getTrace()),
+            'frames' => Trace::frames($exception->getTrace(), self::FRAMES),
         ]);
     }
 
@@ -127,7 +131,7 @@ final class Recorder
 
         $headers = RequestFacts::response_headers();
         $types = array_filter($headers, static fn (array $header) => strtolower($header[0]) === 'content-type');
-        $this->report('end', [
+        $this->reports->send('end', [
             'timestamp' => now(),
             'duration' => $duration,
             'status' => http_response_code() ?: 200,
@@ -136,47 +140,5 @@ final class Recorder
             'body' => ['bytes' => $this->body, 'type' => end($types)[1] ?? '', 'length' => $this->body_length],
             'superglobals' => RequestFacts::changes_since($this->start['superglobals']),
         ]);
-    }
-
-    private function report(string $event, array $facts): void
-    {
-        if ($this->busy) {
-            return;
-        }
-        $this->busy = true;
-        try {
-            foreach ($this->dialects as $dialect) {
-                $dialect->$event($facts);
-            }
-        } catch (\Throwable $fault) {
-            error_log("a report was lost: $fault");
-        } finally {
-            $this->busy = false;
-        }
-    }
-
-    /** The frames of a PHP trace, innermost first, without ours. */
-    private static function frames(array $trace): array
-    {
-        $frames = [];
-        foreach ($trace as $call) {
-            $class = $call['class'] ?? '';
-            if (str_starts_with($class, __NAMESPACE__ . '\\') || str_starts_with($call['file'] ?? '', __DIR__ . '/')) {
-                continue;
-            }
-            $arguments = [];
-            foreach (array_slice($call['args'] ?? [], 0, 16, true) as $key => $argument) {
-                $arguments[] = [$key, Snapshot::of_argument($argument)];
-            }
-            $frames[] = [
-                'number' => count($frames),
-                'name' => $class . ($call['type'] ?? '') . $call['function'],
-                'file' => $call['file'] ?? '',
-                'line' => $call['line'] ?? 0,
-                'arguments' => $arguments,
-                'object' => isset($call['object']) ? Snapshot::of_receiver($call['object']) : null,
-            ];
-        }
-        return array_slice($frames, 0, self::FRAMES);
     }
 }
