@@ -57,6 +57,12 @@ final class Handlers
 
     private function on_error(int $number, string $message, string $file, int $line): bool
     {
+        if ($file === Calls::FILE) {
+            ['file' => $file, 'line' => $line] = self::place_of_the_call() ?? ['file' => $file, 'line' => $line];
+        } elseif (Trace::is_our_file($file)) {
+            error_log("a fault of the recorder: $message in $file on line $line");
+            return true;
+        }
         [$handler, $levels] = end($this->error_handlers);
         if ($handler !== null && $levels & $number && $handler($number, $message, $file, $line) !== false) {
             return true;
@@ -66,6 +72,17 @@ final class Handlers
             $this->recorder->error($number, $message, $file, $line, debug_backtrace(DEBUG_BACKTRACE_PROVIDE_OBJECT));
         }
         return false;
+    }
+
+    /** Where the application called the watched function that raised the error. */
+    private static function place_of_the_call(): ?array
+    {
+        foreach (Trace::without_ours(debug_backtrace(DEBUG_BACKTRACE_IGNORE_ARGS)) as $call) {
+            if (isset($call['file'])) {
+                return $call;
+            }
+        }
+        return null;
     }
 
     private function on_exception(\Throwable $exception): void

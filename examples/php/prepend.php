@@ -27,8 +27,11 @@ require __DIR__ . '/protobuf_values.php';
 require __DIR__ . '/protobuf_reports.php';
 require __DIR__ . '/reports.php';
 require __DIR__ . '/trace.php';
+require __DIR__ . '/calls.php';
 require __DIR__ . '/request_facts.php';
 require __DIR__ . '/handlers.php';
+require __DIR__ . '/code_trace.php';
+require __DIR__ . '/monitor.php';
 require __DIR__ . '/recorder.php';
 
 spl_autoload_register(static function (string $class): void {

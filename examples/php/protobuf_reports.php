@@ -6,6 +6,7 @@ namespace Tarnwick\Example;
 
 use Google\Protobuf\Duration;
 use Google\Protobuf\Timestamp;
+use Pelorin\Protobuf\CT;
 use Pelorin\Protobuf\Glimmet;
 use Pelorin\Protobuf\Monitor;
 use Pelorin\Protobuf\PelorinPHP as Php;
@@ -13,6 +14,12 @@ use Pelorin\Protobuf\PelorinPHP as Php;
 /** Facts as messages of the protobuf dialect: one message a fact. */
 final class ProtobufReports
 {
+    // The numbers of an event's field `type`.
+    private const EVENTS = [
+        'slow_function' => 0, 'function_error' => 1, 'slow_request' => 2, 'high_memory_usage' => 3, 'php_error' => 4,
+        'custom' => 5,
+    ];
+
     public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
     {
     }
@@ -83,6 +90,64 @@ final class ProtobufReports
             $error->setStackTrace(new Php\StackTrace(['frames' => ProtobufValues::frames($facts['frames'])]));
         }
         $this->append('error', $error);
+    }
+
+    /** Superglobals that changed since the last report of them come before the event. */
+    public function event(array $facts): void
+    {
+        if ($facts['superglobals'] !== null) {
+            $this->superglobals($facts['superglobals']);
+        }
+        $fields = match ($facts['kind']) {
+            'slow_function', 'slow_request' => ['duration' => new Duration(time_fields($facts['duration']))],
+            'high_memory_usage' => ['usage' => $facts['usage']],
+            'php_error' => ['php_error' => new Monitor\PhpErrorData([
+                'error_name' => $facts['error']['name'],
+                'error_number' => $facts['error']['number'],
+                'message' => $facts['error']['message'],
+                'file' => $facts['error']['file'],
+                'line' => $facts['error']['line'],
+            ])],
+            'custom' => ['custom' => new Monitor\CustomData([
+                'text_0' => $facts['text_0'],
+                'text_1' => $facts['text_1'],
+                'value' => ProtobufValues::value($facts['value']),
+                'level' => $facts['level'],
+            ])],
+            'function_error' => [],
+        };
+        if ($facts['function'] !== null) {
+            $fields['function'] = ProtobufValues::call($facts['function']);
+        }
+        $this->append('monitor_event', new Monitor\Event($fields + [
+            'type' => self::EVENTS[$facts['kind']],
+            'text' => $facts['text'],
+            'timestamp' => new Timestamp(time_fields($facts['timestamp'])),
+            'flag' => $facts['flag'],
+            'frames' => ProtobufValues::frames($facts['frames'] ?? []),
+        ]));
+    }
+
+    /** Before each chunk stand the request's id and the chunk's number: a reader skips them. */
+    public function code_trace(array $facts): void
+    {
+        $this->append('ct_header', new CT\Header([
+            'kind' => $facts['kind'],
+            'format_minor' => 0,
+            'format_major' => 1,
+            'word_8' => $facts['records'],
+            'word_12' => $facts['places'],
+            'word_16' => $facts['record_size'],
+            'long_24' => $facts['started'],
+            'long_32' => $facts['duration'],
+        ]));
+        foreach (['ct_data' => $facts['body'], 'ct_add_data' => $facts['added']] as $member => $chunks) {
+            foreach ($chunks as $i => $chunk) {
+                $prefix = pack('JN', $this->request_id, $i);
+                $beside = ['request_id' => $this->request_id, 'skip' => strlen($prefix)];
+                $this->file->append($member, $prefix . $chunk, $beside);
+            }
+        }
     }
 
     private function superglobals(array $superglobals): void

@@ -7,7 +7,7 @@ namespace Tarnwick\Example;
 /** The life of one request: a start, errors on the way, an end. A fault of its own never reaches the application. */
 final class Recorder
 {
-    private const FRAMES = 40;
+    private const FRAMES = 24;
     private const FATAL = E_ERROR | E_PARSE | E_CORE_ERROR | E_COMPILE_ERROR;
     private const NAMES = [
         E_ERROR => 'E_ERROR', E_WARNING => 'E_WARNING', E_PARSE => 'E_PARSE', E_NOTICE => 'E_NOTICE',
@@ -20,6 +20,8 @@ final class Recorder
     private static ?self $current = null;
 
     private readonly Reports $reports;
+    private readonly CodeTrace $code_trace;
+    private readonly Monitor $monitor;
     /** @var array what the start report holds */
     private readonly array $start;
     private int $started = 0;
@@ -40,26 +42,45 @@ final class Recorder
         self::$current?->exception($exception, 'Caught');
     }
 
+    /** An event of the application's own; its level is -1, 0 or 1. */
+    public static function event(string $text_0, string $text_1, mixed $value, int $level): void
+    {
+        self::$current?->monitor->custom($text_0, $text_1, $value, $level);
+    }
+
+    /** From here to the end of the request, in files that say `declare(ticks=1)`. */
+    public static function trace(): void
+    {
+        self::$current?->code_trace->start(CodeTrace::BY_THE_APPLICATION);
+    }
+
     private function __construct(CaptureFile $file)
     {
         $this->reports = new Reports($file);
         $this->start = RequestFacts::start();
+        $this->code_trace = new CodeTrace($this->reports);
+        $this->monitor = new Monitor($this->reports, $this->code_trace, $this->start['superglobals']);
     }
 
     private function start(): void
     {
         $this->reports->send('start', $this->start);
         (new Handlers($this))->install();
+        $calls = new Calls($this->reports);
+        $this->monitor->install($calls);
         register_shutdown_function($this->fatal_error(...));
         // Everything of the request comes before the last call of the outermost output buffer, also what shutdown
         // functions and destructors do. The application can empty this buffer but not remove it.
         ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
+        if (isset($_SERVER['HTTP_X_CODE_TRACE'])) {
+            $this->code_trace->start(CodeTrace::BY_THE_CLIENT);
+        }
         $this->started = hrtime(true);
     }
 
     public function error(int $number, string $message, string $file, int $line, ?array $trace): void
     {
-        $this->reports->send('error', [
+        $facts = [
             'timestamp' => now(),
             'number' => $number,
             'category' => match (true) {
@@ -73,7 +94,9 @@ final class Recorder
             'file' => $file,
             'line' => $line,
             'frames' => $trace === null ? null : Trace::frames($trace, self::FRAMES),
-        ]);
+        ];
+        $this->reports->send('error', $facts);
+        $this->monitor->error($facts);
     }
 
     public function exception(\Throwable $exception, string $how): void
@@ -128,6 +151,8 @@ final class Recorder
         $duration = hrtime(true) - $this->started;
         $memory = [memory_get_usage(), memory_get_peak_usage(), memory_get_usage(true)];
         $this->fatal_error();
+        $this->monitor->end($duration, $memory[1]);
+        $this->code_trace->end();
 
         $headers = RequestFacts::response_headers();
         $types = array_filter($headers, static fn (array $header) => strtolower($header[0]) === 'content-type');

@@ -7,7 +7,7 @@ namespace Tarnwick\Example;
 /** Reads what PHP knows of the request and of its response. Bodies and headers come as the bytes that they are. */
 final class RequestFacts
 {
-    public const BODY_LIMIT = 4096;
+    public const BODY_LIMIT = 1024;
 
     public static function start(): array
     {

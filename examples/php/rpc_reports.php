@@ -6,6 +6,8 @@ namespace Tarnwick\Example;
 
 use Google\Protobuf\Duration;
 use Google\Protobuf\Timestamp;
+use Tarnwick\Rpc\Codetrace\V1 as Codetrace;
+use Tarnwick\Rpc\Monitor\V1 as Monitor;
 use Tarnwick\Rpc\Php\V1 as Rpc;
 use Tarnwick\Rpc\V1\VersionInfo;
 
@@ -78,6 +80,63 @@ final class RpcReports
             $payload = ['error' => self::php_error($facts)];
         }
         $this->notify($facts['timestamp'], 'error', new Rpc\ErrorPayload($payload));
+    }
+
+    /** The call and the stack stand where this dialect's message of the kind has a place for them. */
+    public function event(array $facts): void
+    {
+        $calls = [];
+        if ($facts['function'] !== null) {
+            $calls['function'] = RpcValues::call($facts['function']);
+        }
+        if ($facts['frames'] !== null) {
+            $calls['stack_trace'] = RpcValues::stack_trace($facts['frames']);
+        }
+        $event = match ($facts['kind']) {
+            'function_error' => ['function_error' => new Monitor\FunctionError($calls)],
+            'slow_function' => ['slow_function_exec' => new Monitor\SlowFunctionExec($calls + [
+                'duration' => new Duration(time_fields($facts['duration'])),
+            ])],
+            'php_error' => ['php_error' => new Monitor\PhpError(['error' => self::php_error($facts['error'])])],
+            'slow_request' => ['slow_request' => new Monitor\SlowRequest([
+                'duration' => new Duration(time_fields($facts['duration'])),
+            ])],
+            'high_memory_usage' => ['high_memory_usage' => new Monitor\HighMemoryUsage(['usage' => $facts['usage']])],
+            'custom' => ['custom' => new Monitor\Custom([
+                'text_0' => $facts['text_0'],
+                'text_1' => $facts['text_1'],
+                'value' => RpcValues::value($facts['value']),
+                'stack_trace' => $calls['stack_trace'],
+                'level' => $facts['level'],
+            ])],
+        };
+        $this->file->append('rpc_monitor', new Monitor\NotifyRequest($event + $this->envelope($facts['timestamp']) + [
+            'text' => $facts['text'],
+            'flag' => $facts['flag'],
+        ]));
+    }
+
+    public function code_trace(array $facts): void
+    {
+        $this->file->append('rpc_codetrace', new Codetrace\NotifyRequest([
+            'request_id' => new Rpc\RequestId(['id' => $this->request_id]),
+            'header' => new Codetrace\HeaderPayload([
+                'request' => new Codetrace\Request(['kind' => $facts['kind'] + 1]),
+                'format_minor' => 0,
+                'format_major' => 1,
+                'word_8' => $facts['records'],
+                'word_12' => $facts['places'],
+                'word_16' => $facts['record_size'],
+                'long_24' => $facts['started'],
+                'long_32' => $facts['duration'],
+            ]),
+        ]));
+        foreach (['rpc_data' => $facts['body'], 'rpc_add_data' => $facts['added']] as $member => $chunks) {
+            foreach ($chunks as $i => $chunk) {
+                $more = $i < count($chunks) - 1;
+                $this->file->append($member, $chunk, ['request_id' => $this->request_id, 'more' => $more]);
+            }
+        }
     }
 
     private function notify(int $timestamp, string $member, object $payload): void

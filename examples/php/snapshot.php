@@ -30,7 +30,7 @@ final class Snapshot
     /** Arguments of calls: enough to recognise them. */
     public static function of_argument(mixed $value): array
     {
-        return (new self(levels: 3, elements: 8, bytes: 256))->node($value, 0);
+        return (new self(levels: 3, elements: 6, bytes: 128))->node($value, 0);
     }
 
     /** The object of a call: its class, and its own plain properties. */
@@ -67,7 +67,7 @@ final class Snapshot
 
     private function properties(object $object, int $level): array
     {
-        if ($level >= $this->levels || $object instanceof \Closure) {
+        if ($level >= $this->levels || $object instanceof \Closure || $object instanceof \SensitiveParameterValue) {
             return [];
         }
         $properties = [];
