@@ -32,6 +32,9 @@ require __DIR__ . '/request_facts.php';
 require __DIR__ . '/handlers.php';
 require __DIR__ . '/code_trace.php';
 require __DIR__ . '/monitor.php';
+require __DIR__ . '/profiler.php';
+require __DIR__ . '/sql.php';
+require __DIR__ . '/storage.php';
 require __DIR__ . '/recorder.php';
 
 spl_autoload_register(static function (string $class): void {

@@ -19,6 +19,8 @@ final class ProtobufReports
         'slow_function' => 0, 'function_error' => 1, 'slow_request' => 2, 'high_memory_usage' => 3, 'php_error' => 4,
         'custom' => 5,
     ];
+    private const IN_SOURCE = 1; // the kind of a function that has a location
+    private const ABSENT = -1;
 
     public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
     {
@@ -148,6 +150,77 @@ final class ProtobufReports
                 $this->file->append($member, $prefix . $chunk, $beside);
             }
         }
+    }
+
+    public function functions(array $facts): void
+    {
+        $functions = [];
+        foreach ($facts['functions'] as $line) {
+            $functions[] = new Glimmet\PBFunction([
+                'name' => $line['name'],
+                'file' => $line['file'],
+                'time_first' => new Duration(time_fields($line['time'])),
+                'time_second' => new Duration(time_fields($line['own'])),
+                'kind' => $line['file'] !== '' ? self::IN_SOURCE : 0,
+                'count' => $line['samples'],
+                'line' => $line['line'],
+                'line_extra' => $line['last_line'],
+            ]);
+        }
+        $this->append('functions', new Glimmet\Functions(['functions' => $functions]));
+    }
+
+    public function sql(array $facts): void
+    {
+        $connections = $transactions = $queries = [];
+        foreach ($facts['connections'] as $id => $connection) {
+            $connections[] = new Glimmet\SqlConnection(['id' => $id] + $connection);
+        }
+        foreach ($facts['transactions'] as $id => $transaction) {
+            $message = new Glimmet\SqlTransaction([
+                'id' => $id,
+                'time' => new Duration(time_fields($transaction['duration'])),
+                'extra_number' => $transaction['rows'] ?? self::ABSENT,
+            ]);
+            if ($transaction['parent'] !== null) {
+                $message->setParentId($transaction['parent']);
+            }
+            $transactions[] = $message;
+        }
+        foreach ($facts['queries'] as $query) {
+            $message = new Glimmet\SqlQuery([
+                'text' => $query['text'],
+                'time' => new Duration(time_fields($query['duration'])),
+                'stack_trace' => new Php\StackTrace(['frames' => ProtobufValues::frames($query['frames'])]),
+                'kind' => $query['kind'],
+                'status' => $query['status'],
+                'wide_number' => $query['rows'],
+                'extra_number' => $query['parameters'] ?? self::ABSENT,
+                'source_kind' => $query['source'],
+            ]);
+            if ($query['error'] !== null) {
+                $message->setError(new Glimmet\SqlError(['message' => $query['error']]));
+            }
+            if ($query['connection'] !== null) {
+                $message->setConnectionId($query['connection']);
+            }
+            if ($query['transaction'] !== null) {
+                $message->setTransactionId($query['transaction']);
+            }
+            $queries[] = $message;
+        }
+        $this->append('sql_connections', new Glimmet\SqlConnections(['connections' => $connections]));
+        $this->append('sql_transactions', new Glimmet\SqlTransactions(['transactions' => $transactions]));
+        $this->append('sql_queries', new Glimmet\SqlQueries(['queries' => $queries]));
+    }
+
+    public function storage(array $facts): void
+    {
+        $entries = [];
+        foreach ($facts['entries'] as $name => $values) {
+            $entries[] = new Glimmet\StorageEntry(['name' => (string) $name, 'values' => $values]);
+        }
+        $this->append('storage', new Glimmet\Storage(['name' => $facts['name'], 'entries' => $entries]));
     }
 
     private function superglobals(array $superglobals): void

@@ -22,6 +22,9 @@ final class Recorder
     private readonly Reports $reports;
     private readonly CodeTrace $code_trace;
     private readonly Monitor $monitor;
+    private readonly Profiler $profiler;
+    private readonly Sql $sql;
+    private readonly Storage $storage;
     /** @var array what the start report holds */
     private readonly array $start;
     private int $started = 0;
@@ -60,6 +63,9 @@ final class Recorder
         $this->start = RequestFacts::start();
         $this->code_trace = new CodeTrace($this->reports);
         $this->monitor = new Monitor($this->reports, $this->code_trace, $this->start['superglobals']);
+        $this->profiler = new Profiler($this->reports);
+        $this->sql = new Sql($this->reports);
+        $this->storage = new Storage($this->reports);
     }
 
     private function start(): void
@@ -68,13 +74,17 @@ final class Recorder
         (new Handlers($this))->install();
         $calls = new Calls($this->reports);
         $this->monitor->install($calls);
+        $this->sql->install($calls);
         register_shutdown_function($this->fatal_error(...));
+        $this->profiler->stop_at_the_end();
         // Everything of the request comes before the last call of the outermost output buffer, also what shutdown
         // functions and destructors do. The application can empty this buffer but not remove it.
         ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
         if (isset($_SERVER['HTTP_X_CODE_TRACE'])) {
             $this->code_trace->start(CodeTrace::BY_THE_CLIENT);
         }
+        $this->storage->start();
+        $this->profiler->start();
         $this->started = hrtime(true);
     }
 
@@ -153,6 +163,9 @@ final class Recorder
         $this->fatal_error();
         $this->monitor->end($duration, $memory[1]);
         $this->code_trace->end();
+        $this->profiler->report();
+        $this->sql->report();
+        $this->storage->report();
 
         $headers = RequestFacts::response_headers();
         $types = array_filter($headers, static fn (array $header) => strtolower($header[0]) === 'content-type');

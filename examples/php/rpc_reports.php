@@ -7,6 +7,7 @@ namespace Tarnwick\Example;
 use Google\Protobuf\Duration;
 use Google\Protobuf\Timestamp;
 use Tarnwick\Rpc\Codetrace\V1 as Codetrace;
+use Tarnwick\Rpc\Glimmet\V1 as Glimmet;
 use Tarnwick\Rpc\Monitor\V1 as Monitor;
 use Tarnwick\Rpc\Php\V1 as Rpc;
 use Tarnwick\Rpc\V1\VersionInfo;
@@ -139,9 +140,76 @@ final class RpcReports
         }
     }
 
+    public function functions(array $facts): void
+    {
+        $functions = [];
+        foreach ($facts['functions'] as $line) {
+            $function = new Glimmet\PBFunction(['name' => $line['name'], 'stats' => new Glimmet\FunctionStats([
+                'time_first' => new Duration(time_fields($line['time'])),
+                'time_second' => new Duration(time_fields($line['own'])),
+                'count' => $line['samples'],
+            ])]);
+            if ($line['file'] !== '') {
+                $location = RpcValues::location($line['file'], $line['line']);
+                $function->setLocation($location->setLineExtra($line['last_line']));
+            }
+            $functions[] = $function;
+        }
+        $this->profiled('functions', new Glimmet\Functions(['functions' => $functions]));
+    }
+
+    public function sql(array $facts): void
+    {
+        $connections = $transactions = $queries = [];
+        foreach ($facts['connections'] as $id => $connection) {
+            $connections[] = new Glimmet\SqlConnection(['id' => $id] + $connection);
+        }
+        foreach ($facts['transactions'] as $id => $transaction) {
+            $transactions[] = new Glimmet\SqlTransaction(['id' => $id] + self::present([
+                'parent_id' => $transaction['parent'],
+                'extra_number' => $transaction['rows'],
+                'time' => new Duration(time_fields($transaction['duration'])),
+            ]));
+        }
+        foreach ($facts['queries'] as $query) {
+            $queries[] = new Glimmet\SqlQuery(self::present([
+                'text' => $query['text'],
+                'error' => $query['error'] === null ? null : new Glimmet\SqlError(['message' => $query['error']]),
+                'time' => new Duration(time_fields($query['duration'])),
+                'stack_trace' => RpcValues::stack_trace($query['frames']),
+                'kind' => $query['kind'],
+                'connection_id' => $query['connection'],
+                'source_kind' => $query['source'],
+                'transaction_id' => $query['transaction'],
+                'wide_number' => $query['rows'],
+                'status' => $query['status'],
+                'extra_number' => $query['parameters'],
+            ]));
+        }
+        $this->profiled('sql_queries', new Glimmet\SqlQueries([
+            'connections' => $connections,
+            'transactions' => $transactions,
+            'queries' => $queries,
+        ]));
+    }
+
+    public function storage(array $facts): void
+    {
+        $entries = [];
+        foreach ($facts['entries'] as $name => $values) {
+            $entries[] = new Glimmet\StorageEntry(['name' => (string) $name, 'values' => $values]);
+        }
+        $this->profiled('storage', new Glimmet\Storage(['name' => $facts['name'], 'entries' => $entries]));
+    }
+
     private function notify(int $timestamp, string $member, object $payload): void
     {
         $this->file->append('rpc_php', new Rpc\NotifyRequest([$member => $payload] + $this->envelope($timestamp)));
+    }
+
+    private function profiled(string $member, object $payload): void
+    {
+        $this->file->append('rpc_glimmet', new Glimmet\NotifyRequest([$member => $payload] + $this->envelope(now())));
     }
 
     private function envelope(int $timestamp): array
@@ -150,6 +218,12 @@ final class RpcReports
             'request_id' => new Rpc\RequestId(['id' => $this->request_id]),
             'timestamp' => new Timestamp(time_fields($timestamp)),
         ];
+    }
+
+    /** What is null stays unset. */
+    private static function present(array $fields): array
+    {
+        return array_filter($fields, static fn (mixed $value): bool => $value !== null);
     }
 
     private static function php_error(array $facts): Rpc\Error
