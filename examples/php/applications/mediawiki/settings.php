@@ -2,7 +2,7 @@
 
 /*
  * Stands at the end of the wiki's LocalSettings.php: uploads, reports of the exceptions that the wiki catches itself,
- * and an extension with a fault.
+ * an event for each page saved, and an extension with a fault.
  */
 
 declare(strict_types=1);
@@ -19,6 +19,13 @@ $wgJobRunRate = 0;
 $wgHooks['LogException'][] = static function (Throwable $exception): void {
     if (class_exists(Recorder::class, false) && !$exception instanceof ErrorException) {
         Recorder::caught($exception);
+    }
+};
+
+$wgHooks['PageSaveComplete'][] = static function ($page, $user, string $summary, int $flags, $revision): void {
+    if (class_exists(Recorder::class, false)) {
+        $edit = ['summary' => $summary, 'bytes' => $revision->getSize(), 'first' => (bool) ($flags & EDIT_NEW)];
+        Recorder::event('page saved', $page->getTitle()->getPrefixedText(), $edit, 0);
     }
 };
 
