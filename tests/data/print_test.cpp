@@ -87,14 +87,6 @@ TEST(Print, takes_the_format_of_a_string)
     EXPECT_EQ(fmt::format("{:>5}|{:.1}", php::RequestId(7), php::RequestId(42)), "    7|4");
 }
 
-template <class T>
-std::string written(T const &value)
-{
-    TextWriter writer;
-    walk(writer, value);
-    return writer.line();
-}
-
 TEST(TextWriter, tells_null_empty_and_absent_apart)
 {
     EXPECT_EQ(written(QString()), "null");

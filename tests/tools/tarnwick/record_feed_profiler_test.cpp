@@ -12,7 +12,7 @@
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdint>
 #include <string>
