@@ -12,19 +12,17 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <unistd.h>
+#include <utility>
 
 #include <zmq.h>
 
 using namespace tarnwick::data::codetrace;
-using tarnwick::data::php::RequestId;
 
 namespace {
 

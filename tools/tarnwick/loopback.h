@@ -26,7 +26,7 @@ private:
     };
     using Socket = std::unique_ptr<void, Close>;
 
-    Socket pair() const;
+    [[nodiscard]] Socket pair() const;
 
     std::unique_ptr<void, Terminate> context_;
     Socket sender_;

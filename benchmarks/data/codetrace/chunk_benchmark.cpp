@@ -78,9 +78,14 @@ void copy(benchmark::State &state)
 constexpr std::int64_t kib = 1024;
 constexpr std::int64_t mib = 1024 * kib;
 
-BENCHMARK(rpc)->Name("Chunk/rpc")->Arg(kib)->Arg(mib)->Arg(64 * mib);
-BENCHMARK(protobuf)->Name("Chunk/protobuf")->Arg(kib)->Arg(mib)->Arg(64 * mib);
-BENCHMARK(copy)->Name("Chunk/copy_of_bytes")->Arg(kib)->Arg(mib)->Arg(64 * mib);
+[[maybe_unused]] bool const registered = [] {
+    for (auto const size : {kib, mib, 64 * mib}) {
+        benchmark::RegisterBenchmark("Chunk/rpc", rpc)->Arg(size);
+        benchmark::RegisterBenchmark("Chunk/protobuf", protobuf)->Arg(size);
+        benchmark::RegisterBenchmark("Chunk/copy_of_bytes", copy)->Arg(size);
+    }
+    return true;
+}();
 
 } // namespace
 } // namespace tarnwick::data::codetrace

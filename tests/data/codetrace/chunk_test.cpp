@@ -82,7 +82,7 @@ private:
 template <class Record>
 class ChunkOf : public testing::Test {
 public:
-    using Payload = typename Record::Pointer::Type;
+    using Payload = Record::Pointer::Type;
 
     static Record from_rpc(zeromq::msg_t &&message, std::uint64_t request_id = 7)
     {
@@ -186,7 +186,7 @@ TYPED_TEST(ChunkOf, no_byte_of_a_large_message_is_copied)
 
 TYPED_TEST(ChunkOf, a_small_messages_bytes_are_seen_where_they_moved_to)
 {
-    using Payload = typename TestFixture::Payload;
+    using Payload = TestFixture::Payload;
     alignas(Payload) std::byte place[sizeof(Payload)];
     auto const is_inside_the_record = [&](char const *data) {
         auto const *const begin = reinterpret_cast<char const *>(place);
@@ -338,7 +338,7 @@ TYPED_TEST(ChunkOf, of_an_argument_that_was_moved_from_is_empty)
 
 TYPED_TEST(ChunkOf, takes_no_heap_memory_to_build)
 {
-    using Payload = typename TestFixture::Payload;
+    using Payload = TestFixture::Payload;
     alignas(Payload) std::byte place[sizeof(Payload)];
     for (auto const size : sizes) {
         SCOPED_TRACE(size);

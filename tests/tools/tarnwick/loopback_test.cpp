@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -12,7 +13,7 @@ namespace {
 TEST(Loopback, gives_each_part_with_its_bytes_and_the_transports_word_on_further_ones)
 {
     Loopback loopback;
-    for (std::size_t const size : {0, 1, 33, 34, 5'000'000}) {
+    for (auto const size : std::initializer_list<std::size_t>{0, 1, 33, 34, 5'000'000}) {
         for (bool const more : {true, true, false, true, false, false}) {
             SCOPED_TRACE(size);
             SCOPED_TRACE(more);
