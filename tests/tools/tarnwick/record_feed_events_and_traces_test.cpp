@@ -204,5 +204,47 @@ TEST(RecordFeed, feeds_chunk_after_chunk)
     EXPECT_TRUE(file.content() == expected);
 }
 
+TEST(RecordFeed, prints_events_and_traces_for_people)
+{
+    test::MemoryFile const file;
+    Output output(file.descriptor());
+    RecordPrinter printer(output, {});
+    RecordFeed feed(printer, false);
+    EXPECT_EQ(feed.feed(rpc_monitor("timestamp { seconds: 1 } text: 't' slow_function_exec { function { name: 'f' } "
+                                    "stack_trace { } duration { nanos: 5000000 } }")),
+              "");
+    EXPECT_EQ(feed.feed(rpc_codetrace("request_id { id: 7 }")), "");
+    EXPECT_EQ(feed.feed(rpc_data("\xff" + std::string(999, 'x'), true)), "");
+    output.flush();
+    EXPECT_EQ(file.content(), R"(monitor.Event  frame 0 at byte 0, rpc
+  request_id       0
+  timestamp        1970-01-01 00:00:01.000000000 UTC
+  kind             0
+  event_text       "t"
+  function
+    name             "f"
+    args             []
+    call_value       -
+    location         -
+    frame_number     0
+  stack_trace      []
+  event_flag       false
+  details          SlowFunctionExec
+    duration         5.000000 ms
+
+codetrace.Header  frame 0 at byte 0, rpc
+  request_id       7
+  trace_kind       3
+  dump_header      43540100000000000000000000000000000000000000000000000000000000000000000000000000
+
+codetrace.Data  frame 0 at byte 0, rpc
+  request_id       18446744073709551615
+  data             "\xff)" + std::string(239, 'x') + R"(" and 760 bytes more
+  size             1000
+  more             true
+
+)");
+}
+
 } // namespace
 } // namespace tarnwick::program
