@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <barrier>
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <thread>
@@ -183,6 +184,24 @@ void at_once(std::vector<std::function<void()>> const &actions)
         });
     }
 }
+
+#ifdef __SANITIZE_THREAD__
+
+// What the two cases below say under ThreadSanitizer counts for as much as this.
+TEST(SqlTransactionChainDeathTest, threads_meet_so_that_a_race_is_seen)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    constexpr int exit_code_of_the_sanitizer = 66;
+    EXPECT_EXIT(
+        {
+            int shared = 0;
+            at_once({[&shared] { ++shared; }, [&shared] { ++shared; }});
+            std::exit(0);
+        },
+        testing::ExitedWithCode(exit_code_of_the_sanitizer), "data race");
+}
+
+#endif
 
 TEST(SqlTransactionChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
 {
