@@ -1,11 +1,15 @@
 #include <tarnwick/tarnwick_utils.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/log.h>
+#include <tarnwick/qstring_format.h>
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -21,6 +25,8 @@ using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
 using RpcZVal = tarnwick::rpc::php::v1::ZVal;
 using tarnwick::data::text;
 using tarnwick::data::view;
+
+constexpr tarnwick::Log log{"libs/tarnwick/tarnwick_utils"};
 
 constexpr int nanos_per_millisecond = 1'000'000;
 
@@ -77,6 +83,12 @@ QVariant variant_of_time(google::protobuf::Timestamp const &time)
 {
     auto const whole_seconds = QDateTime::fromSecsSinceEpoch(time.seconds(), QTimeZone::utc());
     return whole_seconds.addMSecs(time.nanos() / nanos_per_millisecond);
+}
+
+QString resolved_path(QString const &path)
+{
+    auto canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
 }
 
 } // namespace
@@ -219,6 +231,16 @@ QVariant qvariant_from_protobuf_zval(RpcZVal const &message)
     default:
         return {};
     }
+}
+
+bool check_obsolete_db_path(QString const &current, QString const &expected)
+{
+    if (current.isEmpty())
+        return true;
+    auto const current_path = resolved_path(current);
+    auto const expected_path = resolved_path(expected);
+    log(PLogger::Level::info, "Current path: '{}', expected path: '{}'", current_path, expected_path);
+    return current_path == expected_path;
 }
 
 } // namespace PelorinPHPX

@@ -1,7 +1,7 @@
 #pragma once
 
-// Bridge between QVariant and messages that hold a PHP value. Programs that hold Qt values fill messages with them and
-// read them back; records play no part in it.
+// Two things that programs need beside records: the bridge between QVariant and messages that hold a PHP value, by which
+// those that hold Qt values fill messages and read them back, and the check of a database path.
 
 #include <tarnwick/export.h>
 
@@ -49,5 +49,10 @@ TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QMa
 /// nor an array, and the arrays, objects and resources of the rpc dialect.
 [[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal const &message);
 [[nodiscard]] TARNWICK_EXPORT QVariant qvariant_from_protobuf_zval(tarnwick::rpc::php::v1::ZVal const &message);
+
+/// Whether a configured database path is empty or names the same place as the expected one. Paths that exist are compared
+/// by what they lead to, links followed; others by their text, cleaned of `.`, `..` and doubled separators, and a
+/// relative one stays relative.
+[[nodiscard]] TARNWICK_EXPORT bool check_obsolete_db_path(QString const &current, QString const &expected);
 
 } // namespace PelorinPHPX

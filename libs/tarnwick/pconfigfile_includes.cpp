@@ -1,0 +1,67 @@
+// ConfigFile: includes.
+
+#include <tarnwick/pconfig_observer.h>
+#include <tarnwick/pconfigfile.h>
+#include <tarnwick/pexception.h>
+#include <tarnwick/qstring_format.h>
+
+#include <fmt/format.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+namespace PelorinPHPX {
+namespace {
+
+bool is_wildcard(QString const &file_name)
+{
+    return file_name.contains(u'?') || file_name.contains(u'*');
+}
+
+} // namespace
+
+void ConfigFile::include_file(QString include)
+{
+    QFileInfo const target(QDir::isRelativePath(include) ? path_ + u'/' + include : include);
+    auto const file_name = target.fileName();
+    if (!is_wildcard(file_name)) {
+        include_one(include, target);
+        return;
+    }
+    QDir folder(target.path(), file_name);
+    folder.setFilter(QDir::Files);
+    folder.setSorting(QDir::Name);
+    auto const entries = folder.entryInfoList();
+    if (entries.isEmpty() && observer_ != nullptr)
+        observer_->matched_nothing(*this, include);
+    // Each is merged before the next is read, and so visible to it. Messages name the entry, not the wildcard.
+    for (auto const &entry : entries)
+        include_one(entry.filePath(), entry);
+}
+
+void ConfigFile::include_one(QString const &name, QFileInfo const &target)
+{
+    if (test_recursion(target.canonicalFilePath()))
+        throw PException(fmt::format("recursive include='{}' at {}:{}", name, file_path_, line_no_));
+    ConfigFile included(*this, target.filePath());
+    try {
+        included.load();
+    } catch (PException const &error) {
+        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", name, file_path_, line_no_, error.what()));
+    }
+    merge(included);
+    if (observer_ != nullptr)
+        observer_->merged(*this, included);
+}
+
+// This file itself is left out: one that includes itself is read once more, as its own child, and refused there.
+bool ConfigFile::test_recursion(QString const &canonical_path) const
+{
+    for (ConfigFile const *file = parent_; file != nullptr; file = file->parent_) {
+        if (file->canonical_file_path_ == canonical_path)
+            return true;
+    }
+    return false;
+}
+
+} // namespace PelorinPHPX

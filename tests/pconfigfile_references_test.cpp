@@ -1,0 +1,256 @@
+// ConfigFile: references and quotes in values.
+
+#include "support/by_name.h"
+#include "support/config_files.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace tarnwick::test {
+namespace {
+
+// Set for a test alone, and never by the machine that it runs on.
+constexpr char const *variable = "TARNWICK_TEST_E";
+
+struct ValueCase {
+    char const *name;
+    std::string value;
+    std::optional<std::string> stored; ///< absent: the directive is dropped
+};
+
+class Value : public testing::TestWithParam<ValueCase> {};
+
+TEST_P(Value, is_stored)
+{
+    Texts expected{"Y=1"};
+    if (GetParam().stored)
+        expected.push_back("a=" + *GetParam().stored);
+    EXPECT_EQ(read("Y = 1\na = " + GetParam().value + "\n"), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Quotes, Value,
+    testing::Values(ValueCase{"Plain", "plain text", "plain text"}, ValueCase{"BlanksInQuotes", "\"  x  \"", "  x  "},
+                    ValueCase{"OnlyBlanksInQuotes", "\"   \"", "   "}, ValueCase{"OtherQuoteInside", "'x\"y'", "x\"y"},
+                    ValueCase{"SameQuoteInside", "'it's'", "it's"}, ValueCase{"OnePairGoes", "\"\"x\"\"", "\"x\""},
+                    ValueCase{"QuoteInside", "it's", "it's"}, ValueCase{"QuoteAtTheEnd", "x\"", "x\""},
+                    ValueCase{"EmptyInQuotes", "\"\"", ""}, ValueCase{"EmptyInSingleQuotes", "''", ""},
+                    ValueCase{"NoEscapes", R"("a\"b\")", R"(a\"b\)"},
+                    ValueCase{"ProtectWhatComesAfterAHash", "\"1 # b\"", "1 # b"}),
+    by_name);
+
+INSTANTIATE_TEST_SUITE_P(
+    References, Value,
+    testing::Values(ValueCase{"ToAKey", "${Y}", "1"}, ValueCase{"InQuotes", "\"${Y}\"", "${Y}"},
+                    ValueCase{"InSingleQuotes", "'${Y}'", "${Y}"}, ValueCase{"BehindText", "x${Y}", "x${Y}"},
+                    ValueCase{"BeforeText", "${Y}x", "${Y}x"}, ValueCase{"Two", "${Y}${Y}", "${Y}${Y}"},
+                    ValueCase{"ToNothing", "${X}", std::nullopt}, ValueCase{"EmptyDefault", "${X:-}", std::nullopt},
+                    ValueCase{"Default", "${X:-d e}", "d e"}, ValueCase{"DefaultWithBlanks", "${X:- d }", " d "},
+                    ValueCase{"DefaultInQuotes", "${X:-\"d e\"}", "d e"},
+                    ValueCase{"EmptyDefaultInQuotes", "${X:-\"\"}", ""},
+                    ValueCase{"DefaultThatLooksLikeOne", "${X:-${Y}}", "${Y}"},
+                    ValueCase{"DefaultWithABrace", "${X:-b}c}", "b}c"}, ValueCase{"DefaultUnused", "${Y:-d}", "1"},
+                    ValueCase{"EmptyDefaultUnused", "${Y:-}", "1"}, ValueCase{"NameWithDigitFirst", "${1Y}", "${1Y}"},
+                    ValueCase{"NameWithPointFirst", "${.Y}", "${.Y}"}, ValueCase{"NameWithDash", "${Y-Y}", "${Y-Y}"},
+                    ValueCase{"NameWithBlank", "${ Y}", "${ Y}"}, ValueCase{"NameThatIsEmpty", "${}", "${}"},
+                    ValueCase{"NameOutsideAscii", "${\xC3\xA9}", "${\xC3\xA9}"},
+                    ValueCase{"ColonAlone", "${Y:x}", "${Y:x}"}, ValueCase{"DashAlone", "${Y-x}", "${Y-x}"},
+                    ValueCase{"WithoutBrace", "${Y", "${Y"}, ValueCase{"WithoutBraces", "$Y", "$Y"},
+                    ValueCase{"DollarTwice", "$${Y}", "$${Y}"}, ValueCase{"NamesHaveCase", "${y}", std::nullopt},
+                    ValueCase{"NameWithEverything", "${_aZ9_.}", std::nullopt}),
+    by_name);
+
+TEST(Quotes, that_do_not_end_are_a_fault)
+{
+    ConfigFolder const folder;
+    for (auto const *value : {"\"x", "\"", "'", "\"x'", "'x\"", "${X:-\"}", "${X:-'d}"}) {
+        auto const file = folder.write("f.conf", std::string("# c\na = ") + value + "\n");
+        EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":2")
+            << value;
+    }
+}
+
+TEST(Quotes, that_do_not_end_are_a_fault_outside_the_prefix_too)
+{
+    ConfigFolder const folder;
+    auto const file = folder.write("f.conf", "other = 'x\n");
+    EXPECT_EQ(failure(file, "app"), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":1");
+}
+
+TEST(Unescaped, removes_one_pair)
+{
+    ConfigFile const config(QString(u"f.conf"), QString());
+    auto const unescaped = [&](char16_t const *value) { return config.unescaped(QString(value)); };
+    EXPECT_EQ(unescaped(u""), QString());
+    EXPECT_EQ(config.unescaped(QString()), QString());
+    EXPECT_EQ(unescaped(u" 'x' "), QString(u" 'x' "));
+    EXPECT_EQ(unescaped(u"'x'"), QString(u"x"));
+    EXPECT_EQ(failure_of([&] { (void)unescaped(u"'"); }), "unterminated string literal at f.conf:0");
+}
+
+TEST(IsVar, delivers_the_parts)
+{
+    ConfigFile const config(QString(u"f.conf"), QString());
+    struct Case {
+        char const *value;
+        bool is_var;
+        char const *name;
+        std::optional<std::string> default_value;
+    };
+    Case const cases[] = {
+        {"${A}", true, "A", {}},
+        {"${A:-}", true, "A", {}},
+        {"${A:-d}", true, "A", "d"},
+        {"${a.b}", true, "a.b", {}},
+        {"${A:-b}c}", true, "A", "b}c"},
+        {"${A:-:-}", true, "A", ":-"},
+        {"x", false, "", {}},
+        {"", false, "", {}},
+        {" ${A}", false, "", {}},
+        {"${A} ", false, "", {}},
+        {"${A:-\n}", false, "", {}},
+        {"${A}}", false, "", {}},
+    };
+    for (auto const &row : cases) {
+        QString name;
+        std::optional<QString> default_value;
+        EXPECT_EQ(config.is_var(q(row.value), name, default_value), row.is_var) << row.value;
+        EXPECT_EQ(name.toStdString(), row.name) << row.value;
+        EXPECT_EQ(default_value ? std::optional(default_value->toStdString()) : std::nullopt, row.default_value)
+            << row.value;
+    }
+}
+
+TEST(IsVar, leaves_what_it_does_not_deliver)
+{
+    ConfigFile const config(QString(u"f.conf"), QString());
+    QString name(u"before");
+    std::optional<QString> default_value(u"before");
+    EXPECT_FALSE(config.is_var(QString(u"x"), name, default_value));
+    EXPECT_EQ(name, QString(u"before"));
+    EXPECT_TRUE(config.is_var(QString(u"${A:-}"), name, default_value));
+    EXPECT_EQ(name, QString(u"A"));
+    EXPECT_EQ(default_value, QString(u"before"));
+}
+
+TEST(GetVar, asks_file_parent_environment_and_default_in_turn)
+{
+    ConfigFile root(QString(u"root.conf"), QString());
+    ConfigFile parent(root, QString(u"parent.conf"));
+    ConfigFile file(parent, QString(u"file.conf"));
+    QString const name(QLatin1StringView{variable});
+    auto const get = [&] { return file.get_var(name, QString(u"default")); };
+
+    EXPECT_EQ(file.get_var(name, std::nullopt), std::nullopt);
+    EXPECT_EQ(get(), QString(u"default"));
+    root.add_value(name, QString(u"root"));
+    EXPECT_EQ(get(), QString(u"default")) << "a grandparent is out of reach";
+    Variable const environment(variable, "environment");
+    EXPECT_EQ(get(), QString(u"environment"));
+    parent.add_value(name, QString(u"parent 1"));
+    parent.add_value(name, QString(u"parent 2"));
+    EXPECT_EQ(get(), QString(u"parent 2"));
+    file.add_value(QString(u"other"), QString(u"x"));
+    EXPECT_EQ(get(), QString(u"parent 2"));
+    file.add_value(name, QString());
+    EXPECT_EQ(get(), QString(u"")) << "an empty value counts";
+    file.add_value(name, QString(u"file"));
+    EXPECT_EQ(get(), QString(u"file"));
+}
+
+TEST(GetVar, asks_no_table_for_a_name_outside_the_prefix)
+{
+    QString const name(QLatin1StringView{variable});
+    ConfigFile root(QString(u"root.conf"), QString(u"app"));
+    ConfigFile const parent(root, QString(u"parent.conf"));
+    ConfigFile file(parent, QString(u"file.conf"));
+    file.add_value(name, QString(u"table"));
+    EXPECT_EQ(file.get_var(name, std::nullopt), std::nullopt);
+    EXPECT_EQ(file.get_var(QString(u"app.") + name, std::nullopt), QString(u"table")) << "the root's prefix counts";
+    Variable const environment(variable, "environment");
+    EXPECT_EQ(file.get_var(name, std::nullopt), QString(u"environment"));
+}
+
+TEST(GetVar, does_not_look_into_what_it_found)
+{
+    ConfigFile file(QString(u"file.conf"), QString());
+    file.add_value(QString(u"A"), QString(u"${B}"));
+    file.add_value(QString(u"B"), QString(u"1"));
+    EXPECT_EQ(file.get_var(QString(u"A"), std::nullopt), QString(u"${B}"));
+    EXPECT_EQ(file.get_var(QString(u"C"), QString(u"${B}")), QString(u"${B}"));
+}
+
+TEST(References, see_the_newest_value_above_them)
+{
+    EXPECT_EQ(read("a = 1\na = 2\nb = ${a}\na = 3\n"), (Texts{"a=3", "a=2", "a=1", "b=2"}));
+    EXPECT_EQ(read("b = ${a:-none}\na = 1\n"), (Texts{"a=1", "b=none"}));
+    EXPECT_EQ(read("a = 1\na = ${a}\n"), (Texts{"a=1", "a=1"}));
+}
+
+TEST(References, take_names_with_points_as_they_stand)
+{
+    EXPECT_EQ(read("db.path = /x\nb = ${db.path}\n"), (Texts{"b=/x", "db.path=/x"}));
+}
+
+TEST(References, hold_the_prefix)
+{
+    Variable const environment("TARNWICK_TEST_E", "environment");
+    EXPECT_EQ(read("app.port = 1\napp.b = ${app.port}\n", "app"), (Texts{"b=1", "port=1"}));
+    EXPECT_EQ(read("app.port = 1\napp.b = ${port:-none}\n", "app"), (Texts{"b=none", "port=1"}));
+    EXPECT_EQ(read("app.TARNWICK_TEST_E = 1\napp.b = ${TARNWICK_TEST_E}\n", "app"),
+              (Texts{"TARNWICK_TEST_E=1", "b=environment"}));
+    // The environment is asked for the whole name.
+    Variable const with_prefix("app.TARNWICK_TEST_E", "with prefix");
+    EXPECT_EQ(read("app.b = ${app.TARNWICK_TEST_E}\n", "app"), Texts{"b=with prefix"});
+    EXPECT_EQ(read("app. = 1\napp.b = ${app.}\n", "app"), (Texts{"=1", "b=1"})) << "the empty key can be referred to";
+}
+
+TEST(References, take_the_environment)
+{
+    std::string const line = "a = ${TARNWICK_TEST_E:-d}\n";
+    EXPECT_EQ(read(line), Texts{"a=d"});
+    {
+        Variable const environment(variable, "Gr\xC3\xB6\xC3\x9F"
+                                             "e");
+        EXPECT_EQ(read(line), Texts{"a=Gr\xC3\xB6\xC3\x9F"
+                                    "e"});
+    }
+    {
+        Variable const environment(variable, "");
+        EXPECT_EQ(read(line), Texts{"a=d"}) << "set but empty counts as unset";
+    }
+    {
+        Variable const environment(variable, "\xFF");
+        EXPECT_EQ(read(line), Texts{"a=\xEF\xBF\xBD"});
+    }
+    {
+        Variable const environment(variable, "environment");
+        EXPECT_EQ(read("TARNWICK_TEST_E =\n" + line), (Texts{"TARNWICK_TEST_E=", "a="}));
+        EXPECT_EQ(read("TARNWICK_TEST_E = \"\"\n" + line), (Texts{"TARNWICK_TEST_E=", "a="}));
+    }
+}
+
+TEST(References, deliver_what_is_unquoted_but_not_stripped)
+{
+    ConfigFolder const folder;
+    auto const file = folder.write("f.conf", "a = ${TARNWICK_TEST_E}\n");
+    {
+        Variable const environment(variable, "\"x\"");
+        EXPECT_EQ(loaded(file), Texts{"a=x"});
+    }
+    {
+        Variable const environment(variable, " \"x\" ");
+        EXPECT_EQ(loaded(file), Texts{"a= \"x\" "});
+    }
+    {
+        Variable const environment(variable, "'x");
+        EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":1");
+    }
+    EXPECT_EQ(read("a = ''x''\nb = ${a}\n"), (Texts{"a='x'", "b=x"}));
+    EXPECT_EQ(read("a = \"${B}\"\nB = 1\nb = ${a}\n"), (Texts{"B=1", "a=${B}", "b=${B}"}));
+}
+
+} // namespace
+} // namespace tarnwick::test

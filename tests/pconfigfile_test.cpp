@@ -1,0 +1,401 @@
+// Reading a file: lines, directives, the prefix, the table, what a fault says and what is logged. References and quotes
+// stand in pconfigfile_references_test.cpp, includes in pconfigfile_includes_test.cpp.
+
+#include "support/by_name.h"
+#include "support/config_files.h"
+#include "support/log_lines.h"
+
+#include <gtest/gtest.h>
+
+#include <ios>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace tarnwick::test {
+namespace {
+
+static_assert(!std::is_polymorphic_v<ConfigFile>);
+static_assert(std::is_nothrow_move_constructible_v<ConfigFile> && std::is_copy_constructible_v<ConfigFile>);
+
+std::string const bom = "\xEF\xBB\xBF";
+std::string const no_break_space = "\xC2\xA0";
+
+struct ContentCase {
+    std::string name;
+    std::string content;
+    Texts table;
+    std::string app = {}; // NOLINT(readability-redundant-member-init): designators leave it out
+};
+
+class Content : public testing::TestWithParam<ContentCase> {};
+
+TEST_P(Content, becomes_a_table)
+{
+    EXPECT_EQ(read(GetParam().content, GetParam().app), GetParam().table);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Content,
+    testing::Values(
+        ContentCase{"EmptyFile", "", {}}, ContentCase{"OnlyALineFeed", "\n", {}},
+        ContentCase{"OnlyComments", "# a = 1\n; b = 2\n", {}},
+        ContentCase{"IndentedComments", " \t # a = 1\n  ; b = 2\n \t\n", {}},
+        ContentCase{"LastLineWithoutLineFeed", "a = 1\nb = 2", {"a=1", "b=2"}},
+        ContentCase{"CommentAsLastLineWithoutLineFeed", "a = 1\n#", {"a=1"}},
+        ContentCase{"CarriageReturns", "a = 1\r\n\r\n# c\r\nb = 2\r\n", {"a=1", "b=2"}},
+        ContentCase{"AllAsciiWhiteSpace", " \t\v\f\ra\t = \v 1 \f\r\n", {"a=1"}},
+        ContentCase{"NoWhiteSpace", "a=1\n", {"a=1"}},
+        ContentCase{"WhiteSpaceInside", "a  b = 1 \t 2\n", {"a  b=1 \t 2"}},
+        ContentCase{"UnicodeWhiteSpaceAroundKeyAndValue",
+                    "a" + no_break_space + "=" + no_break_space + "1" + no_break_space + "\n",
+                    {"a=1"}},
+        ContentCase{"CommentBehindUnicodeWhiteSpaceIsAKey", no_break_space + "# a = 1\n", {"# a=1"}},
+        ContentCase{"MoreEqualsSigns", "a=b=c\nd==\n", {"a=b=c", "d=="}},
+        ContentCase{"EmptyValue", "a =\nb=\n", {"a=", "b="}},
+        ContentCase{"NoCommentBehindAValue", "a = 1 # b\nc = 1 ; d\n", {"a=1 # b", "c=1 ; d"}},
+        ContentCase{"NoContinuation", "a = 1 \\\nb = 2\n", {"a=1 \\", "b=2"}},
+        ContentCase{"NoEscapes", "a = \\t\\\"\n", {"a=\\t\\\""}}, ContentCase{"NoSections", "[a] = 1\n", {"[a]=1"}},
+        ContentCase{"SameKeyTwice", "a = 1\na = 2\n", {"a=2", "a=1"}},
+        ContentCase{"SameValueTwice", "a = 1\na = 1\n", {"a=1", "a=1"}},
+        ContentCase{"KeysOfOtherCase", "a = 1\nA = 2\n", {"A=2", "a=1"}},
+        // e with an acute accent, as one character and as two.
+        ContentCase{"KeysAreNotNormalised", "\xC3\xA9 = 1\ne\xCC\x81 = 2\n", {"e\xCC\x81=2", "\xC3\xA9=1"}},
+        ContentCase{"ByteOrderMarkIsDroppedFromADirective", bom + "a = 1\n", {"a=1"}},
+        ContentCase{"ByteOrderMarkIsDroppedFromEveryLine", "a = 1\n" + bom + "b = 2\n", {"a=1", "b=2"}},
+        ContentCase{"ByteOrderMarkInsideStays", "a = " + bom + "1\n", {"a=" + bom + "1"}},
+        ContentCase{"CommentBehindAByteOrderMarkIsAKey", bom + "# a = 1\n", {"# a=1"}},
+        ContentCase{
+            "BytesThatAreNotUtf8", "a\xFF = \xC3(\xF0\x9F\n", {"a\xEF\xBF\xBD=\xEF\xBF\xBD(\xEF\xBF\xBD\xEF\xBF\xBD"}},
+        ContentCase{"Utf8", "Größe = \xF0\x9F\x98\x80\n", {"Größe=\xF0\x9F\x98\x80"}},
+        ContentCase{"Nul", std::string("a\0b = c\0d\n", 10), {std::string("a\0b=c\0d", 7)}},
+        ContentCase{"IncludeOfOtherCaseIsAKey", "Include = x\nINCLUDE = y\n", {"INCLUDE=y", "Include=x"}},
+        ContentCase{"IncludeWithMoreIsAKey", "includes = x\nan include = y\n", {"an include=y", "includes=x"}}),
+    by_name);
+
+INSTANTIATE_TEST_SUITE_P(
+    Prefix, Content,
+    testing::Values(ContentCase{"IsRemoved", "app.port = 1\n", {"port=1"}, "app"},
+                    ContentCase{"OfOthersIsDropped", "other.port = 1\nport = 2\n", {}, "app"},
+                    ContentCase{"OfOtherCaseIsDropped", "APP.port = 1\nApp.port = 2\n", {}, "app"},
+                    ContentCase{"IsRemovedOnce", "app.app.port = 1\n", {"app.port=1"}, "app"},
+                    ContentCase{"StandsAtTheStart", "an.app.port = 1\n", {}, "app"},
+                    ContentCase{"EndsWithThePoint", "app = 1\napplication.port = 2\napp-port = 3\n", {}, "app"},
+                    ContentCase{"AloneIsTheEmptyKey", "app. = 1\n", {"=1"}, "app"},
+                    ContentCase{"MakesIncludeAKey", "app.include = x\n", {"include=x"}, "app"},
+                    ContentCase{"MayHavePoints", "a.b.c = 1\na.c = 2\n", {"c=1"}, "a.b"},
+                    ContentCase{"IsNoPattern", "%1.a = 1\napp.a = 2\n", {"a=1"}, "%1"},
+                    ContentCase{"OfNoneKeepsKeysWhole", "app.port = 1\n.a = 2\n", {".a=2", "app.port=1"}}),
+    by_name);
+
+struct FaultCase {
+    std::string name;
+    std::string content;
+    std::string fault;    ///< FILE stands for the file's name
+    std::string app = {}; // NOLINT(readability-redundant-member-init): designators leave it out
+};
+
+class Fault : public testing::TestWithParam<FaultCase> {};
+
+TEST_P(Fault, is_told_with_its_place)
+{
+    ConfigFolder const folder;
+    auto const file = folder.write("f.conf", GetParam().content);
+    auto const place = file + GetParam().fault.substr(GetParam().fault.find(':'));
+    auto const what = GetParam().fault.substr(0, GetParam().fault.find("FILE"));
+    EXPECT_EQ(failure(file, GetParam().app), "Failed to load '" + file + "':\n\t" + what + place);
+
+    // Without the outer line when the object is the caller's own.
+    ConfigFile config(q(file), q(GetParam().app));
+    EXPECT_EQ(failure_of([&] { config.load(); }), what + place);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Fault,
+    testing::Values(FaultCase{"NoEqualsSign", "a = 1\nb\n", "invalid line at FILE:2"},
+                    FaultCase{"NoEqualsSignBelowComments", "# one\n\noops\n", "invalid line at FILE:3"},
+                    FaultCase{"NoEqualsSignInTheLastLine", "a = 1\n\noops", "invalid line at FILE:3"},
+                    FaultCase{"EqualsSignFirst", "=x\n", "invalid line at FILE:1"},
+                    FaultCase{"EqualsSignFirstIndented", "  \t=x\n", "invalid line at FILE:1"},
+                    FaultCase{"EqualsSignAlone", "=\n", "invalid line at FILE:1"},
+                    FaultCase{"Section", "[section]\n", "invalid line at FILE:1"},
+                    FaultCase{"ByteOrderMarkAlone", "a = 1\n" + bom + "\n", "invalid line at FILE:2"},
+                    FaultCase{"ByteOrderMarkBeforeAComment", bom + "# note\n", "invalid line at FILE:1"},
+                    FaultCase{"EmptyKey", "a = 1\n" + no_break_space + "= x\n", "empty key at FILE:2"},
+                    FaultCase{"TwoFaultsTellTheFirst", "\none\ntwo\n", "invalid line at FILE:2"},
+                    FaultCase{"OutsideThePrefixToo", "other\n", "invalid line at FILE:1", "app"}),
+    by_name);
+
+TEST(ConfigFile, reads_nothing_before_it_loads)
+{
+    ConfigFolder const folder;
+    auto const file = folder.write("sub/f.conf", "a = 1\n");
+    ConfigFile config(q(folder.path("sub/../sub/./f.conf")), QString(u"app"));
+    EXPECT_EQ(config.parent(), nullptr);
+    EXPECT_EQ(config.file_name(), QString(u"f.conf"));
+    EXPECT_EQ(config.path(), q(folder.path("sub/../sub/.")));
+    EXPECT_EQ(config.file_path(), q(folder.path("sub/../sub/./f.conf")));
+    EXPECT_EQ(config.canonical_file_path(), q(file));
+    EXPECT_EQ(config.prefix(), QString(u"app."));
+    EXPECT_EQ(config.line_no(), 0);
+    EXPECT_TRUE(config.values().isEmpty());
+}
+
+TEST(ConfigFile, has_no_prefix_without_a_name)
+{
+    EXPECT_EQ(ConfigFile(QString(u"f.conf"), QString()).prefix(), std::nullopt);
+    EXPECT_EQ(ConfigFile(QString(u"f.conf"), QString(u"")).prefix(), std::nullopt);
+}
+
+TEST(ConfigFile, remembers_its_parent_and_copies_nothing_of_it)
+{
+    ConfigFile parent(QString(u"/no/such/main.conf"), QString(u"app"));
+    parent.add_value(QString(u"a"), QString(u"1"));
+    ConfigFile const child(parent, QString(u"child.conf"));
+    EXPECT_EQ(child.parent(), &parent);
+    EXPECT_EQ(child.prefix(), std::nullopt);
+    EXPECT_TRUE(child.values().isEmpty());
+    EXPECT_EQ(child.line_no(), 0);
+    EXPECT_EQ(child.path(), QString(u"."));
+    EXPECT_EQ(child.canonical_file_path(), QString());
+}
+
+TEST(ConfigFile, takes_the_prefix_of_the_nearest_file_that_has_one)
+{
+    ConfigFile const root(QString(u"root.conf"), QString(u"app"));
+    ConfigFile const child(root, QString(u"child.conf"));
+    ConfigFile grandchild(child, QString(u"grandchild.conf"));
+    grandchild.process_directive(QString(u"app.port = 1"));
+    grandchild.process_directive(QString(u"other.port = 2"));
+    EXPECT_EQ(table(grandchild), Texts{"port=1"});
+}
+
+TEST(ConfigFile, is_given_another_file_and_keeps_the_rest)
+{
+    ConfigFile config(QString(u"/a/one.conf"), QString(u"app"));
+    config.process_directive(QString(u"app.a = 1"));
+    config.set_file_name(QString(u"/no/such/two.conf"));
+    EXPECT_EQ(config.file_name(), QString(u"two.conf"));
+    EXPECT_EQ(config.path(), QString(u"/no/such"));
+    EXPECT_EQ(config.file_path(), QString(u"/no/such/two.conf"));
+    EXPECT_EQ(config.canonical_file_path(), QString());
+    EXPECT_EQ(config.prefix(), QString(u"app."));
+    EXPECT_EQ(table(config), Texts{"a=1"});
+}
+
+TEST(ConfigFile, counts_every_line)
+{
+    ConfigFolder const folder;
+    ConfigFile config(q(folder.write("f.conf", "# one\n\n  \na = 1\r\n; five")), QString());
+    config.load();
+    EXPECT_EQ(config.line_no(), 5);
+}
+
+TEST(ConfigFile, adds_everything_again_when_it_loads_again)
+{
+    ConfigFolder const folder;
+    ConfigFile config(q(folder.write("f.conf", "a = 1\na = 2\n")), QString());
+    config.load();
+    config.load();
+    EXPECT_EQ(config.line_no(), 2);
+    EXPECT_EQ(table(config), (Texts{"a=2", "a=1", "a=2", "a=1"}));
+}
+
+TEST(ConfigFile, keeps_what_stands_above_a_fault)
+{
+    ConfigFolder const folder;
+    ConfigFile config(q(folder.write("f.conf", "a = 1\nb = 2\noops\nc = 3\n")), QString());
+    EXPECT_THROW(config.load(), PException);
+    EXPECT_EQ(table(config), (Texts{"a=1", "b=2"}));
+    EXPECT_EQ(config.line_no(), 3);
+}
+
+TEST(ConfigFile, says_what_the_system_says_of_a_file_that_it_cannot_open)
+{
+    ConfigFolder const folder;
+    WorkingFolder const here(folder.path());
+    folder.link("nowhere", "dangling.conf");
+    EXPECT_EQ(failure("x.conf"), "Failed to load 'x.conf':\n\tNo such file or directory");
+    EXPECT_EQ(failure("dangling.conf"), "Failed to load 'dangling.conf':\n\tNo such file or directory");
+    EXPECT_EQ(failure("."), "Failed to load '.':\n\tfile to open is a directory");
+    EXPECT_EQ(failure_of([] { ConfigFile(QString(u"x.conf"), QString()).load(); }), "No such file or directory");
+}
+
+TEST(ConfigFile, names_the_file_as_it_was_given)
+{
+    ConfigFolder const folder;
+    WorkingFolder const here(folder.path());
+    folder.write("f.conf", "oops");
+    EXPECT_EQ(failure("f.conf"), "Failed to load 'f.conf':\n\tinvalid line at f.conf:1");
+    EXPECT_EQ(failure("./f.conf"), "Failed to load './f.conf':\n\tinvalid line at ./f.conf:1");
+    auto const name = std::string("Gr\xC3\xB6\xC3\x9F"
+                                  "e.conf");
+    EXPECT_EQ(failure(name), "Failed to load '" + name + "':\n\tNo such file or directory");
+}
+
+TEST(ConfigFile, loads_a_child_that_reads_its_parent_and_leaves_it_alone)
+{
+    ConfigFolder const folder;
+    auto const file = folder.write("child.conf", "app.b = ${app.a}\nother = 1\n");
+    ConfigFile parent(QString(u"main.conf"), QString(u"app"));
+    parent.process_directive(QString(u"app.a = 1"));
+    auto const child = ConfigFile::load(parent, q(file));
+    EXPECT_EQ(child.parent(), &parent);
+    EXPECT_EQ(table(child), Texts{"b=1"});
+    EXPECT_EQ(table(parent), Texts{"a=1"});
+
+    folder.write("child.conf", "oops");
+    EXPECT_EQ(failure_of([&] { (void)ConfigFile::load(parent, q(file)); }),
+              "Failed to load '" + file + "':\n\tinvalid line at " + file + ":1");
+}
+
+TEST(ConfigFile, handles_a_line_given_by_a_program)
+{
+    ConfigFile config(QString(u"f.conf"), QString());
+    config.process_directive(QString(u" a  =  1 "));
+    EXPECT_EQ(table(config), Texts{"a=1"});
+
+    auto const fault = [&](std::string_view line) { return failure_of([&] { config.process_directive(q(line)); }); };
+    EXPECT_EQ(fault(""), "invalid line at f.conf:0");
+    EXPECT_EQ(fault("oops"), "invalid line at f.conf:0");
+    EXPECT_EQ(fault("=x"), "invalid line at f.conf:0");
+    EXPECT_EQ(fault("  =x"), "empty key at f.conf:0") << "only reading strips the line";
+    EXPECT_EQ(table(config), Texts{"a=1"});
+    config.process_directive(QString(u"# b = 1"));
+    EXPECT_EQ(table(config), (Texts{"# b=1", "a=1"})) << "only reading knows comments";
+}
+
+TEST(ConfigFile, gives_access_to_its_table)
+{
+    ConfigFile config(QString(u"f.conf"), QString());
+    EXPECT_EQ(config.keys(), QStringList());
+    for (auto const *line : {u"b = 1", u"a = 2", u"b = 3", u"c ="})
+        config.process_directive(QString(line));
+    EXPECT_EQ(config.value(QString(u"b")), QString(u"3"));
+    EXPECT_EQ(config.value(QString(u"c")), QString(u""));
+    EXPECT_EQ(config.value(QString(u"B")), std::nullopt);
+    EXPECT_EQ(config.values(QString(u"b")), (QStringList{QString(u"3"), QString(u"1")}));
+    EXPECT_EQ(config.values(QString(u"x")), QStringList());
+    EXPECT_EQ(config.keys(), (QStringList{QString(u"a"), QString(u"b"), QString(u"c")}));
+    EXPECT_TRUE(config.contains(QString(u"c")));
+    EXPECT_FALSE(config.contains(QString(u"x")));
+    EXPECT_EQ(config.values().count(QString(u"b")), 2);
+    EXPECT_EQ(config.values().value(QString(u"b")), QString(u"3"));
+}
+
+TEST(ConfigFile, can_be_kept_and_handed_on)
+{
+    ConfigFolder const folder;
+    auto config = ConfigFile::load(q(folder.write("f.conf", "app.a = 1\n")), QString(u"app"));
+    auto const copy = config;
+    auto const moved = std::move(config);
+    EXPECT_EQ(table(copy), Texts{"a=1"});
+    EXPECT_EQ(table(moved), Texts{"a=1"});
+    EXPECT_EQ(moved.prefix(), QString(u"app."));
+}
+
+struct MergeCase {
+    char const *name;
+    Texts own;
+    Texts other;
+    Texts merged;
+};
+
+class Merge : public testing::TestWithParam<MergeCase> {
+protected:
+    static ConfigFile filled(Texts const &lines)
+    {
+        ConfigFile config(QString(u"f.conf"), QString());
+        for (auto const &line : lines)
+            config.process_directive(q(line));
+        return config;
+    }
+};
+
+TEST_P(Merge, keeps_all_values_in_this_order)
+{
+    auto config = filled(GetParam().own);
+    auto const other = filled(GetParam().other);
+    config.merge(other);
+    EXPECT_EQ(table(config), GetParam().merged);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tables, Merge,
+    testing::Values(MergeCase{"IntoAnEmptyOneAsItStands", {}, {"a=1", "a=2", "b=3"}, {"a=2", "a=1", "b=3"}},
+                    MergeCase{"NothingOfAnEmptyOne", {"a=1", "a=2"}, {}, {"a=2", "a=1"}},
+                    MergeCase{"IntoAnotherReversed", {"x=0"}, {"a=1", "a=2", "a=3"}, {"a=1", "a=2", "a=3", "x=0"}},
+                    MergeCase{"ReversedBeforeOlderValues", {"a=0"}, {"a=1", "a=2"}, {"a=1", "a=2", "a=0"}},
+                    MergeCase{"EqualValuesStay", {"a=1"}, {"a=1"}, {"a=1", "a=1"}}),
+    [](auto const &row) { return row.param.name; });
+
+// Log.
+
+TEST(ConfigFileLog, tells_of_files_and_of_values)
+{
+    static std::string const stem = "libs/tarnwick/pconfigfile";
+    auto const loading = "3 " + place_in_source(stem, "Loading configuration file {}") + " Loading configuration file ";
+    auto const value = "5 " + place_in_source(stem, "{} = '{}'") + " ";
+
+    ConfigFolder const folder;
+    WorkingFolder const here(folder.path());
+    folder.write("main.conf", "app.a = \"1\"\napp.empty =\nother = 2\napp.none = ${app.nothing}\n"
+                              "include = part.conf\napp.b = ${app.a}\n");
+    folder.write("part.conf", "app.Gr\xC3\xB6\xC3\x9F"
+                              "e = it's\n");
+    {
+        LogLines const out(5);
+        loaded("main.conf", "app");
+        EXPECT_EQ(out.lines(),
+                  (Texts{loading + "main.conf", value + "a = '1'", value + "empty = ''", loading + "./part.conf",
+                         value + "Gr\xC3\xB6\xC3\x9F"
+                                 "e = 'it's'",
+                         value + "b = '1'"}));
+    }
+    {
+        LogLines const out(4);
+        loaded("main.conf", "app");
+        EXPECT_EQ(out.lines(), (Texts{loading + "main.conf", loading + "./part.conf"}));
+    }
+    {
+        LogLines const out(2);
+        EXPECT_EQ(loaded("main.conf", "app").size(), 4U);
+        EXPECT_EQ(out.lines(), Texts());
+    }
+    {
+        LogLines const out(3);
+        EXPECT_NE(failure("missing.conf"), "");
+        EXPECT_EQ(out.lines(), Texts{loading + "missing.conf"}) << "also of a file that cannot be opened";
+    }
+    {
+        LogLines const out(5);
+        ConfigFile config(QString(u"f.conf"), QString());
+        config.add_value(QString(u"k"), QString(u"v"));
+        EXPECT_EQ(out.lines(), Texts{value + "k = 'v'"});
+        EXPECT_EQ(table(config), Texts{"k=v"});
+    }
+}
+
+TEST(ConfigFileLog, passes_on_what_the_stream_throws)
+{
+    struct Failing : std::streambuf {
+        std::streamsize xsputn(char const * /*data*/, std::streamsize /*size*/) override
+        {
+            throw std::domain_error("no writing");
+        }
+    } buffer;
+    std::ostream stream(&buffer);
+    stream.exceptions(std::ios::badbit);
+    ConfigFolder const folder;
+    auto const file = folder.write("f.conf", "a = 1\n");
+    PLogger::instance().set_output(&stream);
+    EXPECT_THROW((void)ConfigFile::load(q(file), QString()), std::domain_error);
+    PLogger::instance().set_output(nullptr);
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,91 @@
+#include "support/config_files.h"
+#include "support/log_lines.h"
+
+#include <tarnwick/tarnwick_utils.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tarnwick::test {
+namespace {
+
+using PelorinPHPX::check_obsolete_db_path;
+
+std::string logged(std::string const &current, std::string const &expected)
+{
+    static auto const place =
+        place_in_source("libs/tarnwick/tarnwick_utils", "Current path: '{}', expected path: '{}'");
+    return "3 " + place + " Current path: '" + current + "', expected path: '" + expected + "'";
+}
+
+struct DbPathCase {
+    char const *name;
+    std::string current;
+    std::string expected;
+    bool result;
+    // What each resolves to.
+    std::string current_resolved;
+    std::string expected_resolved;
+};
+
+class DbPath : public testing::TestWithParam<DbPathCase> {};
+
+TEST_P(DbPath, is_compared)
+{
+    ConfigFolder const folder;
+    folder.write("db", "");
+    folder.write("other", "");
+    folder.write("sub/db", "");
+    folder.link("db", "link");
+    folder.link("link", "link-to-link");
+    folder.link("nowhere", "dangling");
+    folder.link("sub", "sub-link");
+    WorkingFolder const here(folder.path());
+
+    auto const row = GetParam();
+    LogLines const out(3);
+    EXPECT_EQ(check_obsolete_db_path(q(in(folder, row.current)), q(in(folder, row.expected))), row.result);
+    EXPECT_EQ(out.lines(), Texts{logged(in(folder, row.current_resolved), in(folder, row.expected_resolved))});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, DbPath,
+    testing::Values(
+        DbPathCase{"SameFile", "FOLDER/db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"OtherFile", "FOLDER/db", "FOLDER/other", false, "FOLDER/db", "FOLDER/other"},
+        DbPathCase{"EmptyExpected", "FOLDER/db", "", false, "FOLDER/db", ""},
+        DbPathCase{"NeitherExists", "/var/lib/x/db", "/var/lib/./x//db", true, "/var/lib/x/db", "/var/lib/x/db"},
+        DbPathCase{"NeitherExistsAndTheyDiffer", "/var/lib/x/../db", "/var/lib/x/db", false, "/var/lib/db",
+                   "/var/lib/x/db"},
+        DbPathCase{"LinkAsCurrent", "FOLDER/link", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"LinkAsExpected", "FOLDER/db", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"LinkToALink", "FOLDER/link-to-link", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"LinkInAFolder", "FOLDER/sub-link/db", "FOLDER/sub/db", true, "FOLDER/sub/db", "FOLDER/sub/db"},
+        DbPathCase{"DanglingLinkStaysItsText", "FOLDER/./dangling", "FOLDER/nowhere", false, "FOLDER/dangling",
+                   "FOLDER/nowhere"},
+        DbPathCase{"LettersOfOtherCase", "FOLDER/DB", "FOLDER/db", false, "FOLDER/DB", "FOLDER/db"},
+        DbPathCase{"RelativeThatExists", "db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"RelativeThatDoesNot", "missing", "FOLDER/missing", false, "missing", "FOLDER/missing"},
+        DbPathCase{"RelativeIsCleaned", "./a/../missing", "missing", true, "missing", "missing"}),
+    [](auto const &row) { return row.param.name; });
+
+TEST(DbPathOfNone, is_fine_and_logs_nothing)
+{
+    LogLines const out(127);
+    EXPECT_TRUE(check_obsolete_db_path(QString(), QString(u"/db")));
+    EXPECT_TRUE(check_obsolete_db_path(QString(u""), QString(u"/db")));
+    EXPECT_TRUE(check_obsolete_db_path(QString(), QString()));
+    EXPECT_EQ(out.lines(), Texts());
+}
+
+TEST(DbPathLog, changes_no_result_when_it_is_off)
+{
+    LogLines const out(2);
+    EXPECT_TRUE(check_obsolete_db_path(QString(u"/x//db"), QString(u"/x/db")));
+    EXPECT_FALSE(check_obsolete_db_path(QString(u"/x/db"), QString(u"/y/db")));
+    EXPECT_EQ(out.lines(), Texts());
+}
+
+} // namespace
+} // namespace tarnwick::test
