@@ -19,6 +19,7 @@ if(TARGET tarnwick_program)
     set_property(TARGET tarnwick_program APPEND PROPERTY INSTALL_RPATH $ORIGIN/${tarnwick_from_bin})
     install(TARGETS tarnwick_program)
     install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 FILES_MATCHING PATTERN *.1)
+    install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 FILES_MATCHING PATTERN *.5)
 endif()
 
 install(FILES libs/tarnwick/gdb/tarnwick_gdb.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnwick/gdb)

@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "config.h"
 #include "exit_status.h"
 #include "inspect.h"
 #include "messages.h"
@@ -11,6 +12,7 @@
 #include <fmt/ranges.h>
 
 #include <csignal>
+#include <functional>
 #include <new>
 #include <sstream>
 #include <string>
@@ -44,25 +46,91 @@ void add_choice(CLI::App &app, std::string const &name, Enum &target, Words<Enum
     app.add_option_function<std::string>(name, take, help)->type_name(shape)->take_last();
 }
 
-void add_inspect(CLI::App &app, InspectOptions &options)
+/// What the command line asks for.
+using Command = std::function<ExitStatus()>;
+
+void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
 {
-    auto *inspect = app.add_subcommand("inspect", "Print the records that the reports of captures feed");
-    inspect->usage("usage: tarnwick inspect [OPTION...] [FILE...]");
-    inspect->set_version_flag("--version", app.version());
-    inspect->add_option("FILE", options.files, "captures to read; - or none is standard input")->type_name("");
-    add_choice(*inspect, "--format", options.format,
+    auto *sub = app.add_subcommand("inspect", "Print the records that the reports of captures feed");
+    sub->usage("usage: tarnwick inspect [OPTION...] [FILE...]");
+    sub->set_version_flag("--version", app.version());
+    sub->add_option("FILE", options.files, "captures to read; - or none is standard input")->type_name("");
+    add_choice(*sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "for people, one JSON object a record, or (auto, the default) text on a terminal and jsonl elsewhere");
-    add_choice(*inspect, "--color", options.color,
+    add_choice(*sub, "--color", options.color,
                {{"auto", Color::automatic}, {"always", Color::always}, {"never", Color::never}},
                "colour in text; auto, the default: on a terminal, unless NO_COLOR is set");
-    inspect->add_flag("--all-records", options.all_records,
-                      "build every record of a report's family, whatever the report's case");
-    inspect->footer(
+    sub->add_flag("--all-records", options.all_records,
+                  "build every record of a report's family, whatever the report's case");
+    sub->footer(
         fmt::format("A report with more than {} messages in each other is a fault; a PHP array takes 3 of them.\n\n"
                     "Exit status: 0 done, 1 a capture has a fault (said with its place), 2 wrong usage,\n"
                     "3 a file cannot be read or written.",
                     RecordFeed::max_depth));
+    sub->callback([&] { command = [&options] { return inspect(options); }; });
+}
+
+/// NAME=VALUE, as the environment has it.
+void add_variable(ConfigOptions &options, std::string const &given)
+{
+    auto const equals = given.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw CLI::ValidationError(fmt::format("'{}' is no NAME=VALUE", given));
+    options.environment.emplace_back(given.substr(0, equals), given.substr(equals + 1));
+}
+
+struct ConfigCommand {
+    std::string name;
+    std::string help;
+    ExitStatus (*run)(ConfigOptions const &options);
+    bool takes_key = false;
+};
+
+CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &command, ConfigCommand const &what)
+{
+    auto *sub = config.add_subcommand(what.name, what.help);
+    sub->usage(fmt::format("usage: tarnwick config {} [OPTION...] FILE{}", what.name, what.takes_key ? " KEY" : ""));
+    sub->set_version_flag("--version", config.get_parent()->version());
+    auto const take_file = [&options](std::string const &file) {
+        // Includes are looked for beside the file: it needs a place.
+        if (file == "-")
+            throw CLI::ValidationError("a configuration file is not read from standard input");
+        options.file = file;
+    };
+    sub->add_option_function<std::string>("FILE", take_file, "configuration file")->required()->type_name("");
+    if (what.takes_key)
+        sub->add_option("KEY", options.key, "key, without the prefix")->required()->type_name("");
+    sub->add_option("--name", options.name, "read the keys that begin with NAME and a point, and no others")
+        ->type_name("NAME")
+        ->take_last();
+    add_choice(*sub, "--format", options.format,
+               {{"text", ConfigOptions::Format::text}, {"json", ConfigOptions::Format::json}},
+               "for people, the default, or one JSON object");
+    auto const take_variable = [&options](std::string const &given) { add_variable(options, given); };
+    sub->add_option_function<std::string>("--set", take_variable,
+                                          "lay a variable over the environment; can be given more than once")
+        ->type_name("NAME=VALUE")
+        ->trigger_on_parse();
+    sub->footer("Exit status: 0 done, 1 the file cannot be loaded or has no such key, 2 wrong usage,\n"
+                "3 the output cannot be written.");
+    sub->callback([&options, &command, run = what.run] { command = [&options, run] { return run(options); }; });
+    return *sub;
+}
+
+void add_config(CLI::App &app, ConfigOptions &options, Command &command)
+{
+    auto *config = app.add_subcommand("config", "Show what a configuration file says, and why");
+    config->usage("usage: tarnwick config COMMAND [OPTION...] FILE [KEY]");
+    config->set_version_flag("--version", app.version());
+    config->require_subcommand(1);
+    add_config_command(*config, options, command,
+                       {"check", "Tell what is wrong with a file and what of it is dropped", config_check});
+    add_config_command(*config, options, command, {"dump", "Print all keys with their values", config_dump});
+    add_config_command(*config, options, command, {"get", "Print the value of a key", config_get, true})
+        .add_flag("--all", options.all, "all values of the key, newest first");
+    add_config_command(*config, options, command,
+                       {"explain", "Tell where each value of a key comes from", config_explain, true});
 }
 
 /// What the command line asks for other than a sub-command's work: help, the version, or a better command line.
@@ -81,28 +149,32 @@ ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
 
 ExitStatus dispatch(int argc, char const *const *argv)
 {
-    CLI::App app("Shows what is in captures of reports from PHP applications.", "tarnwick");
+    CLI::App app("Shows what is in captures of reports from PHP applications, and in configuration files.", "tarnwick");
     app.set_version_flag("--version", "tarnwick " TARNWICK_VERSION);
     app.require_subcommand(1);
     app.usage("usage: tarnwick COMMAND [OPTION...]");
     app.failure_message([](CLI::App const *place, CLI::Error const &error) {
-        auto const chosen = place->get_subcommands();
-        auto const rest = place->remaining();
-        auto const usage = (chosen.empty() ? place : chosen.front())->get_usage();
+        while (!place->get_subcommands().empty())
+            place = place->get_subcommands().front();
         // A wrong command is not a missing one.
-        auto const problem = chosen.empty() && !rest.empty() ? fmt::format("there is no command '{}'", rest.front())
-                                                             : std::string(error.what());
-        return fmt::format("tarnwick: {}\n{}\n--help tells more.\n", problem, usage);
+        bool const has_commands = !place->get_subcommands([](CLI::App const *) { return true; }).empty();
+        auto const rest = place->remaining();
+        auto const problem = has_commands && !rest.empty() ? fmt::format("there is no command '{}'", rest.front())
+                                                           : std::string(error.what());
+        return fmt::format("tarnwick: {}\n{}\n--help tells more.\n", problem, place->get_usage());
     });
-    InspectOptions options;
-    add_inspect(app, options);
+    Command command;
+    InspectOptions inspect_options;
+    add_inspect(app, inspect_options, command);
+    ConfigOptions config_options;
+    add_config(app, config_options, command);
 
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const &error) {
         return answer(app, error);
     }
-    return inspect(options);
+    return command();
 }
 
 } // namespace

@@ -17,6 +17,8 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
 {
     std::string const usage = "usage: tarnwick COMMAND [OPTION...]\n--help tells more.\n";
     std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\n--help tells more.\n";
+    std::string const config_usage = "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\n--help tells more.\n";
+    std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\n--help tells more.\n";
     struct Case {
         std::vector<std::string> arguments;
         std::string err;
@@ -30,6 +32,13 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"inspect", "--format", "1"}, "tarnwick: '1' is none of auto|text|jsonl\n" + inspect_usage},
         {{"inspect", "--format"}, "tarnwick: --format: 1 required auto|text|jsonl missing\n" + inspect_usage},
         {{"inspect", "--color=red"}, "tarnwick: 'red' is none of auto|always|never\n" + inspect_usage},
+        {{"config"}, "tarnwick: A subcommand is required\n" + config_usage},
+        {{"config", "look"}, "tarnwick: there is no command 'look'\n" + config_usage},
+        {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},
+        {{"config", "get", "-", "k"}, "tarnwick: a configuration file is not read from standard input\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: 'x' is no NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: '=x' is no NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--format=jsonl"}, "tarnwick: 'jsonl' is none of text|json\n" + get_usage},
     };
     for (auto const &[arguments, err] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -42,7 +51,10 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
 
 TEST(CommandLine, answers_on_standard_output)
 {
-    for (auto const &arguments : {std::vector<std::string>{"--version"}, {"inspect", "--version"}}) {
+    for (auto const &arguments : {std::vector<std::string>{"--version"},
+                                  {"inspect", "--version"},
+                                  {"config", "--version"},
+                                  {"config", "get", "--version"}}) {
         auto const outcome = run({.arguments = arguments});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_THAT(outcome.out, MatchesRegex("tarnwick [0-9]+\\.[0-9]+\\.[0-9]+\n"));

@@ -1,0 +1,158 @@
+#include "support/config_files.h"
+
+#include <tarnwick/pconfig_observer.h>
+#include <tarnwick/qstring_format.h>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace tarnwick::test {
+namespace {
+
+using PelorinPHPX::ConfigObserver;
+
+/// Writes down what it is told, with the place.
+class Notes final : public ConfigObserver {
+public:
+    Texts notes;
+
+    void opened(ConfigFile const &file) override { note(file, "opened"); }
+    void directive(ConfigFile const &file, QStringView line) override
+    {
+        note(file, fmt::format("directive {}", line.toString()));
+    }
+    void resolved(ConfigFile const &file, QString const &name, Source source) override
+    {
+        static constexpr char const *words[] = {"file", "parent", "environment", "default"};
+        note(file, fmt::format("resolved {} by {}", name, words[static_cast<int>(source)]));
+    }
+    void unresolved(ConfigFile const &file, QStringView key, QString const &name) override
+    {
+        note(file, fmt::format("unresolved {} of {}", name, key.toString()));
+    }
+    void outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix) override
+    {
+        note(file, fmt::format("{} is outside {}", key.toString(), prefix));
+    }
+    void added(ConfigFile const &file, QString const &key, QString const &value) override
+    {
+        note(file, fmt::format("added {}={}", key, value));
+    }
+    void matched_nothing(ConfigFile const &file, QString const &include) override
+    {
+        note(file, fmt::format("nothing matches {}", include));
+    }
+    void merged(ConfigFile const &file, ConfigFile const &included) override
+    {
+        note(file, fmt::format("merged {} of {} lines", included.file_name(), included.line_no()));
+    }
+
+private:
+    void note(ConfigFile const &file, std::string const &what)
+    {
+        auto const above = file.parent() == nullptr ? std::string() : fmt::format(" in {}", file.parent()->line_no());
+        notes.push_back(fmt::format("{}:{}{}: {}", file.file_name(), file.line_no(), above, what));
+    }
+};
+
+TEST(ConfigObserver, is_told_everything_in_order)
+{
+    ConfigFolder const folder;
+    auto const main = folder.write("main.conf", "# c\napp.a = \"1\"\nother = 2\napp.b = ${app.none}\n"
+                                                "include = *.none\ninclude = part.conf\nother = ${app.none}\n");
+    folder.write("part.conf", "app.c = ${app.a}\n\napp.d = ${app.c}\napp.e = ${app.x:-d}\n"
+                              "app.f = ${TARNWICK_TEST_E}\ninclude = ${TARNWICK_TEST_NONE}\n");
+    Variable const environment("TARNWICK_TEST_E", "env");
+    Notes observer;
+    auto const config = ConfigFile::load(q(main), QString(u"app"), &observer);
+    EXPECT_EQ(observer.notes, (Texts{
+                                  "main.conf:0: opened",
+                                  "main.conf:2: directive app.a = \"1\"",
+                                  "main.conf:2: added a=1",
+                                  "main.conf:3: directive other = 2",
+                                  "main.conf:3: other is outside app.",
+                                  "main.conf:4: directive app.b = ${app.none}",
+                                  "main.conf:4: unresolved app.none of app.b",
+                                  "main.conf:5: directive include = *.none",
+                                  "main.conf:5: nothing matches *.none",
+                                  "main.conf:6: directive include = part.conf",
+                                  "part.conf:0 in 6: opened",
+                                  "part.conf:1 in 6: directive app.c = ${app.a}",
+                                  "part.conf:1 in 6: resolved app.a by parent",
+                                  "part.conf:1 in 6: added c=1",
+                                  "part.conf:3 in 6: directive app.d = ${app.c}",
+                                  "part.conf:3 in 6: resolved app.c by file",
+                                  "part.conf:3 in 6: added d=1",
+                                  "part.conf:4 in 6: directive app.e = ${app.x:-d}",
+                                  "part.conf:4 in 6: resolved app.x by default",
+                                  "part.conf:4 in 6: added e=d",
+                                  "part.conf:5 in 6: directive app.f = ${TARNWICK_TEST_E}",
+                                  "part.conf:5 in 6: resolved TARNWICK_TEST_E by environment",
+                                  "part.conf:5 in 6: added f=env",
+                                  "part.conf:6 in 6: directive include = ${TARNWICK_TEST_NONE}",
+                                  "part.conf:6 in 6: unresolved TARNWICK_TEST_NONE of include",
+                                  "main.conf:6: merged part.conf of 6 lines",
+                                  "main.conf:7: directive other = ${app.none}",
+                                  "main.conf:7: unresolved app.none of other",
+                              }));
+    EXPECT_EQ(table(config), loaded(main, "app")) << "and changes nothing";
+}
+
+TEST(ConfigObserver, is_told_of_what_stands_above_a_fault)
+{
+    ConfigFolder const folder;
+    auto const main = folder.write("main.conf", "a = 1\ninclude = part.conf\nb = 2\n");
+    folder.write("part.conf", "c = 3\noops\nd = 4\n");
+    Notes observer;
+    EXPECT_EQ(failure_of([&] { (void)ConfigFile::load(q(main), QString(), &observer); }), failure(main));
+    EXPECT_EQ(observer.notes, (Texts{"main.conf:0: opened", "main.conf:1: directive a = 1", "main.conf:1: added a=1",
+                                     "main.conf:2: directive include = part.conf", "part.conf:0 in 2: opened",
+                                     "part.conf:1 in 2: directive c = 3", "part.conf:1 in 2: added c=3",
+                                     "part.conf:2 in 2: directive oops"}));
+    observer.notes.clear();
+    EXPECT_NE(failure_of([&] { (void)ConfigFile::load(q(folder.path("none")), QString(), &observer); }), "");
+    EXPECT_EQ(observer.notes, Texts());
+}
+
+TEST(ConfigObserver, is_told_of_what_a_program_does_too)
+{
+    Notes observer;
+    ConfigFile config(QString(u"f.conf"), QString());
+    config.set_observer(&observer);
+    config.add_value(QString(u"a"), QString(u"1"));
+    config.process_directive(QString(u"b=2"));
+    EXPECT_EQ(observer.notes, (Texts{"f.conf:0: added a=1", "f.conf:0: directive b=2", "f.conf:0: added b=2"}));
+    config.set_observer(nullptr);
+    config.add_value(QString(u"c"), QString(u"3"));
+    EXPECT_EQ(observer.notes.size(), 3U);
+    EXPECT_EQ(table(config), (Texts{"a=1", "b=2", "c=3"}));
+}
+
+TEST(ConfigObserver, is_left_behind_by_what_it_saw_loading)
+{
+    ConfigFolder const folder;
+    Notes observer;
+    auto config = ConfigFile::load(q(folder.write("f.conf", "a = 1\n")), QString(), &observer);
+    EXPECT_EQ(observer.notes.size(), 3U);
+    config.add_value(QString(u"b"), QString(u"2"));
+    EXPECT_EQ(observer.notes.size(), 3U);
+}
+
+TEST(ConfigObserver, can_end_a_load)
+{
+    struct Stop final : ConfigObserver {
+        void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) override
+        {
+            throw std::domain_error("enough");
+        }
+    } observer;
+    ConfigFolder const folder;
+    auto const file = folder.write("f.conf", "a = 1\n");
+    EXPECT_THROW((void)ConfigFile::load(q(file), QString(), &observer), std::domain_error);
+}
+
+} // namespace
+} // namespace tarnwick::test

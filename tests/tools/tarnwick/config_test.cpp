@@ -1,0 +1,276 @@
+// What `tarnwick config` prints and says, and with which status it ends.
+
+#include "support/config_files.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::HasSubstr;
+
+class Config : public testing::Test {
+protected:
+    /// Runs in the folder.
+    [[nodiscard]] Outcome config(std::vector<std::string> arguments, std::vector<std::string> environment = {}) const
+    {
+        WorkingFolder const here(folder.path());
+        arguments.insert(arguments.begin(), "config");
+        return run({.arguments = std::move(arguments), .environment = std::move(environment)});
+    }
+
+    ConfigFolder folder;
+};
+
+void expect(Outcome const &outcome, int status, std::string const &out, std::string const &err = {})
+{
+    EXPECT_EQ(outcome.status, status);
+    EXPECT_EQ(outcome.out, out);
+    EXPECT_EQ(outcome.err, err);
+}
+
+TEST_F(Config, check_lists_the_files_in_the_order_of_reading)
+{
+    folder.write("main.conf", "include = conf.d/*.conf\ninclude = conf.d/b.conf\na = 1\n");
+    folder.write("conf.d/a.conf", "include = ../deep.conf\n");
+    folder.write("conf.d/b.conf", "");
+    folder.write("deep.conf", "");
+    std::vector<std::string> const files{"main.conf", "./conf.d/a.conf", "./conf.d/../deep.conf", "./conf.d/b.conf",
+                                         "./conf.d/b.conf"};
+    std::string text;
+    std::string json;
+    for (auto const &file : files) {
+        text += "read " + file + "\n";
+        json += (json.empty() ? "\"" : ",\"") + file + "\"";
+    }
+    expect(config({"check", "main.conf"}), 0, text);
+    expect(config({"check", "--format=json", "main.conf"}), 0,
+           R"({"files":[)" + json + R"(],"errors":[],"warnings":[]})" + "\n");
+}
+
+TEST_F(Config, check_warns_of_what_is_dropped)
+{
+    folder.write("main.conf", "app.port = 1\nother.port = 2\nap.port = 3\ninclude = part.conf\nx = ${app.none:-}\n");
+    folder.write("part.conf", "\nport = 4\ninclude = deep.conf\n");
+    folder.write("deep.conf", "app.a = ${NONE}\ninclude = ${NONE}\ninclude = none/*.conf\n");
+    expect(config({"check", "--name=app", "main.conf"}), 0,
+           "read main.conf\nread ./part.conf\nread ./deep.conf\n"
+           "main.conf:2: warning: 'other.port' is dropped: it is outside the prefix 'app.'\n"
+           "main.conf:3: warning: 'ap.port' is dropped: it is outside the prefix 'app.'; did you mean 'app.port'?\n"
+           "./part.conf:2: warning: 'port' is dropped: it is outside the prefix 'app.'; did you mean 'app.port'?\n"
+           "\tincluded at main.conf:4\n"
+           "./deep.conf:1: warning: 'app.a' is dropped: it refers to 'NONE', which is nowhere\n"
+           "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
+           "./deep.conf:2: warning: 'include' is dropped: it refers to 'NONE', which is nowhere\n"
+           "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
+           "./deep.conf:3: warning: no file matches 'none/*.conf'\n"
+           "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
+           "main.conf:5: warning: 'x' is dropped: it refers to 'app.none', which is nowhere\n");
+    folder.write("part.conf", "port = 4\n");
+    folder.write("main.conf", "app.port = 1\ninclude = part.conf\n");
+    expect(
+        config({"check", "--name=app", "--format=json", "main.conf"}), 0,
+        R"({"files":["main.conf","./part.conf"],"errors":[],"warnings":[{"file":"./part.conf","line":1,"text":)"
+        R"("'port' is dropped: it is outside the prefix 'app.'; did you mean 'app.port'?\n\tincluded at main.conf:2"}]})"
+        "\n");
+}
+
+TEST_F(Config, check_warns_of_a_pipe_that_is_read_as_empty)
+{
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    // Both ends, or opening it would wait for the other one.
+    Descriptor const ends(::open(folder.path("pipe").c_str(), O_RDWR | O_CLOEXEC));
+    write_all(ends, "oops\n");
+    folder.write("main.conf", "a = 1\ninclude = pipe\n");
+    expect(config({"check", "main.conf"}), 0,
+           "read main.conf\nread ./pipe\nmain.conf:2: warning: './pipe' is no regular file: it is read as empty\n");
+}
+
+TEST_F(Config, check_tells_the_first_fault_and_the_warnings_up_to_it)
+{
+    folder.write("main.conf", "include = *.none\ninclude = part.conf\ninclude = *.none\n");
+    folder.write("part.conf", "oops\n");
+    std::string const fault =
+        "Failed to load 'main.conf':\n\tinclude='part.conf' at main.conf:2\n\tinvalid line at ./part.conf:1";
+    expect(config({"check", "main.conf"}), 1,
+           "read main.conf\nread ./part.conf\nmain.conf:1: warning: no file matches '*.none'\n", fault + "\n");
+    expect(config({"check", "--format=json", "main.conf"}), 1,
+           R"({"files":["main.conf","./part.conf"],"errors":[)"
+           R"("Failed to load 'main.conf':\n\tinclude='part.conf' at main.conf:2\n\tinvalid line at ./part.conf:1")"
+           R"(],"warnings":[{"file":"main.conf","line":1,"text":"no file matches '*.none'"}]})"
+           "\n",
+           fault + "\n");
+}
+
+TEST_F(Config, dump_prints_a_file_that_reads_back)
+{
+    folder.write("main.conf", "app.b = 2\napp.a = \" x \"\napp.a = \"'it's'\"\napp.a =\napp.include = y\napp. = z\n"
+                              "app.ref = \"${A}\"\napp.eq = 1=2\n");
+    std::string const text = "app. = z\napp.a = \" x \"\napp.a = \"'it's'\"\napp.a = \napp.b = 2\napp.eq = 1=2\n"
+                             "app.include = y\napp.ref = \"${A}\"\n";
+    expect(config({"dump", "--name", "app", "main.conf"}), 0, text);
+    expect(config({"dump", "--name", "app", "--format", "json", "main.conf"}), 0,
+           R"({"file":"main.conf","values":{"":["z"],"a":["","'it's'"," x "],"b":["2"],"eq":["1=2"],"include":["y"],)"
+           R"("ref":["${A}"]}})"
+           "\n");
+    auto const again = folder.write("again.conf", text);
+    EXPECT_EQ(loaded(again, "app"), loaded(folder.path("main.conf"), "app"));
+    folder.write("empty.conf", "");
+    expect(config({"dump", "empty.conf"}), 0, "");
+    expect(config({"dump", "--format=json", "empty.conf"}), 0, "{\"file\":\"empty.conf\",\"values\":{}}\n");
+}
+
+TEST_F(Config, get_prints_the_most_recent_value_or_all)
+{
+    folder.write("main.conf", "app.a = 1\napp.a = \"2 \"\napp.b =\n");
+    expect(config({"get", "--name=app", "main.conf", "a"}), 0, "2 \n");
+    expect(config({"get", "--name=app", "--all", "main.conf", "a"}), 0, "2 \n1\n");
+    expect(config({"get", "--name=app", "main.conf", "b"}), 0, "\n");
+    expect(config({"get", "--name=app", "--format=json", "main.conf", "a"}), 0,
+           "{\"key\":\"a\",\"values\":[\"2 \"]}\n");
+    expect(config({"get", "--name=app", "--format=json", "--all", "main.conf", "a"}), 0,
+           "{\"key\":\"a\",\"values\":[\"2 \",\"1\"]}\n");
+    expect(config({"get", "main.conf", "app.b"}), 0, "\n");
+}
+
+TEST_F(Config, says_that_there_is_no_such_key)
+{
+    folder.write("main.conf", "app.a = 1\n");
+    expect(config({"get", "main.conf", "a"}), 1, "", "main.conf: there is no key 'a'\n");
+    expect(config({"get", "--format=json", "main.conf", "a"}), 1, "{\"key\":\"a\",\"values\":[]}\n",
+           "main.conf: there is no key 'a'\n");
+    expect(config({"explain", "main.conf", "a"}), 1, "", "main.conf: there is no key 'a'\n");
+    expect(config({"get", "--name=app", "main.conf", "app.a"}), 1, "",
+           "main.conf: there is no key 'app.a'; without the prefix there is 'a'\n");
+}
+
+TEST_F(Config, explain_tells_where_each_value_comes_from)
+{
+    folder.write("main.conf",
+                 "app.a = 0\ninclude = part.conf\napp.a = ${app.b}\nApp.a = 7\napp.a = ${NONE}\nother.a = 8\n");
+    folder.write("part.conf", "app.a = 1\ninclude = deep.conf\napp.b = 2\napp.a = ${app.a}\n");
+    folder.write("deep.conf", "app.a = ${app.a}\napp.a = ${E:-d}\na = 9\n");
+    expect(config({"explain", "--name=app", "main.conf", "a"}, {"E=env"}), 0,
+           "a = 2\n"
+           "    at main.conf:3\n"
+           "    by the reference to app.b: the value above in this file\n"
+           "    shadows '1' at ./part.conf:1\n"
+           // part.conf into main.conf, and deep.conf into part.conf: each time in reverse.
+           "a = 1\n"
+           "    at ./part.conf:1\n"
+           "    included at main.conf:2\n"
+           "    shadows 'env' at ./deep.conf:2\n"
+           "a = env\n"
+           "    at ./deep.conf:2\n"
+           "    included at main.conf:2\n"
+           "    included at ./part.conf:2\n"
+           "    by the reference to E: the environment\n"
+           "    shadows '1' at ./deep.conf:1\n"
+           "a = 1\n"
+           "    at ./deep.conf:1\n"
+           "    included at main.conf:2\n"
+           "    included at ./part.conf:2\n"
+           "    by the reference to app.a: the value in the including file\n"
+           "    shadows '1' at ./part.conf:4\n"
+           "a = 1\n"
+           "    at ./part.conf:4\n"
+           "    included at main.conf:2\n"
+           "    by the reference to app.a: the value above in this file\n"
+           "    shadows '0' at main.conf:1\n"
+           "a = 0\n"
+           "    at main.conf:1\n"
+           "dropped: a = 9\n"
+           "    at ./deep.conf:3\n"
+           "    included at main.conf:2\n"
+           "    included at ./part.conf:2\n"
+           "    it is outside the prefix 'app.'\n"
+           "dropped: App.a = 7\n"
+           "    at main.conf:4\n"
+           "    it is outside the prefix 'app.'\n"
+           "dropped: app.a = ${NONE}\n"
+           "    at main.conf:5\n"
+           "    it refers to 'NONE', which is nowhere\n");
+}
+
+TEST_F(Config, explain_as_json)
+{
+    folder.write("main.conf", "include = part.conf\n");
+    folder.write("part.conf", "app.a = 1\napp.a = ${E:-d}\nApp.a = 3\n");
+    expect(
+        config({"explain", "--name=app", "--format=json", "main.conf", "a"}), 0,
+        R"({"key":"a","values":[{"value":"d","file":"./part.conf","line":2,"includes":[{"file":"main.conf","line":1}],)"
+        R"("reference":{"name":"E","source":"default"}},)"
+        R"({"value":"1","file":"./part.conf","line":1,"includes":[{"file":"main.conf","line":1}],"reference":null}],)"
+        R"("dropped":[{"file":"./part.conf","line":3,"text":"App.a = 3",)"
+        R"("reason":"it is outside the prefix 'app.'\n\tincluded at main.conf:1"}]})"
+        "\n");
+}
+
+TEST_F(Config, takes_the_environment_of_its_caller_and_lays_over_it_what_is_set)
+{
+    folder.write("main.conf", "a = ${E:-d}\nb = ${F:-d}\n");
+    expect(config({"dump", "main.conf"}, {"E=1"}), 0, "a = 1\nb = d\n");
+    expect(config({"dump", "--set", "E=2", "--set=F=x=y", "main.conf"}, {"E=1"}), 0, "a = 2\nb = x=y\n");
+    expect(config({"dump", "--set", "E=", "main.conf"}, {"E=1"}), 0, "a = d\nb = d\n");
+}
+
+TEST_F(Config, prints_the_text_of_a_failed_load_unchanged)
+{
+    folder.write("main.conf", "# c\noops\n");
+    std::string const invalid = "Failed to load 'main.conf':\n\tinvalid line at main.conf:2\n";
+    expect(config({"dump", "main.conf"}), 1, "", invalid);
+    expect(config({"get", "main.conf", "a"}), 1, "", invalid);
+    expect(config({"explain", "main.conf", "a"}), 1, "", invalid);
+    expect(config({"dump", "--format=json", "main.conf"}), 1, "", invalid);
+    expect(config({"check", "none.conf"}), 1, "", "Failed to load 'none.conf':\n\tNo such file or directory\n");
+    expect(config({"dump", "."}), 1, "", "Failed to load '.':\n\tfile to open is a directory\n");
+}
+
+TEST_F(Config, refuses_what_is_no_regular_file)
+{
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    for (auto const *file : {"pipe", "/dev/null"}) {
+        std::string const fault = std::string(file) + ": is no regular file";
+        expect(config({"dump", file}), 1, "", fault + "\n");
+        expect(config({"check", "--format=json", file}), 1,
+               R"({"files":[],"errors":[")" + fault + R"("],"warnings":[]})" + "\n", fault + "\n");
+    }
+}
+
+TEST_F(Config, shows_people_no_control_characters)
+{
+    folder.write("main.conf", "a\x1b[2J = \x1b[1m\nb\x9b = ${\x1b}\ninclude = *\x1b\n");
+    EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*\\u001b'\n"));
+    EXPECT_THAT(config({"explain", "main.conf", "a\x1b[2J"}).out, testing::StartsWith("a\\u001b[2J = \\u001b[1m\n"));
+    EXPECT_THAT(config({"get", "main.conf", "a\x1b[2J"}).out, testing::StrEq("\x1b[1m\n")) << "a value is a value";
+}
+
+TEST_F(Config, says_that_its_output_cannot_be_written)
+{
+    auto const file = folder.write("main.conf", "a = 1\n");
+    for (auto const *command : {"check", "dump"}) {
+        auto const outcome = run({.arguments = {"config", command, file}, .out = Sink::full_disk});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: No space left on device\n");
+    }
+}
+
+TEST_F(Config, takes_names_outside_ascii)
+{
+    folder.write("gr\xC3\xB6\xC3\x9F"
+                 "e.conf",
+                 "\xC3\xA4.\xC3\xB6 = \xF0\x9F\x98\x80\n");
+    expect(config({"get", "--name=\xC3\xA4",
+                   "gr\xC3\xB6\xC3\x9F"
+                   "e.conf",
+                   "\xC3\xB6"}),
+           0, "\xF0\x9F\x98\x80\n");
+}
+
+} // namespace
+} // namespace tarnwick::test
