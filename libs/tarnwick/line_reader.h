@@ -21,6 +21,7 @@ public:
     {
         if (buffer_.capacity() > kept)
             buffer_ = QByteArray();
+        auto const before = file_.pos();
         qsizetype size = 0;
         qint64 count = 0;
         do {
@@ -29,8 +30,12 @@ public:
             if (count > 0)
                 size += count;
         } while (count == piece && buffer_[size - 1] != '\n');
+        is_stuck_ = file_.pos() == before;
         return QByteArrayView(buffer_).first(size);
     }
+
+    /// Whether the file gives nothing more, though it is not at its end.
+    [[nodiscard]] bool is_stuck() const { return is_stuck_; }
 
 private:
     // What QFile takes out of its own buffer at once: in text mode it makes a difference to carriage returns where one
@@ -40,6 +45,7 @@ private:
 
     QFile &file_;
     QByteArray buffer_;
+    bool is_stuck_ = false;
 };
 
 } // namespace PelorinPHPX

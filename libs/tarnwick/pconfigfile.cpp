@@ -88,6 +88,12 @@ void ConfigFile::load()
     LineReader lines(file);
     while (!file.atEnd()) {
         auto const line = lines.next().trimmed();
+        if (lines.is_stuck()) {
+            // It cannot be read, or is shorter than the system says, as some files of the kernel are.
+            if (file.error() != QFileDevice::NoError)
+                throw PException(fmt::format("{}", file.errorString()));
+            break;
+        }
         ++line_no_;
         if (line.isEmpty() || line.front() == ';' || line.front() == '#')
             continue;

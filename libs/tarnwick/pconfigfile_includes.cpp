@@ -4,11 +4,17 @@
 #include <tarnwick/pconfigfile.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
+#include <tarnwick/stack_left.h>
 
 #include <fmt/format.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <system_error>
 
 namespace PelorinPHPX {
 namespace {
@@ -16,6 +22,26 @@ namespace {
 bool is_wildcard(QString const &file_name)
 {
     return file_name.contains(u'?') || file_name.contains(u'*');
+}
+
+// What the system can open has no longer name, unless there is a NUL in it: it is opened up to that then, the test for
+// recursion knows only the whole, and a file that includes itself in such a way, its name growing, would have no end.
+void refuse_endless_name(QString const &file_path)
+{
+    if (file_path.toUtf8().size() >= PATH_MAX)
+        throw PException(std::generic_category().message(ENAMETOOLONG));
+}
+
+// Every level takes its share of the stack.
+void refuse_depth_without_stack(ConfigFile const &including)
+{
+    constexpr int always_fitting = 32; // levels; and it takes some time to ask
+    constexpr std::size_t reserve = 131'072;
+    int levels = 0;
+    for (auto const *file = &including; file != nullptr && levels < always_fitting; file = file->parent())
+        ++levels;
+    if (levels == always_fitting && tarnwick::stack_left() < reserve)
+        throw PException("too many includes in each other");
 }
 
 } // namespace
@@ -45,6 +71,8 @@ void ConfigFile::include_one(QString const &name, QFileInfo const &target)
         throw PException(fmt::format("recursive include='{}' at {}:{}", name, file_path_, line_no_));
     ConfigFile included(*this, target.filePath());
     try {
+        refuse_endless_name(included.file_path_);
+        refuse_depth_without_stack(*this);
         included.load();
     } catch (PException const &error) {
         throw PException(fmt::format("include='{}' at {}:{}\n\t{}", name, file_path_, line_no_, error.what()));
