@@ -1,5 +1,5 @@
 // Whatever is done for speed, the reader agrees with the plainest form of itself: on random files made of what readers
-// stumble over. A run takes some thousands of them; TARNWICK_RANDOM_FILES=200000 in the environment takes that many.
+// stumble over. A run takes 10,000 of them; TARNWICK_RANDOM_FILES=200000 in the environment takes that many.
 
 #include "support/config_files.h"
 #include "support/literal_config_file.h"
@@ -142,7 +142,7 @@ TEST(ConfigFileOnRandomFiles, agrees_with_the_literal_loop)
     auto *const handler = qInstallMessageHandler([](QtMsgType, QMessageLogContext const &, QString const &) {});
     int const count = qEnvironmentVariableIsSet("TARNWICK_RANDOM_FILES")
                           ? qEnvironmentVariableIntValue("TARNWICK_RANDOM_FILES")
-                          : 3'000;
+                          : 10'000;
     int failures = 0;
     int values = 0;
     for (int seed = 0; seed < count; ++seed) {

@@ -4,6 +4,8 @@
 #include "support/config_files.h"
 #include "support/failing_reads.h"
 
+#include <tarnwick/pconfig_observer.h>
+
 #include <QtCore/QtLogging>
 
 #include <fmt/format.h>
@@ -80,6 +82,24 @@ TEST_F(Hostile, long_comment_leaves_no_memory_in_use)
     EXPECT_EQ(table(config), Texts{"a=1"});
     if (!is_sanitized) {
         EXPECT_LT(memory("VmRSS") - before, static_cast<std::int64_t>(long_line) / 10);
+    }
+}
+
+TEST_F(Hostile, long_line_that_is_dropped_leaves_no_memory_in_use)
+{
+    auto const file = folder.write("f.conf", "b = " + std::string(long_line, 'x') +
+                                                 "\napp.include = " + std::string(10, 'x') + "\n# c\n");
+    struct Watch final : PelorinPHPX::ConfigObserver {
+        std::int64_t in_use = 0;
+        void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) override
+        {
+            in_use = memory("VmRSS");
+        }
+    } watch;
+    auto const before = memory("VmRSS");
+    EXPECT_EQ(table(ConfigFile::load(q(file), QString(u"app"), &watch)), Texts{"include=xxxxxxxxxx"});
+    if (!is_sanitized) {
+        EXPECT_LT(watch.in_use - before, static_cast<std::int64_t>(long_line) / 10);
     }
 }
 
@@ -225,7 +245,7 @@ TEST_F(Hostile, include_with_a_name_as_long_as_none)
     auto const longest = static_cast<std::size_t>(4'095) - folder.path().size() - 1;
     for (auto const size : {longest, longest + 1, std::size_t{100'000}}) {
         std::string name;
-        while (name.size() + 2 <= size)
+        while (name.size() + 2 < size)
             name += "./";
         name.resize(size, 'x');
         auto const file = folder.write("f.conf", "\ninclude = " + name + "\n");

@@ -5,10 +5,13 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QByteArrayView>
 #include <QtCore/QFile>
+#include <QtCore/QString>
+#include <QtCore/QUtf8StringView>
 
 namespace PelorinPHPX {
 
-/// The lines of an open file, as QFile::readLine() gives them, in one buffer instead of a fresh array each.
+/// The lines of an open file, as QFile::readLine() gives them, and their text, as QString::fromUtf8() does: in buffers
+/// that serve all lines, instead of fresh ones each.
 class LineReader {
 public:
     explicit LineReader(QFile &file)
@@ -21,7 +24,8 @@ public:
     {
         if (buffer_.capacity() > kept)
             buffer_ = QByteArray();
-        auto const before = file_.pos();
+        if (text_.capacity() > kept)
+            text_ = QString();
         qsizetype size = 0;
         qint64 count = 0;
         do {
@@ -30,9 +34,12 @@ public:
             if (count > 0)
                 size += count;
         } while (count == piece && buffer_[size - 1] != '\n');
-        is_stuck_ = file_.pos() == before;
+        is_stuck_ = size == 0 && !file_.atEnd();
         return QByteArrayView(buffer_).first(size);
     }
+
+    /// Stays until the next call of next().
+    QString const &decoded(QByteArrayView line) { return text_.assign(QUtf8StringView(line)); }
 
     /// Whether the file gives nothing more, though it is not at its end.
     [[nodiscard]] bool is_stuck() const { return is_stuck_; }
@@ -45,6 +52,7 @@ private:
 
     QFile &file_;
     QByteArray buffer_;
+    QString text_;
     bool is_stuck_ = false;
 };
 

@@ -13,6 +13,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QIODevice>
 
+#include <algorithm>
 #include <utility>
 
 namespace PelorinPHPX {
@@ -28,6 +29,32 @@ void load_named(ConfigFile &config, QString const &file)
         throw PException(fmt::format("Failed to load '{}':\n\t{}", file, error.what()));
     }
 }
+
+/// Gives a table room for what a file will probably bring, by what its part so far has brought: growing in small steps
+/// would look at every key again and again. The room is in proportion to what is there: 16 times that at most.
+class TableSize {
+public:
+    explicit TableSize(QFile const &file)
+        : file_(file)
+    {
+    }
+
+    void follow(QMultiHash<QString, QString> &table)
+    {
+        if (table.size() < next_)
+            return;
+        auto const read = static_cast<double>(std::max<qint64>(1, file_.pos()));
+        auto const expected = static_cast<double>(table.size()) * static_cast<double>(file_.size()) / read;
+        next_ = table.size() * step;
+        table.reserve(static_cast<qsizetype>(std::min(expected, static_cast<double>(next_))));
+    }
+
+private:
+    static constexpr qsizetype step = 16;
+
+    QFile const &file_;
+    qsizetype next_ = 64;
+};
 
 } // namespace
 
@@ -86,6 +113,7 @@ void ConfigFile::load()
         observer_->opened(*this);
 
     LineReader lines(file);
+    TableSize table_size(file);
     while (!file.atEnd()) {
         auto const line = lines.next().trimmed();
         if (lines.is_stuck()) {
@@ -97,7 +125,8 @@ void ConfigFile::load()
         ++line_no_;
         if (line.isEmpty() || line.front() == ';' || line.front() == '#')
             continue;
-        process(QString::fromUtf8(line));
+        process(lines.decoded(line));
+        table_size.follow(values_);
     }
 }
 

@@ -54,7 +54,7 @@ void LiteralConfigFile::process_directive(QString const &line)
         throw PException(fmt::format("empty key at {}:{}", file_path_, line_no_));
     QString value = line.mid(equals + 1).trimmed();
 
-    QRegularExpression const reference(QString(uR"(^\$\{([a-zA-Z_][a-zA-Z0-9_.]*)(:-(.*))?\}$)"));
+    static QRegularExpression const reference(QString(uR"(^\$\{([a-zA-Z_][a-zA-Z0-9_.]*)(:-(.*))?\}$)"));
     auto const match = reference.match(value);
     if (match.hasMatch()) {
         std::optional<QString> fallback;
