@@ -17,35 +17,28 @@ RInit::RInit(rpc::php::v1::NotifyRequest const &message)
         return;
 
     auto const &payload = message.rinit();
-    if (payload.has_info())
-        read(payload.info());
-    if (payload.has_request())
-        read(payload.request());
-}
-
-void RInit::read(rpc::php::v1::Info const &info)
-{
-    info_text_ = text(info.text());
-    info_number_ = info.number();
-    if (!info.has_version())
-        return;
-
-    auto const &version = info.version();
-    version_major_ = version.major();
-    version_minor_ = version.minor();
-    version_patch_ = version.patch();
-    version_text_ = text(version.text());
-    version_number_ = version.number();
-}
-
-void RInit::read(rpc::php::v1::Request const &request)
-{
-    request_text_0_ = text(request.text_0());
-    request_text_1_ = text(request.text_1());
-    if (request.has_bytes_0())
-        request_bytes_0_ = bytes(request.bytes_0());
-    if (request.has_bytes_1())
-        request_bytes_1_ = bytes(request.bytes_1());
+    if (payload.has_info()) {
+        auto const &info = payload.info();
+        info_text_ = text(info.text());
+        info_number_ = info.number();
+        if (info.has_version()) {
+            auto const &version = info.version();
+            version_major_ = version.major();
+            version_minor_ = version.minor();
+            version_patch_ = version.patch();
+            version_text_ = text(version.text());
+            version_number_ = version.number();
+        }
+    }
+    if (payload.has_request()) {
+        auto const &request = payload.request();
+        request_text_0_ = text(request.text_0());
+        request_text_1_ = text(request.text_1());
+        if (request.has_bytes_0())
+            request_bytes_0_ = bytes(request.bytes_0());
+        if (request.has_bytes_1())
+            request_bytes_1_ = bytes(request.bytes_1());
+    }
 }
 
 RInit::RInit(pelorin::protobuf::PelorinPHP::RInitData const &message, RequestId request_id)

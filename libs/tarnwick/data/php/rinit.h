@@ -18,10 +18,8 @@ namespace pelorin::protobuf::PelorinPHP {
 class RInitData;
 }
 namespace tarnwick::rpc::php::v1 {
-class Info;
 class NotifyRequest;
-class Request;
-} // namespace tarnwick::rpc::php::v1
+}
 
 namespace tarnwick::data::php {
 namespace detail {
@@ -65,9 +63,6 @@ public:
     [[nodiscard]] std::optional<QByteArray> const &request_bytes_1() const noexcept { return request_bytes_1_; }
 
 private:
-    void read(rpc::php::v1::Info const &info);
-    void read(rpc::php::v1::Request const &request);
-
     RequestId request_id_;
     TimePair timestamp_;
     std::int32_t version_major_ = 0;
