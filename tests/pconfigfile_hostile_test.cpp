@@ -149,7 +149,7 @@ private:
 class Chain : public Hostile {
 protected:
     /// Files 0.conf to LENGTH.conf, each of which includes the next.
-    std::string chain(int length, std::string const &last) const
+    [[nodiscard]] std::string chain(int length, std::string const &last) const
     {
         for (int i = 0; i < length; ++i)
             folder.write(fmt::format("{}.conf", i), fmt::format("a = {}\ninclude = {}.conf\n", i, i + 1));
@@ -187,7 +187,7 @@ TEST_F(Chain, too_long_for_the_stack_ends_in_an_exception)
     name = file;
     pthread_attr_t attributes;
     ASSERT_EQ(::pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, 512 * 1024), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, 524'288), 0);
     pthread_t thread{};
     auto const load = [](void *) -> void * {
         text = failure(name);
@@ -249,8 +249,8 @@ TEST_F(Hostile, include_with_a_name_as_long_as_none)
             name += "./";
         name.resize(size, 'x');
         auto const file = folder.write("f.conf", "\ninclude = " + name + "\n");
-        EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tinclude='" + name + "' at " + file + ":2\n\t" +
-                                     (size <= longest ? "No such file or directory" : "File name too long"));
+        EXPECT_EQ(failure(file), fmt::format("Failed to load '{0}':\n\tinclude='{1}' at {0}:2\n\t{2}", file, name,
+                                             size <= longest ? "No such file or directory" : "File name too long"));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "support/config_files.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,12 +15,12 @@ namespace {
 class Includes : public testing::Test {
 protected:
     /// Writes main.conf and gives its table.
-    Texts main(std::string const &content, std::string const &name = {}) const
+    [[nodiscard]] Texts main(std::string const &content, std::string const &name = {}) const
     {
         return loaded(folder.write("main.conf", content), name);
     }
     /// Writes main.conf and gives the fault in it, without the outer line.
-    std::string fault(std::string const &content) const
+    [[nodiscard]] std::string fault(std::string const &content) const
     {
         auto const file = folder.write("main.conf", content);
         auto const outer = "Failed to load '" + file + "':\n\t";
@@ -241,13 +242,12 @@ TEST_F(Includes, in_a_circle_of_any_length_and_through_links_are_refused)
     WorkingFolder const here(folder.path());
     for (int const length : {1, 2, 3, 10, 100}) {
         // Each file includes a link to the next, through a link to the folder.
-        auto const number = std::to_string(length);
-        folder.link(".", "folder" + number);
-        auto const way = folder.path("folder" + number + "/" + number + "-");
+        folder.link(".", fmt::format("folder{}", length));
+        auto const way = folder.path(fmt::format("folder{0}/{0}-", length));
         for (int i = 0; i < length; ++i) {
             auto const next = std::to_string((i + 1) % length);
-            folder.write(std::to_string(i) + ".conf", "include = " + way + next + ".link\n");
-            folder.link(next + ".conf", number + "-" + next + ".link");
+            folder.write(fmt::format("{}.conf", i), fmt::format("include = {}{}.link\n", way, next));
+            folder.link(next + ".conf", fmt::format("{}-{}.link", length, next));
         }
         auto const text = failure("0.conf");
         EXPECT_EQ(std::count(text.begin(), text.end(), '\t'), length == 1 ? 2 : length);

@@ -49,14 +49,14 @@ public:
     ConfigFile &operator=(ConfigFile &&) = default;
     ~ConfigFile() = default;
 
-    ConfigFile const *parent() const noexcept { return parent_; }
-    QString const &file_name() const noexcept { return file_name_; }
-    QString const &path() const noexcept { return path_; }
-    QString const &file_path() const noexcept { return file_path_; }
-    QString const &canonical_file_path() const noexcept { return canonical_file_path_; }
-    std::optional<QString> const &prefix() const noexcept { return prefix_; }
-    std::int32_t line_no() const noexcept { return line_no_; }
-    QMultiHash<QString, QString> const &values() const noexcept { return values_; }
+    [[nodiscard]] ConfigFile const *parent() const noexcept { return parent_; }
+    [[nodiscard]] QString const &file_name() const noexcept { return file_name_; }
+    [[nodiscard]] QString const &path() const noexcept { return path_; }
+    [[nodiscard]] QString const &file_path() const noexcept { return file_path_; }
+    [[nodiscard]] QString const &canonical_file_path() const noexcept { return canonical_file_path_; }
+    [[nodiscard]] std::optional<QString> const &prefix() const noexcept { return prefix_; }
+    [[nodiscard]] std::int32_t line_no() const noexcept { return line_no_; }
+    [[nodiscard]] QMultiHash<QString, QString> const &values() const noexcept { return values_; }
 
     /// The most recent value of a key.
     [[nodiscard]] std::optional<QString> value(QString const &key) const
