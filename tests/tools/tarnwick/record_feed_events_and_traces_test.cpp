@@ -239,7 +239,8 @@ codetrace.Header  frame 0 at byte 0, rpc
 
 codetrace.Data  frame 0 at byte 0, rpc
   request_id       18446744073709551615
-  data             "\xff)" + std::string(239, 'x') + R"(" and 760 bytes more
+  data             "\xff)" + std::string(239, 'x') +
+                                  R"(" and 760 bytes more
   size             1000
   more             true
 
