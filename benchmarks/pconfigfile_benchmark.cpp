@@ -160,12 +160,15 @@ void sizes(benchmark::internal::Benchmark *benchmark)
     benchmark->Arg(1'000)->Arg(10'000)->Arg(200'000)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(config_file)->Name("ConfigFile/load")->Apply(sizes);
-BENCHMARK(release)->Name("ConfigFile/release")->Apply(sizes);
-BENCHMARK(literal_loop)->Name("ConfigFile/literal_loop")->Apply(sizes);
-BENCHMARK(inih_into_multi_hash)->Name("ConfigFile/inih_into_QMultiHash")->Apply(sizes);
-BENCHMARK(g_key_file)->Name("ConfigFile/GKeyFile")->Apply(sizes);
-BENCHMARK(q_settings)->Name("ConfigFile/QSettings")->Apply(sizes);
+[[maybe_unused]] bool const registered = [] {
+    benchmark::RegisterBenchmark("ConfigFile/load", config_file)->Apply(sizes);
+    benchmark::RegisterBenchmark("ConfigFile/release", release)->Apply(sizes);
+    benchmark::RegisterBenchmark("ConfigFile/literal_loop", literal_loop)->Apply(sizes);
+    benchmark::RegisterBenchmark("ConfigFile/inih_into_QMultiHash", inih_into_multi_hash)->Apply(sizes);
+    benchmark::RegisterBenchmark("ConfigFile/GKeyFile", g_key_file)->Apply(sizes);
+    benchmark::RegisterBenchmark("ConfigFile/QSettings", q_settings)->Apply(sizes);
+    return true;
+}();
 
 } // namespace
 } // namespace tarnwick::bench

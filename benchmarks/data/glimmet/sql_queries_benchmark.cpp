@@ -118,8 +118,10 @@ std::size_t read(SqlQueries const &record)
             sum += query->connection()->id();
         if (query->transaction())
             sum += query->transaction()->id();
+        if (!query->stack_trace())
+            continue;
         for (auto const &frame : query->stack_trace()->frames())
-            sum += frame.location()->line();
+            sum += frame.location() ? frame.location()->line() : 0;
     }
     return sum;
 }

@@ -43,8 +43,8 @@ struct StartMessages {
     Monitor::Superglobals superglobals;
     Glimmet::RawPostData body;
 
-    static constexpr std::array frame_fields{Frame::kRinitFieldNumber, Frame::kRequestHeadersFieldNumber,
-                                             Frame::kMonitorSuperglobalsFieldNumber, Frame::kRawPostDataFieldNumber};
+    static constexpr std::array frames{Frame::kRinit, Frame::kRequestHeaders, Frame::kMonitorSuperglobals,
+                                       Frame::kRawPostData};
     [[nodiscard]] auto messages() { return std::tie(start, headers, superglobals, body); }
     [[nodiscard]] auto messages() const { return std::tie(start, headers, superglobals, body); }
 };
@@ -55,16 +55,17 @@ struct EndMessages {
     Glimmet::Superglobals superglobals;
     Glimmet::ResponseBody body;
 
-    static constexpr std::array frame_fields{Frame::kRshutdownFieldNumber, Frame::kResponseHeadersFieldNumber,
-                                             Frame::kSuperglobalsFieldNumber, Frame::kResponseBodyFieldNumber};
+    static constexpr std::array frames{Frame::kRshutdown, Frame::kResponseHeaders, Frame::kSuperglobals,
+                                       Frame::kResponseBody};
     [[nodiscard]] auto messages() { return std::tie(end, headers, superglobals, body); }
     [[nodiscard]] auto messages() const { return std::tie(end, headers, superglobals, body); }
 };
 
+// NOLINTBEGIN(readability-identifier-naming): named as in messages
 /// Several messages that are read, written and copied as one.
 template <class Messages>
 struct Report : Messages {
-    using Wire = std::array<std::string, Messages::frame_fields.size()>;
+    using Wire = std::array<std::string, Messages::frames.size()>;
 
     [[nodiscard]] Wire SerializeAsString() const
     {
@@ -82,6 +83,8 @@ struct Report : Messages {
             this->messages());
     }
 };
+
+// NOLINTEND(readability-identifier-naming)
 
 template <NotifyRequest::PayloadCase payload>
 void fill(NotifyRequest &message, int number)
@@ -107,10 +110,14 @@ void fill(Report<Messages> &report, int number)
     static auto const found = [] {
         std::map<std::uint64_t, typename Report<Messages>::Wire> by_request;
         for (auto const &frame : bench::captured_frames()) {
-            for (std::size_t i = 0; i < Messages::frame_fields.size(); ++i) {
-                if (frame.report_case() == Messages::frame_fields[i])
-                    by_request[frame.request_id()][i] = frame.GetReflection()->GetString(
-                        frame, Frame::descriptor()->FindFieldByNumber(Messages::frame_fields[i]));
+            for (std::size_t i = 0; i < Messages::frames.size(); ++i) {
+                if (frame.report_case() != Messages::frames[i])
+                    continue;
+                // The first of its kind: superglobals come again with events.
+                auto &bytes = by_request[frame.request_id()][i];
+                if (bytes.empty())
+                    bytes = frame.GetReflection()->GetString(
+                        frame, Frame::descriptor()->FindFieldByNumber(Messages::frames[i]));
             }
         }
         std::vector<Report<Messages>> reports;

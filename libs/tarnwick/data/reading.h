@@ -52,8 +52,8 @@ inline php::ZVal php_string(std::string_view bytes)
 /// A PHP array as a value.
 inline php::ZVal php_array(php::detail::PelorinArray::Elements elements)
 {
-    return php::ZVal(
-        new php::detail::ZVal(std::in_place_type<php::PelorinArray>, new php::detail::PelorinArray(std::move(elements))));
+    return php::ZVal(new php::detail::ZVal(std::in_place_type<php::PelorinArray>,
+                                           new php::detail::PelorinArray(std::move(elements))));
 }
 
 /// A google.protobuf.Timestamp or Duration, as it came.

@@ -211,11 +211,13 @@ TEST(SqlTransactionChain, with_a_tail_that_threads_share_goes_with_the_last_of_t
         auto tail = chain(many / rounds);
         auto const root = ancestor(tail, many / rounds - 1);
         std::vector<Pointer> children;
+        children.reserve(branches);
         for (int branch = 0; branch < branches; ++branch)
             children.push_back(chain(100, tail));
         tail.reset();
 
         std::vector<std::function<void()>> actions;
+        actions.reserve(children.size());
         for (auto &child : children) {
             actions.emplace_back([&child] {
                 // Read on the way, as a consumer would.
@@ -244,6 +246,7 @@ TEST(SqlTransactionChain, whose_every_link_other_threads_hold_goes_with_the_last
         held.push_back({std::move(child)});
 
         std::vector<std::function<void()>> actions;
+        actions.reserve(held.size());
         for (auto &owned : held)
             actions.emplace_back([&owned] { owned.clear(); });
         at_once(actions);

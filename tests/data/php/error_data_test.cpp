@@ -43,10 +43,8 @@ TEST(ErrorData, reads_every_field_of_an_rpc_error)
     EXPECT_EQ(record->request_id().id(), 7U);
     EXPECT_EQ(record->timestamp(), (TimePair{8, 9}));
     EXPECT_EQ(record->message(), u"Undefined variable"_s);
-    EXPECT_EQ(to_text(std::get<Error>(record->details())),
-              R"(php.Error{category: 2, number: 2, name: "E_WARNING"})");
-    EXPECT_EQ(to_text(record->location().value()),
-              R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 3})");
+    EXPECT_EQ(to_text(std::get<Error>(record->details())), R"(php.Error{category: 2, number: 2, name: "E_WARNING"})");
+    EXPECT_EQ(to_text(record->location().value()), R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 3})");
     ASSERT_EQ(record->stack_trace().value().frames().size(), 1);
     EXPECT_EQ(record->stack_trace()->frames().front().name(), u"f"_s);
 }
@@ -71,8 +69,7 @@ TEST(ErrorData, reads_every_field_of_an_rpc_exception)
     EXPECT_EQ(record->message(), u"m"_s);
     EXPECT_EQ(to_text(std::get<Exception>(record->details())),
               R"(php.Exception{exception_name: "LogicException", exception_text: "caught"})");
-    EXPECT_EQ(to_text(record->location().value()),
-              R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 3})");
+    EXPECT_EQ(to_text(record->location().value()), R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 3})");
     ASSERT_EQ(record->stack_trace().value().frames().size(), 1);
     EXPECT_EQ(record->stack_trace()->frames().front().name(), u"f"_s);
 }
@@ -93,10 +90,8 @@ TEST(ErrorData, reads_every_field_of_a_protobuf_error)
     EXPECT_EQ(record->request_id().id(), 7U);
     EXPECT_EQ(record->timestamp(), (TimePair{8, 9}));
     EXPECT_EQ(record->message(), u"m"_s);
-    EXPECT_EQ(to_text(std::get<Error>(record->details())),
-              R"(php.Error{category: 2, number: 8, name: "E_WARNING"})");
-    EXPECT_EQ(to_text(record->location().value()),
-              R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 0})");
+    EXPECT_EQ(to_text(std::get<Error>(record->details())), R"(php.Error{category: 2, number: 8, name: "E_WARNING"})");
+    EXPECT_EQ(to_text(record->location().value()), R"(php.SourceLocation{file: "a.php", line: 17, line_extra: 0})");
     ASSERT_EQ(record->stack_trace().value().frames().size(), 1);
     EXPECT_EQ(record->stack_trace()->frames().front().name(), u"f"_s);
 }

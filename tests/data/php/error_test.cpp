@@ -71,15 +71,9 @@ TEST(Error, knows_three_categories_by_their_full_number)
         Error::Category category;
     };
     Case const cases[] = {
-        {0, Error::Category::none},
-        {1, Error::Category::category_1},
-        {2, Error::Category::category_2},
-        {3, Error::Category::category_3},
-        {4, Error::Category::none},
-        {256, Error::Category::none},
-        {257, Error::Category::none},
-        {65538, Error::Category::none},
-        {-1, Error::Category::none},
+        {0, Error::Category::none},           {1, Error::Category::category_1}, {2, Error::Category::category_2},
+        {3, Error::Category::category_3},     {4, Error::Category::none},       {256, Error::Category::none},
+        {257, Error::Category::none},         {65538, Error::Category::none},   {-1, Error::Category::none},
         {-2147483647, Error::Category::none},
     };
     for (auto const &[sent, category] : cases) {

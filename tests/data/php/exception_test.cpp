@@ -58,9 +58,8 @@ TEST(Exception, of_an_empty_message_has_empty_texts_that_are_not_null)
 
 TEST(Exception, message_fields_are_all_read_or_known_to_be_ignored)
 {
-    EXPECT_THAT(field_names<RpcException>(),
-                ElementsAre("exception_name", "exception_text", "message" /* ignored */, "location" /* ignored */,
-                            "stack_trace" /* ignored */));
+    EXPECT_THAT(field_names<RpcException>(), ElementsAre("exception_name", "exception_text", "message" /* ignored */,
+                                                         "location" /* ignored */, "stack_trace" /* ignored */));
     EXPECT_THAT(field_names<ProtobufError>(),
                 ElementsAre("name", "file" /* ignored */, "exception_text", "message" /* ignored */,
                             "timestamp" /* ignored */, "stack_trace" /* ignored */, "category" /* ignored */,

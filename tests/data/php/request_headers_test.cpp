@@ -28,16 +28,19 @@ constexpr char const *nothing_read = "php.RequestHeaders{request_id: 7, headers:
 test::PhpReportCase const report_cases[] = {
     {"no_payload", test::no_payload(), nothing_read},
     {"unknown_payload", test::unknown_payload(), nothing_read},
-    {"request_start", test::request_start(), R"(php.RequestHeaders{request_id: 7, headers: ["Accept" => "text/html"]})"},
+    {"request_start", test::request_start(),
+     R"(php.RequestHeaders{request_id: 7, headers: ["Accept" => "text/html"]})"},
     {"request_end", test::request_end(), nothing_read},
     {"php_error", test::php_error(), nothing_read},
     {"nothing_in_the_request_start", from_text<NotifyRequest>("request_id { id: 7 } rinit { }"), nothing_read},
     {"no_headers_in_the_request", from_text<NotifyRequest>("request_id { id: 7 } rinit { request { } }"), nothing_read},
-    {"headers_without_elements", from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { } } }"), nothing_read},
+    {"headers_without_elements", from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { } } }"),
+     nothing_read},
     {"a_missing_id_is_0", from_text<NotifyRequest>("rinit { request { headers { elements { } } } }"),
      "php.RequestHeaders{request_id: 0, headers: [undefined => undefined]}"},
     {"a_header_that_is_there_twice_and_is_no_string",
-     from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { elements { string_key: 'A' value { long_value: 1 } } elements { string_key: 'A' } } } }"),
+     from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { elements { string_key: 'A' value { "
+                              "long_value: 1 } } elements { string_key: 'A' } } } }"),
      R"(php.RequestHeaders{request_id: 7, headers: ["A" => 1, "A" => undefined]})"},
 };
 
@@ -62,7 +65,8 @@ TEST(RequestHeaders, dialects_agree_on_what_both_carry)
                 }
             }
         })pb"));
-    detail::RequestHeaders const protobuf(from_text<ProtobufMessage>(R"pb(lines: "A: b\377" lines: "A: ")pb"), RequestId(7));
+    detail::RequestHeaders const protobuf(from_text<ProtobufMessage>(R"pb(lines: "A: b\377" lines: "A: ")pb"),
+                                          RequestId(7));
 
     EXPECT_EQ(to_text(rpc), to_text(protobuf));
 }

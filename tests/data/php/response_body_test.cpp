@@ -33,7 +33,8 @@ ResponseBody from_rpc(std::string const &body)
 
 ResponseBody from_protobuf(std::string const &textproto)
 {
-    return ResponseBody(new detail::ResponseBody(from_text<pelorin::protobuf::Glimmet::ResponseBody>(textproto), RequestId(7)));
+    return ResponseBody(
+        new detail::ResponseBody(from_text<pelorin::protobuf::Glimmet::ResponseBody>(textproto), RequestId(7)));
 }
 
 constexpr char const *nothing_read = "php.ResponseBody{request_id: 7, text_0: null, number: 0, text_1: null}";
@@ -42,11 +43,14 @@ test::PhpReportCase const report_cases[] = {
     {"no_payload", test::no_payload(), nothing_read},
     {"unknown_payload", test::unknown_payload(), nothing_read},
     {"request_start", test::request_start(), nothing_read},
-    {"request_end", test::request_end(), R"(php.ResponseBody{request_id: 7, text_0: "<p>", number: 3, text_1: "html"})"},
+    {"request_end", test::request_end(),
+     R"(php.ResponseBody{request_id: 7, text_0: "<p>", number: 3, text_1: "html"})"},
     {"php_error", test::php_error(), nothing_read},
     {"nothing_in_the_request_end", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { }"), nothing_read},
-    {"no_body_in_the_response", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { } }"), nothing_read},
-    {"an_empty_body_has_empty_texts", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { body { } } }"),
+    {"no_body_in_the_response", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { } }"),
+     nothing_read},
+    {"an_empty_body_has_empty_texts",
+     from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { body { } } }"),
      R"(php.ResponseBody{request_id: 7, text_0: "", number: 0, text_1: ""})"},
     {"a_missing_id_is_0", from_text<NotifyRequest>("rshutdown { response { body { number: 1 } } }"),
      R"(php.ResponseBody{request_id: 0, text_0: "", number: 1, text_1: ""})"},
@@ -112,9 +116,11 @@ TEST(ResponseBody, message_fields_are_all_read_or_known_to_be_ignored)
 {
     EXPECT_THAT(field_names<NotifyRequest>(), ElementsAre("request_id", "timestamp" /* ignored */,
                                                           "rinit" /* ignored */, "rshutdown", "error" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::RShutdownPayload>(),
-                ElementsAre("duration" /* ignored */, "response", "memory" /* ignored */, "superglobals" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::Response>(), ElementsAre("headers" /* ignored */, "body", "status" /* ignored */));
+    EXPECT_THAT(
+        field_names<rpc::php::v1::RShutdownPayload>(),
+        ElementsAre("duration" /* ignored */, "response", "memory" /* ignored */, "superglobals" /* ignored */));
+    EXPECT_THAT(field_names<rpc::php::v1::Response>(),
+                ElementsAre("headers" /* ignored */, "body", "status" /* ignored */));
     EXPECT_THAT(field_names<rpc::php::v1::ResponseBody>(), ElementsAre("text_0", "text_1", "number"));
     EXPECT_THAT(field_names<pelorin::protobuf::Glimmet::ResponseBody>(), ElementsAre("text_0", "text_1"));
 }

@@ -32,12 +32,15 @@ test::PhpReportCase const report_cases[] = {
     {"request_end", test::request_end(), R"(php.ResponseHeaders{request_id: 7, headers: ["Server" => "php"]})"},
     {"php_error", test::php_error(), nothing_read},
     {"nothing_in_the_request_end", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { }"), nothing_read},
-    {"no_headers_in_the_response", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { } }"), nothing_read},
-    {"headers_without_elements", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { headers { } } }"), nothing_read},
+    {"no_headers_in_the_response", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { } }"),
+     nothing_read},
+    {"headers_without_elements",
+     from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { headers { } } }"), nothing_read},
     {"a_missing_id_is_0", from_text<NotifyRequest>("rshutdown { response { headers { elements { } } } }"),
      "php.ResponseHeaders{request_id: 0, headers: [undefined => undefined]}"},
     {"a_header_that_is_there_twice_and_is_no_string",
-     from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { headers { elements { string_key: 'A' value { long_value: 1 } } elements { string_key: 'A' } } } }"),
+     from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { headers { elements { string_key: 'A' value "
+                              "{ long_value: 1 } } elements { string_key: 'A' } } } }"),
      R"(php.ResponseHeaders{request_id: 7, headers: ["A" => 1, "A" => undefined]})"},
 };
 
@@ -62,14 +65,16 @@ TEST(ResponseHeaders, dialects_agree_on_what_both_carry)
                 }
             }
         })pb"));
-    detail::ResponseHeaders const protobuf(from_text<ProtobufMessage>(R"pb(lines: "A: b\377" lines: "A: ")pb"), RequestId(7));
+    detail::ResponseHeaders const protobuf(from_text<ProtobufMessage>(R"pb(lines: "A: b\377" lines: "A: ")pb"),
+                                           RequestId(7));
 
     EXPECT_EQ(to_text(rpc), to_text(protobuf));
 }
 
 TEST(ResponseHeaders, travel_in_a_qvariant)
 {
-    ResponseHeaders const record(new detail::ResponseHeaders(from_text<ProtobufMessage>("lines: 'A: b'"), RequestId(7)));
+    ResponseHeaders const record(
+        new detail::ResponseHeaders(from_text<ProtobufMessage>("lines: 'A: b'"), RequestId(7)));
 
     EXPECT_EQ(QVariant::fromValue(record).value<ResponseHeaders>(), record);
 }
@@ -78,9 +83,11 @@ TEST(ResponseHeaders, message_fields_are_all_read_or_known_to_be_ignored)
 {
     EXPECT_THAT(field_names<NotifyRequest>(), ElementsAre("request_id", "timestamp" /* ignored */,
                                                           "rinit" /* ignored */, "rshutdown", "error" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::RShutdownPayload>(),
-                ElementsAre("duration" /* ignored */, "response", "memory" /* ignored */, "superglobals" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::Response>(), ElementsAre("headers", "body" /* ignored */, "status" /* ignored */));
+    EXPECT_THAT(
+        field_names<rpc::php::v1::RShutdownPayload>(),
+        ElementsAre("duration" /* ignored */, "response", "memory" /* ignored */, "superglobals" /* ignored */));
+    EXPECT_THAT(field_names<rpc::php::v1::Response>(),
+                ElementsAre("headers", "body" /* ignored */, "status" /* ignored */));
     EXPECT_THAT(field_names<ProtobufMessage>(), ElementsAre("lines"));
 }
 

@@ -256,11 +256,10 @@ TEST(RInit, message_fields_are_all_read_or_known_to_be_ignored)
                 ElementsAre("info", "request", "superglobals" /* ignored */));
     EXPECT_THAT(field_names<rpc::php::v1::Info>(), ElementsAre("text", "version", "number"));
     EXPECT_THAT(field_names<rpc::v1::VersionInfo>(), ElementsAre("text", "major", "minor", "patch", "number"));
-    EXPECT_THAT(field_names<rpc::php::v1::Request>(),
-                ElementsAre("text_0", "text_1", "bytes_0", "bytes_1", "headers" /* ignored */, "post_data" /* ignored */));
-    EXPECT_THAT(
-        field_names<RInitData>(),
-        ElementsAre("text_0", "text_1", "info_text", "bytes_0", "version", "timestamp", "info_number"));
+    EXPECT_THAT(field_names<rpc::php::v1::Request>(), ElementsAre("text_0", "text_1", "bytes_0", "bytes_1",
+                                                                  "headers" /* ignored */, "post_data" /* ignored */));
+    EXPECT_THAT(field_names<RInitData>(),
+                ElementsAre("text_0", "text_1", "info_text", "bytes_0", "version", "timestamp", "info_number"));
     EXPECT_THAT(field_names<pelorin::protobuf::PelorinPHP::PhpVersion>(), ElementsAre("major", "minor", "patch"));
 }
 

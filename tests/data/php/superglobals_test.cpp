@@ -69,7 +69,8 @@ ReportCase const report_cases[] = {
     {"request_end_without_superglobals", from_text<NotifyRequest>("request_id { id: 7 } rshutdown { response { } }"),
      nothing_read, nothing_read},
     {"a_missing_id_is_0", from_text<NotifyRequest>("rinit { superglobals { elements { } } }"),
-     "php.Superglobals{request_id: 0, values: [undefined => undefined]}", "php.Superglobals{request_id: 0, values: []}"},
+     "php.Superglobals{request_id: 0, values: [undefined => undefined]}",
+     "php.Superglobals{request_id: 0, values: []}"},
     {"whatever_the_array_holds",
      from_text<NotifyRequest>("request_id { id: 7 } rinit { superglobals { elements { long_key: 1 value { "
                               "bool_value: true } } elements { long_key: 1 } } }"),
@@ -118,8 +119,7 @@ struct EntryCase {
 
 EntryCase const entry_cases[] = {
     {"unchanged", "key: 'k' value { type: TYPE_LONG long_value: 1 }", R"(["k" => 1])", "[]"},
-    {"changed",
-     "key: 'k' value { type: TYPE_LONG long_value: 2 } initial_value { type: TYPE_LONG long_value: 1 }",
+    {"changed", "key: 'k' value { type: TYPE_LONG long_value: 2 } initial_value { type: TYPE_LONG long_value: 1 }",
      R"(["k" => 1])", R"(["k" => 2])"},
     {"changed_from_an_empty_value", "key: 'k' value { type: TYPE_LONG long_value: 2 } initial_value { }",
      R"(["k" => undefined])", R"(["k" => 2])"},

@@ -79,7 +79,7 @@ TEST(ConfigManual, shows_what_happens)
 TEST(ConfigManual, of_the_format_shows_a_file_that_loads)
 {
     ConfigFolder const folder;
-    std::ifstream page(TARNWICK_MANUAL "/tarnwick-config.5");
+    std::ifstream const page(TARNWICK_MANUAL "/tarnwick-config.5");
     std::ostringstream all;
     all << page.rdbuf();
     auto const text = all.str();

@@ -21,8 +21,6 @@
 namespace tarnwick::test {
 namespace {
 
-using testing::IsEmpty;
-
 /// The records that were printed, each as its frame's number, offset and request.
 std::vector<std::string> records(std::string const &jsonl)
 {
@@ -110,17 +108,15 @@ INSTANTIATE_TEST_SUITE_P(
                              fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
                             "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 "
                             "messages in each other\n"},
-                    Capture{"WithAReportAsDeepAsPhpSendsThem",
-                            delimited(rpc_php_frame(nested_report(2 + 3 * 64))),
-                            0,
-                            std::vector<std::string>(4, "1 at 0: 0"),
-                            ""},
+                    Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
+                            std::vector<std::string>(4, "1 at 0: 0"), ""},
                     Capture{"WithAReportFromLaterTimes",
                             good + unknown_report + good,
                             0,
                             {"1 at 0: 1", "3 at 17: 1"},
                             "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
-                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0, std::vector<std::string>(4, "1 at 0: 0"), ""},
+                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0,
+                            std::vector<std::string>(4, "1 at 0: 0"), ""},
                     Capture{"TruncatedInAFrame",
                             good + good.substr(0, 5),
                             1,

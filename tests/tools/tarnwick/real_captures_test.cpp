@@ -307,8 +307,9 @@ TEST(RealCaptures, are_compared_so_that_a_difference_shows)
     EXPECT_THAT(same.differences, IsEmpty());
     EXPECT_THAT(compared("message: 'm' type { number: 5 }", "message: 'n' number: 5").differences,
                 ElementsAre(R"(php.ErrorData.message: {"is":"m"} in rpc, {"is":"n"} in protobuf)"));
-    EXPECT_THAT(compared("type { number: 5 } location { file: 'a' line: 1 }", "file: 'a' number: 5 line: 2").differences,
-                ElementsAre(R"(php.ErrorData.location.line: {"is":1} in rpc, {"is":2} in protobuf)"));
+    EXPECT_THAT(
+        compared("type { number: 5 } location { file: 'a' line: 1 }", "file: 'a' number: 5 line: 2").differences,
+        ElementsAre(R"(php.ErrorData.location.line: {"is":1} in rpc, {"is":2} in protobuf)"));
     EXPECT_THAT(compared("type { number: 5 } stack_trace { }", "number: 5").differences,
                 ElementsAre(R"(php.ErrorData.stack_trace: {"is":[]} in rpc, {"is":null} in protobuf)"));
 

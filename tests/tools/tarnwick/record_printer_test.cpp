@@ -77,8 +77,9 @@ TEST(RecordPrinter, names_the_view_behind_the_dialect)
         printer.print(from_protobuf, "protobuf", "init");
         output.flush();
         EXPECT_TRUE(file.content().starts_with(
-            json ? R"({"record":"php.RShutdown","frame":1,"offset":0,"dialect":"protobuf","view":"init","request_id":7,)"
-                 : "php.RShutdown  frame 1 at byte 0, protobuf, init\n"))
+            json
+                ? R"({"record":"php.RShutdown","frame":1,"offset":0,"dialect":"protobuf","view":"init","request_id":7,)"
+                : "php.RShutdown  frame 1 at byte 0, protobuf, init\n"))
             << file.content();
     }
 }

@@ -87,12 +87,9 @@ struct tarnwick::data::Description<tarnwick::data::php::detail::ErrorData> {
     using Record = php::detail::ErrorData;
     static constexpr std::string_view name = "php.ErrorData";
     static constexpr std::tuple fields{
-        Field{"request_id", &Record::request_id},
-        Field{"timestamp", &Record::timestamp, Sense::instant},
-        Field{"message", &Record::message},
-        Field{"details", &Record::details},
-        Field{"location", &Record::location},
-        Field{"stack_trace", &Record::stack_trace},
+        Field{"request_id", &Record::request_id}, Field{"timestamp", &Record::timestamp, Sense::instant},
+        Field{"message", &Record::message},       Field{"details", &Record::details},
+        Field{"location", &Record::location},     Field{"stack_trace", &Record::stack_trace},
     };
 };
 

@@ -93,18 +93,12 @@ struct tarnwick::data::Description<tarnwick::data::php::detail::RInit> {
     using Record = php::detail::RInit;
     static constexpr std::string_view name = "php.RInit";
     static constexpr std::tuple fields{
-        Field{"request_id", &Record::request_id},
-        Field{"timestamp", &Record::timestamp, Sense::instant},
-        Field{"version_major", &Record::version_major},
-        Field{"version_minor", &Record::version_minor},
-        Field{"version_patch", &Record::version_patch},
-        Field{"version_text", &Record::version_text},
-        Field{"version_number", &Record::version_number},
-        Field{"info_text", &Record::info_text},
-        Field{"request_text_0", &Record::request_text_0},
-        Field{"request_text_1", &Record::request_text_1},
-        Field{"info_number", &Record::info_number},
-        Field{"request_bytes_0", &Record::request_bytes_0},
+        Field{"request_id", &Record::request_id},           Field{"timestamp", &Record::timestamp, Sense::instant},
+        Field{"version_major", &Record::version_major},     Field{"version_minor", &Record::version_minor},
+        Field{"version_patch", &Record::version_patch},     Field{"version_text", &Record::version_text},
+        Field{"version_number", &Record::version_number},   Field{"info_text", &Record::info_text},
+        Field{"request_text_0", &Record::request_text_0},   Field{"request_text_1", &Record::request_text_1},
+        Field{"info_number", &Record::info_number},         Field{"request_bytes_0", &Record::request_bytes_0},
         Field{"request_bytes_1", &Record::request_bytes_1},
     };
 };
