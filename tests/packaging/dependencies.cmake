@@ -74,7 +74,9 @@ tarnwick_dependency_refusal(everything_at_once
         "CLI11 2.4 or later (Debian: libcli11-dev)"
         "RapidJSON 1.1 or later (Debian: rapidjson-dev)"
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
-        "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)")
+        "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)"
+        "inih (Debian: libinih-dev)"
+        "GLib (Debian: libglib2.0-dev)")
 
 tarnwick_refusal(no_installed_neighbours SOURCE ${PROJECT_SOURCE_DIR}
     OPTIONS -DTARNWICK_BUNDLED_PCOMMON=OFF -DTARNWICK_BUNDLED_PMSG=OFF -DTARNWICK_BUNDLED_PRPC=OFF
