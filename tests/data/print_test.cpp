@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <variant>
 
 namespace tarnwick::data {
@@ -145,6 +146,13 @@ TEST(TextWriter, writes_the_alternative_that_a_variant_holds)
     EXPECT_EQ(written(Variant()), "none");
     EXPECT_EQ(written(Variant(php::SourceLocation(QStringLiteral("a"), 1, 2))),
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+TEST(TextWriter, writes_a_set_in_order_whatever_the_order_in_it)
+{
+    EXPECT_EQ(written(std::unordered_set<int>()), "[]");
+    EXPECT_EQ(written(std::unordered_set{3, -1, 20, 1}), "[-1, 1, 3, 20]");
+    EXPECT_EQ(written(std::unordered_set{20, 1, 3, -1}), "[-1, 1, 3, 20]");
 }
 
 TEST(TextWriter, writes_enumerations_as_their_numbers)

@@ -6,9 +6,10 @@
 
 namespace tarnwick::data {
 
-/// Shared, read-only hold on a record: one pointer wide, copied at the cost of one atomic increment. The payload lives
-/// until its last handle goes. Payloads have no operation that changes them, so a handle to a const and to a non-const
-/// one would be the same thing. Every handle class of the library derives from this one.
+/// Shared hold on a payload: one pointer wide, copied at the cost of one atomic increment. The payload lives until its
+/// last handle goes. Records have no operation that changes them, so a handle to a const and to a non-const one would be
+/// the same thing; the fields of users, authentication requests and sessions are written through it. Every handle class
+/// of the library derives from this one.
 template <class Payload>
 class Handle : public QExplicitlySharedDataPointer<Payload> {
 public:

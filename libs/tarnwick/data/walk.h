@@ -12,6 +12,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QString>
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
@@ -21,7 +22,9 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <unordered_set>
 #include <variant>
+#include <vector>
 
 namespace tarnwick::data {
 
@@ -149,6 +152,8 @@ template <Writer W, class T>
 void walk(W &writer, QList<T> const &list);
 template <Writer W, class Key, class T>
 void walk(W &writer, QMap<Key, T> const &table);
+template <Writer W, class T>
+void walk(W &writer, std::unordered_set<T> const &set);
 template <Writer W, class Payload>
 void walk(W &writer, QExplicitlySharedDataPointer<Payload> const &handle);
 template <Writer W>
@@ -190,27 +195,37 @@ void walk(W &writer, std::variant<Alternatives...> const &alternatives)
         alternatives);
 }
 
-template <Writer W, class T>
-void walk(W &writer, QList<T> const &list)
+template <Writer W, class Values>
+void walk_items(W &writer, Values const &values)
 {
     writer.begin_list();
-    for (auto const &value : list) {
+    for (auto const &value : values) {
         writer.item();
         walk(writer, value);
     }
     writer.end_list();
 }
 
+template <Writer W, class T>
+void walk(W &writer, QList<T> const &list)
+{
+    walk_items(writer, list);
+}
+
 // The values hold their keys.
 template <Writer W, class Key, class T>
 void walk(W &writer, QMap<Key, T> const &table)
 {
-    writer.begin_list();
-    for (auto const &value : table) {
-        writer.item();
-        walk(writer, value);
-    }
-    writer.end_list();
+    walk_items(writer, table);
+}
+
+// In order: two sets that hold the same print the same.
+template <Writer W, class T>
+void walk(W &writer, std::unordered_set<T> const &set)
+{
+    std::vector<T> sorted(set.begin(), set.end());
+    std::ranges::sort(sorted);
+    walk_items(writer, sorted);
 }
 
 template <Writer W, class Payload>

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <tarnwick/auth/user.h>
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <optional>
+
+namespace PelorinPHPX {
+
+/// A session, which may be bound to a user. Programs fill the fields; the library reads `user` alone, to print it.
+///
+/// | Field              | Meaning                                              | Unfilled |
+/// |--------------------|------------------------------------------------------|----------|
+/// | `user`             | the session's user; one that is there is never null  | absent   |
+/// | `blob`             | bytes of the session                                 | null     |
+/// | `word_1`, `word_2` | two numbers, told apart by their place alone         | 0        |
+struct TARNWICK_EXPORT SessionData : QSharedData {
+    SessionData();
+    Q_DISABLE_COPY_MOVE(SessionData)
+    ~SessionData();
+
+    std::optional<Auth::User> user;
+    QByteArray blob;
+    std::uint64_t word_1 = 0;
+    std::uint64_t word_2 = 0;
+};
+
+/// Shared handle. Nothing detaches: a field written through one is written for all that share it.
+class TARNWICK_EXPORT Session : public tarnwick::data::Handle<SessionData> {
+public:
+    using Handle::Handle;
+
+    Session() noexcept = default;
+    Session(Session const &other) noexcept;
+    Session(Session &&other) noexcept;
+    Session &operator=(Session const &other) noexcept;
+    Session &operator=(Session &&other) noexcept;
+    ~Session();
+
+    /// The user as `Auth::User::to_string()` has it, `<unknown>` without one. Not for a null handle.
+    [[nodiscard]] QString user_as_string() const;
+};
+
+} // namespace PelorinPHPX
+
+template <>
+struct tarnwick::data::Description<PelorinPHPX::SessionData> {
+    using Record = PelorinPHPX::SessionData;
+    static constexpr std::string_view name = "auth.Session";
+    static constexpr std::tuple fields{
+        Field{"user", &Record::user},
+        Field{"blob", &Record::blob},
+        Field{"word_1", &Record::word_1},
+        Field{"word_2", &Record::word_2},
+    };
+};
+
+Q_DECLARE_METATYPE(PelorinPHPX::Session)

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/handle.h>
+#include <tarnwick/export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <optional>
+#include <unordered_set>
+
+namespace PelorinPHPX::Auth {
+
+/// What is known of a user. Programs fill the fields; the library reads `kind`, `name` and `id`, to print them.
+///
+/// | Field                          | Meaning                                                | Unfilled |
+/// |--------------------------------|--------------------------------------------------------|----------|
+/// | `kind`                         | where the user comes from, one of `Kind`; all other    | 0        |
+/// |                                | numbers mean `unknown`                                 |          |
+/// | `id`                           | number of the user; 0 is an id like others             | absent   |
+/// | `name`                         | the user's name; one that is there can be empty        | absent   |
+/// | `attribute_1`, `attribute_2`   | further texts                                          | absent   |
+/// | `entries`                      | further numbers                                        | none     |
+struct TARNWICK_EXPORT UserData : QSharedData {
+    enum Kind : std::uint8_t {
+        unknown = 0,
+        local = 1,
+        ldap = 2,
+        openid_connect = 3,
+    };
+
+    UserData();
+    Q_DISABLE_COPY_MOVE(UserData)
+    ~UserData();
+
+    std::uint8_t kind = unknown;
+    std::optional<std::uint32_t> id;
+    std::optional<QString> name;
+    std::optional<QString> attribute_1;
+    std::optional<QString> attribute_2;
+    std::unordered_set<std::uint32_t> entries;
+};
+
+/// Shared handle. Nothing detaches: a field written through one is written for all that share it.
+class TARNWICK_EXPORT User : public tarnwick::data::Handle<UserData> {
+public:
+    using Handle::Handle;
+
+    User() noexcept = default;
+    User(User const &other) noexcept;
+    User(User &&other) noexcept;
+    User &operator=(User const &other) noexcept;
+    User &operator=(User &&other) noexcept;
+    ~User();
+
+    /// `ldap://'ann' (ID: 7)`: where the user comes from, the name as it is, and the id if there is one. Without a name
+    /// `ldap://<undef> (ID: 7)`. Where the kind is unknown `unknown://`, whatever else is known. Not for a null handle.
+    [[nodiscard]] QString to_string() const;
+};
+
+} // namespace PelorinPHPX::Auth
+
+template <>
+struct tarnwick::data::Description<PelorinPHPX::Auth::UserData> {
+    using Record = PelorinPHPX::Auth::UserData;
+    static constexpr std::string_view name = "auth.User";
+    static constexpr std::tuple fields{
+        Field{"kind", &Record::kind},
+        Field{"id", &Record::id},
+        Field{"name", &Record::name},
+        Field{"attribute_1", &Record::attribute_1},
+        Field{"attribute_2", &Record::attribute_2},
+        Field{"entries", &Record::entries},
+    };
+};
+
+Q_DECLARE_METATYPE(PelorinPHPX::Auth::User)
