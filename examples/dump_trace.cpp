@@ -80,7 +80,7 @@ int dump(void *socket, int file)
     if (!write_all(file, bytes.data(), bytes.size()))
         return say("cannot write");
 
-    // From the socket to write() a chunk stays in the block of memory in which ZeroMQ received it.
+    // From the socket to write() a chunk stays where ZeroMQ received it: in a block of memory, or when small in the part.
     while (more) {
         if (!receive(socket, part))
             return say("cannot receive");

@@ -22,7 +22,7 @@ using Step = CaptureReader::Step;
 
 RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
-    auto const *no_color = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): the program has one thread
+    auto const *no_color = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): no other thread yet
     bool const color_wanted = output.is_terminal() && (no_color == nullptr || *no_color == '\0');
     return {
         .json = options.format == Format::jsonl || (options.format == Format::automatic && !output.is_terminal()),

@@ -13,7 +13,8 @@ enum class Sense {
     span,    ///< a `TimePair` that is a length of time
 };
 
-/// One field of a record: its name and the accessor of that name, or the member itself where a record is a plain struct.
+/// One field of a record: its name and what reads it, the accessor of that name as a rule, or the member itself where a
+/// record is a plain struct.
 template <class Record, class Member>
 struct Field {
     std::string_view name;

@@ -152,6 +152,10 @@ test::PhpReportCase const report_cases[] = {
     {"an_error_with_an_empty_trace_has_one", from_text<NotifyRequest>("error { error { stack_trace { } } }"),
      NO_ID_NO_TIME "message: \"\", details: php.Error{category: 0, number: 0, name: \"\"}, location: none, "
                    "stack_trace: []}"},
+    {"times_outside_their_range_stay_as_they_are",
+     from_text<NotifyRequest>("timestamp { seconds: -1 nanos: 1000000000 } error { }"),
+     "php.ErrorData{request_id: 0, timestamp: {-1 s, 1000000000 ns}, message: \"\", "
+     "details: php.Error{category: 0, number: 0, name: \"\"}, location: none, stack_trace: none}"},
     {"an_exception_with_an_empty_location_has_one", from_text<NotifyRequest>("error { exception { location { } } }"),
      NO_ID_NO_TIME "message: \"\", details: php.Exception{exception_name: \"\", exception_text: \"\"}, "
                    "location: php.SourceLocation{file: \"\", line: 0, line_extra: 0}, stack_trace: none}"},
@@ -239,6 +243,14 @@ TEST(ErrorData, dialects_agree_on_what_both_carry)
                   timestamp { seconds: 8 nanos: 9 }
                   stack_trace { }
                   line: 17)pb")));
+}
+
+TEST(ErrorData, decodes_messages_that_hold_nul_or_are_not_utf8)
+{
+    auto const *const message = R"(message: "a\000b\377")";
+    EXPECT_EQ(from_protobuf(message)->message(), u"a\0b\uFFFD"_s);
+    EXPECT_EQ(from_rpc(std::string("error { error {") + message + "} }")->message(), u"a\0b\uFFFD"_s);
+    EXPECT_EQ(from_rpc(std::string("error { exception {") + message + "} }")->message(), u"a\0b\uFFFD"_s);
 }
 
 TEST(ErrorData, travels_in_a_qvariant)

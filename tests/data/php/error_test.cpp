@@ -10,6 +10,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QVariant>
+
 #include <string>
 
 namespace tarnwick::data::php {
@@ -92,6 +94,15 @@ TEST(Error, categories_have_the_numbers_of_the_messages)
     EXPECT_EQ(static_cast<int>(Error::Category::category_1), 1);
     EXPECT_EQ(static_cast<int>(Error::Category::category_2), 2);
     EXPECT_EQ(static_cast<int>(Error::Category::category_3), 3);
+}
+
+TEST(Error, travels_in_a_qvariant)
+{
+    auto const variant =
+        QVariant::fromValue(Error(from_text<RpcError>("type { name: 'E_WARNING' } category: CATEGORY_2")));
+    auto const *error = get_if<Error>(&variant);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(to_text(*error), R"(php.Error{category: 2, number: 0, name: "E_WARNING"})");
 }
 
 TEST(Error, message_fields_are_all_read_or_known_to_be_ignored)

@@ -10,6 +10,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QVariant>
+
 namespace tarnwick::data::php {
 namespace {
 
@@ -54,6 +56,14 @@ TEST(Exception, of_an_empty_message_has_empty_texts_that_are_not_null)
     auto const *const empty = R"(php.Exception{exception_name: "", exception_text: ""})";
     EXPECT_EQ(to_text(Exception(RpcException())), empty);
     EXPECT_EQ(to_text(Exception(ProtobufError())), empty);
+}
+
+TEST(Exception, travels_in_a_qvariant)
+{
+    auto const variant = QVariant::fromValue(Exception(from_text<RpcException>("exception_name: 'LogicException'")));
+    auto const *exception = get_if<Exception>(&variant);
+    ASSERT_NE(exception, nullptr);
+    EXPECT_EQ(to_text(*exception), R"(php.Exception{exception_name: "LogicException", exception_text: ""})");
 }
 
 TEST(Exception, message_fields_are_all_read_or_known_to_be_ignored)

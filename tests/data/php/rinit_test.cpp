@@ -168,7 +168,10 @@ RpcCase const rpc_cases[] = {
     {"bytes_that_are_present_and_empty_are_there", "rinit { request { bytes_0: '' bytes_1: '' } }",
      NO_ID_NO_TIME NO_VERSION "info_text: null, request_text_0: \"\", request_text_1: \"\", info_number: 0, "
                               "request_bytes_0: \"\", request_bytes_1: \"\"}"},
-    {"either_bytes_can_be_absent", "rinit { request { bytes_1: 'b' } }",
+    {"the_second_bytes_can_be_absent", "rinit { request { bytes_0: 'a' } }",
+     NO_ID_NO_TIME NO_VERSION "info_text: null, request_text_0: \"\", request_text_1: \"\", info_number: 0, "
+                              "request_bytes_0: \"a\", request_bytes_1: none}"},
+    {"the_first_bytes_can_be_absent", "rinit { request { bytes_1: 'b' } }",
      NO_ID_NO_TIME NO_VERSION "info_text: null, request_text_0: \"\", request_text_1: \"\", info_number: 0, "
                               "request_bytes_0: none, request_bytes_1: \"b\"}"},
 };

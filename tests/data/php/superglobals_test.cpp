@@ -15,6 +15,7 @@
 
 #include <QtCore/QVariant>
 
+#include <cstddef>
 #include <string>
 
 namespace tarnwick::data::php {
@@ -75,6 +76,10 @@ ReportCase const report_cases[] = {
      from_text<NotifyRequest>("request_id { id: 7 } rinit { superglobals { elements { long_key: 1 value { "
                               "bool_value: true } } elements { long_key: 1 } } }"),
      "php.Superglobals{request_id: 7, values: [1 => true, 1 => undefined]}", nothing_read},
+    {"whatever_the_array_of_changes_holds",
+     from_text<NotifyRequest>("request_id { id: 7 } rshutdown { superglobals { elements { long_key: 1 value { "
+                              "bool_value: true } } elements { long_key: 1 } } }"),
+     nothing_read, "php.Superglobals{request_id: 7, values: [1 => true, 1 => undefined]}"},
 };
 
 class SuperglobalsFromReport : public testing::TestWithParam<ReportCase> {};
@@ -166,11 +171,20 @@ constexpr char const *same_names = R"pb(
         name: "g"
     })pb";
 
+/// The same entries, marked as changed.
+std::string changed(std::string message)
+{
+    for (std::size_t at = 0; (at = message.find("} }", at)) != std::string::npos; at += 20)
+        message.insert(at + 1, " initial_value { }");
+    return message;
+}
+
 TEST(Superglobals, neither_merge_nor_reorder_groups_and_entries_of_one_name)
 {
     auto const *const expected = R"(["g" => ["k" => 1, "k" => 2], "g" => ["k" => 3]])";
     EXPECT_EQ(values(from_monitor(same_names)), expected);
     EXPECT_EQ(values(from_glimmet(same_names, init_t())), expected);
+    EXPECT_EQ(values(from_glimmet(changed(same_names), change_t())), expected);
 }
 
 TEST(Superglobals, keep_names_and_keys_as_sent)
@@ -183,6 +197,7 @@ TEST(Superglobals, keep_names_and_keys_as_sent)
     auto const *const expected = R"(["5\xfe" => ["\xff\x00k" => false]])";
     EXPECT_EQ(values(from_monitor(message)), expected);
     EXPECT_EQ(values(from_glimmet(message, init_t())), expected);
+    EXPECT_EQ(values(from_glimmet(changed(message), change_t())), expected);
 }
 
 TEST(Superglobals, have_strings_for_keys_from_protobuf_reports)

@@ -87,7 +87,52 @@ TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_a
     }
 }
 
-TEST(RecordFeed, builds_each_record_of_the_message)
+/// The line of a record without a frame, of request 7.
+std::string of_request_7(std::string const &record, std::string const &view, std::string const &fields)
+{
+    return R"({"record":"php.)" + record + R"(","frame":0,"offset":0,"dialect":"rpc",)" +
+           (view.empty() ? "" : R"("view":")" + view + "\",") + R"("request_id":7,)" + fields + "}\n";
+}
+
+TEST(RecordFeed, builds_both_views_of_superglobals_from_their_own_reports)
+{
+    std::string const array = R"(superglobals { elements { string_key: "g" value { bool_value: true } } })";
+    std::string const values = R"("values":[[{"kind":"string","value":"g"},{"kind":"bool","value":true}]])";
+    auto const fed = [&](std::string const &member) {
+        return feed(test::rpc_php_frame_of("request_id { id: 7 } " + member + " {" + array + "}"), true).records;
+    };
+    auto const start = fed("rinit");
+    EXPECT_THAT(start, testing::HasSubstr(of_request_7("Superglobals", "init", values)));
+    EXPECT_THAT(start, testing::HasSubstr(of_request_7("Superglobals", "change", R"("values":[])")));
+    auto const end = fed("rshutdown");
+    EXPECT_THAT(end, testing::HasSubstr(of_request_7("Superglobals", "init", R"("values":[])")));
+    EXPECT_THAT(end, testing::HasSubstr(of_request_7("Superglobals", "change", values)));
+}
+
+TEST(RecordFeed, prints_the_details_of_an_error_by_what_it_is)
+{
+    auto const fed = [&](std::string const &report) {
+        return feed(test::rpc_php_frame_of("request_id { id: 7 } " + report), true).records;
+    };
+    std::string const no_time = R"("timestamp":{"seconds":0,"nanos":0},)";
+    std::string const no_place = R"("location":null,"stack_trace":null)";
+    EXPECT_THAT(fed("rinit { }"), testing::EndsWith(of_request_7(
+                                      "ErrorData", "", no_time + R"("message":null,"details":null,)" + no_place)));
+    EXPECT_THAT(fed("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } category: CATEGORY_2 } }"),
+                testing::EndsWith(of_request_7(
+                    "ErrorData", "",
+                    no_time + R"("message":"m","details":{"Error":{"category":2,"number":2,"name":"E_WARNING"}},)" +
+                        no_place)));
+    EXPECT_THAT(
+        fed("error { exception { exception_name: 'LogicException' exception_text: 't' message: 'm' } }"),
+        testing::EndsWith(of_request_7(
+            "ErrorData", "",
+            no_time +
+                R"("message":"m","details":{"Exception":{"exception_name":"LogicException","exception_text":"t"}},)" +
+                no_place)));
+}
+
+TEST(RecordFeed, builds_the_record_of_a_requests_end_of_the_message)
 {
     auto const frame = test::rpc_php_frame_of(R"(
         request_id { id: 7 }

@@ -19,9 +19,9 @@
 namespace tarnwick::data::codetrace {
 namespace detail {
 
-/// One chunk of a code trace's body. It owns the transport message that it was made from, no byte of which is copied:
-/// the bytes stay where they are as long as the record lives. Its constructors touch no heap and leave their argument
-/// empty.
+/// One chunk of a code trace's body. It owns the transport message that it was made from: the bytes stay where they came
+/// as long as the record lives, but for the few that ZeroMQ keeps inside a small message. Its constructors touch no heap
+/// and leave their argument empty.
 ///
 /// | Accessor       | Meaning, unit                   | rpc                       | protobuf                         |
 /// |----------------|---------------------------------|---------------------------|----------------------------------|

@@ -52,7 +52,8 @@ Kind kind_of(ProtobufEvent::Type type)
     }
 }
 
-// The message can hold a second line number, the trace and the category too: an event's error has none of them.
+// The message can hold a second line number, the trace and the category too. An event's error has none of them, in either
+// dialect: who wants them reads the report of the error itself.
 Event::PhpError php_error(rpc::php::v1::Error const &message)
 {
     Event::PhpError error;

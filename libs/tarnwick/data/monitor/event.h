@@ -40,7 +40,7 @@ namespace detail {
 /// | `stack_trace()` | calls that led there          | by presence, also if without     | absent without frames,     |
 /// |                 |                               | frames; kinds 0, 1 and 5 alone   | every kind                 |
 /// | `event_flag()`  | a flag that every event has   | false when unset                 | false when unset           |
-/// | `details()`     | what is particular to a kind, | zeroes for what the member lacks | zeroes where another       |
+/// | `details()`     | what is particular to a kind, | zeroes and null texts for what   | the same where another     |
 /// |                 | an empty `FunctionError` when |                                  | kind's member, or none,    |
 /// |                 | the kind is unknown           |                                  | is set                     |
 class TARNWICK_EXPORT Event : public QSharedData {
@@ -65,8 +65,8 @@ public:
 
     struct PhpError {
         std::int32_t error_number = 0;
-        QString error_name; ///< null where no name reached the record
-        QString message;
+        QString error_name;                          ///< null where no name reached the record
+        QString message;                             ///< null where no error reached it
         std::optional<php::SourceLocation> location; ///< `line_extra` is always 0
     };
 

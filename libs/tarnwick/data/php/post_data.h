@@ -17,7 +17,7 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The POST body of one PHP request, a part of the report of its start.
+/// The POST body of one PHP request, a part of the report of its start. `Body` tells of its fields.
 class TARNWICK_EXPORT PostData : public Body {
 public:
     /// A report of something else, and one without a body, gives its id and null texts.

@@ -17,7 +17,7 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of one PHP request, a part of the report of its start.
+/// The headers of one PHP request, a part of the report of its start. `Headers` tells of its fields.
 class TARNWICK_EXPORT RequestHeaders : public Headers {
 public:
     /// A report of something else gives its id and no headers.

@@ -17,7 +17,7 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The body of the response to one PHP request, a part of the report of its end.
+/// The body of the response to one PHP request, a part of the report of its end. `Body` tells of its fields.
 class TARNWICK_EXPORT ResponseBody : public Body {
 public:
     /// A report of something else, and one without a body, gives its id and null texts.

@@ -17,7 +17,7 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of the response to one PHP request, a part of the report of its end.
+/// The headers of the response to one PHP request, a part of the report of its end. `Headers` tells of its fields.
 class TARNWICK_EXPORT ResponseHeaders : public Headers {
 public:
     /// A report of something else gives its id and no headers.
