@@ -9,6 +9,7 @@
 #include <QtCore/QtLogging>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <random>
@@ -71,11 +72,7 @@ private:
         return text;
     }
 
-    template <class Size>
-    std::uint32_t below(Size end)
-    {
-        return static_cast<std::uint32_t>(random_() % end);
-    }
+    std::uint32_t below(std::size_t end) { return static_cast<std::uint32_t>(random_() % end); }
 
     static constexpr std::array line_ends{"\n"sv,   "\n"sv,     "\n"sv, "\r\n"sv, "\r"sv,
                                           "\n\r"sv, "\r\r\n"sv, ""sv,   "\0\n"sv};

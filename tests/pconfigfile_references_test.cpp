@@ -3,6 +3,7 @@
 #include "support/by_name.h"
 #include "support/config_files.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -66,7 +67,7 @@ TEST(Quotes, that_do_not_end_are_a_fault)
 {
     ConfigFolder const folder;
     for (auto const *value : {"\"x", "\"", "'", "\"x'", "'x\"", "${X:-\"}", "${X:-'d}"}) {
-        auto const file = folder.write("f.conf", std::string("# c\na = ") + value + "\n");
+        auto const file = folder.write("f.conf", fmt::format("# c\na = {}\n", value));
         EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":2")
             << value;
     }

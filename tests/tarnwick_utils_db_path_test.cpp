@@ -43,7 +43,7 @@ TEST_P(DbPath, is_compared)
     folder.link("sub", "sub-link");
     WorkingFolder const here(folder.path());
 
-    auto const row = GetParam();
+    auto const &row = GetParam();
     LogLines const out(3);
     EXPECT_EQ(check_obsolete_db_path(q(in(folder, row.current)), q(in(folder, row.expected))), row.result);
     EXPECT_EQ(out.lines(), Texts{logged(in(folder, row.current_resolved), in(folder, row.expected_resolved))});
