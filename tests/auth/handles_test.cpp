@@ -27,7 +27,7 @@ using testing::IsEmpty;
 template <class Handle>
 class IdentityHandle : public testing::Test {
 protected:
-    using Data = typename Handle::Type;
+    using Data = Handle::Type;
 
     static_assert(std::is_base_of_v<QExplicitlySharedDataPointer<Data>, Handle>);
     static_assert(sizeof(Handle) == sizeof(void *));
@@ -58,7 +58,7 @@ TYPED_TEST(IdentityHandle, made_by_default_is_null)
 
 TYPED_TEST(IdentityHandle, takes_the_count_from_0_to_1_and_each_copy_counts)
 {
-    auto *const payload = new typename TestFixture::Data;
+    auto *const payload = new TestFixture::Data;
     EXPECT_EQ(payload->ref.loadRelaxed(), 0);
     TypeParam const handle(payload);
     EXPECT_EQ(payload->ref.loadRelaxed(), 1);
@@ -69,7 +69,7 @@ TYPED_TEST(IdentityHandle, takes_the_count_from_0_to_1_and_each_copy_counts)
 
 TYPED_TEST(IdentityHandle, that_is_the_last_one_deletes_the_payload_once)
 {
-    std::optional<TypeParam> first(new typename TestFixture::Data);
+    std::optional<TypeParam> first(new TestFixture::Data);
     std::optional copy(first);
     void const *const payload = first->get();
     EXPECT_THAT(frees_of([&] { first.reset(); }), IsEmpty());
@@ -79,8 +79,8 @@ TYPED_TEST(IdentityHandle, that_is_the_last_one_deletes_the_payload_once)
 
 TYPED_TEST(IdentityHandle, that_is_assigned_lets_go_of_what_it_held)
 {
-    TypeParam const handle(new typename TestFixture::Data);
-    TypeParam other(new typename TestFixture::Data);
+    TypeParam const handle(new TestFixture::Data);
+    TypeParam other(new TestFixture::Data);
     void const *const payload = other.get();
     EXPECT_THAT(frees_of([&] { other = handle; }), Contains(payload).Times(1));
     EXPECT_EQ(other.get(), handle.get());
@@ -89,7 +89,7 @@ TYPED_TEST(IdentityHandle, that_is_assigned_lets_go_of_what_it_held)
 
 TYPED_TEST(IdentityHandle, that_is_moved_hands_the_payload_on_and_is_null)
 {
-    TypeParam handle(new typename TestFixture::Data);
+    TypeParam handle(new TestFixture::Data);
     auto *const payload = handle.get();
     TypeParam moved(std::move(handle));
     EXPECT_FALSE(handle);
@@ -103,7 +103,7 @@ TYPED_TEST(IdentityHandle, that_is_moved_hands_the_payload_on_and_is_null)
 
 TYPED_TEST(IdentityHandle, that_is_copied_or_moved_allocates_nothing)
 {
-    TypeParam const handle(new typename TestFixture::Data);
+    TypeParam const handle(new TestFixture::Data);
     EXPECT_EQ(allocations_of([&] {
                   TypeParam copy(handle);
                   TypeParam const moved(std::move(copy));
@@ -113,7 +113,7 @@ TYPED_TEST(IdentityHandle, that_is_copied_or_moved_allocates_nothing)
 
 TYPED_TEST(IdentityHandle, goes_through_a_variant_as_it_goes_through_a_queued_signal)
 {
-    TypeParam const handle(new typename TestFixture::Data);
+    TypeParam const handle(new TestFixture::Data);
     auto const variant = QVariant::fromValue(handle);
     EXPECT_EQ(variant.template value<TypeParam>().get(), handle.get());
 }
