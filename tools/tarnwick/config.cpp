@@ -113,7 +113,7 @@ void write_line(Output &output, JsonWriter const &json)
 
 // Of a check.
 
-/// The text and the includes that lead to its place, in the form in which the reader's own faults tell them.
+/// The text and, below it, the lines whose includes led there: each behind a tab, as in the texts of the reader's faults.
 std::string with_includes(std::string text, ConfigPlace const &place)
 {
     for (auto const &[file, number] : place.includes)
@@ -157,10 +157,14 @@ void write_check(JsonWriter &json, ConfigCheck const &check, std::string const &
 /// A line that the reader takes for this value: quotes keep blanks at the ends, quotes, and what looks like a reference.
 std::string directive(QString const &key, QString const &value)
 {
+    // At the beginning of a line these would make a comment of it, or be taken for a byte order mark. Behind a no-break
+    // space, which is white space around a key but none around a line, they are a part of the key.
+    bool const is_hidden = key.startsWith(u'#') || key.startsWith(u';') || key.startsWith(u'\ufeff');
+    auto const *const indent = is_hidden ? "\u00a0" : "";
     bool const bare = value.trimmed() == value && !value.startsWith(u'"') && !value.startsWith(u'\'') &&
                       !value.startsWith(QStringView(u"${"));
     auto const *const quote = bare ? "" : "\"";
-    return fmt::format("{} = {}{}{}\n", key, quote, value, quote);
+    return fmt::format("{}{} = {}{}{}\n", indent, key, quote, value, quote);
 }
 
 // Of an explanation.
