@@ -152,6 +152,17 @@ TEST(ConfigObserver, can_end_a_load)
     ConfigFolder const folder;
     auto const file = folder.write("f.conf", "a = 1\n");
     EXPECT_THROW((void)ConfigFile::load(q(file), QString(), &observer), std::domain_error);
+
+    // No include on the way puts its own text around it.
+    folder.write("deep.conf", "a = 1\n");
+    folder.write("part.conf", "include = deep.*\n");
+    auto const main = folder.write("main.conf", "include = part.conf\n");
+    try {
+        (void)ConfigFile::load(q(main), QString(), &observer);
+        ADD_FAILURE() << "no exception";
+    } catch (std::domain_error const &error) {
+        EXPECT_STREQ(error.what(), "enough");
+    }
 }
 
 } // namespace
