@@ -372,6 +372,13 @@ TEST(ConfigFileLog, tells_of_files_and_of_values)
         EXPECT_EQ(out.lines(), Texts{loading + "missing.conf"}) << "also of a file that cannot be opened";
     }
     {
+        LogLines const out(3);
+        std::string const endless(5'000, 'x');
+        EXPECT_NE(failure(folder.write("endless.conf", "include = " + endless + "\n")), "");
+        EXPECT_EQ(out.lines(), (Texts{loading + folder.path("endless.conf"), loading + folder.path(endless)}))
+            << "and of one that is refused before it is opened";
+    }
+    {
         LogLines const out(5);
         ConfigFile config(QString(u"f.conf"), QString());
         config.add_value(QString(u"k"), QString(u"v"));

@@ -106,6 +106,8 @@ void ConfigFile::load()
 {
     log(PLogger::Level::info, "Loading configuration file {}", file_path_);
     line_no_ = 0;
+    if (parent_ != nullptr)
+        refuse_endless_includes();
     QFile file(file_path_);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         throw PException(fmt::format("{}", file.errorString()));

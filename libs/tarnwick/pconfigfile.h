@@ -121,6 +121,7 @@ private:
     [[nodiscard]] Resolved resolved(QString const &name, std::optional<QString> const &default_value) const;
     [[nodiscard]] QStringView unquoted(QStringView value) const;
     void include_one(QString const &name, QFileInfo const &target);
+    void refuse_endless_includes() const;
 
     ConfigFile const *parent_ = nullptr;
     QString file_name_;

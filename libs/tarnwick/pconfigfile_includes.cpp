@@ -33,12 +33,12 @@ void refuse_endless_name(QString const &file_path)
 }
 
 // Every level takes its share of the stack.
-void refuse_depth_without_stack(ConfigFile const &including)
+void refuse_depth_without_stack(ConfigFile const *including)
 {
     constexpr int always_fitting = 32; // levels; and it takes some time to ask
     constexpr std::size_t reserve = 131'072;
     int levels = 0;
-    for (auto const *file = &including; file != nullptr && levels < always_fitting; file = file->parent())
+    for (auto const *file = including; file != nullptr && levels < always_fitting; file = file->parent())
         ++levels;
     if (levels == always_fitting && tarnwick::stack_left() < reserve)
         throw PException("too many includes in each other");
@@ -71,8 +71,6 @@ void ConfigFile::include_one(QString const &name, QFileInfo const &target)
         throw PException(fmt::format("recursive include='{}' at {}:{}", name, file_path_, line_no_));
     ConfigFile included(*this, target.filePath());
     try {
-        refuse_endless_name(included.file_path_);
-        refuse_depth_without_stack(*this);
         included.load();
     } catch (PException const &error) {
         throw PException(fmt::format("include='{}' at {}:{}\n\t{}", name, file_path_, line_no_, error.what()));
@@ -80,6 +78,12 @@ void ConfigFile::include_one(QString const &name, QFileInfo const &target)
     merge(included);
     if (observer_ != nullptr)
         observer_->merged(*this, included);
+}
+
+void ConfigFile::refuse_endless_includes() const
+{
+    refuse_endless_name(file_path_);
+    refuse_depth_without_stack(parent_);
 }
 
 // This file itself is left out: one that includes itself is read once more, as its own child, and refused there.
