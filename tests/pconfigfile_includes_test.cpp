@@ -77,8 +77,8 @@ TEST_F(Includes, see_the_file_above_them_and_none_further_up)
     EXPECT_EQ(main("a = 1\nx = 3\ninclude = part.conf\n"), (Texts{"a=2", "a=1", "b=2", "c=3", "x=3"}));
 
     folder.write("part.conf", "include = deep.conf\n");
-    folder.write("deep.conf", "b = ${a:-out of reach}\n");
-    EXPECT_EQ(main("a = 1\ninclude = part.conf\na = 2\n"), (Texts{"a=2", "a=1", "b=out of reach"}));
+    folder.write("deep.conf", "b = ${TARNWICK_TEST_A:-out of reach}\n");
+    EXPECT_EQ(main("TARNWICK_TEST_A = 1\ninclude = part.conf\n"), (Texts{"TARNWICK_TEST_A=1", "b=out of reach"}));
 }
 
 TEST_F(Includes, reverse_the_values_of_a_key_unless_the_table_is_empty)
@@ -98,14 +98,16 @@ TEST_F(Includes, can_be_the_same_file_twice)
 
 TEST_F(Includes, take_all_files_that_match_in_the_order_of_their_names)
 {
-    folder.write("conf.d/a.conf", "name = a\nseen = ${last:-nothing}\n");
-    folder.write("conf.d/B.conf", "name = B\nlast = B\n");
+    folder.write("conf.d/a.conf", "name = a\nseen = ${TARNWICK_TEST_LAST:-nothing}\n");
+    folder.write("conf.d/B.conf", "name = B\nTARNWICK_TEST_LAST = B\n");
     folder.write("conf.d/10.conf", "name = 10\n");
     folder.write("conf.d/9.conf", "name = 9\n");
     folder.write("conf.d/x.txt", "name = x\n");
     // In plain order of characters: 10, 9, B, a. Each is merged before the next is read.
-    EXPECT_EQ(main("include = conf.d/*.conf\n"), (Texts{"last=B", "name=a", "name=B", "name=9", "name=10", "seen=B"}));
-    EXPECT_EQ(main("include = conf.d/?.conf\n"), (Texts{"last=B", "name=a", "name=B", "name=9", "seen=B"}));
+    EXPECT_EQ(main("include = conf.d/*.conf\n"),
+              (Texts{"TARNWICK_TEST_LAST=B", "name=a", "name=B", "name=9", "name=10", "seen=B"}));
+    EXPECT_EQ(main("include = conf.d/?.conf\n"),
+              (Texts{"TARNWICK_TEST_LAST=B", "name=a", "name=B", "name=9", "seen=B"}));
 }
 
 TEST_F(Includes, match_letters_of_either_case)
@@ -207,6 +209,16 @@ TEST_F(Includes, fail_on_what_cannot_be_opened)
               in(folder, "include='sub' at FOLDER/main.conf:1\n\tfile to open is a directory"));
     EXPECT_EQ(fault("include =\n"), in(folder, "include='' at FOLDER/main.conf:1\n\tfile to open is a directory"));
     EXPECT_EQ(fault("include = \"\"\n"), in(folder, "include='' at FOLDER/main.conf:1\n\tfile to open is a directory"));
+}
+
+TEST_F(Includes, fail_on_links_that_lead_nowhere)
+{
+    folder.link("nowhere", "dangling.conf");
+    folder.link("itself.conf", "itself.conf");
+    EXPECT_EQ(fault("include = dangling.conf\n"),
+              in(folder, "include='dangling.conf' at FOLDER/main.conf:1\n\tNo such file or directory"));
+    EXPECT_EQ(fault("include = itself.conf\n"),
+              in(folder, "include='itself.conf' at FOLDER/main.conf:1\n\tToo many levels of symbolic links"));
 }
 
 TEST_F(Includes, of_a_file_in_itself_are_refused_the_second_time)

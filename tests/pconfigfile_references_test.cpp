@@ -47,26 +47,29 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ValueCase{"ToAKey", "${Y}", "1"}, ValueCase{"InQuotes", "\"${Y}\"", "${Y}"},
                     ValueCase{"InSingleQuotes", "'${Y}'", "${Y}"}, ValueCase{"BehindText", "x${Y}", "x${Y}"},
                     ValueCase{"BeforeText", "${Y}x", "${Y}x"}, ValueCase{"Two", "${Y}${Y}", "${Y}${Y}"},
-                    ValueCase{"ToNothing", "${X}", std::nullopt}, ValueCase{"EmptyDefault", "${X:-}", std::nullopt},
-                    ValueCase{"Default", "${X:-d e}", "d e"}, ValueCase{"DefaultWithBlanks", "${X:- d }", " d "},
-                    ValueCase{"DefaultInQuotes", "${X:-\"d e\"}", "d e"},
-                    ValueCase{"EmptyDefaultInQuotes", "${X:-\"\"}", ""},
-                    ValueCase{"DefaultThatLooksLikeOne", "${X:-${Y}}", "${Y}"},
-                    ValueCase{"DefaultWithABrace", "${X:-b}c}", "b}c"}, ValueCase{"DefaultUnused", "${Y:-d}", "1"},
-                    ValueCase{"EmptyDefaultUnused", "${Y:-}", "1"}, ValueCase{"NameWithDigitFirst", "${1Y}", "${1Y}"},
+                    ValueCase{"ToNothing", "${TARNWICK_TEST_X}", std::nullopt},
+                    ValueCase{"EmptyDefault", "${TARNWICK_TEST_X:-}", std::nullopt},
+                    ValueCase{"Default", "${TARNWICK_TEST_X:-d e}", "d e"},
+                    ValueCase{"DefaultWithBlanks", "${TARNWICK_TEST_X:- d }", " d "},
+                    ValueCase{"DefaultInQuotes", "${TARNWICK_TEST_X:-\"d e\"}", "d e"},
+                    ValueCase{"EmptyDefaultInQuotes", "${TARNWICK_TEST_X:-\"\"}", ""},
+                    ValueCase{"DefaultThatLooksLikeOne", "${TARNWICK_TEST_X:-${Y}}", "${Y}"},
+                    ValueCase{"DefaultWithABrace", "${TARNWICK_TEST_X:-b}c}", "b}c"},
+                    ValueCase{"DefaultUnused", "${Y:-d}", "1"}, ValueCase{"EmptyDefaultUnused", "${Y:-}", "1"},
+                    ValueCase{"NameWithDigitFirst", "${1Y}", "${1Y}"},
                     ValueCase{"NameWithPointFirst", "${.Y}", "${.Y}"}, ValueCase{"NameWithDash", "${Y-Y}", "${Y-Y}"},
                     ValueCase{"NameWithBlank", "${ Y}", "${ Y}"}, ValueCase{"NameThatIsEmpty", "${}", "${}"},
                     ValueCase{"NameOutsideAscii", "${\xC3\xA9}", "${\xC3\xA9}"},
                     ValueCase{"ColonAlone", "${Y:x}", "${Y:x}"}, ValueCase{"DashAlone", "${Y-x}", "${Y-x}"},
                     ValueCase{"WithoutBrace", "${Y", "${Y"}, ValueCase{"WithoutBraces", "$Y", "$Y"},
-                    ValueCase{"DollarTwice", "$${Y}", "$${Y}"}, ValueCase{"NamesHaveCase", "${y}", std::nullopt},
-                    ValueCase{"NameWithEverything", "${_aZ9_.}", std::nullopt}),
+                    ValueCase{"DollarTwice", "$${Y}", "$${Y}"},
+                    ValueCase{"NameWithEverything", "${_TARNWICK_TEST_aZ9_.}", std::nullopt}),
     by_name);
 
 TEST(Quotes, that_do_not_end_are_a_fault)
 {
     ConfigFolder const folder;
-    for (auto const *value : {"\"x", "\"", "'", "\"x'", "'x\"", "${X:-\"}", "${X:-'d}"}) {
+    for (auto const *value : {"\"x", "\"", "'", "\"x'", "'x\"", "${TARNWICK_TEST_X:-\"}", "${TARNWICK_TEST_X:-'d}"}) {
         auto const file = folder.write("f.conf", fmt::format("# c\na = {}\n", value));
         EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":2")
             << value;
@@ -180,14 +183,19 @@ TEST(GetVar, does_not_look_into_what_it_found)
     file.add_value(QString(u"A"), QString(u"${B}"));
     file.add_value(QString(u"B"), QString(u"1"));
     EXPECT_EQ(file.get_var(QString(u"A"), std::nullopt), QString(u"${B}"));
-    EXPECT_EQ(file.get_var(QString(u"C"), QString(u"${B}")), QString(u"${B}"));
+    EXPECT_EQ(file.get_var(QString(u"TARNWICK_TEST_C"), QString(u"${B}")), QString(u"${B}"));
 }
 
 TEST(References, see_the_newest_value_above_them)
 {
     EXPECT_EQ(read("a = 1\na = 2\nb = ${a}\na = 3\n"), (Texts{"a=3", "a=2", "a=1", "b=2"}));
-    EXPECT_EQ(read("b = ${a:-none}\na = 1\n"), (Texts{"a=1", "b=none"}));
+    EXPECT_EQ(read("b = ${TARNWICK_TEST_A:-none}\nTARNWICK_TEST_A = 1\n"), (Texts{"TARNWICK_TEST_A=1", "b=none"}));
     EXPECT_EQ(read("a = 1\na = ${a}\n"), (Texts{"a=1", "a=1"}));
+}
+
+TEST(References, tell_capitals_from_small_letters)
+{
+    EXPECT_EQ(read("TARNWICK_TEST_Y = 1\na = ${tarnwick_test_y}\n"), Texts{"TARNWICK_TEST_Y=1"});
 }
 
 TEST(References, take_names_with_points_as_they_stand)
@@ -199,7 +207,8 @@ TEST(References, hold_the_prefix)
 {
     Variable const environment("TARNWICK_TEST_E", "environment");
     EXPECT_EQ(read("app.port = 1\napp.b = ${app.port}\n", "app"), (Texts{"b=1", "port=1"}));
-    EXPECT_EQ(read("app.port = 1\napp.b = ${port:-none}\n", "app"), (Texts{"b=none", "port=1"}));
+    EXPECT_EQ(read("app.TARNWICK_TEST_X = 1\napp.b = ${TARNWICK_TEST_X:-none}\n", "app"),
+              (Texts{"TARNWICK_TEST_X=1", "b=none"}));
     EXPECT_EQ(read("app.TARNWICK_TEST_E = 1\napp.b = ${TARNWICK_TEST_E}\n", "app"),
               (Texts{"TARNWICK_TEST_E=1", "b=environment"}));
     // The environment is asked for the whole name.
