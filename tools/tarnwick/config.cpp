@@ -113,7 +113,7 @@ void write_line(Output &output, JsonWriter const &json)
 
 // Of a check.
 
-/// The text and, below it, the lines whose includes led there: each behind a tab, as in the texts of the reader's faults.
+/// The text and, below it, the lines whose includes led there, each behind a tab as in the reader's own faults.
 std::string with_includes(std::string text, ConfigPlace const &place)
 {
     for (auto const &[file, number] : place.includes)

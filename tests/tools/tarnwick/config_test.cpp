@@ -57,16 +57,17 @@ TEST_F(Config, check_warns_of_what_is_dropped)
 {
     folder.write("main.conf", "app.port = 1\nother.port = 2\nap.port = 3\ninclude = part.conf\nx = ${app.none:-}\n");
     folder.write("part.conf", "\nport = 4\ninclude = deep.conf\n");
-    folder.write("deep.conf", "app.a = ${NONE}\ninclude = ${NONE}\ninclude = none/*.conf\n");
+    folder.write("deep.conf",
+                 "app.a = ${TARNWICK_TEST_NONE}\ninclude = ${TARNWICK_TEST_NONE}\ninclude = none/*.conf\n");
     expect(config({"check", "--name=app", "main.conf"}), 0,
            "read main.conf\nread ./part.conf\nread ./deep.conf\n"
            "main.conf:2: warning: 'other.port' is dropped: it is outside the prefix 'app.'\n"
            "main.conf:3: warning: 'ap.port' is dropped: it is outside the prefix 'app.'; did you mean 'app.port'?\n"
            "./part.conf:2: warning: 'port' is dropped: it is outside the prefix 'app.'; did you mean 'app.port'?\n"
            "\tincluded at main.conf:4\n"
-           "./deep.conf:1: warning: 'app.a' is dropped: it refers to 'NONE', which is nowhere\n"
+           "./deep.conf:1: warning: 'app.a' is dropped: it refers to 'TARNWICK_TEST_NONE', which is nowhere\n"
            "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
-           "./deep.conf:2: warning: 'include' is dropped: it refers to 'NONE', which is nowhere\n"
+           "./deep.conf:2: warning: 'include' is dropped: it refers to 'TARNWICK_TEST_NONE', which is nowhere\n"
            "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
            "./deep.conf:3: warning: no file matches 'none/*.conf'\n"
            "\tincluded at main.conf:4\n\tincluded at ./part.conf:3\n"
@@ -125,6 +126,29 @@ TEST_F(Config, dump_prints_a_file_that_reads_back)
     expect(config({"dump", "--format=json", "empty.conf"}), 0, "{\"file\":\"empty.conf\",\"values\":{}}\n");
 }
 
+TEST_F(Config, dump_prints_keys_that_would_be_comments_or_lose_a_byte_order_mark)
+{
+    // A no-break space is white space around a key, but none around a line.
+    std::string const text = "\xC2\xA0# = 0\n\xC2\xA0#a = 1\n\xC2\xA0#a = 2\n\xC2\xA0;b = 3\n"
+                             "c# = 4\n\xC2\xA0\xEF\xBB\xBF"
+                             "d = 5\n";
+    auto const expected = loaded(folder.write("main.conf", text));
+    EXPECT_EQ(expected, (Texts{"#=0", "#a=2", "#a=1", ";b=3", "c#=4",
+                               "\xEF\xBB\xBF"
+                               "d=5"}));
+    expect(config({"dump", "main.conf"}), 0, text);
+    std::string const prefixed = "\xC2\xA0#app.a = 1\n";
+    folder.write("main.conf", prefixed);
+    expect(config({"dump", "--name=#app", "main.conf"}), 0, prefixed);
+    // A line that begins with two marks loses one.
+    folder.write("main.conf", "\xEF\xBB\xBF\xEF\xBB\xBF"
+                              "a = 1\n");
+    std::string const marked = "\xC2\xA0\xEF\xBB\xBF"
+                               "a = 1\n";
+    expect(config({"dump", "main.conf"}), 0, marked);
+    EXPECT_EQ(loaded(folder.write("again.conf", marked)), loaded(folder.path("main.conf")));
+}
+
 TEST_F(Config, get_prints_the_most_recent_value_or_all)
 {
     folder.write("main.conf", "app.a = 1\napp.a = \"2 \"\napp.b =\n");
@@ -151,11 +175,12 @@ TEST_F(Config, says_that_there_is_no_such_key)
 
 TEST_F(Config, explain_tells_where_each_value_comes_from)
 {
-    folder.write("main.conf",
-                 "app.a = 0\ninclude = part.conf\napp.a = ${app.b}\nApp.a = 7\napp.a = ${NONE}\nother.a = 8\n");
+    folder.write(
+        "main.conf",
+        "app.a = 0\ninclude = part.conf\napp.a = ${app.b}\nApp.a = 7\napp.a = ${TARNWICK_TEST_NONE}\nother.a = 8\n");
     folder.write("part.conf", "app.a = 1\ninclude = deep.conf\napp.b = 2\napp.a = ${app.a}\n");
-    folder.write("deep.conf", "app.a = ${app.a}\napp.a = ${E:-d}\na = 9\n");
-    expect(config({"explain", "--name=app", "main.conf", "a"}, {"E=env"}), 0,
+    folder.write("deep.conf", "app.a = ${app.a}\napp.a = ${TARNWICK_TEST_E:-d}\na = 9\n");
+    expect(config({"explain", "--name=app", "main.conf", "a"}, {"TARNWICK_TEST_E=env"}), 0,
            "a = 2\n"
            "    at main.conf:3\n"
            "    by the reference to app.b: the value above in this file\n"
@@ -169,7 +194,7 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
            "    at ./deep.conf:2\n"
            "    included at main.conf:2\n"
            "    included at ./part.conf:2\n"
-           "    by the reference to E: the environment\n"
+           "    by the reference to TARNWICK_TEST_E: the environment\n"
            "    shadows '1' at ./deep.conf:1\n"
            "a = 1\n"
            "    at ./deep.conf:1\n"
@@ -192,19 +217,19 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
            "dropped: App.a = 7\n"
            "    at main.conf:4\n"
            "    it is outside the prefix 'app.'\n"
-           "dropped: app.a = ${NONE}\n"
+           "dropped: app.a = ${TARNWICK_TEST_NONE}\n"
            "    at main.conf:5\n"
-           "    it refers to 'NONE', which is nowhere\n");
+           "    it refers to 'TARNWICK_TEST_NONE', which is nowhere\n");
 }
 
 TEST_F(Config, explain_as_json)
 {
     folder.write("main.conf", "include = part.conf\n");
-    folder.write("part.conf", "app.a = 1\napp.a = ${E:-d}\nApp.a = 3\n");
+    folder.write("part.conf", "app.a = 1\napp.a = ${TARNWICK_TEST_E:-d}\nApp.a = 3\n");
     expect(
         config({"explain", "--name=app", "--format=json", "main.conf", "a"}), 0,
         R"({"key":"a","values":[{"value":"d","file":"./part.conf","line":2,"includes":[{"file":"main.conf","line":1}],)"
-        R"("reference":{"name":"E","source":"default"}},)"
+        R"("reference":{"name":"TARNWICK_TEST_E","source":"default"}},)"
         R"({"value":"1","file":"./part.conf","line":1,"includes":[{"file":"main.conf","line":1}],"reference":null}],)"
         R"("dropped":[{"file":"./part.conf","line":3,"text":"App.a = 3",)"
         R"("reason":"it is outside the prefix 'app.'\n\tincluded at main.conf:1"}]})"
@@ -213,10 +238,12 @@ TEST_F(Config, explain_as_json)
 
 TEST_F(Config, takes_the_environment_of_its_caller_and_lays_over_it_what_is_set)
 {
-    folder.write("main.conf", "a = ${E:-d}\nb = ${F:-d}\n");
-    expect(config({"dump", "main.conf"}, {"E=1"}), 0, "a = 1\nb = d\n");
-    expect(config({"dump", "--set", "E=2", "--set=F=x=y", "main.conf"}, {"E=1"}), 0, "a = 2\nb = x=y\n");
-    expect(config({"dump", "--set", "E=", "main.conf"}, {"E=1"}), 0, "a = d\nb = d\n");
+    folder.write("main.conf", "a = ${TARNWICK_TEST_E:-d}\nb = ${TARNWICK_TEST_F:-d}\n");
+    expect(config({"dump", "main.conf"}, {"TARNWICK_TEST_E=1"}), 0, "a = 1\nb = d\n");
+    expect(
+        config({"dump", "--set", "TARNWICK_TEST_E=2", "--set=TARNWICK_TEST_F=x=y", "main.conf"}, {"TARNWICK_TEST_E=1"}),
+        0, "a = 2\nb = x=y\n");
+    expect(config({"dump", "--set", "TARNWICK_TEST_E=", "main.conf"}, {"TARNWICK_TEST_E=1"}), 0, "a = d\nb = d\n");
 }
 
 TEST_F(Config, prints_the_text_of_a_failed_load_unchanged)
