@@ -44,10 +44,10 @@ public:
 private:
     std::string line()
     {
+        if (is_large_ && below(2'000) != 0)
+            return "app.k" + std::to_string(below(1'000)) + "=" + std::to_string(below(9));
         if (below(40) == 0)
             return pieces(20);
-        if (is_large_ && below(50) != 0)
-            return "app.k" + std::to_string(below(1'000)) + "=" + std::to_string(below(9));
         auto const space = [&] { return std::string(spaces[below(spaces.size())]); };
         if (below(10) == 0)
             return space() + "#" + pieces(3);

@@ -71,7 +71,7 @@ TEST(Quotes, that_do_not_end_are_a_fault)
     ConfigFolder const folder;
     for (auto const *value : {"\"x", "\"", "'", "\"x'", "'x\"", "${TARNWICK_TEST_X:-\"}", "${TARNWICK_TEST_X:-'d}"}) {
         auto const file = folder.write("f.conf", fmt::format("# c\na = {}\n", value));
-        EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tunterminated string literal at " + file + ":2")
+        EXPECT_EQ(failure(file), fmt::format("Failed to load '{0}':\n\tunterminated string literal at {0}:2", file))
             << value;
     }
 }
