@@ -1,66 +1,144 @@
 #pragma once
 
+#include "support/floor.h"
+#include "support/php_values.h"
+#include "support/workload.h"
+
+#include <tarnwick/data/php/stack_trace.h>
+
 #include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
 #include <tarnwick/rpc/php/v1/function.pb.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
+#include <utility>
 
-// Stack traces of 25 frames with 3 arguments each: two texts and a number.
+// Stack traces of any number of frames, with or without three arguments a frame: two texts and a number.
 
 namespace tarnwick::bench {
 
-inline constexpr int frames = 25;
-
-inline std::string numbered(char const *stem, int number)
+inline void add_argument(rpc::php::v1::PelorinArray &arguments, int index, int number)
 {
-    return stem + std::to_string(number);
+    auto &element = *arguments.add_elements();
+    element.set_long_key(index);
+    if (index == 2)
+        element.mutable_value()->set_long_value(number);
+    else
+        element.mutable_value()->set_string_value(numbered("an argument of some length ", number));
 }
 
-inline void fill(rpc::php::v1::StackTrace &message, int number)
-{
-    for (int i = 0; i < frames; ++i) {
-        auto &frame = *message.add_frames();
-        frame.set_frame_number(static_cast<std::uint32_t>(i));
-        auto &function = *frame.mutable_function();
-        function.set_name(numbered("App\\Controller\\Index::action", i));
-        function.mutable_location()->set_file(numbered("/srv/app/src/Controller/Index", number + i));
-        function.mutable_location()->set_line(static_cast<std::uint32_t>(number + i));
-        auto &arguments = *function.mutable_arguments();
-        for (int argument = 0; argument < 3; ++argument) {
-            auto &element = *arguments.add_elements();
-            element.set_long_key(argument);
-            if (argument == 2)
-                element.mutable_value()->set_long_value(number + i);
-            else
-                element.mutable_value()->set_string_value(numbered("an argument of some length ", number + i));
-        }
-    }
-}
-
-inline void fill(pelorin::protobuf::PelorinPHP::StackTrace &message, int number)
+inline void add_argument(pelorin::protobuf::PelorinPHP::PelorinArray &arguments, int index, int number)
 {
     using Value = pelorin::protobuf::PelorinPHP::ZVal;
-    for (int i = 0; i < frames; ++i) {
-        auto &frame = *message.add_frames();
-        frame.set_frame_number(static_cast<std::uint32_t>(i));
-        frame.set_name(numbered("App\\Controller\\Index::action", i));
-        frame.set_file(numbered("/srv/app/src/Controller/Index", number + i));
-        frame.set_line(static_cast<std::uint32_t>(number + i));
-        auto &arguments = *frame.mutable_arguments();
-        for (int argument = 0; argument < 3; ++argument) {
-            auto &element = *arguments.add_elements();
-            element.set_long_key(argument);
-            auto &value = *element.mutable_value();
-            if (argument == 2) {
-                value.set_type(Value::TYPE_LONG);
-                value.set_long_value(number + i);
-            } else {
-                value.set_type(Value::TYPE_STRING);
-                value.set_string_value(numbered("an argument of some length ", number + i));
-            }
-        }
+    auto &element = *arguments.add_elements();
+    element.set_long_key(index);
+    auto &value = *element.mutable_value();
+    if (index == 2) {
+        value.set_type(Value::TYPE_LONG);
+        value.set_long_value(number);
+    } else {
+        value.set_type(Value::TYPE_STRING);
+        value.set_string_value(numbered("an argument of some length ", number));
     }
+}
+
+inline void fill_frame(rpc::php::v1::StackTraceFrame &frame, int index, int number, int arguments)
+{
+    frame.set_frame_number(static_cast<std::uint32_t>(index));
+    auto &function = *frame.mutable_function();
+    function.set_name(numbered("App\\Controller\\Index::action", index));
+    function.mutable_location()->set_file(numbered("/srv/app/src/Controller/Index", number));
+    function.mutable_location()->set_line(static_cast<std::uint32_t>(number));
+    for (int argument = 0; argument < arguments; ++argument)
+        add_argument(*function.mutable_arguments(), argument, number);
+}
+
+inline void fill_frame(pelorin::protobuf::PelorinPHP::StackTraceFrame &frame, int index, int number, int arguments)
+{
+    frame.set_frame_number(static_cast<std::uint32_t>(index));
+    frame.set_name(numbered("App\\Controller\\Index::action", index));
+    frame.set_file(numbered("/srv/app/src/Controller/Index", number));
+    frame.set_line(static_cast<std::uint32_t>(number));
+    for (int argument = 0; argument < arguments; ++argument)
+        add_argument(*frame.mutable_arguments(), argument, number);
+}
+
+/// `Message` is any message with `frames`.
+template <class Message>
+void fill_frames(Message &message, int frames, int number, int arguments)
+{
+    for (int i = 0; i < frames; ++i)
+        fill_frame(*message.add_frames(), i, number + i, arguments);
+}
+
+inline std::size_t read(data::php::Function const &function)
+{
+    return static_cast<std::size_t>(function.name().size()) + function.frame_number() + read(*function.args())
+         + (function.location() ? function.location()->line() : 0);
+}
+
+inline std::size_t read(data::php::StackTrace const &trace)
+{
+    std::size_t sum = 0;
+    for (auto const &frame : trace.frames())
+        sum += read(frame);
+    return sum;
+}
+
+inline void floor_function(Floor &floor, rpc::php::v1::Function const &function)
+{
+    floor.text(function.name());
+    floor_array(floor, function.arguments());
+    if (function.has_location())
+        floor.text(function.location().file());
+}
+
+inline void floor_function(Floor &floor, rpc::php::v1::StackTraceFrame const &frame)
+{
+    floor_function(floor, frame.function());
+}
+
+/// Of a frame or of a function of the protobuf dialect, which are alike.
+template <class Call>
+void floor_function(Floor &floor, Call const &call)
+{
+    floor.text(call.name());
+    floor_array(floor, call.arguments());
+    if (!call.file().empty())
+        floor.text(call.file());
+}
+
+template <class Frames>
+void floor_frames(Floor &floor, Frames const &frames)
+{
+    floor.list<data::php::Function>(frames.size());
+    for (auto const &frame : frames)
+        floor_function(floor, frame);
+}
+
+template <class Tree>
+typename Tree::Object tree_of(rpc::php::v1::Function const &function)
+{
+    typename Tree::Object object;
+    Tree::put(object, "name", Tree::text(function.name()));
+    if (function.has_location()) {
+        Tree::put(object, "file", Tree::text(function.location().file()));
+        Tree::put(object, "line", Tree::number(function.location().line()));
+    }
+    Tree::put(object, "arguments", tree_of<Tree>(function.arguments()));
+    return object;
+}
+
+template <class Tree>
+typename Tree::Array tree_of(rpc::php::v1::StackTrace const &trace)
+{
+    typename Tree::Array frames;
+    for (auto const &frame : trace.frames()) {
+        auto object = tree_of<Tree>(frame.function());
+        Tree::put(object, "frame_number", Tree::number(frame.frame_number()));
+        Tree::append(frames, std::move(object));
+    }
+    return frames;
 }
 
 } // namespace tarnwick::bench

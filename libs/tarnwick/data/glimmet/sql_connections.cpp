@@ -3,7 +3,6 @@
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
-#include <utility>
 
 namespace tarnwick::data::glimmet {
 namespace {
@@ -12,8 +11,8 @@ template <class Messages>
 void fill(SqlConnections &table, Messages const &messages)
 {
     for (auto const &message : messages) {
-        SqlConnections::mapped_type connection(new detail::SqlConnection(message));
-        table[connection->id()] = std::move(connection);
+        SqlConnections::mapped_type const connection(new detail::SqlConnection(message));
+        table.insert(connection->id(), connection);
     }
 }
 

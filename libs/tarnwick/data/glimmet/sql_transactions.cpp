@@ -3,7 +3,6 @@
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
-#include <utility>
 
 namespace tarnwick::data::glimmet {
 namespace {
@@ -13,8 +12,8 @@ template <class Messages>
 void fill(SqlTransactions &table, Messages const &messages)
 {
     for (auto const &message : messages) {
-        SqlTransactions::mapped_type transaction(new detail::SqlTransaction(message, table));
-        table[transaction->id()] = std::move(transaction);
+        SqlTransactions::mapped_type const transaction(new detail::SqlTransaction(message, table));
+        table.insert(transaction->id(), transaction);
     }
 }
 

@@ -1,0 +1,157 @@
+#include "costs/fixed_allocator.h"
+#include "data/glimmet/functions_workload.h"
+#include "data/glimmet/sql_queries_workload.h"
+#include "data/glimmet/sql_tables_workload.h"
+#include "data/glimmet/storage_workload.h"
+#include "data/monitor/event_workload.h"
+#include "data/php/headers_workload.h"
+#include "data/php/real_request_workload.h"
+#include "data/php/superglobals_workload.h"
+
+#include <valgrind/callgrind.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+// What reports cost in instructions and allocations, which do not depend on the machine's load. Under callgrind, not
+// instrumented from the start, the instructions of each run of an action go into a dump of its name. Allocations are printed:
+//
+//     ACTION  REPORTS  ALLOCATIONS  BYTES
+//
+// The arguments are sizes of reports, in elements, for which records are held against their floors.
+
+namespace tarnwick::bench {
+namespace {
+
+/// Whatever an action makes.
+template <class Made>
+void keep(Made const &made)
+{
+    asm volatile("" : : "g"(&made) : "memory");
+}
+
+/// Runs an action once for each number, and once before, so that nothing is done for the first time.
+template <class Prepare, class Action>
+void weigh(std::string const &name, int numbers, Prepare prepare, Action action)
+{
+    Taken taken_here;
+    for (int number = -1; number < numbers; ++number) {
+        auto &&given = prepare(number < 0 ? 0 : number);
+        auto const before = taken();
+        if (number < 0) {
+            action(given);
+        } else {
+            CALLGRIND_START_INSTRUMENTATION;
+            action(given);
+            CALLGRIND_DUMP_STATS_AT(name.c_str());
+            CALLGRIND_STOP_INSTRUMENTATION;
+            taken_here.allocations += taken().allocations - before.allocations;
+            taken_here.bytes += taken().bytes - before.bytes;
+        }
+    }
+    std::printf("%s\t%d\t%zu\t%zu\n", name.c_str(), numbers, taken_here.allocations, taken_here.bytes);
+}
+
+/// What an action makes lies where it can go outside of the action's instructions.
+template <class Made, class Make>
+auto into(std::optional<Made> &place, Make make)
+{
+    return [&place, make](auto const &given) {
+        place.emplace(make(given));
+        keep(*place);
+    };
+}
+
+template <class Workload, class Messages>
+void weigh_against_floor(std::string const &name, std::vector<Messages> const &all)
+{
+    auto const count = static_cast<int>(all.size());
+    auto const messages = [&](int number) -> Messages const & { return all[static_cast<std::size_t>(number)]; };
+    weigh(name + "/build_and_release", count, messages,
+          [](Messages const &given) { keep(build<Workload>(given)); });
+    static Floor floor;
+    weigh(name + "/floor", count, messages, [](Messages const &given) {
+        build_floor<Workload>(floor, given);
+        floor.release();
+    });
+}
+
+template <class Workload>
+void weigh_workload()
+{
+    constexpr int numbers = 4;
+    using Messages = typename Workload::Messages;
+    using Record = decltype(build<Workload>(std::declval<Messages const &>()));
+    auto const name = std::string(Workload::name) + '/' + Workload::dialect;
+
+    std::vector<Wire> wires;
+    std::vector<Messages> all(numbers);
+    for (int number = 0; number < numbers; ++number) {
+        wires.push_back(wire_of(Workload::messages(number)));
+        parse(wires.back(), all[static_cast<std::size_t>(number)]);
+    }
+    auto const wire = [&](int number) -> Wire const & { return wires[static_cast<std::size_t>(number)]; };
+    auto const messages = [&](int number) -> Messages const & { return all[static_cast<std::size_t>(number)]; };
+
+    std::optional<Messages> parsed;
+    weigh(
+        name + "/parse", numbers,
+        [&](int number) -> Wire const & {
+            parsed.emplace();
+            return wire(number);
+        },
+        [&](Wire const &bytes) { parse(bytes, *parsed); });
+    std::optional<Record> record;
+    weigh(name + "/build", numbers, messages, into(record, build<Workload, Messages>));
+    weigh(
+        name + "/release", numbers,
+        [&](int number) {
+            record.emplace(build<Workload>(messages(number)));
+            return &record;
+        },
+        [](auto *place) { place->reset(); });
+    weigh(name + "/read", numbers,
+          [&](int number) -> Record const & { return record.emplace(build<Workload>(messages(number))); },
+          [](Record const &built) { keep(Workload::read(built)); });
+    weigh_against_floor<Workload>(name, all);
+}
+
+template <class Workload>
+void weigh_growth(std::vector<int> const &sizes)
+{
+    for (auto const elements : sizes) {
+        std::vector<typename Workload::Messages> one;
+        one.push_back(Workload::messages(0, elements));
+        weigh_against_floor<Workload>(std::string("growth/") + Workload::name + '/' + Workload::dialect + '/'
+                                          + std::to_string(elements),
+                                      one);
+    }
+}
+
+template <class... Workload>
+void weigh_all(std::vector<int> const &sizes)
+{
+    (weigh_workload<Workload>(), ...);
+    (weigh_growth<Workload>(sizes), ...);
+}
+
+} // namespace
+} // namespace tarnwick::bench
+
+int main(int count, char **arguments)
+{
+    using namespace tarnwick::bench;
+    std::vector<int> sizes;
+    std::transform(arguments + 1, arguments + count, std::back_inserter(sizes), [](char const *size) { return std::stoi(size); });
+    weigh_all<SuperglobalsRpc, SuperglobalsProtobuf, FunctionsRpc, FunctionsProtobuf, SqlQueriesRpc, SqlQueriesProtobuf,
+              EventRpc, EventProtobuf, HeadersRpc, HeadersProtobuf, SqlTablesRpc, SqlTablesProtobuf, StorageRpc,
+              StorageProtobuf>(sizes);
+    weigh_workload<RealRequestRpc>();
+    weigh_workload<RealRequestProtobuf>();
+}

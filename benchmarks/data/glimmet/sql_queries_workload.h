@@ -1,0 +1,189 @@
+#pragma once
+
+#include "data/glimmet/sql_tables_workload.h"
+#include "support/stack_traces.h"
+#include "support/workload.h"
+
+#include <tarnwick/data/glimmet/sql_queries.h>
+
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <utility>
+
+// 500 queries with stack traces of 12 frames without arguments, in 3 connections and 20 transactions. In the protobuf
+// dialect these are reports of their own.
+
+namespace tarnwick::bench {
+
+struct SqlQueries {
+    static constexpr char const *name = "sql_queries";
+    static constexpr int queries = 500;
+    static constexpr int frames = 12;
+    static constexpr std::uint32_t connections = 3;
+    static constexpr std::uint32_t transactions = 20;
+    using Record = data::glimmet::SqlQueries;
+    using Payload = data::glimmet::detail::SqlQueries;
+
+    template <class Message>
+    static void fill_transactions(Message &message)
+    {
+        for (std::uint32_t id = 0; id < transactions; ++id) {
+            auto &transaction = *message.add_transactions();
+            transaction.set_id(id);
+            transaction.mutable_time()->set_nanos(1'000'000);
+            if (id % 2 == 1)
+                transaction.set_parent_id(id - 1);
+        }
+    }
+
+    template <class Message>
+    static void fill_queries(Message &message, int number, int queries)
+    {
+        for (int i = 0; i < queries; ++i) {
+            auto &query = *message.add_queries();
+            query.set_text(numbered("SELECT id, name, price FROM articles WHERE id = ", number + i));
+            query.mutable_time()->set_nanos(100'000 + i);
+            query.set_connection_id(static_cast<std::uint32_t>(number + i) % connections);
+            if ((number + i) % 3 != 0)
+                query.set_transaction_id(static_cast<std::uint32_t>(number + i) % transactions);
+            if ((number + i) % 50 == 0)
+                query.mutable_error()->set_message("deadlock found when trying to get a lock");
+            fill_frames(*query.mutable_stack_trace(), frames, number, 0);
+        }
+    }
+
+    static std::size_t read(Record const &record)
+    {
+        std::size_t sum = 0;
+        for (auto const &query : record->queries()) {
+            sum += static_cast<std::size_t>(query->text().size() + query->time().nanos);
+            if (query->connection())
+                sum += query->connection()->id();
+            if (query->transaction())
+                sum += query->transaction()->id();
+            if (query->stack_trace())
+                sum += bench::read(*query->stack_trace());
+        }
+        return sum;
+    }
+
+    template <class Connections, class Transactions, class Queries>
+    static void floor_report(Floor &floor, Connections const &connections, Transactions const &transactions,
+                             Queries const &queries)
+    {
+        floor.block(sizeof(Payload));
+        floor_connections(floor, connections);
+        floor_transactions(floor, transactions);
+        floor.pointer_list(connections.size());
+        floor.pointer_list(transactions.size());
+        floor.pointer_list(queries.size());
+        for (auto const &query : queries) {
+            floor.block(sizeof(data::glimmet::detail::SqlQuery));
+            floor.text(query.text());
+            if (query.has_error())
+                floor.text(query.error().message());
+            floor_frames(floor, query.stack_trace().frames());
+        }
+    }
+};
+
+struct SqlQueriesRpc : SqlQueries {
+    static constexpr char const *dialect = "rpc";
+    using Message = rpc::glimmet::v1::NotifyRequest;
+    using Messages = std::tuple<Message>;
+
+    static Messages messages(int number, int queries = SqlQueries::queries)
+    {
+        Message message;
+        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto &payload = *message.mutable_sql_queries();
+        fill_connections(payload, connections);
+        fill_transactions(payload);
+        fill_queries(payload, number, queries);
+        return {std::move(message)};
+    }
+
+    static Record build(Message const &message) { return Record(new Payload(message)); }
+
+    static void floor(Floor &floor, Message const &message)
+    {
+        auto const &payload = message.sql_queries();
+        floor_report(floor, payload.connections(), payload.transactions(), payload.queries());
+    }
+
+    template <class Tree>
+    static typename Tree::Document tree(Message const &message)
+    {
+        auto const &payload = message.sql_queries();
+        typename Tree::Array connections;
+        for (auto const &connection : payload.connections()) {
+            typename Tree::Object object;
+            Tree::put(object, "id", Tree::number(connection.id()));
+            Tree::put(object, "name", Tree::text(connection.name()));
+            Tree::append(connections, std::move(object));
+        }
+        typename Tree::Array transactions;
+        for (auto const &transaction : payload.transactions()) {
+            typename Tree::Object object;
+            Tree::put(object, "id", Tree::number(transaction.id()));
+            Tree::put(object, "time", Tree::number(transaction.time().nanos()));
+            if (transaction.has_parent_id())
+                Tree::put(object, "parent", Tree::number(transaction.parent_id()));
+            Tree::append(transactions, std::move(object));
+        }
+        typename Tree::Array queries;
+        for (auto const &query : payload.queries()) {
+            typename Tree::Object object;
+            Tree::put(object, "text", Tree::text(query.text()));
+            Tree::put(object, "time", Tree::number(query.time().nanos()));
+            Tree::put(object, "connection", Tree::number(query.connection_id()));
+            if (query.has_transaction_id())
+                Tree::put(object, "transaction", Tree::number(query.transaction_id()));
+            if (query.has_error())
+                Tree::put(object, "error", Tree::text(query.error().message()));
+            Tree::put(object, "stack_trace", tree_of<Tree>(query.stack_trace()));
+            Tree::append(queries, std::move(object));
+        }
+        typename Tree::Object report;
+        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::put(report, "connections", std::move(connections));
+        Tree::put(report, "transactions", std::move(transactions));
+        Tree::put(report, "queries", std::move(queries));
+        return Tree::document(std::move(report));
+    }
+};
+
+struct SqlQueriesProtobuf : SqlQueries {
+    static constexpr char const *dialect = "protobuf";
+    using Connections = pelorin::protobuf::Glimmet::SqlConnections;
+    using Transactions = pelorin::protobuf::Glimmet::SqlTransactions;
+    using Queries = pelorin::protobuf::Glimmet::SqlQueries;
+    using Messages = std::tuple<Connections, Transactions, Queries>;
+
+    static Messages messages(int number, int queries = SqlQueries::queries)
+    {
+        Messages messages;
+        fill_connections(std::get<Connections>(messages), connections);
+        fill_transactions(std::get<Transactions>(messages));
+        fill_queries(std::get<Queries>(messages), number, queries);
+        return messages;
+    }
+
+    static Record build(Connections const &connections, Transactions const &transactions, Queries const &queries)
+    {
+        return Record(new Payload(queries, data::php::RequestId(7), data::glimmet::SqlConnections(connections),
+                                  data::glimmet::SqlTransactions(transactions)));
+    }
+
+    static void floor(Floor &floor, Connections const &connections, Transactions const &transactions,
+                      Queries const &queries)
+    {
+        floor_report(floor, connections.connections(), transactions.transactions(), queries.queries());
+    }
+};
+
+} // namespace tarnwick::bench

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "support/stack_traces.h"
+#include "support/workload.h"
+
+#include <tarnwick/data/monitor/event.h>
+
+#include <pelorin/protobuf/Monitor/event.pb.h>
+#include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <utility>
+
+// A slow function, with 25 frames of 3 arguments each.
+
+namespace tarnwick::bench {
+
+struct Event {
+    static constexpr char const *name = "event";
+    static constexpr int frames = 25;
+    static constexpr int arguments = 3;
+    using Record = data::monitor::Event;
+    using Payload = data::monitor::detail::Event;
+
+    template <class Message>
+    static void fill_common(Message &message, int number)
+    {
+        message.set_text("The function took longer than its limit.");
+        message.mutable_timestamp()->set_seconds(1'700'000'000 + number);
+        message.set_flag(number % 2 == 0);
+    }
+
+    static std::size_t read(Record const &record)
+    {
+        auto sum = static_cast<std::size_t>(record->event_text().size()) + (record->event_flag() ? 1 : 0);
+        sum += static_cast<std::size_t>(record->timestamp().seconds) + record->details().index();
+        return sum + bench::read(*record->function()) + bench::read(*record->stack_trace());
+    }
+};
+
+struct EventRpc : Event {
+    static constexpr char const *dialect = "rpc";
+    using Message = rpc::monitor::v1::NotifyRequest;
+    using Messages = std::tuple<Message>;
+
+    static Messages messages(int number, int frames = Event::frames)
+    {
+        Message message;
+        fill_common(message, number);
+        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto &event = *message.mutable_slow_function_exec();
+        fill_frames(*event.mutable_stack_trace(), frames, number, arguments);
+        *event.mutable_function() = event.stack_trace().frames(0).function();
+        event.mutable_duration()->set_seconds(number);
+        return {std::move(message)};
+    }
+
+    static Record build(Message const &message) { return Record(new Payload(message)); }
+
+    static void floor(Floor &floor, Message const &message)
+    {
+        floor.block(sizeof(Payload));
+        floor.text(message.text());
+        floor_function(floor, message.slow_function_exec().function());
+        floor_frames(floor, message.slow_function_exec().stack_trace().frames());
+    }
+
+    template <class Tree>
+    static typename Tree::Document tree(Message const &message)
+    {
+        typename Tree::Object report;
+        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::put(report, "timestamp", Tree::number(message.timestamp().seconds()));
+        Tree::put(report, "text", Tree::text(message.text()));
+        Tree::put(report, "flag", Tree::number(message.flag() ? 1 : 0));
+        auto const &event = message.slow_function_exec();
+        Tree::put(report, "duration", Tree::number(event.duration().seconds()));
+        Tree::put(report, "function", tree_of<Tree>(event.function()));
+        Tree::put(report, "stack_trace", tree_of<Tree>(event.stack_trace()));
+        return Tree::document(std::move(report));
+    }
+};
+
+struct EventProtobuf : Event {
+    static constexpr char const *dialect = "protobuf";
+    using Message = pelorin::protobuf::Monitor::Event;
+    using Messages = std::tuple<Message>;
+
+    static Messages messages(int number, int frames = Event::frames)
+    {
+        Message message;
+        fill_common(message, number);
+        message.set_type(Message::TYPE_SLOW_FUNCTION_EXEC);
+        fill_frames(message, frames, number, arguments);
+        auto const &frame = message.frames(0);
+        auto &function = *message.mutable_function();
+        function.set_name(frame.name());
+        function.set_file(frame.file());
+        function.set_line(frame.line());
+        *function.mutable_arguments() = frame.arguments();
+        message.mutable_duration()->set_seconds(number);
+        return {std::move(message)};
+    }
+
+    static Record build(Message const &message) { return Record(new Payload(message, data::php::RequestId(7))); }
+
+    static void floor(Floor &floor, Message const &message)
+    {
+        floor.block(sizeof(Payload));
+        floor.text(message.text());
+        floor_function(floor, message.function());
+        floor_frames(floor, message.frames());
+    }
+};
+
+} // namespace tarnwick::bench
