@@ -5,6 +5,7 @@
 #include "json_writer.h"
 #include "messages.h"
 #include "output.h"
+#include "readable_text.h"
 
 #include <tarnwick/pconfigfile.h>
 #include <tarnwick/pexception.h>
@@ -51,11 +52,27 @@ Loaded load(ConfigOptions const &options, ConfigObserver *observer)
     }
 }
 
+std::string shown(QString const &text)
+{
+    return shown_text(text.toStdString());
+}
+
+/// The lines of a fault, and the tabs before them, stay.
+std::string shown_fault(std::string_view what)
+{
+    std::string shown;
+    for (std::size_t end = 0; (end = what.find_first_of("\n\t")) != std::string_view::npos;) {
+        shown += shown_text(what.substr(0, end)) + what[end];
+        what.remove_prefix(end + 1);
+    }
+    return shown + shown_text(what);
+}
+
 // Everything printed goes before what is told, also where both streams go to one place.
 ExitStatus fault(Output &output, std::string_view what)
 {
     output.flush();
-    tell(fmt::format("{}\n", what));
+    tell(shown_fault(what) + '\n');
     return input_fault;
 }
 
@@ -63,19 +80,6 @@ ExitStatus finish(Output &output)
 {
     output.flush();
     return done;
-}
-
-/// A text for people, on whose terminal it must not act.
-std::string shown(QString const &text)
-{
-    QString shown;
-    for (auto const character : text) {
-        if (character.category() == QChar::Other_Control)
-            shown += QString::fromStdString(fmt::format("\\u{:04x}", unsigned{character.unicode()}));
-        else
-            shown += character;
-    }
-    return shown.toStdString();
 }
 
 std::string shown(ConfigPlace::Line const &line)
@@ -127,7 +131,7 @@ std::string check_text(ConfigCheck const &check)
     for (auto const &file : check.files())
         text += fmt::format("read {}\n", shown(file));
     for (auto const &[place, problem] : check.warnings()) {
-        text += fmt::format("{}: warning: {}\n", shown(place.line), shown(text_of(problem)));
+        text += fmt::format("{}: warning: {}\n", shown(place.line), shown_text(problem));
         for (auto const &line : place.includes)
             text += fmt::format("\tincluded at {}\n", shown(line));
     }
@@ -223,7 +227,7 @@ std::string explain_text(ConfigOrigins const &origins, QString const &key)
     }
     for (auto const &[place, line, reason] : origins.dropped(key))
         text += fmt::format("dropped: {}\n", shown(line)) + place_text(place) +
-                fmt::format("    {}\n", shown(text_of(reason)));
+                fmt::format("    {}\n", shown_text(reason));
     return text;
 }
 

@@ -61,6 +61,18 @@ std::string quoted_text(std::string_view bytes)
     return fmt::format("{:?} and {} bytes more", bytes.substr(0, end), bytes.size() - end);
 }
 
+std::string shown_text(std::string_view bytes)
+{
+    auto const quoted = fmt::format("{:?}", bytes);
+    std::string shown;
+    for (std::size_t at = 1; at + 1 < quoted.size(); ++at) {
+        if (quoted[at] == '\\' && (quoted[at + 1] == '"' || quoted[at + 1] == '\\'))
+            ++at;
+        shown += quoted[at];
+    }
+    return shown;
+}
+
 std::string place_text(data::php::SourceLocation const &location)
 {
     auto const line_extra = location.line_extra() == 0 ? "" : fmt::format(":{}", location.line_extra());

@@ -3,6 +3,7 @@
 #include "support/config_files.h"
 #include "tools/tarnwick/support/program.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <string>
@@ -13,6 +14,7 @@ namespace tarnwick::test {
 namespace {
 
 using testing::HasSubstr;
+using namespace std::string_literals;
 
 class Config : public testing::Test {
 protected:
@@ -271,9 +273,33 @@ TEST_F(Config, refuses_what_is_no_regular_file)
 TEST_F(Config, shows_people_no_control_characters)
 {
     folder.write("main.conf", "a\x1b[2J = \x1b[1m\nb\x9b = ${\x1b}\ninclude = *\x1b\n");
-    EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*\\u001b'\n"));
-    EXPECT_THAT(config({"explain", "main.conf", "a\x1b[2J"}).out, testing::StartsWith("a\\u001b[2J = \\u001b[1m\n"));
+    EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*\\x1b'\n"));
+    EXPECT_THAT(config({"explain", "main.conf", "a\x1b[2J"}).out, testing::StartsWith("a\\x1b[2J = \\x1b[1m\n"));
     EXPECT_THAT(config({"get", "main.conf", "a\x1b[2J"}).out, testing::StrEq("\x1b[1m\n")) << "a value is a value";
+}
+
+// Nor what a terminal, or a fault about a name, would show in another order than it is written.
+TEST_F(Config, shows_people_no_characters_that_change_the_direction)
+{
+    for (char32_t const character : U"\u061c\u200e\u200f\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069"s) {
+        auto const raw = QString::fromUcs4(&character, 1).toStdString();
+        auto const escaped = fmt::format("\\u{:04x}", static_cast<unsigned>(character));
+        folder.write("main.conf", "a = " + raw + "\ninclude = *" + raw + "\n");
+        EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*" + escaped + "'\n"));
+        EXPECT_THAT(config({"explain", "main.conf", "a"}).out, testing::StartsWith("a = " + escaped + "\n"));
+        EXPECT_THAT(config({"explain", "--format=json", "main.conf", "a"}).out, HasSubstr("\"" + raw + "\""));
+        folder.write("main.conf", "include = " + raw + "\n");
+        expect(config({"check", "main.conf"}), 1, "read main.conf\n",
+               "Failed to load 'main.conf':\n\tinclude='" + escaped +
+                   "' at main.conf:1\n\tNo such file or directory\n");
+    }
+}
+
+TEST_F(Config, shows_people_quotes_backslashes_and_letters_as_they_are)
+{
+    std::string const value = "'\"\\n\\\\ \xC3\xA4\xF0\x9F\x98\x80";
+    folder.write("main.conf", "a = x" + value + "\n");
+    EXPECT_THAT(config({"explain", "main.conf", "a"}).out, testing::StartsWith("a = x" + value + "\n"));
 }
 
 TEST_F(Config, says_that_its_output_cannot_be_written)
