@@ -2,6 +2,7 @@
 
 #include "config_check.h"
 #include "config_origins.h"
+#include "config_trail.h"
 #include "json_writer.h"
 #include "messages.h"
 #include "output.h"
@@ -37,7 +38,26 @@ struct Loaded {
     std::string failure; ///< why there is none
 };
 
-Loaded load(ConfigOptions const &options, ConfigObserver *observer)
+/// The text and, below it, the lines whose includes led there, each behind a tab as in the reader's own faults.
+std::string with_includes(std::string text, ConfigPlace const &place)
+{
+    for (auto const &[file, number] : place.includes)
+        text += fmt::format("\n\tincluded at {}:{}", file, number);
+    return text;
+}
+
+/// A text that does not get as far as the place of the fault, with that: it ends at a NUL, which names can have in them.
+std::string with_place(std::string text, std::optional<ConfigPlace> const &place)
+{
+    if (!place)
+        return text;
+    auto const line = fmt::format("{}:{}", place->line.file, place->line.number);
+    if ((text + '\n').find(fmt::format(" at {}\n", line)) != std::string::npos)
+        return text;
+    return with_includes(text + "\n\tread up to " + line, *place);
+}
+
+Loaded load(ConfigOptions const &options, ConfigTrail &trail)
 {
     for (auto const &[name, value] : options.environment)
         qputenv(name.c_str(), QByteArray::fromStdString(value));
@@ -46,9 +66,9 @@ Loaded load(ConfigOptions const &options, ConfigObserver *observer)
     if (QFileInfo const info(file); info.exists() && !info.isFile() && !info.isDir())
         return {{}, fmt::format("{}: is no regular file", file)};
     try {
-        return {ConfigFile::load(file, text_of(options.name), observer), {}};
+        return {ConfigFile::load(file, text_of(options.name), &trail), {}};
     } catch (PException const &error) {
-        return {{}, error.what()};
+        return {{}, with_place(error.what(), trail.place())};
     }
 }
 
@@ -116,14 +136,6 @@ void write_line(Output &output, JsonWriter const &json)
 }
 
 // Of a check.
-
-/// The text and, below it, the lines whose includes led there, each behind a tab as in the reader's own faults.
-std::string with_includes(std::string text, ConfigPlace const &place)
-{
-    for (auto const &[file, number] : place.includes)
-        text += fmt::format("\n\tincluded at {}:{}", file, number);
-    return text;
-}
 
 std::string check_text(ConfigCheck const &check)
 {
@@ -296,7 +308,7 @@ ExitStatus config_check(ConfigOptions const &options)
 {
     Output output(STDOUT_FILENO);
     ConfigCheck check;
-    auto const [config, failure] = load(options, &check);
+    auto const [config, failure] = load(options, check);
     if (options.format == Format::json) {
         JsonWriter json;
         write_check(json, check, failure);
@@ -310,7 +322,8 @@ ExitStatus config_check(ConfigOptions const &options)
 ExitStatus config_dump(ConfigOptions const &options)
 {
     Output output(STDOUT_FILENO);
-    auto const [config, failure] = load(options, nullptr);
+    ConfigTrail trail;
+    auto const [config, failure] = load(options, trail);
     if (!config)
         return fault(output, failure);
     if (options.format == Format::json) {
@@ -340,7 +353,8 @@ ExitStatus config_dump(ConfigOptions const &options)
 ExitStatus config_get(ConfigOptions const &options)
 {
     Output output(STDOUT_FILENO);
-    auto const [config, failure] = load(options, nullptr);
+    ConfigTrail trail;
+    auto const [config, failure] = load(options, trail);
     if (!config)
         return fault(output, failure);
     auto const key = text_of(options.key);
@@ -363,7 +377,7 @@ ExitStatus config_explain(ConfigOptions const &options)
 {
     Output output(STDOUT_FILENO);
     ConfigOrigins origins;
-    auto const [config, failure] = load(options, &origins);
+    auto const [config, failure] = load(options, origins);
     if (!config)
         return fault(output, failure);
     auto const key = text_of(options.key);

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "config_place.h"
-
-#include <tarnwick/pconfig_observer.h>
+#include "config_trail.h"
 
 #include <QtCore/QSet>
 #include <QtCore/QString>
@@ -13,7 +12,7 @@
 namespace tarnwick::program {
 
 /// Notes which files are read and what the reader passes over without a word.
-class ConfigCheck final : public PelorinPHPX::ConfigObserver {
+class ConfigCheck final : public ConfigTrail {
 public:
     struct Warning {
         ConfigPlace place;

@@ -40,8 +40,9 @@ void ConfigOrigins::opened(ConfigFile const &file)
     tables_.emplace_back();
 }
 
-void ConfigOrigins::directive(ConfigFile const & /*file*/, QStringView line)
+void ConfigOrigins::directive(ConfigFile const &file, QStringView line)
 {
+    ConfigTrail::directive(file, line);
     line_ = line.toString();
     reference_.reset();
 }
@@ -67,11 +68,12 @@ void ConfigOrigins::added(ConfigFile const &file, QString const &key, QString co
     tables_.back().insert(key, std::make_shared<Origin const>(Origin{value, place_of(file), reference_}));
 }
 
-void ConfigOrigins::merged(ConfigFile const & /*file*/, ConfigFile const & /*included*/)
+void ConfigOrigins::merged(ConfigFile const &file, ConfigFile const &included)
 {
-    Table const included = std::move(tables_.back());
+    ConfigTrail::merged(file, included);
+    Table const values = std::move(tables_.back());
     tables_.pop_back();
-    tables_.back().unite(included);
+    tables_.back().unite(values);
 }
 
 } // namespace tarnwick::program

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "config_place.h"
-
-#include <tarnwick/pconfig_observer.h>
+#include "config_trail.h"
 
 #include <QtCore/QMultiHash>
 #include <QtCore/QSet>
@@ -16,7 +15,7 @@
 namespace tarnwick::program {
 
 /// Notes where each value comes from, and what is dropped.
-class ConfigOrigins final : public PelorinPHPX::ConfigObserver {
+class ConfigOrigins final : public ConfigTrail {
 public:
     struct Reference {
         QString name;

@@ -259,6 +259,53 @@ TEST_F(Config, prints_the_text_of_a_failed_load_unchanged)
     expect(config({"dump", "."}), 1, "", "Failed to load '.':\n\tfile to open is a directory\n");
 }
 
+// The text of the exception ends at the NUL, before the place.
+TEST_F(Config, tells_the_place_of_a_fault_behind_a_nul)
+{
+    folder.write("main.conf", "# c\ninclude = no\0ne.conf\n"s);
+    std::string const fault = "Failed to load 'main.conf':\n\tinclude='no\n\tread up to main.conf:2\n";
+    expect(config({"dump", "main.conf"}), 1, "", fault);
+    expect(config({"get", "main.conf", "a"}), 1, "", fault);
+    expect(config({"explain", "main.conf", "a"}), 1, "", fault);
+    expect(config({"check", "main.conf"}), 1, "read main.conf\n", fault);
+    expect(config({"check", "--format=json", "main.conf"}), 1,
+           R"({"files":["main.conf"],"errors":["Failed to load 'main.conf':\n\tinclude='no\n\tread up to main.conf:2"],)"
+           R"("warnings":[]})"
+           "\n",
+           fault);
+}
+
+TEST_F(Config, tells_the_includes_that_led_to_a_fault_behind_a_nul)
+{
+    folder.write("main.conf", "include = d/*.conf\n");
+    folder.write("d/a.conf", "a = 1\n");
+    folder.write("d/b.conf", "\n\ninclude = ../part.conf\0x\n"s);
+    folder.write("part.conf", "a = 1\nb = 2\noops\n");
+    std::string const outer = "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n\tinclude='../part.conf"
+                              "\n\tread up to ./d/../part.conf";
+    std::string const includes = ":3\n\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3";
+    expect(config({"dump", "main.conf"}), 1, "", outer + "\\x00x" + includes + "\n");
+    expect(config({"explain", "main.conf", "a"}), 1, "", outer + "\\x00x" + includes + "\n");
+    EXPECT_THAT(config({"check", "main.conf"}).out, testing::EndsWith("read ./d/../part.conf\\x00x\n"));
+    EXPECT_THAT(config({"check", "--format=json", "main.conf"}).out,
+                HasSubstr(R"(read up to ./d/../part.conf\u0000x:3\n\tincluded at main.conf:1)"));
+}
+
+TEST_F(Config, tells_the_place_of_an_include_behind_others_once)
+{
+    folder.write("main.conf", "include = d/*.conf\ninclude = part.conf\ninclude = none\n");
+    folder.write("d/a.conf", "a = 1\n");
+    folder.write("part.conf", "a = 1\nb = 2\n");
+    folder.link("nowhere", "none");
+    expect(config({"dump", "main.conf"}), 1, "",
+           "Failed to load 'main.conf':\n\tinclude='none' at main.conf:3\n\tNo such file or directory\n");
+    folder.write("main.conf", "include = d/*.conf\n");
+    folder.link("../main.conf", "d/b.conf");
+    std::string const again = "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n";
+    EXPECT_THAT(config({"dump", "main.conf"}).err, testing::StartsWith(again));
+    EXPECT_THAT(config({"dump", "main.conf"}).err, testing::Not(HasSubstr("read up to")));
+}
+
 TEST_F(Config, refuses_what_is_no_regular_file)
 {
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
