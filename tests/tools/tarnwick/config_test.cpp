@@ -275,6 +275,15 @@ TEST_F(Config, tells_the_place_of_a_fault_behind_a_nul)
            fault);
 }
 
+TEST_F(Config, says_nothing_in_words_of_qt)
+{
+    folder.write("part.conf", "a = 1\n");
+    folder.write("main.conf", "include = part.conf\0x\n"s);
+    expect(config({"dump", "main.conf"}), 0, "a = 1\n");
+    EXPECT_THAT(config({"dump", "main.conf"}, {"QT_LOGGING_RULES=default.warning=true"}).err, HasSubstr("filename"))
+        << "unless it is asked for";
+}
+
 TEST_F(Config, tells_the_includes_that_led_to_a_fault_behind_a_nul)
 {
     folder.write("main.conf", "include = d/*.conf\n");
