@@ -41,9 +41,9 @@ public:
     {
         note(file, fmt::format("added {}={}", key, value));
     }
-    void matched_nothing(ConfigFile const &file, QString const &include) override
+    void matched(ConfigFile const &file, QString const &include, QString const &folder, qsizetype files) override
     {
-        note(file, fmt::format("nothing matches {}", include));
+        note(file, fmt::format("{} matches {} in {}", include, files, QFileInfo(folder).fileName()));
     }
     void merged(ConfigFile const &file, ConfigFile const &included) override
     {
@@ -62,7 +62,8 @@ TEST(ConfigObserver, is_told_everything_in_order)
 {
     ConfigFolder const folder;
     auto const main = folder.write("main.conf", "# c\napp.a = \"1\"\nother = 2\napp.b = ${app.none}\n"
-                                                "include = *.none\ninclude = part.conf\nother = ${app.none}\n");
+                                                "include = d/*.none\ninclude = par?.conf\nother = ${app.none}\n");
+    folder.write("d/empty", "");
     folder.write("part.conf", "app.c = ${app.a}\n\napp.d = ${app.c}\napp.e = ${app.x:-d}\n"
                               "app.f = ${TARNWICK_TEST_E}\ninclude = ${TARNWICK_TEST_NONE}\n");
     Variable const environment("TARNWICK_TEST_E", "env");
@@ -76,9 +77,10 @@ TEST(ConfigObserver, is_told_everything_in_order)
                                   "main.conf:3: other is outside app.",
                                   "main.conf:4: directive app.b = ${app.none}",
                                   "main.conf:4: unresolved app.none of app.b",
-                                  "main.conf:5: directive include = *.none",
-                                  "main.conf:5: nothing matches *.none",
-                                  "main.conf:6: directive include = part.conf",
+                                  "main.conf:5: directive include = d/*.none",
+                                  "main.conf:5: d/*.none matches 0 in d",
+                                  "main.conf:6: directive include = par?.conf",
+                                  "main.conf:6: par?.conf matches 1 in " + QFileInfo(q(folder.path())).fileName().toStdString(),
                                   "part.conf:0 in 6: opened",
                                   "part.conf:1 in 6: directive app.c = ${app.a}",
                                   "part.conf:1 in 6: resolved app.a by parent",

@@ -29,8 +29,11 @@ public:
     virtual void outside_prefix(ConfigFile const & /*file*/, QStringView /*key*/, QString const & /*prefix*/) {}
     /// A value came into the file's table, under a key without the prefix.
     virtual void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) {}
-    /// No file matches the wildcard.
-    virtual void matched_nothing(ConfigFile const & /*file*/, QString const & /*include*/) {}
+    /// The include is a wildcard, which that many files of the folder match; they are read next.
+    virtual void matched(ConfigFile const & /*file*/, QString const & /*include*/, QString const & /*folder*/,
+                         qsizetype /*files*/)
+    {
+    }
     /// An included file has been read, and its table was added to the file's own by ConfigFile::merge.
     virtual void merged(ConfigFile const & /*file*/, ConfigFile const & /*included*/) {}
 

@@ -58,8 +58,8 @@ void ConfigFile::include_file(QString include)
     folder.setFilter(QDir::Files);
     folder.setSorting(QDir::Name);
     auto const entries = folder.entryInfoList();
-    if (entries.isEmpty() && observer_ != nullptr)
-        observer_->matched_nothing(*this, include);
+    if (observer_ != nullptr)
+        observer_->matched(*this, include, folder.path(), entries.size());
     // Each is merged before the next is read, and so visible to it. Messages name the entry, not the wildcard.
     for (auto const &entry : entries)
         include_one(entry.filePath(), entry);

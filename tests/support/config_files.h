@@ -20,6 +20,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace tarnwick::test {
@@ -38,6 +39,15 @@ public:
     {
         EXPECT_TRUE(folder_.isValid());
     }
+
+    // Names that are not UTF-8 would stay.
+    ~ConfigFolder()
+    {
+        std::error_code error;
+        std::filesystem::remove_all(path(), error);
+    }
+    ConfigFolder(ConfigFolder const &) = delete;
+    ConfigFolder &operator=(ConfigFolder const &) = delete;
 
     /// With links followed, so that names of files in it are canonical.
     [[nodiscard]] std::string path() const { return QDir(folder_.path()).canonicalPath().toStdString(); }

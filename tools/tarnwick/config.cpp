@@ -14,7 +14,6 @@
 
 #include <fmt/format.h>
 
-#include <QtCore/QFileInfo>
 #include <QtCore/QtEnvironmentVariables>
 
 #include <optional>
@@ -62,9 +61,8 @@ Loaded load(ConfigOptions const &options, ConfigTrail &trail)
     for (auto const &[name, value] : options.environment)
         qputenv(name.c_str(), QByteArray::fromStdString(value));
     auto const file = text_of(options.file);
-    // Of a pipe or a device the reader sees nothing, and without a word.
-    if (QFileInfo const info(file); info.exists() && !info.isFile() && !info.isDir())
-        return {{}, fmt::format("{}: is no regular file", file)};
+    if (auto const reason = why_unseen(file); !reason.empty())
+        return {{}, fmt::format("{}: {}", file, reason)};
     try {
         return {ConfigFile::load(file, text_of(options.name), &trail), {}};
     } catch (PException const &error) {

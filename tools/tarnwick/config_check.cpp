@@ -1,16 +1,53 @@
 #include "config_check.h"
 
 #include "key_guess.h"
+#include "readable_text.h"
 
 #include <tarnwick/qstring_format.h>
 
 #include <fmt/format.h>
 
+#include <QtCore/QByteArrayView>
 #include <QtCore/QFileInfo>
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 
 namespace tarnwick::program {
 
 using PelorinPHPX::ConfigFile;
+
+namespace {
+
+/// The first name in the folder that is not UTF-8, if there is one: the reader sees none of those that the system lists
+/// behind it.
+std::string name_that_ends_listing(QString const &folder)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder.toStdString(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        auto const name = entry->path().filename().string();
+        if (!QByteArrayView(name).isValidUtf8())
+            return name;
+    }
+    return {};
+}
+
+} // namespace
+
+std::string_view why_unseen(QString const &file)
+{
+    QFileInfo const info(file);
+    if (!info.exists() || info.isDir())
+        return {};
+    if (!info.isFile())
+        return "is no regular file";
+    // As the kernel has them.
+    if (info.size() == 0 && std::ifstream(file.toStdString()).get() != std::ifstream::traits_type::eof())
+        return "has a size of 0, though there is something in it";
+    return {};
+}
 
 std::vector<ConfigCheck::Warning> ConfigCheck::warnings() const
 {
@@ -27,10 +64,11 @@ std::vector<ConfigCheck::Warning> ConfigCheck::warnings() const
 void ConfigCheck::opened(ConfigFile const &file)
 {
     files_.push_back(file.file_path());
-    if (file.parent() != nullptr && !QFileInfo(file.file_path()).isFile())
-        notes_.push_back({place_of(*file.parent()),
-                          fmt::format("'{}' is no regular file: it is read as empty", file.file_path()),
-                          {}});
+    if (file.parent() == nullptr)
+        return;
+    if (auto const reason = why_unseen(file.file_path()); !reason.empty())
+        notes_.push_back(
+            {place_of(*file.parent()), fmt::format("'{}' {}: it is read as empty", file.file_path(), reason), {}});
 }
 
 void ConfigCheck::unresolved(ConfigFile const &file, QStringView key, QString const &name)
@@ -53,9 +91,16 @@ void ConfigCheck::added(ConfigFile const & /*file*/, QString const &key, QString
     keys_.insert(key);
 }
 
-void ConfigCheck::matched_nothing(ConfigFile const &file, QString const &include)
+void ConfigCheck::matched(ConfigFile const &file, QString const &include, QString const &folder, qsizetype files)
 {
-    notes_.push_back({place_of(file), fmt::format("no file matches '{}'", include), {}});
+    auto const end = name_that_ends_listing(folder);
+    if (files > 0 && end.empty())
+        return;
+    auto text = files == 0 ? fmt::format("no file matches '{}'", include)
+                           : fmt::format("files that match '{}' may be missing", include);
+    if (!end.empty())
+        text += fmt::format(": the listing of the folder ended at '{}', which is not UTF-8", shown_text(end));
+    notes_.push_back({place_of(file), text, {}});
 }
 
 } // namespace tarnwick::program

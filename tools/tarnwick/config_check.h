@@ -7,9 +7,13 @@
 #include <QtCore/QString>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarnwick::program {
+
+/// Why the reader sees nothing in a file, though there is something in it or may be; empty where it sees all.
+std::string_view why_unseen(QString const &file);
 
 /// Notes which files are read and what the reader passes over without a word.
 class ConfigCheck final : public ConfigTrail {
@@ -28,7 +32,8 @@ public:
     void unresolved(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &name) override;
     void outside_prefix(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &prefix) override;
     void added(PelorinPHPX::ConfigFile const &file, QString const &key, QString const &value) override;
-    void matched_nothing(PelorinPHPX::ConfigFile const &file, QString const &include) override;
+    void matched(PelorinPHPX::ConfigFile const &file, QString const &include, QString const &folder,
+                 qsizetype files) override;
 
 private:
     struct Note {
