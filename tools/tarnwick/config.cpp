@@ -236,8 +236,8 @@ std::string explain_text(ConfigOrigins const &origins, QString const &key)
                 fmt::format("    shadows '{}' at {}\n", shown(values[i + 1].value), shown(values[i + 1].place.line));
     }
     for (auto const &[place, line, reason] : origins.dropped(key))
-        text += fmt::format("dropped: {}\n", shown(line)) + place_text(place) +
-                fmt::format("    {}\n", shown_text(reason));
+        text +=
+            fmt::format("dropped: {}\n", shown(line)) + place_text(place) + fmt::format("    {}\n", shown_text(reason));
     return text;
 }
 

@@ -313,11 +313,12 @@ TEST_F(Config, tells_the_place_of_a_fault_behind_a_nul)
     expect(config({"get", "main.conf", "a"}), 1, "", fault);
     expect(config({"explain", "main.conf", "a"}), 1, "", fault);
     expect(config({"check", "main.conf"}), 1, "read main.conf\n", fault);
-    expect(config({"check", "--format=json", "main.conf"}), 1,
-           R"({"files":["main.conf"],"errors":["Failed to load 'main.conf':\n\tinclude='no\n\tread up to main.conf:2"],)"
-           R"("warnings":[]})"
-           "\n",
-           fault);
+    expect(
+        config({"check", "--format=json", "main.conf"}), 1,
+        R"({"files":["main.conf"],"errors":["Failed to load 'main.conf':\n\tinclude='no\n\tread up to main.conf:2"],)"
+        R"("warnings":[]})"
+        "\n",
+        fault);
 }
 
 TEST_F(Config, says_nothing_in_words_of_qt)
@@ -335,8 +336,9 @@ TEST_F(Config, tells_the_includes_that_led_to_a_fault_behind_a_nul)
     folder.write("d/a.conf", "a = 1\n");
     folder.write("d/b.conf", "\n\ninclude = ../part.conf\0x\n"s);
     folder.write("part.conf", "a = 1\nb = 2\noops\n");
-    std::string const outer = "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n\tinclude='../part.conf"
-                              "\n\tread up to ./d/../part.conf";
+    std::string const outer =
+        "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n\tinclude='../part.conf"
+        "\n\tread up to ./d/../part.conf";
     std::string const includes = ":3\n\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3";
     expect(config({"dump", "main.conf"}), 1, "", outer + "\\x00x" + includes + "\n");
     expect(config({"explain", "main.conf", "a"}), 1, "", outer + "\\x00x" + includes + "\n");
@@ -386,7 +388,7 @@ TEST_F(Config, shows_people_no_characters_that_change_the_direction)
     for (char32_t const character : U"\u061c\u200e\u200f\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069"s) {
         auto const raw = QString::fromUcs4(&character, 1).toStdString();
         auto const escaped = fmt::format("\\u{:04x}", static_cast<unsigned>(character));
-        folder.write("main.conf", "a = " + raw + "\ninclude = *" + raw + "\n");
+        folder.write("main.conf", fmt::format("a = {0}\ninclude = *{0}\n", raw));
         EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*" + escaped + "'\n"));
         EXPECT_THAT(config({"explain", "main.conf", "a"}).out, testing::StartsWith("a = " + escaped + "\n"));
         EXPECT_THAT(config({"explain", "--format=json", "main.conf", "a"}).out, HasSubstr("\"" + raw + "\""));
