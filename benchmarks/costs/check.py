@@ -2,7 +2,8 @@
 """Holds the instructions and allocations of all kinds of reports against what was reached before.
 
 Fails when a record takes other allocations than its floor, more than 5% above the reached ratio of instructions to
-the floor's or to the parse's, or when an element of a large report costs more floors than one of a small report.
+the floor's or to the parse's, when an element of a large report costs more floors than one of a small report, or when
+the cost of a chunk depends on its size.
 """
 
 import argparse
@@ -104,6 +105,11 @@ def complaints(actions, reached):
                     f"{workload}: {of_size[size]:.3f} of the floor's instructions at {size:,} elements, "
                     f"{of_size[sizes[0]]:.3f} at {sizes[0]:,}"
                 )
+    chunks = {name: of["instructions"] for name, of in actions.items() if name.startswith("chunk/")}
+    if max(chunks.values()) > min(chunks.values()) * TOLERANCE:
+        yield "the cost of a chunk depends on its size: " + ", ".join(
+            f"{name.split('/')[1]} bytes {instructions:,.0f} instructions" for name, instructions in chunks.items()
+        )
 
 
 def main():

@@ -8,12 +8,15 @@
 #include "data/php/real_request_workload.h"
 #include "data/php/superglobals_workload.h"
 
+#include <tarnwick/data/codetrace/data.h>
+
 #include <valgrind/callgrind.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -134,6 +137,26 @@ void weigh_growth(std::vector<int> const &sizes)
     }
 }
 
+/// A chunk of a code trace, which takes the transport's message as it is.
+void weigh_chunks()
+{
+    for (auto const size : {std::size_t(1) << 10U, std::size_t(1) << 26U}) {
+        std::string bytes(size, 'x');
+        weigh(
+            "chunk/" + std::to_string(size), 4,
+            [&](int /*number*/) {
+                zeromq::msg_t message;
+                if (zmq_msg_init_data(message.handle(), bytes.data(), bytes.size(), [](void *, void *) {}, nullptr) != 0)
+                    throw std::bad_alloc();
+                return message;
+            },
+            [](zeromq::msg_t &message) {
+                namespace codetrace = tarnwick::data::codetrace;
+                keep(codetrace::Data(new codetrace::detail::Data(std::move(message), data::php::RequestId(7))));
+            });
+    }
+}
+
 template <class... Workload>
 void weigh_all(std::vector<int> const &sizes)
 {
@@ -154,4 +177,5 @@ int main(int count, char **arguments)
               StorageProtobuf>(sizes);
     weigh_workload<RealRequestRpc>();
     weigh_workload<RealRequestProtobuf>();
+    weigh_chunks();
 }
