@@ -102,6 +102,7 @@ auto const &all_of(std::size_t number, Make make)
 {
     static auto const all = [make] {
         std::vector<decltype(make(number))> made;
+        made.reserve(reports);
         for (std::size_t i = 0; i < reports; ++i)
             made.push_back(make(i));
         return made;
@@ -141,7 +142,7 @@ auto const &record_of(std::size_t number)
 template <class Workload>
 void add_messages(Suite const &suite)
 {
-    using Messages = typename Workload::Messages;
+    using Messages = Workload::Messages;
     suite.add("parse/heap", wire_of_report<Workload>, [](Wire const &wire) {
         Messages messages;
         parse(wire, messages);
@@ -164,7 +165,7 @@ void add_messages(Suite const &suite)
 template <class Workload>
 void add_record(Suite const &suite)
 {
-    using Messages = typename Workload::Messages;
+    using Messages = Workload::Messages;
     suite.add("build", messages_of<Workload>, build<Workload, Messages>);
     suite.add("release", made_record<Workload>, [](auto &record) { record = {}; });
     suite.add("build_and_release", messages_of<Workload>,
@@ -230,13 +231,15 @@ template <class Workload>
 void add_threads(std::string const &name)
 {
     benchmark::RegisterBenchmark(name + "/hand_over", hand_over<Workload>)->UseRealTime();
-    benchmark::RegisterBenchmark(name + "/side_by_side", build_side_by_side<Workload>)->ThreadRange(1, 2)->UseRealTime();
+    benchmark::RegisterBenchmark(name + "/side_by_side", build_side_by_side<Workload>)
+        ->ThreadRange(1, 2)
+        ->UseRealTime();
 }
 
 template <class Workload>
 void add_floor(Suite const &suite)
 {
-    using Messages = typename Workload::Messages;
+    using Messages = Workload::Messages;
     static Floor floor;
     auto const after_last = [](std::size_t number) -> Messages const & {
         floor.release();
@@ -257,7 +260,7 @@ void add_floor(Suite const &suite)
 template <class Workload, class Tree>
 void add_alternative(Suite const &suite)
 {
-    using Messages = typename Workload::Messages;
+    using Messages = Workload::Messages;
     auto const name = std::string(Tree::name);
     suite.add(name + "/build", messages_of<Workload>, build_tree<Workload, Tree, Messages>);
     suite.add(name + "/build_and_release", messages_of<Workload>,

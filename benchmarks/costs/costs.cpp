@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -76,8 +77,7 @@ void weigh_against_floor(std::string const &name, std::vector<Messages> const &a
 {
     auto const count = static_cast<int>(all.size());
     auto const messages = [&](int number) -> Messages const & { return all[static_cast<std::size_t>(number)]; };
-    weigh(name + "/build_and_release", count, messages,
-          [](Messages const &given) { keep(build<Workload>(given)); });
+    weigh(name + "/build_and_release", count, messages, [](Messages const &given) { keep(build<Workload>(given)); });
     static Floor floor;
     weigh(name + "/floor", count, messages, [](Messages const &given) {
         build_floor<Workload>(floor, given);
@@ -89,7 +89,7 @@ template <class Workload>
 void weigh_workload()
 {
     constexpr int numbers = 4;
-    using Messages = typename Workload::Messages;
+    using Messages = Workload::Messages;
     using Record = decltype(build<Workload>(std::declval<Messages const &>()));
     auto const name = std::string(Workload::name) + '/' + Workload::dialect;
 
@@ -119,9 +119,10 @@ void weigh_workload()
             return &record;
         },
         [](auto *place) { place->reset(); });
-    weigh(name + "/read", numbers,
-          [&](int number) -> Record const & { return record.emplace(build<Workload>(messages(number))); },
-          [](Record const &built) { keep(Workload::read(built)); });
+    weigh(
+        name + "/read", numbers,
+        [&](int number) -> Record const & { return record.emplace(build<Workload>(messages(number))); },
+        [](Record const &built) { keep(Workload::read(built)); });
     weigh_against_floor<Workload>(name, all);
 }
 
@@ -131,9 +132,8 @@ void weigh_growth(std::vector<int> const &sizes)
     for (auto const elements : sizes) {
         std::vector<typename Workload::Messages> one;
         one.push_back(Workload::messages(0, elements));
-        weigh_against_floor<Workload>(std::string("growth/") + Workload::name + '/' + Workload::dialect + '/'
-                                          + std::to_string(elements),
-                                      one);
+        weigh_against_floor<Workload>(
+            std::string("growth/") + Workload::name + '/' + Workload::dialect + '/' + std::to_string(elements), one);
     }
 }
 
@@ -146,7 +146,8 @@ void weigh_chunks()
             "chunk/" + std::to_string(size), 4,
             [&](int /*number*/) {
                 zeromq::msg_t message;
-                if (zmq_msg_init_data(message.handle(), bytes.data(), bytes.size(), [](void *, void *) {}, nullptr) != 0)
+                if (zmq_msg_init_data(
+                        message.handle(), bytes.data(), bytes.size(), [](void *, void *) {}, nullptr) != 0)
                     throw std::bad_alloc();
                 return message;
             },
@@ -168,14 +169,18 @@ void weigh_all(std::vector<int> const &sizes)
 } // namespace tarnwick::bench
 
 int main(int count, char **arguments)
-{
+try {
     using namespace tarnwick::bench;
     std::vector<int> sizes;
-    std::transform(arguments + 1, arguments + count, std::back_inserter(sizes), [](char const *size) { return std::stoi(size); });
+    std::transform(arguments + 1, arguments + count, std::back_inserter(sizes),
+                   [](char const *size) { return std::stoi(size); });
     weigh_all<SuperglobalsRpc, SuperglobalsProtobuf, FunctionsRpc, FunctionsProtobuf, SqlQueriesRpc, SqlQueriesProtobuf,
               EventRpc, EventProtobuf, HeadersRpc, HeadersProtobuf, SqlTablesRpc, SqlTablesProtobuf, StorageRpc,
               StorageProtobuf>(sizes);
     weigh_workload<RealRequestRpc>();
     weigh_workload<RealRequestProtobuf>();
     weigh_chunks();
+} catch (std::exception const &error) {
+    std::fprintf(stderr, "costs: %s\n", error.what());
+    return 1;
 }

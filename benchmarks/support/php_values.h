@@ -125,7 +125,7 @@ void floor_lines(Floor &floor, Message const &message)
 }
 
 template <class Tree>
-typename Tree::Object tree_of(rpc::php::v1::PelorinArray const &array)
+Tree::Object tree_of(rpc::php::v1::PelorinArray const &array)
 {
     typename Tree::Object object;
     for (auto const &element : array.elements()) {

@@ -73,8 +73,8 @@ void fill_frames(Message &message, int frames, int number, int arguments)
 
 inline std::size_t read(data::php::Function const &function)
 {
-    return static_cast<std::size_t>(function.name().size()) + function.frame_number() + read(*function.args())
-         + (function.location() ? function.location()->line() : 0);
+    return static_cast<std::size_t>(function.name().size()) + function.frame_number() + read(*function.args()) +
+           (function.location() ? function.location()->line() : 0);
 }
 
 inline std::size_t read(data::php::StackTrace const &trace)
@@ -117,7 +117,7 @@ void floor_frames(Floor &floor, Frames const &frames)
 }
 
 template <class Tree>
-typename Tree::Object tree_of(rpc::php::v1::Function const &function)
+Tree::Object tree_of(rpc::php::v1::Function const &function)
 {
     typename Tree::Object object;
     Tree::put(object, "name", Tree::text(function.name()));
@@ -130,7 +130,7 @@ typename Tree::Object tree_of(rpc::php::v1::Function const &function)
 }
 
 template <class Tree>
-typename Tree::Array tree_of(rpc::php::v1::StackTrace const &trace)
+Tree::Array tree_of(rpc::php::v1::StackTrace const &trace)
 {
     typename Tree::Array frames;
     for (auto const &frame : trace.frames()) {

@@ -31,11 +31,11 @@ struct VariantTree {
 
     static Value text(std::string const &bytes) { return QString::fromStdString(bytes); }
     static Value number(std::int64_t number) { return QVariant::fromValue<qlonglong>(number); }
-    static void put(Object &object, std::string const &key, Value value)
+    static void put(Object &object, std::string const &key, Value const &value)
     {
-        object.insert(QString::fromStdString(key), std::move(value));
+        object.insert(QString::fromStdString(key), value);
     }
-    static void append(Array &array, Value value) { array.append(std::move(value)); }
+    static void append(Array &array, Value const &value) { array.append(value); }
     static Document document(Object object) { return object; }
 };
 
@@ -70,7 +70,7 @@ struct JsonTree {
         object.insert(QString::fromStdString(key), value);
     }
     static void append(Array &array, Value const &value) { array.append(value); }
-    static Document document(Object object) { return QJsonDocument(std::move(object)); }
+    static Document document(Object const &object) { return QJsonDocument(object); }
 };
 
 struct NlohmannTree {

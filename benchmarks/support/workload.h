@@ -34,7 +34,8 @@ template <class Messages>
 void parse(Wire const &wire, Messages &messages)
 {
     auto bytes = wire.begin();
-    auto const parsed = std::apply([&](auto &...message) { return (message.ParseFromString(*bytes++) && ...); }, messages);
+    auto const parsed =
+        std::apply([&](auto &...message) { return (message.ParseFromString(*bytes++) && ...); }, messages);
     if (!parsed)
         throw std::runtime_error("a report does not parse");
 }

@@ -19,7 +19,7 @@ namespace tarnwick::bench {
 
 struct Functions {
     static constexpr char const *name = "functions";
-    static constexpr int lines = 2'000;
+    static constexpr int usual_lines = 2'000;
     using Record = data::glimmet::Functions;
     using Payload = data::glimmet::detail::Functions;
 
@@ -45,7 +45,7 @@ struct FunctionsRpc : Functions {
     using Message = rpc::glimmet::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int lines = Functions::lines)
+    static Messages messages(int number, int lines = usual_lines)
     {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
@@ -79,7 +79,7 @@ struct FunctionsRpc : Functions {
     }
 
     template <class Tree>
-    static typename Tree::Document tree(Message const &message)
+    static Tree::Document tree(Message const &message)
     {
         typename Tree::Array functions;
         for (auto const &function : message.functions().functions()) {
@@ -106,7 +106,7 @@ struct FunctionsProtobuf : Functions {
     using Message = pelorin::protobuf::Glimmet::Functions;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int lines = Functions::lines)
+    static Messages messages(int number, int lines = usual_lines)
     {
         Message message;
         for (int i = 0; i < lines; ++i) {

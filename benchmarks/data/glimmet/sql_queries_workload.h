@@ -21,17 +21,17 @@ namespace tarnwick::bench {
 
 struct SqlQueries {
     static constexpr char const *name = "sql_queries";
-    static constexpr int queries = 500;
+    static constexpr int usual_queries = 500;
     static constexpr int frames = 12;
-    static constexpr std::uint32_t connections = 3;
-    static constexpr std::uint32_t transactions = 20;
+    static constexpr std::uint32_t usual_connections = 3;
+    static constexpr std::uint32_t usual_transactions = 20;
     using Record = data::glimmet::SqlQueries;
     using Payload = data::glimmet::detail::SqlQueries;
 
     template <class Message>
     static void fill_transactions(Message &message)
     {
-        for (std::uint32_t id = 0; id < transactions; ++id) {
+        for (std::uint32_t id = 0; id < usual_transactions; ++id) {
             auto &transaction = *message.add_transactions();
             transaction.set_id(id);
             transaction.mutable_time()->set_nanos(1'000'000);
@@ -47,9 +47,9 @@ struct SqlQueries {
             auto &query = *message.add_queries();
             query.set_text(numbered("SELECT id, name, price FROM articles WHERE id = ", number + i));
             query.mutable_time()->set_nanos(100'000 + i);
-            query.set_connection_id(static_cast<std::uint32_t>(number + i) % connections);
+            query.set_connection_id(static_cast<std::uint32_t>(number + i) % usual_connections);
             if ((number + i) % 3 != 0)
-                query.set_transaction_id(static_cast<std::uint32_t>(number + i) % transactions);
+                query.set_transaction_id(static_cast<std::uint32_t>(number + i) % usual_transactions);
             if ((number + i) % 50 == 0)
                 query.mutable_error()->set_message("deadlock found when trying to get a lock");
             fill_frames(*query.mutable_stack_trace(), frames, number, 0);
@@ -96,12 +96,12 @@ struct SqlQueriesRpc : SqlQueries {
     using Message = rpc::glimmet::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int queries = SqlQueries::queries)
+    static Messages messages(int number, int queries = usual_queries)
     {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
         auto &payload = *message.mutable_sql_queries();
-        fill_connections(payload, connections);
+        fill_connections(payload, usual_connections);
         fill_transactions(payload);
         fill_queries(payload, number, queries);
         return {std::move(message)};
@@ -116,7 +116,7 @@ struct SqlQueriesRpc : SqlQueries {
     }
 
     template <class Tree>
-    static typename Tree::Document tree(Message const &message)
+    static Tree::Document tree(Message const &message)
     {
         auto const &payload = message.sql_queries();
         typename Tree::Array connections;
@@ -164,10 +164,10 @@ struct SqlQueriesProtobuf : SqlQueries {
     using Queries = pelorin::protobuf::Glimmet::SqlQueries;
     using Messages = std::tuple<Connections, Transactions, Queries>;
 
-    static Messages messages(int number, int queries = SqlQueries::queries)
+    static Messages messages(int number, int queries = usual_queries)
     {
         Messages messages;
-        fill_connections(std::get<Connections>(messages), connections);
+        fill_connections(std::get<Connections>(messages), usual_connections);
         fill_transactions(std::get<Transactions>(messages));
         fill_queries(std::get<Queries>(messages), number, queries);
         return messages;

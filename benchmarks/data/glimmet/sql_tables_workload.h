@@ -49,13 +49,13 @@ void floor_transactions(Floor &floor, Transactions const &transactions)
     for (auto const &transaction : transactions) {
         floor.block(sizeof(data::glimmet::detail::SqlTransaction));
         auto const parent = table.find(transaction.parent_id());
-        table[transaction.id()] = parent == table.end() ? nullptr : &parent->second;
+        table[transaction.id()] = parent == table.end() ? nullptr : parent->second;
     }
 }
 
 struct SqlTables {
     static constexpr char const *name = "sql_tables";
-    static constexpr int transactions = 100;
+    static constexpr int usual_transactions = 100;
     using Records = std::tuple<data::glimmet::SqlConnections, data::glimmet::SqlTransactions>;
 
     template <class Message>
@@ -86,7 +86,7 @@ struct SqlTablesRpc : SqlTables {
     using Message = rpc::glimmet::v1::SqlQueries;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int transactions = SqlTables::transactions)
+    static Messages messages(int number, int transactions = usual_transactions)
     {
         Message message;
         fill_connections(message, 1);
@@ -112,7 +112,7 @@ struct SqlTablesProtobuf : SqlTables {
     using Transactions = pelorin::protobuf::Glimmet::SqlTransactions;
     using Messages = std::tuple<Connections, Transactions>;
 
-    static Messages messages(int number, int transactions = SqlTables::transactions)
+    static Messages messages(int number, int transactions = usual_transactions)
     {
         Messages messages;
         fill_connections(std::get<Connections>(messages), 1);

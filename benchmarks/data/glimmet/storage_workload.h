@@ -19,7 +19,7 @@ namespace tarnwick::bench {
 
 struct Storage {
     static constexpr char const *name = "storage";
-    static constexpr int values = 1'000;
+    static constexpr int usual_values = 1'000;
     static constexpr int values_of_entry = 50;
     using Record = data::glimmet::Storage;
     using Payload = data::glimmet::detail::Storage;
@@ -67,7 +67,7 @@ struct StorageRpc : Storage {
     using Message = rpc::glimmet::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int values = Storage::values)
+    static Messages messages(int number, int values = usual_values)
     {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
@@ -84,7 +84,7 @@ struct StorageProtobuf : Storage {
     using Message = pelorin::protobuf::Glimmet::Storage;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int values = Storage::values)
+    static Messages messages(int number, int values = usual_values)
     {
         Message message;
         fill(message, number, values);

@@ -19,7 +19,7 @@ namespace tarnwick::bench {
 
 struct Event {
     static constexpr char const *name = "event";
-    static constexpr int frames = 25;
+    static constexpr int usual_frames = 25;
     static constexpr int arguments = 3;
     using Record = data::monitor::Event;
     using Payload = data::monitor::detail::Event;
@@ -36,7 +36,11 @@ struct Event {
     {
         auto sum = static_cast<std::size_t>(record->event_text().size()) + (record->event_flag() ? 1 : 0);
         sum += static_cast<std::size_t>(record->timestamp().seconds) + record->details().index();
-        return sum + bench::read(*record->function()) + bench::read(*record->stack_trace());
+        if (record->function())
+            sum += bench::read(*record->function());
+        if (record->stack_trace())
+            sum += bench::read(*record->stack_trace());
+        return sum;
     }
 };
 
@@ -45,7 +49,7 @@ struct EventRpc : Event {
     using Message = rpc::monitor::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int frames = Event::frames)
+    static Messages messages(int number, int frames = usual_frames)
     {
         Message message;
         fill_common(message, number);
@@ -68,7 +72,7 @@ struct EventRpc : Event {
     }
 
     template <class Tree>
-    static typename Tree::Document tree(Message const &message)
+    static Tree::Document tree(Message const &message)
     {
         typename Tree::Object report;
         Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
@@ -88,7 +92,7 @@ struct EventProtobuf : Event {
     using Message = pelorin::protobuf::Monitor::Event;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int frames = Event::frames)
+    static Messages messages(int number, int frames = usual_frames)
     {
         Message message;
         fill_common(message, number);

@@ -20,7 +20,7 @@ namespace tarnwick::bench {
 
 struct Headers {
     static constexpr char const *name = "headers";
-    static constexpr int headers = 20;
+    static constexpr int usual_headers = 20;
     using Record = data::php::RequestHeaders;
     using Payload = data::php::detail::RequestHeaders;
 
@@ -35,7 +35,7 @@ struct HeadersRpc : Headers {
     using Message = rpc::php::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int headers = Headers::headers)
+    static Messages messages(int number, int headers = usual_headers)
     {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
@@ -62,7 +62,7 @@ struct HeadersProtobuf : Headers {
     using Message = pelorin::protobuf::Glimmet::RequestHeaders;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int headers = Headers::headers)
+    static Messages messages(int number, int headers = usual_headers)
     {
         Message message;
         for (int i = 0; i < headers; ++i)

@@ -40,9 +40,9 @@ namespace tarnwick::bench {
 struct RealRequest {
     static constexpr char const *name = "real_request";
     using Frame = capture::v1::Frame;
-    using Records = std::tuple<data::php::RInit, data::php::RequestHeaders, data::php::Superglobals, data::php::PostData,
-                               data::php::RShutdown, data::php::ResponseHeaders, data::php::Superglobals,
-                               data::php::ResponseBody>;
+    using Records =
+        std::tuple<data::php::RInit, data::php::RequestHeaders, data::php::Superglobals, data::php::PostData,
+                   data::php::RShutdown, data::php::ResponseHeaders, data::php::Superglobals, data::php::ResponseBody>;
 
     template <class Record, class... Message>
     static Record made(Message const &...message)
@@ -145,7 +145,7 @@ struct RealRequestRpc : RealRequest {
     }
 
     template <class Tree>
-    static typename Tree::Document tree(Message const &start, Message const &end)
+    static Tree::Document tree(Message const &start, Message const &end)
     {
         auto const &info = start.rinit().info();
         auto const &request = start.rinit().request();
@@ -186,8 +186,8 @@ struct RealRequestProtobuf : RealRequest {
     using Body = pelorin::protobuf::Glimmet::ResponseBody;
     using Messages = std::tuple<Start, RequestHeaders, AtStart, PostData, End, ResponseHeaders, Changed, Body>;
 
-    static constexpr std::array frames{Frame::kRinit,     Frame::kRequestHeaders,  Frame::kMonitorSuperglobals,
-                                       Frame::kRawPostData, Frame::kRshutdown,     Frame::kResponseHeaders,
+    static constexpr std::array frames{Frame::kRinit,        Frame::kRequestHeaders, Frame::kMonitorSuperglobals,
+                                       Frame::kRawPostData,  Frame::kRshutdown,      Frame::kResponseHeaders,
                                        Frame::kSuperglobals, Frame::kResponseBody};
 
     /// A request without a POST body has an empty message for it.
@@ -203,8 +203,8 @@ struct RealRequestProtobuf : RealRequest {
                     auto &request = by_request.try_emplace(frame.request_id(), frames.size()).first->second;
                     // The first of its kind: superglobals come again with events.
                     if (request[i].empty())
-                        request[i] = frame.GetReflection()->GetString(frame,
-                                                                      Frame::descriptor()->FindFieldByNumber(frames[i]));
+                        request[i] =
+                            frame.GetReflection()->GetString(frame, Frame::descriptor()->FindFieldByNumber(frames[i]));
                     if (frames[i] == Frame::kRshutdown)
                         ended.insert(frame.request_id());
                 }
@@ -247,7 +247,8 @@ struct RealRequestProtobuf : RealRequest {
         floor_lines(floor, request_headers);
         floor_lines(floor, response_headers);
         floor_groups(floor, at_start, [](auto const &entry) { return &entry.value(); });
-        floor_groups(floor, changed, [](auto const &entry) { return entry.has_initial_value() ? &entry.value() : nullptr; });
+        floor_groups(floor, changed,
+                     [](auto const &entry) { return entry.has_initial_value() ? &entry.value() : nullptr; });
         floor_body(floor, post_data);
         floor_body(floor, body);
     }

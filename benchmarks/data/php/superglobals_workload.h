@@ -21,7 +21,7 @@ namespace tarnwick::bench {
 struct Superglobals {
     static constexpr char const *name = "superglobals";
     static constexpr int groups = 8;
-    static constexpr int entries = 120;
+    static constexpr int usual_entries = 120;
     using Record = data::php::Superglobals;
     using Payload = data::php::detail::Superglobals;
 
@@ -41,7 +41,7 @@ struct SuperglobalsRpc : Superglobals {
     using Message = rpc::php::v1::NotifyRequest;
     using Messages = std::tuple<Message>;
 
-    static Messages messages(int number, int entries = Superglobals::entries)
+    static Messages messages(int number, int entries = usual_entries)
     {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
@@ -71,7 +71,7 @@ struct SuperglobalsRpc : Superglobals {
     }
 
     template <class Tree>
-    static typename Tree::Document tree(Message const &message)
+    static Tree::Document tree(Message const &message)
     {
         typename Tree::Object report;
         Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
@@ -86,7 +86,7 @@ struct SuperglobalsProtobuf : Superglobals {
     using Messages = std::tuple<Message>;
     using Value = pelorin::protobuf::PelorinPHP::ZVal;
 
-    static Messages messages(int number, int entries = Superglobals::entries)
+    static Messages messages(int number, int entries = usual_entries)
     {
         Message message;
         for (int i = 0; i < groups; ++i) {
