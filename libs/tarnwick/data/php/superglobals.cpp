@@ -18,20 +18,15 @@ using Value = pelorin::protobuf::PelorinPHP::ZVal;
 
 // The value that an entry yields, nothing where the entry is left out.
 
-Value const *every_value(MonitorEntry const &entry)
-{
-    return &entry.value();
-}
+constexpr auto every_value = [](MonitorEntry const &entry) -> Value const * { return &entry.value(); };
 
-Value const *value_at_start(GlimmetEntry const &entry)
-{
+constexpr auto value_at_start = [](GlimmetEntry const &entry) -> Value const * {
     return entry.has_initial_value() ? &entry.initial_value() : &entry.value();
-}
+};
 
-Value const *changed_value(GlimmetEntry const &entry)
-{
+constexpr auto changed_value = [](GlimmetEntry const &entry) -> Value const * {
     return entry.has_initial_value() ? &entry.value() : nullptr;
-}
+};
 
 template <class Group, class ValueOf>
 PelorinArray::Elements entries_of(Group const &group, ValueOf value_of)
