@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""What check.py complains about, shown on made-up measurements."""
+
+import unittest
+
+from check import complaints, ratios
+
+
+def costs(**changes):
+    """Measurements with nothing wrong, apart from the named actions (`/` is `__`) with what is given for them."""
+    actions = {
+        name: {"reports": 1, "allocations": 10.0, "bytes": 100.0, "instructions": instructions}
+        for name, instructions in {
+            "event/rpc/parse": 1000.0,
+            "event/rpc/build": 400.0,
+            "event/rpc/release": 100.0,
+            "event/rpc/read": 10.0,
+            "event/rpc/build_and_release": 500.0,
+            "event/rpc/floor": 400.0,
+            "growth/event/rpc/100/build_and_release": 500.0,
+            "growth/event/rpc/100/floor": 400.0,
+            "growth/event/rpc/10000/build_and_release": 50000.0,
+            "growth/event/rpc/10000/floor": 40000.0,
+            "chunk/1024": 50.0,
+            "chunk/67108864": 50.0,
+        }.items()
+    }
+    for name, change in changes.items():
+        actions[name.replace("__", "/")].update(change)
+    return actions
+
+
+class Complaints(unittest.TestCase):
+    reached = ratios(costs())
+
+    def complaint(self, **changes):
+        return list(complaints(costs(**changes), self.reached))
+
+    def test_none_about_what_was_reached(self):
+        self.assertEqual(self.complaint(), [])
+
+    def test_none_within_the_tolerance(self):
+        self.assertEqual(self.complaint(event__rpc__build={"instructions": 419.0}), [])
+
+    def test_more_instructions_to_build(self):
+        self.assertEqual(
+            self.complaint(event__rpc__build={"instructions": 430.0}),
+            ["event/rpc: build grew to 0.430 of the instructions of parse, reached was 0.400: 430 instructions a report to 1,000"],
+        )
+
+    def test_more_instructions_over_the_floor(self):
+        self.assertEqual(
+            self.complaint(event__rpc__build_and_release={"instructions": 530.0}),
+            [
+                "event/rpc: build_and_release grew to 1.325 of the instructions of floor, reached was 1.250: "
+                "530 instructions a report to 400"
+            ],
+        )
+
+    def test_another_number_of_allocations(self):
+        self.assertEqual(
+            self.complaint(event__rpc__build_and_release={"allocations": 11.0}),
+            ["event/rpc: 11.00 allocations a report, the floor has 10.00"],
+        )
+
+    def test_fewer_bytes_than_the_floor(self):
+        self.assertEqual(
+            self.complaint(event__rpc__build_and_release={"bytes": 99.0}),
+            ["event/rpc: 99.00 bytes a report, the floor has 100.00"],
+        )
+
+    def test_an_element_that_costs_more_in_a_large_report(self):
+        self.assertEqual(
+            self.complaint(growth__event__rpc__10000__build_and_release={"instructions": 60000.0}),
+            ["event/rpc: 1.500 of the floor's instructions at 10,000 elements, 1.250 at 100"],
+        )
+
+    def test_a_large_chunk_that_costs_more(self):
+        self.assertEqual(
+            self.complaint(chunk__67108864={"instructions": 70.0}),
+            ["the cost of a chunk depends on its size: 1024 bytes 50 instructions, 67108864 bytes 70 instructions"],
+        )
+
+    def test_a_report_that_nothing_was_written_down_of(self):
+        self.reached = {}
+        self.assertEqual(
+            self.complaint(), ["event/rpc: measured and written down differ: run check.py with --write"]
+        )
+
+
+if __name__ == "__main__":
+    unittest.main()
