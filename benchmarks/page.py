@@ -8,7 +8,12 @@ import argparse
 import collections
 import json
 import pathlib
+import re
 import statistics
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent / "costs"))
+from check import growth, ratio  # noqa: E402
 
 WORKLOADS = ["superglobals", "functions", "sql_queries", "event", "real_request"]
 DIALECTS = ["rpc", "protobuf"]
@@ -28,33 +33,41 @@ ACTIONS = [
     ("floor/build_and_release", "floor: both"),
 ]
 ALTERNATIVES = ["QVariantMap", "QCborValue", "QJsonDocument", "nlohmann::json"]
-# What the rpc dialect is held to: at most so much of the other.
+# What the rpc dialect is held to: at most so much of the other. The second number is what is aimed at.
 BOUNDS = [
-    ("build", "parse/heap", {"superglobals": 0.40, "functions": 0.22, "sql_queries": 0.80, "event": 0.70}),
-    ("build", "copy/heap", {"superglobals": 0.75, "functions": 0.25, "sql_queries": 0.85, "event": 1.30}),
-    ("build_and_release", "floor/build_and_release",
-     {"superglobals": 1.60, "functions": 1.50, "sql_queries": 1.45, "event": 1.55}),
+    (
+        "build",
+        "parse/heap",
+        {"superglobals": (0.40, 0.30), "functions": (0.22, 0.17), "sql_queries": (0.80, 0.65), "event": (0.70, 0.55)},
+    ),
+    (
+        "build",
+        "copy/heap",
+        {"superglobals": (0.75, None), "functions": (0.25, None), "sql_queries": (0.85, None), "event": (1.30, None)},
+    ),
+    (
+        "build_and_release",
+        "floor/build_and_release",
+        {"superglobals": (1.60, 1.35), "functions": (1.50, 1.35), "sql_queries": (1.45, 1.35), "event": (1.55, 1.35)},
+    ),
 ]
 
 Time = collections.namedtuple("Time", "median spread")
 
 
 def times(runs):
-    """{benchmark: time of one report in ns}, and {benchmark: reports a second}."""
+    """{benchmark: time of one report in ns}"""
     samples = collections.defaultdict(list)
-    rates = collections.defaultdict(list)
     for run in runs:
-        if run.get("run_type") != "iteration":
-            continue
-        name = run["run_name"].replace("/manual_time", "").replace("/real_time", "")
-        samples[name].append(run["real_time"])
-        if "items_per_second" in run:
-            rates[name].append(run["items_per_second"])
+        if run.get("run_type") == "iteration":
+            # What the library of benchmarks adds to a name says how, not what is measured.
+            name = re.sub(r"/(iterations:\d+|manual_time|real_time)", "", run["run_name"])
+            samples[name].append(run["real_time"])
     found = {}
     for name, values in samples.items():
         quartiles = statistics.quantiles(values, n=4) if len(values) > 1 else [values[0]] * 3
         found[name] = Time(quartiles[1], (quartiles[2] - quartiles[0]) / 2)
-    return found, {name: statistics.median(values) for name, values in rates.items()}
+    return found
 
 
 def shown(nanoseconds):
@@ -80,9 +93,6 @@ def workload_tables(found, workload):
             both = [found.get(f"{workload}/{dialect}/{thread}/{action}") for thread in ("main", "worker")]
             if any(both):
                 rows.append([meaning, *map(cell, both)])
-        over = found.get(f"{workload}/{dialect}/hand_over")
-        if over:
-            rows.append(["built by one thread, read and released by another", cell(over), ""])
         for tree in ALTERNATIVES:
             for action in ("build", "build_and_release"):
                 time = found.get(f"{workload}/{dialect}/main/{tree}/{action}")
@@ -94,68 +104,83 @@ def workload_tables(found, workload):
             yield from table(["us a report", "first thread", "worker thread"], rows)
 
 
+def bound_row(name, reached, bound, aim=None):
+    return [name, f"{reached:.2f}", f"{bound:.2f}", "yes" if reached <= bound else "no", f"{aim:.2f}" if aim else ""]
+
+
 def bound_table(found):
     rows = []
     for action, base, bounds in BOUNDS:
-        for workload, bound in bounds.items():
-            of = [found.get(f"{workload}/rpc/main/{name}") for name in (action, base)]
-            if all(of):
-                ratio = of[0].median / of[1].median
-                rows.append([f"{workload}: {action} / {base}", f"{ratio:.2f}", f"{bound:.2f}", "yes" if ratio <= bound else "no"])
+        for workload, (bound, aim) in bounds.items():
+            of_action, of_base = (found.get(f"{workload}/rpc/main/{name}") for name in (action, base))
+            if of_action and of_base:
+                rows.append(bound_row(f"{workload}: {action} / {base}", of_action.median / of_base.median, bound, aim))
     for workload in WORKLOADS:
-        record = found.get(f"{workload}/rpc/main/build_and_release")
+        rpc, protobuf = (found.get(f"{workload}/{dialect}/main/build_and_release") for dialect in DIALECTS)
         others = {tree: found.get(f"{workload}/rpc/main/{tree}/build_and_release") for tree in ALTERNATIVES}
-        if record and all(others.values()):
+        if rpc and all(others.values()):
             best = min(others, key=lambda tree: others[tree].median)
-            ratio = record.median / others[best].median
-            rows.append([f"{workload}: build_and_release / {best}, the fastest other", f"{ratio:.2f}", "1.00", "yes" if ratio < 1 else "no"])
-        dialects = [found.get(f"{workload}/{dialect}/main/build_and_release") for dialect in ("protobuf", "rpc")]
-        if all(dialects) and workload != "real_request":
-            ratio = dialects[0].median / dialects[1].median
-            rows.append([f"{workload}: protobuf / rpc, build_and_release", f"{ratio:.2f}", "1.10", "yes" if ratio <= 1.1 else "no"])
-    yield from table(["Ratio of times, first thread", "reached", "at most", "held"], rows)
+            name = f"{workload}: build_and_release / {best}, the fastest other form"
+            rows.append(bound_row(name, rpc.median / others[best].median, 1))
+        # The dialects tell different things of a whole request.
+        if rpc and protobuf and workload != "real_request":
+            rows.append(bound_row(f"{workload}: protobuf / rpc, build_and_release", protobuf.median / rpc.median, 1.1))
+    yield from table(["Ratio of times, rpc dialect, first thread", "reached", "at most", "held", "aim"], rows)
 
 
-def thread_table(rates):
+def thread_table(found):
     rows = []
     for workload in WORKLOADS:
         for dialect in DIALECTS:
-            one, two = (rates.get(f"{workload}/{dialect}/side_by_side/threads:{threads}") for threads in (1, 2))
+            one, two = (found.get(f"{workload}/{dialect}/side_by_side/{threads}") for threads in (1, 2))
             if one and two:
-                rows.append([f"{workload}, {dialect}", f"{one:,.0f}", f"{two:,.0f}", f"{two / one:.2f}"])
-    yield from table(["Built and released a second", "one thread", "two threads", "ratio"], rows)
+                handed = found[f"{workload}/{dialect}/hand_over"]
+                rates = [1e9 / one.median, 2e9 / two.median]
+                rows.append([f"{workload}, {dialect}"] + [f"{rate:,.0f}" for rate in rates])
+                rows[-1] += [f"{rates[1] / rates[0]:.2f}", f"{1e9 / handed.median:,.0f}"]
+    head = ["Reports a second", "built and released by one thread", "by two", "ratio"]
+    yield from table(head + ["built by one, read and released by another"], rows)
+
+
+def other_table(found):
+    """Benchmarks that are of no kind of report."""
+    rows = [[name, cell(time)] for name, time in sorted(found.items()) if name.split("/")[0] not in WORKLOADS]
+    yield from table(["us", "first thread"], rows)
 
 
 def cost_tables(costs):
     rows = []
-    for workload in WORKLOADS + ["headers", "sql_tables", "storage"]:
-        for dialect in DIALECTS:
-            of = {action: costs[f"{workload}/{dialect}/{action}"] for action in ("parse", "build", "release", "read", "build_and_release", "floor")}
-            rows.append(
-                [f"{workload}, {dialect}"]
-                + [f"{of['build'][counted]:,.0f}" for counted in ("allocations", "bytes")]
-                + [f"{of[action]['instructions']:,.0f}" for action in ("parse", "build", "release", "read")]
-                + [f"{of['build_and_release']['instructions'] / of['floor']['instructions']:.2f}"]
-            )
-    yield from table(["One report", "allocations", "bytes", "instructions to parse", "to build", "to release", "to read", "build and release over the floor"], rows)
+    for name in costs:
+        if name.endswith("/parse"):
+            workload = name.removesuffix("/parse")
+            build = costs[f"{workload}/build"]
+            row = [workload.replace("/", ", "), f"{build['allocations']:,.0f}", f"{build['bytes']:,.0f}"]
+            for action in ("parse", "build", "release", "read"):
+                row.append(f"{costs[f'{workload}/{action}']['instructions']:,.0f}")
+            rows.append(row + [f"{ratio(costs, workload, 'build_and_release', 'floor'):.2f}"])
+    head = ["One report", "allocations", "bytes", "instructions to parse", "to build", "to release", "to read"]
+    yield from table(head + ["build and release over the floor"], rows)
 
-    growth = collections.defaultdict(dict)
-    for name, record in costs.items():
-        if name.startswith("growth/") and name.endswith("/build_and_release"):
-            _, workload, dialect, size, _ = name.split("/")
-            floor = costs[f"growth/{workload}/{dialect}/{size}/floor"]
-            growth[f"{workload}, {dialect}"][int(size)] = (record["instructions"] / int(size), record["instructions"] / floor["instructions"])
-    sizes = sorted({size for of_size in growth.values() for size in of_size})
-    yield from table(
-        ["Instructions an element, and over the floor, at elements"] + [f"{size:,}" for size in sizes],
-        [[name] + [f"{of_size[size][0]:,.0f}, {of_size[size][1]:.2f}" for size in sizes] for name, of_size in growth.items()],
-    )
+    by_workload = growth(costs)
+    sizes = sorted({size for of_size in by_workload.values() for size in of_size})
+    rows = []
+    for workload, of_size in by_workload.items():
+        row = [workload.replace("/", ", ")]
+        for size in sizes:
+            instructions = costs[f"growth/{workload}/{size}/build_and_release"]["instructions"]
+            row.append(f"{instructions / size:,.0f}, {of_size[size]:.2f}")
+        rows.append(row)
+    yield from table(["Instructions an element, and over the floor, of"] + [f"{size:,}" for size in sizes], rows)
 
 
 def plot(found, workload, folder):
     from matplotlib import pyplot
 
-    bars = [(meaning, f"{workload}/rpc/main/{action}") for action, meaning in ACTIONS if action not in ("floor/build", "floor/release")]
+    bars = [
+        (meaning, f"{workload}/rpc/main/{action}")
+        for action, meaning in ACTIONS
+        if action not in ("floor/build", "floor/release")
+    ]
     bars += [(f"{tree}: build and release", f"{workload}/rpc/main/{tree}/build_and_release") for tree in ALTERNATIVES]
     bars = [(meaning, found[name]) for meaning, name in bars if name in found][::-1]
     if not bars:
@@ -185,15 +210,19 @@ def main():
     arguments = parser.parse_args()
 
     measured = json.loads(arguments.times.read_text())
-    found, rates = times(measured["benchmarks"])
+    found = times(measured["benchmarks"])
     context = measured["context"]
-    print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {context['load_avg'][0]:.2f}.")
+    load = context["load_avg"][0]
+    print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {load:.2f}.")
     build = json.loads(arguments.build.read_text())
+    processor_seconds = build["user_seconds"] + build["system_seconds"]
     print(
-        f"The library, with its message libraries, builds from nothing in {build['seconds']:.0f} s "
-        f"({build['processor_seconds']:.0f} s of processor time); stripped, libtarnwick.so has {build['bytes'] / 1024:,.0f} KiB.\n"
+        f"Configured, the library and its message libraries build from nothing in {build['seconds']:.0f} s "
+        f"({processor_seconds:.0f} s of processor time); stripped, libtarnwick.so has {build['bytes'] / 1024:,.0f} KiB."
+        "\n"
     )
-    for line in (*bound_table(found), *thread_table(rates), *cost_tables(json.loads(arguments.costs.read_text()))):
+    costs = json.loads(arguments.costs.read_text())
+    for line in (*bound_table(found), *thread_table(found), *cost_tables(costs), *other_table(found)):
         print(line)
     arguments.folder.mkdir(parents=True, exist_ok=True)
     for workload in WORKLOADS:

@@ -1,6 +1,6 @@
 // Reading a configuration file of that many lines, one in ten a reference to the key above: from the file to the table,
-// and the same with the release of the table. Other readers read the same lines, which mean the same to them, references
-// apart.
+// and the same with the release of the table. Other readers read the same lines, which mean the same to them, apart from
+// references.
 
 #include "support/literal_config_file.h"
 

@@ -3,7 +3,7 @@
 
 import unittest
 
-from check import complaints, ratios
+from check import combined, complaints, ratios, read_dump
 
 
 def costs(**changes):
@@ -45,7 +45,10 @@ class Complaints(unittest.TestCase):
     def test_more_instructions_to_build(self):
         self.assertEqual(
             self.complaint(event__rpc__build={"instructions": 430.0}),
-            ["event/rpc: build grew to 0.430 of the instructions of parse, reached was 0.400: 430 instructions a report to 1,000"],
+            [
+                "event/rpc: build grew to 0.430 of the instructions of parse, reached was 0.400: "
+                "430 instructions a report to 1,000"
+            ],
         )
 
     def test_more_instructions_over_the_floor(self):
@@ -83,9 +86,33 @@ class Complaints(unittest.TestCase):
 
     def test_a_report_that_nothing_was_written_down_of(self):
         self.reached = {}
+        self.assertEqual(self.complaint(), ["event/rpc: measured and written down differ: run check.py with --write"])
+
+
+DUMP = """events: Ir
+desc: Trigger: Client Request: event/rpc/build
+fn=(1) main
+totals: 430
+"""
+
+
+class Dumps(unittest.TestCase):
+    def test_a_run_of_an_action(self):
+        self.assertEqual(read_dump(DUMP), ("event/rpc/build", 430))
+
+    def test_the_last_of_the_program_which_has_no_name(self):
+        self.assertEqual(read_dump("desc: Trigger: Program termination\ntotals: 7\n"), (None, 0))
+
+    def test_numbers_of_one_report(self):
         self.assertEqual(
-            self.complaint(), ["event/rpc: measured and written down differ: run check.py with --write"]
+            combined("event/rpc/build\t2\t20\t200\n", {"event/rpc/build": [430, 450]}),
+            {"event/rpc/build": {"reports": 2, "allocations": 10.0, "bytes": 100.0, "instructions": 440.0}},
         )
+
+    def test_a_dump_that_is_missing_or_empty_ends_it(self):
+        for dumped in ([430], [430, 0]):
+            with self.assertRaisesRegex(SystemExit, "event/rpc/build ran 2 times"):
+                combined("event/rpc/build\t2\t20\t200\n", {"event/rpc/build": dumped})
 
 
 if __name__ == "__main__":

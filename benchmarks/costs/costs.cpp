@@ -24,7 +24,8 @@
 #include <vector>
 
 // What reports cost in instructions and allocations, which do not depend on the machine's load. Under callgrind, not
-// instrumented from the start, the instructions of each run of an action go into a dump of its name. Allocations are printed:
+// instrumented from the start, the instructions of each run of an action go into a dump of its name. Allocations are
+// printed:
 //
 //     ACTION  REPORTS  ALLOCATIONS  BYTES
 //
@@ -40,36 +41,26 @@ void keep(Made const &made)
     asm volatile("" : : "g"(&made) : "memory");
 }
 
-/// Runs an action once for each number, and once before, so that nothing is done for the first time.
+/// Runs an action twice for each number and counts the second time, so that nothing is done for the first time.
 template <class Prepare, class Action>
 void weigh(std::string const &name, int numbers, Prepare prepare, Action action)
 {
-    Taken taken_here;
-    for (int number = -1; number < numbers; ++number) {
-        auto &&given = prepare(number < 0 ? 0 : number);
-        auto const before = taken();
-        if (number < 0) {
-            action(given);
-        } else {
-            CALLGRIND_START_INSTRUMENTATION;
-            action(given);
-            CALLGRIND_DUMP_STATS_AT(name.c_str());
-            CALLGRIND_STOP_INSTRUMENTATION;
-            taken_here.allocations += taken().allocations - before.allocations;
-            taken_here.bytes += taken().bytes - before.bytes;
-        }
+    for (int number = 0; number < numbers; ++number) {
+        auto &&given = prepare(number);
+        action(given);
     }
-    std::printf("%s\t%d\t%zu\t%zu\n", name.c_str(), numbers, taken_here.allocations, taken_here.bytes);
-}
-
-/// What an action makes lies where it can go outside of the action's instructions.
-template <class Made, class Make>
-auto into(std::optional<Made> &place, Make make)
-{
-    return [&place, make](auto const &given) {
-        place.emplace(make(given));
-        keep(*place);
-    };
+    Taken sum;
+    for (int number = 0; number < numbers; ++number) {
+        auto &&given = prepare(number);
+        auto const before = taken();
+        CALLGRIND_START_INSTRUMENTATION;
+        action(given);
+        CALLGRIND_DUMP_STATS_AT(name.c_str());
+        CALLGRIND_STOP_INSTRUMENTATION;
+        sum.allocations += taken().allocations - before.allocations;
+        sum.bytes += taken().bytes - before.bytes;
+    }
+    std::printf("%s\t%d\t%zu\t%zu\n", name.c_str(), numbers, sum.allocations, sum.bytes);
 }
 
 template <class Workload, class Messages>
@@ -111,7 +102,13 @@ void weigh_workload()
         },
         [&](Wire const &bytes) { parse(bytes, *parsed); });
     std::optional<Record> record;
-    weigh(name + "/build", numbers, messages, into(record, build<Workload, Messages>));
+    weigh(
+        name + "/build", numbers,
+        [&](int number) -> Messages const & {
+            record.reset();
+            return messages(number);
+        },
+        [&](Messages const &given) { keep(record.emplace(build<Workload>(given))); });
     weigh(
         name + "/release", numbers,
         [&](int number) {

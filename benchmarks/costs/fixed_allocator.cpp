@@ -111,4 +111,22 @@ void free(void *block) noexcept
     give_back(block);
 }
 
+// Nothing here asks for more than the alignment of every block, and a block of another allocator would be freed as one of
+// this.
+
+void *aligned_alloc(std::size_t /*alignment*/, std::size_t /*size*/) noexcept
+{
+    std::abort();
+}
+
+void *memalign(std::size_t /*alignment*/, std::size_t /*size*/) noexcept
+{
+    std::abort();
+}
+
+int posix_memalign(void ** /*block*/, std::size_t /*alignment*/, std::size_t /*size*/) noexcept
+{
+    std::abort();
+}
+
 } // extern "C"

@@ -10,8 +10,8 @@ struct Taken {
     std::size_t bytes = 0;
 };
 
-/// By `new` or `malloc`, in whatever library. The allocator behind them is as simple as one can be, so that the instructions
-/// of a block hardly depend on what was taken and freed before.
+/// By `new` or `malloc`, in whatever library. The allocator behind them is as simple as one can be, so that the
+/// instructions of a block hardly depend on what was taken and freed before.
 Taken taken() noexcept;
 
 } // namespace tarnwick::bench

@@ -22,7 +22,7 @@
 namespace tarnwick::bench {
 
 /// The least that a record of a report can cost: its allocations and its conversions of bytes, with no structure around
-/// them. What is taken lies in flat stores that take no memory of their own once they are warm, and is given back at once.
+/// them. What is taken lies in flat stores that are reused, and is given back at once.
 class Floor {
 public:
     Floor()
@@ -48,8 +48,15 @@ public:
     using Table = std::map<unsigned int, void *>;
     Table &table()
     {
-        block(sizeof(QMap<unsigned int, void *>) + sizeof(Table));
+        block(counts + sizeof(Table));
         return tables_.emplace_back();
+    }
+
+    /// A look-up in such a table.
+    void link(Table const &table, unsigned int id)
+    {
+        auto const found = table.find(id);
+        link_ = found == table.end() ? nullptr : found->second;
     }
 
     /// A list of pointers that is sized ahead.
@@ -94,6 +101,8 @@ public:
 
 private:
     static constexpr std::size_t room = 1U << 20U;
+    /// What shared tables have in front of the table.
+    static constexpr std::size_t counts = 8;
 
     template <class Element>
     struct Lists {
@@ -108,6 +117,7 @@ private:
     std::vector<QByteArray> byte_arrays_;
     std::vector<QString> texts_;
     std::vector<Table> tables_;
+    void *volatile link_ = nullptr;
     std::tuple<Lists<void *>, Lists<QByteArray>, Lists<data::php::Function>, Lists<data::glimmet::FunctionStats>,
                Lists<data::glimmet::detail::StorageEntry>>
         lists_;

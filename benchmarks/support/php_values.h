@@ -134,7 +134,7 @@ Tree::Object tree_of(rpc::php::v1::PelorinArray const &array)
         if (value.has_array_value())
             Tree::put(object, key, tree_of<Tree>(value.array_value()));
         else if (value.has_string_value())
-            Tree::put(object, key, Tree::text(value.string_value()));
+            Tree::put(object, key, Tree::bytes(value.string_value()));
         else
             Tree::put(object, key, Tree::number(value.long_value()));
     }

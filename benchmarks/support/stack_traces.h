@@ -120,12 +120,12 @@ template <class Tree>
 Tree::Object tree_of(rpc::php::v1::Function const &function)
 {
     typename Tree::Object object;
-    Tree::put(object, "name", Tree::text(function.name()));
+    Tree::template put<"name">(object, Tree::text(function.name()));
     if (function.has_location()) {
-        Tree::put(object, "file", Tree::text(function.location().file()));
-        Tree::put(object, "line", Tree::number(function.location().line()));
+        Tree::template put<"file">(object, Tree::text(function.location().file()));
+        Tree::template put<"line">(object, Tree::number(function.location().line()));
     }
-    Tree::put(object, "arguments", tree_of<Tree>(function.arguments()));
+    Tree::template put<"arguments">(object, tree_of<Tree>(function.arguments()));
     return object;
 }
 
@@ -135,7 +135,7 @@ Tree::Array tree_of(rpc::php::v1::StackTrace const &trace)
     typename Tree::Array frames;
     for (auto const &frame : trace.frames()) {
         auto object = tree_of<Tree>(frame.function());
-        Tree::put(object, "frame_number", Tree::number(frame.frame_number()));
+        Tree::template put<"frame_number">(object, Tree::number(frame.frame_number()));
         Tree::append(frames, std::move(object));
     }
     return frames;

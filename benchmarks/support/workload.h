@@ -11,6 +11,7 @@
 // What a program that measures knows of a kind of report. A workload is a struct of statics:
 //
 //     name, dialect                     for the page of figures
+//     rounds                            how often all reports are gone through in a repetition of the benchmarks
 //     Messages                          std::tuple of the messages that a report consists of; most consist of one
 //     messages(number)                  the report of that number: reports differ, as those of a server do
 //     build(message...)                 the record or records, in their handles

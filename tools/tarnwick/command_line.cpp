@@ -186,7 +186,7 @@ int run(int argc, char const *const *argv)
 {
     // A reader that goes away is an output that cannot be written, not a reason to die without a word.
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c): it cannot fail for this signal
-    // Whatever a file's name is taken for by Qt, the program has its own words on it. QT_LOGGING_RULES brings Qt's back.
+    // Whatever Qt takes a file's name for, the program has its own words on it. QT_LOGGING_RULES brings Qt's back.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     try {
         return dispatch(argc, argv);

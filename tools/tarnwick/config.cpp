@@ -45,7 +45,7 @@ std::string with_includes(std::string text, ConfigPlace const &place)
     return text;
 }
 
-/// A text that does not get as far as the place of the fault, with that: it ends at a NUL, which names can have in them.
+/// A text that does not get as far as the place of the fault, with that: it ends at a NUL, which names can have.
 std::string with_place(std::string text, std::optional<ConfigPlace> const &place)
 {
     if (!place)
@@ -168,7 +168,8 @@ void write_check(JsonWriter &json, ConfigCheck const &check, std::string const &
 
 // Of a dump.
 
-/// A line that the reader takes for this value: quotes keep blanks at the ends, quotes, and what looks like a reference.
+/// A line that the reader takes for this value: quotes keep blanks at the ends, quotes, and what looks like a
+/// reference.
 std::string directive(QString const &key, QString const &value)
 {
     // At the beginning of a line these would make a comment of it, or be taken for a byte order mark. Behind a no-break

@@ -8,10 +8,13 @@
 #include <fmt/format.h>
 
 #include <QtCore/QByteArrayView>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 namespace tarnwick::program {
@@ -34,6 +37,18 @@ std::string name_that_ends_listing(QString const &folder)
     return {};
 }
 
+/// Files of the kernel give bytes though their size is 0; some would wait until there are any.
+bool gives_bytes(QString const &file)
+{
+    auto const descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    char byte = 0;
+    auto const given = ::read(descriptor, &byte, 1) == 1;
+    ::close(descriptor);
+    return given;
+}
+
 } // namespace
 
 std::string_view why_unseen(QString const &file)
@@ -43,8 +58,7 @@ std::string_view why_unseen(QString const &file)
         return {};
     if (!info.isFile())
         return "is no regular file";
-    // As the kernel has them.
-    if (info.size() == 0 && std::ifstream(file.toStdString()).get() != std::ifstream::traits_type::eof())
+    if (info.size() == 0 && gives_bytes(file))
         return "has a size of 0, though there is something in it";
     return {};
 }

@@ -19,6 +19,7 @@ namespace tarnwick::bench {
 
 struct Functions {
     static constexpr char const *name = "functions";
+    static constexpr std::size_t rounds = 1;
     static constexpr int usual_lines = 2'000;
     using Record = data::glimmet::Functions;
     using Payload = data::glimmet::detail::Functions;
@@ -84,19 +85,19 @@ struct FunctionsRpc : Functions {
         typename Tree::Array functions;
         for (auto const &function : message.functions().functions()) {
             typename Tree::Object line;
-            Tree::put(line, "name", Tree::text(function.name()));
+            Tree::template put<"name">(line, Tree::text(function.name()));
             if (function.has_location()) {
-                Tree::put(line, "file", Tree::text(function.location().file()));
-                Tree::put(line, "line", Tree::number(function.location().line()));
+                Tree::template put<"file">(line, Tree::text(function.location().file()));
+                Tree::template put<"line">(line, Tree::number(function.location().line()));
             }
-            Tree::put(line, "count", Tree::number(function.stats().count()));
-            Tree::put(line, "time_first", Tree::number(function.stats().time_first().nanos()));
-            Tree::put(line, "time_second", Tree::number(function.stats().time_second().nanos()));
+            Tree::template put<"count">(line, Tree::number(function.stats().count()));
+            Tree::template put<"time_first">(line, Tree::number(function.stats().time_first().nanos()));
+            Tree::template put<"time_second">(line, Tree::number(function.stats().time_second().nanos()));
             Tree::append(functions, std::move(line));
         }
         typename Tree::Object report;
-        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::put(report, "functions", std::move(functions));
+        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::template put<"functions">(report, std::move(functions));
         return Tree::document(std::move(report));
     }
 };

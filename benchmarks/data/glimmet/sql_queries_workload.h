@@ -19,8 +19,19 @@
 
 namespace tarnwick::bench {
 
+inline bool has_transaction(rpc::glimmet::v1::SqlQuery const &query)
+{
+    return query.has_transaction_id();
+}
+
+inline bool has_transaction(pelorin::protobuf::Glimmet::SqlQuery const &query)
+{
+    return query.transaction_case() == pelorin::protobuf::Glimmet::SqlQuery::kTransactionId;
+}
+
 struct SqlQueries {
     static constexpr char const *name = "sql_queries";
+    static constexpr std::size_t rounds = 1;
     static constexpr int usual_queries = 500;
     static constexpr int frames = 12;
     static constexpr std::uint32_t usual_connections = 3;
@@ -76,14 +87,17 @@ struct SqlQueries {
                              Queries const &queries)
     {
         floor.block(sizeof(Payload));
-        floor_connections(floor, connections);
-        floor_transactions(floor, transactions);
+        auto const &connection_table = floor_connections(floor, connections);
+        auto const &transaction_table = floor_transactions(floor, transactions);
         floor.pointer_list(connections.size());
         floor.pointer_list(transactions.size());
         floor.pointer_list(queries.size());
         for (auto const &query : queries) {
             floor.block(sizeof(data::glimmet::detail::SqlQuery));
             floor.text(query.text());
+            floor.link(connection_table, query.connection_id());
+            if (has_transaction(query))
+                floor.link(transaction_table, query.transaction_id());
             if (query.has_error())
                 floor.text(query.error().message());
             floor_frames(floor, query.stack_trace().frames());
@@ -122,37 +136,37 @@ struct SqlQueriesRpc : SqlQueries {
         typename Tree::Array connections;
         for (auto const &connection : payload.connections()) {
             typename Tree::Object object;
-            Tree::put(object, "id", Tree::number(connection.id()));
-            Tree::put(object, "name", Tree::text(connection.name()));
+            Tree::template put<"id">(object, Tree::number(connection.id()));
+            Tree::template put<"name">(object, Tree::text(connection.name()));
             Tree::append(connections, std::move(object));
         }
         typename Tree::Array transactions;
         for (auto const &transaction : payload.transactions()) {
             typename Tree::Object object;
-            Tree::put(object, "id", Tree::number(transaction.id()));
-            Tree::put(object, "time", Tree::number(transaction.time().nanos()));
+            Tree::template put<"id">(object, Tree::number(transaction.id()));
+            Tree::template put<"time">(object, Tree::number(transaction.time().nanos()));
             if (transaction.has_parent_id())
-                Tree::put(object, "parent", Tree::number(transaction.parent_id()));
+                Tree::template put<"parent">(object, Tree::number(transaction.parent_id()));
             Tree::append(transactions, std::move(object));
         }
         typename Tree::Array queries;
         for (auto const &query : payload.queries()) {
             typename Tree::Object object;
-            Tree::put(object, "text", Tree::text(query.text()));
-            Tree::put(object, "time", Tree::number(query.time().nanos()));
-            Tree::put(object, "connection", Tree::number(query.connection_id()));
+            Tree::template put<"text">(object, Tree::text(query.text()));
+            Tree::template put<"time">(object, Tree::number(query.time().nanos()));
+            Tree::template put<"connection">(object, Tree::number(query.connection_id()));
             if (query.has_transaction_id())
-                Tree::put(object, "transaction", Tree::number(query.transaction_id()));
+                Tree::template put<"transaction">(object, Tree::number(query.transaction_id()));
             if (query.has_error())
-                Tree::put(object, "error", Tree::text(query.error().message()));
-            Tree::put(object, "stack_trace", tree_of<Tree>(query.stack_trace()));
+                Tree::template put<"error">(object, Tree::text(query.error().message()));
+            Tree::template put<"stack_trace">(object, tree_of<Tree>(query.stack_trace()));
             Tree::append(queries, std::move(object));
         }
         typename Tree::Object report;
-        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::put(report, "connections", std::move(connections));
-        Tree::put(report, "transactions", std::move(transactions));
-        Tree::put(report, "queries", std::move(queries));
+        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::template put<"connections">(report, std::move(connections));
+        Tree::template put<"transactions">(report, std::move(transactions));
+        Tree::template put<"queries">(report, std::move(queries));
         return Tree::document(std::move(report));
     }
 };

@@ -27,30 +27,39 @@ void fill_connections(Message &message, std::uint32_t connections)
     }
 }
 
+/// Each gives the table of a report's links for look-ups.
 template <class Connections>
-void floor_connections(Floor &floor, Connections const &connections)
+Floor::Table const &floor_connections(Floor &floor, Connections const &connections)
 {
-    if (connections.empty())
-        return;
     auto &table = floor.table();
     for (auto const &connection : connections) {
         floor.block(sizeof(data::glimmet::detail::SqlConnection));
         floor.text(connection.name());
         table[connection.id()] = nullptr;
     }
+    return table;
+}
+
+inline bool has_parent(rpc::glimmet::v1::SqlTransaction const &transaction)
+{
+    return transaction.has_parent_id();
+}
+
+inline bool has_parent(pelorin::protobuf::Glimmet::SqlTransaction const &transaction)
+{
+    return transaction.parent_case() == pelorin::protobuf::Glimmet::SqlTransaction::kParentId;
 }
 
 template <class Transactions>
-void floor_transactions(Floor &floor, Transactions const &transactions)
+Floor::Table const &floor_transactions(Floor &floor, Transactions const &transactions)
 {
-    if (transactions.empty())
-        return;
     auto &table = floor.table();
     for (auto const &transaction : transactions) {
         floor.block(sizeof(data::glimmet::detail::SqlTransaction));
-        auto const parent = table.find(transaction.parent_id());
+        auto const parent = has_parent(transaction) ? table.find(transaction.parent_id()) : table.end();
         table[transaction.id()] = parent == table.end() ? nullptr : parent->second;
     }
+    return table;
 }
 
 struct SqlTables {

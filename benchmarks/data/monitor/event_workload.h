@@ -19,6 +19,7 @@ namespace tarnwick::bench {
 
 struct Event {
     static constexpr char const *name = "event";
+    static constexpr std::size_t rounds = 16;
     static constexpr int usual_frames = 25;
     static constexpr int arguments = 3;
     using Record = data::monitor::Event;
@@ -75,14 +76,14 @@ struct EventRpc : Event {
     static Tree::Document tree(Message const &message)
     {
         typename Tree::Object report;
-        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::put(report, "timestamp", Tree::number(message.timestamp().seconds()));
-        Tree::put(report, "text", Tree::text(message.text()));
-        Tree::put(report, "flag", Tree::number(message.flag() ? 1 : 0));
+        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::template put<"timestamp">(report, Tree::number(message.timestamp().seconds()));
+        Tree::template put<"text">(report, Tree::text(message.text()));
+        Tree::template put<"flag">(report, Tree::number(message.flag() ? 1 : 0));
         auto const &event = message.slow_function_exec();
-        Tree::put(report, "duration", Tree::number(event.duration().seconds()));
-        Tree::put(report, "function", tree_of<Tree>(event.function()));
-        Tree::put(report, "stack_trace", tree_of<Tree>(event.stack_trace()));
+        Tree::template put<"duration">(report, Tree::number(event.duration().seconds()));
+        Tree::template put<"function">(report, tree_of<Tree>(event.function()));
+        Tree::template put<"stack_trace">(report, tree_of<Tree>(event.stack_trace()));
         return Tree::document(std::move(report));
     }
 };

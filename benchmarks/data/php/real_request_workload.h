@@ -39,6 +39,7 @@ namespace tarnwick::bench {
 
 struct RealRequest {
     static constexpr char const *name = "real_request";
+    static constexpr std::size_t rounds = 16;
     using Frame = capture::v1::Frame;
     using Records =
         std::tuple<data::php::RInit, data::php::RequestHeaders, data::php::Superglobals, data::php::PostData,
@@ -152,24 +153,24 @@ struct RealRequestRpc : RealRequest {
         auto const &response = end.rshutdown().response();
         auto const &memory = end.rshutdown().memory();
         typename Tree::Object report;
-        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(start.request_id().id())));
-        Tree::put(report, "info", Tree::text(info.text()));
-        Tree::put(report, "version", Tree::text(info.version().text()));
-        Tree::put(report, "text_0", Tree::text(request.text_0()));
-        Tree::put(report, "text_1", Tree::text(request.text_1()));
-        Tree::put(report, "bytes_0", Tree::text(request.bytes_0()));
-        Tree::put(report, "bytes_1", Tree::text(request.bytes_1()));
-        Tree::put(report, "post_data", Tree::text(request.post_data().text_0()));
-        Tree::put(report, "request_headers", tree_of<Tree>(request.headers()));
-        Tree::put(report, "at_start", tree_of<Tree>(start.rinit().superglobals()));
-        Tree::put(report, "duration", Tree::number(end.rshutdown().duration().nanos()));
-        Tree::put(report, "status", Tree::number(response.status()));
-        Tree::put(report, "memory_0", Tree::number(memory.value_0()));
-        Tree::put(report, "memory_1", Tree::number(memory.value_1()));
-        Tree::put(report, "memory_2", Tree::number(memory.value_2()));
-        Tree::put(report, "response_headers", tree_of<Tree>(response.headers()));
-        Tree::put(report, "body", Tree::text(response.body().text_0()));
-        Tree::put(report, "changed", tree_of<Tree>(end.rshutdown().superglobals()));
+        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(start.request_id().id())));
+        Tree::template put<"info">(report, Tree::text(info.text()));
+        Tree::template put<"version">(report, Tree::text(info.version().text()));
+        Tree::template put<"text_0">(report, Tree::text(request.text_0()));
+        Tree::template put<"text_1">(report, Tree::text(request.text_1()));
+        Tree::template put<"bytes_0">(report, Tree::bytes(request.bytes_0()));
+        Tree::template put<"bytes_1">(report, Tree::bytes(request.bytes_1()));
+        Tree::template put<"post_data">(report, Tree::text(request.post_data().text_0()));
+        Tree::template put<"request_headers">(report, tree_of<Tree>(request.headers()));
+        Tree::template put<"at_start">(report, tree_of<Tree>(start.rinit().superglobals()));
+        Tree::template put<"duration">(report, Tree::number(end.rshutdown().duration().nanos()));
+        Tree::template put<"status">(report, Tree::number(response.status()));
+        Tree::template put<"memory_0">(report, Tree::number(memory.value_0()));
+        Tree::template put<"memory_1">(report, Tree::number(memory.value_1()));
+        Tree::template put<"memory_2">(report, Tree::number(memory.value_2()));
+        Tree::template put<"response_headers">(report, tree_of<Tree>(response.headers()));
+        Tree::template put<"body">(report, Tree::text(response.body().text_0()));
+        Tree::template put<"changed">(report, tree_of<Tree>(end.rshutdown().superglobals()));
         return Tree::document(std::move(report));
     }
 };

@@ -20,11 +20,16 @@ namespace tarnwick::bench {
 
 struct Superglobals {
     static constexpr char const *name = "superglobals";
+    static constexpr std::size_t rounds = 16;
     static constexpr int groups = 8;
     static constexpr int usual_entries = 120;
     using Record = data::php::Superglobals;
     using Payload = data::php::detail::Superglobals;
 
+    static int entries_of_group(int group, int entries)
+    {
+        return entries * (group + 1) / groups - entries * group / groups;
+    }
     static std::string group_name(int group) { return numbered("_GROUP", group); }
     static std::string key(int entry) { return numbered("HTTP_X_ENTRY_", entry); }
     static bool is_number(int entry) { return entry % 5 == 0; }
@@ -46,11 +51,11 @@ struct SuperglobalsRpc : Superglobals {
         Message message;
         message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
         auto &array = *message.mutable_rinit()->mutable_superglobals();
-        for (int group = 0; group < groups; ++group) {
+        for (int i = 0; i < groups; ++i) {
             auto &outer = *array.add_elements();
-            outer.set_string_key(group_name(group));
+            outer.set_string_key(group_name(i));
             auto &inner = *outer.mutable_value()->mutable_array_value();
-            for (int entry = 0; entry < entries / groups; ++entry) {
+            for (int entry = 0; entry < entries_of_group(i, entries); ++entry) {
                 auto &element = *inner.add_elements();
                 element.set_string_key(key(entry));
                 if (is_number(entry))
@@ -74,8 +79,8 @@ struct SuperglobalsRpc : Superglobals {
     static Tree::Document tree(Message const &message)
     {
         typename Tree::Object report;
-        Tree::put(report, "request_id", Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::put(report, "values", tree_of<Tree>(message.rinit().superglobals()));
+        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
+        Tree::template put<"values">(report, tree_of<Tree>(message.rinit().superglobals()));
         return Tree::document(std::move(report));
     }
 };
@@ -92,7 +97,7 @@ struct SuperglobalsProtobuf : Superglobals {
         for (int i = 0; i < groups; ++i) {
             auto &group = *message.add_groups();
             group.set_name(group_name(i));
-            for (int entry = 0; entry < entries / groups; ++entry) {
+            for (int entry = 0; entry < entries_of_group(i, entries); ++entry) {
                 auto &element = *group.add_entries();
                 element.set_key(key(entry));
                 auto &value = *element.mutable_value();

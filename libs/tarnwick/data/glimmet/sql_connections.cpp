@@ -3,7 +3,6 @@
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
-
 namespace tarnwick::data::glimmet {
 namespace {
 
