@@ -162,7 +162,7 @@ TEST(ConfigFileOnRandomFiles, agrees_with_the_literal_loop)
     for (int seed = 0; seed < count; ++seed) {
         auto const content = RandomContent(static_cast<std::uint32_t>(seed)).file();
         std::ofstream(file.toStdString(), std::ios::binary) << content;
-        QString const name(seed % 2 == 0 ? u"" : u"app");
+        auto const name = q(seed % 2 == 0 ? "" : "app");
         ConfigFile config(file, name);
         LiteralConfigFile literal(file, name);
         auto const expected = outcome(literal);
