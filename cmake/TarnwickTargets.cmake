@@ -74,6 +74,7 @@ function(tarnwick_message_library target)
         <google/protobuf/wire_format.h>)
     target_include_directories(${target} SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${generated} FILES ${headers})
-    set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS OFF)
+    # Generated sources share names of static variables, so no two of them can be one source.
+    set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS OFF UNITY_BUILD OFF)
     target_link_libraries(${target} PUBLIC protobuf::libprotobuf)
 endfunction()
