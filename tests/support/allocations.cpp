@@ -1,10 +1,23 @@
 #include "support/allocations.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <new>
 
 namespace {
 
+using tarnwick::test::FailingAllocations;
+
 thread_local constinit std::size_t count = 0;
+thread_local constinit std::ptrdiff_t live = 0;
+
+/// The allocations that fail, by what `count` is at them.
+struct Failing {
+    std::size_t first = FailingAllocations::from_then_on;
+    std::size_t last = 0;
+};
+thread_local constinit Failing failing;
 
 /// A place that itself takes no heap memory.
 struct Frees {
@@ -20,11 +33,49 @@ void note_free(void const *block) noexcept
         frees.blocks[frees.count++] = block;
 }
 
+bool refused() noexcept
+{
+    ++count;
+    if (count < failing.first || count > failing.last)
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
+void *given(void *block) noexcept
+{
+    live += block != nullptr;
+    return block;
+}
+
 } // namespace
 
 std::size_t tarnwick::test::allocations() noexcept
 {
     return count;
+}
+
+std::ptrdiff_t tarnwick::test::live_blocks() noexcept
+{
+    return live;
+}
+
+tarnwick::test::FailingAllocations::FailingAllocations(std::size_t first, std::size_t last) noexcept
+{
+    failing = {.first = count + first, .last = last == from_then_on ? last : count + last};
+}
+
+tarnwick::test::FailingAllocations::~FailingAllocations()
+{
+    stop();
+}
+
+std::size_t tarnwick::test::FailingAllocations::stop() noexcept
+{
+    auto const past = std::min(count, failing.last) + 1;
+    auto const failed = past > failing.first ? past - failing.first : 0;
+    failing = {};
+    return failed;
 }
 
 void tarnwick::test::note_frees() noexcept
@@ -40,66 +91,151 @@ std::vector<void const *> tarnwick::test::noted_frees()
     return std::vector<void const *>(frees.blocks.data(), frees.blocks.data() + frees.count);
 }
 
+// The functions below stand in front of those of the C library, or of a sanitizer that has taken their place, for every
+// library of the process. Those are reached by their other names.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-
-// The sanitizers have an allocator of their own, and tell. Not every compiler brings the header that declares this.
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*on_malloc)(void const volatile *, std::size_t),
-                                                         void (*on_free)(void const volatile *));
-
-namespace {
-
-[[gnu::constructor]] void install_hooks()
-{
-    __sanitizer_install_malloc_and_free_hooks(
-        [](void const volatile *, std::size_t) { ++count; },
-        [](void const volatile *block) { note_free(const_cast<void const *>(block)); });
-}
-
-} // namespace
-
+#define TARNWICK_BEHIND(function) __interceptor_##function
 #else
+#define TARNWICK_BEHIND(function) __libc_##function
+#endif
 
-// These stand in front of the C library's own for every library of the process.
 extern "C" {
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are the C library's
-void *__libc_malloc(std::size_t size) noexcept;
-void *__libc_calloc(std::size_t number, std::size_t size) noexcept;
-void *__libc_realloc(void *block, std::size_t size) noexcept;
-void *__libc_memalign(std::size_t alignment, std::size_t size) noexcept;
-void __libc_free(void *block) noexcept;
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are given
+void *TARNWICK_BEHIND(malloc)(std::size_t size) noexcept;
+void *TARNWICK_BEHIND(calloc)(std::size_t number, std::size_t size) noexcept;
+void *TARNWICK_BEHIND(realloc)(void *block, std::size_t size) noexcept;
+void *TARNWICK_BEHIND(memalign)(std::size_t alignment, std::size_t size) noexcept;
+void TARNWICK_BEHIND(free)(void *block) noexcept;
 // NOLINTEND(bugprone-reserved-identifier)
 
 void *malloc(std::size_t size) noexcept
 {
-    ++count;
-    return __libc_malloc(size);
+    return refused() ? nullptr : given(TARNWICK_BEHIND(malloc)(size));
 }
 
 void *calloc(std::size_t number, std::size_t size) noexcept
 {
-    ++count;
-    return __libc_calloc(number, size);
+    return refused() ? nullptr : given(TARNWICK_BEHIND(calloc)(number, size));
 }
 
 void *realloc(void *block, std::size_t size) noexcept
 {
-    ++count;
-    return __libc_realloc(block, size);
+    if (refused())
+        return nullptr;
+    auto *const moved = TARNWICK_BEHIND(realloc)(block, size);
+    if (block == nullptr)
+        return given(moved);
+    live -= moved == nullptr && size == 0;
+    return moved;
 }
 
 void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept
 {
-    ++count;
-    return __libc_memalign(alignment, size);
+    return refused() ? nullptr : given(TARNWICK_BEHIND(memalign)(alignment, size));
+}
+
+int posix_memalign(void **block, std::size_t alignment, std::size_t size) noexcept
+{
+    auto *const aligned = aligned_alloc(alignment, size);
+    if (aligned == nullptr)
+        return ENOMEM;
+    *block = aligned;
+    return 0;
 }
 
 void free(void *block) noexcept
 {
     note_free(block);
-    __libc_free(block);
+    live -= block != nullptr;
+    TARNWICK_BEHIND(free)(block);
 }
 
 } // extern "C"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+
+// The C++ library's operators lead to the functions above. A sanitizer has operators of its own, which do not.
+
+namespace {
+
+void *thrown_for(void *block)
+{
+    return block == nullptr ? throw std::bad_alloc() : block;
+}
+
+std::size_t number_of(std::align_val_t alignment) noexcept
+{
+    return static_cast<std::size_t>(alignment);
+}
+
+} // namespace
+
+// NOLINTBEGIN(misc-new-delete-overloads)
+void *operator new(std::size_t size)
+{
+    return thrown_for(malloc(size));
+}
+void *operator new[](std::size_t size)
+{
+    return thrown_for(malloc(size));
+}
+void *operator new(std::size_t size, std::nothrow_t const &) noexcept
+{
+    return malloc(size);
+}
+void *operator new[](std::size_t size, std::nothrow_t const &) noexcept
+{
+    return malloc(size);
+}
+void *operator new(std::size_t size, std::align_val_t alignment)
+{
+    return thrown_for(aligned_alloc(number_of(alignment), size));
+}
+void *operator new[](std::size_t size, std::align_val_t alignment)
+{
+    return thrown_for(aligned_alloc(number_of(alignment), size));
+}
+void operator delete(void *block) noexcept
+{
+    free(block);
+}
+void operator delete[](void *block) noexcept
+{
+    free(block);
+}
+void operator delete(void *block, std::size_t) noexcept
+{
+    free(block);
+}
+void operator delete[](void *block, std::size_t) noexcept
+{
+    free(block);
+}
+void operator delete(void *block, std::nothrow_t const &) noexcept
+{
+    free(block);
+}
+void operator delete[](void *block, std::nothrow_t const &) noexcept
+{
+    free(block);
+}
+void operator delete(void *block, std::align_val_t) noexcept
+{
+    free(block);
+}
+void operator delete[](void *block, std::align_val_t) noexcept
+{
+    free(block);
+}
+void operator delete(void *block, std::size_t, std::align_val_t) noexcept
+{
+    free(block);
+}
+void operator delete[](void *block, std::size_t, std::align_val_t) noexcept
+{
+    free(block);
+}
+// NOLINTEND(misc-new-delete-overloads)
 
 #endif

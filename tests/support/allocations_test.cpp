@@ -1,10 +1,18 @@
 #include "support/allocations.h"
 
+#include "support/by_name.h"
+
 #include <gmock/gmock.h>
 
 #include <QtCore/QString>
 
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
+#include <new>
+#include <string>
+#include <thread>
 
 namespace tarnwick::test {
 namespace {
@@ -42,6 +50,169 @@ TEST(Allocations, frees_are_noted_of_the_action_alone)
 {
     auto const before = std::make_unique<int>(1);
     EXPECT_THAT(frees_of([] {}), testing::IsEmpty());
+}
+
+TEST(Allocations, live_blocks_are_those_given_and_not_given_back)
+{
+    auto const before = live_blocks();
+    {
+        auto const text = QString::fromUtf8("a text of its own");
+        auto const number = std::make_unique<int>(7);
+        EXPECT_EQ(live_blocks(), before + 2);
+    }
+    EXPECT_EQ(live_blocks(), before);
+}
+
+TEST(Allocations, live_blocks_stay_as_many_when_one_grows)
+{
+    auto const before = live_blocks();
+    auto *block = std::realloc(nullptr, 10);
+    EXPECT_EQ(live_blocks(), before + 1);
+    block = std::realloc(block, 100'000);
+    EXPECT_EQ(live_blocks(), before + 1);
+    std::free(block);
+    EXPECT_EQ(live_blocks(), before);
+}
+
+/// Which of an action's allocations fail, as `x` among those that do not.
+template <class Action>
+std::string fates(std::size_t first, std::size_t last, Action &&action)
+{
+    std::string fates;
+    fates.reserve(100);
+    FailingAllocations failing(first, last);
+    for (int i = 0; i < 5; ++i)
+        fates += action() ? '.' : 'x';
+    failing.stop();
+    return fates;
+}
+
+/// Nobody can tell that the block is not needed, so nobody leaves it out.
+bool is_given(void *block)
+{
+    void *const volatile seen = block;
+    return seen != nullptr;
+}
+
+template <class Content>
+bool by_new()
+{
+    try {
+        return is_given(std::make_unique<Content>().get());
+    } catch (std::bad_alloc const &) {
+        return false;
+    }
+}
+
+struct alignas(256) Aligned {};
+
+bool by_nothrow_new()
+{
+    return is_given(std::unique_ptr<int>(new (std::nothrow) int(7)).get());
+}
+
+bool by_calloc()
+{
+    auto *const block = std::calloc(1, 1);
+    auto const given = is_given(block);
+    std::free(block);
+    return given;
+}
+
+bool by_realloc()
+{
+    auto *const block = std::realloc(nullptr, 1);
+    auto const given = is_given(block);
+    std::free(block);
+    return given;
+}
+
+bool by_a_library()
+{
+    try {
+        return !QString::fromUtf8("a text of its own").isNull();
+    } catch (std::bad_alloc const &) {
+        return false;
+    }
+}
+
+struct Way {
+    char const *name;
+    bool (*allocate)();
+};
+
+class FailingAllocation : public testing::TestWithParam<Way> {};
+
+TEST_P(FailingAllocation, fails_from_the_first_to_the_last)
+{
+    auto *const allocate = GetParam().allocate;
+    EXPECT_EQ(fates(1, 1, allocate), "x....");
+    EXPECT_EQ(fates(2, FailingAllocations::from_then_on, allocate), ".xxxx");
+    EXPECT_EQ(fates(6, 6, allocate), ".....");
+}
+
+TEST_P(FailingAllocation, gives_nothing_that_could_be_lost)
+{
+    auto const before = live_blocks();
+    fates(2, 2, GetParam().allocate);
+    EXPECT_EQ(live_blocks(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(, FailingAllocation,
+                         testing::Values(Way{"by_new", by_new<int>}, Way{"by_aligned_new", by_new<Aligned>},
+                                         Way{"by_nothrow_new", by_nothrow_new}, Way{"by_calloc", by_calloc},
+                                         Way{"by_realloc", by_realloc}, Way{"by_a_library", by_a_library}),
+                         by_name);
+
+// What is thrown takes heap memory too, where there is some.
+TEST(FailingAllocations, fail_for_an_exception_too)
+{
+    EXPECT_EQ(fates(1, FailingAllocations::from_then_on, by_new<int>), "xxxxx");
+    FailingAllocations failing(2, FailingAllocations::from_then_on);
+    EXPECT_TRUE(by_calloc());
+    EXPECT_FALSE(by_new<int>());
+    EXPECT_GE(failing.stop(), 2U);
+}
+
+TEST(FailingAllocations, are_counted)
+{
+    FailingAllocations failing(2, 3);
+    for (int i = 0; i < 5; ++i)
+        by_calloc();
+    EXPECT_EQ(failing.stop(), 2U);
+    EXPECT_EQ(failing.stop(), 0U);
+}
+
+TEST(FailingAllocations, are_none_where_too_few_come)
+{
+    FailingAllocations failing(2, FailingAllocations::from_then_on);
+    by_calloc();
+    EXPECT_EQ(failing.stop(), 0U);
+}
+
+TEST(FailingAllocations, end_with_the_object)
+{
+    {
+        FailingAllocations const failing(1, FailingAllocations::from_then_on);
+    }
+    EXPECT_TRUE(by_calloc());
+}
+
+TEST(FailingAllocations, leave_other_threads_alone)
+{
+    bool elsewhere = false;
+    std::atomic<bool> go = false;
+    std::thread other([&] {
+        go.wait(false);
+        elsewhere = by_new<int>();
+    });
+    {
+        FailingAllocations const failing(1, FailingAllocations::from_then_on);
+        go = true;
+        go.notify_one();
+        other.join();
+    }
+    EXPECT_TRUE(elsewhere);
 }
 
 } // namespace
