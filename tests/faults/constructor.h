@@ -1,0 +1,92 @@
+#pragma once
+
+#include "faults/allocation_faults.h"
+#include "faults/message_filler.h"
+
+#include <tarnwick/data/print.h>
+
+#include <cxxabi.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+
+namespace tarnwick::test {
+
+/// A constructor of a record from a message.
+struct Constructor {
+    std::string name;
+    /// The class and the message's class as symbols have them: `tarnwick::data::php::RequestId(tarnwick::rpc::...`.
+    std::string signature;
+    bool takes_memory = true;
+    /// Makes the record of a message of that shape, with faults.
+    std::function<AllocationFaults(std::uint32_t shape, FieldCoverage &)> fail_each_allocation;
+};
+
+/// Makes the record of 20 shapes of the message and of as many more as give the faults wanted, up to a shape in which
+/// something is violated. That there is no fault at all is a violation too, and a field that was never filled or never
+/// absent.
+AllocationFaults fail_all_shapes(Constructor const &constructor, std::size_t faults_wanted);
+
+template <class Record>
+struct ClassOf {
+    using Type = Record;
+};
+
+template <class Record>
+    requires std::is_base_of_v<QSharedData, typename Record::Type>
+struct ClassOf<Record> {
+    using Type = typename Record::Type;
+};
+
+/// The class whose constructor is meant: of a handle, the payload.
+template <class Record>
+using class_of_t = typename ClassOf<Record>::Type;
+
+template <class Record, class... Arguments>
+Record made(Arguments &&...arguments)
+{
+    if constexpr (std::is_same_v<class_of_t<Record>, Record>)
+        return Record(std::forward<Arguments>(arguments)...);
+    else
+        return Record(new class_of_t<Record>(std::forward<Arguments>(arguments)...));
+}
+
+inline constexpr auto told = [](auto const &record) { return data::to_text(record); };
+
+template <class T>
+std::string symbol()
+{
+    std::unique_ptr<char, decltype(&std::free)> const name(
+        abi::__cxa_demangle(typeid(T).name(), nullptr, nullptr, nullptr), &std::free);
+    return name.get();
+}
+
+template <class Record, class Message>
+std::string signature()
+{
+    return symbol<class_of_t<Record>>() + "(" + symbol<Message>();
+}
+
+/// The constructor of a record, or of a handle's payload, from a message and the arguments that stand behind it.
+template <class Record, class Message, class... Arguments>
+Constructor constructor_of(std::string name, Arguments const &...arguments)
+{
+    return {.name = std::move(name),
+            .signature = signature<Record, Message>(),
+            .fail_each_allocation = [arguments...](std::uint32_t shape, FieldCoverage &coverage) {
+                auto const message = shaped<Message>(shape);
+                coverage.see(message);
+                return fail_each_allocation(
+                    Operation{[&]() -> Message const & { return message; },
+                              [&](Message const &given) { return made<Record>(given, arguments...); }, told});
+            }};
+}
+
+} // namespace tarnwick::test

@@ -1,0 +1,265 @@
+// Records that break the promise, to show that this is seen.
+
+#include "faults/constructor.h"
+
+#include <tarnwick/data/description.h>
+
+#include <gmock/gmock.h>
+
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+
+#include <QtCore/QString>
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+namespace tarnwick::test {
+namespace {
+
+using Message = pelorin::protobuf::PelorinPHP::RShutdownData;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// A record of one text and one number, each of which takes a block.
+struct Record {
+    QString text;
+    std::unique_ptr<int> number;
+
+    void read_text() { text = QString::fromUtf8("a text of its own"); }
+    void read_number() { number = std::make_unique<int>(7); }
+
+    [[nodiscard]] std::int64_t held() const noexcept { return number ? *number : 0; }
+};
+
+struct Keeping : Record {
+    explicit Keeping(Message const &)
+    {
+        read_text();
+        read_number();
+    }
+};
+
+struct Leaking : Record {
+    explicit Leaking(Message const &)
+    {
+        auto *const owned_by_nobody = new int(7);
+        read_text();
+        number.reset(owned_by_nobody);
+    }
+};
+
+struct LeakingWithoutFault : Keeping {
+    explicit LeakingWithoutFault(Message const &message)
+        : Keeping(message)
+    {
+        (void)std::make_unique<int>(7).release();
+    }
+};
+
+struct Swallowing : Record {
+    explicit Swallowing(Message const &)
+    {
+        try {
+            read_text();
+            read_number();
+        } catch (std::bad_alloc const &) { // NOLINT(bugprone-empty-catch): that is the fault
+        }
+    }
+};
+
+struct Translating : Record {
+    explicit Translating(Message const &)
+    try {
+        read_text();
+    } catch (std::bad_alloc const &) {
+        throw std::runtime_error("no memory");
+    }
+};
+
+/// It can do without one block, but not without the other one that it takes instead.
+struct Falling : Record {
+    explicit Falling(Message const &)
+    {
+        try {
+            read_text();
+        } catch (std::bad_alloc const &) {
+            read_text();
+        }
+    }
+};
+
+/// The same, and loses a block if neither comes.
+struct FallingLow : Record {
+    explicit FallingLow(Message const &)
+    {
+        auto *const owned_by_nobody = new int(7);
+        try {
+            read_text();
+        } catch (std::bad_alloc const &) {
+            read_text();
+        }
+        number.reset(owned_by_nobody);
+    }
+};
+
+struct Unasked : Record {
+    explicit Unasked(Message const &)
+    {
+        read_text();
+        if (++made > 1)
+            throw std::bad_alloc();
+    }
+    static inline int made = 0;
+};
+
+struct Crashing : Record {
+    explicit Crashing(Message const &)
+    {
+        // NOLINTNEXTLINE(bugprone-unhandled-code-paths): that is the fault
+        auto *const volatile block = static_cast<int volatile *>(std::malloc(sizeof(int)));
+        *block = 7;
+        std::free(const_cast<int *>(block));
+    }
+};
+
+struct Terminating : Record {
+    explicit Terminating(Message const &) noexcept { read_text(); }
+};
+
+struct Needing {
+    explicit Needing(Message const &message)
+        : status(message.response_status())
+    {
+    }
+    std::int64_t status;
+};
+
+} // namespace
+} // namespace tarnwick::test
+
+template <class T>
+    requires std::derived_from<T, tarnwick::test::Record>
+struct tarnwick::data::Description<T> {
+    static constexpr std::string_view name = "test.Record";
+    static constexpr std::tuple fields{Field{"text", &test::Record::text}, Field{"number", &test::Record::held}};
+};
+
+template <>
+struct tarnwick::data::Description<tarnwick::test::Needing> {
+    static constexpr std::string_view name = "test.Needing";
+    static constexpr std::tuple fields{Field{"status", &test::Needing::status}};
+};
+
+namespace tarnwick::test {
+namespace {
+
+template <class T>
+AllocationFaults faults_of(std::size_t wanted = 0)
+{
+    return fail_all_shapes(constructor_of<T, Message>("test"), wanted);
+}
+
+TEST(ConstructorFaults, are_no_violation_where_all_is_given_back)
+{
+    auto const faults = faults_of<Keeping>();
+    EXPECT_THAT(faults.violations, IsEmpty());
+    EXPECT_EQ(faults.count, 20U * 2U * 2U);
+}
+
+TEST(ConstructorFaults, are_as_many_as_are_wanted)
+{
+    EXPECT_EQ(faults_of<Keeping>(1'001).count, 1'004U);
+}
+
+TEST(ConstructorFaults, are_no_violation_where_the_record_is_whole_nevertheless)
+{
+    EXPECT_THAT(faults_of<Falling>().violations, IsEmpty());
+}
+
+TEST(ConstructorFaults, show_a_block_that_is_lost)
+{
+    EXPECT_THAT(faults_of<Leaking>().violations,
+                ElementsAre("shape 0, allocation 2: 1 blocks of memory more than before",
+                            "shape 0, allocation 2 and all behind it: 1 blocks of memory more than before"));
+}
+
+TEST(ConstructorFaults, show_a_block_that_is_lost_when_more_than_one_allocation_fails)
+{
+    EXPECT_THAT(faults_of<FallingLow>().violations,
+                ElementsAre("shape 0, allocation 2 and all behind it: 1 blocks of memory more than before"));
+}
+
+TEST(ConstructorFaults, show_a_block_that_is_lost_without_any)
+{
+    EXPECT_THAT(faults_of<LeakingWithoutFault>().violations,
+                Contains("shape 0, allocation 4: 1 blocks of memory more than before"));
+}
+
+TEST(ConstructorFaults, show_half_a_record)
+{
+    EXPECT_THAT(faults_of<Swallowing>().violations,
+                ElementsAre("shape 0, allocation 1: the result is not that of a run without faults",
+                            "shape 0, allocation 2: the result is not that of a run without faults",
+                            "shape 0, allocation 1 and all behind it: the result is not that of a run without faults",
+                            "shape 0, allocation 2 and all behind it: the result is not that of a run without faults"));
+}
+
+TEST(ConstructorFaults, show_another_exception)
+{
+    EXPECT_THAT(faults_of<Translating>().violations,
+                Contains("shape 0, allocation 1: an exception other than std::bad_alloc came out"));
+}
+
+TEST(ConstructorFaults, show_an_exception_without_a_fault)
+{
+    // The second one is that of the exception itself.
+    EXPECT_THAT(faults_of<Unasked>().violations,
+                Contains("shape 0, allocation 3: std::bad_alloc came out though nothing had failed"));
+}
+
+TEST(ConstructorFaults, must_be_there)
+{
+    EXPECT_THAT(faults_of<Needing>().violations, Contains("no allocation failed"));
+}
+
+TEST(ConstructorFaults, must_not_be_there_where_no_memory_is_taken)
+{
+    auto constructor = constructor_of<Keeping, Message>("test");
+    constructor.takes_memory = false;
+    EXPECT_THAT(fail_all_shapes(constructor, 0).violations, Contains("memory was taken"));
+    constructor = constructor_of<Needing, Message>("test");
+    constructor.takes_memory = false;
+    EXPECT_THAT(fail_all_shapes(constructor, 0).violations, IsEmpty());
+}
+
+TEST(ConstructorFaults, must_meet_every_field_filled_and_absent)
+{
+    auto constructor = constructor_of<Keeping, Message>("test");
+    auto const &all = constructor.fail_each_allocation;
+    constructor.fail_each_allocation = [all](std::uint32_t shape, FieldCoverage &coverage) {
+        return all(shape == 0 ? 0 : 1, coverage);
+    };
+    EXPECT_THAT(fail_all_shapes(constructor, 0).violations, Contains(StartsWith("never filled: ")));
+    constructor.fail_each_allocation = [all](std::uint32_t, FieldCoverage &coverage) { return all(1, coverage); };
+    EXPECT_THAT(fail_all_shapes(constructor, 0).violations,
+                AllOf(Contains(StartsWith("never filled: ")), Contains(StartsWith("never absent: "))));
+}
+
+TEST(ConstructorFaultsDeathTest, show_a_crash)
+{
+    EXPECT_DEATH(faults_of<Crashing>(), "");
+}
+
+TEST(ConstructorFaultsDeathTest, show_an_exception_that_cannot_leave)
+{
+    EXPECT_DEATH(faults_of<Terminating>(), "bad_alloc");
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,73 @@
+#include "faults/message_filler.h"
+
+#include "support/textproto.h"
+
+#include <gmock/gmock.h>
+
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <set>
+#include <string>
+
+namespace tarnwick::test {
+namespace {
+
+using pelorin::protobuf::PelorinPHP::RShutdownData;
+using rpc::php::v1::NotifyRequest;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST(MessageFiller, gives_the_same_message_for_the_same_shape)
+{
+    EXPECT_EQ(shaped<NotifyRequest>(7).SerializeAsString(), shaped<NotifyRequest>(7).SerializeAsString());
+}
+
+TEST(MessageFiller, gives_another_message_for_another_shape)
+{
+    std::set<std::string> shapes;
+    for (std::uint32_t shape = 0; shape < 20; ++shape)
+        shapes.insert(shaped<NotifyRequest>(shape).SerializeAsString());
+    EXPECT_EQ(shapes.size(), 20U);
+}
+
+TEST(MessageFiller, gives_the_empty_message_for_shape_0)
+{
+    EXPECT_THAT(shaped<NotifyRequest>(0).SerializeAsString(), IsEmpty());
+}
+
+TEST(MessageFiller, fills_every_field_and_leaves_out_every_field)
+{
+    FieldCoverage coverage;
+    for (std::uint32_t shape = 0; shape < 1'000; ++shape)
+        coverage.see(shaped<NotifyRequest>(shape));
+    EXPECT_THAT(coverage.never_filled(), IsEmpty());
+    EXPECT_THAT(coverage.never_absent(), IsEmpty());
+}
+
+TEST(FieldCoverage, tells_what_was_never_filled)
+{
+    FieldCoverage coverage;
+    coverage.see(from_text<RShutdownData>("duration { seconds: 1 nanos: 1 } response_status: 200 memory_0: 1"));
+    coverage.see(from_text<RShutdownData>("duration { } memory_0: 1"));
+    EXPECT_THAT(coverage.never_filled(), UnorderedElementsAre("pelorin.protobuf.PelorinPHP.RShutdownData.memory_1",
+                                                              "pelorin.protobuf.PelorinPHP.RShutdownData.memory_2"));
+    EXPECT_THAT(coverage.never_absent(), UnorderedElementsAre("pelorin.protobuf.PelorinPHP.RShutdownData.duration",
+                                                              "pelorin.protobuf.PelorinPHP.RShutdownData.memory_0"));
+}
+
+// A message in another that was never filled is told by the field that would hold it.
+TEST(FieldCoverage, looks_into_messages_and_lists)
+{
+    FieldCoverage coverage;
+    coverage.see(
+        from_text<rpc::php::v1::PelorinArray>("elements { value { } } elements { value { bool_value: true } }"));
+    EXPECT_THAT(coverage.never_filled(), testing::Contains("tarnwick.rpc.php.v1.ZVal.json_value"));
+    EXPECT_THAT(coverage.never_filled(), testing::Not(testing::Contains("tarnwick.rpc.php.v1.ZVal.bool_value")));
+    EXPECT_THAT(coverage.never_absent(), UnorderedElementsAre("tarnwick.rpc.php.v1.PelorinArray.elements",
+                                                              "tarnwick.rpc.php.v1.PelorinArrayElement.value"));
+}
+
+} // namespace
+} // namespace tarnwick::test
