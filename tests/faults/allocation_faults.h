@@ -83,13 +83,19 @@ AllocationFaults fail_each_allocation(Operation<Parts...> const &operation)
         [&](std::size_t first, std::size_t last) { return operation.run(first, last, expected); });
 }
 
-/// The same for an operation that may end its process, which is a violation like others.
+/// The same for an operation that may end its process, which is a violation like others. Up to the first one, since
+/// processes take time.
 template <class... Parts>
 AllocationFaults fail_each_allocation_in_processes(Operation<Parts...> const &operation)
 {
     auto const expected = operation.result_without_faults();
+    bool is_violated = false;
     return fail_each_allocation([&](std::size_t first, std::size_t last) {
-        return in_a_process([&] { return operation.run(first, last, expected); });
+        if (is_violated)
+            return Run();
+        auto const run = in_a_process([&] { return operation.run(first, last, expected); });
+        is_violated = !run.violation().empty();
+        return run;
     });
 }
 

@@ -10,11 +10,15 @@
 
 #include <QtCore/QString>
 
+#include <array>
+#include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <type_traits>
 
 namespace tarnwick::test {
 namespace {
@@ -45,12 +49,21 @@ struct Keeping : Record {
     }
 };
 
+/// A block that its caller loses when something fails. It stays reachable from here, so that those who look for lost
+/// blocks when the process ends are content.
+int *owned_by_nobody()
+{
+    static std::array<int *, 100> blocks;
+    static std::size_t count = 0;
+    return blocks.at(count++) = new int(7);
+}
+
 struct Leaking : Record {
     explicit Leaking(Message const &)
     {
-        auto *const owned_by_nobody = new int(7);
+        auto *const block = owned_by_nobody();
         read_text();
-        number.reset(owned_by_nobody);
+        number.reset(block);
     }
 };
 
@@ -58,7 +71,7 @@ struct LeakingWithoutFault : Keeping {
     explicit LeakingWithoutFault(Message const &message)
         : Keeping(message)
     {
-        (void)std::make_unique<int>(7).release();
+        owned_by_nobody();
     }
 };
 
@@ -98,13 +111,13 @@ struct Falling : Record {
 struct FallingLow : Record {
     explicit FallingLow(Message const &)
     {
-        auto *const owned_by_nobody = new int(7);
+        auto *const block = owned_by_nobody();
         try {
             read_text();
         } catch (std::bad_alloc const &) {
             read_text();
         }
-        number.reset(owned_by_nobody);
+        number.reset(block);
     }
 };
 
@@ -249,6 +262,21 @@ TEST(ConstructorFaults, must_meet_every_field_filled_and_absent)
     constructor.fail_each_allocation = [all](std::uint32_t, FieldCoverage &coverage) { return all(1, coverage); };
     EXPECT_THAT(fail_all_shapes(constructor, 0).violations,
                 AllOf(Contains(StartsWith("never filled: ")), Contains(StartsWith("never absent: "))));
+}
+
+TEST(FaultsInProcesses, show_the_first_that_ends_one)
+{
+    auto const faults_in_processes_of = []<class T>(std::type_identity<T>) {
+        return fail_each_allocation_in_processes(
+            Operation{[] { return Message(); }, [](Message const &message) { return T(message); }, told});
+    };
+    EXPECT_THAT(faults_in_processes_of(std::type_identity<Crashing>()).violations,
+                ElementsAre("allocation 1: the process ended"));
+    EXPECT_THAT(faults_in_processes_of(std::type_identity<Leaking>()).violations,
+                ElementsAre("allocation 2: 1 blocks of memory more than before"));
+    auto const faults = faults_in_processes_of(std::type_identity<Keeping>());
+    EXPECT_THAT(faults.violations, IsEmpty());
+    EXPECT_EQ(faults.count, 2U * 2U);
 }
 
 TEST(ConstructorFaultsDeathTest, show_a_crash)
