@@ -43,13 +43,13 @@ struct Operation {
     Operate operate;
     Tell tell;
 
-    std::string result_without_faults() const
+    [[nodiscard]] std::string result_without_faults() const
     {
         auto &&prepared = prepare();
         return tell(operate(prepared));
     }
 
-    Run run(std::size_t first, std::size_t last, std::string const &expected) const
+    [[nodiscard]] Run run(std::size_t first, std::size_t last, std::string const &expected) const
     {
         Run run;
         auto const blocks = live_blocks();

@@ -42,12 +42,12 @@ struct ClassOf {
 template <class Record>
     requires std::is_base_of_v<QSharedData, typename Record::Type>
 struct ClassOf<Record> {
-    using Type = typename Record::Type;
+    using Type = Record::Type;
 };
 
 /// The class whose constructor is meant: of a handle, the payload.
 template <class Record>
-using class_of_t = typename ClassOf<Record>::Type;
+using class_of_t = ClassOf<Record>::Type;
 
 template <class Record, class... Arguments>
 Record made(Arguments &&...arguments)

@@ -80,7 +80,7 @@ template <class Record, class Message>
 Deed write(std::string name)
 {
     return {std::move(name), [](std::uint32_t shape) {
-                Record const record(new typename Record::Type(shaped<Message>(shape)));
+                Record const record(new Record::Type(shaped<Message>(shape)));
                 return fail_each_allocation(Operation{[] { return OnArena<Message>(); },
                                                       [&](OnArena<Message> const &target) {
                                                           record->to_protobuf(*target.message);

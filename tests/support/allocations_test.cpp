@@ -66,11 +66,11 @@ TEST(Allocations, live_blocks_are_those_given_and_not_given_back)
 TEST(Allocations, live_blocks_stay_as_many_when_one_grows)
 {
     auto const before = live_blocks();
-    auto *block = std::realloc(nullptr, 10);
+    auto *const block = std::realloc(nullptr, 10);
     EXPECT_EQ(live_blocks(), before + 1);
-    block = std::realloc(block, 100'000);
+    auto *const grown = std::realloc(block, 100'000);
     EXPECT_EQ(live_blocks(), before + 1);
-    std::free(block);
+    std::free(grown);
     EXPECT_EQ(live_blocks(), before);
 }
 
@@ -90,7 +90,7 @@ std::string fates(std::size_t first, std::size_t last, Action &&action)
 /// Nobody can tell that the block is not needed, so nobody leaves it out.
 bool is_given(void *block)
 {
-    void *const volatile seen = block;
+    void const *const volatile seen = block;
     return seen != nullptr;
 }
 
