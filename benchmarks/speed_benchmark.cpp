@@ -173,8 +173,8 @@ void add_messages(Suite const &suite)
     });
     suite.add("copy/heap", messages_of<Workload>, [](Messages const &messages) { return messages; });
     suite.add("copy_and_drop/heap", messages_of<Workload>, [](Messages const &messages) {
-        auto const copy = messages;
-        benchmark::DoNotOptimize(&copy);
+        auto copy = messages;
+        benchmark::DoNotOptimize(copy);
     });
     suite.add("copy/arena", messages_of<Workload>, [](Messages const &messages) {
         auto arena = std::make_unique<InArena<Messages>>();
