@@ -60,15 +60,13 @@ struct VariantTree {
     static Document document(Object object) { return QVariant::fromValue(std::move(object)); }
 };
 
-struct CborTree {
-    static constexpr char const *name = "QCborValue";
-    using Value = QCborValue;
-    using Object = QCborMap;
-    using Array = QCborArray;
-    using Document = QCborValue;
+/// What Qt's two trees of JSON's kinds have in common.
+template <class TreeValue, class TreeObject>
+struct QtTree {
+    using Value = TreeValue;
+    using Object = TreeObject;
 
     static Value text(std::string const &text) { return QString::fromStdString(text); }
-    static Value bytes(std::string const &bytes) { return QByteArray::fromStdString(bytes); }
     static Value number(std::int64_t number) { return static_cast<qint64>(number); }
     template <Key key>
     static void put(Object &object, Value const &value)
@@ -79,29 +77,24 @@ struct CborTree {
     {
         object.insert(QString::fromStdString(key), value);
     }
+};
+
+struct CborTree : QtTree<QCborValue, QCborMap> {
+    static constexpr char const *name = "QCborValue";
+    using Array = QCborArray;
+    using Document = QCborValue;
+
+    static Value bytes(std::string const &bytes) { return QByteArray::fromStdString(bytes); }
     static void append(Array &array, Value value) { array.append(std::move(value)); }
     static Document document(Object object) { return QCborValue(std::move(object)); }
 };
 
-struct JsonTree {
+struct JsonTree : QtTree<QJsonValue, QJsonObject> {
     static constexpr char const *name = "QJsonDocument";
-    using Value = QJsonValue;
-    using Object = QJsonObject;
     using Array = QJsonArray;
     using Document = QJsonDocument;
 
-    static Value text(std::string const &text) { return QString::fromStdString(text); }
     static Value bytes(std::string const &bytes) { return text(bytes); }
-    static Value number(std::int64_t number) { return static_cast<qint64>(number); }
-    template <Key key>
-    static void put(Object &object, Value const &value)
-    {
-        object.insert(key.latin1(), value);
-    }
-    static void put(Object &object, std::string const &key, Value const &value)
-    {
-        object.insert(QString::fromStdString(key), value);
-    }
     static void append(Array &array, Value const &value) { array.append(value); }
     static Document document(Object const &object) { return QJsonDocument(object); }
 };
