@@ -4,6 +4,7 @@
 #include "data/glimmet/sql_tables_workload.h"
 #include "data/glimmet/storage_workload.h"
 #include "data/monitor/event_workload.h"
+#include "data/php/error_data_workload.h"
 #include "data/php/headers_workload.h"
 #include "data/php/real_request_workload.h"
 #include "data/php/superglobals_workload.h"
@@ -173,7 +174,7 @@ try {
                    [](char const *size) { return std::stoi(size); });
     weigh_all<SuperglobalsRpc, SuperglobalsProtobuf, FunctionsRpc, FunctionsProtobuf, SqlQueriesRpc, SqlQueriesProtobuf,
               EventRpc, EventProtobuf, HeadersRpc, HeadersProtobuf, SqlTablesRpc, SqlTablesProtobuf, StorageRpc,
-              StorageProtobuf>(sizes);
+              StorageProtobuf, ErrorDataRpc, ErrorDataProtobuf>(sizes);
     weigh_workload<RealRequestRpc>();
     weigh_workload<RealRequestProtobuf>();
     weigh_chunks();

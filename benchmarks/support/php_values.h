@@ -124,21 +124,68 @@ void floor_lines(Floor &floor, Message const &message)
     }
 }
 
+template <class Tree, class Array>
+Tree::Object tree_of(Array const &array);
+
 template <class Tree>
-Tree::Object tree_of(rpc::php::v1::PelorinArray const &array)
+void put_value(typename Tree::Object &object, std::string const &key, rpc::php::v1::ZVal const &value)
+{
+    if (value.has_array_value())
+        Tree::put(object, key, tree_of<Tree>(value.array_value()));
+    else if (value.has_string_value())
+        Tree::put(object, key, Tree::bytes(value.string_value()));
+    else
+        Tree::put(object, key, Tree::number(value.long_value()));
+}
+
+template <class Tree>
+void put_value(typename Tree::Object &object, std::string const &key, pelorin::protobuf::PelorinPHP::ZVal const &value)
+{
+    if (value.has_string_value())
+        Tree::put(object, key, Tree::bytes(value.string_value()));
+    else if (value.has_json_value())
+        Tree::put(object, key, Tree::bytes(value.json_value()));
+    else
+        Tree::put(object, key, Tree::number(value.long_value()));
+}
+
+template <class Tree, class Array>
+Tree::Object tree_of(Array const &array)
 {
     typename Tree::Object object;
     for (auto const &element : array.elements()) {
         auto const key = element.has_string_key() ? element.string_key() : std::to_string(element.long_key());
-        auto const &value = element.value();
-        if (value.has_array_value())
-            Tree::put(object, key, tree_of<Tree>(value.array_value()));
-        else if (value.has_string_value())
-            Tree::put(object, key, Tree::bytes(value.string_value()));
-        else
-            Tree::put(object, key, Tree::number(value.long_value()));
+        put_value<Tree>(object, key, element.value());
     }
     return object;
+}
+
+/// Superglobals of the protobuf dialect, as `floor_groups` takes them.
+template <class Tree, class Message, class ValueOf>
+Tree::Object tree_of_groups(Message const &message, ValueOf value_of)
+{
+    typename Tree::Object groups;
+    for (auto const &group : message.groups()) {
+        typename Tree::Object entries;
+        for (auto const &entry : group.entries())
+            if (auto const *value = value_of(entry))
+                put_value<Tree>(entries, entry.key(), *value);
+        Tree::put(groups, group.name(), std::move(entries));
+    }
+    return groups;
+}
+
+/// Headers of the protobuf dialect.
+template <class Tree, class Message>
+Tree::Object tree_of_lines(Message const &message)
+{
+    typename Tree::Object headers;
+    for (auto const &line : message.lines()) {
+        auto const colon = line.find(": ");
+        auto const value = colon == line.npos ? std::string() : line.substr(colon + 2);
+        Tree::put(headers, line.substr(0, colon), Tree::bytes(value));
+    }
+    return headers;
 }
 
 } // namespace tarnwick::bench

@@ -116,29 +116,48 @@ void floor_frames(Floor &floor, Frames const &frames)
         floor_function(floor, frame);
 }
 
-template <class Tree>
-Tree::Object tree_of(rpc::php::v1::Function const &function)
+/// The place of anything that has one.
+template <class Tree, class Message>
+void put_location(typename Tree::Object &object, Message const &message)
+{
+    auto const put = [&](auto const &place) {
+        Tree::template put<"file">(object, Tree::text(place.file()));
+        Tree::template put<"line">(object, Tree::number(place.line()));
+    };
+    if constexpr (requires { message.location(); }) {
+        if (message.has_location())
+            put(message.location());
+    } else if (!message.file().empty()) {
+        put(message);
+    }
+}
+
+template <class Tree, class Call>
+Tree::Object tree_of_call(Call const &call)
 {
     typename Tree::Object object;
-    Tree::template put<"name">(object, Tree::text(function.name()));
-    if (function.has_location()) {
-        Tree::template put<"file">(object, Tree::text(function.location().file()));
-        Tree::template put<"line">(object, Tree::number(function.location().line()));
-    }
-    Tree::template put<"arguments">(object, tree_of<Tree>(function.arguments()));
+    Tree::template put<"name">(object, Tree::text(call.name()));
+    put_location<Tree>(object, call);
+    Tree::template put<"arguments">(object, tree_of<Tree>(call.arguments()));
     return object;
 }
 
 template <class Tree>
-Tree::Array tree_of(rpc::php::v1::StackTrace const &trace)
+Tree::Object tree_of_call(rpc::php::v1::StackTraceFrame const &frame)
 {
-    typename Tree::Array frames;
-    for (auto const &frame : trace.frames()) {
-        auto object = tree_of<Tree>(frame.function());
+    return tree_of_call<Tree>(frame.function());
+}
+
+template <class Tree, class Frames>
+Tree::Array tree_of_frames(Frames const &frames)
+{
+    typename Tree::Array array;
+    for (auto const &frame : frames) {
+        auto object = tree_of_call<Tree>(frame);
         Tree::template put<"frame_number">(object, Tree::number(frame.frame_number()));
-        Tree::append(frames, std::move(object));
+        Tree::append(array, std::move(object));
     }
-    return frames;
+    return array;
 }
 
 } // namespace tarnwick::bench

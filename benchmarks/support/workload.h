@@ -17,7 +17,7 @@
 //     build(message...)                 the record or records, in their handles
 //     read(built)                       a walk that touches everything in them
 //     floor(floor, message...)          what the record cannot do without
-//     tree<Tree>(message...)            the same content in another form (rpc dialect)
+//     tree<Tree>(message...)            the same content in another form
 
 namespace tarnwick::bench {
 

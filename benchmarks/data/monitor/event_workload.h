@@ -43,6 +43,21 @@ struct Event {
             sum += bench::read(*record->stack_trace());
         return sum;
     }
+
+    template <class Tree, class Message, class Function, class Frames>
+    static Tree::Document tree_of_event(Message const &message, std::int64_t duration, Function const &function,
+                                        Frames const &frames)
+    {
+        typename Tree::Object report;
+        Tree::template put<"request_id">(report, Tree::number(7));
+        Tree::template put<"timestamp">(report, Tree::number(message.timestamp().seconds()));
+        Tree::template put<"text">(report, Tree::text(message.text()));
+        Tree::template put<"flag">(report, Tree::number(message.flag() ? 1 : 0));
+        Tree::template put<"duration">(report, Tree::number(duration));
+        Tree::template put<"function">(report, tree_of_call<Tree>(function));
+        Tree::template put<"stack_trace">(report, tree_of_frames<Tree>(frames));
+        return Tree::document(std::move(report));
+    }
 };
 
 struct EventRpc : Event {
@@ -75,16 +90,8 @@ struct EventRpc : Event {
     template <class Tree>
     static Tree::Document tree(Message const &message)
     {
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::template put<"timestamp">(report, Tree::number(message.timestamp().seconds()));
-        Tree::template put<"text">(report, Tree::text(message.text()));
-        Tree::template put<"flag">(report, Tree::number(message.flag() ? 1 : 0));
         auto const &event = message.slow_function_exec();
-        Tree::template put<"duration">(report, Tree::number(event.duration().seconds()));
-        Tree::template put<"function">(report, tree_of<Tree>(event.function()));
-        Tree::template put<"stack_trace">(report, tree_of<Tree>(event.stack_trace()));
-        return Tree::document(std::move(report));
+        return tree_of_event<Tree>(message, event.duration().seconds(), event.function(), event.stack_trace().frames());
     }
 };
 
@@ -117,6 +124,12 @@ struct EventProtobuf : Event {
         floor.text(message.text());
         floor_function(floor, message.function());
         floor_frames(floor, message.frames());
+    }
+
+    template <class Tree>
+    static Tree::Document tree(Message const &message)
+    {
+        return tree_of_event<Tree>(message, message.duration().seconds(), message.function(), message.frames());
     }
 };
 

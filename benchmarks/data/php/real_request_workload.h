@@ -247,12 +247,42 @@ struct RealRequestProtobuf : RealRequest {
             floor.byte_array(start.bytes_0());
         floor_lines(floor, request_headers);
         floor_lines(floor, response_headers);
-        floor_groups(floor, at_start, [](auto const &entry) { return &entry.value(); });
-        floor_groups(floor, changed,
-                     [](auto const &entry) { return entry.has_initial_value() ? &entry.value() : nullptr; });
+        floor_groups(floor, at_start, value_of);
+        floor_groups(floor, changed, changed_value_of);
         floor_body(floor, post_data);
         floor_body(floor, body);
     }
+
+    template <class Tree>
+    static Tree::Document tree(Start const &start, RequestHeaders const &request_headers, AtStart const &at_start,
+                               PostData const &post_data, End const &end, ResponseHeaders const &response_headers,
+                               Changed const &changed, Body const &body)
+    {
+        typename Tree::Object report;
+        Tree::template put<"request_id">(report, Tree::number(7));
+        Tree::template put<"info">(report, Tree::text(start.info_text()));
+        Tree::template put<"text_0">(report, Tree::text(start.text_0()));
+        Tree::template put<"text_1">(report, Tree::text(start.text_1()));
+        Tree::template put<"bytes_0">(report, Tree::bytes(start.bytes_0()));
+        Tree::template put<"post_data">(report, Tree::text(post_data.text_0()));
+        Tree::template put<"request_headers">(report, tree_of_lines<Tree>(request_headers));
+        Tree::template put<"at_start">(report, tree_of_groups<Tree>(at_start, value_of));
+        Tree::template put<"duration">(report, Tree::number(end.duration().nanos()));
+        Tree::template put<"status">(report, Tree::number(end.response_status()));
+        Tree::template put<"memory_0">(report, Tree::number(end.memory_0()));
+        Tree::template put<"memory_1">(report, Tree::number(end.memory_1()));
+        Tree::template put<"memory_2">(report, Tree::number(end.memory_2()));
+        Tree::template put<"response_headers">(report, tree_of_lines<Tree>(response_headers));
+        Tree::template put<"body">(report, Tree::text(body.text_0()));
+        Tree::template put<"changed">(report, tree_of_groups<Tree>(changed, changed_value_of));
+        return Tree::document(std::move(report));
+    }
+
+    static constexpr auto value_of = [](auto const &entry) { return &entry.value(); };
+    /// Entries that did not change are no part of the record.
+    static constexpr auto changed_value_of = [](auto const &entry) {
+        return entry.has_initial_value() ? &entry.value() : nullptr;
+    };
 };
 
 } // namespace tarnwick::bench

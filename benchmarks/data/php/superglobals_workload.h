@@ -39,6 +39,15 @@ struct Superglobals {
     }
 
     static std::size_t read(Record const &record) { return bench::read(*record->values()); }
+
+    template <class Tree>
+    static Tree::Document tree_of_report(typename Tree::Object values)
+    {
+        typename Tree::Object report;
+        Tree::template put<"request_id">(report, Tree::number(7));
+        Tree::template put<"values">(report, std::move(values));
+        return Tree::document(std::move(report));
+    }
 };
 
 struct SuperglobalsRpc : Superglobals {
@@ -78,10 +87,7 @@ struct SuperglobalsRpc : Superglobals {
     template <class Tree>
     static Tree::Document tree(Message const &message)
     {
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(static_cast<std::int64_t>(message.request_id().id())));
-        Tree::template put<"values">(report, tree_of<Tree>(message.rinit().superglobals()));
-        return Tree::document(std::move(report));
+        return tree_of_report<Tree>(tree_of<Tree>(message.rinit().superglobals()));
     }
 };
 
@@ -118,8 +124,16 @@ struct SuperglobalsProtobuf : Superglobals {
     static void floor(Floor &floor, Message const &message)
     {
         floor.block(sizeof(Payload));
-        floor_groups(floor, message, [](auto const &entry) { return &entry.value(); });
+        floor_groups(floor, message, value_of);
     }
+
+    template <class Tree>
+    static Tree::Document tree(Message const &message)
+    {
+        return tree_of_report<Tree>(tree_of_groups<Tree>(message, value_of));
+    }
+
+    static constexpr auto value_of = [](auto const &entry) { return &entry.value(); };
 };
 
 } // namespace tarnwick::bench
