@@ -218,15 +218,15 @@ def plot(found, workload, folder):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("times", type=pathlib.Path, help="of the benchmarks, as JSON")
     parser.add_argument("costs", type=pathlib.Path, help="of benchmarks/costs/check.py, as JSON")
     parser.add_argument("build", type=pathlib.Path, help="build time and size of the library, as JSON")
     parser.add_argument("folder", type=pathlib.Path, help="where the plots go")
+    parser.add_argument("times", type=pathlib.Path, nargs="+", help="of the benchmarks, as JSON, one for each process")
     arguments = parser.parse_args()
 
-    measured = json.loads(arguments.times.read_text())
-    found = times(measured["benchmarks"])
-    context = measured["context"]
+    measured = [json.loads(path.read_text()) for path in arguments.times]
+    found = times(run for process in measured for run in process["benchmarks"])
+    context = measured[0]["context"]
     load = context["load_avg"][0]
     print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {load:.2f}.")
     build = json.loads(arguments.build.read_text())
