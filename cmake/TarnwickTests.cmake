@@ -15,5 +15,7 @@ function(tarnwick_test name)
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
     # To optimise the tests takes longer than to run them.
     target_compile_options(${name} PRIVATE -O0)
+    # Tables of cases have one name in all of them.
+    set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
     add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
 endfunction()

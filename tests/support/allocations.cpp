@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <malloc.h>
 #include <new>
 
 namespace {
@@ -11,6 +12,14 @@ using tarnwick::test::FailingAllocations;
 
 thread_local constinit std::size_t count = 0;
 thread_local constinit std::ptrdiff_t live = 0;
+
+/// Bytes since somebody watches.
+struct Bytes {
+    std::ptrdiff_t live = 0;
+    std::ptrdiff_t most = 0;
+    bool watched = false;
+};
+thread_local constinit Bytes bytes;
 
 /// The allocations that fail, by what `count` is at them.
 struct Failing {
@@ -42,9 +51,21 @@ bool refused() noexcept
     return true;
 }
 
+std::ptrdiff_t bytes_of(void *block) noexcept
+{
+    return bytes.watched && block != nullptr ? static_cast<std::ptrdiff_t>(::malloc_usable_size(block)) : 0;
+}
+
+void add_bytes(std::ptrdiff_t added) noexcept
+{
+    bytes.live += added;
+    bytes.most = std::max(bytes.most, bytes.live);
+}
+
 void *given(void *block) noexcept
 {
     live += block != nullptr;
+    add_bytes(bytes_of(block));
     return block;
 }
 
@@ -58,6 +79,17 @@ std::size_t tarnwick::test::allocations() noexcept
 std::ptrdiff_t tarnwick::test::live_blocks() noexcept
 {
     return live;
+}
+
+void tarnwick::test::watch_peak() noexcept
+{
+    bytes = {.watched = true};
+}
+
+std::size_t tarnwick::test::peak_bytes() noexcept
+{
+    bytes.watched = false;
+    return static_cast<std::size_t>(bytes.most);
 }
 
 tarnwick::test::FailingAllocations::FailingAllocations(std::size_t first, std::size_t last) noexcept
@@ -93,7 +125,7 @@ std::vector<void const *> tarnwick::test::noted_frees()
 
 // The functions below stand in front of those of the C library, or of a sanitizer that has taken their place, for every
 // library of the process. Those are reached by their other names.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(TARNWICK_BEFORE_THREAD_SANITIZER)
 #define TARNWICK_BEHIND(function) __interceptor_##function
 #else
 #define TARNWICK_BEHIND(function) __libc_##function
@@ -123,10 +155,16 @@ void *realloc(void *block, std::size_t size) noexcept
 {
     if (refused())
         return nullptr;
+    auto const size_before = bytes_of(block);
     auto *const moved = TARNWICK_BEHIND(realloc)(block, size);
     if (block == nullptr)
         return given(moved);
-    live -= moved == nullptr && size == 0;
+    if (moved != nullptr) {
+        add_bytes(bytes_of(moved) - size_before);
+    } else if (size == 0) {
+        --live;
+        add_bytes(-size_before);
+    }
     return moved;
 }
 
@@ -148,12 +186,13 @@ void free(void *block) noexcept
 {
     note_free(block);
     live -= block != nullptr;
+    add_bytes(-bytes_of(block));
     TARNWICK_BEHIND(free)(block);
 }
 
 } // extern "C"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(TARNWICK_BEFORE_THREAD_SANITIZER)
 
 // The C++ library's operators lead to the functions above. A sanitizer has operators of its own, which do not.
 

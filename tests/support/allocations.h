@@ -22,6 +22,19 @@ std::size_t allocations_of(Action &&action)
 /// back what others took.
 std::ptrdiff_t live_blocks() noexcept;
 
+/// The most bytes of heap memory that an action holds on this thread at one time, beside what is held before it. Blocks
+/// count with the size that the heap gives them, which can be more than was asked for.
+void watch_peak() noexcept;
+std::size_t peak_bytes() noexcept; ///< ends watching
+
+template <class Action>
+std::size_t peak_bytes_of(Action &&action)
+{
+    watch_peak();
+    action();
+    return peak_bytes();
+}
+
 /// Allocations of this thread fail, as on an exhausted heap, while it lives: of those that come, counted from 1, the ones
 /// from `first` to `last`. One at a time.
 class FailingAllocations {

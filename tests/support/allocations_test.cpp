@@ -198,6 +198,29 @@ TEST(FailingAllocations, end_with_the_object)
     EXPECT_TRUE(by_calloc());
 }
 
+TEST(PeakBytes, are_those_held_at_one_time)
+{
+    constexpr std::size_t size = 100'000;
+    constexpr std::size_t more = 1'000; // that the heap may give
+    auto const kept = std::make_unique<char[]>(size);
+    auto const one_after_the_other = peak_bytes_of([] {
+        for (int i = 0; i < 10; ++i)
+            std::make_unique<char[]>(size);
+    });
+    EXPECT_GE(one_after_the_other, size);
+    EXPECT_LT(one_after_the_other, size + more);
+    auto const at_once = peak_bytes_of([] {
+        auto const one = std::make_unique<char[]>(size);
+        auto const other = std::make_unique<char[]>(size);
+    });
+    EXPECT_GE(at_once, 2 * size);
+    EXPECT_LT(at_once, 2 * size + more);
+    auto const grown = peak_bytes_of([] { std::free(std::realloc(std::malloc(size), 3 * size)); });
+    EXPECT_GE(grown, 3 * size);
+    EXPECT_LT(grown, 3 * size + more);
+    EXPECT_LT(peak_bytes_of([] {}), more);
+}
+
 TEST(FailingAllocations, leave_other_threads_alone)
 {
     bool elsewhere = false;

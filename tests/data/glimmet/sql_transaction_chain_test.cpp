@@ -12,12 +12,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <barrier>
 #include <cstddef>
-#include <cstdlib>
-#include <functional>
 #include <iterator>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -169,89 +165,6 @@ TEST(SqlTransactionChain, with_two_children_goes_with_the_later_one)
     EXPECT_EQ(root->ref.loadRelaxed(), 2);
     test::on_small_stack([&] { other.reset(); });
     EXPECT_EQ(root->ref.loadRelaxed(), 1);
-}
-
-/// Lets each action run on a thread of its own, all from one moment on.
-void at_once(std::vector<std::function<void()>> const &actions)
-{
-    std::barrier start(static_cast<std::ptrdiff_t>(actions.size()));
-    std::vector<std::jthread> threads;
-    threads.reserve(actions.size());
-    for (auto const &action : actions) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            action();
-        });
-    }
-}
-
-#ifdef __SANITIZE_THREAD__
-
-// What the two cases below say under ThreadSanitizer counts for as much as this.
-TEST(SqlTransactionChainDeathTest, threads_meet_so_that_a_race_is_seen)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    constexpr int exit_code_of_the_sanitizer = 66;
-    EXPECT_EXIT(
-        {
-            int shared = 0;
-            at_once({[&shared] { ++shared; }, [&shared] { ++shared; }});
-            std::exit(0);
-        },
-        testing::ExitedWithCode(exit_code_of_the_sanitizer), "data race");
-}
-
-#endif
-
-TEST(SqlTransactionChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
-{
-    constexpr int rounds = 20;
-    constexpr int branches = 4;
-    for (int round = 0; round < rounds; ++round) {
-        auto tail = chain(many / rounds);
-        auto const root = ancestor(tail, many / rounds - 1);
-        std::vector<Pointer> children;
-        children.reserve(branches);
-        for (int branch = 0; branch < branches; ++branch)
-            children.push_back(chain(100, tail));
-        tail.reset();
-
-        std::vector<std::function<void()>> actions;
-        actions.reserve(children.size());
-        for (auto &child : children) {
-            actions.emplace_back([&child] {
-                // Read on the way, as a consumer would.
-                EXPECT_EQ(ancestor(child, 100)->id(), many / rounds - 1);
-                child.reset();
-            });
-        }
-        at_once(actions);
-        ASSERT_EQ(root->ref.loadRelaxed(), 1);
-    }
-}
-
-// The hardest case: every link has an owner of its own on another thread while the chain is released.
-TEST(SqlTransactionChain, whose_every_link_other_threads_hold_goes_with_the_last_of_them)
-{
-    constexpr int rounds = 20;
-    constexpr unsigned int holders = 3;
-    for (int round = 0; round < rounds; ++round) {
-        auto child = chain(many / rounds);
-        auto const root = ancestor(child, many / rounds - 1);
-        std::vector<std::vector<Pointer>> held(holders);
-        auto links = links_of(child);
-        links.pop_back(); // the root
-        for (std::size_t i = 0; i < links.size(); ++i)
-            held[i % holders].push_back(std::move(links[i]));
-        held.push_back({std::move(child)});
-
-        std::vector<std::function<void()>> actions;
-        actions.reserve(held.size());
-        for (auto &owned : held)
-            actions.emplace_back([&owned] { owned.clear(); });
-        at_once(actions);
-        ASSERT_EQ(root->ref.loadRelaxed(), 1);
-    }
 }
 
 } // namespace

@@ -1,0 +1,129 @@
+// Races made on purpose, each against one promise that the library does not give. That ThreadSanitizer says nothing of the
+// other tests counts for as much as what it says of these.
+
+#include "threads/threads.h"
+
+#include <gtest/gtest.h>
+
+#ifdef __SANITIZE_THREAD__
+
+#include "support/by_name.h"
+#include "threads/records.h"
+
+#include <tarnwick/pconfigfile.h>
+
+#include <QtCore/QString>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <variant>
+
+/// One race is enough, and what comes behind it can crash.
+extern "C" char const *__tsan_default_options() // NOLINT(bugprone-reserved-identifier): the name is given
+{
+    return "halt_on_error=1";
+}
+
+namespace tarnwick::test {
+namespace {
+
+constexpr int rounds = 100;
+
+void count_in_one_number()
+{
+    int number = 0;
+    on_threads([&](std::size_t) {
+        for (int round = 0; round < rounds; ++round)
+            ++number;
+    });
+}
+
+// As handles would, if their count ordered nothing.
+void release_in_no_order()
+{
+    auto *const number = new int(1);
+    std::atomic<std::size_t> count = threads;
+    on_threads([&](std::size_t) {
+        EXPECT_EQ(*number, 1);
+        if (count.fetch_sub(1, std::memory_order_relaxed) == 1)
+            delete number;
+    });
+}
+
+void assign_one_handle()
+{
+    auto const made = constructors(1).front();
+    Record const mine = made();
+    Record shared = made();
+    on_threads([&](std::size_t thread) {
+        for (int round = 0; round < rounds; ++round) {
+            if (thread % 2 == 0)
+                shared = mine;
+            else
+                Record const copy(shared);
+        }
+    });
+}
+
+void read_a_record_behind_its_release()
+{
+    auto const made = constructors(1).front();
+    Record shared = made();
+    auto const &payload = *std::get<data::php::RInit>(shared);
+    on_threads([&](std::size_t thread) {
+        if (thread == 0)
+            shared = Record();
+        else
+            EXPECT_NE(payload.request_id().id(), 1U << 31);
+    });
+}
+
+void fill_one_table()
+{
+    PelorinPHPX::ConfigFile config(QString(u"none.conf"), QString());
+    on_threads([&](std::size_t) {
+        for (int round = 0; round < rounds; ++round)
+            config.add_value(QString(u"key"), QString(u"value"));
+    });
+}
+
+struct Race {
+    char const *name;
+    void (*run)();
+    char const *report = "data race";
+};
+
+class ControlRaceDeathTest : public testing::TestWithParam<Race> {};
+
+TEST_P(ControlRaceDeathTest, is_detected)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    constexpr int exit_code_of_the_sanitizer = 66;
+    EXPECT_EXIT(
+        {
+            GetParam().run();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(exit_code_of_the_sanitizer), GetParam().report);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ControlRaceDeathTest,
+    testing::Values(Race{"of_one_number", count_in_one_number}, Race{"of_a_release_in_no_order", release_in_no_order},
+                    Race{"of_one_handle", assign_one_handle},
+                    Race{"with_a_release", read_a_record_behind_its_release, "data race|heap-use-after-free"},
+                    Race{"of_one_table", fill_one_table}),
+    by_name);
+
+} // namespace
+} // namespace tarnwick::test
+
+#else
+
+TEST(ControlRace, is_detected)
+{
+    GTEST_SKIP() << "nobody looks for races in this build: ./dev test has one where ThreadSanitizer does";
+}
+
+#endif

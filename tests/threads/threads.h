@@ -1,0 +1,28 @@
+#pragma once
+
+#include <barrier>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+namespace tarnwick::test {
+
+inline constexpr std::size_t threads = 32;
+
+/// Lets 32 threads run an action, which is told the number of its thread, all from one moment on; comes back when all are
+/// done.
+template <class Action>
+void on_threads(Action const &action)
+{
+    std::barrier start(static_cast<std::ptrdiff_t>(threads));
+    std::vector<std::jthread> running;
+    running.reserve(threads);
+    for (std::size_t number = 0; number < threads; ++number) {
+        running.emplace_back([&start, &action, number] {
+            start.arrive_and_wait();
+            action(number);
+        });
+    }
+}
+
+} // namespace tarnwick::test
