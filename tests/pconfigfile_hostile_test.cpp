@@ -2,7 +2,7 @@
 
 #include "support/by_name.h"
 #include "support/config_files.h"
-#include "support/failing_reads.h"
+#include "support/file_faults.h"
 
 #include <tarnwick/pconfig_observer.h>
 
@@ -272,18 +272,10 @@ TEST_F(Hostile, file_that_ends_before_its_size)
 {
     ConfigFolder const here;
     ConfigFile config(q(here.write("f.conf", "a = 1\n")), QString());
-    FailingReads const none;
+    FailingFiles const none({.reads = {1, FileFaults::from_then_on, 0}});
     config.load();
     EXPECT_EQ(config.line_no(), 0);
     EXPECT_EQ(table(config), Texts());
-}
-
-TEST_F(Hostile, file_that_cannot_be_read)
-{
-    ConfigFolder const here;
-    auto const file = here.write("f.conf", "a = 1\n");
-    FailingReads const none(EIO);
-    EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tInput/output error");
 }
 
 // White space: what ends a key or a value, and what is a part of it.

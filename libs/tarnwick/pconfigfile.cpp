@@ -118,13 +118,13 @@ void ConfigFile::load()
     TableSize table_size(file);
     while (!file.atEnd()) {
         auto const line = lines.next().trimmed();
-        if (lines.is_stuck()) {
-            // It cannot be read, or is shorter than the system says, as some files of the kernel are.
-            if (file.error() != QFileDevice::NoError)
-                throw PException(fmt::format("{}", file.errorString()));
-            break;
-        }
+        bool const failed = file.error() != QFileDevice::NoError;
+        if (lines.is_stuck() && !failed)
+            break; // it is shorter than the system says, as some files of the kernel are
         ++line_no_;
+        // Also where a part of the line came before that: a later read can go well, and give the rest as a line.
+        if (failed)
+            throw PException(fmt::format("{}", file.errorString()));
         if (line.isEmpty() || line.front() == ';' || line.front() == '#')
             continue;
         process(lines.decoded(line));

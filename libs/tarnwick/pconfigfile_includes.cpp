@@ -9,11 +9,14 @@
 #include <fmt/format.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <dirent.h>
+#include <string>
 #include <system_error>
 
 namespace PelorinPHPX {
@@ -44,6 +47,18 @@ void refuse_depth_without_stack(ConfigFile const *including)
         throw PException("too many includes in each other");
 }
 
+/// Why a folder cannot be listed, where that is for lack of something: to QDir such a folder has no files. Nothing of a
+/// folder that is not there, or closed to us: it has none for us.
+std::string lack_at_listing(QString const &folder)
+{
+    if (auto *const listing = ::opendir(QFile::encodeName(folder).constData()); listing != nullptr) {
+        ::closedir(listing);
+        return {};
+    }
+    bool const is_lack = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == EIO;
+    return is_lack ? std::generic_category().message(errno) : std::string();
+}
+
 } // namespace
 
 void ConfigFile::include_file(QString include)
@@ -57,7 +72,14 @@ void ConfigFile::include_file(QString include)
     QDir folder(target.path(), file_name);
     folder.setFilter(QDir::Files);
     folder.setSorting(QDir::Name);
-    auto const entries = folder.entryInfoList();
+    auto entries = folder.entryInfoList();
+    if (entries.isEmpty()) {
+        if (auto const lack = lack_at_listing(folder.path()); !lack.empty())
+            throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, file_path_, line_no_, lack));
+        // What was lacking may be there again by now.
+        folder.refresh();
+        entries = folder.entryInfoList();
+    }
     if (observer_ != nullptr)
         observer_->matched(*this, include, folder.path(), entries.size());
     // Each is merged before the next is read, and so visible to it. Messages name the entry, not the wildcard.

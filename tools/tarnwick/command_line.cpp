@@ -186,6 +186,8 @@ int run(int argc, char const *const *argv)
 {
     // A reader that goes away is an output that cannot be written, not a reason to die without a word.
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c): it cannot fail for this signal
+    // So is a file that may grow no further.
+    std::signal(SIGXFSZ, SIG_IGN); // NOLINT(cert-err33-c)
     // Whatever Qt takes a file's name for, the program has its own words on it. QT_LOGGING_RULES brings Qt's back.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     try {

@@ -12,10 +12,21 @@ namespace {
 
 constexpr std::size_t buffer_size = 65'536;
 
+int opened(std::string const &name)
+{
+    if (name == "-")
+        return STDIN_FILENO;
+    int descriptor = -1;
+    do
+        descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
 } // namespace
 
 InputFile::InputFile(std::string const &name, std::function<void()> before_wait)
-    : descriptor_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC))
+    : descriptor_(opened(name))
     , before_wait_(std::move(before_wait))
     , buffer_(buffer_size)
 {

@@ -2,6 +2,7 @@
 
 #include "capture_reader.h"
 #include "input_file.h"
+#include "loopback.h"
 #include "messages.h"
 #include "output.h"
 #include "progress.h"
@@ -113,11 +114,16 @@ void Inspection::take_frame()
     printer_.set_origin({name_, reader_.number(), reader_.offset()});
     if (output_.is_terminal())
         progress_.clear();
-    auto const problem = feed_.feed(reader_.frame());
-    if (output_.is_terminal())
-        output_.flush();
-    if (!problem.empty())
-        fault(problem);
+    try {
+        auto const problem = feed_.feed(reader_.frame());
+        if (output_.is_terminal())
+            output_.flush();
+        if (!problem.empty())
+            fault(problem);
+    } catch (SocketError const &error) {
+        status_ = file_failure;
+        say_of_frame(fmt::format("its chunk takes sockets to read: {}", error.what()));
+    }
 }
 
 // What is printed stays in the order of the capture, also where both streams go to one place.

@@ -1,6 +1,11 @@
 #include "loopback.h"
 
+#include <array>
+#include <cerrno>
+#include <cstddef>
 #include <new>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <zmq.h>
 
@@ -9,18 +14,45 @@ namespace {
 
 constexpr auto const *endpoint = "inproc://loopback";
 
-// What can go wrong within a process is that something cannot be had.
+[[noreturn]] void fail()
+{
+    if (zmq_errno() == ENOMEM)
+        throw std::bad_alloc();
+    throw SocketError(zmq_strerror(zmq_errno()));
+}
+
 void *had(void *object)
 {
     if (object == nullptr)
-        throw std::bad_alloc();
+        fail();
     return object;
 }
 
 void succeed(int result)
 {
     if (result < 0)
-        throw std::bad_alloc();
+        fail();
+}
+
+// Where a context runs out of descriptors while it is made, ZeroMQ ends the process. It takes five with its sockets.
+void *new_context()
+{
+    constexpr std::size_t wanted = 8;
+    std::array<int, wanted> descriptors{};
+    std::size_t opened = 0;
+    int error = 0;
+    while (opened < wanted && error == 0) {
+        descriptors[opened] = ::eventfd(0, EFD_CLOEXEC);
+        if (descriptors[opened] < 0)
+            error = errno;
+        else
+            ++opened;
+    }
+    while (opened > 0)
+        ::close(descriptors[--opened]);
+    if (error != 0)
+        throw SocketError(zmq_strerror(error));
+    return zmq_ctx_new();
 }
 
 } // namespace
@@ -36,7 +68,7 @@ void Loopback::Close::operator()(void *socket) const noexcept
 }
 
 Loopback::Loopback()
-    : context_(had(zmq_ctx_new()))
+    : context_(had(new_context()))
 {
     // Bytes that stay in the process need no thread that moves them.
     succeed(zmq_ctx_set(context_.get(), ZMQ_IO_THREADS, 0));

@@ -1,20 +1,26 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 
 #include <zeromq/msg.h>
 
 namespace tarnwick::program {
 
+/// Sockets cannot be had: they take descriptors.
+class SocketError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// A pair of sockets within the process. A message that comes out of it was received: it carries the transport's own
 /// word on whether further parts follow, which nothing else can give it.
 class Loopback {
 public:
-    /// Throws std::bad_alloc.
+    /// Throws SocketError, std::bad_alloc.
     Loopback();
 
-    /// A part with these bytes, as a receiver gets it. Throws std::bad_alloc.
+    /// A part with these bytes, as a receiver gets it. Throws SocketError, std::bad_alloc.
     [[nodiscard]] zeromq::msg_t received(std::string_view bytes, bool more);
 
 private:

@@ -11,8 +11,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarnwick::test {
 
@@ -92,17 +94,24 @@ inline std::string padding(std::size_t size)
     return field_head(10'000, size) + std::string(size, 'x');
 }
 
-/// A php report of a request's end whose superglobals nest until `depth` messages lie in each other below the report.
-inline std::string nested_report(std::size_t depth)
+/// The fields on the way from a PHP array, as a value, to a value in it.
+inline std::vector<int> const fields_into_an_array{rpc::php::v1::ZVal::kArrayValueFieldNumber,
+                                                   rpc::php::v1::PelorinArray::kElementsFieldNumber,
+                                                   rpc::php::v1::PelorinArrayElement::kValueFieldNumber};
+
+/// A php report of a request's end whose superglobals nest until `depth` messages lie in each other below the report, by a
+/// way from value to value.
+inline std::string nested_report(std::size_t depth, std::vector<int> const &fields = fields_into_an_array)
 {
     using namespace rpc::php::v1;
-    constexpr int start[] = {PhpReport::kRshutdownFieldNumber, RShutdownPayload::kSuperglobalsFieldNumber};
-    constexpr int cycle[] = {PelorinArray::kElementsFieldNumber, PelorinArrayElement::kValueFieldNumber,
-                             ZVal::kArrayValueFieldNumber};
+    int const start[] = {PhpReport::kRshutdownFieldNumber, RShutdownPayload::kSuperglobalsFieldNumber,
+                         PelorinArray::kElementsFieldNumber, PelorinArrayElement::kValueFieldNumber};
+    constexpr auto started = std::size(start);
     // From the innermost, empty message outwards; back to front, since what is around stands in front.
     std::string reversed;
     for (auto level = depth; level-- > 0;) {
-        auto const head = field_head(level < 2 ? start[level] : cycle[(level - 2) % 3], reversed.size());
+        auto const field = level < started ? start[level] : fields[(level - started) % fields.size()];
+        auto const head = field_head(field, reversed.size());
         reversed.append(head.rbegin(), head.rend());
     }
     return {reversed.rbegin(), reversed.rend()};

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -44,6 +45,10 @@ struct Setup {
     std::vector<std::string> environment = {}; // NOLINT(readability-redundant-member-init): designators leave it out
     bool obeys_permissions = false;            ///< root, too, is refused what file permissions refuse
     int in = -1;                               ///< instead of a pipe
+    int out_file = -1;                         ///< instead of `out`
+    std::string program = TARNWICK_PROGRAM;    // NOLINT(readability-redundant-member-init)
+    rlim_t largest_file = RLIM_INFINITY;       ///< that it may write
+    rlim_t open_files = 0;                     ///< that it may have; 0 is as many as usual
 };
 
 struct Outcome {
@@ -78,6 +83,12 @@ inline bool drop_rights_over_files()
     return ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 && ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0;
 }
 
+inline bool limit(__rlimit_resource resource, rlim_t most)
+{
+    rlimit const limits{most, most};
+    return ::setrlimit(resource, &limits) == 0;
+}
+
 inline std::string read_all(int descriptor)
 {
     std::string all;
@@ -96,10 +107,10 @@ public:
     explicit Program(Setup const &setup)
     {
         std::signal(SIGPIPE, SIG_IGN);
-        auto out = open(setup.out, out_);
+        auto out = setup.out_file < 0 ? open(setup.out, out_) : Descriptor(::fcntl(setup.out_file, F_DUPFD_CLOEXEC, 0));
         auto const err = setup.err == Sink::output ? Descriptor(::dup(out)) : open(setup.err, err_);
         Pipe in;
-        std::vector<std::string> arguments{TARNWICK_PROGRAM};
+        std::vector<std::string> arguments{setup.program};
         arguments.insert(arguments.end(), setup.arguments.begin(), setup.arguments.end());
         auto const environment = environment_of(setup);
         auto argv = pointers(arguments);
@@ -110,9 +121,11 @@ public:
             std::signal(SIGPIPE, SIG_DFL);
             bool const ready = ::dup2(setup.in < 0 ? int(in.reader) : setup.in, STDIN_FILENO) >= 0 &&
                                redirect(out, STDOUT_FILENO) && redirect(err, STDERR_FILENO) &&
-                               (!setup.obeys_permissions || detail::drop_rights_over_files());
+                               (!setup.obeys_permissions || detail::drop_rights_over_files()) &&
+                               detail::limit(RLIMIT_FSIZE, setup.largest_file) &&
+                               (setup.open_files == 0 || detail::limit(RLIMIT_NOFILE, setup.open_files));
             if (ready)
-                ::execve(TARNWICK_PROGRAM, argv.data(), envp.data());
+                ::execve(setup.program.c_str(), argv.data(), envp.data());
             ::_exit(127);
         }
         in_ = std::move(in.writer);

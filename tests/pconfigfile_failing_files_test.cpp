@@ -1,0 +1,135 @@
+// A configuration file that cannot be opened, or read to its end, is told: what was read of it never passes for the whole.
+
+#include "support/config_files.h"
+#include "support/file_faults.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <sys/resource.h>
+
+namespace tarnwick::test {
+namespace {
+
+class FailingConfigFile : public testing::Test {
+protected:
+    ConfigFolder folder;
+    /// Longer than what the system is asked for at once, as is the file in it; both have more values behind that.
+    std::string const file = folder.write("f.conf", "first = 1\n" + lines(3'000) + "include = part.conf\nlast = 2\n");
+    std::string const part = folder.write("part.conf", "in = part\n" + lines(2'000));
+    Texts const whole = loaded(file);
+
+    static std::string lines(int count)
+    {
+        std::string lines;
+        for (int line = 0; line < count; ++line)
+            lines += fmt::format("key.{} = value {}\n", line % 10, line);
+        return lines;
+    }
+};
+
+TEST_F(FailingConfigFile, is_told_whichever_read_fails)
+{
+    auto const reason = "\n\t" + std::string("Input/output error");
+    auto const in_file = "Failed to load '" + file + "':" + reason;
+    auto const in_part = "Failed to load '" + file + "':\n\tinclude='part.conf' at " + file + ":3002" + reason;
+    for (bool const once : {true, false}) {
+        SCOPED_TRACE(once ? "once" : "once and for good");
+        int told_of_file = 0;
+        int told_of_part = 0;
+        for (std::size_t read = 1;; ++read) {
+            FailingFiles const failing({.reads = {read, once ? read : FileFaults::from_then_on, EIO}});
+            std::optional<ConfigFile> config;
+            auto const text = failure_of([&] { config = ConfigFile::load(q(file), QString()); });
+            // What fails behind the last byte is no matter.
+            if (config) {
+                EXPECT_EQ(table(*config), whole) << "read " << read;
+                if (failing.met() == 0)
+                    break;
+                continue;
+            }
+            told_of_file += text == in_file;
+            told_of_part += text == in_part;
+            EXPECT_TRUE(text == in_file || text == in_part) << "read " << read << ": '" << text << "'";
+        }
+        EXPECT_GT(told_of_file, 3);
+        EXPECT_GT(told_of_part, 2);
+    }
+}
+
+TEST_F(FailingConfigFile, leaves_the_values_of_the_lines_before_it)
+{
+    ConfigFile config(q(file), QString());
+    FailingFiles const failing({.reads = {2, 2, EIO}});
+    EXPECT_EQ(failure_of([&] { config.load(); }), "Input/output error");
+    EXPECT_EQ(config.value(QString(u"first")), QString(u"1"));
+    // The line that was cut short is none of them.
+    auto const line = config.line_no();
+    EXPECT_EQ(config.values().size(), line - 1);
+}
+
+TEST_F(FailingConfigFile, is_told_whichever_file_cannot_be_opened)
+{
+    auto const reason = "\n\t" + std::string("Too many open files");
+    FileFaults::Calls const of_file{1, 1, EMFILE};
+    FileFaults::Calls const of_part{2, 2, EMFILE};
+    {
+        FailingFiles const failing({.opens = of_file});
+        EXPECT_EQ(failure(file), "Failed to load '" + file + "':" + reason);
+    }
+    FailingFiles const failing({.opens = of_part});
+    EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tinclude='part.conf' at " + file + ":3002" + reason);
+}
+
+TEST_F(FailingConfigFile, is_read_whole_by_a_system_that_interrupts_and_gives_a_byte_at_a_time)
+{
+    for (auto const &faults :
+         {FileFaults{.piece = 1}, FileFaults{.interrupted = true}, FileFaults{.interrupted = true, .piece = 1}}) {
+        FailingFiles const failing(faults);
+        EXPECT_EQ(loaded(file), whole);
+        EXPECT_GT(failing.met(), 4U);
+    }
+}
+
+/// Lets one more file be open than there are.
+class OneMoreFile {
+public:
+    OneMoreFile()
+    {
+        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
+        auto const next = ::dup(0);
+        EXPECT_GE(next, 0);
+        ::close(next);
+        rlimit const wanted{static_cast<rlim_t>(next) + 1, before_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &wanted), 0);
+    }
+    ~OneMoreFile() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+    OneMoreFile(OneMoreFile const &) = delete;
+    OneMoreFile &operator=(OneMoreFile const &) = delete;
+
+private:
+    rlimit before_{};
+};
+
+// That a folder has no such file is no fault. That nobody can tell is one.
+TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed)
+{
+    folder.write("conf.d/a.conf", "a = 1\n");
+    auto const some = folder.write("some.conf", "b = 1\ninclude = conf.d/*.conf\n");
+    auto const none = folder.write("none.conf", "b = 1\ninclude = conf.d/*.none\ninclude = none/*.conf\n");
+    EXPECT_EQ(loaded(some), (Texts{"a=1", "b=1"}));
+    EXPECT_EQ(loaded(none), Texts{"b=1"});
+    OneMoreFile const limit; // which is the file itself
+    for (auto const &name : {some, none})
+        EXPECT_EQ(failure(name),
+                  fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.{1}' at {0}:2\n\tToo many open "
+                              "files",
+                              name, name == some ? "conf" : "none"));
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,130 @@
+#include "support/file_faults.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
+#include <sstream>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace tarnwick::test {
+namespace {
+
+thread_local constinit FileFaults const *faults = nullptr;
+thread_local constinit std::size_t met = 0;
+
+/// The calls of one kind so far.
+struct Count {
+    std::size_t begun = 0;
+    bool is_interrupted = false;
+};
+thread_local constinit Count reads;
+thread_local constinit Count opens;
+
+/// Whether a call meets a fault; `errno` says which, 0 being the end of the file.
+bool fails(Count &count, FileFaults::Calls const &failing)
+{
+    if (faults->interrupted && !count.is_interrupted) {
+        count.is_interrupted = true;
+        ++met;
+        errno = EINTR;
+        return true;
+    }
+    count.is_interrupted = false;
+    ++count.begun;
+    if (count.begun < failing.first || count.begun > failing.last)
+        return false;
+    ++met;
+    errno = failing.error;
+    return true;
+}
+
+int opened(char const *name, int flags, unsigned int mode)
+{
+    if (faults != nullptr && fails(opens, faults->opens))
+        return -1;
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+}
+
+} // namespace
+
+std::string FileFaults::text() const
+{
+    std::ostringstream text;
+    for (auto const &calls : {reads, opens})
+        text << calls.first << ' ' << calls.last << ' ' << calls.error << ' ';
+    text << interrupted << ' ' << piece;
+    return text.str();
+}
+
+FileFaults FileFaults::from(std::string const &text)
+{
+    FileFaults faults;
+    std::istringstream words(text);
+    for (auto *calls : {&faults.reads, &faults.opens})
+        words >> calls->first >> calls->last >> calls->error;
+    words >> faults.interrupted >> faults.piece;
+    return faults;
+}
+
+FailingFiles::FailingFiles(FileFaults const &given)
+{
+    static thread_local FileFaults current;
+    current = given;
+    reads = {};
+    opens = {};
+    test::met = 0;
+    faults = &current;
+}
+
+FailingFiles::~FailingFiles()
+{
+    faults = nullptr;
+}
+
+std::size_t FailingFiles::met() const
+{
+    return test::met;
+}
+
+} // namespace tarnwick::test
+
+// In place of the C library's own, for all libraries of the process.
+extern "C" {
+
+ssize_t read(int descriptor, void *buffer, size_t size)
+{
+    using namespace tarnwick::test;
+    if (faults != nullptr) {
+        if (fails(reads, faults->reads))
+            return errno == 0 ? 0 : -1;
+        if (size > faults->piece) {
+            ++met;
+            size = faults->piece;
+        }
+    }
+    return ::syscall(SYS_read, descriptor, buffer, size);
+}
+
+// NOLINTBEGIN(cert-dcl50-cpp): the functions are given
+int open(char const *name, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    auto const mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, unsigned int) : 0;
+    va_end(arguments);
+    return tarnwick::test::opened(name, flags, mode);
+}
+
+int open64(char const *name, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    auto const mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, unsigned int) : 0;
+    va_end(arguments);
+    return tarnwick::test::opened(name, flags, mode);
+}
+// NOLINTEND(cert-dcl50-cpp)
+
+} // extern "C"

@@ -1,0 +1,98 @@
+// The limit of how deep messages may lie in each other, at its edge, on a small stack.
+
+#include "support/by_name.h"
+#include "support/small_stack.h"
+#include "tools/tarnwick/support/captures.h"
+
+#include "output.h"
+#include "record_feed.h"
+#include "record_printer.h"
+#include "tools/tarnwick/support/files.h"
+
+#include <gmock/gmock.h>
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::test {
+namespace {
+
+using program::RecordFeed;
+using rpc::php::v1::PelorinArray;
+using rpc::php::v1::PelorinArrayElement;
+using rpc::php::v1::PelorinObject;
+using rpc::php::v1::PelorinResource;
+using rpc::php::v1::ZVal;
+
+/// How values lie in each other: the fields on the way from the one to the other.
+struct Nesting {
+    char const *name;
+    std::vector<int> fields;
+
+    friend void PrintTo(Nesting const &row, std::ostream *out) { *out << row.name; }
+};
+
+class ReportDepth : public testing::TestWithParam<Nesting> {
+protected:
+    struct Fed {
+        std::string problem;
+        std::string printed;
+    };
+
+    static Fed feed(std::size_t depth, bool json)
+    {
+        auto const frame = rpc_php_frame(nested_report(depth, GetParam().fields));
+        Fed fed;
+        on_small_stack([&] {
+            MemoryFile const file;
+            program::Output output(file.descriptor());
+            program::RecordPrinter printer(output, {.json = json});
+            RecordFeed feed(printer, false);
+            fed.problem = feed.feed(frame);
+            output.flush();
+            fed.printed = file.content();
+        });
+        return fed;
+    }
+};
+
+constexpr std::size_t limit = RecordFeed::max_depth;
+
+TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
+{
+    for (bool const json : {true, false}) {
+        auto const of_limit = feed(limit, json);
+        EXPECT_EQ(of_limit.problem, "");
+        EXPECT_THAT(of_limit.printed, testing::HasSubstr("php.Superglobals"));
+        // All levels of it.
+        auto const levels = (limit - 4) / GetParam().fields.size();
+        EXPECT_GT(of_limit.printed.size(), feed(limit / 2, json).printed.size() + levels / 2);
+    }
+}
+
+TEST_P(ReportDepth, beyond_the_limit_is_told_on_a_small_stack)
+{
+    for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
+        auto const beyond = feed(depth, true);
+        EXPECT_EQ(beyond.problem, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 messages in each other");
+        EXPECT_EQ(beyond.printed, "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, ReportDepth,
+    testing::Values(Nesting{"arrays",
+                            {ZVal::kArrayValueFieldNumber, PelorinArray::kElementsFieldNumber,
+                             PelorinArrayElement::kValueFieldNumber}},
+                    Nesting{"objects", {ZVal::kObjectValueFieldNumber, PelorinObject::kValueFieldNumber}},
+                    Nesting{"properties",
+                            {ZVal::kObjectValueFieldNumber, PelorinObject::kPropertiesFieldNumber,
+                             PelorinArray::kElementsFieldNumber, PelorinArrayElement::kValueFieldNumber}},
+                    Nesting{"resources", {ZVal::kResourceValueFieldNumber, PelorinResource::kValueFieldNumber}}),
+    by_name);
+
+} // namespace
+} // namespace tarnwick::test
