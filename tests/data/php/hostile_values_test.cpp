@@ -169,7 +169,7 @@ TEST_P(HostileProtobufValue, is_read)
 INSTANTIATE_TEST_SUITE_P(Cases, HostileProtobufValue, testing::ValuesIn(protobuf_values), test::by_name);
 
 // Depth. This many messages may lie in each other in a report that the program reads.
-constexpr int max_depth = 1600;
+constexpr int max_depth = 1000;
 
 std::string member(int number, std::string const &message)
 {

@@ -74,7 +74,7 @@ TEST(CommandLine, tells_what_inspect_takes)
     EXPECT_EQ(help.err, "");
     for (auto const *said :
          {"usage: tarnwick inspect [OPTION...] [FILE...]\n", "--format auto|text|jsonl ", "--color auto|always|never ",
-          "--all-records ", "more than 1600 messages", "Exit status: 0 done, 1 a capture has a fault ",
+          "--all-records ", "more than 1000 messages", "Exit status: 0 done, 1 a capture has a fault ",
           "\n3 a file cannot be read or written.\n"})
         EXPECT_THAT(help.out, HasSubstr(said));
     EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no value that stands for a word";

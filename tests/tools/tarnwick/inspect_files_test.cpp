@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
                             1,
                             {"1 at 0: 1",
                              fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
-                            "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 "
+                            "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 "
                             "messages in each other\n"},
                     Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
                             std::vector<std::string>(4, "1 at 0: 0"), ""},

@@ -280,7 +280,7 @@ TEST(RecordFeed, finds_depth_beside_other_fields)
     auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
     auto const shallow = test::nested_report(20);
     EXPECT_EQ(feed(test::rpc_php_frame(shallow + test::padding(9) + deep + shallow)).problem,
-              "its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 messages in each other");
+              "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
 }
 
 TEST(RecordFeed, begins_anew_with_each_frame)

@@ -1,4 +1,4 @@
-// The limit of how deep messages may lie in each other, at its edge, on a small stack.
+// The limit of how deep messages may lie in each other, at its edge, on a small stack: what the program makes of reports.
 
 #include "support/by_name.h"
 #include "support/small_stack.h"
@@ -77,7 +77,7 @@ TEST_P(ReportDepth, beyond_the_limit_is_told_on_a_small_stack)
 {
     for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
         auto const beyond = feed(depth, true);
-        EXPECT_EQ(beyond.problem, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1600 messages in each other");
+        EXPECT_EQ(beyond.problem, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
         EXPECT_EQ(beyond.printed, "");
     }
 }

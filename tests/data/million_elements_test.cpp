@@ -1,0 +1,210 @@
+// Lists of a million elements, in every record that has a list: built, read and released on a small stack.
+
+#include <tarnwick/data/glimmet/functions.h>
+#include <tarnwick/data/glimmet/sql_queries.h>
+#include <tarnwick/data/glimmet/storage.h>
+#include <tarnwick/data/php/pelorin_array.h>
+#include <tarnwick/data/php/stack_trace.h>
+
+#include "support/by_name.h"
+#include "support/small_stack.h"
+
+#include <pelorin/protobuf/Glimmet/functions.pb.h>
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
+#include <pelorin/protobuf/PelorinPHP/zval.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+#include <tarnwick/rpc/php/v1/function.pb.h>
+
+#include <google/protobuf/arena.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace tarnwick::data {
+namespace {
+
+namespace Glimmet = pelorin::protobuf::Glimmet;
+namespace PelorinPHP = pelorin::protobuf::PelorinPHP;
+using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::uint32_t many = 100'000;
+#else
+constexpr std::uint32_t many = 1'000'000;
+#endif
+
+constexpr php::RequestId id(7);
+
+template <class Record>
+Record made(auto const &...arguments)
+{
+    if constexpr (requires { typename Record::Pointer; })
+        return Record(new Record::Pointer::Type(arguments...));
+    else
+        return Record(arguments...);
+}
+
+/// A record of a message with many elements, each with its number in it.
+struct List {
+    std::string name;
+    std::function<void()> run;
+
+    friend void PrintTo(List const &row, std::ostream *out) { *out << row.name; }
+};
+
+template <class Record, class Message, class... Arguments>
+List list(std::string name, void (*add)(Message &, std::uint32_t number),
+          std::uint32_t (*count_in_place)(Record const &), Arguments const &...arguments)
+{
+    return {std::move(name), [=] {
+                google::protobuf::Arena arena;
+                auto &message = *google::protobuf::Arena::Create<Message>(&arena);
+                for (std::uint32_t number = 0; number < many; ++number)
+                    add(message, number);
+                std::uint32_t in_place = 0;
+                test::on_small_stack([&] {
+                    auto const record = made<Record>(message, arguments...);
+                    in_place = count_in_place(record);
+                });
+                EXPECT_EQ(in_place, many);
+            }};
+}
+
+/// How many elements hold their number.
+template <class Elements, class Number>
+std::uint32_t in_place(Elements const &elements, Number const &number_of)
+{
+    std::uint32_t number = 0;
+    std::uint32_t count = 0;
+    for (auto const &element : elements)
+        count += static_cast<std::uint32_t>(number_of(element)) == number++;
+    return number == many ? count : number;
+}
+
+constexpr auto by_id = [](auto const &element) { return element->id(); };
+
+constexpr auto functions = [](glimmet::Functions const &record) {
+    return in_place(record->functions(), [](auto const &function) { return function.count(); });
+};
+constexpr auto storage = [](glimmet::Storage const &record) {
+    return in_place(record->entries(), [](auto const &entry) { return entry.name().toInt(); });
+};
+constexpr auto values = [](glimmet::Storage const &record) {
+    return in_place(record->entries().front().values(), [](auto const &value) { return value.toInt(); });
+};
+constexpr auto queries = [](glimmet::SqlQueries const &record) {
+    return in_place(record->queries(), [](auto const &query) { return query->wide_number(); });
+};
+constexpr auto trace = [](php::StackTrace const &record) {
+    return in_place(record.frames(), [](auto const &frame) { return frame.frame_number(); });
+};
+constexpr auto keys = [](php::PelorinArray const &record) {
+    return in_place(record->elements(),
+                    [](auto const &element) { return std::get<std::int64_t>(element.first->value()); });
+};
+constexpr auto connection_table = [](glimmet::SqlConnections const &table) { return in_place(table, by_id); };
+constexpr auto transaction_table = [](glimmet::SqlTransactions const &table) { return in_place(table, by_id); };
+
+void chain(auto &transaction, std::uint32_t number)
+{
+    transaction.set_id(number);
+    if (number > 0)
+        transaction.set_parent_id(number - 1);
+}
+
+List const lists[] = {
+    list<glimmet::Functions, GlimmetReport>(
+        "functions_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            message.mutable_functions()->add_functions()->mutable_stats()->set_count(number);
+        },
+        functions),
+    list<glimmet::Functions, Glimmet::Functions>(
+        "functions_of_protobuf",
+        [](Glimmet::Functions &message, std::uint32_t number) { message.add_functions()->set_count(number); },
+        functions, id),
+    list<glimmet::Storage, GlimmetReport>(
+        "entries_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            message.mutable_storage()->add_entries()->set_name(std::to_string(number));
+        },
+        storage),
+    list<glimmet::Storage, Glimmet::Storage>(
+        "entries_of_protobuf",
+        [](Glimmet::Storage &message, std::uint32_t number) {
+            message.add_entries()->set_name(std::to_string(number));
+        },
+        storage, id),
+    list<glimmet::Storage, Glimmet::Storage>(
+        "values_of_an_entry",
+        [](Glimmet::Storage &message, std::uint32_t number) {
+            (number == 0 ? message.add_entries() : message.mutable_entries(0))->add_values(std::to_string(number));
+        },
+        values, id),
+    list<glimmet::SqlQueries, GlimmetReport>(
+        "queries_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            message.mutable_sql_queries()->add_queries()->set_wide_number(number);
+        },
+        queries),
+    list<glimmet::SqlQueries, Glimmet::SqlQueries>(
+        "queries_of_protobuf",
+        [](Glimmet::SqlQueries &message, std::uint32_t number) { message.add_queries()->set_wide_number(number); },
+        queries, id, glimmet::SqlConnections::Table(), glimmet::SqlTransactions::Table()),
+    list<glimmet::SqlQueries, GlimmetReport>(
+        "connections_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            message.mutable_sql_queries()->add_connections()->set_id(number);
+        },
+        [](glimmet::SqlQueries const &record) { return in_place(record->connections(), by_id); }),
+    list<glimmet::SqlQueries, GlimmetReport>(
+        "transactions_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            chain(*message.mutable_sql_queries()->add_transactions(), number);
+        },
+        [](glimmet::SqlQueries const &record) { return in_place(record->transactions(), by_id); }),
+    list<glimmet::SqlConnections, Glimmet::SqlConnections>(
+        "connections_of_protobuf",
+        [](Glimmet::SqlConnections &message, std::uint32_t number) { message.add_connections()->set_id(number); },
+        connection_table),
+    list<glimmet::SqlTransactions, Glimmet::SqlTransactions>(
+        "transactions_of_protobuf",
+        [](Glimmet::SqlTransactions &message, std::uint32_t number) { chain(*message.add_transactions(), number); },
+        transaction_table),
+    list<php::StackTrace, rpc::php::v1::StackTrace>(
+        "frames_of_rpc",
+        [](rpc::php::v1::StackTrace &message, std::uint32_t number) { message.add_frames()->set_frame_number(number); },
+        trace),
+    list<php::StackTrace, PelorinPHP::StackTrace>(
+        "frames_of_protobuf",
+        [](PelorinPHP::StackTrace &message, std::uint32_t number) { message.add_frames()->set_frame_number(number); },
+        trace),
+    list<php::PelorinArray, rpc::php::v1::PelorinArray>(
+        "elements_of_rpc",
+        [](rpc::php::v1::PelorinArray &message, std::uint32_t number) { message.add_elements()->set_long_key(number); },
+        keys),
+    list<php::PelorinArray, PelorinPHP::PelorinArray>(
+        "elements_of_protobuf",
+        [](PelorinPHP::PelorinArray &message, std::uint32_t number) { message.add_elements()->set_long_key(number); },
+        keys),
+};
+
+class MillionElements : public testing::TestWithParam<List> {};
+
+TEST_P(MillionElements, are_built_read_and_released_on_a_small_stack)
+{
+    GetParam().run();
+}
+
+INSTANTIATE_TEST_SUITE_P(As, MillionElements, testing::ValuesIn(lists), test::by_name);
+
+} // namespace
+} // namespace tarnwick::data
