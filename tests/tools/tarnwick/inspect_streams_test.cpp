@@ -236,11 +236,11 @@ std::int64_t memory_for(std::size_t megabytes, std::string const &format)
 TEST(InspectStreams, reads_a_pipe_of_any_size_in_constant_memory)
 {
     constexpr std::int64_t tolerance = 8'192;
-    constexpr std::size_t usual = 200;
+    constexpr std::size_t usual = 60;
     auto const *const wanted = std::getenv("TARNWICK_STREAM_MEGABYTES"); // NOLINT(concurrency-mt-unsafe)
     auto const large = wanted == nullptr ? usual : std::stoul(wanted);
     for (std::string const format : {"--format=jsonl", "--format=text"}) {
-        auto const of_small = memory_for(20, format);
+        auto const of_small = memory_for(10, format);
         EXPECT_LT(memory_for(large, format), of_small + tolerance);
     }
 }
