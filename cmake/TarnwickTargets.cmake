@@ -19,7 +19,7 @@ function(tarnwick_own_sources target)
     if(TARNWICK_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
-    if(TARNWICK_SANITIZE)
+    if(TARNWICK_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
         # Instrumented code hides from g++ what an optimised build shows it: the warning is wrong about std::variant there.
         target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()

@@ -1,3 +1,20 @@
+# Options of tests and of what they share.
+function(tarnwick_test_sources target)
+    tarnwick_own_sources(${target})
+    # To optimise the tests takes longer than to run them, unless they are run millions of times.
+    if(NOT TARNWICK_FUZZ)
+        target_compile_options(${target} PRIVATE -O0)
+    endif()
+endfunction()
+
+# The headers that tarnwick_tests has precompiled, to which belong its options: and that it is built first, which fuzzers do
+# not want.
+function(tarnwick_test_headers target)
+    if(NOT TARNWICK_FUZZ)
+        target_precompile_headers(${target} REUSE_FROM tarnwick_tests)
+    endif()
+endfunction()
+
 # tarnwick_test(NAME FOLDER...): one executable, and one test, of all *_test.cpp in the folders of tests/ (`.` is not
 # searched deeper). The cases run in a random order, since none may depend on another.
 function(tarnwick_test name)
@@ -11,10 +28,8 @@ function(tarnwick_test name)
         list(APPEND sources ${found})
     endforeach()
     add_executable(${name} ${sources})
-    tarnwick_own_sources(${name})
+    tarnwick_test_sources(${name})
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
-    # To optimise the tests takes longer than to run them.
-    target_compile_options(${name} PRIVATE -O0)
     # Tables of cases have one name in all of them.
     set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
     add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)

@@ -2,6 +2,7 @@
 
 #include "faults/allocation_faults.h"
 #include "faults/message_filler.h"
+#include "support/told.h"
 
 #include <tarnwick/data/print.h>
 
@@ -13,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -27,6 +29,12 @@ struct Constructor {
     bool takes_memory = true;
     /// Makes the record of a message of that shape, with faults.
     std::function<AllocationFaults(std::uint32_t shape, FieldCoverage &)> fail_each_allocation;
+    /// An empty message; null where the record is made of a transport message.
+    google::protobuf::Message const *prototype = nullptr;
+    /// Makes the record of a message of the prototype's class, or of a transport message of those bytes, and tells what is
+    /// in it. Each constructor has one of the two.
+    std::function<void(google::protobuf::Message const &, Told &)> tell = nullptr;
+    std::function<void(std::string_view bytes, Told &)> tell_of_bytes = nullptr;
 };
 
 /// Makes the record of 20 shapes of the message and of as many more as give the faults wanted, up to a shape in which
@@ -80,13 +88,19 @@ Constructor constructor_of(std::string name, Arguments const &...arguments)
 {
     return {.name = std::move(name),
             .signature = signature<Record, Message>(),
-            .fail_each_allocation = [arguments...](std::uint32_t shape, FieldCoverage &coverage) {
-                auto const message = shaped<Message>(shape);
-                coverage.see(message);
-                return fail_each_allocation(
-                    Operation{[&]() -> Message const & { return message; },
-                              [&](Message const &given) { return made<Record>(given, arguments...); }, told});
-            }};
+            .fail_each_allocation =
+                [arguments...](std::uint32_t shape, FieldCoverage &coverage) {
+                    auto const message = shaped<Message>(shape);
+                    coverage.see(message);
+                    return fail_each_allocation(
+                        Operation{[&]() -> Message const & { return message; },
+                                  [&](Message const &given) { return made<Record>(given, arguments...); }, told});
+                },
+            .prototype = &Message::default_instance(),
+            .tell =
+                [arguments...](google::protobuf::Message const &message, Told &all) {
+                    tell(made<Record>(static_cast<Message const &>(message), arguments...), all);
+                }};
 }
 
 } // namespace tarnwick::test

@@ -36,6 +36,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace tarnwick::test {
@@ -61,20 +62,27 @@ Constructor stack_trace_of_a_list(std::string name)
 {
     return {.name = std::move(name),
             .signature = signature<php::StackTrace, google::protobuf::RepeatedPtrField<PelorinPHP::StackTraceFrame>>(),
-            .fail_each_allocation = [](std::uint32_t shape, FieldCoverage &coverage) {
-                auto const message = shaped<PelorinPHP::StackTrace>(shape);
-                coverage.see(message);
-                return fail_each_allocation(Operation{[&]() -> auto const & { return message.frames(); },
-                                                      [](auto const &frames) { return php::StackTrace(frames); },
-                                                      told});
-            }};
+            .fail_each_allocation =
+                [](std::uint32_t shape, FieldCoverage &coverage) {
+                    auto const message = shaped<PelorinPHP::StackTrace>(shape);
+                    coverage.see(message);
+                    return fail_each_allocation(Operation{[&]() -> auto const & { return message.frames(); },
+                                                          [](auto const &frames) { return php::StackTrace(frames); },
+                                                          told});
+                },
+            .prototype = &PelorinPHP::StackTrace::default_instance(),
+            .tell =
+                [](google::protobuf::Message const &message, Told &all) {
+                    tell(php::StackTrace(static_cast<PelorinPHP::StackTrace const &>(message).frames()), all);
+                }};
 }
 
-void fill(zmq_msg_t *message, std::string const &bytes)
+void fill(zmq_msg_t *message, std::string_view bytes)
 {
     zmq_msg_close(message);
     zmq_msg_init_size(message, bytes.size());
-    std::memcpy(zmq_msg_data(message), bytes.data(), bytes.size());
+    if (!bytes.empty())
+        std::memcpy(zmq_msg_data(message), bytes.data(), bytes.size());
 }
 
 /// A chunk takes its transport message along, so that each run needs another.
@@ -83,16 +91,23 @@ Constructor constructor_of_chunk(std::string name, Arguments const &...arguments
 {
     return {.name = std::move(name),
             .signature = signature<Record, Message>(),
-            .fail_each_allocation = [arguments...](std::uint32_t shape, FieldCoverage &) {
-                auto const bytes = MessageFiller(shape).text();
-                return fail_each_allocation(Operation{
-                    [&] {
-                        auto message = std::make_unique<Message>();
-                        fill(message->handle(), bytes);
-                        return message;
-                    },
-                    [&](auto const &message) { return made<Record>(std::move(*message), arguments...); }, told});
-            }};
+            .fail_each_allocation =
+                [arguments...](std::uint32_t shape, FieldCoverage &) {
+                    auto const bytes = MessageFiller(shape).text();
+                    return fail_each_allocation(Operation{
+                        [&] {
+                            auto message = std::make_unique<Message>();
+                            fill(message->handle(), bytes);
+                            return message;
+                        },
+                        [&](auto const &message) { return made<Record>(std::move(*message), arguments...); }, told});
+                },
+            .tell_of_bytes =
+                [arguments...](std::string_view bytes, Told &all) {
+                    Message message;
+                    fill(message.handle(), bytes);
+                    tell(made<Record>(std::move(message), arguments...), all);
+                }};
 }
 
 constexpr php::RequestId id(7);

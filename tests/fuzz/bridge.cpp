@@ -1,0 +1,282 @@
+// PHP values on their way between messages, QVariant and records.
+
+#include "fuzz/message_inputs.h"
+#include "fuzz/naive_text.h"
+#include "fuzz/promise.h"
+#include "fuzz/target.h"
+
+#include <tarnwick/data/php/zval.h>
+#include <tarnwick/tarnwick_utils.h>
+
+#include <pelorin/protobuf/PelorinPHP/zval.pb.h>
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QVariant>
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace tarnwick::fuzz {
+namespace {
+
+namespace php = data::php;
+using RpcZVal = rpc::php::v1::ZVal;
+using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
+using Kind = php::detail::ZVal::Kind;
+using PelorinPHPX::qvariant_from_protobuf_zval;
+using PelorinPHPX::to_protobuf_zval;
+
+std::string utf8(QString const &text)
+{
+    return text.toUtf8().toStdString();
+}
+
+bool is_text(QString const &text, std::string_view bytes)
+{
+    return QStringView(text) == QStringView(naive_text(bytes));
+}
+
+bool is_same(double left, double right)
+{
+    return std::bit_cast<std::uint64_t>(left) == std::bit_cast<std::uint64_t>(right);
+}
+
+// Records.
+
+bool reads_back(php::ZVal const &written, php::ZVal const &read);
+
+bool key_reads_back(php::ZVal const &written, php::ZVal const &read)
+{
+    auto const is_kept = written->kind() == Kind::long_ || written->kind() == Kind::string;
+    return is_kept ? reads_back(written, read) : read->kind() == Kind::undefined;
+}
+
+bool reads_back(php::PelorinArray const &written, php::PelorinArray const &read)
+{
+    auto const &elements = written->elements();
+    if (read->elements().size() != elements.size())
+        return false;
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        auto const &[key, value] = read->elements()[i];
+        if (!key_reads_back(elements[i].first, key) || !reads_back(elements[i].second, value))
+            return false;
+    }
+    return true;
+}
+
+/// The table of what a record becomes that is written into a message and made of that once more. A name loses a byte-order
+/// mark at its start each time that it is decoded.
+bool reads_back(php::ZVal const &written, php::ZVal const &read)
+{
+    if (written->kind() == Kind::undefined || written->kind() == Kind::null)
+        return read->kind() == Kind::undefined;
+    if (written->kind() != read->kind())
+        return false;
+    return std::visit(
+        [&]<class Content>(Content const &content) {
+            using php::detail::ZVal;
+            auto const &other = std::get<Content>(read->value());
+            if constexpr (std::is_same_v<Content, double>)
+                return is_same(content, other);
+            else if constexpr (std::is_same_v<Content, php::PelorinArray>)
+                return reads_back(content, other);
+            else if constexpr (std::is_same_v<Content, php::PelorinObject>)
+                return is_text(other->class_name(), utf8(content->class_name())) &&
+                       reads_back(content->properties(), other->properties()) &&
+                       reads_back(content->value(), other->value());
+            else if constexpr (std::is_same_v<Content, php::PelorinResource>)
+                return is_text(other->type_name(), utf8(content->type_name())) &&
+                       reads_back(content->value(), other->value());
+            else if constexpr (std::is_same_v<Content, ZVal::undefined_t> || std::is_same_v<Content, ZVal::null_t>)
+                return false; // seen to above
+            else
+                return content == other;
+        },
+        written->value());
+}
+
+template <class Message>
+void check_record(Message const &message)
+{
+    php::ZVal const record(new php::detail::ZVal(message));
+    RpcZVal written;
+    record->to_protobuf(written);
+    php::ZVal const read(new php::detail::ZVal(written));
+    hold(reads_back(record, read), "a record that is written reads back as the table says");
+}
+
+// The bridge.
+
+/// What is in a message, in either dialect: the kind, and of which member.
+Kind kind_of(RpcZVal const &message)
+{
+    switch (message.value_case()) {
+    case RpcZVal::kBoolValue:
+        return Kind::bool_;
+    case RpcZVal::kLongValue:
+        return Kind::long_;
+    case RpcZVal::kDoubleValue:
+        return Kind::double_;
+    case RpcZVal::kStringValue:
+        return Kind::string;
+    case RpcZVal::kJsonValue:
+        return Kind::json;
+    case RpcZVal::kTimestampValue:
+        return Kind::timestamp;
+    default:
+        return Kind::undefined;
+    }
+}
+
+Kind kind_of(ProtobufZVal const &message)
+{
+    switch (static_cast<int>(message.type())) {
+    case 2:
+        return Kind::bool_;
+    case 3:
+        return Kind::string;
+    case 4:
+        return Kind::long_;
+    case 5:
+        return Kind::double_;
+    case 6:
+        return Kind::json;
+    case 7:
+        return Kind::timestamp;
+    default:
+        return Kind::undefined;
+    }
+}
+
+/// Milliseconds since 1970, where both ways can tell them.
+std::optional<std::int64_t> milliseconds(google::protobuf::Timestamp const &time)
+{
+    constexpr std::int64_t most_seconds = std::int64_t{1} << 46; // beyond year 2,000,000
+    if (time.seconds() > most_seconds || time.seconds() < -most_seconds)
+        return std::nullopt;
+    return time.seconds() * 1'000 + time.nanos() / 1'000'000;
+}
+
+/// What the value of a message is.
+template <class Message>
+void hold_value(Message const &message, QVariant const &value)
+{
+    constexpr auto row = "the value of a message is that of its row";
+    switch (kind_of(message)) {
+    case Kind::bool_:
+        return hold(value.typeId() == QMetaType::Bool && value.toBool() == message.bool_value(), row);
+    case Kind::long_:
+        return hold(value.typeId() == QMetaType::LongLong && value.toLongLong() == message.long_value(), row);
+    case Kind::double_:
+        return hold(value.typeId() == QMetaType::Double && is_same(value.toDouble(), message.double_value()), row);
+    case Kind::string:
+        return hold(value.typeId() == QMetaType::QString && is_text(value.toString(), message.string_value()), row);
+    case Kind::json:
+        return hold(!value.isValid() || value.typeId() == QMetaType::QVariantMap ||
+                        value.typeId() == QMetaType::QVariantList,
+                    row);
+    case Kind::timestamp: {
+        hold(value.typeId() == QMetaType::QDateTime, row);
+        auto const expected = milliseconds(message.timestamp_value());
+        return hold(!expected || value.toDateTime().toMSecsSinceEpoch() == *expected, row);
+    }
+    default:
+        return hold(!value.isValid(), row);
+    }
+}
+
+/// A time is written as its seconds, cut towards 1970, and the milliseconds of its second: before 1970 it comes back a
+/// second later, unless it is a whole one.
+std::int64_t read_back(std::int64_t milliseconds)
+{
+    auto const whole = milliseconds / 1'000;
+    auto const rest = milliseconds % 1'000;
+    return whole * 1'000 + (rest < 0 ? rest + 1'000 : rest);
+}
+
+/// The table of what a value becomes that is written into a message and read back.
+template <class Message>
+void hold_read_back(QVariant const &value, QVariant const &read)
+{
+    constexpr auto row = "a value that is written reads back as the table says";
+    switch (value.typeId()) {
+    case QMetaType::Double:
+        return hold(read.typeId() == QMetaType::Double && is_same(value.toDouble(), read.toDouble()), row);
+    case QMetaType::QString: {
+        auto bytes = utf8(value.toString());
+        if constexpr (std::is_same_v<Message, ProtobufZVal>)
+            bytes.resize(std::min(bytes.find('\0'), bytes.size()));
+        return hold(read.typeId() == QMetaType::QString && is_text(read.toString(), bytes), row);
+    }
+    case QMetaType::QDateTime: {
+        auto const time = value.toDateTime();
+        return hold(
+            read.typeId() == QMetaType::QDateTime &&
+                (!time.isValid() || read.toDateTime().toMSecsSinceEpoch() == read_back(time.toMSecsSinceEpoch())),
+            row);
+    }
+    default:
+        return hold(read.isValid() == value.isValid() && read == value, row);
+    }
+}
+
+template <class Message>
+void check_way_back(QVariant const &value)
+{
+    Message message;
+    to_protobuf_zval(message, value);
+    hold_read_back<Message>(value, qvariant_from_protobuf_zval(message));
+}
+
+template <class Message>
+void check_message(Message const &message)
+{
+    check_record(message);
+    auto const value = qvariant_from_protobuf_zval(message);
+    hold_value(message, value);
+    check_way_back<RpcZVal>(value);
+    check_way_back<ProtobufZVal>(value);
+}
+
+MessageInputs &inputs()
+{
+    static MessageInputs inputs = [] {
+        MessageInputs both;
+        both.add(RpcZVal::default_instance());
+        both.add(ProtobufZVal::default_instance());
+        return both;
+    }();
+    return inputs;
+}
+
+bool check(std::string_view input)
+{
+    auto const *const message = inputs().parsed(input);
+    if (message == nullptr)
+        return false;
+    hold_in_action([&] {
+        if (auto const *rpc_message = dynamic_cast<RpcZVal const *>(message))
+            check_message(*rpc_message);
+        else
+            check_message(dynamic_cast<ProtobufZVal const &>(*message));
+    });
+    return true;
+}
+
+} // namespace
+
+constinit Target const bridge{
+    .name = "bridge",
+    .check = check,
+    .mutated = [](std::string_view input, std::uint32_t seed,
+                  MutateBytes mutate_bytes) { return inputs().mutated(input, seed, mutate_bytes); },
+    .crossed = [](std::string_view input, std::string_view other,
+                  std::uint32_t seed) { return inputs().crossed(input, other, seed); }};
+
+} // namespace tarnwick::fuzz

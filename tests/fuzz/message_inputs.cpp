@@ -1,0 +1,92 @@
+#include "fuzz/message_inputs.h"
+
+#include "fuzz/message_mutator.h"
+
+#include <google/protobuf/io/coded_stream.h>
+
+namespace tarnwick::fuzz {
+
+using google::protobuf::Message;
+
+bool parse(std::string_view bytes, Message &message)
+{
+    constexpr int max_depth = 1600;
+    google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(bytes.data()),
+                                                  static_cast<int>(bytes.size()));
+    stream.SetRecursionLimit(max_depth);
+    return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
+}
+
+void MessageInputs::add(Message const &prototype)
+{
+    std::string const name(prototype.GetDescriptor()->full_name());
+    if (messages_.emplace(name, prototype.New()).second)
+        names_.push_back(name);
+}
+
+MessageInputs::Parts MessageInputs::parts_of(std::string_view input)
+{
+    auto const end = input.find('\n');
+    if (end == std::string_view::npos)
+        return {};
+    return {input.substr(0, end), input.substr(end + 1)};
+}
+
+std::string MessageInputs::input_of(Message const &message)
+{
+    std::string input(message.GetDescriptor()->full_name());
+    input += '\n';
+    return input + message.SerializeAsString();
+}
+
+Message *MessageInputs::message_of(std::string_view name)
+{
+    auto const found = messages_.find(name);
+    return found == messages_.end() ? nullptr : found->second.get();
+}
+
+Message const *MessageInputs::parsed(std::string_view input)
+{
+    auto const [name, bytes] = parts_of(input);
+    auto *const message = message_of(name);
+    return message != nullptr && parse(bytes, *message) ? message : nullptr;
+}
+
+std::string MessageInputs::mutated(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes)
+{
+    Random random(seed);
+    auto const [name, bytes] = parts_of(input);
+    auto *message = message_of(name);
+    if (name.empty() || random.one_in(1'000)) {
+        message = message_of(random.one_of(names_));
+        message->Clear();
+    } else if (message == nullptr || random.one_in(50)) {
+        // What no message class writes: fields out of order, unknown ones, ends that are missing.
+        constexpr std::size_t longest_growth = 16;
+        std::string changed(bytes);
+        changed.resize(bytes.size() + longest_growth);
+        changed.resize(mutate_bytes(reinterpret_cast<std::uint8_t *>(changed.data()), bytes.size(), changed.size()));
+        return std::string(name) + "\n" + changed;
+    } else if (!parse(bytes, *message)) {
+        message->Clear();
+    }
+    MessageMutator(seed, mutate_bytes).mutate(*message);
+    return input_of(*message);
+}
+
+std::string MessageInputs::crossed(std::string_view input, std::string_view other, std::uint32_t seed)
+{
+    auto const [name, bytes] = parts_of(input);
+    auto *const message = message_of(name);
+    auto const [other_name, other_bytes] = parts_of(other);
+    auto const *const other_class = message_of(other_name);
+    if (message == nullptr || other_class == nullptr || !parse(bytes, *message))
+        return std::string(input);
+    std::unique_ptr<Message> const other_message(other_class->New());
+    if (!parse(other_bytes, *other_message))
+        return std::string(input);
+    MessageMutator(seed, nullptr).cross(*message, *other_message);
+    return input_of(*message);
+}
+
+} // namespace tarnwick::fuzz

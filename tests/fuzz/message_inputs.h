@@ -1,0 +1,45 @@
+#pragma once
+
+#include "fuzz/target.h"
+
+#include <google/protobuf/message.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnwick::fuzz {
+
+/// Inputs that hold a message of one of some classes: the class's name in a line, then the message's bytes.
+class MessageInputs {
+public:
+    void add(google::protobuf::Message const &prototype);
+
+    struct Parts {
+        std::string_view name;
+        std::string_view bytes;
+    };
+    static Parts parts_of(std::string_view input);
+    static std::string input_of(google::protobuf::Message const &message);
+
+    /// Null where the input has none. The message stays until the next call.
+    google::protobuf::Message const *parsed(std::string_view input);
+
+    std::string mutated(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes);
+    std::string crossed(std::string_view input, std::string_view other, std::uint32_t seed);
+
+private:
+    /// A message of the class, null where it is none of these.
+    google::protobuf::Message *message_of(std::string_view name);
+
+    std::map<std::string, std::unique_ptr<google::protobuf::Message>, std::less<>> messages_;
+    std::vector<std::string> names_;
+};
+
+/// Parses bytes that can hold messages as deep in each other as the program `tarnwick` takes them.
+bool parse(std::string_view bytes, google::protobuf::Message &message);
+
+} // namespace tarnwick::fuzz

@@ -1,0 +1,226 @@
+// Every message that a record is made of: all records of it that there are.
+
+#include "fuzz/message_inputs.h"
+#include "fuzz/naive_text.h"
+#include "fuzz/promise.h"
+#include "fuzz/target.h"
+
+#include "faults/constructors.h"
+#include "support/told.h"
+
+#include <google/protobuf/descriptor.h>
+
+#include <charconv>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnwick::fuzz {
+namespace {
+
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+using test::Constructor;
+using test::Told;
+
+/// The texts of a message, which it then holds by their numbers instead: what a record has of a text can be held against
+/// what was sent in its place.
+class NumberedTexts {
+public:
+    void number(Message &message)
+    {
+        texts_.clear();
+        number_in(message);
+    }
+    [[nodiscard]] bool empty() const { return texts_.empty(); }
+    /// What was sent in the place of a number. What was never numbered is no text of the message, but of the connections and
+    /// transactions that a constructor takes along, or empty.
+    [[nodiscard]] std::optional<std::string_view> at(std::string_view number) const
+    {
+        if (!number.starts_with(numbered))
+            return std::nullopt;
+        auto const *const end = number.data() + number.size();
+        std::size_t index = texts_.size();
+        auto const [read, error] = std::from_chars(number.data() + 1, end, index);
+        hold(error == std::errc() && read == end && index < texts_.size(), "a text is whole, and no more than itself");
+        return texts_[index];
+    }
+
+private:
+    void number_in(Message &message)
+    {
+        auto const &reflection = *message.GetReflection();
+        std::vector<FieldDescriptor const *> fields;
+        reflection.ListFields(message, &fields);
+        for (auto const *field : fields) {
+            if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+                if (!field->is_repeated())
+                    number_in(*reflection.MutableMessage(&message, field));
+                for (int i = 0; field->is_repeated() && i < reflection.FieldSize(message, field); ++i)
+                    number_in(*reflection.MutableRepeatedMessage(&message, field, i));
+            } else if (field->cpp_type() == FieldDescriptor::CPPTYPE_STRING) {
+                auto const number =
+                    field->name() == "lines" ? &NumberedTexts::number_of_line : &NumberedTexts::number_of;
+                if (!field->is_repeated())
+                    reflection.SetString(&message, field, (this->*number)(reflection.GetString(message, field)));
+                for (int i = 0; field->is_repeated() && i < reflection.FieldSize(message, field); ++i)
+                    reflection.SetRepeatedString(&message, field, i,
+                                                 (this->*number)(reflection.GetRepeatedString(message, field, i)));
+            }
+        }
+    }
+
+    // An empty text stays empty: records ask for that.
+    std::string number_of(std::string text)
+    {
+        if (text.empty())
+            return text;
+        texts_.push_back(std::move(text));
+        return numbered + std::to_string(texts_.size() - 1);
+    }
+
+    // Of a header the name is a text, and the value.
+    std::string number_of_line(std::string line)
+    {
+        auto const colon = line.find(": ");
+        if (colon == std::string::npos)
+            return number_of(std::move(line));
+        auto const name = number_of(line.substr(0, colon));
+        return name + ": " + number_of(line.substr(colon + 2));
+    }
+
+    static constexpr char numbered = '\x02';
+
+    std::vector<std::string> texts_;
+};
+
+/// Where the record of the numbered message has a number, the record of the message has what was sent there: in a text
+/// decoded, in bytes as it was.
+void hold_texts(Told const &told, Told const &numbered, NumberedTexts const &sent)
+{
+    hold(told.structure() == numbered.structure(), "numbers and kinds do not depend on what is in a text");
+    for (std::size_t i = 0; i < told.texts().size(); ++i) {
+        auto const number = numbered.texts()[i];
+        auto const bytes = sent.at(number.toUtf8().toStdString());
+        hold(bytes ? told.texts()[i] == QStringView(naive_text(*bytes)) : told.texts()[i] == number,
+             "a text is what a naive decoder makes of it");
+    }
+    for (std::size_t i = 0; i < told.byte_strings().size(); ++i) {
+        auto const number = numbered.byte_strings()[i];
+        hold(told.byte_strings()[i] == sent.at(number).value_or(number), "bytes are as they came");
+    }
+}
+
+/// The records of one dialect.
+class Reports {
+public:
+    explicit Reports(std::string_view rpc_or_protobuf)
+    {
+        for (auto const &constructor : constructors_) {
+            auto const reads = constructor.signature.substr(constructor.signature.find('(') + 1);
+            bool const is_rpc = reads.starts_with("tarnwick::rpc") || reads.starts_with("zeromq");
+            if (is_rpc != (rpc_or_protobuf == "rpc"))
+                continue;
+            if (constructor.prototype == nullptr) {
+                by_name_[reads].constructors.push_back(&constructor);
+                continue;
+            }
+            auto &of_class = by_name_[std::string(constructor.prototype->GetDescriptor()->full_name())];
+            of_class.constructors.push_back(&constructor);
+            if (of_class.numbered == nullptr)
+                of_class.numbered.reset(constructor.prototype->New());
+            inputs_.add(*constructor.prototype);
+        }
+    }
+
+    bool check(std::string_view input)
+    {
+        auto const parts = MessageInputs::parts_of(input);
+        auto const found = by_name_.find(parts.name);
+        if (found == by_name_.end())
+            return false;
+        auto const &of_class = found->second;
+        if (of_class.numbered == nullptr) {
+            for (auto const *constructor : of_class.constructors)
+                hold_in_action([&] { check_of_bytes(*constructor, parts.bytes); });
+            return true;
+        }
+        auto const *const message = inputs_.parsed(input);
+        if (message == nullptr)
+            return false;
+        of_class.numbered->CopyFrom(*message);
+        texts_.number(*of_class.numbered);
+        for (auto const *constructor : of_class.constructors)
+            hold_in_action([&] { check_of_message(*constructor, *message, *of_class.numbered); });
+        return true;
+    }
+
+    MessageInputs &inputs() { return inputs_; }
+
+private:
+    struct OfClass {
+        std::vector<Constructor const *> constructors;
+        std::unique_ptr<Message> numbered; ///< null where the constructors read a transport message
+    };
+
+    void check_of_message(Constructor const &constructor, Message const &message, Message const &numbered)
+    {
+        constructor.tell(message, first_);
+        constructor.tell(message, second_);
+        hold(first_ == second_, "two records of one message are equal");
+        if (texts_.empty())
+            return;
+        constructor.tell(numbered, second_);
+        hold_texts(first_, second_, texts_);
+    }
+
+    void check_of_bytes(Constructor const &constructor, std::string_view bytes)
+    {
+        constructor.tell_of_bytes(bytes, first_);
+        constructor.tell_of_bytes(bytes, second_);
+        hold(first_ == second_, "two records of one message are equal");
+        for (std::size_t i = 0; i < first_.byte_strings().size(); ++i)
+            hold(bytes.ends_with(first_.byte_strings()[i]), "a chunk is a message up to its end");
+    }
+
+    std::vector<Constructor> const constructors_ = test::constructors();
+    std::map<std::string, OfClass, std::less<>> by_name_;
+    MessageInputs inputs_;
+    NumberedTexts texts_;
+    Told first_;
+    Told second_;
+};
+
+Reports &rpc()
+{
+    static Reports reports("rpc");
+    return reports;
+}
+
+Reports &protobuf()
+{
+    static Reports reports("protobuf");
+    return reports;
+}
+
+template <Reports &reports()>
+constexpr Target target(std::string_view name)
+{
+    return {.name = name,
+            .check = [](std::string_view input) { return reports().check(input); },
+            .mutated = [](std::string_view input, std::uint32_t seed,
+                          MutateBytes mutate_bytes) { return reports().inputs().mutated(input, seed, mutate_bytes); },
+            .crossed = [](std::string_view input, std::string_view other,
+                          std::uint32_t seed) { return reports().inputs().crossed(input, other, seed); }};
+}
+
+} // namespace
+
+constinit Target const rpc_reports = target<rpc>("rpc_reports");
+constinit Target const protobuf_reports = target<protobuf>("protobuf_reports");
+
+} // namespace tarnwick::fuzz

@@ -1,0 +1,158 @@
+// Makes inputs of captures: `fuzz_seeds FOLDER CAPTURE...` writes frames and reports, and what is in the reports, into a
+// folder for each target. Which of them are committed, the fuzzers chose (`-merge=1`).
+
+#include "fuzz/message_inputs.h"
+
+#include "faults/constructors.h"
+#include "faults/message_filler.h"
+
+#include <capture_reader.h>
+#include <input_file.h>
+
+#include <tarnwick/capture/v1/capture.pb.h>
+
+#include <google/protobuf/descriptor.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+using tarnwick::capture::v1::Frame;
+using tarnwick::fuzz::MessageInputs;
+
+/// What the reports of a frame are.
+std::map<std::string_view, std::string_view> const reports{
+    {"rpc_php", "tarnwick.rpc.php.v1.NotifyRequest"},
+    {"rpc_monitor", "tarnwick.rpc.monitor.v1.NotifyRequest"},
+    {"rpc_codetrace", "tarnwick.rpc.codetrace.v1.NotifyRequest"},
+    {"rpc_glimmet", "tarnwick.rpc.glimmet.v1.NotifyRequest"},
+    {"rpc_data", "zeromq::msg_t"},
+    {"rpc_add_data", "zeromq::msg_t"},
+    {"rinit", "pelorin.protobuf.PelorinPHP.RInitData"},
+    {"rshutdown", "pelorin.protobuf.PelorinPHP.RShutdownData"},
+    {"monitor_event", "pelorin.protobuf.Monitor.Event"},
+    {"monitor_superglobals", "pelorin.protobuf.Monitor.Superglobals"},
+    {"functions", "pelorin.protobuf.Glimmet.Functions"},
+    {"sql_connections", "pelorin.protobuf.Glimmet.SqlConnections"},
+    {"sql_transactions", "pelorin.protobuf.Glimmet.SqlTransactions"},
+    {"sql_queries", "pelorin.protobuf.Glimmet.SqlQueries"},
+    {"storage", "pelorin.protobuf.Glimmet.Storage"},
+    {"error", "pelorin.protobuf.Glimmet.Error"},
+    {"superglobals", "pelorin.protobuf.Glimmet.Superglobals"},
+    {"request_headers", "pelorin.protobuf.Glimmet.RequestHeaders"},
+    {"response_headers", "pelorin.protobuf.Glimmet.ResponseHeaders"},
+    {"raw_post_data", "pelorin.protobuf.Glimmet.RawPostData"},
+    {"response_body", "pelorin.protobuf.Glimmet.ResponseBody"},
+    {"ct_header", "pelorin.protobuf.CT.Header"},
+    {"ct_data", "ZMQ::Message"},
+    {"ct_add_data", "ZMQ::Message"},
+};
+
+class Seeds {
+public:
+    explicit Seeds(std::filesystem::path folder)
+        : folder_(std::move(folder))
+    {
+        for (auto const &constructor : tarnwick::test::constructors()) {
+            if (constructor.prototype != nullptr)
+                prototypes_.emplace(constructor.prototype->GetDescriptor()->full_name(), constructor.prototype);
+        }
+    }
+
+    /// Of each class that records are made of, some filled at random.
+    void write_filled() const
+    {
+        constexpr std::uint32_t shapes = 12;
+        for (auto const &[name, prototype] : prototypes_) {
+            for (std::uint32_t shape = 0; shape < shapes; ++shape) {
+                std::unique_ptr<Message> const message(prototype->New());
+                tarnwick::test::MessageFiller(shape).fill(*message);
+                write_all_in(*message);
+            }
+        }
+    }
+
+    void write_frame(Frame const &frame) const
+    {
+        auto const body = frame.SerializeAsString();
+        std::string length;
+        for (auto rest = body.size(); rest > 0; rest >>= 7)
+            length += static_cast<char>(rest >= 0x80 ? rest | 0x80 : rest);
+        write("capture", length + body);
+
+        auto const &reflection = *frame.GetReflection();
+        auto const *field = reflection.GetOneofFieldDescriptor(frame, Frame::descriptor()->FindOneofByName("report"));
+        if (field == nullptr)
+            return;
+        auto const bytes = reflection.GetString(frame, field);
+        auto const name = reports.at(field->name());
+        auto const prototype = prototypes_.find(name);
+        if (prototype == prototypes_.end())
+            return write(name == "ZMQ::Message" ? "protobuf_reports" : "rpc_reports", std::string(name) + "\n" + bytes);
+        std::unique_ptr<Message> const message(prototype->second->New());
+        if (tarnwick::fuzz::parse(bytes, *message))
+            write_all_in(*message);
+    }
+
+private:
+    /// A message and those in it, where records are made of them.
+    void write_all_in(Message const &message) const
+    {
+        std::string_view const name(message.GetDescriptor()->full_name());
+        auto const input = MessageInputs::input_of(message);
+        if (prototypes_.contains(name))
+            write(name.starts_with("tarnwick.rpc") ? "rpc_reports" : "protobuf_reports", input);
+        if (name.ends_with(".ZVal"))
+            write("bridge", input);
+        auto const &reflection = *message.GetReflection();
+        std::vector<FieldDescriptor const *> fields;
+        reflection.ListFields(message, &fields);
+        for (auto const *field : fields) {
+            if (field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE)
+                continue;
+            if (!field->is_repeated())
+                write_all_in(reflection.GetMessage(message, field));
+            for (int i = 0; field->is_repeated() && i < reflection.FieldSize(message, field); ++i)
+                write_all_in(reflection.GetRepeatedMessage(message, field, i));
+        }
+    }
+
+    void write(std::string const &target, std::string const &input) const
+    {
+        static std::set<std::string> written;
+        constexpr std::size_t longest = 1'024; // that fuzzers are given
+        if (input.size() > longest || !written.insert(target + input).second)
+            return;
+        std::filesystem::create_directories(folder_ / target);
+        std::ofstream(folder_ / target / ("seed-" + std::to_string(written.size())), std::ios::binary) << input;
+    }
+
+    std::filesystem::path folder_;
+    std::map<std::string_view, Message const *> prototypes_;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    using namespace tarnwick::program;
+    Seeds const seeds(argc > 1 ? argv[1] : "");
+    seeds.write_filled();
+    for (int i = 2; i < argc; ++i) {
+        InputFile input(argv[i]);
+        CaptureReader reader(input);
+        while (reader.next() == CaptureReader::Step::frame)
+            seeds.write_frame(reader.frame());
+    }
+    return EXIT_SUCCESS;
+}
