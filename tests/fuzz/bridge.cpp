@@ -246,12 +246,7 @@ void check_message(Message const &message)
 
 MessageInputs &inputs()
 {
-    static MessageInputs inputs = [] {
-        MessageInputs both;
-        both.add(RpcZVal::default_instance());
-        both.add(ProtobufZVal::default_instance());
-        return both;
-    }();
+    static MessageInputs inputs{&RpcZVal::default_instance(), &ProtobufZVal::default_instance()};
     return inputs;
 }
 

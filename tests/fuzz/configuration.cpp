@@ -81,11 +81,13 @@ public:
     {
         qInstallMessageHandler([](QtMsgType, QMessageLogContext const &, QString const &) {}); // of names with a NUL
         // Nothing of the machine's, and something of each kind.
+        // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
         ::clearenv();
-        ::setenv("E", "env", 1);              // NOLINT(concurrency-mt-unsafe): there is one thread
-        ::setenv("app.e", " \"it's\" ", 1);   // NOLINT(concurrency-mt-unsafe)
-        ::setenv("F", "a.conf", 1);           // NOLINT(concurrency-mt-unsafe)
-        ::setenv("X", "\xEF\xBB\xBF\xC3", 1); // NOLINT(concurrency-mt-unsafe)
+        ::setenv("E", "env", 1);
+        ::setenv("app.e", " \"it's\" ", 1);
+        ::setenv("F", "a.conf", 1);
+        ::setenv("X", "\xEF\xBB\xBF\xC3", 1);
+        // NOLINTEND(concurrency-mt-unsafe)
         std::filesystem::create_directories(folder_.path("d"));
         for (auto const name : file_names)
             paths_.emplace(name, folder_.path(std::string(name)));

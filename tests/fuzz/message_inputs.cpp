@@ -17,10 +17,17 @@ bool parse(std::string_view bytes, Message &message)
     return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
 }
 
+MessageInputs::MessageInputs(std::initializer_list<Message const *> prototypes)
+    : arena_(block_.data(), block_.size())
+{
+    for (auto const *prototype : prototypes)
+        add(*prototype);
+}
+
 void MessageInputs::add(Message const &prototype)
 {
     std::string const name(prototype.GetDescriptor()->full_name());
-    if (messages_.emplace(name, prototype.New()).second)
+    if (prototypes_.emplace(name, &prototype).second)
         names_.push_back(name);
 }
 
@@ -39,27 +46,28 @@ std::string MessageInputs::input_of(Message const &message)
     return input + message.SerializeAsString();
 }
 
-Message *MessageInputs::message_of(std::string_view name)
+Message *MessageInputs::new_message(std::string_view name)
 {
-    auto const found = messages_.find(name);
-    return found == messages_.end() ? nullptr : found->second.get();
+    auto const found = prototypes_.find(name);
+    return found == prototypes_.end() ? nullptr : found->second->New(&arena_);
 }
 
 Message const *MessageInputs::parsed(std::string_view input)
 {
+    arena_.Reset();
     auto const [name, bytes] = parts_of(input);
-    auto *const message = message_of(name);
+    auto *const message = new_message(name);
     return message != nullptr && parse(bytes, *message) ? message : nullptr;
 }
 
 std::string MessageInputs::mutated(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes)
 {
+    arena_.Reset();
     Random random(seed);
     auto const [name, bytes] = parts_of(input);
-    auto *message = message_of(name);
+    auto *message = new_message(name);
     if (name.empty() || random.one_in(1'000)) {
-        message = message_of(random.one_of(names_));
-        message->Clear();
+        message = new_message(random.one_of(names_));
     } else if (message == nullptr || random.one_in(50)) {
         // What no message class writes: fields out of order, unknown ones, ends that are missing.
         constexpr std::size_t longest_growth = 16;
@@ -76,14 +84,13 @@ std::string MessageInputs::mutated(std::string_view input, std::uint32_t seed, M
 
 std::string MessageInputs::crossed(std::string_view input, std::string_view other, std::uint32_t seed)
 {
+    arena_.Reset();
     auto const [name, bytes] = parts_of(input);
-    auto *const message = message_of(name);
     auto const [other_name, other_bytes] = parts_of(other);
-    auto const *const other_class = message_of(other_name);
-    if (message == nullptr || other_class == nullptr || !parse(bytes, *message))
-        return std::string(input);
-    std::unique_ptr<Message> const other_message(other_class->New());
-    if (!parse(other_bytes, *other_message))
+    auto *const message = new_message(name);
+    auto *const other_message = new_message(other_name);
+    if (message == nullptr || other_message == nullptr || !parse(bytes, *message) ||
+        !parse(other_bytes, *other_message))
         return std::string(input);
     MessageMutator(seed, nullptr).cross(*message, *other_message);
     return input_of(*message);

@@ -2,11 +2,14 @@
 
 #include "fuzz/target.h"
 
+#include <google/protobuf/arena.h>
 #include <google/protobuf/message.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +19,8 @@ namespace tarnwick::fuzz {
 /// Inputs that hold a message of one of some classes: the class's name in a line, then the message's bytes.
 class MessageInputs {
 public:
+    MessageInputs(std::initializer_list<google::protobuf::Message const *> prototypes = {});
+
     void add(google::protobuf::Message const &prototype);
 
     struct Parts {
@@ -25,18 +30,22 @@ public:
     static Parts parts_of(std::string_view input);
     static std::string input_of(google::protobuf::Message const &message);
 
-    /// Null where the input has none. The message stays until the next call.
+    /// Null where the input has none. The message is on an arena, and stays until the next call.
     google::protobuf::Message const *parsed(std::string_view input);
 
     std::string mutated(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes);
     std::string crossed(std::string_view input, std::string_view other, std::uint32_t seed);
 
 private:
-    /// A message of the class, null where it is none of these.
-    google::protobuf::Message *message_of(std::string_view name);
+    static constexpr std::size_t block_size = 65'536; ///< serves most messages
 
-    std::map<std::string, std::unique_ptr<google::protobuf::Message>, std::less<>> messages_;
+    /// An empty message of the class, null where it is none of these.
+    google::protobuf::Message *new_message(std::string_view name);
+
+    std::map<std::string, google::protobuf::Message const *, std::less<>> prototypes_;
     std::vector<std::string> names_;
+    std::vector<char> block_ = std::vector<char>(block_size);
+    google::protobuf::Arena arena_;
 };
 
 /// Parses bytes that can hold messages as deep in each other as the program `tarnwick` takes them.

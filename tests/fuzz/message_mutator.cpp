@@ -81,11 +81,9 @@ void MessageMutator::mutate(Message &message)
     } while (random_.one_in(3));
 }
 
-void MessageMutator::cross(Message &message, Message const &other)
+void MessageMutator::cross(Message &message, Message &other)
 {
-    std::unique_ptr<Message> const copy(other.New());
-    copy->CopyFrom(other);
-    auto const theirs = parts_of(*copy);
+    auto const theirs = parts_of(other);
     auto const ours = parts_of(message);
     // From anywhere in the one, the next that fits anywhere in the other.
     auto const start = random_.below(theirs.size());

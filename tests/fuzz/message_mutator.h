@@ -23,7 +23,7 @@ public:
 
     void mutate(google::protobuf::Message &message);
     /// Puts a part of another message in the place of a part of the same class, if there is one.
-    void cross(google::protobuf::Message &message, google::protobuf::Message const &other);
+    void cross(google::protobuf::Message &message, google::protobuf::Message &other);
 
 private:
     using Message = google::protobuf::Message;

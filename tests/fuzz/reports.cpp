@@ -13,7 +13,6 @@
 #include <charconv>
 #include <cstddef>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -126,13 +125,10 @@ public:
             if (is_rpc != (rpc_or_protobuf == "rpc"))
                 continue;
             if (constructor.prototype == nullptr) {
-                by_name_[reads].constructors.push_back(&constructor);
+                by_name_[reads].push_back(&constructor);
                 continue;
             }
-            auto &of_class = by_name_[std::string(constructor.prototype->GetDescriptor()->full_name())];
-            of_class.constructors.push_back(&constructor);
-            if (of_class.numbered == nullptr)
-                of_class.numbered.reset(constructor.prototype->New());
+            by_name_[std::string(constructor.prototype->GetDescriptor()->full_name())].push_back(&constructor);
             inputs_.add(*constructor.prototype);
         }
     }
@@ -143,30 +139,26 @@ public:
         auto const found = by_name_.find(parts.name);
         if (found == by_name_.end())
             return false;
-        auto const &of_class = found->second;
-        if (of_class.numbered == nullptr) {
-            for (auto const *constructor : of_class.constructors)
+        auto const &constructors = found->second;
+        if (constructors.front()->prototype == nullptr) {
+            for (auto const *constructor : constructors)
                 hold_in_action([&] { check_of_bytes(*constructor, parts.bytes); });
             return true;
         }
         auto const *const message = inputs_.parsed(input);
         if (message == nullptr)
             return false;
-        of_class.numbered->CopyFrom(*message);
-        texts_.number(*of_class.numbered);
-        for (auto const *constructor : of_class.constructors)
-            hold_in_action([&] { check_of_message(*constructor, *message, *of_class.numbered); });
+        auto &numbered = *message->New(message->GetArena());
+        numbered.CopyFrom(*message);
+        texts_.number(numbered);
+        for (auto const *constructor : constructors)
+            hold_in_action([&] { check_of_message(*constructor, *message, numbered); });
         return true;
     }
 
     MessageInputs &inputs() { return inputs_; }
 
 private:
-    struct OfClass {
-        std::vector<Constructor const *> constructors;
-        std::unique_ptr<Message> numbered; ///< null where the constructors read a transport message
-    };
-
     void check_of_message(Constructor const &constructor, Message const &message, Message const &numbered)
     {
         constructor.tell(message, first_);
@@ -188,7 +180,7 @@ private:
     }
 
     std::vector<Constructor> const constructors_ = test::constructors();
-    std::map<std::string, OfClass, std::less<>> by_name_;
+    std::map<std::string, std::vector<Constructor const *>, std::less<>> by_name_; ///< by the class of what they read
     MessageInputs inputs_;
     NumberedTexts texts_;
     Told first_;
