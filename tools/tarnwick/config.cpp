@@ -17,8 +17,10 @@
 #include <QtCore/QtEnvironmentVariables>
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace tarnwick::program {
 namespace {
@@ -53,7 +55,7 @@ std::string with_place(std::string text, std::optional<ConfigPlace> const &place
     auto const line = fmt::format("{}:{}", place->line.file, place->line.number);
     if ((text + '\n').find(fmt::format(" at {}\n", line)) != std::string::npos)
         return text;
-    return with_includes(text + "\n\tread up to " + line, *place);
+    return with_includes(std::move(text) + "\n\tread up to " + line, *place);
 }
 
 Loaded load(ConfigOptions const &options, ConfigTrail &trail)

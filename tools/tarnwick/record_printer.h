@@ -45,7 +45,7 @@ public:
     }
 
     /// The frame that the records printed from now on come from.
-    void set_origin(Origin origin) { origin_ = origin; }
+    void set_origin(Origin const &origin) { origin_ = origin; }
 
     /// `view`: which of a record's views of its report it is; empty where there is but one.
     template <data::Described Record>
