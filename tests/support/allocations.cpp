@@ -192,9 +192,8 @@ void free(void *block) noexcept
 
 } // extern "C"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(TARNWICK_BEFORE_THREAD_SANITIZER)
-
-// The C++ library's operators lead to the functions above. A sanitizer has operators of its own, which do not.
+// The C++ library's operators lead to the functions above. Sanitizers and memcheck have operators of their own, which do
+// not.
 
 namespace {
 
@@ -276,5 +275,3 @@ void operator delete[](void *block, std::size_t, std::align_val_t) noexcept
     free(block);
 }
 // NOLINTEND(misc-new-delete-overloads)
-
-#endif

@@ -29,6 +29,7 @@ public:
     {
         itimerval const never{};
         ::setitimer(ITIMER_REAL, &never, nullptr);
+        std::signal(SIGALRM, SIG_IGN); // takes away one that is pending, which would end the process
         ::sigaction(SIGALRM, &before_, nullptr);
     }
     Interruptions(Interruptions const &) = delete;
