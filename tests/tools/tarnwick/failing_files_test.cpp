@@ -247,20 +247,24 @@ TEST(Descriptors, that_run_out_are_told)
     test::Setup setup{.arguments = {"inspect", chunk.name()}};
     auto const whole = run(setup).out;
     ASSERT_THAT(whole, HasSubstr("\"codetrace.Data\""));
+    constexpr int cannot_be_loaded = 127; // the system's word, while the program itself does not run yet
     bool enough = false;
-    // Below 4 the program itself cannot be loaded.
+    int told = 0;
     for (setup.open_files = 4; setup.open_files < 40 && !enough; ++setup.open_files) {
         SCOPED_TRACE(setup.open_files);
         auto const outcome = run(setup);
+        if (outcome.status == cannot_be_loaded)
+            continue;
         enough = outcome.status == 0;
         EXPECT_EQ(outcome.out, enough ? whole : "");
         EXPECT_EQ(
             outcome.err,
             enough ? "" : chunk.name() + ": frame 1 at byte 0: its chunk takes sockets to read: Too many open files\n");
         EXPECT_EQ(outcome.status, enough ? 0 : 3);
+        told += enough ? 0 : 1;
     }
     EXPECT_TRUE(enough);
-    EXPECT_GT(setup.open_files, 5U) << "there were always enough";
+    EXPECT_GT(told, 0);
 }
 
 } // namespace
