@@ -251,7 +251,7 @@ void build_side_by_side(benchmark::State &state)
     auto const count = state.range(0);
     // How the memory of a thread lies can decide over a quarter of the time of a small report: it lies elsewhere in
     // every thread and every time.
-    static std::minstd_rand random;
+    static std::minstd_rand random(static_cast<unsigned int>(count));
     std::uniform_int_distribution<std::size_t> some(0, std::size_t(1) << 16U);
     for (auto _ : state) {
         std::atomic<bool> over = false;

@@ -52,7 +52,7 @@ int opened(char const *name, int flags, unsigned int mode)
 std::string FileFaults::text() const
 {
     std::ostringstream text;
-    for (auto const &calls : {reads, opens})
+    for (auto const &calls : {this->reads, this->opens})
         text << calls.first << ' ' << calls.last << ' ' << calls.error << ' ';
     text << interrupted << ' ' << piece;
     return text.str();

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <utility>
@@ -48,9 +49,8 @@ TEST(SharedChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
     for (int round = 0; round < rounds; ++round) {
         auto tail = chain(tail_links);
         auto const root = root_of(tail);
-        std::vector<Pointer> children;
-        for (std::size_t thread = 0; thread < test::threads; ++thread)
-            children.push_back(chain(own_links, tail));
+        std::vector<Pointer> children(test::threads);
+        std::ranges::generate(children, [&] { return chain(own_links, tail); });
         tail.reset();
 
         std::atomic<std::size_t> links = 0;

@@ -33,9 +33,8 @@ std::vector<Record> records(std::uint32_t shapes)
 
 std::vector<std::string> texts_of(std::vector<Record> const &records)
 {
-    std::vector<std::string> texts;
-    for (auto const &record : records)
-        texts.push_back(told(record));
+    std::vector<std::string> texts(records.size());
+    std::ranges::transform(records, texts.begin(), told);
     return texts;
 }
 
@@ -106,7 +105,7 @@ std::ptrdiff_t freed_with(Record &record)
 TEST(Handles, go_with_a_last_owner_that_chance_chose_while_others_read)
 {
     constexpr std::uint32_t shapes = 40;
-    std::mt19937 chance(20);
+    std::mt19937 chance(shapes);
     records(shapes); // what is made once for all messages is there now
     auto const before = live_blocks();
     auto made = records(shapes);

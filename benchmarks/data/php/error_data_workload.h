@@ -38,7 +38,11 @@ struct ErrorData {
         auto const &exception = std::get<data::php::Exception>(record->details());
         auto sum = static_cast<std::size_t>(record->message().size() + exception.exception_name().size());
         sum += static_cast<std::size_t>(exception.exception_text().size() + record->timestamp().seconds);
-        return sum + record->location()->line() + bench::read(*record->stack_trace());
+        if (record->location())
+            sum += record->location()->line();
+        if (record->stack_trace())
+            sum += bench::read(*record->stack_trace());
+        return sum;
     }
 
     template <class Exception>

@@ -41,7 +41,7 @@ struct Superglobals {
     static std::size_t read(Record const &record) { return bench::read(*record->values()); }
 
     template <class Tree>
-    static Tree::Document tree_of_report(typename Tree::Object values)
+    static Tree::Document tree_of_report(Tree::Object values)
     {
         typename Tree::Object report;
         Tree::template put<"request_id">(report, Tree::number(7));

@@ -161,7 +161,7 @@ TEST_P(FailingInput, that_gives_an_error_is_told)
 {
     auto const clean = run(setup());
     ASSERT_EQ(clean.status, 0);
-    for (std::size_t const read : {1, 2}) {
+    for (auto const read : {std::size_t(1), std::size_t(2)}) {
         for (auto const last : {read, FileFaults::from_then_on}) {
             SCOPED_TRACE(fmt::format("read {}, {}", read, last == read ? "once" : "for good"));
             auto const outcome = among({.reads = {read, last, EIO}});
