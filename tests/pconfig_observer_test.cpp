@@ -104,6 +104,18 @@ TEST(ConfigObserver, is_told_everything_in_order)
     EXPECT_EQ(table(config), loaded(main, "app")) << "and changes nothing";
 }
 
+TEST(ConfigObserver, need_not_listen)
+{
+    struct Deaf final : ConfigObserver {
+    } observer;
+    ConfigFolder const folder;
+    auto const main = folder.write("main.conf", "app.a = 1\napp.b = ${app.a}\napp.c = ${app.none}\nother = 2\n"
+                                                "include = part.*\n");
+    folder.write("part.conf", "app.d = 4\n");
+    auto const config = ConfigFile::load(q(main), QString(u"app"), &observer);
+    EXPECT_EQ(table(config), (Texts{"a=1", "b=1", "d=4"}));
+}
+
 TEST(ConfigObserver, is_told_of_what_stands_above_a_fault)
 {
     ConfigFolder const folder;

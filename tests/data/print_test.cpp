@@ -3,6 +3,7 @@
 #include <tarnwick/data/php/rshutdown.h>
 #include <tarnwick/data/php/source_location.h>
 
+#include "support/php_values.h"
 #include "support/rpc_values.h"
 #include "support/textproto.h"
 
@@ -16,6 +17,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -146,6 +148,25 @@ TEST(TextWriter, writes_the_alternative_that_a_variant_holds)
     EXPECT_EQ(written(Variant()), "none");
     EXPECT_EQ(written(Variant(php::SourceLocation(QStringLiteral("a"), 1, 2))),
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
+}
+
+TEST(TextWriter, writes_a_variant_without_a_value_as_none)
+{
+    struct Failing {
+        [[noreturn]] explicit Failing(int /*number*/) { throw std::domain_error("no value"); }
+    };
+    std::variant<php::SourceLocation, Failing> variant(php::SourceLocation(QStringLiteral("a"), 1, 2));
+    EXPECT_THROW(variant.emplace<Failing>(1), std::domain_error);
+    ASSERT_TRUE(variant.valueless_by_exception());
+    EXPECT_EQ(written(variant), "none");
+    EXPECT_EQ(written(test::php_valueless()), "none");
+}
+
+TEST(TextWriter, writes_doubles_so_that_they_are_told_from_integers)
+{
+    EXPECT_EQ(written(1.5), "1.5");
+    EXPECT_EQ(written(-2.0), "-2.0");
+    EXPECT_EQ(written(1e30), "1e+30");
 }
 
 TEST(TextWriter, writes_a_set_in_order_whatever_the_order_in_it)

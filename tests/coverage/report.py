@@ -1,0 +1,146 @@
+#!/usr/bin/env python3
+"""Says which code of libs/tarnwick the tests have run: lines, branches and conditions.
+
+Reads what gcov has of a build tree of the preset `coverage`. A line has run when it has in any source that includes it,
+and in any instance of a template; branches and conditions of those are put together the same way. Left out are the
+branches that the compiler makes for exceptions: from a call to what is done when it throws.
+
+Fails when a line has not run and is not in uncovered.tsv (file, text of the line, reason), or is in it and has run.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import json
+import os
+import pathlib
+import subprocess
+import sys
+
+repository = pathlib.Path(__file__).resolve().parents[2]
+FOLDER = "libs/tarnwick/"
+
+
+class File:
+    def __init__(self):
+        self.lines = collections.Counter()  # {line: how often it ran}
+        self.branches = collections.Counter()  # {(line, of how many, number): how often it was taken}
+        self.conditions = {}  # {(line, number, outcomes of all terms): those that no run depended on}
+
+
+def gcov(notes):
+    """What gcov knows of one object."""
+    command = ["gcov", "--json-format", "--stdout", "--branch-probabilities", "--conditions", str(notes)]
+    run = subprocess.run(command, cwd=repository, capture_output=True, text=True, check=True)
+    return [json.loads(line) for line in run.stdout.splitlines() if line.startswith("{")]
+
+
+def source_of(report, file):
+    path = pathlib.Path(os.path.normpath(pathlib.Path(report["current_working_directory"]) / file["file"]))
+    return str(path.relative_to(repository)) if path.is_relative_to(repository) else ""
+
+
+def branches_of(line):
+    """Those of a line that are the program's own."""
+    throwing = {branch["source_block_id"] for branch in line["branches"] if branch["throw"]}
+    return [branch for branch in line["branches"] if branch["source_block_id"] not in throwing]
+
+
+def add(files, report):
+    for file in report["files"]:
+        path = source_of(report, file)
+        if not path.startswith(FOLDER):
+            continue
+        known = files[path]
+        for line in file["lines"]:
+            number = line["line_number"]
+            known.lines[number] += line["count"]
+            branches = branches_of(line)
+            for at, branch in enumerate(branches):
+                known.branches[number, len(branches), at] += branch["count"]
+            for at, condition in enumerate(line.get("conditions", [])):
+                missed = {(term, True) for term in condition["not_covered_true"]}
+                missed |= {(term, False) for term in condition["not_covered_false"]}
+                key = number, at, condition["count"]
+                known.conditions[key] = known.conditions.get(key, missed) & missed
+
+
+def read(build):
+    parts = "libs/tarnwick/CMakeFiles/tarnwick.dir", "tests/CMakeFiles/tarnwick_tests.dir"
+    objects = sorted(notes for part in parts for notes in (build / part).rglob("*.gcno"))
+    if not objects:
+        sys.exit(f"coverage: {build} holds no build with coverage")
+    files = collections.defaultdict(File)
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for reports in pool.map(gcov, objects):
+            for report in reports:
+                add(files, report)
+    return dict(sorted(files.items()))
+
+
+def share(done, of):
+    return f"{done}/{of} ({done / of:.1%})" if of else "none"
+
+
+def figures(files):
+    """(lines, those that ran, branches, those taken, outcomes of conditions, those that mattered)"""
+    lines = [count for file in files for count in file.lines.values()]
+    branches = [count for file in files for count in file.branches.values()]
+    outcomes = sum(key[2] for file in files for key in file.conditions)
+    missed = sum(len(missed) for file in files for missed in file.conditions.values())
+    ran, taken = (sum(count > 0 for count in counts) for counts in (lines, branches))
+    return len(lines), ran, len(branches), taken, outcomes, outcomes - missed
+
+
+def table(files):
+    rows = [(path, *figures([file])) for path, file in files.items()]
+    rows.append(("all", *figures(files.values())))
+    print(f"{'':58}{'lines':>18}{'branches':>18}{'conditions':>18}")
+    for path, lines, ran, branches, taken, outcomes, mattered in rows:
+        cells = share(ran, lines), share(taken, branches), share(mattered, outcomes)
+        print(f"{path:58}" + "".join(f"{cell:>18}" for cell in cells))
+
+
+def text_of(path, number):
+    return (repository / path).read_text().splitlines()[number - 1].strip()
+
+
+def missed_branches(files):
+    for path, file in files.items():
+        numbers = {key[0] for key, count in file.branches.items() if count == 0}
+        numbers |= {key[0] for key, missed in file.conditions.items() if missed}
+        for number in sorted(numbers):
+            missed = [missed for key, missed in file.conditions.items() if key[0] == number]
+            terms = sorted(f"{term + 1} {str(outcome).lower()}" for outcomes in missed for term, outcome in outcomes)
+            branches = sum(count == 0 for key, count in file.branches.items() if key[0] == number)
+            what = [f"{branches} branches"] * (branches > 0) + [f"conditions {', '.join(terms)}"] * bool(terms)
+            print(f"  {path}:{number}: {text_of(path, number)}  [{'; '.join(what)}]")
+
+
+def unlisted(files):
+    """Compares the lines that did not run with those that are listed; whether there is a difference."""
+    rows = (pathlib.Path(__file__).parent / "uncovered.tsv").read_text().splitlines()
+    reasons = {(path, text): reason for path, text, reason in (row.split("\t") for row in rows)}
+    missed = [(path, n) for path, file in files.items() for n, count in sorted(file.lines.items()) if count == 0]
+    gone = reasons.keys() - {(path, text_of(path, number)) for path, number in missed}
+    for path, number in missed:
+        reason = reasons.get((path, text_of(path, number)), "COVERED BY NO TEST")
+        print(f"  {path}:{number}: {text_of(path, number)}  [{reason}]")
+    for path, text in sorted(gone):
+        print(f"  {path}: {text}  [COVERED, OR GONE: uncovered.tsv lists it]")
+    return bool(gone) or any((path, text_of(path, number)) not in reasons for path, number in missed)
+
+
+def main():
+    arguments = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    arguments.add_argument("build", type=pathlib.Path)
+    files = read(arguments.parse_args().build.resolve())
+    table(files)
+    print("\nbranches that no test takes, and terms of conditions on which no outcome depended:")
+    missed_branches(files)
+    print("\nlines that no test runs:")
+    sys.exit(unlisted(files))
+
+
+if __name__ == "__main__":
+    main()
