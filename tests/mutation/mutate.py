@@ -1,0 +1,311 @@
+#!/usr/bin/env python3
+"""Changes libs/tarnwick in small ways, one at a time, and sees whether a test fails.
+
+A random sample of the changes that candidates.py finds. Sources and build tree stay as they are: what is changed is
+compiled into a folder of its own, and the tests load the library from there. A change that does not compile is no
+mutant, nor is one of which g++ -O2 makes the same code as of the original.
+
+A changed header goes into everything that includes it. Before that, into the few sources that bear its name, with their
+objects first in the link, where their copies of inline functions are the ones that are taken: most mutants end there.
+No change moves a data member, so such objects fit the others.
+
+survivors.tsv lists survivors with a reason: `same` where no caller can see a difference, so that there is nothing to
+kill, and `open` otherwise. Fails when fewer than 95% of the mutants that make a difference are killed, or when a survivor
+is not listed. The figure without that allowance is printed too.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import json
+import os
+import pathlib
+import random
+import re
+import resource
+import shlex
+import shutil
+import signal
+import subprocess
+import sys
+import threading
+
+sys.dont_write_bytecode = True
+import candidates
+
+LEAST_KILLED = 0.95
+PROGRAMS = ("tarnwick_tests", "program_tests")
+# Those of large reports and files take nine tenths of the time. Files that bear the name are tried on them too.
+QUICK = "-Hostile*:Chain.*:SqlTransactionChain.is_*:ConfigFileOnRandomFiles.*"
+# A changed loop can ask for all there is, without an end. The tests take 16 seconds.
+MEMORY, PROCESSOR_SECONDS, SECONDS = 16 << 30, 60, 1200
+
+repository = pathlib.Path(__file__).resolve().parents[2]
+sources = repository / "libs/tarnwick"
+
+
+class Build:
+    """What a build tree knows: how sources are compiled, what they include, how library and tests are linked."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        units = json.loads((folder / "compile_commands.json").read_text())
+        self.units = {unit["output"]: unit for unit in units}
+        self.includes = {}
+        for block in self.ninja("-t", "deps").split("\n\n"):
+            output, *files = block.splitlines() or [""]
+            self.includes[output.split(":")[0]] = {os.path.normpath(folder / file.strip()) for file in files}
+        self.library = self.link("tarnwick", "libs/tarnwick/libtarnwick.so")
+        self.soname = re.search(r"-soname,(\S+)", " ".join(self.library))[1]
+        self.programs = {name: self.link(name, f"tests/{name}") for name in PROGRAMS}
+
+    def ninja(self, *arguments):
+        run = subprocess.run(["ninja", *arguments], cwd=self.folder, check=True, text=True, stdout=subprocess.PIPE)
+        return run.stdout
+
+    def link(self, target, made):
+        """The words of the command that links a target."""
+        commands = [line for line in self.ninja("-t", "commands", target).splitlines() if f" -o {made}" in line]
+        command = next(part for part in commands[-1].split(" && ") if " -o " in part)
+        return [word for word in shlex.split(command) if not word.startswith("-Wl,--dependency-file")]
+
+    def source(self, output):
+        return pathlib.Path(self.units[output]["file"])
+
+    def objects(self, link):
+        return [word for word in link if word in self.units]
+
+    def having(self, link, file):
+        """Those objects of a link that a source or header goes into."""
+        return [output for output in self.objects(link) if str(file) in self.includes[output]]
+
+
+class Mutant:
+    """One change, compiled and linked in a folder of its own."""
+
+    def __init__(self, build, folder, file, text):
+        self.build, self.folder, self.file, self.text = build, folder, file, text
+        self.objects = {}
+        self.place = folder / "include" / file.relative_to(sources.parent)
+        shutil.rmtree(folder, ignore_errors=True)
+        self.place.parent.mkdir(parents=True)
+
+    def compiled(self, output, text, *options):
+        """The object that this text gives, or None where it does not compile."""
+        self.place.write_text(text)
+        words = shlex.split(self.build.units[output]["command"])
+        made = self.folder / (output.replace("/", "_") + "".join(options))
+        words[words.index("-o") + 1] = str(made)
+        if self.build.source(output) == self.file:
+            words[words.index("-c") + 1] = str(self.place)
+        words[1:1] = ["-I", str(self.folder / "include")]
+        run = subprocess.run([*words, "-w", *options], cwd=self.build.folder, stderr=subprocess.DEVNULL)
+        return made if run.returncode == 0 else None
+
+    def compile_into(self, outputs):
+        for output in outputs:
+            if output not in self.objects:
+                self.objects[output] = self.compiled(output, self.text)
+        return None not in self.objects.values()
+
+    def link(self, link, name):
+        """A library or program with the changed objects in front."""
+        changed = [str(self.objects[word]) for word in link if word in self.objects]
+        words = [word for word in link if word not in self.objects]
+        at = words.index("-o")
+        words[at : at + 2] = ["-o", str(self.folder / name), *changed]
+        subprocess.run(words, cwd=self.build.folder, check=True)
+        return self.folder / name
+
+    def is_same_code(self):
+        def code(output, text):
+            return self.compiled(output, text, "-O2").read_bytes()
+
+        original = self.file.read_text()
+        return all(code(output, self.text) == code(output, original) for output in self.objects)
+
+
+def limit():
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_CPU, (PROCESSOR_SECONDS, PROCESSOR_SECONDS))
+
+
+def run_tests(build, name, program, library, chosen):
+    """The test that fails, or how the program ended otherwise; None when all pass."""
+    run = subprocess.Popen(
+        # Nothing outlives this script.
+        ["setpriv", "--pdeathsig", "KILL", program, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={chosen}"],
+        cwd=build.folder / "tests",
+        env=os.environ | {"LD_LIBRARY_PATH": str(library)},
+        text=True,
+        errors="replace",
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        start_new_session=True,
+        preexec_fn=limit,
+    )
+    killer = threading.Timer(SECONDS, os.killpg, (run.pid, signal.SIGKILL))  # with all that it started
+    killer.start()
+    printed, _ = run.communicate()
+    killer.cancel()
+    if run.returncode == 0:
+        return None
+    failed = re.search(r"^\[  FAILED  \] ([^\s,]+[.][^\s,]+)", printed, re.MULTILINE)
+    return f"{name}: {failed[1] if failed else f'ended with {run.returncode}'}"
+
+
+class Trial:
+    """Tries changes on a build whose tests pass."""
+
+    def __init__(self, build):
+        self.build = build
+        for name in PROGRAMS:
+            failure = run_tests(build, name, build.folder / "tests" / name, "", "*")
+            if failure:
+                sys.exit(f"mutate: a test fails without a change: {failure}")
+
+    def near(self, link, file):
+        """The objects whose sources bear the name of a file."""
+        return [output for output in self.build.objects(link) if self.build.source(output).stem.startswith(file.stem)]
+
+    def steps(self, file):
+        """(objects of the library, test program, its objects, its tests): what is tried one after the other"""
+        library, tests = self.build.library, self.build.programs[PROGRAMS[0]]
+        names = set()
+        for output in self.near(tests, file):
+            text = self.build.source(output).read_text()
+            names.update(re.findall(r"^(?:TYPED_)?TEST(?:_[FP])?\((\w+),", text, re.MULTILINE))
+        everywhere = self.build.having(library, file)
+        if names:
+            chosen = ":".join(f"{name}.*:*/{name}.*:{name}/*:*/{name}/*" for name in sorted(names))
+            yield (
+                [output for output in self.near(library, file) if output in everywhere] or everywhere,
+                PROGRAMS[0],
+                [output for output in self.near(tests, file) if output in self.build.having(tests, file)],
+                chosen,
+            )
+        for name in PROGRAMS:
+            yield everywhere, name, self.build.having(self.build.programs[name], file), QUICK
+
+    def verdict(self, mutant):
+        """(what became of it, by what)"""
+        for in_library, program, in_program, chosen in self.steps(mutant.file):
+            if not mutant.compile_into(in_library + in_program):
+                return "not compiled", ""
+            if in_library:
+                mutant.link(self.build.library, self.build.soname)
+            executable = self.build.folder / "tests" / program
+            if in_program:
+                executable = mutant.link(self.build.programs[program], program)
+            failure = run_tests(self.build, program, executable, mutant.folder, chosen)
+            if failure:
+                return "killed", failure
+        return ("same code" if mutant.is_same_code() else "survived"), ""
+
+
+def one_line(change, text):
+    """What stood there and what stands there now."""
+    begin, end = change.start, change.end
+    if "\n" not in text[begin:end]:  # with what stands around it
+        begin, end = text.rfind("\n", 0, begin) + 1, text.find("\n", end)
+    new = text[begin : change.start] + change.new + text[change.end : end]
+    return " -> ".join(re.sub(r"\s+", " ", piece).strip() for piece in (text[begin:end], new))
+
+
+def all_changes(part, kinds):
+    """[(file, text, change)] for the files that have `part` in their path"""
+    files = sorted(path for path in sources.rglob("*") if path.suffix in (".cpp", ".h"))
+    texts = {file: file.read_text() for file in files}
+    known = candidates.enumerators(map(candidates.code_of, texts.values()))
+    return [
+        (file, text, change)
+        for file, text in texts.items()
+        for change in candidates.changes(text, known)
+        if part in str(file) and (not kinds or change.kind in kinds)
+    ]
+
+
+class Sample:
+    """Takes changes until enough of them are mutants, and tells what became of each."""
+
+    def __init__(self, changes, count, known):
+        self.changes, self.count = iter(changes), count
+        self.counts, self.open, self.unlisted = collections.Counter(), 0, []
+        self.condition = threading.Condition()
+        rows = (pathlib.Path(__file__).parent / "survivors.tsv").read_text().splitlines()
+        self.listed = {(path, what): kind for path, what, kind, reason in (row.split("\t") for row in rows)}
+        self.known = {tuple(rest[:3]): (became, rest[3]) for became, *rest in known}
+
+    @property
+    def mutants(self):
+        return self.counts["killed"] + self.counts["survived"]
+
+    def take(self):
+        with self.condition:
+            # Any that is open can turn out to be a mutant.
+            self.condition.wait_for(lambda: self.open == 0 or self.mutants + self.open < self.count)
+            taken = next(self.changes, None) if self.mutants < self.count else None
+            self.open += taken is not None
+            return taken
+
+    def judge(self, file, text, change, verdict):
+        """Notes what `verdict()` says of a change, or what an earlier run said."""
+        path, line, what = file.relative_to(repository), text.count("\n", 0, change.start) + 1, one_line(change, text)
+        place = f"{path}:{line}", change.kind, what
+        became, by = self.known.get(place) or verdict()
+        with self.condition:
+            self.open -= 1
+            self.counts[became] += 1
+            if became == "survived":
+                by = self.listed.get((str(path), what), "not listed")
+                self.counts[by] += 1
+                if by == "not listed":
+                    self.unlisted.append(f"{path}\t{what}")
+            print(became, *place, by, sep="\t", flush=True)
+            self.condition.notify_all()
+
+
+def main():
+    arguments = argparse.ArgumentParser(prog="./dev mutate", description=__doc__.splitlines()[0])
+    arguments.add_argument("count", nargs="?", type=int, default=250, help="mutants (250)")
+    arguments.add_argument("seed", nargs="?", type=int, default=random.SystemRandom().randrange(10**6))
+    arguments.add_argument("--kinds", help="only these kinds of changes, like comparison,has-bit")
+    arguments.add_argument("--files", default="", help="only files with this in their path")
+    arguments.add_argument("--jobs", type=int, default=os.cpu_count())
+    arguments.add_argument("--known", type=pathlib.Path, help="what a run of the same seed printed until it was ended")
+    given = arguments.parse_args()
+
+    trial = Trial(Build(repository / "build/mutation"))
+    changes = all_changes(given.files, given.kinds and given.kinds.split(","))
+    print(f"mutate: {given.count} mutants of {len(changes)} changes, with seed {given.seed}", flush=True)
+    random.Random(given.seed).shuffle(changes)
+    rows = [row.split("\t") for row in given.known.read_text().splitlines()] if given.known else []
+    sample = Sample(changes, given.count, [row for row in rows if len(row) == 5])
+
+    def work(folder):
+        while (taken := sample.take()) is not None:
+            file, text, change = taken
+            changed = text[: change.start] + change.new + text[change.end :]
+            sample.judge(*taken, lambda: trial.verdict(Mutant(trial.build, folder, file, changed)))
+
+    with concurrent.futures.ThreadPoolExecutor(given.jobs) as pool:
+        folders = [trial.build.folder / f"mutants/{number}" for number in range(given.jobs)]
+        for _ in pool.map(work, folders):
+            pass
+
+    counts = sample.counts
+    share = counts["killed"] / max(sample.mutants - counts["same"], 1)
+    print(
+        f"mutate: {sample.mutants} mutants, {counts['killed']} killed, {counts['survived']} survived, of which"
+        f" {counts['same']} make no difference: {counts['killed'] / max(sample.mutants, 1):.1%} of all are killed, and"
+        f" {share:.1%} of those that make a difference; besides, {counts['not compiled']} changes do not compile and"
+        f" {counts['same code']} give the same code"
+    )
+    if sample.unlisted:
+        print("mutate: survivors that survivors.tsv does not have:", *sample.unlisted, sep="\n")
+    sys.exit(share < LEAST_KILLED or bool(sample.unlisted))
+
+
+if __name__ == "__main__":
+    main()
