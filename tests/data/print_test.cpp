@@ -154,6 +154,7 @@ TEST(TextWriter, writes_a_variant_without_a_value_as_none)
 {
     struct Failing {
         [[noreturn]] explicit Failing(int /*number*/) { throw std::domain_error("no value"); }
+        std::string text; // what copies without throwing would leave the old value in place
     };
     std::variant<php::SourceLocation, Failing> variant(php::SourceLocation(QStringLiteral("a"), 1, 2));
     EXPECT_THROW(variant.emplace<Failing>(1), std::domain_error);
