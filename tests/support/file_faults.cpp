@@ -60,12 +60,12 @@ std::string FileFaults::text() const
 
 FileFaults FileFaults::from(std::string const &text)
 {
-    FileFaults faults;
+    FileFaults given;
     std::istringstream words(text);
-    for (auto *calls : {&faults.reads, &faults.opens})
+    for (auto *calls : {&given.reads, &given.opens})
         words >> calls->first >> calls->last >> calls->error;
-    words >> faults.interrupted >> faults.piece;
-    return faults;
+    words >> given.interrupted >> given.piece;
+    return given;
 }
 
 FailingFiles::FailingFiles(FileFaults const &given)
