@@ -153,7 +153,8 @@ Shape const shapes[] = {
     {"bytes_that_are_no_text", "text of bytes that are not UTF-8", 4,
      [] {
          PhpReport report;
-         report.mutable_rinit()->mutable_request()->mutable_post_data()->set_text_0(std::string(std::size_t(10) * many, '\xff'));
+         report.mutable_rinit()->mutable_request()->mutable_post_data()->set_text_0(
+             std::string(std::size_t(10) * many, '\xff'));
          return report.SerializeAsString();
      },
      peaks<php::detail::PostData, PhpReport>},
