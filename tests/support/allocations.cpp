@@ -125,7 +125,7 @@ std::vector<void const *> tarnwick::test::noted_frees()
 
 // The functions below stand in front of those of the C library, or of a sanitizer that has taken their place, for every
 // library of the process. Those are reached by their other names.
-#if defined(__SANITIZE_ADDRESS__) || defined(TARNWICK_BEFORE_THREAD_SANITIZER)
+#ifdef TARNWICK_BEFORE_SANITIZER
 #define TARNWICK_BEHIND(function) __interceptor_##function
 #else
 #define TARNWICK_BEHIND(function) __libc_##function

@@ -240,6 +240,9 @@ INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, testing::ValuesIn(all_commands()), b
 // it is told, and nothing is printed that is not so.
 TEST(Descriptors, that_run_out_are_told)
 {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "undefined-behaviour checks take descriptors themselves";
+#endif
     Frame frame;
     frame.set_request_id(1);
     frame.set_rpc_data("bytes");
