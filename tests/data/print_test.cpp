@@ -150,6 +150,19 @@ TEST(TextWriter, writes_the_alternative_that_a_variant_holds)
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
 }
 
+TEST(TextWriter, separates_a_record_without_fields_from_what_follows)
+{
+    TextWriter writer;
+    writer.begin_list();
+    for (int record = 0; record < 2; ++record) {
+        writer.item();
+        writer.begin_record("Empty");
+        writer.end_record();
+    }
+    writer.end_list();
+    EXPECT_EQ(writer.line(), "[Empty{}, Empty{}]");
+}
+
 TEST(TextWriter, writes_a_variant_without_a_value_as_none)
 {
     struct Failing {
