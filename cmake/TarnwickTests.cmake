@@ -1,6 +1,8 @@
 # Options of tests and of what they share.
 function(tarnwick_test_sources target)
     tarnwick_own_sources(${target})
+    # Tables of cases have one name in all of them.
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
     # To optimise the tests takes longer than to run them, unless they are run millions of times.
     if(NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -O0)
@@ -30,7 +32,5 @@ function(tarnwick_test name)
     add_executable(${name} ${sources})
     tarnwick_test_sources(${name})
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
-    # Tables of cases have one name in all of them.
-    set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
     add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
 endfunction()
