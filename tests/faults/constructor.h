@@ -1,6 +1,7 @@
 #pragma once
 
 #include "faults/allocation_faults.h"
+#include "faults/made.h"
 #include "faults/message_filler.h"
 #include "support/told.h"
 
@@ -41,30 +42,6 @@ struct Constructor {
 /// something is violated. That there is no fault at all is a violation too, and a field that was never filled or never
 /// absent.
 AllocationFaults fail_all_shapes(Constructor const &constructor, std::size_t faults_wanted);
-
-template <class Record>
-struct ClassOf {
-    using Type = Record;
-};
-
-template <class Record>
-    requires std::is_base_of_v<QSharedData, typename Record::Type>
-struct ClassOf<Record> {
-    using Type = Record::Type;
-};
-
-/// The class whose constructor is meant: of a handle, the payload.
-template <class Record>
-using class_of_t = ClassOf<Record>::Type;
-
-template <class Record, class... Arguments>
-Record made(Arguments &&...arguments)
-{
-    if constexpr (std::is_same_v<class_of_t<Record>, Record>)
-        return Record(std::forward<Arguments>(arguments)...);
-    else
-        return Record(new class_of_t<Record>(std::forward<Arguments>(arguments)...));
-}
 
 inline constexpr auto told = [](auto const &record) { return data::to_text(record); };
 

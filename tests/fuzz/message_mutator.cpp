@@ -35,14 +35,6 @@ void collect(Message &message, std::vector<Message *> &parts)
     }
 }
 
-/// A message and all in it.
-std::vector<Message *> parts_of(Message &message)
-{
-    std::vector<Message *> parts;
-    collect(message, parts);
-    return parts;
-}
-
 constexpr std::array texts{""sv,
                            "\0"sv,
                            "a\0b"sv,
@@ -72,6 +64,13 @@ constexpr std::array texts{""sv,
                            "SELECT 1"sv};
 
 } // namespace
+
+std::vector<Message *> parts_of(Message &message)
+{
+    std::vector<Message *> parts;
+    collect(message, parts);
+    return parts;
+}
 
 void MessageMutator::mutate(Message &message)
 {

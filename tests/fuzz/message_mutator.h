@@ -7,8 +7,12 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tarnwick::fuzz {
+
+/// A message and all in it.
+std::vector<google::protobuf::Message *> parts_of(google::protobuf::Message &message);
 
 /// Changes messages of any class by reflection, so that what comes out is a message still: fields are set, cleared,
 /// repeated, put in another order, copied from elsewhere in the message, into themselves too. Texts become what is no

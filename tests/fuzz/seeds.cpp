@@ -2,6 +2,7 @@
 // folder for each target. Which of them are committed, the fuzzers chose (`-merge=1`).
 
 #include "fuzz/message_inputs.h"
+#include "fuzz/message_mutator.h"
 
 #include "faults/constructors.h"
 #include "faults/message_filler.h"
@@ -25,7 +26,6 @@
 
 namespace {
 
-using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 using tarnwick::capture::v1::Frame;
 using tarnwick::fuzz::MessageInputs;
@@ -106,24 +106,15 @@ public:
 
 private:
     /// A message and those in it, where records are made of them.
-    void write_all_in(Message const &message) const
+    void write_all_in(Message &message) const
     {
-        std::string_view const name(message.GetDescriptor()->full_name());
-        auto const input = MessageInputs::input_of(message);
-        if (prototypes_.contains(name))
-            write(name.starts_with("tarnwick.rpc") ? "rpc_reports" : "protobuf_reports", input);
-        if (name.ends_with(".ZVal"))
-            write("bridge", input);
-        auto const &reflection = *message.GetReflection();
-        std::vector<FieldDescriptor const *> fields;
-        reflection.ListFields(message, &fields);
-        for (auto const *field : fields) {
-            if (field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE)
-                continue;
-            if (!field->is_repeated())
-                write_all_in(reflection.GetMessage(message, field));
-            for (int i = 0; field->is_repeated() && i < reflection.FieldSize(message, field); ++i)
-                write_all_in(reflection.GetRepeatedMessage(message, field, i));
+        for (auto const *part : tarnwick::fuzz::parts_of(message)) {
+            std::string_view const name(part->GetDescriptor()->full_name());
+            auto const input = MessageInputs::input_of(*part);
+            if (prototypes_.contains(name))
+                write(name.starts_with("tarnwick.rpc") ? "rpc_reports" : "protobuf_reports", input);
+            if (name.ends_with(".ZVal"))
+                write("bridge", input);
         }
     }
 
