@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -96,7 +97,7 @@ TEST(ConfigFiles, have_one_parent_on_all_threads)
     EXPECT_EQ(right, threads * loads);
 }
 
-// In a process of its own: the pattern of references is made by the first who needs it.
+// In a process of its own: what is made once for all files is made by the first who needs it.
 TEST(ConfigFilesDeathTest, may_be_read_first_on_all_threads)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -109,6 +110,26 @@ TEST(ConfigFilesDeathTest, may_be_read_first_on_all_threads)
             bool const same = std::ranges::all_of(tables, [&](auto const &table) { return table == tables.front(); });
             // NOLINTNEXTLINE(concurrency-mt-unsafe): the other threads have ended
             std::exit(same && tables.front().size() == 6 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// A load takes the log's lock, which puts threads in order that happen to come after each other. Nothing does here.
+TEST(ConfigFilesDeathTest, may_look_for_references_first_on_all_threads)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            ConfigFile const config(QString(u"f.conf"), QString());
+            std::atomic<std::size_t> found = 0;
+            on_threads([&](std::size_t) {
+                QString name;
+                std::optional<QString> default_value;
+                found += config.is_var(QString(u"${app.host:-none}"), name, default_value) && name == u"app.host" &&
+                         default_value == u"none";
+            });
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): the other threads have ended
+            std::exit(found == threads ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }
