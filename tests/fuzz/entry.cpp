@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *data, std::size_t size, std::size_t max_size);
 
@@ -25,8 +24,7 @@ std::size_t written(std::string const &result, std::uint8_t *data, std::size_t s
 {
     if (result.size() > max_size || result.empty())
         return size;
-    std::memcpy(data, result.data(), result.size());
-    return result.size();
+    return result.copy(reinterpret_cast<char *>(data), result.size());
 }
 
 } // namespace
@@ -57,6 +55,5 @@ extern "C" std::size_t LLVMFuzzerCustomCrossOver(std::uint8_t const *data, std::
     auto const crossed = target.crossed(view(data, size), view(other, other_size), seed);
     if (crossed.size() > max_size)
         return 0;
-    std::memcpy(out, crossed.data(), crossed.size());
-    return crossed.size();
+    return crossed.copy(reinterpret_cast<char *>(out), crossed.size());
 }
