@@ -12,7 +12,6 @@
 #include <tarnwick/rpc/php/v1/zval.pb.h>
 
 #include <QtCore/QDateTime>
-#include <QtCore/QSet>
 #include <QtCore/QVariant>
 
 #include <algorithm>
@@ -201,29 +200,38 @@ std::int64_t read_back(std::int64_t milliseconds)
     return whole * 1'000 + (rest < 0 ? rest + 1'000 : rest);
 }
 
-bool reads_back(QVariant const &written, QVariant const &read);
-
-/// Of keys that are one without their byte-order marks, one has the place.
-bool reads_back(QVariantMap const &written, QVariantMap const &read)
+/// As what a text of JSON can read back: where it begins with a byte-order mark, that may be lost.
+bool is_json_text(QString const &read, QString const &written)
 {
-    QSet<QString> keys;
-    QSet<QString> found;
-    for (auto const &[key, value] : written.asKeyValueRange()) {
-        auto const read_key = QStringView(naive_text(utf8(key))).toString(); // fromStdU16String would drop another mark
-        keys.insert(read_key);
-        auto const place = read.find(read_key);
-        if (place != read.end() && reads_back(value, *place))
-            found.insert(read_key);
-    }
-    return found == keys && read.size() == found.size();
+    return read == written || (written.startsWith(QChar::ByteOrderMark) && read == QStringView(written).mid(1));
 }
 
-/// Texts are decoded once more, at every depth; all else stays as it is, though a number of JSON can change its type.
+bool reads_back(QVariant const &written, QVariant const &read);
+
+/// Of keys that become one by that, one has the place.
+bool reads_back(QVariantMap const &written, QVariantMap const &read)
+{
+    auto const entries = written.asKeyValueRange();
+    auto const read_entries = read.asKeyValueRange();
+    return std::ranges::all_of(entries,
+                               [&](auto const &entry) {
+                                   return std::ranges::any_of(read_entries, [&](auto const &other) {
+                                       return is_json_text(other.first, entry.first);
+                                   });
+                               }) &&
+           std::ranges::all_of(read_entries, [&](auto const &other) {
+               return std::ranges::any_of(entries, [&](auto const &entry) {
+                   return is_json_text(other.first, entry.first) && reads_back(entry.second, other.second);
+               });
+           });
+}
+
+/// What JSON holds, at every depth: all but its texts is as it was, though a number can change its type.
 bool reads_back(QVariant const &written, QVariant const &read)
 {
     switch (read.typeId() == written.typeId() ? written.typeId() : QMetaType::UnknownType) {
     case QMetaType::QString:
-        return is_text(read.toString(), utf8(written.toString()));
+        return is_json_text(read.toString(), written.toString());
     case QMetaType::QVariantMap:
         return reads_back(written.toMap(), read.toMap());
     case QMetaType::QVariantList: {
