@@ -298,6 +298,21 @@ TEST(ConfigFile, can_be_kept_and_handed_on)
     EXPECT_EQ(moved.prefix(), QString(u"app."));
 }
 
+TEST(ConfigFile, can_take_the_place_of_another)
+{
+    ConfigFolder const folder;
+    auto const file = q(folder.write("f.conf", "app.a = 1\nother.b = 2\n"));
+    auto const app = ConfigFile::load(file, QString(u"app"));
+    auto config = ConfigFile::load(file, QString(u"other"));
+    EXPECT_EQ(table(config), Texts{"b=2"});
+    config = app;
+    EXPECT_EQ(table(config), Texts{"a=1"});
+    config = ConfigFile::load(file, QString(u"other"));
+    EXPECT_EQ(table(config), Texts{"b=2"});
+    EXPECT_EQ(config.prefix(), QString(u"other."));
+    EXPECT_EQ(table(app), Texts{"a=1"});
+}
+
 struct MergeCase {
     char const *name;
     Texts own;
