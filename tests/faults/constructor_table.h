@@ -63,8 +63,8 @@ concept TransportMessage = std::is_same_v<Message, zeromq::msg_t> || std::is_sam
 /// All that is in a `PelorinPHP::StackTrace`.
 using FrameList = google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame>;
 
-/// Calls `visit(Of<Record, Message>(), name, arguments...)` for each constructor, in both dialects, with the arguments that
-/// stand behind the message.
+/// Calls `visit(Of<Record, Message>(), name, arguments...)` for each constructor, in both dialects, with the arguments
+/// that stand behind the message.
 template <class Visit>
 void visit_constructors(Visit const &visit)
 {

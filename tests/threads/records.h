@@ -50,8 +50,8 @@ enum class Source {
     bytes,       ///< which each call parses for itself
 };
 
-/// For each constructor of a record that has a handle, what makes it of a message that was filled by that number. The functions can
-/// be called on several threads at once.
+/// For each constructor of a record that has a handle, what makes it of a message that was filled by that number. The
+/// functions can be called on several threads at once.
 std::vector<std::function<Record()>> constructors(std::uint32_t shape, Source source = Source::one_message);
 
 } // namespace tarnwick::test
