@@ -135,9 +135,9 @@ void visit_constructors(Visit const &visit)
     visit(Of<codetrace::Header, CodetraceReport>(), "Header_rpc");
     visit(Of<codetrace::Header, CT::Header>(), "Header_protobuf", id);
     visit(Of<codetrace::Data, zeromq::msg_t>(), "Data_rpc", id);
-    visit(Of<codetrace::Data, ZMQ::Message>(), "Data_protobuf", id, 3L);
+    visit(Of<codetrace::Data, ZMQ::Message>(), "Data_protobuf", id, chunk_skip);
     visit(Of<codetrace::AddData, zeromq::msg_t>(), "AddData_rpc", id);
-    visit(Of<codetrace::AddData, ZMQ::Message>(), "AddData_protobuf", id, 3L);
+    visit(Of<codetrace::AddData, ZMQ::Message>(), "AddData_protobuf", id, chunk_skip);
     visit(Of<glimmet::Functions, GlimmetReport>(), "Functions_rpc");
     visit(Of<glimmet::Functions, Glimmet::Functions>(), "Functions_protobuf", id);
     visit(Of<glimmet::FunctionStats, rpc::glimmet::v1::Function>(), "FunctionStats_rpc");

@@ -7,6 +7,9 @@
 
 namespace tarnwick::test {
 
+/// What stands in front of a chunk of the protobuf dialect, as its records are told here.
+inline constexpr long chunk_skip = 3; // bytes
+
 template <class Record>
 struct ClassOf {
     using Type = Record;

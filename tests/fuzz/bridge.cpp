@@ -251,6 +251,13 @@ void hold_read_back(QVariant const &value, QVariant const &read)
 {
     constexpr auto row = "a value that is written reads back as the table says";
     switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return hold(read.typeId() == QMetaType::LongLong && read.toLongLong() == value.toLongLong(), row);
+    case QMetaType::Float:
+        return hold(!read.isValid(), row);
     case QMetaType::Double:
         return hold(read.typeId() == QMetaType::Double && is_same(value.toDouble(), read.toDouble()), row);
     case QMetaType::QString: {
@@ -271,12 +278,41 @@ void hold_read_back(QVariant const &value, QVariant const &read)
     }
 }
 
+/// The value as `QVariant`, or as the list or map that is in it.
+template <class Message, class Value>
+void check_way_back_of(QVariant const &value, Value const &written)
+{
+    Message message;
+    to_protobuf_zval(message, written);
+    hold_read_back<Message>(value, qvariant_from_protobuf_zval(message));
+}
+
 template <class Message>
 void check_way_back(QVariant const &value)
 {
-    Message message;
-    to_protobuf_zval(message, value);
-    hold_read_back<Message>(value, qvariant_from_protobuf_zval(message));
+    check_way_back_of<Message>(value, value);
+    switch (value.typeId()) {
+    case QMetaType::LongLong:
+        for (auto const type : {QMetaType::Int, QMetaType::UInt, QMetaType::ULongLong}) {
+            auto other = value;
+            if (other.convert(QMetaType(type)))
+                check_way_back_of<Message>(other, other);
+        }
+        break;
+    case QMetaType::Double: {
+        auto const other = QVariant::fromValue(static_cast<float>(value.toDouble()));
+        check_way_back_of<Message>(other, other);
+        break;
+    }
+    case QMetaType::QVariantList:
+        check_way_back_of<Message>(value, value.toList());
+        break;
+    case QMetaType::QVariantMap:
+        check_way_back_of<Message>(value, value.toMap());
+        break;
+    default:
+        break;
+    }
 }
 
 template <class Message>

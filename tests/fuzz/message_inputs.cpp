@@ -2,6 +2,8 @@
 
 #include "fuzz/message_mutator.h"
 
+#include <record_feed.h>
+
 #include <google/protobuf/io/coded_stream.h>
 
 namespace tarnwick::fuzz {
@@ -10,10 +12,9 @@ using google::protobuf::Message;
 
 bool parse(std::string_view bytes, Message &message)
 {
-    constexpr int max_depth = 1600;
     google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(bytes.data()),
                                                   static_cast<int>(bytes.size()));
-    stream.SetRecursionLimit(max_depth);
+    stream.SetRecursionLimit(program::RecordFeed::max_depth);
     return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarnwick::fuzz {
 
@@ -19,6 +20,8 @@ struct Target {
     std::string (*mutated)(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes);
     /// The input, with something of the other in it.
     std::string (*crossed)(std::string_view input, std::string_view other, std::uint32_t seed);
+    /// What inputs can be of, which is their first line. Each must have one among the committed inputs.
+    std::vector<std::string_view> (*classes)() = [] { return std::vector<std::string_view>(); };
 };
 
 extern Target const rpc_reports;
