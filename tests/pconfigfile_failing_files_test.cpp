@@ -134,5 +134,25 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_list
                               name, name == some ? "conf" : "none"));
 }
 
+TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed_to_its_end)
+{
+    for (auto const *name : {"a", "b", "c"})
+        folder.write(fmt::format("conf.d/{}.conf", name), fmt::format("{} = 1\n", name));
+    auto const some = folder.write("some.conf", "include = conf.d/*.conf\n");
+    std::size_t entry = 1;
+    for (;; ++entry) {
+        FailingFiles const failing({.entries = {entry, FileFaults::from_then_on, EIO}});
+        std::optional<ConfigFile> config;
+        auto const text = failure_of([&] { config = ConfigFile::load(q(some), QString()); });
+        if (failing.met() == 0) {
+            EXPECT_EQ(table(config.value()), (Texts{"a=1", "b=1", "c=1"}));
+            break;
+        }
+        EXPECT_EQ(text, fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:1\n\tInput/output error", some))
+            << "entry " << entry;
+    }
+    EXPECT_GT(entry, 5U);
+}
+
 } // namespace
 } // namespace tarnwick::test

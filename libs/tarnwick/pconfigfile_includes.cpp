@@ -12,10 +12,9 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-#include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <dirent.h>
+#include <filesystem>
 #include <string>
 #include <system_error>
 
@@ -47,16 +46,17 @@ void refuse_depth_without_stack(ConfigFile const *including)
         throw PException("too many includes in each other");
 }
 
-/// Why a folder cannot be listed, where that is for lack of something: to QDir such a folder has no files. Nothing of a
-/// folder that is not there, or closed to us: it has none for us.
+/// Why a folder cannot be listed to its end, where that is for lack of something: QDir takes what it got until then for
+/// all there is. Nothing of a folder that is not there, or closed to us: it has no files for us.
 std::string lack_at_listing(QString const &folder)
 {
-    if (auto *const listing = ::opendir(QFile::encodeName(folder).constData()); listing != nullptr) {
-        ::closedir(listing);
-        return {};
-    }
-    bool const is_lack = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == EIO;
-    return is_lack ? std::generic_category().message(errno) : std::string();
+    std::error_code error;
+    std::filesystem::directory_iterator entry(QFile::encodeName(folder).toStdString(), error);
+    while (!error && entry != std::filesystem::directory_iterator())
+        entry.increment(error);
+    bool const is_lack = error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system ||
+                         error == std::errc::not_enough_memory || error == std::errc::io_error;
+    return is_lack ? error.message() : std::string();
 }
 
 } // namespace
@@ -73,10 +73,9 @@ void ConfigFile::include_file(QString include)
     folder.setFilter(QDir::Files);
     folder.setSorting(QDir::Name);
     auto entries = folder.entryInfoList();
-    if (entries.isEmpty()) {
-        if (auto const lack = lack_at_listing(folder.path()); !lack.empty())
-            throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, file_path_, line_no_, lack));
-        // What was lacking may be there again by now.
+    if (auto const lack = lack_at_listing(folder.path()); !lack.empty())
+        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, file_path_, line_no_, lack));
+    if (entries.isEmpty()) { // What was lacking may be there again by now.
         folder.refresh();
         entries = folder.entryInfoList();
     }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sstream>
 #include <sys/syscall.h>
@@ -21,6 +23,7 @@ struct Count {
 };
 thread_local constinit Count reads;
 thread_local constinit Count opens;
+thread_local constinit Count entries;
 
 /// Whether a call meets a fault; `errno` says which, 0 being the end of the file.
 bool fails(Count &count, FileFaults::Calls const &failing)
@@ -47,12 +50,22 @@ int opened(char const *name, int flags, unsigned int mode)
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, name, flags, mode));
 }
 
+using Readdir = dirent64 *(DIR *);
+
+dirent64 *entry_of(DIR *listing)
+{
+    static auto *const next = reinterpret_cast<Readdir *>(::dlsym(RTLD_NEXT, "readdir64"));
+    if (faults != nullptr && fails(entries, faults->entries))
+        return nullptr;
+    return next(listing);
+}
+
 } // namespace
 
 std::string FileFaults::text() const
 {
     std::ostringstream text;
-    for (auto const &calls : {this->reads, this->opens})
+    for (auto const &calls : {this->reads, this->opens, this->entries})
         text << calls.first << ' ' << calls.last << ' ' << calls.error << ' ';
     text << interrupted << ' ' << piece;
     return text.str();
@@ -62,7 +75,7 @@ FileFaults FileFaults::from(std::string const &text)
 {
     FileFaults given;
     std::istringstream words(text);
-    for (auto *calls : {&given.reads, &given.opens})
+    for (auto *calls : {&given.reads, &given.opens, &given.entries})
         words >> calls->first >> calls->last >> calls->error;
     words >> given.interrupted >> given.piece;
     return given;
@@ -74,6 +87,7 @@ FailingFiles::FailingFiles(FileFaults const &given)
     current = given;
     reads = {};
     opens = {};
+    entries = {};
     test::met = 0;
     faults = &current;
 }
@@ -126,5 +140,16 @@ int open64(char const *name, int flags, ...)
     return tarnwick::test::opened(name, flags, mode);
 }
 // NOLINTEND(cert-dcl50-cpp)
+
+dirent64 *readdir64(DIR *listing)
+{
+    return tarnwick::test::entry_of(listing);
+}
+
+dirent *readdir(DIR *listing)
+{
+    static_assert(sizeof(dirent) == sizeof(dirent64));
+    return reinterpret_cast<dirent *>(tarnwick::test::entry_of(listing));
+}
 
 } // extern "C"

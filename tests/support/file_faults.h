@@ -6,7 +6,7 @@
 
 namespace tarnwick::test {
 
-/// What goes wrong when files are opened and read.
+/// What goes wrong when files are opened and read, and folders listed.
 struct FileFaults {
     static constexpr std::size_t from_then_on = std::numeric_limits<std::size_t>::max();
 
@@ -19,6 +19,7 @@ struct FileFaults {
 
     Calls reads = {};                 // NOLINT(readability-redundant-member-init): designators leave it out
     Calls opens = {};                 // NOLINT(readability-redundant-member-init)
+    Calls entries = {};               // NOLINT(readability-redundant-member-init)
     bool interrupted = false;         ///< each call comes back with EINTR before it does anything
     std::size_t piece = from_then_on; ///< the most bytes that a read gives
 
