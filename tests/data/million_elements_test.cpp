@@ -4,18 +4,25 @@
 #include <tarnwick/data/glimmet/sql_queries.h>
 #include <tarnwick/data/glimmet/storage.h>
 #include <tarnwick/data/php/pelorin_array.h>
+#include <tarnwick/data/php/request_headers.h>
+#include <tarnwick/data/php/response_headers.h>
 #include <tarnwick/data/php/stack_trace.h>
+#include <tarnwick/data/php/superglobals.h>
 
 #include "support/by_name.h"
 #include "support/small_stack.h"
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
+#include <pelorin/protobuf/Glimmet/headers.pb.h>
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <pelorin/protobuf/Glimmet/superglobals.pb.h>
+#include <pelorin/protobuf/Monitor/superglobals.pb.h>
 #include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
 #include <tarnwick/rpc/php/v1/function.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 #include <google/protobuf/arena.h>
 
@@ -32,8 +39,10 @@ namespace tarnwick::data {
 namespace {
 
 namespace Glimmet = pelorin::protobuf::Glimmet;
+namespace Monitor = pelorin::protobuf::Monitor;
 namespace PelorinPHP = pelorin::protobuf::PelorinPHP;
 using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
+using PhpReport = rpc::php::v1::NotifyRequest;
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::uint32_t many = 100'000;
@@ -106,9 +115,17 @@ constexpr auto queries = [](glimmet::SqlQueries const &record) {
 constexpr auto trace = [](php::StackTrace const &record) {
     return in_place(record.frames(), [](auto const &frame) { return frame.frame_number(); });
 };
-constexpr auto keys = [](php::PelorinArray const &record) {
-    return in_place(record->elements(),
-                    [](auto const &element) { return std::get<std::int64_t>(element.first->value()); });
+/// The number that the key of an element is, or that its text is.
+constexpr auto number_of_key = [](std::pair<php::ZVal, php::ZVal> const &element) {
+    auto const &key = element.first->value();
+    auto const *const text = std::get_if<std::string>(&key);
+    return text != nullptr ? std::stoll(*text) : std::get<std::int64_t>(key);
+};
+constexpr auto keys = [](php::PelorinArray const &record) { return in_place(record->elements(), number_of_key); };
+constexpr auto headers = [](auto const &record) { return keys(record->headers()); };
+constexpr auto groups = [](php::Superglobals const &record) { return keys(record->values()); };
+constexpr auto entries = [](php::Superglobals const &record) {
+    return keys(std::get<php::PelorinArray>(record->values()->elements().front().second->value()));
 };
 constexpr auto connection_table = [](glimmet::SqlConnections const &table) { return in_place(table, by_id); };
 constexpr auto transaction_table = [](glimmet::SqlTransactions const &table) { return in_place(table, by_id); };
@@ -120,7 +137,48 @@ void chain(auto &transaction, std::uint32_t number)
         transaction.set_parent_id(number - 1);
 }
 
+constexpr auto add_line = [](auto &message, std::uint32_t number) {
+    message.add_lines(std::to_string(number) + ": 7");
+};
+constexpr auto add_group = [](auto &message, std::uint32_t number) {
+    message.add_groups()->set_name(std::to_string(number));
+};
+constexpr auto add_entry = [](auto &message, std::uint32_t number) {
+    auto &entry = *(number == 0 ? message.add_groups() : message.mutable_groups(0))->add_entries();
+    entry.set_key(std::to_string(number));
+    if constexpr (requires { entry.mutable_initial_value(); }) // it changed
+        entry.mutable_initial_value();
+};
+
 List const lists[] = {
+    list<php::RequestHeaders, PhpReport>(
+        "request_headers_of_rpc",
+        [](PhpReport &message, std::uint32_t number) {
+            message.mutable_rinit()->mutable_request()->mutable_headers()->add_elements()->set_long_key(number);
+        },
+        headers),
+    list<php::RequestHeaders, Glimmet::RequestHeaders>("request_headers_of_protobuf", add_line, headers, id),
+    list<php::ResponseHeaders, PhpReport>(
+        "response_headers_of_rpc",
+        [](PhpReport &message, std::uint32_t number) {
+            message.mutable_rshutdown()->mutable_response()->mutable_headers()->add_elements()->set_long_key(number);
+        },
+        headers),
+    list<php::ResponseHeaders, Glimmet::ResponseHeaders>("response_headers_of_protobuf", add_line, headers, id),
+    list<php::Superglobals, PhpReport>(
+        "superglobals_of_rpc",
+        [](PhpReport &message, std::uint32_t number) {
+            message.mutable_rinit()->mutable_superglobals()->add_elements()->set_long_key(number);
+        },
+        groups, php::Superglobals::init_t()),
+    list<php::Superglobals, Monitor::Superglobals>("superglobals_of_a_monitor", add_group, groups, id),
+    list<php::Superglobals, Monitor::Superglobals>("entries_of_a_superglobal_of_a_monitor", add_entry, entries, id),
+    list<php::Superglobals, Glimmet::Superglobals>("superglobals_of_a_profiler", add_group, groups, id,
+                                                   php::Superglobals::init_t()),
+    list<php::Superglobals, Glimmet::Superglobals>("entries_of_a_superglobal_at_the_start", add_entry, entries, id,
+                                                   php::Superglobals::init_t()),
+    list<php::Superglobals, Glimmet::Superglobals>("entries_of_a_superglobal_that_changed", add_entry, entries, id,
+                                                   php::Superglobals::change_t()),
     list<glimmet::Functions, GlimmetReport>(
         "functions_of_rpc",
         [](GlimmetReport &message, std::uint32_t number) {
@@ -143,8 +201,15 @@ List const lists[] = {
             message.add_entries()->set_name(std::to_string(number));
         },
         storage, id),
+    list<glimmet::Storage, GlimmetReport>(
+        "values_of_an_entry_of_rpc",
+        [](GlimmetReport &message, std::uint32_t number) {
+            auto &sent = *message.mutable_storage();
+            (number == 0 ? sent.add_entries() : sent.mutable_entries(0))->add_values(std::to_string(number));
+        },
+        values),
     list<glimmet::Storage, Glimmet::Storage>(
-        "values_of_an_entry",
+        "values_of_an_entry_of_protobuf",
         [](Glimmet::Storage &message, std::uint32_t number) {
             (number == 0 ? message.add_entries() : message.mutable_entries(0))->add_values(std::to_string(number));
         },
