@@ -14,13 +14,13 @@ inline constexpr std::size_t small_stack = std::size_t{256} * 1024;
 inline constexpr std::size_t small_stack = std::size_t{2} * 1024 * 1024;
 #endif
 
-/// Runs an action on a thread of its own that has a stack of 256 KiB.
+/// Runs an action on a thread of its own that has such a stack, or one of another size.
 template <class Action>
-void on_small_stack(Action action)
+void on_small_stack(Action action, std::size_t stack = small_stack)
 {
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, small_stack), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack), 0);
     pthread_t thread{};
     auto const run = [](void *given) -> void * {
         (*static_cast<Action *>(given))();

@@ -1,0 +1,87 @@
+// JSON as deep as Qt reads it: made a value, written into a message and released. Qt calls itself for each level, and takes
+// somewhat less than 512 KiB of stack for the deepest.
+
+#include "support/by_name.h"
+#include "support/small_stack.h"
+
+#include <tarnwick/tarnwick_utils.h>
+
+#include <tarnwick/rpc/php/v1/zval.pb.h>
+
+#include <google/protobuf/arena.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QVariant>
+
+#include <ostream>
+#include <string>
+
+namespace tarnwick::test {
+namespace {
+
+using rpc::php::v1::ZVal;
+
+constexpr int deepest = 1024; // levels, as Qt has it
+constexpr auto stack = 2 * small_stack;
+
+/// How values lie in each other: what opens and closes a level.
+struct Nesting {
+    char const *name;
+    std::string open;
+    std::string close;
+
+    friend void PrintTo(Nesting const &row, std::ostream *out) { *out << row.name; }
+};
+
+class JsonDepth : public testing::TestWithParam<Nesting> {
+protected:
+    static std::string json(int depth)
+    {
+        std::string text;
+        for (int level = 0; level < depth; ++level)
+            text += GetParam().open;
+        text += "7";
+        for (int level = 0; level < depth; ++level)
+            text += GetParam().close;
+        return text;
+    }
+
+    static ZVal message(int depth)
+    {
+        ZVal message;
+        message.set_json_value(json(depth));
+        return message;
+    }
+};
+
+TEST_P(JsonDepth, up_to_what_qt_reads_fits_a_small_stack)
+{
+    auto const sent = message(deepest);
+    std::string written;
+    on_small_stack(
+        [&] {
+            google::protobuf::Arena arena;
+            auto &target = *google::protobuf::Arena::Create<ZVal>(&arena);
+            PelorinPHPX::to_protobuf_zval(target, PelorinPHPX::qvariant_from_protobuf_zval(sent));
+            written = target.json_value();
+        },
+        stack);
+    EXPECT_EQ(written, sent.json_value());
+}
+
+TEST_P(JsonDepth, beyond_that_is_no_value)
+{
+    for (auto const depth : {deepest + 1, deepest + 2, 1'000'000}) {
+        auto const sent = message(depth);
+        bool is_valid = true;
+        on_small_stack([&] { is_valid = PelorinPHPX::qvariant_from_protobuf_zval(sent).isValid(); }, stack);
+        EXPECT_FALSE(is_valid) << depth;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, JsonDepth,
+                         testing::Values(Nesting{"arrays", "[", "]"}, Nesting{"objects", R"({"k":)", "}"}), by_name);
+
+} // namespace
+} // namespace tarnwick::test
