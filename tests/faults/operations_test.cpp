@@ -13,6 +13,7 @@
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/print.h>
 #include <tarnwick/pconfigfile.h>
+#include <tarnwick/pexception.h>
 #include <tarnwick/tarnwick_utils.h>
 
 #include <fmt/format.h>
@@ -174,6 +175,29 @@ AllocationFaults session_as_text(std::uint32_t shape)
     return fail_each_allocation(Operation{nothing, [&](auto) { return session.user_as_string(); }, told_text});
 }
 
+/// A file of a few values, more for a later shape.
+ConfigFile config_of_shape(std::uint32_t shape)
+{
+    ConfigFile config{QString(), QString()};
+    for (std::uint32_t value = 0; value <= shape; ++value)
+        config.add_value(q(fmt::format("key.{}", value % 7)), q(fmt::format("a value of its own, {}", value)));
+    return config;
+}
+
+/// Asks a configuration file something.
+template <class Ask, class Tell>
+Deed ask(std::string name, Ask asked, Tell tell)
+{
+    return {std::move(name), [=](std::uint32_t shape) {
+                auto const config = config_of_shape(shape);
+                auto const key = q("key.0");
+                return fail_each_allocation(Operation{nothing, [&](auto) { return asked(config, key); }, tell});
+            }};
+}
+
+constexpr auto told_list = [](QStringList const &list) { return list.join(u'\n').toStdString(); };
+constexpr auto told_optional = [](std::optional<QString> const &text) { return text.value().toStdString(); };
+
 /// Every other message holds JSON.
 template <class Message>
 Deed read_variant(std::string name)
@@ -224,6 +248,24 @@ std::vector<Deed> deeds()
         {"Request", request_filled},
         {"Session", session_filled},
         {"Session_user_as_string", session_as_text},
+        ask(
+            "ConfigFile_values", [](auto const &config, auto const &key) { return config.values(key); }, told_list),
+        ask(
+            "ConfigFile_keys", [](auto const &config, auto const & /*key*/) { return config.keys(); }, told_list),
+        ask(
+            "ConfigFile_copy",
+            [](auto const &config, auto const & /*key*/) {
+                auto copy = config;
+                copy.set_file_name(q("/a/file"));
+                return copy;
+            },
+            told_config),
+        ask(
+            "ConfigFile_child", [](auto const &config, auto const &key) { return ConfigFile(config, key).file_path(); },
+            told_text),
+        ask(
+            "ConfigFile_get_var_of_the_environment",
+            [](auto const &config, auto const & /*key*/) { return config.get_var(q("PATH"), {}); }, told_optional),
         read_variant<rpc_php::ZVal>("qvariant_from_protobuf_zval_rpc"),
         read_variant<protobuf_php::ZVal>("qvariant_from_protobuf_zval_protobuf"),
         write_plain_variant<rpc_php::ZVal>("to_protobuf_zval_rpc"),
@@ -261,6 +303,25 @@ AllocationFaults faults_of(Load const &load, Fail const &fail)
     return fail(Operation{nothing, [&](auto) { return ConfigFile::load(file, app); }, told_config});
 }
 
+/// What is told of a file that is refused.
+AllocationFaults faults_of_refusal(Load const &load)
+{
+    ConfigFolder const folder;
+    folder.write("bad.conf", "; comment\nno value\n");
+    folder.write("worse.conf", "include = bad.conf\n");
+    auto const file = q(folder.write("f.conf", load.content));
+    auto const app = q("app");
+    return fail_each_allocation(Operation{nothing,
+                                          [&](auto) -> std::string {
+                                              try {
+                                                  return told_config(ConfigFile::load(file, app));
+                                              } catch (PException const &error) {
+                                                  return error.what();
+                                              }
+                                          },
+                                          told_as_it_is});
+}
+
 constexpr auto in_this_process = [](auto const &operation) { return fail_each_allocation(operation); };
 constexpr auto in_processes = [](auto const &operation) { return fail_each_allocation_in_processes(operation); };
 
@@ -278,6 +339,22 @@ INSTANTIATE_TEST_SUITE_P(, AllocationFaultsInLoading,
                                          Load{"a_value_outside_the_prefix", "another.key = a value\n"},
                                          Load{"an_include", "include = included.conf\n"},
                                          Load{"an_include_in_quotes", "include = \"included.conf\"\n"}),
+                         by_name);
+
+class AllocationFaultsInRefusing : public testing::TestWithParam<Load> {};
+
+TEST_P(AllocationFaultsInRefusing, end_in_bad_alloc_or_in_the_whole_reason)
+{
+    auto const faults = faults_of_refusal(GetParam());
+    EXPECT_THAT(faults.violations, IsEmpty());
+    EXPECT_GT(faults.count, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(, AllocationFaultsInRefusing,
+                         testing::Values(Load{"a_line_without_a_value", "no value\n"},
+                                         Load{"a_file_that_is_not_there", "include = none.conf\n"},
+                                         Load{"a_line_two_includes_deep", "include = worse.conf\n"},
+                                         Load{"a_file_that_includes_itself", "include = f.conf\n"}),
                          by_name);
 
 /// What no caller of Qt or protobuf can survive, as docs/reliability.md lists it.
