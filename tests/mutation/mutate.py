@@ -76,7 +76,12 @@ class Build:
         return pathlib.Path(self.units[output]["file"])
 
     def objects(self, link):
-        return [word for word in link if word in self.units]
+        """Those of a link, and those in the archives that it takes."""
+        objects = [word for word in link if word in self.units]
+        for archive in (pathlib.PurePath(word) for word in link if word.endswith(".a")):
+            folder = f"{archive.parent}/CMakeFiles/{archive.stem.removeprefix('lib')}.dir/"
+            objects += [output for output in self.units if output.startswith(folder)]
+        return objects
 
     def having(self, link, file):
         """Those objects of a link that a source or header goes into."""
@@ -112,8 +117,8 @@ class Mutant:
         return None not in self.objects.values()
 
     def link(self, link, name):
-        """A library or program with the changed objects in front."""
-        changed = [str(self.objects[word]) for word in link if word in self.objects]
+        """A library or program with the changed objects in front, also of those in archives, which then stay there."""
+        changed = [str(self.objects[word]) for word in self.build.objects(link) if word in self.objects]
         words = [word for word in link if word not in self.objects]
         at = words.index("-o")
         words[at : at + 2] = ["-o", str(self.folder / name), *changed]
