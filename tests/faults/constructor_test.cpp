@@ -20,6 +20,10 @@
 #include <stdexcept>
 #include <type_traits>
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace tarnwick::test {
 namespace {
 
@@ -278,6 +282,21 @@ TEST(FaultsInProcesses, show_the_first_that_ends_one)
     EXPECT_THAT(faults.violations, IsEmpty());
     EXPECT_EQ(faults.count, 2U * 2U);
 }
+
+#ifdef __SANITIZE_ADDRESS__
+// Allocations are counted in front of the sanitizer: behind that it must still find what nobody can reach.
+TEST(LeakCheckDeathTest, shows_blocks_that_are_lost)
+{
+    static void *volatile latest;
+    auto const lose = [] {
+        for (int i = 0; i < 100; ++i)
+            latest = std::malloc(100);
+        latest = nullptr;
+        __lsan_do_leak_check();
+    };
+    EXPECT_DEATH(lose(), "detected memory leaks");
+}
+#endif
 
 TEST(ConstructorFaultsDeathTest, show_a_crash)
 {
