@@ -192,6 +192,32 @@ TEST_P(FailingInput, that_is_interrupted_or_gives_a_byte_at_a_time_is_read_whole
 
 INSTANTIATE_TEST_SUITE_P(Of, FailingInput, testing::ValuesIn(readers), by_name);
 
+class FailingListing : public Failing {};
+
+TEST_P(FailingListing, of_the_folder_of_a_wildcard_is_told)
+{
+    for (auto const *name : {"a", "b"})
+        folder.write(fmt::format("conf.d/{}.conf", name), "key.7 = 1\n");
+    folder.write("f.conf", "include = conf.d/*.conf\n");
+    EXPECT_EQ(run(setup()).status, 0);
+    for (auto const entry : {1, 4}) {
+        auto const outcome = among({.entries = {std::size_t(entry), FileFaults::from_then_on, EIO}});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err,
+                    StartsWith(fmt::format(
+                        "Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:1\n\tInput/output error", config)));
+    }
+}
+
+std::vector<Command> config_commands()
+{
+    auto commands = readers;
+    std::erase_if(commands, [](auto const &command) { return command.arguments.front() != "config"; });
+    return commands;
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, FailingListing, testing::ValuesIn(config_commands()), by_name);
+
 class FailingOutput : public Failing {
 protected:
     static void expect_failure(Outcome const &outcome, std::string const &reason)
