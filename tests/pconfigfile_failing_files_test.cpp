@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <sys/resource.h>
+#include <utility>
 
 namespace tarnwick::test {
 namespace {
@@ -134,6 +135,23 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_list
                               name, name == some ? "conf" : "none"));
 }
 
+TEST_F(FailingConfigFile, with_a_wildcard_is_told_whatever_its_folder_lacks)
+{
+    folder.write("conf.d/a.conf", "a = 1\n");
+    auto const some = folder.write("some.conf", "b = 1\ninclude = conf.d/*.conf\n");
+    for (auto const &[error, reason] : {std::pair{EMFILE, "Too many open files"},
+                                        {ENFILE, "Too many open files in system"},
+                                        {ENOMEM, "Cannot allocate memory"},
+                                        {EIO, "Input/output error"}}) {
+        FailingFiles const failing({.entries = {1, FileFaults::from_then_on, error}});
+        EXPECT_EQ(failure(some),
+                  fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:2\n\t{1}", some, reason));
+    }
+    // Closed to us: it has no files for us.
+    FailingFiles const failing({.entries = {1, FileFaults::from_then_on, EACCES}});
+    EXPECT_EQ(loaded(some), Texts{"b=1"});
+}
+
 TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed_to_its_end)
 {
     for (auto const *name : {"a", "b", "c"})
@@ -148,7 +166,8 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_list
             EXPECT_EQ(table(config.value()), (Texts{"a=1", "b=1", "c=1"}));
             break;
         }
-        EXPECT_EQ(text, fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:1\n\tInput/output error", some))
+        EXPECT_EQ(text,
+                  fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:1\n\tInput/output error", some))
             << "entry " << entry;
     }
     EXPECT_GT(entry, 5U);

@@ -195,6 +195,18 @@ TEST(ConfigFile, counts_every_line)
     EXPECT_EQ(config.line_no(), 5);
 }
 
+// A file is read in pieces of 16,384 bytes.
+TEST(ConfigFile, ends_a_line_wherever_a_piece_ends)
+{
+    std::string const key = "a = ";
+    for (std::size_t size = 16'380; size < 16'390; ++size) {
+        for (auto const pieces : {std::size_t{1}, std::size_t{2}}) {
+            auto const value = std::string(pieces * size - key.size() - 1, 'x');
+            EXPECT_EQ(read(key + value + "\nb = 1\n"), (Texts{"a=" + value, "b=1"})) << pieces * size;
+        }
+    }
+}
+
 TEST(ConfigFile, adds_everything_again_when_it_loads_again)
 {
     ConfigFolder const folder;

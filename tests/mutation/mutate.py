@@ -177,22 +177,24 @@ class Trial:
         """The objects whose sources bear the name of a file."""
         return [output for output in self.build.objects(link) if self.build.source(output).stem.startswith(file.stem)]
 
+    def naming(self, link, file):
+        """The objects whose sources include a header by its name."""
+        include = f"#include <{file.relative_to(sources.parent)}>"
+        return [output for output in self.build.having(link, file) if include in self.build.source(output).read_text()]
+
     def steps(self, file):
         """(objects of the library, test program, its objects, its tests): what is tried one after the other"""
         library, tests = self.build.library, self.build.programs[PROGRAMS[0]]
-        names = set()
-        for output in self.near(tests, file):
-            text = self.build.source(output).read_text()
-            names.update(re.findall(r"^(?:TYPED_)?TEST(?:_[FP])?\((\w+),", text, re.MULTILINE))
-        everywhere = self.build.having(library, file)
-        if names:
-            chosen = ":".join(f"{name}.*:*/{name}.*:{name}/*:*/{name}/*" for name in sorted(names))
-            yield (
-                [output for output in self.near(library, file) if output in everywhere] or everywhere,
-                PROGRAMS[0],
-                [output for output in self.near(tests, file) if output in self.build.having(tests, file)],
-                chosen,
-            )
+        everywhere, in_tests = self.build.having(library, file), self.build.having(tests, file)
+        in_library = [output for output in self.near(library, file) if output in everywhere] or everywhere
+        for first, left_out in ((self.near(tests, file), ""), (self.naming(tests, file), QUICK)):
+            names = set()
+            for output in first:
+                text = self.build.source(output).read_text()
+                names.update(re.findall(r"^(?:TYPED_)?TEST(?:_[FP])?\((\w+),", text, re.MULTILINE))
+            if names:
+                chosen = ":".join(f"{name}.*:*/{name}.*:{name}/*:*/{name}/*" for name in sorted(names))
+                yield in_library, PROGRAMS[0], [output for output in first if output in in_tests], chosen + left_out
         for name in PROGRAMS:
             yield everywhere, name, self.build.having(self.build.programs[name], file), QUICK
 

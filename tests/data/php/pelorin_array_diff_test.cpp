@@ -445,6 +445,9 @@ TEST(DiffKeysEquality, of_objects_and_resources_is_the_identity_of_their_parts)
     // Another value that holds the same object.
     EXPECT_TRUE(same_key(an_object, one(std::get<PelorinObject>(an_object->value()))));
     EXPECT_TRUE(same_key(a_resource, one(std::get<PelorinResource>(a_resource->value()))));
+    // Another class or type, and with it other parts.
+    EXPECT_FALSE(same_key(an_object, from_rpc("object_value { class_name: 'D' }")));
+    EXPECT_FALSE(same_key(a_resource, from_rpc("resource_value { type_name: 's' }")));
 }
 
 TEST(DiffKeysEquality, a_key_that_equals_nothing_does_not_even_equal_itself)

@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QVariant>
+
 #include <cstdint>
 #include <type_traits>
 
@@ -30,6 +32,11 @@ TEST(RequestId, takes_all_64_bits_of_the_message)
 TEST(RequestId, of_an_empty_message_is_0)
 {
     EXPECT_EQ(RequestId(rpc::php::v1::RequestId()).id(), 0U);
+}
+
+TEST(RequestId, travels_in_a_variant)
+{
+    EXPECT_EQ(QVariant::fromValue(RequestId(7)).value<RequestId>().id(), 7U);
 }
 
 TEST(RequestId, reads_every_message_field)

@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QVariant>
+
 namespace tarnwick::data::php {
 namespace {
 
@@ -32,6 +34,16 @@ TEST(SourceLocation, of_an_empty_message_has_an_empty_file_that_is_not_null)
     EXPECT_FALSE(location.file().isNull());
     EXPECT_EQ(location.line(), 0U);
     EXPECT_EQ(location.line_extra(), 0U);
+}
+
+TEST(SourceLocation, travels_in_a_variant)
+{
+    auto const variant = QVariant::fromValue(SourceLocation(QStringLiteral("a.php"), 17, 3));
+    auto const *const location = get_if<SourceLocation>(&variant);
+
+    ASSERT_NE(location, nullptr);
+    EXPECT_EQ(location->file(), QStringLiteral("a.php"));
+    EXPECT_EQ(location->line(), 17U);
 }
 
 TEST(SourceLocation, prints_its_fields_in_order)
