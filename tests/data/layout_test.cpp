@@ -21,11 +21,14 @@
 #include <tarnwick/data/php/superglobals.h>
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/text_writer.h>
+#include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
 #include <tarnwick/pexception.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -200,6 +203,7 @@ template struct Layout<
     At<offsetof(PelorinPHPX::ConfigFile, canonical_file_path_), 80>,
     At<offsetof(PelorinPHPX::ConfigFile, prefix_), 104>, At<offsetof(PelorinPHPX::ConfigFile, line_no_), 136>,
     At<offsetof(PelorinPHPX::ConfigFile, values_), 144>, At<offsetof(PelorinPHPX::ConfigFile, observer_), 160>>;
+template struct Layout<PelorinPHPX::ConfigObserver, 8>;
 template struct Layout<PException, 56>;
 template struct Layout<TextWriter, 40, At<offsetof(TextWriter, out_), 0>, At<offsetof(TextWriter, first_), 32>>;
 
@@ -232,6 +236,27 @@ TEST(Layout, of_every_exported_class_stands_here)
         }
     }
     EXPECT_NE(classes, 0);
+}
+
+/// Which of its class's virtual functions one is. A pointer to it holds the place in the table, and one more.
+template <class Class, class... Parameters>
+std::ptrdiff_t place(void (Class::*function)(Parameters...))
+{
+    auto const [place, of_this] = std::bit_cast<std::array<std::ptrdiff_t, 2>>(function);
+    return (place - 1) / static_cast<std::ptrdiff_t>(sizeof(void *));
+}
+
+TEST(Layout, of_an_observer_has_its_functions_in_this_order)
+{
+    using PelorinPHPX::ConfigObserver;
+    EXPECT_EQ(place(&ConfigObserver::opened), 0);
+    EXPECT_EQ(place(&ConfigObserver::directive), 1);
+    EXPECT_EQ(place(&ConfigObserver::resolved), 2);
+    EXPECT_EQ(place(&ConfigObserver::unresolved), 3);
+    EXPECT_EQ(place(&ConfigObserver::outside_prefix), 4);
+    EXPECT_EQ(place(&ConfigObserver::added), 5);
+    EXPECT_EQ(place(&ConfigObserver::matched), 6);
+    EXPECT_EQ(place(&ConfigObserver::merged), 7);
 }
 
 } // namespace
