@@ -259,11 +259,29 @@ TEST_F(Hostile, include_with_a_name_as_long_as_none)
     }
 }
 
-TEST_F(Hostile, nul_in_a_name_opens_the_file_up_to_it)
-{
+class NulInAName : public Hostile {
+protected:
     SilentQt const silent;
-    folder.write("part.conf", "a = 1\n");
-    EXPECT_EQ(loaded(folder.write("f.conf", std::string("include = part.conf\0and more\n", 29))), Texts{"a=1"});
+    std::string const part = folder.write("part.conf", "a = 1\n");
+    std::string const up_to_it = std::string("part.conf") + '\0';
+};
+
+TEST_F(NulInAName, opens_the_file_up_to_it)
+{
+    EXPECT_EQ(loaded(folder.write("f.conf", "include = " + up_to_it + "and more\n")), Texts{"a=1"});
+}
+
+// A file that includes itself in such a way has a longer name each time.
+TEST_F(NulInAName, hides_nothing_of_its_length)
+{
+    auto const longest = static_cast<std::size_t>(4'095) - part.size() - 1;
+    for (auto const size : {longest, longest + 1, longest + 2}) {
+        auto const file = folder.write("f.conf", "include = " + up_to_it + std::string(size, 'x') + "\n");
+        if (size == longest)
+            EXPECT_EQ(loaded(file), Texts{"a=1"});
+        else
+            EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tinclude='part.conf");
+    }
 }
 
 // Files that the system cannot read to the end that it tells.
