@@ -160,7 +160,7 @@ public:
 
     MessageInputs &inputs() { return inputs_; }
 
-    std::vector<std::string_view> classes() const
+    [[nodiscard]] std::vector<std::string_view> classes() const
     {
         auto const names = std::views::keys(by_name_);
         return {names.begin(), names.end()};
