@@ -2,6 +2,7 @@
 
 // All constructors of records from messages, for who wants to try what holds for each.
 
+#include "faults/made.h"
 #include "faults/message_filler.h"
 
 #include <tarnwick/data/codetrace/add_data.h>
