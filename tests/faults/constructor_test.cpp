@@ -289,8 +289,10 @@ TEST(LeakCheckDeathTest, shows_blocks_that_are_lost)
 {
     static void *volatile latest;
     auto const lose = [] {
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             latest = std::malloc(100);
+            ASSERT_NE(latest, nullptr);
+        }
         latest = nullptr;
         __lsan_do_leak_check();
     };
