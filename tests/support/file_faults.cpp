@@ -55,9 +55,10 @@ using Readdir = dirent64 *(DIR *);
 dirent64 *entry_of(DIR *listing)
 {
     static auto *const next = reinterpret_cast<Readdir *>(::dlsym(RTLD_NEXT, "readdir64"));
-    if (faults != nullptr && fails(entries, faults->entries))
-        return nullptr;
-    return next(listing);
+    auto *const entry = faults != nullptr && fails(entries, faults->entries) ? nullptr : next(listing);
+    if (entry == nullptr) // the next one is of another listing
+        entries = {};
+    return entry;
 }
 
 } // namespace

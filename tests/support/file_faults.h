@@ -19,7 +19,7 @@ struct FileFaults {
 
     Calls reads = {};                 // NOLINT(readability-redundant-member-init): designators leave it out
     Calls opens = {};                 // NOLINT(readability-redundant-member-init)
-    Calls entries = {};               // NOLINT(readability-redundant-member-init)
+    Calls entries = {};               // NOLINT(readability-redundant-member-init): of each listing of a folder
     bool interrupted = false;         ///< each call comes back with EINTR before it does anything
     std::size_t piece = from_then_on; ///< the most bytes that a read gives
 
