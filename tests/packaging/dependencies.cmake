@@ -68,6 +68,7 @@ tarnwick_dependency_refusal(everything_at_once
         -DCMAKE_DISABLE_FIND_PACKAGE_RapidJSON=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
+        -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON
         -DTARNWICK_BUILD_BENCHMARKS=ON
     ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
     LINES "${qt}: 6.4.0 is too old" ${fmt} ${protobuf} ${zeromq}
@@ -75,6 +76,7 @@ tarnwick_dependency_refusal(everything_at_once
         "RapidJSON 1.1 or later (Debian: rapidjson-dev)"
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
         "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)"
+        "JSON for Modern C++ 3.11 or later (Debian: nlohmann-json3-dev)"
         "inih (Debian: libinih-dev)"
         "GLib (Debian: libglib2.0-dev)")
 
