@@ -37,26 +37,36 @@ bound_namespace=("${namespace[@]}" setpriv --pdeathsig KILL unshare --pid --fork
 
 package_list() { sed 's/#.*//' "$repo/toolchain/packages${1:+.$1}" | tr -s '[:space:]' '\n' | grep .; }
 
+# Machines of two architectures can share the cache folder.
 root_name() {
     local text
-    text=$(printf '%s\n' "$base_suite" "${later_suites[@]}" "$least_protobuf" "${root_options[@]}" &&
+    text=$(printf '%s\n' "$(uname -m)" "$base_suite" "${later_suites[@]}" "$least_protobuf" "${root_options[@]}" &&
         package_list && sed '/^ *#/d' "$repo/toolchain/install-newest")
     printf 'toolchain-%s' "$(sha256sum <<<"$text" | cut -c 1-16)"
 }
 
 # Prints those of the given programs that are not there.
 absent() {
-    local tool
-    for tool; do command -v "$tool" >/dev/null || printf '%s ' "$tool"; done
+    local tool missing=()
+    for tool; do command -v "$tool" >/dev/null || missing+=("$tool"); done
+    printf '%s' "${missing[*]}"
+}
+
+# Fails with the programs that are missing and how to get the packages that have them.
+fail_missing() { # "PROGRAM..." "PACKAGE..."
+    ! command -v apt-get >/dev/null || fail "missing: $1; as root: apt-get install $2"
+    fail "missing: $1; install the packages that Debian calls $2"
 }
 
 # An ordinary user becomes root of a user namespace, which needs a range of ids to be root over.
 require_namespaces() {
-    local user file why ranges=()
-    [ -z "$(absent unshare setpriv flock)" ] || fail "missing: $(absent unshare setpriv flock)of util-linux"
+    local user file why missing ranges=()
+    missing=$(absent unshare setpriv flock)
+    [ -z "$missing" ] || fail_missing "$missing" util-linux
     if [ "$(id -u)" -ne 0 ]; then
         user=$(id -un 2>/dev/null || id -u)
-        [ -z "$(absent newuidmap newgidmap)" ] || fail 'missing: uidmap; as root: apt-get install uidmap'
+        missing=$(absent newuidmap newgidmap)
+        [ -z "$missing" ] || fail_missing "$missing" uidmap
         for file in /etc/subuid /etc/subgid; do
             awk -F : -v name="$user" -v id="$(id -u)" '($1 == name || $1 == id) && $3 >= 65535 { found = 1 }
                 END { exit !found }' "$file" 2>/dev/null || ranges+=("$file")
@@ -79,7 +89,7 @@ require_host_tools() {
     read -r -a missing < <(absent mmdebstrap mount && echo)
     [ ${#missing[@]} -gt 0 ] || return 0
     if [ "$(id -u)" -ne 0 ] || ! command -v apt-get >/dev/null; then
-        fail "missing: ${missing[*]}; as root: apt-get install ${missing[*]}"
+        fail_missing "${missing[*]}" "${missing[*]}"
     fi
     say "installing ${missing[*]} into this machine"
     # An interrupt waits for the end of this: dpkg cut short would leave work to its owner.
@@ -124,7 +134,17 @@ host_mirror() {
     printf '%s' "$mirror"
 }
 
-host_proxies() { apt-config dump Acquire 2>/dev/null | grep -i '::proxy[: ]' || true; }
+# The proxies of this machine's apt, as lines of its configuration. A command that finds a proxy (Proxy-Auto-Detect) is
+# on this machine and not in the root: it is run here, for the mirror, or for this machine's first source.
+host_proxies() { # MIRROR
+    local uri=$1 proxy
+    command -v apt-config >/dev/null || return 0
+    apt-config dump Acquire | grep -i '::proxy[: ]' || true
+    [ -n "$uri" ] || uri=$(apt-get update --print-uris 2>/dev/null | sed -n "1s/^'\([^']*\)'.*/\1/p") || true
+    proxy=$(LC_ALL=C /usr/lib/apt/apt-helper auto-detect-proxy "$uri" 2>/dev/null |
+        sed -n "s/^Using proxy '\(.*\)' for URL .*/\1/p") || true
+    [ -z "$proxy" ] || printf 'Acquire::%s::Proxy "%s";\n' "${uri%%:*}" "$proxy"
+}
 
 # Changes to the cache folder, one call at a time; an interrupt says what it leaves.
 begin_change() {
@@ -169,31 +189,35 @@ remove_left_roots() {
         '(' -name '*.partial' -o -mtime "+$unused_days" ')')
 }
 
+# The environment inside a root. Of the caller's, only what describes the terminal and the way to the network: what this
+# machine tells its own compilers, build tools and tests is not about the root.
+environment=(env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8)
+for name in TERM COLUMNS NO_COLOR {http,https,ftp,all,no}_proxy {HTTP,HTTPS,FTP,ALL,NO}_PROXY; do
+    ! value=$(printenv "$name") || environment+=("$name=$value")
+done
+unset name value
+
 # Runs a command inside a root, with the repository at its own path and as the working folder. The arguments of the
 # inner shell: root, repository, command.
 # shellcheck disable=SC2016
-enter=(sh -euc '
+enter=("${environment[@]}" sh -euc '
     root=$1 repo=$2
     shift 2
     mount --rbind /dev "$root/dev"
     mount --rbind /proc "$root/proc"
     mkdir -p "$root$repo"
     mount --rbind "$repo" "$root$repo"
-    # What the machine tells its own compilers and build tools is not about this root.
-    unset TMPDIR CC CXX CFLAGS CXXFLAGS CPPFLAGS LDFLAGS LD_LIBRARY_PATH LD_PRELOAD PKG_CONFIG_PATH \
-        CMAKE_GENERATOR CMAKE_PREFIX_PATH CMAKE_BUILD_TYPE CMAKE_TOOLCHAIN_FILE
-    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
-    export PATH HOME LANG
     exec chroot "$root" sh -euc "cd \"\$0\"; exec \"\$@\"" "$repo" "$@"
 ' sh)
 
 # Installs packages inside a root, with what the base suite has too old from a later one.
 install_into_root() {
-    local root=$1
+    local root=$1 mirror
     shift
+    mirror=$(sed -n 's|^deb .*\(https\?://[^ ]*\) .*|\1|p' "$root/etc/apt/sources.list" | sed -n 1p)
     cp --remove-destination /etc/resolv.conf /etc/hosts "$root/etc" 2>/dev/null || true
     # The root trusts for its mirror whom this machine trusts.
-    host_proxies >"$root/etc/apt/apt.conf.d/90host"
+    host_proxies "$mirror" >"$root/etc/apt/apt.conf.d/90host"
     if cp -L /etc/ssl/certs/ca-certificates.crt "$root/etc/apt/host-ca.crt" 2>/dev/null; then
         printf 'Acquire::https::CAInfo "/etc/apt/host-ca.crt";\n' >>"$root/etc/apt/apt.conf.d/90host"
     fi
@@ -207,7 +231,7 @@ build_root() {
     mirror=$(host_mirror)
     say "making the toolchain in $root (once: a minute or so, 1.2 GB)"
     say "step 1 of 2: a Debian $base_suite root from ${mirror:-the default mirror}"
-    while IFS= read -r proxy; do options+=(--aptopt="$proxy"); done < <(host_proxies)
+    while IFS= read -r proxy; do options+=(--aptopt="$proxy"); done < <(host_proxies "$mirror")
     interruptible "${bound_namespace[@]}" mmdebstrap --quiet --mode=root --skip=chroot/mount/sys "${options[@]}" \
         "$base_suite" "$partial" ${mirror:+"$mirror"} >&2 ||
         fail "the root could not be made from ${mirror:-the default mirror}: is the network there, and the disk free?"
