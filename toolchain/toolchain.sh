@@ -5,6 +5,9 @@
 # A root is made once for what it holds: its name has a hash of that. It is built under another name and renamed when it
 # is whole, so an interrupted build leaves nothing that looks finished. Everything is mounted in a mount namespace of
 # the call, so no mount outlives a call and nothing outside can reach the repository through the root.
+#
+# The root has what toolchain/packages lists and nothing else, so no verb depends on what another verb installed. What
+# linters, fuzzers and benchmarks need goes into a copy, which has the suffix -tools.
 
 : "${repo:?}"
 shopt -s inherit_errexit
@@ -225,55 +228,76 @@ install_into_root() {
         bash toolchain/install-newest "$least_protobuf" "$base_suite" "${later_suites[*]}" "$@" >&2
 }
 
-build_root() {
-    local root=$1 partial=$1.partial mirror options=("${root_options[@]}") packages proxy
-    remove_left_roots
-    mirror=$(host_mirror)
-    say "making the toolchain in $root (once: a minute or so, 1.2 GB)"
-    say "step 1 of 2: a Debian $base_suite root from ${mirror:-the default mirror}"
-    while IFS= read -r proxy; do options+=(--aptopt="$proxy"); done < <(host_proxies "$mirror")
-    interruptible "${bound_namespace[@]}" mmdebstrap --quiet --mode=root --skip=chroot/mount/sys "${options[@]}" \
-        "$base_suite" "$partial" ${mirror:+"$mirror"} >&2 ||
-        fail "the root could not be made from ${mirror:-the default mirror}: is the network there, and the disk free?"
-    mapfile -t packages < <(package_list)
-    say "step 2 of 2: ${#packages[@]} packages and what they need"
-    install_into_root "$partial" "${packages[@]}" || fail "the toolchain's packages could not be installed"
-    printf '%s\n' "${root##*/}" >"$partial/etc/tarnwick-toolchain"
-    sync --file-system "$partial"
-    mv -T "$partial" "$root"
-    say "the toolchain is ready"
-}
-
-# Sets `root`; makes the root first where there is none.
-require_root() {
-    [ ! -e /etc/tarnwick-toolchain ] || fail 'this is the toolchain already: call cmake and the rest directly'
-    require_namespaces
-    root=$cache/$(root_name)
-    if [ ! -d "$root" ]; then
+# Makes a root by a command that is given the name to build it under. Does nothing where the root is there.
+make_root() { # ROOT COMMAND
+    if [ ! -d "$1" ]; then
         begin_change
-        if [ ! -d "$root" ]; then
-            require_host_tools
-            build_root "$root"
+        if [ ! -d "$1" ]; then
+            remove_left_roots
+            "$2" "$1.partial"
+            sync --file-system "$1.partial"
+            mv -T "$1.partial" "$1"
+            say 'the toolchain is ready'
         fi
         end_change
     fi
-    touch --no-create "$root" || true
+    touch --no-create "$1" || true
 }
 
-# Installs the packages of one verb on its first use.
-require_packages() {
-    local verb=$1 list stamp
+build_root() { # PARTIAL
+    local mirror options=("${root_options[@]}") packages proxy
+    require_host_tools
+    mirror=$(host_mirror)
+    say "making the toolchain in ${1%.partial} (once: a minute or so, 1.2 GB)"
+    say "step 1 of 2: a Debian $base_suite root from ${mirror:-the default mirror}"
+    while IFS= read -r proxy; do options+=(--aptopt="$proxy"); done < <(host_proxies "$mirror")
+    interruptible "${bound_namespace[@]}" mmdebstrap --quiet --mode=root --skip=chroot/mount/sys "${options[@]}" \
+        "$base_suite" "$1" ${mirror:+"$mirror"} >&2 ||
+        fail "the root could not be made from ${mirror:-the default mirror}: is the network there, and the disk free?"
+    mapfile -t packages < <(package_list)
+    say "step 2 of 2: ${#packages[@]} packages and what they need"
+    install_into_root "$1" "${packages[@]}" || fail "the toolchain's packages could not be installed"
+    basename "$1" .partial >"$1/etc/tarnwick-toolchain"
+}
+
+# Another call may be writing to the temporary folder of `root`.
+copy_root() { # PARTIAL
+    say "copying the toolchain to ${1%.partial}, for tools that not every verb needs (once: 1.2 GB)"
+    # shellcheck disable=SC2016  # expanded by the inner shell, whose arguments they are
+    interruptible "${bound_namespace[@]}" sh -euc '
+        mount -t tmpfs -o mode=1777 tmpfs "$1/tmp"
+        mount -t tmpfs -o mode=755 tmpfs "$1/dev"
+        cp -a --one-file-system "$1" "$2"
+    ' sh "$root" "$1" || fail 'the toolchain could not be copied: is the disk free?'
+}
+
+# Sets `root`, once, to the root of the packages that every verb needs.
+require_root() {
+    [ -z "${root:-}" ] || return 0
+    [ ! -e /etc/tarnwick-toolchain ] || fail 'this is the toolchain already: call cmake and the rest directly'
+    require_namespaces
+    root=$cache/$(root_name)
+    make_root "$root" build_root
+}
+
+# Sets `root`, once, to the copy that has the packages of the given verbs too.
+require_packages() { # VERB...
+    local verb list stamp
     require_root
-    mapfile -t list < <(package_list "$verb")
-    stamp=$root/var/lib/tarnwick-$verb-$(sha256sum <<<"${list[*]}" | cut -c 1-16)
-    [ ! -e "$stamp" ] || return 0
-    begin_change
-    if [ ! -e "$stamp" ]; then
-        say "adding to the toolchain what '$verb' needs: ${list[*]}"
-        install_into_root "$root" "${list[@]}" || fail "the packages for '$verb' could not be installed"
-        touch "$stamp"
-    fi
-    end_change
+    make_root "$root-tools" copy_root
+    root+=-tools
+    for verb; do
+        mapfile -t list < <(package_list "$verb")
+        stamp=$root/var/lib/tarnwick-$verb-$(sha256sum <<<"${list[*]}" | cut -c 1-16)
+        [ ! -e "$stamp" ] || continue
+        begin_change
+        if [ ! -e "$stamp" ]; then
+            say "adding to the toolchain what '$verb' needs: ${list[*]}"
+            install_into_root "$root" "${list[@]}" || fail "the packages for '$verb' could not be installed"
+            touch "$stamp"
+        fi
+        end_change
+    done
 }
 
 in_toolchain() {
