@@ -28,8 +28,13 @@ add_test(NAME packaging.consumer.pkg_config
     COMMAND ${here}/pkg_config/build.sh ${CMAKE_CXX_COMPILER} ${here}/consumer/main.cpp ${work}/consumer/pkg_config)
 set_tests_properties(packaging.consumer.pkg_config PROPERTIES
     ENVIRONMENT "PKG_CONFIG_PATH=${libraries}/pkgconfig;LD_LIBRARY_PATH=${libraries}")
-set_tests_properties(packaging.consumer.find_package packaging.consumer.pkg_config PROPERTIES
-    FIXTURES_REQUIRED installed_tree)
+add_test(NAME packaging.readme_on_using_the_library_can_be_followed
+    COMMAND ${here}/readme.sh ${PROJECT_SOURCE_DIR}/README.md ${tree} ${CMAKE_INSTALL_LIBDIR} ${work}/readme)
+set_tests_properties(
+    packaging.consumer.find_package
+    packaging.consumer.pkg_config
+    packaging.readme_on_using_the_library_can_be_followed
+    PROPERTIES FIXTURES_REQUIRED installed_tree)
 tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package
     OPTIONS -DCMAKE_PREFIX_PATH=${tree} -Dprotobuf_DIR=${old_protobuf}
     SAYS "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")

@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# Follows the README's section "Using the library" with an installed tree, once with CMake and once with pkg-config:
+# readme.sh README PREFIX LIBDIR FOLDER
+#
+# No block of the section is left out: ```cpp is example.cpp, ```cmake is CMakeLists.txt, ```sh are commands for one
+# shell, ```gdb are commands of gdb, and a block without a language is the output of the commands before it.
+set -euo pipefail
+readme=$1 prefix=$2 libdir=$3 folder=$4
+
+rm -rf "$folder"
+mkdir -p "$folder"
+cd "$folder"
+
+# One file for each block, named after its number and language. A library folder of another name than CMake's own is
+# what the reader has to replace.
+awk '
+    /^## / { inside = $0 == "## Using the library" }
+    !inside { next }
+    /^```/ && file == "" { file = sprintf("%02d.%s", ++count, $0 == "```" ? "output" : substr($0, 4)); next }
+    /^```$/ { close(file); file = ""; next }
+    file != "" { print > file }
+' "$readme"
+blocks=(*.*)
+sed -i "s|\<PREFIX/lib\>|$prefix/$libdir|g; s|\<PREFIX\>|$prefix|g" "${blocks[@]}"
+
+follow() { # COMMAND-THAT-BUILDS COMMAND-OF-THE-OTHER-WAY
+    local block checked=0
+    rm -rf "$1"
+    mkdir "$1"
+    cd "$1"
+    trap 'cat messages printed >&2' EXIT
+    for block in "${blocks[@]}"; do
+        case $block in
+        *.cpp) cp "../$block" example.cpp ;;
+        *.cmake) cp "../$block" CMakeLists.txt ;;
+        *.sh)
+            ! grep -qw -e "$2" "../$block" || continue
+            # shellcheck source=/dev/null
+            . "../$block" >printed 2>messages
+            ;;
+        *.output)
+            diff -u "../$block" printed
+            checked=$((checked + 1))
+            ;;
+        *.gdb)
+            command -v gdb >/dev/null || continue
+            gdb --batch --nx -x "../$block" -ex 'info pretty-printer' >printed 2>messages
+            grep -q tarnwick printed
+            ;;
+        *)
+            echo "a block of an unknown kind: $block" >messages
+            exit 1
+            ;;
+        esac
+    done
+    trap - EXIT
+    [ "$checked" -eq 1 ] || { echo "the section has $checked blocks of output"; exit 1; }
+}
+
+(follow cmake g++)
+(follow g++ cmake)
