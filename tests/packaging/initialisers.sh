@@ -1,27 +1,34 @@
 #!/usr/bin/env bash
 # Fails when loading a shared library runs an initialiser of its own: initialisers.sh LIBRARY
 #
-# Every function that the loader calls stands in the array .init_array. The C runtime's frame_dummy always does. What
+# The loader calls every function of the array .init_array. The C runtime's frame_dummy is always there. What
 # sanitizers and coverage add has a priority of at most 100, which the compiler refuses to everyone else.
 set -euo pipefail
 library=$1
 
-read -r start size < <(readelf -SW "$library" |
-    sed -n 's/.* \.init_array *INIT_ARRAY *\([0-9a-f]*\) [0-9a-f]* \([0-9a-f]*\) .*/0x\1 0x\2/p')
+read -r start offset size < <(readelf -SW "$library" |
+    sed -n 's/.* \.init_array *INIT_ARRAY *\([0-9a-f]*\) \([0-9a-f]*\) \([0-9a-f]*\) .*/0x\1 0x\2 0x\3/p')
 [ -n "$size" ] || { echo "$library: no .init_array"; exit 1; }
 
-# The loader fills the array by relocations: of the address of a function that is known here alone, or of a name.
+function_at() { nm "$library" | sed -n "s/^0*$1 [tT] //p" | head -n 1; }
+
+# An entry with a relative relocation of the packed form (DT_RELR) has its address in the file.
 functions=()
-while read -r place _ kind rest; do
+while read -r address; do
+    functions+=("$(function_at "$address")")
+done < <(od -A n -t x8 -v -w8 -j $((offset)) -N $((size)) "$library" | tr -d ' ')
+
+# Any other relocation has the address, or the name of the function.
+while read -r place _ kind value name _; do
     ((place >= start && place < start + size)) || continue
     case $kind in
-    *_RELATIVE) functions+=("$(nm "$library" | sed -n "s/^0*$rest [tT] //p" | head -n 1)") ;;
-    *) functions+=("$rest") ;;
+    *_RELATIVE) functions[(place - start) / 8]=$(function_at "$value") ;;
+    *) functions[(place - start) / 8]=$name ;;
     esac
-done < <(readelf -rW "$library" | sed -n 's/^[0-9a-f]\{8,\} /0x&/p')
-((${#functions[@]} * 8 == size)) || { echo "$library: an entry of .init_array is not understood"; exit 1; }
+done < <(readelf -rW "$library" | sed -n 's/^[0-9a-f]\{8,\} .* R_[A-Z0-9]*_/0x&/p')
 
 names=$(printf '%s\n' "${functions[@]}")
+! grep -qx '' <<<"$names" || { echo "$library: an entry of .init_array is not understood"; exit 1; }
 grep -qx frame_dummy <<<"$names" || { echo "$library: frame_dummy is not among the initialisers: $names"; exit 1; }
 if own=$(grep -vxE 'frame_dummy|_sub_I_00(0[0-9][0-9]|100)_.*' <<<"$names"); then
     echo "Loading $library runs:"
