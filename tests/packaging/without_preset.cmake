@@ -1,0 +1,16 @@
+# Configures SOURCE into BUILD as the maintainer of a package does. Warnings are not errors then, and no test compares
+# counts of instructions.
+
+include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
+
+file(REMOVE_RECURSE ${BUILD})
+run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${SOURCE} -B ${BUILD} ${OPTIONS} -DCMAKE_BUILD_TYPE=Release
+    -DCMAKE_EXPORT_COMPILE_COMMANDS=ON)
+run(${CMAKE_CTEST_COMMAND} --test-dir ${BUILD} --show-only)
+if(NOT output MATCHES ": tarnwick_tests\n" OR output MATCHES ": costs\\.")
+    message(SEND_ERROR "All tests are expected but those of costs:\n${output}")
+endif()
+file(READ ${BUILD}/compile_commands.json commands)
+if(NOT commands MATCHES "-Wextra" OR commands MATCHES "-Werror")
+    message(SEND_ERROR "Warnings are expected, but not as errors: ${BUILD}/compile_commands.json")
+endif()
