@@ -16,6 +16,7 @@
 #include <QtCore/QtEnvironmentVariables>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -30,12 +31,19 @@ inline QString q(std::string_view utf8)
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
+/// The folder in memory where tests may write and where that many bytes are free, otherwise the temporary folder. Some
+/// tests write thousands of files; a container often has 64 MB of /dev/shm.
+inline QString scratch_folder(QString const &in_memory, std::uintmax_t least)
+{
+    std::error_code error;
+    auto const space = std::filesystem::space(in_memory.toStdString(), error);
+    return !error && space.available >= least && QFileInfo(in_memory).isWritable() ? in_memory : QDir::tempPath();
+}
+
 class ConfigFolder {
 public:
-    // In memory where the system has such a place: some tests write thousands of files.
     ConfigFolder()
-        : folder_(QFileInfo(QString(u"/dev/shm")).isWritable() ? QString(u"/dev/shm/tarnwick-XXXXXX")
-                                                               : QDir::tempPath() + QString(u"/tarnwick-XXXXXX"))
+        : folder_(scratch_folder(QString(u"/dev/shm"), std::uintmax_t(1) << 30) + QString(u"/tarnwick-XXXXXX"))
     {
         EXPECT_TRUE(folder_.isValid());
     }
