@@ -42,7 +42,7 @@ struct Loaded {
 /// The text and, below it, the lines whose includes led there, each behind a tab as in the reader's own faults.
 std::string with_includes(std::string text, ConfigPlace const &place)
 {
-    for (auto const &[file, number] : place.includes)
+    for (auto const &[file, number] : place.includes())
         text += fmt::format("\n\tincluded at {}:{}", file, number);
     return text;
 }
@@ -144,7 +144,7 @@ std::string check_text(ConfigCheck const &check)
         text += fmt::format("read {}\n", shown(file));
     for (auto const &[place, problem] : check.warnings()) {
         text += fmt::format("{}: warning: {}\n", shown(place.line), shown_text(problem));
-        for (auto const &line : place.includes)
+        for (auto const &line : place.includes())
             text += fmt::format("\tincluded at {}\n", shown(line));
     }
     return text;
@@ -219,7 +219,7 @@ char const *words_for(ConfigObserver::Source source)
 std::string place_text(ConfigPlace const &place)
 {
     auto text = fmt::format("    at {}\n", shown(place.line));
-    for (auto const &line : place.includes)
+    for (auto const &line : place.includes())
         text += fmt::format("    included at {}\n", shown(line));
     return text;
 }
@@ -251,7 +251,7 @@ void write_origin(JsonWriter &json, ConfigOrigins::Origin const &origin)
     line_fields(json, origin.place.line);
     json.field("includes");
     json.begin_list();
-    for (auto const &line : origin.place.includes) {
+    for (auto const &line : origin.place.includes()) {
         json.begin_record({});
         line_fields(json, line);
         json.end_record();

@@ -78,11 +78,12 @@ std::vector<ConfigCheck::Warning> ConfigCheck::warnings() const
 void ConfigCheck::opened(ConfigFile const &file)
 {
     files_.push_back(file.file_path());
-    if (file.parent() == nullptr)
-        return;
-    if (auto const reason = why_unseen(file.file_path()); !reason.empty())
-        notes_.push_back(
-            {place_of(*file.parent()), fmt::format("'{}' {}: it is read as empty", file.file_path(), reason), {}});
+    if (auto const *parent = file.parent(); parent != nullptr) {
+        if (auto const reason = why_unseen(file.file_path()); !reason.empty())
+            notes_.push_back(
+                {place_of(*parent), fmt::format("'{}' {}: it is read as empty", file.file_path(), reason), {}});
+    }
+    ConfigTrail::opened(file);
 }
 
 void ConfigCheck::unresolved(ConfigFile const &file, QStringView key, QString const &name)

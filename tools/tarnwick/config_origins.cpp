@@ -35,6 +35,7 @@ std::vector<ConfigOrigins::Dropped> ConfigOrigins::dropped(QString const &key) c
 
 void ConfigOrigins::opened(ConfigFile const &file)
 {
+    ConfigTrail::opened(file);
     if (file.parent() == nullptr)
         prefix_ = file.prefix().value_or(QString());
     tables_.emplace_back();
