@@ -14,11 +14,14 @@
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QString>
 
+#include <algorithm>
 #include <csignal>
 #include <functional>
 #include <new>
+#include <regex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -37,16 +40,22 @@ void add_choice(CLI::App &app, std::string const &name, Enum &target, Words<Enum
     for (auto const &[word, meaning] : words)
         names.push_back(word);
     auto const shape = fmt::format("{}", fmt::join(names, "|"));
-    auto const take = [&target, words, shape](std::string const &given) {
+    auto const take = [&target, name, words, shape](std::string const &given) {
         for (auto const &[word, meaning] : words) {
             if (given == word) {
                 target = meaning;
                 return;
             }
         }
-        throw CLI::ValidationError(fmt::format("'{}' is none of {}", given, shape));
+        throw CLI::ValidationError(name, fmt::format("'{}' is none of {}", given, shape));
     };
     app.add_option_function<std::string>(name, take, help)->type_name(shape)->take_last();
+}
+
+void add_color(CLI::App &app, Color &color)
+{
+    add_choice(app, "--color", color, {{"auto", Color::automatic}, {"always", Color::always}, {"never", Color::never}},
+               "colour in text; auto, the default: on a terminal, unless NO_COLOR is set");
 }
 
 /// What the command line asks for.
@@ -61,9 +70,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
     add_choice(*sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "for people, one JSON object a record, or (auto, the default) text on a terminal and jsonl elsewhere");
-    add_choice(*sub, "--color", options.color,
-               {{"auto", Color::automatic}, {"always", Color::always}, {"never", Color::never}},
-               "colour in text; auto, the default: on a terminal, unless NO_COLOR is set");
+    add_color(*sub, options.color);
     sub->add_flag("--all-records", options.all_records,
                   "build every record of a report's family, whatever the report's case");
     sub->footer(
@@ -77,9 +84,14 @@ void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
 /// NAME=VALUE, as the environment has it.
 void add_variable(ConfigOptions &options, std::string const &given)
 {
+    static std::regex const name("[A-Za-z_][A-Za-z0-9_.]*");
     auto const equals = given.find('=');
     if (equals == std::string::npos || equals == 0)
-        throw CLI::ValidationError(fmt::format("'{}' is no NAME=VALUE", given));
+        throw CLI::ValidationError("--set", fmt::format("'{}' is no NAME=VALUE", given));
+    if (auto const written = given.substr(0, equals); !std::regex_match(written, name))
+        throw CLI::ValidationError("--set", fmt::format("no reference has the name '{}': a name is a letter or an "
+                                                        "underscore, then letters, digits, underscores and points",
+                                                        written));
     options.environment.emplace_back(given.substr(0, equals), given.substr(equals + 1));
 }
 
@@ -110,6 +122,7 @@ CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &
     add_choice(*sub, "--format", options.format,
                {{"text", ConfigOptions::Format::text}, {"json", ConfigOptions::Format::json}},
                "for people, the default, or one JSON object");
+    add_color(*sub, options.color);
     auto const take_variable = [&options](std::string const &given) { add_variable(options, given); };
     sub->add_option_function<std::string>("--set", take_variable,
                                           "lay a variable over the environment; can be given more than once")
@@ -136,6 +149,63 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
                        {"explain", "Tell where each value of a key comes from", config_explain, true});
 }
 
+/// The command of that name; null where there is none.
+CLI::App *find_command(CLI::App &app, std::string_view name)
+{
+    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
+}
+
+void print(std::string_view text)
+{
+    Output output(STDOUT_FILENO);
+    output.write(text);
+    output.flush();
+}
+
+void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
+{
+    auto *sub = app.add_subcommand("help", "Print what a command takes");
+    sub->usage("usage: tarnwick help [COMMAND...]");
+    sub->add_option("COMMAND", words, "such as inspect, or config check")->type_name("");
+    sub->callback([&app, &words, &command] {
+        auto *place = &app;
+        for (auto const &word : words) {
+            place = find_command(*place, word);
+            if (place == nullptr)
+                throw CLI::ValidationError(fmt::format("there is no command '{}'", fmt::join(words, " ")));
+        }
+        command = [place] {
+            print(place->get_formatter()->make_help(place, place->get_name(), CLI::AppFormatMode::Normal));
+            return done;
+        };
+    });
+}
+
+/// The arguments, last first, as the parser takes them. The parser would take `--name=` for an option without a value,
+/// and the next argument for the value: these become two arguments.
+std::vector<std::string> arguments_of(CLI::App &app, int argc, char const *const *argv)
+{
+    std::vector<std::string> arguments;
+    auto *place = &app;
+    bool has_options = true;
+    for (int i = 1; i < argc; ++i) {
+        std::string argument = argv[i];
+        has_options = has_options && argument != "--";
+        auto const name = argument.substr(0, argument.find('='));
+        auto const *option = has_options && argument == name + '=' ? place->get_option_no_throw(name) : nullptr;
+        if (option != nullptr && option->get_items_expected_min() > 0) {
+            arguments.push_back(name);
+            argument.clear();
+        } else if (auto *command = find_command(*place, argument)) {
+            place = command;
+        }
+        arguments.push_back(std::move(argument));
+    }
+    std::ranges::reverse(arguments);
+    return arguments;
+}
+
 /// What the command line asks for other than a sub-command's work: help, the version, or a better command line.
 ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
 {
@@ -144,9 +214,7 @@ ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
         tell(text.str());
         return wrong_usage;
     }
-    Output output(STDOUT_FILENO);
-    output.write(text.str());
-    output.flush();
+    print(text.str());
     return done;
 }
 
@@ -171,9 +239,11 @@ ExitStatus dispatch(int argc, char const *const *argv)
     add_inspect(app, inspect_options, command);
     ConfigOptions config_options;
     add_config(app, config_options, command);
+    std::vector<std::string> help_words;
+    add_help(app, help_words, command);
 
     try {
-        app.parse(argc, argv);
+        app.parse(arguments_of(app, argc, argv));
     } catch (CLI::ParseError const &error) {
         return answer(app, error);
     }

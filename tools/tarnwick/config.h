@@ -1,5 +1,6 @@
 #pragma once
 
+#include "color.h"
 #include "exit_status.h"
 
 #include <string>
@@ -15,6 +16,8 @@ struct ConfigOptions {
     std::string key; ///< of `get` and `explain`
     std::string name;
     Format format = Format::text;
+    Color color = Color::automatic;
+    bool strict = false;                                          ///< of `check`: warnings are a fault
     bool all = false;                                             ///< of `get`: not the most recent value alone
     std::vector<std::pair<std::string, std::string>> environment; ///< laid over the caller's
 };

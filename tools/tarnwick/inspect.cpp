@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
 #include <unistd.h>
 
@@ -23,11 +22,9 @@ using Step = CaptureReader::Step;
 
 RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
-    auto const *no_color = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): no other thread yet
-    bool const color_wanted = output.is_terminal() && (no_color == nullptr || *no_color == '\0');
     return {
         .json = options.format == Format::jsonl || (options.format == Format::automatic && !output.is_terminal()),
-        .color = options.color == Color::always || (options.color == Color::automatic && color_wanted),
+        .color = is_colored(options.color, output),
         .name_files = options.files.size() > 1,
     };
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "color.h"
 #include "exit_status.h"
 
 #include <string>
@@ -8,7 +9,6 @@
 namespace tarnwick::program {
 
 enum class Format { automatic, text, jsonl };
-enum class Color { automatic, always, never };
 
 struct InspectOptions {
     std::vector<std::string> files{"-"}; ///< `-` is standard input

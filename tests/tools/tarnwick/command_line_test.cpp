@@ -19,6 +19,11 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
     std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\n--help tells more.\n";
     std::string const config_usage = "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\n--help tells more.\n";
     std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\n--help tells more.\n";
+    std::string const help_usage = "usage: tarnwick help [COMMAND...]\n--help tells more.\n";
+    auto const no_name = [&](std::string const &name) {
+        return "tarnwick: --set: no reference has the name '" + name +
+               "': a name is a letter or an underscore, then letters, digits, underscores and points\n" + get_usage;
+    };
     struct Case {
         std::vector<std::string> arguments;
         std::string err;
@@ -28,17 +33,28 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"look"}, "tarnwick: there is no command 'look'\n" + usage},
         {{"--colour"}, "tarnwick: there is no command '--colour'\n" + usage},
         {{"inspect", "--colour"}, "tarnwick: The following argument was not expected: --colour\n" + inspect_usage},
-        {{"inspect", "--format=yaml"}, "tarnwick: 'yaml' is none of auto|text|jsonl\n" + inspect_usage},
-        {{"inspect", "--format", "1"}, "tarnwick: '1' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"inspect", "--format=yaml"}, "tarnwick: --format: 'yaml' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"inspect", "--format", "1"}, "tarnwick: --format: '1' is none of auto|text|jsonl\n" + inspect_usage},
         {{"inspect", "--format"}, "tarnwick: --format: 1 required auto|text|jsonl missing\n" + inspect_usage},
-        {{"inspect", "--color=red"}, "tarnwick: 'red' is none of auto|always|never\n" + inspect_usage},
+        {{"inspect", "--color=red"}, "tarnwick: --color: 'red' is none of auto|always|never\n" + inspect_usage},
+        {{"inspect", "--format=", "f"}, "tarnwick: --format: '' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"inspect", "--format="}, "tarnwick: --format: '' is none of auto|text|jsonl\n" + inspect_usage},
+        {{"help", "look"}, "tarnwick: there is no command 'look'\n" + help_usage},
+        {{"help", "config", "look"}, "tarnwick: there is no command 'config look'\n" + help_usage},
         {{"config"}, "tarnwick: A subcommand is required\n" + config_usage},
         {{"config", "look"}, "tarnwick: there is no command 'look'\n" + config_usage},
         {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},
         {{"config", "get", "-", "k"}, "tarnwick: a configuration file is not read from standard input\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: 'x' is no NAME=VALUE\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: '=x' is no NAME=VALUE\n" + get_usage},
-        {{"config", "get", "f", "k", "--format=jsonl"}, "tarnwick: 'jsonl' is none of text|json\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: --set: 'x' is no NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: --set: '=x' is no NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "A B=x"}, no_name("A B")},
+        {{"config", "get", "f", "k", "--set=1A=x"}, no_name("1A")},
+        {{"config", "get", "f", "k", "--set=\xC3\xA4=x"}, no_name("\xC3\xA4")},
+        {{"config", "get", "f", "k", "--set="}, "tarnwick: --set: '' is no NAME=VALUE\n" + get_usage},
+        {{"config", "get", "--format=", "f", "k"}, "tarnwick: --format: '' is none of text|json\n" + get_usage},
+        {{"config", "get", "--color=", "f", "k"}, "tarnwick: --color: '' is none of auto|always|never\n" + get_usage},
+        {{"config", "get", "f", "k", "--format=jsonl"},
+         "tarnwick: --format: 'jsonl' is none of text|json\n" + get_usage},
     };
     for (auto const &[arguments, err] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -65,6 +81,23 @@ TEST(CommandLine, answers_on_standard_output)
     EXPECT_THAT(help.out, HasSubstr("usage: tarnwick COMMAND [OPTION...]\n"));
     EXPECT_THAT(help.out, HasSubstr("  inspect "));
     EXPECT_EQ(help.err, "");
+}
+
+TEST(CommandLine, help_prints_what_the_option_prints)
+{
+    for (auto const &command : std::vector<std::vector<std::string>>{
+             {}, {"inspect"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
+        SCOPED_TRACE(testing::PrintToString(command));
+        auto words = command;
+        words.insert(words.begin(), "help");
+        auto const help = run({.arguments = words});
+        words = command;
+        words.emplace_back("--help");
+        EXPECT_EQ(help.out, run({.arguments = words}).out);
+        EXPECT_THAT(help.out, HasSubstr("usage: tarnwick "));
+        EXPECT_EQ(help.status, 0);
+        EXPECT_EQ(help.err, "");
+    }
 }
 
 TEST(CommandLine, tells_what_inspect_takes)

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QtCore/QByteArrayView>
+#include <QtCore/QString>
+#include <QtCore/QStringConverter>
+
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// The text of UTF-8, whole: `QString::fromUtf8` would drop a byte-order mark at its beginning. Each invalid byte is a
+/// U+FFFD.
+inline QString decoded(std::string_view utf8)
+{
+    using Flag = QStringDecoder::Flag;
+    QStringDecoder decode(QStringDecoder::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
+    return decode(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())));
+}
+
+} // namespace tarnwick::program
