@@ -156,6 +156,53 @@ TEST(ConfigObserver, is_left_behind_by_what_it_saw_loading)
     EXPECT_EQ(observer.notes.size(), 3U);
 }
 
+struct FaultCase {
+    char const *name;
+    /// In which event the observer throws.
+    bool in_opened;
+    bool in_merged;
+    char const *text;
+};
+
+class FaultOfAnObserver : public testing::TestWithParam<FaultCase> {};
+
+TEST_P(FaultOfAnObserver, names_the_includes_that_led_to_it)
+{
+    struct Stop final : ConfigObserver {
+        void opened(ConfigFile const &file) override { fail(GetParam().in_opened && is_deep(file)); }
+        void added(ConfigFile const &file, QString const & /*key*/, QString const & /*value*/) override
+        {
+            fail(!GetParam().in_opened && !GetParam().in_merged && is_deep(file));
+        }
+        void merged(ConfigFile const & /*file*/, ConfigFile const &included) override
+        {
+            fail(GetParam().in_merged && is_deep(included));
+        }
+        static bool is_deep(ConfigFile const &file) { return file.file_name() == u"deep.conf"; }
+        static void fail(bool now)
+        {
+            if (now)
+                throw PException("enough");
+        }
+    } observer;
+    ConfigFolder const folder;
+    folder.write("deep.conf", "a = 1\n");
+    folder.write("part.conf", "\ninclude = deep.*\n");
+    auto const main = folder.write("main.conf", "include = part.conf\n");
+    EXPECT_EQ(
+        failure_of([&] { (void)ConfigFile::load(q(main), QString(), &observer); }),
+        in(folder, std::string("Failed to load 'FOLDER/main.conf':\n\tinclude='part.conf' at FOLDER/main.conf:1\n\t") +
+                       GetParam().text));
+}
+
+// A merge is the including file's, so its own include is not among them.
+INSTANTIATE_TEST_SUITE_P(
+    Events, FaultOfAnObserver,
+    testing::Values(FaultCase{"opened", true, false, "include='FOLDER/deep.conf' at FOLDER/part.conf:2\n\tenough"},
+                    FaultCase{"added", false, false, "include='FOLDER/deep.conf' at FOLDER/part.conf:2\n\tenough"},
+                    FaultCase{"merged", false, true, "enough"}),
+    [](auto const &row) { return row.param.name; });
+
 TEST(ConfigObserver, can_end_a_load)
 {
     struct Stop final : ConfigObserver {

@@ -2,6 +2,7 @@
 
 #include "support/config_files.h"
 #include "support/file_faults.h"
+#include "support/open_files.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -10,7 +11,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <sys/resource.h>
 #include <utility>
 
 namespace tarnwick::test {
@@ -96,26 +96,6 @@ TEST_F(FailingConfigFile, is_read_whole_by_a_system_that_interrupts_and_gives_a_
     }
 }
 
-/// Lets one more file be open than there are.
-class OneMoreFile {
-public:
-    OneMoreFile()
-    {
-        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
-        auto const next = ::dup(0);
-        EXPECT_GE(next, 0);
-        ::close(next);
-        rlimit const wanted{static_cast<rlim_t>(next) + 1, before_.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &wanted), 0);
-    }
-    ~OneMoreFile() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-    OneMoreFile(OneMoreFile const &) = delete;
-    OneMoreFile &operator=(OneMoreFile const &) = delete;
-
-private:
-    rlimit before_{};
-};
-
 // That a folder has no such file is no fault. That nobody can tell is one.
 TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed)
 {
@@ -127,7 +107,7 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_list
     auto const none = folder.write("none.conf", "b = 1\ninclude = conf.d/*.none\ninclude = none/*.conf\n");
     EXPECT_EQ(loaded(some), (Texts{"a=1", "b=1"}));
     EXPECT_EQ(loaded(none), Texts{"b=1"});
-    OneMoreFile const limit; // which is the file itself
+    auto const limit = OpenFiles::left(1); // the file itself
     for (auto const &name : {some, none})
         EXPECT_EQ(failure(name),
                   fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.{1}' at {0}:2\n\tToo many open "

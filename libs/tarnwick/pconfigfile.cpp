@@ -1,8 +1,8 @@
 #include <tarnwick/pconfigfile.h>
 
-#include <tarnwick/line_reader.h>
 #include <tarnwick/log.h>
 #include <tarnwick/pconfig_observer.h>
+#include <tarnwick/pconfigfile_open_file.h>
 #include <tarnwick/pconfigfile_resolved.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
@@ -13,7 +13,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QIODevice>
 
-#include <algorithm>
 #include <utility>
 
 namespace PelorinPHPX {
@@ -29,32 +28,6 @@ void load_named(ConfigFile &config, QString const &file)
         throw PException(fmt::format("Failed to load '{}':\n\t{}", file, error.what()));
     }
 }
-
-/// Gives a table room for what a file will probably bring, by what its part so far has brought: growing in small steps
-/// would look at every key again and again. The room is in proportion to what is there: 16 times that at most.
-class TableSize {
-public:
-    explicit TableSize(QFile const &file)
-        : file_(file)
-    {
-    }
-
-    void follow(QMultiHash<QString, QString> &table)
-    {
-        if (table.size() < next_)
-            return;
-        auto const read = static_cast<double>(std::max<qint64>(1, file_.pos()));
-        auto const expected = static_cast<double>(table.size()) * static_cast<double>(file_.size()) / read;
-        next_ = table.size() * step;
-        table.reserve(static_cast<qsizetype>(std::min(expected, static_cast<double>(next_))));
-    }
-
-private:
-    static constexpr qsizetype step = 16;
-
-    QFile const &file_;
-    qsizetype next_ = 64;
-};
 
 } // namespace
 
@@ -102,20 +75,21 @@ ConfigFile ConfigFile::load(ConfigFile const &parent, QString const &file)
     return config;
 }
 
-void ConfigFile::load()
+void ConfigFile::open(OpenFile &open_file)
 {
     log(PLogger::Level::info, "Loading configuration file {}", file_path_);
     line_no_ = 0;
     if (parent_ != nullptr)
-        refuse_endless_includes();
-    QFile file(file_path_);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        throw PException(fmt::format("{}", file.errorString()));
+        refuse_endless_name();
+    if (!open_file.file.open(QIODevice::ReadOnly | QIODevice::Text))
+        throw PException(fmt::format("{}", open_file.file.errorString()));
     if (observer_ != nullptr)
         observer_->opened(*this);
+}
 
-    LineReader lines(file);
-    TableSize table_size(file);
+std::optional<QString> ConfigFile::next_include(OpenFile &open_file)
+{
+    auto &[file, lines, table_size] = open_file;
     while (!file.atEnd()) {
         auto const line = lines.next().trimmed();
         bool const failed = file.error() != QFileDevice::NoError;
@@ -127,17 +101,20 @@ void ConfigFile::load()
             throw PException(fmt::format("{}", file.errorString()));
         if (line.isEmpty() || line.front() == ';' || line.front() == '#')
             continue;
-        process(lines.decoded(line));
+        if (auto include = process(lines.decoded(line)))
+            return include;
         table_size.follow(values_);
     }
+    return std::nullopt;
 }
 
 void ConfigFile::process_directive(QString const &line)
 {
-    process(line);
+    if (auto const include = process(line))
+        include_file(*include);
 }
 
-void ConfigFile::process(QStringView line)
+std::optional<QString> ConfigFile::process(QStringView line)
 {
     if (observer_ != nullptr)
         observer_->directive(*this, line);
@@ -160,7 +137,7 @@ void ConfigFile::process(QStringView line)
             if (!found.value) {
                 if (observer_ != nullptr)
                     observer_->unresolved(*this, key, name);
-                return;
+                return std::nullopt;
             }
             if (observer_ != nullptr)
                 observer_->resolved(*this, name, found.source);
@@ -170,19 +147,18 @@ void ConfigFile::process(QStringView line)
     }
     value = unquoted(value);
 
-    if (key == u"include") {
-        include_file(value.toString());
-        return;
-    }
+    if (key == u"include")
+        return value.toString();
     if (QString const *const prefix = prefix_in_force(); prefix != nullptr) {
         if (!key.startsWith(*prefix)) {
             if (observer_ != nullptr)
                 observer_->outside_prefix(*this, key, *prefix);
-            return;
+            return std::nullopt;
         }
         key = key.sliced(prefix->size());
     }
     insert(key.toString(), value.toString());
+    return std::nullopt;
 }
 
 void ConfigFile::add_value(QString const &key, QString const &value)

@@ -12,8 +12,6 @@
 #include <cstdint>
 #include <optional>
 
-class QFileInfo;
-
 namespace PelorinPHPX {
 
 class ConfigObserver;
@@ -114,14 +112,17 @@ public:
 
 private:
     struct Resolved;
+    struct OpenFile;
+    class Loader;
 
-    void process(QStringView line);
+    void open(OpenFile &open_file);
+    [[nodiscard]] std::optional<QString> next_include(OpenFile &open_file);
+    [[nodiscard]] std::optional<QString> process(QStringView line);
     void insert(QString &&key, QString &&value);
     [[nodiscard]] QString const *prefix_in_force() const noexcept;
     [[nodiscard]] Resolved resolved(QString const &name, std::optional<QString> const &default_value) const;
     [[nodiscard]] QStringView unquoted(QStringView value) const;
-    void include_one(QString const &name, QFileInfo const &target);
-    void refuse_endless_includes() const;
+    void refuse_endless_name() const;
 
     ConfigFile const *parent_ = nullptr;
     QString file_name_;

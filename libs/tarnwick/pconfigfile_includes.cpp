@@ -1,10 +1,10 @@
-// ConfigFile: includes.
+// ConfigFile: a load, with its includes.
 
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
+#include <tarnwick/pconfigfile_open_file.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
-#include <tarnwick/stack_left.h>
 
 #include <fmt/format.h>
 
@@ -12,11 +12,15 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <cerrno>
 #include <climits>
-#include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <list>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace PelorinPHPX {
 namespace {
@@ -24,26 +28,6 @@ namespace {
 bool is_wildcard(QString const &file_name)
 {
     return file_name.contains(u'?') || file_name.contains(u'*');
-}
-
-// What the system can open has no longer name, unless there is a NUL in it: it is opened up to that then, the test for
-// recursion knows only the whole, and a file that includes itself in such a way, its name growing, would have no end.
-void refuse_endless_name(QString const &file_path)
-{
-    if (file_path.toUtf8().size() >= PATH_MAX)
-        throw PException(std::generic_category().message(ENAMETOOLONG));
-}
-
-// Every level takes its share of the stack.
-void refuse_depth_without_stack(ConfigFile const *including)
-{
-    constexpr int always_fitting = 32; // levels; and it takes some time to ask
-    constexpr std::size_t reserve = 131'072;
-    int levels = 0;
-    for (auto const *file = including; file != nullptr && levels < always_fitting; file = file->parent())
-        ++levels;
-    if (levels == always_fitting && tarnwick::stack_left() < reserve)
-        throw PException("too many includes in each other");
 }
 
 /// Why a folder cannot be listed to its end, where that is for lack of something: QDir takes what it got until then for
@@ -61,50 +45,154 @@ std::string lack_at_listing(QString const &folder)
 
 } // namespace
 
-void ConfigFile::include_file(QString include)
+/// Reads a file and, at each include, the files that it names. Files nest on a list and not on the stack of the thread:
+/// how deep they can nest is up to the number of open files alone, since each stays open while its includes are read.
+class ConfigFile::Loader {
+public:
+    explicit Loader(ConfigFile &root) { levels_.emplace_back(root); }
+
+    /// Reads the file of the root.
+    void load()
+    {
+        open(levels_.back());
+        run();
+    }
+    /// Reads what the root includes by a directive that is not in its file.
+    void include(QString name)
+    {
+        levels_.back().includes = included_by(levels_.back().config, std::move(name));
+        run();
+    }
+
+private:
+    struct Include {
+        QString name; ///< in messages
+        QFileInfo file;
+    };
+    /// A file that is being read, up to a line that includes others.
+    struct Level {
+        explicit Level(ConfigFile &level_config)
+            : config(level_config)
+        {
+        }
+
+        ConfigFile &config;
+        std::optional<OpenFile> file;    ///< none where the directive is not in the file
+        std::list<Include> includes;     ///< of the line, from the one that is being read on
+        std::optional<ConfigFile> child; ///< which is being read
+    };
+
+    void run()
+    {
+        try {
+            while (step()) {
+            }
+        } catch (PException const &error) {
+            if (levels_.size() == 1)
+                throw;
+            throw PException(including_lines() + error.what());
+        }
+    }
+
+    bool step()
+    {
+        auto &level = levels_.back();
+        if (!level.includes.empty()) {
+            enter(level);
+        } else if (auto include = level.file ? level.config.next_include(*level.file) : std::nullopt) {
+            level.includes = included_by(level.config, *std::move(include));
+        } else {
+            if (levels_.size() == 1)
+                return false;
+            leave();
+        }
+        return true;
+    }
+
+    static void open(Level &level) { level.config.open(level.file.emplace(level.config.file_path_)); }
+
+    /// Goes on with the file that is to be read next.
+    void enter(Level &level)
+    {
+        auto &config = level.config;
+        auto const &[name, file] = level.includes.front();
+        if (config.test_recursion(file.canonicalFilePath()))
+            throw PException(fmt::format("recursive include='{}' at {}:{}", name, config.file_path_, config.line_no_));
+        open(levels_.emplace_back(level.child.emplace(config, file.filePath())));
+    }
+
+    /// Goes back to the including file. The values of this one are there before the next one is read, which sees them.
+    void leave()
+    {
+        levels_.pop_back();
+        auto &[config, file, includes, child] = levels_.back();
+        config.merge(*child);
+        if (config.observer_ != nullptr)
+            config.observer_->merged(config, *child);
+        child.reset();
+        includes.pop_front();
+        if (file)
+            file->table_size.follow(config.values_);
+    }
+
+    /// The lines that led to the file that is being read, for the text of an exception.
+    [[nodiscard]] std::string including_lines() const
+    {
+        std::string lines;
+        for (auto level = levels_.begin(); level != std::prev(levels_.end()); ++level)
+            fmt::format_to(std::back_inserter(lines), "include='{}' at {}:{}\n\t", level->includes.front().name,
+                           level->config.file_path_, level->config.line_no_);
+        return lines;
+    }
+
+    static std::list<Include> included_by(ConfigFile const &config, QString include);
+
+    std::list<Level> levels_; ///< the root first; children point to their parents
+};
+
+std::list<ConfigFile::Loader::Include> ConfigFile::Loader::included_by(ConfigFile const &config, QString include)
 {
-    QFileInfo const target(QDir::isRelativePath(include) ? path_ + u'/' + include : include);
+    QFileInfo const target(QDir::isRelativePath(include) ? config.path_ + u'/' + include : include);
     auto const file_name = target.fileName();
+    std::list<Include> includes;
     if (!is_wildcard(file_name)) {
-        include_one(include, target);
-        return;
+        includes.push_back({std::move(include), target});
+        return includes;
     }
     QDir folder(target.path(), file_name);
     folder.setFilter(QDir::Files);
     folder.setSorting(QDir::Name);
     auto entries = folder.entryInfoList();
     if (auto const lack = lack_at_listing(folder.path()); !lack.empty())
-        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, file_path_, line_no_, lack));
+        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, config.file_path_, config.line_no_, lack));
     if (entries.isEmpty()) { // What was lacking may be there again by now.
         folder.refresh();
         entries = folder.entryInfoList();
     }
-    if (observer_ != nullptr)
-        observer_->matched(*this, include, folder.path(), entries.size());
-    // Each is merged before the next is read, and so visible to it. Messages name the entry, not the wildcard.
+    if (config.observer_ != nullptr)
+        config.observer_->matched(config, include, folder.path(), entries.size());
+    // Messages name the entry, not the wildcard.
     for (auto const &entry : entries)
-        include_one(entry.filePath(), entry);
+        includes.push_back({entry.filePath(), entry});
+    return includes;
 }
 
-void ConfigFile::include_one(QString const &name, QFileInfo const &target)
+void ConfigFile::load()
 {
-    if (test_recursion(target.canonicalFilePath()))
-        throw PException(fmt::format("recursive include='{}' at {}:{}", name, file_path_, line_no_));
-    ConfigFile included(*this, target.filePath());
-    try {
-        included.load();
-    } catch (PException const &error) {
-        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", name, file_path_, line_no_, error.what()));
-    }
-    merge(included);
-    if (observer_ != nullptr)
-        observer_->merged(*this, included);
+    Loader(*this).load();
 }
 
-void ConfigFile::refuse_endless_includes() const
+void ConfigFile::include_file(QString include)
 {
-    refuse_endless_name(file_path_);
-    refuse_depth_without_stack(parent_);
+    Loader(*this).include(std::move(include));
+}
+
+// What the system can open has no longer name, unless there is a NUL in it: it is opened up to that then, the test for
+// recursion knows only the whole, and a file that includes itself in such a way, its name growing, would have no end.
+void ConfigFile::refuse_endless_name() const
+{
+    if (file_path_.toUtf8().size() >= PATH_MAX)
+        throw PException(std::generic_category().message(ENAMETOOLONG));
 }
 
 // This file itself is left out: one that includes itself is read once more, as its own child, and refused there.
