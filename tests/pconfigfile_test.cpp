@@ -5,9 +5,13 @@
 #include "support/config_files.h"
 #include "support/log_lines.h"
 
+#include <tarnwick/line_reader.h>
+
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <ios>
+#include <limits>
 #include <optional>
 #include <ostream>
 #include <stdexcept>
@@ -263,6 +267,31 @@ TEST(ConfigFile, loads_a_child_that_reads_its_parent_and_leaves_it_alone)
     folder.write("child.conf", "oops");
     EXPECT_EQ(failure_of([&] { (void)ConfigFile::load(parent, q(file)); }),
               "Failed to load '" + file + "':\n\tinvalid line at " + file + ":1");
+}
+
+/// Whether a child can be made and loaded from a parent of that type.
+template <class Parent>
+concept is_parent = std::is_constructible_v<ConfigFile, Parent, QString> &&
+                    requires(QString const &file) { ConfigFile::load(std::declval<Parent>(), file); };
+template <class Parent>
+concept is_no_parent = !std::is_constructible_v<ConfigFile, Parent, QString> &&
+                       !requires(QString const &file) { ConfigFile::load(std::declval<Parent>(), file); };
+
+TEST(ConfigFile, takes_no_temporary_as_a_parent)
+{
+    EXPECT_TRUE(is_parent<ConfigFile &>);
+    EXPECT_TRUE(is_parent<ConfigFile const &>);
+    EXPECT_TRUE(is_no_parent<ConfigFile>);
+    EXPECT_TRUE(is_no_parent<ConfigFile const>);
+}
+
+TEST(ConfigFile, counts_lines_up_to_the_largest_number)
+{
+    constexpr auto largest = std::numeric_limits<std::int32_t>::max();
+    using PelorinPHPX::next_line_no;
+    EXPECT_EQ(next_line_no(0), 1);
+    EXPECT_EQ(next_line_no(largest - 1), largest);
+    EXPECT_EQ(next_line_no(largest), largest);
 }
 
 TEST(ConfigFile, handles_a_line_given_by_a_program)

@@ -8,7 +8,16 @@
 #include <QtCore/QString>
 #include <QtCore/QUtf8StringView>
 
+#include <cstdint>
+#include <limits>
+
 namespace PelorinPHPX {
+
+/// The number of the next line. It stays at the largest number that there is.
+constexpr std::int32_t next_line_no(std::int32_t line_no) noexcept
+{
+    return line_no == std::numeric_limits<std::int32_t>::max() ? line_no : line_no + 1;
+}
 
 /// The lines of an open file, as QFile::readLine() gives them, and their text, as QString::fromUtf8() does: in buffers
 /// that serve all lines, instead of fresh ones each.

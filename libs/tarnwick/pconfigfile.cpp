@@ -27,6 +27,7 @@ void load_named(ConfigFile &config, QString const &file)
     } catch (PException const &error) {
         throw PException(fmt::format("Failed to load '{}':\n\t{}", file, error.what()));
     }
+    config.set_observer(nullptr); // it need not outlive the result
 }
 
 } // namespace
@@ -64,7 +65,6 @@ ConfigFile ConfigFile::load(QString const &file, QString const &name, ConfigObse
     ConfigFile config(file, name);
     config.set_observer(observer);
     load_named(config, file);
-    config.set_observer(nullptr); // who observed the load need not outlive its result
     return config;
 }
 
@@ -95,7 +95,7 @@ std::optional<QString> ConfigFile::next_include(OpenFile &open_file)
         bool const failed = file.error() != QFileDevice::NoError;
         if (lines.is_stuck() && !failed)
             break; // it is shorter than the system says, as some files of the kernel are
-        ++line_no_;
+        line_no_ = next_line_no(line_no_);
         // Also where a part of the line came before that: a later read can go well, and give the rest as a line.
         if (failed)
             throw PException(fmt::format("{}", file.errorString()));

@@ -33,7 +33,8 @@ class ConfigObserver;
 /// | `file_path()`           | what the file is opened by, and its name in every message                           |
 /// | `canonical_file_path()` | taken when the name was set; empty where there was no such file                     |
 /// | `prefix()`              | of keys, with its final point; only a root with a name has one                      |
-/// | `line_no()`             | of the line being processed, or of the last one, from 1; 0 before the first         |
+/// | `line_no()`             | of the line being processed, or of the last one, from 1; 0 before the first;        |
+/// |                         | from line 2,147,483,647 on it stays at that                                         |
 /// | `values()`              | the table, keys without the prefix; the most recent value of a key is found first   |
 class ConfigFile {
 public:
@@ -41,6 +42,7 @@ public:
     TARNWICK_EXPORT ConfigFile(QString const &file, QString const &name);
     /// A file that `parent` includes.
     TARNWICK_EXPORT ConfigFile(ConfigFile const &parent, QString const &file);
+    ConfigFile(ConfigFile const &&parent, QString const &file) = delete; // parent() would dangle
     ConfigFile(ConfigFile const &) = default;
     ConfigFile(ConfigFile &&) = default;
     ConfigFile &operator=(ConfigFile const &) = default;
@@ -86,7 +88,9 @@ public:
     /// The same; `observer`, which may be null, is told of this load and of nothing later.
     [[nodiscard]] TARNWICK_EXPORT static ConfigFile load(QString const &file, QString const &name,
                                                          ConfigObserver *observer);
+    /// Reads a file that sees the values of `parent`. An observer of `parent` observes this load and nothing later.
     [[nodiscard]] TARNWICK_EXPORT static ConfigFile load(ConfigFile const &parent, QString const &file);
+    static ConfigFile load(ConfigFile const &&parent, QString const &file) = delete; // parent() would dangle
 
     /// One line, without white space around it, that is no comment.
     TARNWICK_EXPORT void process_directive(QString const &line);
