@@ -7,6 +7,7 @@
 
 #include <tarnwick/line_reader.h>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -14,9 +15,11 @@
 #include <limits>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <streambuf>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -443,6 +446,56 @@ TEST(ConfigFileLog, tells_of_files_and_of_values)
     }
 }
 
+/// Makes the stream good again as soon as somebody asks for its text.
+class PassingFormatError : public fmt::format_error {
+public:
+    explicit PassingFormatError(std::ostream &stream)
+        : fmt::format_error("no format")
+        , stream_(&stream)
+    {
+    }
+    [[nodiscard]] char const *what() const noexcept override
+    {
+        stream_->clear();
+        return fmt::format_error::what();
+    }
+
+private:
+    std::ostream *stream_;
+};
+
+TEST(ConfigFileLog, loads_on_after_a_format_error)
+{
+    struct Failing : std::stringbuf {
+        std::ostream *stream = nullptr;
+        bool failed = false;
+        std::streamsize xsputn(char const *data, std::streamsize size) override
+        {
+            if (std::string_view(data, static_cast<std::size_t>(size)).find("a = '1'") != std::string_view::npos &&
+                !std::exchange(failed, true))
+                throw PassingFormatError(*stream);
+            return std::stringbuf::xsputn(data, size);
+        }
+    } buffer;
+    std::ostream stream(&buffer);
+    buffer.stream = &stream;
+    stream.exceptions(std::ios::badbit);
+    static std::string const stem = "libs/tarnwick/pconfigfile";
+    auto const value = "5 " + place_in_source(stem, "{} = '{}'") + " ";
+
+    ConfigFolder const folder;
+    auto const part = folder.write("part.conf", "a = 1\nb = 2\n");
+    auto const file = folder.write("f.conf", "include = part.conf\nc = 3\n");
+    {
+        LogLines const level(5);
+        PLogger::instance().set_output(&stream);
+        EXPECT_EQ(loaded(file), (Texts{"a=1", "b=2", "c=3"}));
+    }
+    auto const loading = "3 " + place_in_source(stem, "Loading configuration file {}") + " Loading configuration file ";
+    EXPECT_EQ(buffer.str(), loading + file + "\n" + loading + part + "\n" + value +
+                                "Failed to format message: no format\n" + value + "b = '2'\n" + value + "c = '3'\n");
+}
+
 TEST(ConfigFileLog, passes_on_what_the_stream_throws)
 {
     struct Failing : std::streambuf {
@@ -455,8 +508,11 @@ TEST(ConfigFileLog, passes_on_what_the_stream_throws)
     stream.exceptions(std::ios::badbit);
     ConfigFolder const folder;
     auto const file = folder.write("f.conf", "a = 1\n");
+    ConfigFile const parent(QString(u"main.conf"), QString());
     PLogger::instance().set_output(&stream);
     EXPECT_THROW((void)ConfigFile::load(q(file), QString()), std::domain_error);
+    stream.clear();
+    EXPECT_THROW((void)ConfigFile::load(parent, q(file)), std::domain_error);
     PLogger::instance().set_output(nullptr);
 }
 
