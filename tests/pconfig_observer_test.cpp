@@ -19,6 +19,7 @@ class Notes final : public ConfigObserver {
 public:
     Texts notes;
 
+    void opening(ConfigFile const &file) override { note(file, "opening"); }
     void opened(ConfigFile const &file) override { note(file, "opened"); }
     void directive(ConfigFile const &file, QStringView line) override
     {
@@ -71,6 +72,7 @@ TEST(ConfigObserver, is_told_everything_in_order)
     auto const config = ConfigFile::load(q(main), QString(u"app"), &observer);
     EXPECT_EQ(observer.notes,
               (Texts{
+                  "main.conf:0: opening",
                   "main.conf:0: opened",
                   "main.conf:2: directive app.a = \"1\"",
                   "main.conf:2: added a=1",
@@ -82,6 +84,7 @@ TEST(ConfigObserver, is_told_everything_in_order)
                   "main.conf:5: d/*.none matches 0 in d",
                   "main.conf:6: directive include = par?.conf",
                   "main.conf:6: par?.conf matches 1 in " + QFileInfo(q(folder.path())).fileName().toStdString(),
+                  "part.conf:0 in 6: opening",
                   "part.conf:0 in 6: opened",
                   "part.conf:1 in 6: directive app.c = ${app.a}",
                   "part.conf:1 in 6: resolved app.a by parent",
@@ -123,13 +126,14 @@ TEST(ConfigObserver, is_told_of_what_stands_above_a_fault)
     folder.write("part.conf", "c = 3\noops\nd = 4\n");
     Notes observer;
     EXPECT_EQ(failure_of([&] { (void)ConfigFile::load(q(main), QString(), &observer); }), failure(main));
-    EXPECT_EQ(observer.notes, (Texts{"main.conf:0: opened", "main.conf:1: directive a = 1", "main.conf:1: added a=1",
-                                     "main.conf:2: directive include = part.conf", "part.conf:0 in 2: opened",
-                                     "part.conf:1 in 2: directive c = 3", "part.conf:1 in 2: added c=3",
-                                     "part.conf:2 in 2: directive oops"}));
+    EXPECT_EQ(observer.notes,
+              (Texts{"main.conf:0: opening", "main.conf:0: opened", "main.conf:1: directive a = 1",
+                     "main.conf:1: added a=1", "main.conf:2: directive include = part.conf",
+                     "part.conf:0 in 2: opening", "part.conf:0 in 2: opened", "part.conf:1 in 2: directive c = 3",
+                     "part.conf:1 in 2: added c=3", "part.conf:2 in 2: directive oops"}));
     observer.notes.clear();
     EXPECT_NE(failure_of([&] { (void)ConfigFile::load(q(folder.path("none")), QString(), &observer); }), "");
-    EXPECT_EQ(observer.notes, Texts());
+    EXPECT_EQ(observer.notes, Texts{"none:0: opening"});
 }
 
 TEST(ConfigObserver, is_told_of_what_a_program_does_too)
@@ -151,9 +155,9 @@ TEST(ConfigObserver, is_left_behind_by_what_it_saw_loading)
     ConfigFolder const folder;
     Notes observer;
     auto config = ConfigFile::load(q(folder.write("f.conf", "a = 1\n")), QString(), &observer);
-    EXPECT_EQ(observer.notes.size(), 3U);
+    EXPECT_EQ(observer.notes.size(), 4U);
     config.add_value(QString(u"b"), QString(u"2"));
-    EXPECT_EQ(observer.notes.size(), 3U);
+    EXPECT_EQ(observer.notes.size(), 4U);
 }
 
 TEST(ConfigObserver, of_a_parent_observes_the_load_of_a_child_and_nothing_later)

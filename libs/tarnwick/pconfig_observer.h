@@ -36,6 +36,8 @@ public:
     }
     /// An included file has been read, and its table was added to the file's own by ConfigFile::merge.
     virtual void merged(ConfigFile const & /*file*/, ConfigFile const & /*included*/) {}
+    /// A file is opened next, which can take long: a pipe waits for a program that writes to it.
+    virtual void opening(ConfigFile const & /*file*/) {}
 
 protected:
     ConfigObserver() = default;

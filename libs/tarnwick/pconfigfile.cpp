@@ -81,6 +81,8 @@ void ConfigFile::open(OpenFile &open_file)
     line_no_ = 0;
     if (parent_ != nullptr)
         refuse_endless_name();
+    if (observer_ != nullptr)
+        observer_->opening(*this);
     if (!open_file.file.open(QIODevice::ReadOnly | QIODevice::Text))
         throw PException(fmt::format("{}", open_file.file.errorString()));
     if (observer_ != nullptr)

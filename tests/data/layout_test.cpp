@@ -257,6 +257,7 @@ TEST(Layout, of_an_observer_has_its_functions_in_this_order)
     EXPECT_EQ(place(&ConfigObserver::added), 5);
     EXPECT_EQ(place(&ConfigObserver::matched), 6);
     EXPECT_EQ(place(&ConfigObserver::merged), 7);
+    EXPECT_EQ(place(&ConfigObserver::opening), 8);
 }
 
 } // namespace
