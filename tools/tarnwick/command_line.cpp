@@ -141,7 +141,8 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
     config->set_version_flag("--version", app.version());
     config->require_subcommand(1);
     add_config_command(*config, options, command,
-                       {"check", "Tell what is wrong with a file and what of it is dropped", config_check});
+                       {"check", "Tell what is wrong with a file and what of it is dropped", config_check})
+        .add_flag("--strict", options.strict, "end with status 1 where there is a warning");
     add_config_command(*config, options, command, {"dump", "Print all keys with their values", config_dump});
     add_config_command(*config, options, command, {"get", "Print the value of a key", config_get, true})
         .add_flag("--all", options.all, "all values of the key, newest first");

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config_place.h"
-#include "config_trail.h"
+#include "config_settings.h"
 
 #include <QtCore/QMultiHash>
 #include <QtCore/QSet>
@@ -15,12 +15,8 @@
 namespace tarnwick::program {
 
 /// Notes where each value comes from, and what is dropped.
-class ConfigOrigins final : public ConfigTrail {
+class ConfigOrigins final : public ConfigSettings {
 public:
-    struct Reference {
-        QString name;
-        Source source;
-    };
     struct Origin {
         QString value;
         ConfigPlace place;
@@ -38,8 +34,6 @@ public:
     [[nodiscard]] std::vector<Dropped> dropped(QString const &key) const;
 
     void opened(PelorinPHPX::ConfigFile const &file) override;
-    void directive(PelorinPHPX::ConfigFile const &file, QStringView line) override;
-    void resolved(PelorinPHPX::ConfigFile const &file, QString const &name, Source source) override;
     void unresolved(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &name) override;
     void outside_prefix(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &prefix) override;
     void added(PelorinPHPX::ConfigFile const &file, QString const &key, QString const &value) override;
@@ -51,12 +45,11 @@ private:
     struct Drop {
         QString key;
         Dropped dropped;
+        // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
+        std::optional<Miss> miss = {}; ///< the reason
     };
 
     std::vector<Table> tables_; ///< of the files that are being read, the root first
-    QString line_;
-    std::optional<Reference> reference_; ///< of the line
-    QString prefix_;
     std::vector<Drop> drops_;
 };
 

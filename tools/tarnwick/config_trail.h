@@ -5,27 +5,59 @@
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
 
+#include <QtCore/QString>
+#include <QtCore/QStringView>
+
 #include <deque>
 #include <optional>
+#include <string>
 
 namespace tarnwick::program {
+
+/// Texts of files as people can read them, without control characters.
+std::string shown(QString const &text);
+/// FILE:LINE.
+std::string shown(ConfigPlace::Line const &line);
 
 /// Keeps the line that the reader is at. A class that overrides an event below calls the base.
 class ConfigTrail : public PelorinPHPX::ConfigObserver {
 public:
+    struct Reference {
+        QString name;
+        Source source;
+    };
+
     ConfigTrail() = default;
     ConfigTrail(ConfigTrail const &) = delete; // places point into it
     ConfigTrail &operator=(ConfigTrail const &) = delete;
 
     /// The last line that the reader acted on; none before the first.
     [[nodiscard]] std::optional<ConfigPlace> const &place() const { return place_; }
+    /// The text of that line.
+    [[nodiscard]] QString const &line() const { return line_; }
+    /// The reference that the value of that line was replaced for; none where there was none.
+    [[nodiscard]] std::optional<Reference> const &reference() const { return reference_; }
 
+    /// Whether a value is the text of the line itself: without quotes, and not that of a reference.
+    [[nodiscard]] bool is_bare(QString const &value) const { return !reference_ && line_.endsWith(value); }
+
+    /// Reports a pipe on standard error: opening it can take for ever.
+    void opening(PelorinPHPX::ConfigFile const &file) override;
     void opened(PelorinPHPX::ConfigFile const &file) override
     {
         if (auto const *parent = file.parent(); parent != nullptr)
             include_ = &includes_.emplace_back(place_of(*parent).line, include_);
     }
-    void directive(PelorinPHPX::ConfigFile const &file, QStringView /*line*/) override { place_ = place_of(file); }
+    void directive(PelorinPHPX::ConfigFile const &file, QStringView line) override
+    {
+        place_ = place_of(file);
+        line_ = line.toString();
+        reference_.reset();
+    }
+    void resolved(PelorinPHPX::ConfigFile const & /*file*/, QString const &name, Source source) override
+    {
+        reference_ = Reference{name, source};
+    }
     void merged(PelorinPHPX::ConfigFile const &file, PelorinPHPX::ConfigFile const & /*included*/) override
     {
         include_ = include_->outer;
@@ -43,6 +75,8 @@ private:
     std::deque<ConfigPlace::Include> includes_; ///< one for each file but the root
     ConfigPlace::Include const *include_ = nullptr;
     std::optional<ConfigPlace> place_;
+    QString line_;
+    std::optional<Reference> reference_;
 };
 
 } // namespace tarnwick::program

@@ -53,4 +53,28 @@ std::optional<QString> probable_key(QString const &written, QString const &prefi
     return best;
 }
 
+std::optional<QString> nearest_key(QString const &written, QString const &prefix, QStringList const &known)
+{
+    QSet<QString> const keys(known.begin(), known.end());
+    if (!prefix.isEmpty()) {
+        if (auto const meant = probable_key(written, prefix, keys);
+            meant && keys.contains(meant->sliced(prefix.size())))
+            return meant->sliced(prefix.size());
+    }
+    // Names of two letters are all alike.
+    auto best_distance = std::clamp<qsizetype>(written.size() - 2, 0, 2) + 1;
+    std::optional<QString> best;
+    for (auto const &key : known) {
+        if (auto const found = distance(written, key); found < best_distance) {
+            best = key;
+            best_distance = found;
+        }
+    }
+    if (best)
+        return best;
+    // A program's name is in front of the keys of a file that is read without a prefix.
+    auto const named = std::ranges::find_if(known, [&](QString const &key) { return key.endsWith(u'.' + written); });
+    return named == known.end() || written.isEmpty() ? std::nullopt : std::optional(*named);
+}
+
 } // namespace tarnwick::program

@@ -45,5 +45,33 @@ INSTANTIATE_TEST_SUITE_P(
         GuessCase{"Empty", "", ""}),
     test::by_name);
 
+struct NearestCase {
+    char const *name;
+    std::string written;
+    std::string meant;       ///< empty for none
+    std::string prefix = {}; // NOLINT(readability-redundant-member-init): rows leave it out
+};
+
+class Nearest : public testing::TestWithParam<NearestCase> {};
+
+TEST_P(Nearest, is_the_key_that_was_meant)
+{
+    QStringList const known{q("app.db.path"), q("host"), q("port"), q("timeout"), q("xy")};
+    auto const meant = nearest_key(q(GetParam().written), q(GetParam().prefix), known);
+    EXPECT_EQ(meant.value_or(QString()).toStdString(), GetParam().meant);
+    EXPECT_EQ(meant.has_value(), !GetParam().meant.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Keys, Nearest,
+    testing::Values(NearestCase{"letters_swapped", "prot", "port"}, NearestCase{"other_case", "Port", "port"},
+                    NearestCase{"letter_missing", "timout", "timeout"}, NearestCase{"letter_too_many", "hosst", "host"},
+                    NearestCase{"three_letters", "prt", "port"}, NearestCase{"two_letters_are_all_alike", "xz", ""},
+                    NearestCase{"without_its_program", "db.path", "app.db.path"},
+                    NearestCase{"too_far", "protocol", ""}, NearestCase{"empty", "", ""},
+                    NearestCase{"prefix_misspelt", "ap.port", "port", "app."},
+                    NearestCase{"prefix_and_no_such_key", "ap.nothing", "", "app."}),
+    test::by_name);
+
 } // namespace
 } // namespace tarnwick::program

@@ -1,0 +1,188 @@
+// What `tarnwick config` prints of a file that cannot be loaded.
+
+#include "support/by_name.h"
+#include "tools/tarnwick/support/config_program.h"
+
+#include <gmock/gmock.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+
+namespace tarnwick::test {
+namespace {
+
+using namespace std::string_literals;
+using testing::HasSubstr;
+
+/// A file that cannot be loaded, beside part.conf, which can.
+struct FaultCase {
+    char const *name;
+    std::string content;
+    std::string added; ///< to the text of the exception, on standard error
+    std::string text;  ///< in JSON
+    int line = 1;
+    // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
+    std::string variable = {}; ///< V in the environment
+
+    friend void PrintTo(FaultCase const &row, std::ostream *out) { *out << row.name; }
+};
+
+class Fault : public ConfigProgram, public testing::WithParamInterface<FaultCase> {
+protected:
+    Fault()
+    {
+        folder.write("main.conf", GetParam().content);
+        folder.write("part.conf", "b = 1\n");
+        folder.write("broken.conf", "b = 1\noops\n");
+    }
+    [[nodiscard]] std::string what() const
+    {
+        WorkingFolder const here(folder.path());
+        Variable const variable("V", GetParam().variable);
+        return failure("main.conf");
+    }
+    [[nodiscard]] test::Setup setup(std::vector<std::string> arguments) const
+    {
+        return {.arguments = std::move(arguments), .environment = {"V=" + GetParam().variable}};
+    }
+};
+
+TEST_P(Fault, has_the_text_of_the_exception_and_lines_of_its_own)
+{
+    auto const text = what() + "\n" + GetParam().added;
+    EXPECT_EQ(config(setup({"check", "main.conf"})).err, text);
+    EXPECT_EQ(config(setup({"check", "--format=json", "main.conf"})).err, text);
+    EXPECT_EQ(config(setup({"dump", "main.conf"})).err, text);
+    EXPECT_EQ(config(setup({"explain", "main.conf", "a"})).err, text);
+}
+
+TEST_P(Fault, is_a_member_of_the_json_of_a_check)
+{
+    auto const out = config(setup({"check", "--format=json", "main.conf"})).out;
+    auto const check = QJsonDocument::fromJson(QByteArray::fromStdString(out)).object();
+    QJsonArray const faults{QJsonObject{{QStringLiteral("file"), QStringLiteral("main.conf")},
+                                        {QStringLiteral("line"), GetParam().line},
+                                        {QStringLiteral("text"), q(GetParam().text)}}};
+    EXPECT_EQ(check[QStringLiteral("faults")].toArray(), faults) << out;
+    EXPECT_EQ(check[QStringLiteral("errors")].toArray(), QJsonArray{q(what())}) << out;
+}
+
+std::string const missing = "\n\tNo such file or directory";
+
+FaultCase noted(char const *name, std::string const &content, std::string const &text, std::string const &note,
+                std::string const &variable = {})
+{
+    return {name, content, "main.conf:1: note: " + note + "\n", text + "\n\tnote: " + note, 1, variable};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, Fault,
+    testing::Values(
+        FaultCase{"a_line", "# c\noops\n", "", "invalid line at main.conf:2", 2},
+        FaultCase{"control_characters", "include = \x1b[2J\n", "", "include='\x1b[2J' at main.conf:1" + missing},
+        FaultCase{"a_nul", "# c\ninclude = no\0ne.conf\n"s, "main.conf:2: note: the files were read up to this line\n",
+                  "include='no", 2},
+        FaultCase{"a_missing_file", "include = none\n", "", "include='none' at main.conf:1" + missing},
+        noted("a_pattern_for_folders", "include = d*/x?y/a.conf\n", "include='d*/x?y/a.conf' at main.conf:1" + missing,
+              "'*' and '?' match files in the last part of a name only, and no folders"),
+        noted("a_reference_in_a_name", "include = ${V}/a.conf\n", "include='${V}/a.conf' at main.conf:1" + missing,
+              "'${V}' is not replaced: a reference is the whole of a value"),
+        noted("a_comment_after_a_name", "include = part.conf # b\n", "include='part.conf # b' at main.conf:1" + missing,
+              "'#' does not begin a comment after a value: it is part of the value"),
+        noted("a_comment_after_quotes", "a = \"x\" # y\n", "unterminated string literal at main.conf:1",
+              "no comment can follow a value"),
+        FaultCase{"a_missing_quote", "a = \"x # y\n", "", "unterminated string literal at main.conf:1"},
+        noted("a_variable", "a = ${V}\n", "unterminated string literal at main.conf:1",
+              "the value is that of the environment variable 'V'", "'x"),
+        noted("a_default", "a = ${V:-'x}\n", "unterminated string literal at main.conf:1",
+              "the value is the default of the reference to 'V'"),
+        FaultCase{"a_value_above", "v = \"'x\"\na = ${v}\n",
+                  "main.conf:2: note: the value is that of 'v' above in this file\n",
+                  "unterminated string literal at main.conf:2\n\tnote: the value is that of 'v' above in this file", 2},
+        noted("a_variable_that_names_no_file", "include = ${V}\n", "include='none' at main.conf:1" + missing,
+              "the value is that of the environment variable 'V'", "none")),
+    by_name);
+
+using Faults = ConfigProgram;
+
+TEST_F(Faults, are_readable_on_a_terminal)
+{
+    folder.write("main.conf", "include = \x1b[2J\n");
+    auto const on = [&](Sink sink) { return config(test::Setup{.arguments = {"dump", "main.conf"}, .err = sink}).err; };
+    EXPECT_EQ(on(Sink::test), "Failed to load 'main.conf':\n\tinclude='\x1b[2J' at main.conf:1" + missing + "\n");
+    EXPECT_EQ(on(Sink::terminal), "Failed to load 'main.conf':\n\tinclude='\\x1b[2J' at main.conf:1" + missing + "\n");
+}
+
+TEST_F(Faults, name_the_including_file_as_the_source_of_a_value)
+{
+    folder.write("main.conf", "v = \"'x\"\ninclude = part.conf\n");
+    folder.write("part.conf", "\na = ${v}\n");
+    auto const outcome = config({"check", "--format=json", "main.conf"});
+    EXPECT_THAT(outcome.err,
+                testing::EndsWith("./part.conf:2: note: the value is that of 'v' in the including file\n"));
+    EXPECT_THAT(outcome.out,
+                HasSubstr(R"("faults":[{"file":"./part.conf","line":2,"text":"unterminated string literal )"
+                          R"(at ./part.conf:2\n\tnote: the value is that of 'v' in the including file)"
+                          R"(\n\tincluded at main.conf:2"}])"));
+}
+
+TEST_F(Faults, behind_a_nul_name_the_includes_that_led_there)
+{
+    folder.write("main.conf", "include = d/*.conf\n");
+    folder.write("d/a.conf", "a = 1\n");
+    folder.write("d/b.conf", "\n\ninclude = ../part.conf\0x\n"s);
+    folder.write("part.conf", "a = 1\nb = 2\noops\n");
+    std::string const fault =
+        "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n\tinclude='../part.conf\n"
+        "./d/../part.conf\\x00x:3: note: the files were read up to this line\n"
+        "\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3\n";
+    expect(config({"dump", "main.conf"}), 1, "", fault);
+    expect(config({"explain", "main.conf", "a"}), 1, "", fault);
+    EXPECT_THAT(config({"check", "main.conf"}).out, testing::EndsWith("read ./d/../part.conf\\x00x\n"))
+        << "and no warning: that is a regular file";
+    EXPECT_THAT(config({"check", "--format=json", "main.conf"}).out,
+                HasSubstr(R"("faults":[{"file":"./d/../part.conf\u0000x","line":3,"text":"include='../part.conf)"
+                          R"(\n\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3"}])"));
+}
+
+TEST_F(Faults, of_a_file_that_is_not_there_have_no_line)
+{
+    EXPECT_EQ(config({"check", "--format=json", "none.conf"}).out,
+              R"({"files":[],"errors":["Failed to load 'none.conf':\n\tNo such file or directory"],)"
+              R"("faults":[{"file":"none.conf","line":0,"text":"No such file or directory"}],"warnings":[]})"
+              "\n");
+}
+
+TEST_F(Faults, of_a_name_that_is_not_utf8_say_so)
+{
+    auto const name = "caf\xE9.conf"s;
+    folder.write(name, "a = 1\n");
+    std::string const reason = "the name is not UTF-8, so the file cannot be opened";
+    expect(config({"dump", name}), 1, "", "caf\\xe9.conf: " + reason + "\n");
+    expect(config({"check", "--format=json", name}), 1,
+           R"({"files":[],"errors":["caf\\xe9.conf: )" + reason +
+               R"("],"faults":[{"file":"caf\\xe9.conf","line":0,"text":")" + reason + R"("}],"warnings":[]})" + "\n",
+           "caf\\xe9.conf: " + reason + "\n");
+}
+
+TEST_F(Faults, of_a_pipe_without_a_writer_are_printed_before_it_is_opened)
+{
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    folder.write("main.conf", "a = 1\ninclude = pipe\n");
+    WorkingFolder const here(folder.path());
+    for (auto const *command : {"check", "dump"}) {
+        Program program(test::Setup{.arguments = {"config", command, "main.conf"}, .err = Sink::output});
+        EXPECT_EQ(program.read_line(), "main.conf:2: './pipe' is a pipe: waiting for a program that writes to it\n");
+        Descriptor const writer(::open("pipe", O_WRONLY | O_CLOEXEC)); // opens as soon as the program reads
+        EXPECT_EQ(program.finish().status, 0);
+    }
+}
+
+} // namespace
+} // namespace tarnwick::test

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QtCore/QStringView>
+
+#include <string>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// What a person may take for more than text in a value that is just text: a comment, a reference. Empty where there is
+/// nothing. The value has no quotes, which would show that its text is meant.
+std::vector<std::string> misread_parts(QStringView value);
+
+} // namespace tarnwick::program
