@@ -78,7 +78,11 @@ void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
                     "Exit status: 0 done, 1 a capture has a fault (said with its place), 2 wrong usage,\n"
                     "3 a file cannot be read or written.",
                     RecordFeed::max_depth));
-    sub->callback([&] { command = [&options] { return inspect(options); }; });
+    sub->callback([&] {
+        if (std::ranges::count(options.files, "-") > 1)
+            throw CLI::ValidationError("standard input (-) can be read only once");
+        command = [&options] { return inspect(options); };
+    });
 }
 
 /// NAME=VALUE, as the environment has it.
@@ -255,14 +259,16 @@ ExitStatus dispatch(int argc, char const *const *argv)
 
 int run(int argc, char const *const *argv)
 {
-    // A reader that goes away is an output that cannot be written, not a reason to die without a word.
+    // A closed standard error must not end the program: messages that cannot be written are dropped.
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c): it cannot fail for this signal
-    // So is a file that may grow no further.
+    // A file that may not grow further is reported as an error of writing it.
     std::signal(SIGXFSZ, SIG_IGN); // NOLINT(cert-err33-c)
     // Whatever Qt takes a file's name for, the program has its own words on it. QT_LOGGING_RULES brings Qt's back.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     try {
         return dispatch(argc, argv);
+    } catch (ReaderGone const &) {
+        return reader_gone;
     } catch (WriteError const &error) {
         tell(fmt::format("tarnwick: {}\n", error.what()));
     } catch (std::bad_alloc const &) {

@@ -47,6 +47,13 @@ std::uint64_t InputFile::size() const
     return S_ISREG(status_.st_mode) ? static_cast<std::uint64_t>(status_.st_size) : 0;
 }
 
+bool InputFile::is_file_of(int descriptor) const
+{
+    struct stat other = {};
+    return descriptor != descriptor_ && S_ISREG(status_.st_mode) && ::fstat(descriptor, &other) == 0 &&
+           status_.st_dev == other.st_dev && status_.st_ino == other.st_ino;
+}
+
 std::string_view InputFile::take(std::uint64_t limit)
 {
     if (unread_.empty())

@@ -23,6 +23,8 @@ public:
     [[nodiscard]] int error() const { return error_; }
     /// 0 for what has no size, like a pipe.
     [[nodiscard]] std::uint64_t size() const;
+    /// Whether another descriptor refers to the same regular file.
+    [[nodiscard]] bool is_file_of(int descriptor) const;
     /// How many bytes were taken.
     [[nodiscard]] std::uint64_t position() const { return position_; }
 

@@ -66,6 +66,11 @@ private:
 
 ExitStatus Inspection::run()
 {
+    // Each record that is printed would become input.
+    if (input_.is_file_of(STDOUT_FILENO)) {
+        say("cannot be read: standard output goes to this file");
+        return file_failure;
+    }
     Step step{};
     do {
         step = reader_.next();

@@ -18,7 +18,7 @@ struct InspectOptions {
 };
 
 /// Prints the records that the frames of captures feed to standard output, and what is wrong with them, with its place,
-/// to standard error. Gives the exit status; throws `WriteError`.
+/// to standard error. Returns the exit status; throws `WriteError` and `ReaderGone`.
 ExitStatus inspect(InspectOptions const &options);
 
 } // namespace tarnwick::program

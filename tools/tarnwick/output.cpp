@@ -38,6 +38,8 @@ void Output::flush()
         } else if (errno == EAGAIN) {
             pollfd output{.fd = descriptor_, .events = POLLOUT, .revents = 0};
             ::poll(&output, 1, -1);
+        } else if (errno == EPIPE) {
+            throw ReaderGone();
         } else if (errno != EINTR) {
             // NOLINTNEXTLINE(concurrency-mt-unsafe): the program has one thread
             throw WriteError(fmt::format("cannot write the output: {}", std::strerror(errno)));

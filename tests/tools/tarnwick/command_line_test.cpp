@@ -41,6 +41,8 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"inspect", "--format="}, "tarnwick: --format: '' is none of auto|text|jsonl\n" + inspect_usage},
         {{"help", "look"}, "tarnwick: there is no command 'look'\n" + help_usage},
         {{"help", "config", "look"}, "tarnwick: there is no command 'config look'\n" + help_usage},
+        {{"inspect", "-", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
+        {{"inspect", "-", "f", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
         {{"config"}, "tarnwick: A subcommand is required\n" + config_usage},
         {{"config", "look"}, "tarnwick: there is no command 'look'\n" + config_usage},
         {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},

@@ -13,9 +13,12 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
+#include <fcntl.h>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace tarnwick::test {
@@ -173,6 +176,50 @@ TEST(Inspect, says_why_a_file_cannot_be_read)
         EXPECT_EQ(outcome.status, 3);
         EXPECT_EQ(outcome.out, "");
         EXPECT_EQ(outcome.err, fmt::format("{}: cannot be read: {}\n", file, reason));
+    }
+}
+
+TEST(Inspect, refuses_to_read_the_file_that_it_writes)
+{
+    TemporaryFile const capture(good);
+    TemporaryFile const other(request_end(2));
+    auto const link = capture.name() + "-link";
+    ASSERT_EQ(::symlink(capture.name().c_str(), link.c_str()), 0);
+    struct Case {
+        std::vector<std::string> files;
+        std::string refused;
+    };
+    Case const cases[] = {
+        {{capture.name()}, capture.name()},
+        {{link}, link},
+        {{}, "-"},
+        {{"-"}, "-"},
+    };
+    for (auto const &[files, refused] : cases) {
+        SCOPED_TRACE(testing::PrintToString(files));
+        Descriptor const in(::open(capture.name().c_str(), O_RDONLY | O_CLOEXEC));
+        Descriptor const out(::open(capture.name().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        std::vector<std::string> arguments{"inspect"};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        auto const outcome = run({.arguments = arguments, .in = in, .out_file = out});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.err, refused + ": cannot be read: standard output goes to this file\n");
+        EXPECT_EQ(std::filesystem::file_size(capture.name()), good.size());
+    }
+    // The other files are read.
+    Descriptor const out(::open(capture.name().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    EXPECT_EQ(run({.arguments = {"inspect", capture.name(), other.name()}, .out_file = out}).status, 3);
+    EXPECT_GT(std::filesystem::file_size(capture.name()), good.size());
+    ::unlink(link.c_str());
+}
+
+TEST(Inspect, reads_and_writes_the_same_device)
+{
+    Descriptor const null(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    for (std::string const file : {"-", "/dev/null"}) {
+        auto const outcome = run({.arguments = {"inspect", file}, .in = null, .out_file = null});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err, file + ": is empty: a capture has at least one frame\n");
     }
 }
 

@@ -63,7 +63,6 @@ TEST(InspectStreams, says_that_the_output_cannot_be_written)
     };
     Case const cases[] = {
         {Sink::full_disk, "No space left on device"},
-        {Sink::nobody, "Broken pipe"},
         {Sink::closed, "Bad file descriptor"},
     };
     for (auto const &[out, reason] : cases) {
@@ -71,6 +70,27 @@ TEST(InspectStreams, says_that_the_output_cannot_be_written)
         EXPECT_EQ(outcome.status, 3);
         EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: " + reason + "\n");
     }
+}
+
+TEST(InspectStreams, ends_silently_when_the_reader_leaves_before_the_end)
+{
+    Program program({.arguments = {"inspect"}});
+    program.write(request_end(1));
+    EXPECT_THAT(program.read_line(), HasSubstr("\"request_id\":1,"));
+    program.close_output();
+    program.write(request_end(2));
+    program.close_input();
+    auto const outcome = program.finish();
+    EXPECT_EQ(outcome.status, 141);
+    EXPECT_EQ(outcome.err, "");
+}
+
+// Status 141 counts more than a fault that was found before.
+TEST(InspectStreams, reports_the_faults_before_the_reader_left)
+{
+    auto const outcome = run({.arguments = {"inspect"}, .out = Sink::nobody}, delimited("\xff") + request_end(1));
+    EXPECT_EQ(outcome.status, 141);
+    EXPECT_EQ(outcome.err, "-: frame 1 at byte 0: this is not a frame\n");
 }
 
 TEST(InspectStreams, ignores_that_messages_cannot_be_written)

@@ -142,6 +142,8 @@ public:
 
     void write(std::string_view bytes) { write_all(in_, bytes); }
     void close_input() { in_.reset(); }
+    /// Goes away as the reader of its output.
+    void close_output() { out_.reset(); }
 
     /// The next line of its output, with the line feed; what there is at the end of it.
     std::string read_line()
