@@ -1,25 +1,37 @@
 #pragma once
 
+#include "frame_fields.h"
 #include "input_file.h"
+#include "read_ahead.h"
+#include "varint.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tarnwick::program {
 
-/// Reads a capture, a sequence of frames each behind its length as a varint, from a file or a pipe. Memory follows the
-/// largest frame, not the file, and grows with what is read, not with what a length claims.
+/// Reads a capture, a sequence of frames each after its length as a varint, from a file or a pipe. Memory follows the
+/// largest frame, not the file, and grows with the bytes that were read, not with the length that a frame announces.
+///
+/// After bytes that are no frame the reader looks for the next start: the next place from which three frames in a row
+/// are good, or fewer that end where the input ends. A frame is good if its report is known and parses. The first of the
+/// three must be good; between them frames whose report is unknown or does not parse do not count. Right after the
+/// faulty frame, as far as its length is known, and right after zero bytes that follow it, one good frame is enough.
 class CaptureReader {
 public:
     static constexpr std::uint64_t max_frame_size = std::uint64_t{1} << 30;
+    /// How far the reader looks ahead of a possible start. A frame that reaches farther counts as the last of the three
+    /// if its fields end where the frame ends and the last of them is a report.
+    static constexpr std::uint64_t max_look_ahead = std::uint64_t{16} << 20;
 
     enum class Step {
-        frame,      ///< `frame()` holds the next frame
-        fault,      ///< `problem()` says what is wrong with the frame; reading can go on
-        last_fault, ///< as `fault`, but where the next frame starts is unknown
-        failure,    ///< `problem()` says why the file cannot be read
+        frame,   ///< `frame()` is the next frame
+        fault,   ///< `problem()` describes bytes that are no frame; the reader can go on
+        seeking, ///< the reader still looks for the end of a fault; returned now and then, so that the caller can show it
+        failure, ///< `problem()` is the reason why the file cannot be read
         end,
     };
 
@@ -33,24 +45,38 @@ public:
 
     [[nodiscard]] capture::v1::Frame const &frame() const { return frame_; }
     [[nodiscard]] std::string const &problem() const { return problem_; }
-    /// The number of the frame, counted from 1, and where its length stands in the file.
+    /// The number of the frame or fault, counted from 1, and where it starts in the file.
     [[nodiscard]] std::uint64_t number() const { return number_; }
     [[nodiscard]] std::uint64_t offset() const { return offset_; }
+    /// The first bytes of the file, 64 of them if there are so many.
+    [[nodiscard]] std::string_view head() const { return input_.head(); }
 
 private:
-    enum class Length { whole, truncated, too_large };
+    enum class Candidate { none, known_report, other_report, beyond_look_ahead };
 
-    Length read_length(std::uint64_t &length);
-    void read_body(std::uint64_t length);
+    Step read_frame(std::uint64_t start, std::uint64_t size);
     Step cut_short(std::string problem);
-    Step fault(std::string problem, Step step);
+    Step failure();
+    Step fault(std::string problem, std::uint64_t end);
+    Step seek();
+    Varint length_at(std::uint64_t at);
+    std::string_view bytes_from(std::uint64_t at) const;
+    void skip_one_or_zeros();
+    bool is_start();
+    Candidate candidate_at(std::uint64_t &at);
+    bool can_spend(std::uint64_t effort);
 
-    InputFile &input_;
-    std::string body_;
+    ReadAhead input_;
     capture::v1::Frame frame_;
     std::string problem_;
     std::uint64_t number_ = 0;
     std::uint64_t offset_ = 0;
+
+    // Of the fault that is looked past.
+    bool is_seeking_ = false;
+    std::uint64_t fault_end_ = 0;      ///< where its length says that it ends
+    std::uint64_t expected_start_ = 0; ///< where one good frame is enough
+    std::uint64_t effort_ = 0;         ///< spent on bytes that could have been frames, in bytes parsed
 };
 
 } // namespace tarnwick::program

@@ -1,6 +1,7 @@
 #include "inspect.h"
 
 #include "capture_reader.h"
+#include "file_kind.h"
 #include "input_file.h"
 #include "loopback.h"
 #include "messages.h"
@@ -8,12 +9,17 @@
 #include "progress.h"
 #include "record_feed.h"
 #include "record_printer.h"
+#include "report_check.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <string>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 namespace {
@@ -47,10 +53,21 @@ public:
     ExitStatus run();
 
 private:
+    /// A message about a frame, or about adjacent frames of which the same is true.
+    struct Note {
+        std::uint64_t number;
+        std::uint64_t offset;
+        std::string what;
+        std::uint64_t last_number;
+        std::uint64_t last_offset;
+    };
+
     void take(Step step);
     void take_frame();
+    void finish();
     void say(std::string_view what);
-    void say_of_frame(std::string_view what);
+    void say_notes();
+    void note(std::string_view what);
     void fault(std::string_view what);
 
     std::string const &name_;
@@ -61,7 +78,8 @@ private:
     CaptureReader reader_;
     Progress progress_;
     ExitStatus status_ = done;
-    bool any_frame_ = false;
+    bool any_report_ = false;
+    std::vector<Note> notes_; ///< more than one only before the first report
 };
 
 ExitStatus Inspection::run()
@@ -77,13 +95,7 @@ ExitStatus Inspection::run()
         take(step);
         if (progress_.due())
             progress_.show(input_.position());
-    } while (step == Step::frame || step == Step::fault);
-
-    if (!any_frame_ && status_ != file_failure) {
-        status_ = input_fault;
-        say(reader_.number() == 0 ? "is empty: a capture has at least one frame"
-                                  : "is no capture: no frame of it can be read");
-    }
+    } while (step == Step::frame || step == Step::fault || step == Step::seeking);
     return status_;
 }
 
@@ -91,41 +103,58 @@ void Inspection::take(Step step)
 {
     switch (step) {
     case Step::frame:
-        any_frame_ = true;
         take_frame();
         break;
     case Step::fault:
-    case Step::last_fault:
         fault(reader_.problem());
+        break;
+    case Step::seeking:
         break;
     case Step::failure:
         status_ = file_failure;
+        say_notes();
         say(fmt::format("cannot be read: {}", reader_.problem()));
         break;
     case Step::end:
+        finish();
         break;
     }
 }
 
 void Inspection::take_frame()
 {
-    if (reader_.frame().report_case() == capture::v1::Frame::REPORT_NOT_SET) {
-        say_of_frame("holds no report that this program knows");
+    auto const &frame = reader_.frame();
+    if (frame.report_case() == capture::v1::Frame::REPORT_NOT_SET) {
+        note("holds no report that this program knows");
         return;
     }
+    any_report_ = true;
+    // What is printed stays in the order of the capture. A frame that prints nothing can add to the last note.
+    if (!notes_.empty() && has_valid_report(frame))
+        say_notes();
     printer_.set_origin({name_, reader_.number(), reader_.offset()});
     if (output_.is_terminal())
         progress_.clear();
     try {
-        auto const problem = feed_.feed(reader_.frame());
+        auto const problem = feed_.feed(frame);
         if (output_.is_terminal())
             output_.flush();
         if (!problem.empty())
             fault(problem);
     } catch (SocketError const &error) {
         status_ = file_failure;
-        say_of_frame(fmt::format("its chunk takes sockets to read: {}", error.what()));
+        note(fmt::format("its chunk takes sockets to read: {}", error.what()));
     }
+}
+
+void Inspection::finish()
+{
+    if (any_report_ || (reader_.number() > 0 && status_ == done)) {
+        say_notes();
+        return;
+    }
+    status_ = std::max(status_, input_fault);
+    say(reader_.number() == 0 ? "is empty: a capture has at least one frame" : describe_foreign_file(reader_.head()));
 }
 
 // What is printed stays in the order of the capture, also where both streams go to one place.
@@ -136,15 +165,35 @@ void Inspection::say(std::string_view what)
     tell(fmt::format("{}: {}\n", name_, what));
 }
 
-void Inspection::say_of_frame(std::string_view what)
+void Inspection::say_notes()
 {
-    say(fmt::format("frame {} at byte {}: {}", reader_.number(), reader_.offset(), what));
+    for (auto const &[number, offset, what, last_number, last_offset] : std::exchange(notes_, {})) {
+        auto const more = last_number == number
+                              ? std::string()
+                              : fmt::format("; the same up to frame {} at byte {}", last_number, last_offset);
+        say(fmt::format("frame {} at byte {}: {}{}", number, offset, what, more));
+    }
+}
+
+void Inspection::note(std::string_view what)
+{
+    auto const number = reader_.number();
+    auto const offset = reader_.offset();
+    if (!notes_.empty() && notes_.back().what == what) {
+        notes_.back().last_number = number;
+        notes_.back().last_offset = offset;
+        return;
+    }
+    // Before the first report it can turn out that the file is no capture at all, which is all that is reported then.
+    if (any_report_)
+        say_notes();
+    notes_.push_back({number, offset, std::string(what), number, offset});
 }
 
 void Inspection::fault(std::string_view what)
 {
     status_ = std::max(status_, input_fault);
-    say_of_frame(what);
+    note(what);
 }
 
 } // namespace

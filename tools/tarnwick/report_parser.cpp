@@ -61,11 +61,16 @@ bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth
 
 } // namespace
 
-std::string parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+bool parses_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
 {
     auto stream = stream_of(bytes);
     stream.SetRecursionLimit(max_depth);
-    if (message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage())
+    return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
+}
+
+std::string parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+{
+    if (parses_report(message, bytes, max_depth))
         return {};
     // The parser does not say why it stopped.
     auto const &type = *message.GetDescriptor();

@@ -82,79 +82,105 @@ std::string const good = request_end(1); // 9 bytes
 std::string const bad = delimited("\xff\xff\xff");
 std::string const unknown_report = delimited("\x08\x05" + field_head(99, 2) + "ab");
 
+std::string const bad_report = delimited(rpc_php_frame("\xff"));
+
 char const *const not_utf8 =
     R"(rshutdown { superglobals { elements { value { object_value { class_name: "\377" } } } } })";
 
 INSTANTIATE_TEST_SUITE_P(
     Captures, InspectReads,
-    testing::Values(Capture{"OfGoodFrames", good + request_end(2), 0, {"1 at 0: 1", "2 at 9: 2"}, ""},
-                    Capture{"WithFramesThatDoNotParse",
-                            good + bad + good + std::string(1, '\0') + request_end(9),
-                            1,
-                            {"1 at 0: 1", "3 at 13: 1", "5 at 23: 9"},
-                            "FILE: frame 2 at byte 9: this is not a frame\n"
-                            "FILE: frame 4 at byte 22: the length of this frame is 0\n"},
-                    Capture{"ThatStartWithAFrameThatDoesNotParse",
-                            bad + good,
-                            1,
-                            {"2 at 4: 1"},
-                            "FILE: frame 1 at byte 0: this is not a frame\n"},
-                    Capture{"WithAReportThatDoesNotParse",
-                            good + delimited(rpc_php_frame("\xff")) + good,
-                            1,
-                            {"1 at 0: 1", "3 at 13: 1"},
-                            "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"},
-                    Capture{"WithAReportThatIsNestedTooDeep",
-                            good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
-                            1,
-                            {"1 at 0: 1",
-                             fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
-                            "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 "
-                            "messages in each other\n"},
-                    Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
-                            std::vector<std::string>(4, "1 at 0: 0"), ""},
-                    Capture{"WithAReportFromLaterTimes",
-                            good + unknown_report + good,
-                            0,
-                            {"1 at 0: 1", "3 at 17: 1"},
-                            "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
-                    Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0,
-                            std::vector<std::string>(4, "1 at 0: 0"), ""},
-                    Capture{"TruncatedInAFrame",
-                            good + good.substr(0, 5),
-                            1,
-                            {"1 at 0: 1"},
-                            "FILE: frame 2 at byte 9: the file ends inside this frame, after 4 of its 8 bytes\n"},
-                    Capture{"TruncatedInALength",
-                            good + "\x80",
-                            1,
-                            {"1 at 0: 1"},
-                            "FILE: frame 2 at byte 9: the file ends inside the length of this frame\n"},
-                    Capture{"WithALengthOver1GiB",
-                            good + varint((std::uint64_t{1} << 30) + 1) + good,
-                            1,
-                            {"1 at 0: 1"},
-                            "FILE: frame 2 at byte 9: the length of this frame is over 1 GiB\n"},
-                    Capture{"WithoutABeginning", "", 1, {}, "FILE: is empty: a capture has at least one frame\n"},
-                    Capture{"ThatAreText",
-                            "To whom it may concern\n",
-                            1,
-                            {},
-                            "FILE: frame 1 at byte 0: the file ends inside this frame, after 22 of its 84 bytes\n"
-                            "FILE: is no capture: no frame of it can be read\n"},
-                    Capture{"ThatArePictures",
-                            "\x89PNG\r\n\x1a\n" + std::string("\0\0\0\rIHDR", 8),
-                            1,
-                            {},
-                            "FILE: frame 1 at byte 0: the file ends inside this frame, after 14 of its 10249 bytes\n"
-                            "FILE: is no capture: no frame of it can be read\n"},
-                    Capture{"ThatAreZeroes",
-                            std::string(2, '\0'),
-                            1,
-                            {},
-                            "FILE: frame 1 at byte 0: the length of this frame is 0\n"
-                            "FILE: frame 2 at byte 1: the length of this frame is 0\n"
-                            "FILE: is no capture: no frame of it can be read\n"}),
+    testing::Values(
+        Capture{"OfGoodFrames", good + request_end(2), 0, {"1 at 0: 1", "2 at 9: 2"}, ""},
+        Capture{"WithFramesThatDoNotParse",
+                good + bad + good + std::string(1, '\0') + request_end(9),
+                1,
+                {"1 at 0: 1", "3 at 13: 1", "5 at 23: 9"},
+                "FILE: frame 2 at byte 9: this is not a frame\n"
+                "FILE: frame 4 at byte 22: the length of this frame is 0\n"},
+        Capture{"ThatStartWithAFrameThatDoesNotParse",
+                bad + good,
+                1,
+                {"2 at 4: 1"},
+                "FILE: frame 1 at byte 0: this is not a frame\n"},
+        Capture{"WithAReportThatDoesNotParse",
+                good + delimited(rpc_php_frame("\xff")) + good,
+                1,
+                {"1 at 0: 1", "3 at 13: 1"},
+                "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"},
+        Capture{"WithAReportThatIsNestedTooDeep",
+                good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
+                1,
+                {"1 at 0: 1", fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
+                "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 "
+                "messages in each other\n"},
+        Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
+                std::vector<std::string>(4, "1 at 0: 0"), ""},
+        Capture{"WithAReportFromLaterTimes",
+                good + unknown_report + good,
+                0,
+                {"1 at 0: 1", "3 at 17: 1"},
+                "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
+        Capture{"OfReportsFromLaterTimes",
+                unknown_report + unknown_report,
+                0,
+                {},
+                "FILE: frame 1 at byte 0: holds no report that this program knows; the same up to frame 2 "
+                "at byte 8\n"},
+        Capture{"WithAdjacentReportsThatDoNotParse",
+                good + bad_report + bad_report + bad_report + good + bad_report + unknown_report,
+                1,
+                {"1 at 0: 1", "5 at 21: 1"},
+                "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest; the same "
+                "up to frame 4 at byte 17\n"
+                "FILE: frame 6 at byte 30: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"
+                "FILE: frame 7 at byte 34: holds no report that this program knows\n"},
+        Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0,
+                std::vector<std::string>(4, "1 at 0: 0"), ""},
+        Capture{"TruncatedInAFrame",
+                good + good.substr(0, 5),
+                1,
+                {"1 at 0: 1"},
+                "FILE: frame 2 at byte 9: the file ends inside this frame, after 4 of its 8 bytes\n"},
+        Capture{"TruncatedInALength",
+                good + "\x80",
+                1,
+                {"1 at 0: 1"},
+                "FILE: frame 2 at byte 9: the file ends inside the length of this frame\n"},
+        Capture{"WithALengthOver1GiB",
+                good + varint((std::uint64_t{1} << 30) + 1) + good,
+                1,
+                {"1 at 0: 1", "3 at 14: 1"},
+                "FILE: frame 2 at byte 9: the length of this frame is over 1 GiB; skipped 5 bytes, up to "
+                "byte 14\n"},
+        Capture{"WithoutABeginning", "", 1, {}, "FILE: is empty: a capture has at least one frame\n"},
+        Capture{"ThatAreText", "To whom it may concern\n", 1, {}, "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"ThatArePictures",
+                "\x89PNG\r\n\x1a\n" + std::string("\0\0\0\rIHDR", 8),
+                1,
+                {},
+                "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"ThatAreZeroes", std::string(2, '\0'), 1, {}, "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"ThatHaveNoReportButFaults",
+                unknown_report + bad + unknown_report,
+                1,
+                {},
+                "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"ThatAreGzip",
+                std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
+                1,
+                {},
+                "FILE: is gzip; pipe it through `zcat`\n"},
+        Capture{"ThatAreZstd", "\x28\xb5\x2f\xfd\x20\x05", 1, {}, "FILE: is zstd; pipe it through `zstdcat`\n"},
+        Capture{"ThatAreJson", " {\n\"a\": 1}\n", 1, {}, "FILE: is JSON, not a capture\n"},
+        Capture{"ThatAreAJsonList", "[1]", 1, {}, "FILE: is JSON, not a capture\n"},
+        Capture{"ThatAreLikeJson", "{a}", 1, {}, "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"ThatArePhpText", "<?php\n", 1, {}, "FILE: is PHP text, not a capture\n"},
+        // After damage in front.
+        Capture{"ThatBeginsAsGzip",
+                "\x1f\x8b" + good + good + good,
+                1,
+                {"2 at 2: 1", "3 at 11: 1", "4 at 20: 1"},
+                "FILE: frame 1 at byte 0: this is not a frame; skipped 2 bytes, up to byte 2\n"}),
     [](auto const &of) { return of.param.name; });
 
 TEST(Inspect, says_why_a_file_cannot_be_read)
@@ -245,8 +271,7 @@ TEST(Inspect, goes_on_behind_a_file_with_a_fault)
     auto const outcome = inspect({first.name(), faulty.name(), last.name()});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(records(outcome.out), testing::ElementsAre("1 at 0: 1", "1 at 0: 3"));
-    EXPECT_EQ(outcome.err, faulty.name() + ": frame 1 at byte 0: this is not a frame\n" + faulty.name() +
-                               ": is no capture: no frame of it can be read\n");
+    EXPECT_EQ(outcome.err, faulty.name() + ": is no capture: no frame of it can be read\n");
 
     auto const outcome_of_worse = inspect({first.name(), missing, faulty.name(), last.name()});
     EXPECT_EQ(outcome_of_worse.status, 3);

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// A protobuf varint.
+struct Varint {
+    enum class State {
+        whole,
+        truncated, ///< the bytes end inside it
+        too_large, ///< it has more than 64 bits
+    };
+
+    State state = State::truncated;
+    std::uint64_t value = 0;
+    std::size_t size = 0; ///< in bytes; 0 unless whole
+};
+
+/// Reads the varint at the start of bytes.
+inline Varint read_varint(std::string_view bytes)
+{
+    constexpr std::size_t group_bits = 7;
+    constexpr std::size_t max_size = 10;
+    std::uint64_t value = 0;
+    auto const available = std::min(bytes.size(), max_size);
+    for (std::size_t i = 0; i < available; ++i) {
+        auto const byte = static_cast<unsigned char>(bytes[i]);
+        auto const bits = std::uint64_t{byte} & 0x7fU;
+        // The last group has room for one bit.
+        if (i == max_size - 1 && bits > 1)
+            break;
+        value |= bits << (i * group_bits);
+        if ((byte & 0x80U) == 0)
+            return {.state = Varint::State::whole, .value = value, .size = i + 1};
+    }
+    return {.state = available < max_size ? Varint::State::truncated : Varint::State::too_large};
+}
+
+} // namespace tarnwick::program
