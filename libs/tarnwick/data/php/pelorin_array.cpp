@@ -77,6 +77,8 @@ bool same_key(ZVal const &left, ZVal const &right)
 
 } // namespace
 
+PelorinArray::PelorinArray() noexcept = default;
+
 PelorinArray::PelorinArray(rpc::php::v1::PelorinArray const &message)
     : elements_(elements_of(message))
 {

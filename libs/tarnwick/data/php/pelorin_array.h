@@ -8,7 +8,6 @@
 #include <QtCore/QSharedData>
 
 #include <utility>
-#include <vector>
 
 namespace pelorin::protobuf::PelorinPHP {
 class PelorinArray;
@@ -28,9 +27,9 @@ namespace tarnwick::data::php::detail {
 /// | `second`           | the value, never null | any; `undefined` where the element had none                     |
 class TARNWICK_EXPORT PelorinArray : public QSharedData {
 public:
-    using Elements = std::vector<std::pair<php::ZVal, php::ZVal>>;
+    using Elements = php::PelorinArray::Elements;
 
-    PelorinArray() noexcept = default;
+    PelorinArray() noexcept;
     explicit PelorinArray(rpc::php::v1::PelorinArray const &message);
     explicit PelorinArray(pelorin::protobuf::PelorinPHP::PelorinArray const &message);
     /// REQUIRES: no handle in `elements` is null.

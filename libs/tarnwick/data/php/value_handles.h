@@ -1,10 +1,19 @@
 #pragma once
 
-// The handles of PHP values, apart from their payloads: a value can hold an array that holds values.
+// The handles of PHP values, apart from their payloads: a value can hold an array that holds values. The types that a
+// payload shares with its handle are here too.
 
 #include <tarnwick/data/handle.h>
+#include <tarnwick/data/time_pair.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QMetaType>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace tarnwick::data::php {
 namespace detail {
@@ -16,16 +25,45 @@ class PelorinResource;
 
 } // namespace detail
 
+class PelorinArray;
+class PelorinObject;
+class PelorinResource;
+
 /// Shared, read-only handle of a PHP value.
 class ZVal : public Handle<detail::ZVal> {
 public:
     using Handle::Handle;
+
+    struct undefined_t {};
+    struct null_t {};
+
+    /// The content of a value, which `detail::ZVal` describes.
+    using Value = std::variant<undefined_t, null_t, bool, std::int64_t, double, std::string, PelorinArray,
+                               PelorinObject, PelorinResource, QByteArray, TimePair>;
+
+    /// The numbers are the indices of `Value`.
+    enum class Kind : std::uint8_t {
+        undefined,
+        null,
+        bool_,
+        long_,
+        double_,
+        string,
+        array,
+        object,
+        resource,
+        json,
+        timestamp,
+    };
 };
 
 /// Shared, read-only handle of a PHP array.
 class PelorinArray : public Handle<detail::PelorinArray> {
 public:
     using Handle::Handle;
+
+    /// Pairs of a key and a value, none of them null.
+    using Elements = std::vector<std::pair<ZVal, ZVal>>;
 };
 
 /// Shared, read-only handle of a PHP object.

@@ -12,6 +12,8 @@ namespace tarnwick::data::php::detail {
 static_assert(std::is_same_v<std::variant_alternative_t<std::size_t(ZVal::Kind::timestamp), ZVal::Value>, TimePair>);
 static_assert(std::variant_size_v<ZVal::Value> == std::size_t(ZVal::Kind::timestamp) + 1);
 
+ZVal::ZVal() noexcept = default;
+
 ZVal::ZVal(rpc::php::v1::ZVal const &message)
 {
     using Message = rpc::php::v1::ZVal;

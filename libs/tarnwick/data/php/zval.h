@@ -39,29 +39,13 @@ namespace tarnwick::data::php::detail {
 /// | `timestamp` | `TimePair`                                 | 10  | 7        |
 class TARNWICK_EXPORT ZVal : public QSharedData {
 public:
-    struct undefined_t {};
-    struct null_t {};
-
-    using Value = std::variant<undefined_t, null_t, bool, std::int64_t, double, std::string, php::PelorinArray,
-                               php::PelorinObject, php::PelorinResource, QByteArray, TimePair>;
-
-    /// The numbers are the indices of `Value`.
-    enum class Kind : std::uint8_t {
-        undefined,
-        null,
-        bool_,
-        long_,
-        double_,
-        string,
-        array,
-        object,
-        resource,
-        json,
-        timestamp,
-    };
+    using undefined_t = php::ZVal::undefined_t;
+    using null_t = php::ZVal::null_t;
+    using Value = php::ZVal::Value;
+    using Kind = php::ZVal::Kind;
 
     /// Kind `undefined`.
-    ZVal() noexcept = default;
+    ZVal() noexcept;
     explicit ZVal(rpc::php::v1::ZVal const &message);
     explicit ZVal(pelorin::protobuf::PelorinPHP::ZVal const &message);
 
