@@ -36,8 +36,7 @@ protected:
     static_assert(std::is_nothrow_copy_assignable_v<Handle>);
     static_assert(std::is_nothrow_move_constructible_v<Handle>);
     static_assert(std::is_nothrow_move_assignable_v<Handle>);
-    static_assert(std::is_constructible_v<Handle, typename Handle::Pointer>);
-    static_assert(!std::is_convertible_v<typename Handle::Pointer, Handle>);
+    static_assert(std::is_convertible_v<typename Handle::Pointer, Handle>);
     static_assert(!std::is_convertible_v<Data *, Handle>);
 
     static_assert(std::is_base_of_v<QSharedData, Data>);

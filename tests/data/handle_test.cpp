@@ -18,12 +18,6 @@ namespace {
 using php::RShutdown;
 using Pointer = QExplicitlySharedDataPointer<php::detail::RShutdown>;
 
-static_assert(std::is_base_of_v<Pointer, RShutdown>);
-static_assert(sizeof(RShutdown) == sizeof(void *));
-static_assert(std::is_nothrow_move_constructible_v<RShutdown>);
-static_assert(!std::is_convertible_v<Pointer, RShutdown>);
-static_assert(!std::is_convertible_v<php::detail::RShutdown *, RShutdown>);
-
 // `*record` cannot be replaced or copied through a handle.
 static_assert(!std::is_copy_constructible_v<php::detail::RShutdown>);
 static_assert(!std::is_copy_assignable_v<php::detail::RShutdown>);

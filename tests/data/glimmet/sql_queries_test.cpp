@@ -203,6 +203,34 @@ TYPED_TEST(SqlQueriesFrom, lists_and_links_alone_hold_what_the_tables_held)
     EXPECT_EQ(record->queries()[0]->ref.loadRelaxed(), 1);
 }
 
+TYPED_TEST(SqlQueriesFrom, a_loop_over_a_list_takes_handles_or_counts_nothing)
+{
+    auto const record = TypeParam::record({
+        .connections = "connections { id: 1 } ",
+        .transactions = "transactions { id: 1 } ",
+        .queries = "queries { text: 'a' } queries { text: 'b' }",
+    });
+    std::vector<QString> texts;
+    // NOLINTBEGIN(performance-for-range-copy): the copies are what is tested
+    for (SqlQuery const query : record->queries()) {
+        EXPECT_EQ(query->ref.loadRelaxed(), 2);
+        texts.push_back(query->text());
+    }
+    EXPECT_THAT(texts, ElementsAre(u"a"_s, u"b"_s));
+    for (SqlConnection const connection : record->connections())
+        EXPECT_EQ(connection->ref.loadRelaxed(), 2);
+    for (SqlTransaction const transaction : record->transactions())
+        EXPECT_EQ(transaction->ref.loadRelaxed(), 2);
+    // NOLINTEND(performance-for-range-copy)
+
+    for (auto const &query : record->queries())
+        EXPECT_EQ(query->ref.loadRelaxed(), 1);
+    for (auto const &connection : record->connections())
+        EXPECT_EQ(connection->ref.loadRelaxed(), 1);
+    for (auto const &transaction : record->transactions())
+        EXPECT_EQ(transaction->ref.loadRelaxed(), 1);
+}
+
 TYPED_TEST(SqlQueriesFrom, a_query_outlives_its_record_with_what_it_links_to)
 {
     auto record = TypeParam::record({

@@ -17,8 +17,8 @@ class SqlQueries;
 
 namespace tarnwick::data::glimmet {
 
-/// The connections of a report by their ids, in ascending order. No handle is null, and of several connections with one
-/// id the last one counts. Any number of threads may read one table.
+/// The connections of a report by their ids, in ascending order. Of several connections with one id the last one counts.
+/// A table that was read from a message holds no null pointer. Any number of threads may read one table.
 ///
 /// | Accessor        | Meaning          | rpc                           | protobuf                       |
 /// |-----------------|------------------|-------------------------------|--------------------------------|
@@ -43,4 +43,5 @@ struct tarnwick::data::Description<tarnwick::data::glimmet::SqlConnections> {
     static constexpr std::tuple fields{Field{"connections", &Record::connections}};
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::glimmet::SqlConnections, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::glimmet::SqlConnections)

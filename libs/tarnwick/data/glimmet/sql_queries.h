@@ -23,7 +23,7 @@ class NotifyRequest;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// The SQL activity of one request. No handle in the lists is null.
+/// The SQL activity of one request. No pointer in the lists is null.
 ///
 /// | Accessor         | Meaning                              | rpc                              | protobuf               |
 /// |------------------|--------------------------------------|----------------------------------|------------------------|
@@ -33,9 +33,13 @@ namespace detail {
 /// | `queries()`      | in the order of the message          | of the same report               | may be empty           |
 ///
 /// In a report of another case the lists are empty. Records of the protobuf dialect share what their tables share.
+///
+/// The elements of the lists convert to handles, so `for (SqlQuery const query : record->queries())` holds each query in
+/// turn, at the cost of its count. `for (auto const &query : record->queries())` changes no count.
 class TARNWICK_EXPORT SqlQueries : public QSharedData {
 public:
     explicit SqlQueries(rpc::glimmet::v1::NotifyRequest const &message);
+    /// REQUIRES: no pointer in `connections` or in `transactions` is null. The lists take them over unchecked.
     SqlQueries(pelorin::protobuf::Glimmet::SqlQueries const &message, php::RequestId request_id,
                SqlConnections::Table const &connections, SqlTransactions::Table const &transactions);
     Q_DISABLE_COPY_MOVE(SqlQueries)

@@ -17,9 +17,10 @@ class SqlQueries;
 
 namespace tarnwick::data::glimmet {
 
-/// The transactions of a report by their ids, in ascending order. No handle is null, and of several transactions with one
-/// id the last one counts, though what was linked to an earlier one stays so. A transaction is linked to a parent that
-/// stands before it in the message, never to a later one. Any number of threads may read one table.
+/// The transactions of a report by their ids, in ascending order. Of several transactions with one id the last one counts,
+/// though what was linked to an earlier one stays so. A transaction is linked to a parent that precedes it in the message,
+/// never to a later one. A table that was read from a message holds no null pointer. Any number of threads may read one
+/// table.
 ///
 /// | Accessor         | Meaning          | rpc                           | protobuf                       |
 /// |------------------|------------------|-------------------------------|--------------------------------|
@@ -45,4 +46,5 @@ struct tarnwick::data::Description<tarnwick::data::glimmet::SqlTransactions> {
     static constexpr std::tuple fields{Field{"transactions", &Record::transactions}};
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::glimmet::SqlTransactions, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::glimmet::SqlTransactions)
