@@ -1,10 +1,25 @@
 #pragma once
 
+#include <QtCore/QDebug>
+#include <QtCore/QExplicitlySharedDataPointer>
+
 #include <concepts>
+#include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 
 namespace tarnwick::data {
+
+struct TimePair;
+namespace php {
+class RequestId;
+class StackTrace;
+namespace detail {
+class PelorinArray;
+class ZVal;
+} // namespace detail
+} // namespace php
 
 /// How a field wants to be read by a person, where its type does not tell.
 enum class Sense {
@@ -58,4 +73,48 @@ constexpr void for_each_field(Visit &&visit)
     std::apply([&](auto const &...field) { (visit(field), ...); }, Description<Record>::fields);
 }
 
+/// What prints by the description of its fields: records and their parts.
+template <class T>
+concept PrintablePart =
+    Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> || std::same_as<T, php::StackTrace> ||
+    std::same_as<T, php::detail::ZVal> || std::same_as<T, php::detail::PelorinArray>;
+
+namespace detail {
+
+template <class Payload>
+Payload const &payload_of(QExplicitlySharedDataPointer<Payload> const &);
+
+/// The library defines this for its own records and parts, `data/print.h` for those of programs.
+template <PrintablePart T>
+struct PartText {
+    static std::string of(T const *part);
+};
+
+} // namespace detail
+
+/// Records, their parts, their handles, and the pointers that lists hold.
+template <class T>
+concept Printable = PrintablePart<T> || requires(T const &value) {
+    requires PrintablePart<std::remove_cvref_t<decltype(detail::payload_of(value))>>;
+};
+
+/// One line, `none` for a null handle; see `TextWriter` for its form.
+template <Printable T>
+std::string to_text(T const &value)
+{
+    if constexpr (PrintablePart<T>)
+        return detail::PartText<T>::of(&value);
+    else
+        return detail::PartText<std::remove_const_t<typename T::Type>>::of(value.get());
+}
+
 } // namespace tarnwick::data
+
+// Visible wherever a record is: a QVariant prints what is visible where its metatype is made.
+template <tarnwick::data::Printable T>
+QDebug operator<<(QDebug debug, T const &value)
+{
+    QDebugStateSaver const saver(debug);
+    debug.noquote() << QString::fromStdString(tarnwick::data::to_text(value));
+    return debug;
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tarnwick/data/description.h>
+
 #include <cstdint>
 
 namespace tarnwick::data {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tarnwick/data/description.h>
 #include <tarnwick/export.h>
 
 #include <QtCore/QMetaType>

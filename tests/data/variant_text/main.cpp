@@ -1,0 +1,9 @@
+int wrong_texts_with_print();
+int wrong_texts_without_print();
+
+// Evaluates both, so that each prints what is wrong.
+int main()
+{
+    auto const wrong = wrong_texts_with_print() + wrong_texts_without_print();
+    return wrong == 0 ? 0 : 1;
+}
