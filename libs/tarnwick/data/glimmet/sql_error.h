@@ -22,6 +22,7 @@ namespace tarnwick::data::glimmet {
 /// | `message()` | text of the error, as sent | may be empty     |
 class TARNWICK_EXPORT SqlError {
 public:
+    SqlError() noexcept = default;
     explicit SqlError(rpc::glimmet::v1::SqlError const &message);
     explicit SqlError(pelorin::protobuf::Glimmet::SqlError const &message);
 

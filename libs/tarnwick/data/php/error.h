@@ -33,6 +33,7 @@ public:
         category_3 = 3,
     };
 
+    Error() noexcept = default;
     explicit Error(rpc::php::v1::Error const &message);
     explicit Error(pelorin::protobuf::Glimmet::Error const &message);
 
@@ -59,4 +60,5 @@ struct tarnwick::data::Description<tarnwick::data::php::Error> {
     };
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::php::Error, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::php::Error)

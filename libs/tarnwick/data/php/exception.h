@@ -23,6 +23,7 @@ namespace tarnwick::data::php {
 /// | `exception_text()` | second text                                          | empty when unset | empty when unset |
 class TARNWICK_EXPORT Exception {
 public:
+    Exception() noexcept = default;
     explicit Exception(rpc::php::v1::Exception const &message);
     explicit Exception(pelorin::protobuf::Glimmet::Error const &message);
 
@@ -46,4 +47,5 @@ struct tarnwick::data::Description<tarnwick::data::php::Exception> {
     };
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::php::Exception, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::php::Exception)

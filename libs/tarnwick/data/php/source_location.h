@@ -28,6 +28,7 @@ namespace tarnwick::data::php {
 /// the lines of function statistics have a field that decides, and a second number.
 class TARNWICK_EXPORT SourceLocation {
 public:
+    SourceLocation() noexcept = default;
     explicit SourceLocation(rpc::php::v1::SourceLocation const &message);
     SourceLocation(QString file, std::uint32_t line, std::uint32_t line_extra) noexcept
         : file_(std::move(file))
@@ -59,4 +60,5 @@ struct tarnwick::data::Description<tarnwick::data::php::SourceLocation> {
     };
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::php::SourceLocation, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::php::SourceLocation)
