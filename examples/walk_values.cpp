@@ -33,8 +33,8 @@ public:
     {
     }
 
-    void operator()(detail::ZVal::undefined_t) const { fmt::print("undefined\n"); }
-    void operator()(detail::ZVal::null_t) const { fmt::print("null\n"); }
+    void operator()(ZVal::undefined_t) const { fmt::print("undefined\n"); }
+    void operator()(ZVal::null_t) const { fmt::print("null\n"); }
     void operator()(bool value) const { fmt::print("{}\n", value); }
     void operator()(std::int64_t value) const { fmt::print("{}\n", value); }
     void operator()(double value) const { fmt::print("{}\n", value); }
@@ -59,14 +59,14 @@ public:
     {
         fmt::print("object of class {}, ", object->class_name().toStdString());
         (*this)(object->properties());
-        if (object->value()->kind() != detail::ZVal::Kind::undefined)
+        if (object->value()->kind() != ZVal::Kind::undefined)
             line("(value)", object->value());
     }
 
     void operator()(PelorinResource const &resource) const
     {
         fmt::print("resource of type {}\n", resource->type_name().toStdString());
-        if (resource->value()->kind() != detail::ZVal::Kind::undefined)
+        if (resource->value()->kind() != ZVal::Kind::undefined)
             line("(value)", resource->value());
     }
 

@@ -48,6 +48,7 @@ struct TARNWICK_EXPORT UserData : QSharedData {
 class TARNWICK_EXPORT User : public tarnwick::data::Handle<UserData> {
 public:
     using Handle::Handle;
+    using Kind = UserData::Kind;
 
     User() noexcept = default;
     User(User const &other) noexcept;

@@ -75,6 +75,9 @@ private:
 class Header : public Handle<detail::Header> {
 public:
     using Handle::Handle;
+    using TraceKind = detail::Header::TraceKind;
+    using DumpHeader = detail::Header::DumpHeader;
+    static constexpr std::size_t dump_header_size = detail::Header::dump_header_size;
 };
 
 } // namespace tarnwick::data::codetrace

@@ -120,6 +120,14 @@ private:
 class Event : public Handle<detail::Event> {
 public:
     using Handle::Handle;
+    using Kind = detail::Event::Kind;
+    using FunctionError = detail::Event::FunctionError;
+    using SlowFunctionExec = detail::Event::SlowFunctionExec;
+    using PhpError = detail::Event::PhpError;
+    using SlowRequest = detail::Event::SlowRequest;
+    using HighMemoryUsage = detail::Event::HighMemoryUsage;
+    using CustomEvent = detail::Event::CustomEvent;
+    using Details = detail::Event::Details;
 };
 
 } // namespace tarnwick::data::monitor
@@ -191,4 +199,6 @@ struct tarnwick::data::Description<tarnwick::data::monitor::detail::Event> {
     };
 };
 
+Q_DECLARE_TYPEINFO(tarnwick::data::monitor::Event::PhpError, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tarnwick::data::monitor::Event::CustomEvent, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(tarnwick::data::monitor::Event)

@@ -78,6 +78,7 @@ class ErrorData : public Handle<detail::ErrorData> {
 public:
     using Handle::Handle;
     using undef_t = detail::ErrorData::undef_t;
+    using Details = detail::ErrorData::Details;
 };
 
 } // namespace tarnwick::data::php
