@@ -32,6 +32,21 @@ TextCase const text_cases[] = {
     {"white_space_and_case_stay", " A b\t\n", u" A b\t\n"_s},
     {"an_embedded_nul_does_not_end_it", std::string("a\0b\0", 4), u"a\0b\0"_s},
     {"each_invalid_byte_is_replaced", "a\xff\xfe!", u"a\ufffd\ufffd!"_s},
+    {"a_byte_order_mark_at_the_start_is_dropped",
+     "\xef\xbb\xbf"
+     "a",
+     u"a"_s},
+    {"one_byte_order_mark_is_dropped",
+     "\xef\xbb\xbf\xef\xbb\xbf"
+     "a",
+     u"\ufeffa"_s},
+    {"a_byte_order_mark_elsewhere_stays", "a\xef\xbb\xbf", u"a\ufeff"_s},
+    {"a_byte_order_mark_after_a_nul_stays", std::string("\0\xef\xbb\xbf", 4), u"\0\ufeff"_s},
+    {"a_byte_order_mark_of_utf16_is_invalid",
+     "\xff\xfe"
+     "a",
+     u"\ufffd\ufffda"_s},
+    {"a_cut_byte_order_mark_is_replaced", "\xef\xbb", u"\ufffd\ufffd"_s},
     {"a_cut_sequence_is_replaced", "a\xe2\x82", u"a\ufffd\ufffd"_s},
 };
 
@@ -43,10 +58,12 @@ TEST(Text, is_the_bytes_decoded_as_utf8)
     }
 }
 
-TEST(Text, of_no_bytes_is_empty_but_not_null)
+TEST(Text, of_nothing_but_a_byte_order_mark_is_empty_but_not_null)
 {
-    EXPECT_TRUE(text({}).isEmpty());
-    EXPECT_FALSE(text({}).isNull());
+    for (auto const *bytes : {"", "\xef\xbb\xbf"}) {
+        EXPECT_TRUE(text(bytes).isEmpty());
+        EXPECT_FALSE(text(bytes).isNull());
+    }
 }
 
 TEST(TimePair, takes_timestamps_and_durations_as_they_came)
@@ -100,25 +117,6 @@ TEST(LocationWhenFileNamed, takes_file_and_line_and_has_no_second_number)
     EXPECT_EQ(location->file(), u"a.php"_s);
     EXPECT_EQ(location->line(), 17U);
     EXPECT_EQ(location->line_extra(), 0U);
-}
-
-TEST(PhpString, keeps_bytes_as_they_came)
-{
-    auto const value = php_string(std::string_view("a\0\xff", 3));
-    EXPECT_EQ(value->kind(), php::detail::ZVal::Kind::string);
-    EXPECT_EQ(std::get<std::string>(value->value()), std::string("a\0\xff", 3));
-}
-
-TEST(PhpArray, holds_the_elements_that_it_is_given)
-{
-    php::detail::PelorinArray::Elements elements;
-    elements.emplace_back(php_string("k"), php_string("v"));
-    auto const key = elements.front().first;
-    auto const value = php_array(std::move(elements));
-    EXPECT_EQ(value->kind(), php::detail::ZVal::Kind::array);
-    auto const &array = std::get<php::PelorinArray>(value->value());
-    ASSERT_EQ(array->elements().size(), 1U);
-    EXPECT_EQ(array->elements().front().first, key);
 }
 
 enum Small : std::int32_t { none = 0, small_top = 2 };

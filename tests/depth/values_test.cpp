@@ -25,7 +25,7 @@
 namespace tarnwick::test {
 namespace {
 
-using data::php::PelorinArray;
+using namespace data::php;
 using RpcValue = rpc::php::v1::ZVal;
 
 /// This many messages may lie in each other in a report that the program reads.
@@ -108,7 +108,7 @@ PelorinArray nested_arrays(int levels, std::int64_t innermost_key)
 {
     auto array = php_elements({{php_long(innermost_key), php_null()}});
     for (int level = 1; level < levels; ++level)
-        array = php_elements({{php_long(1), php_value(std::move(array))}});
+        array = php_elements({{php_long(1), php_array(std::move(array))}});
     return array;
 }
 

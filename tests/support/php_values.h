@@ -1,8 +1,8 @@
 #pragma once
 
-// PHP values made by hand, and a notation in which a test can write down a whole tree.
+// A notation in which a test can write down a whole PHP value, and the values that no factory makes.
 
-#include <tarnwick/data/php/zval.h>
+#include <tarnwick/data/php/make_values.h>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -20,43 +20,6 @@ namespace tarnwick::test {
 
 using PhpKind = data::php::detail::ZVal::Kind;
 using PhpElements = data::php::detail::PelorinArray::Elements;
-
-template <class Content>
-data::php::ZVal php_value(Content content)
-{
-    using Value = data::php::detail::ZVal::Value;
-    return data::php::ZVal(new data::php::detail::ZVal(Value(std::in_place_type<Content>, std::move(content))));
-}
-
-inline data::php::ZVal php_undefined()
-{
-    return php_value(data::php::detail::ZVal::undefined_t());
-}
-
-inline data::php::ZVal php_null()
-{
-    return php_value(data::php::detail::ZVal::null_t());
-}
-
-inline data::php::ZVal php_long(std::int64_t number)
-{
-    return php_value(number);
-}
-
-inline data::php::ZVal php_string(std::string bytes)
-{
-    return php_value(std::move(bytes));
-}
-
-inline data::php::PelorinArray php_elements(PhpElements elements)
-{
-    return data::php::PelorinArray(new data::php::detail::PelorinArray(std::move(elements)));
-}
-
-inline data::php::ZVal php_array(PhpElements elements)
-{
-    return php_value(php_elements(std::move(elements)));
-}
 
 /// A value whose variant lost its content to an exception.
 inline data::php::ZVal php_valueless()

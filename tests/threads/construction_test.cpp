@@ -3,7 +3,7 @@
 #include "threads/records.h"
 #include "threads/threads.h"
 
-#include <tarnwick/data/php/pelorin_array.h>
+#include <tarnwick/data/php/make_values.h>
 #include <tarnwick/data/print.h>
 #include <tarnwick/tarnwick_utils.h>
 
@@ -79,14 +79,13 @@ TEST(ConstructionDeathTest, on_all_threads_may_be_the_first_use)
 /// Arrays with those of the numbers below 40 as keys that a divisor does not divide, three levels deep.
 data::php::PelorinArray tree(int divisor, int depth = 3)
 {
-    using data::php::detail::ZVal;
-    auto const value = [](auto content) { return data::php::ZVal(new ZVal(ZVal::Value(std::move(content)))); };
-    data::php::detail::PelorinArray::Elements elements;
+    using namespace data::php;
+    detail::PelorinArray::Elements elements;
     for (std::int64_t key = 0; key < 10; ++key) {
         if (key % divisor != 0)
-            elements.emplace_back(value(key), depth > 1 ? value(tree(divisor, depth - 1)) : value(key));
+            elements.emplace_back(php_long(key), depth > 1 ? php_array(tree(divisor, depth - 1)) : php_long(key));
     }
-    return data::php::PelorinArray(new data::php::detail::PelorinArray(std::move(elements)));
+    return php_elements(std::move(elements));
 }
 
 TEST(Values, are_compared_and_written_while_others_release_what_they_share)

@@ -7,7 +7,6 @@
 // record holds already. Numbers are copied as they stand, apart from classifications.
 
 #include <tarnwick/data/php/source_location.h>
-#include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/time_pair.h>
 
 #include <QtCore/QByteArray>
@@ -20,12 +19,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace tarnwick::data {
 
-/// All bytes decoded as UTF-8: a NUL does not end the text, what is not UTF-8 becomes replacement characters, and an
-/// empty text is empty but not null. Null is left for texts that no message reached.
+/// All bytes decoded as UTF-8: a NUL does not end the text, a byte-order mark at the start is dropped, each byte that is
+/// not UTF-8 becomes a replacement character, and an empty text is empty but not null. Null is left for texts that no
+/// message reached.
 inline QString text(std::string const &bytes)
 {
     return QString::fromUtf8(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
@@ -41,19 +40,6 @@ inline QByteArray bytes(std::string const &bytes)
 inline std::string_view view(QByteArray const &bytes)
 {
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-
-/// A PHP string of bytes as they came.
-inline php::ZVal php_string(std::string_view bytes)
-{
-    return php::ZVal(new php::detail::ZVal(std::in_place_type<std::string>, bytes));
-}
-
-/// A PHP array as a value.
-inline php::ZVal php_array(php::detail::PelorinArray::Elements elements)
-{
-    return php::ZVal(new php::detail::ZVal(std::in_place_type<php::PelorinArray>,
-                                           new php::detail::PelorinArray(std::move(elements))));
 }
 
 /// A google.protobuf.Timestamp or Duration, as it came.
@@ -81,8 +67,7 @@ inline std::optional<php::SourceLocation> location_when_file_named(std::string c
     return php::SourceLocation(text(file), line, 0);
 }
 
-/// A classification in a byte: the low 8 bits alone count, and what they say above `top` is `top`, which stands for what is
-/// none of the others. The cut comes first: senders of wider numbers rely on 256 being 0.
+/// Truncates a classification to 8 bits, then clamps it to the catch-all `top`: 256 becomes 0, 255 becomes `top`.
 template <auto top>
 constexpr std::uint8_t classification(decltype(top) number)
 {

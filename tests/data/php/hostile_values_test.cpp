@@ -27,9 +27,6 @@ using namespace std::string_view_literals;
 using test::from_wire;
 using test::notation;
 using test::null_handles;
-using test::php_elements;
-using test::php_long;
-using test::php_null;
 
 using RpcValue = rpc::php::v1::ZVal;
 using RpcArray = rpc::php::v1::PelorinArray;
@@ -98,8 +95,8 @@ TEST(HostileValues, strings_keys_and_json_keep_every_byte_both_ways)
 
 TEST(HostileValues, keys_that_are_not_utf_8_are_told_apart_byte_by_byte)
 {
-    auto const own = php_elements({{test::php_string("\xff"), php_null()}});
-    auto const other = php_elements({{test::php_string("\xfe"), php_null()}, {test::php_string("\xff"), php_null()}});
+    auto const own = php_elements({{php_string("\xff"), php_null()}});
+    auto const other = php_elements({{php_string("\xfe"), php_null()}, {php_string("\xff"), php_null()}});
     EXPECT_EQ(notation(*own->diff_keys(*other)), "[string '\\xfe' => null]");
 }
 
@@ -295,7 +292,7 @@ PelorinArray nested_arrays(int levels, ZVal const &innermost_key)
 {
     auto array = php_elements({{innermost_key, php_null()}});
     for (int level = 1; level < levels; ++level)
-        array = php_elements({{php_long(1), test::php_value(std::move(array))}});
+        array = php_elements({{php_long(1), php_array(std::move(array))}});
     return array;
 }
 

@@ -17,15 +17,9 @@ namespace tarnwick::data::php {
 namespace {
 
 using test::notation;
-using test::php_array;
-using test::php_elements;
-using test::php_long;
-using test::php_null;
-using test::php_string;
-using test::php_undefined;
-using test::php_value;
 using test::PhpElements;
 using test::PhpKind;
+using namespace Qt::StringLiterals;
 
 ZVal from_rpc(std::string const &textproto)
 {
@@ -288,12 +282,6 @@ struct KeyCase {
     bool equal;
 };
 
-template <class Content>
-ZVal one(Content content)
-{
-    return php_value(std::move(content));
-}
-
 ZVal object()
 {
     return from_rpc("object_value { class_name: 'C' properties { elements { long_key: 1 } } value { long_value: 5 } }");
@@ -309,19 +297,19 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 KeyCase const key_cases[] = {
     {"undefined", [] { return php_undefined(); }, [] { return php_undefined(); }, true},
     {"null", [] { return php_null(); }, [] { return php_null(); }, true},
-    {"bool_true", [] { return one(true); }, [] { return one(true); }, true},
-    {"bool_false", [] { return one(false); }, [] { return one(false); }, true},
-    {"bools_differ", [] { return one(true); }, [] { return one(false); }, false},
+    {"bool_true", [] { return php_bool(true); }, [] { return php_bool(true); }, true},
+    {"bool_false", [] { return php_bool(false); }, [] { return php_bool(false); }, true},
+    {"bools_differ", [] { return php_bool(true); }, [] { return php_bool(false); }, false},
     {"long", [] { return php_long(-5); }, [] { return php_long(-5); }, true},
     {"longs_differ", [] { return php_long(5); }, [] { return php_long(6); }, false},
     {"longs_differ_in_their_high_half", [] { return php_long(5); }, [] { return php_long((1LL << 32) + 5); }, false},
-    {"double", [] { return one(2.5); }, [] { return one(2.5); }, true},
-    {"doubles_differ", [] { return one(2.5); }, [] { return one(2.25); }, false},
-    {"double_0_and_minus_0", [] { return one(0.0); }, [] { return one(-0.0); }, true},
-    {"double_nan", [] { return one(nan); }, [] { return one(nan); }, false},
-    {"double_nan_and_number", [] { return one(nan); }, [] { return one(2.5); }, false},
-    {"double_infinity", [] { return one(std::numeric_limits<double>::infinity()); },
-     [] { return one(std::numeric_limits<double>::infinity()); }, true},
+    {"double", [] { return php_double(2.5); }, [] { return php_double(2.5); }, true},
+    {"doubles_differ", [] { return php_double(2.5); }, [] { return php_double(2.25); }, false},
+    {"double_0_and_minus_0", [] { return php_double(0.0); }, [] { return php_double(-0.0); }, true},
+    {"double_nan", [] { return php_double(nan); }, [] { return php_double(nan); }, false},
+    {"double_nan_and_number", [] { return php_double(nan); }, [] { return php_double(2.5); }, false},
+    {"double_infinity", [] { return php_double(std::numeric_limits<double>::infinity()); },
+     [] { return php_double(std::numeric_limits<double>::infinity()); }, true},
     {"string", [] { return php_string("a\xff"); }, [] { return php_string("a\xff"); }, true},
     {"string_empty", [] { return php_string(""); }, [] { return php_string(""); }, true},
     {"strings_differ_in_case", [] { return php_string("a"); }, [] { return php_string("A"); }, false},
@@ -343,17 +331,16 @@ KeyCase const key_cases[] = {
     {"resources_with_the_same_content", resource, resource, false},
     {"resources_with_nothing", [] { return from_rpc("resource_value { }"); },
      [] { return from_rpc("resource_value { }"); }, false},
-    {"json", [] { return one(QByteArray("{\"a\":1}")); }, [] { return one(QByteArray("{\"a\":1}")); }, true},
-    {"json_empty", [] { return one(QByteArray()); }, [] { return one(QByteArray("")); }, true},
-    {"json_differs_in_blanks", [] { return one(QByteArray("[1]")); }, [] { return one(QByteArray("[1] ")); }, false},
-    {"json_differs_behind_a_nul", [] { return one(QByteArray("a\0b", 3)); }, [] { return one(QByteArray("a\0c", 3)); },
-     false},
-    {"json_differs_in_case", [] { return one(QByteArray("a")); }, [] { return one(QByteArray("A")); }, false},
-    {"timestamp", [] { return one(TimePair{5, 6}); }, [] { return one(TimePair{5, 6}); }, true},
-    {"timestamps_differ_in_seconds", [] { return one(TimePair{5, 6}); }, [] { return one(TimePair{4, 6}); }, false},
-    {"timestamps_differ_in_nanos", [] { return one(TimePair{5, 6}); }, [] { return one(TimePair{5, 7}); }, false},
-    {"timestamps_that_are_the_same_time", [] { return one(TimePair{5, 0}); },
-     [] { return one(TimePair{4, 1'000'000'000}); }, false},
+    {"json", [] { return php_json("{\"a\":1}"); }, [] { return php_json("{\"a\":1}"); }, true},
+    {"json_empty", [] { return php_json({}); }, [] { return php_json(""); }, true},
+    {"json_differs_in_blanks", [] { return php_json("[1]"); }, [] { return php_json("[1] "); }, false},
+    {"json_differs_behind_a_nul", [] { return php_json({"a\0b", 3}); }, [] { return php_json({"a\0c", 3}); }, false},
+    {"json_differs_in_case", [] { return php_json("a"); }, [] { return php_json("A"); }, false},
+    {"timestamp", [] { return php_timestamp({5, 6}); }, [] { return php_timestamp({5, 6}); }, true},
+    {"timestamps_differ_in_seconds", [] { return php_timestamp({5, 6}); }, [] { return php_timestamp({4, 6}); }, false},
+    {"timestamps_differ_in_nanos", [] { return php_timestamp({5, 6}); }, [] { return php_timestamp({5, 7}); }, false},
+    {"timestamps_that_are_the_same_time", [] { return php_timestamp({5, 0}); },
+     [] { return php_timestamp({4, 1'000'000'000}); }, false},
     {"valueless", test::php_valueless, test::php_valueless, false},
     {"valueless_and_undefined", test::php_valueless, [] { return php_undefined(); }, false},
 };
@@ -376,15 +363,15 @@ TEST(DiffKeysEquality, every_kind_but_nan_equals_itself_and_no_other_kind)
     std::vector<ZVal> const keys{
         php_undefined(),
         php_null(),
-        one(false),
+        php_bool(false),
         php_long(0),
-        one(0.0),
+        php_double(0.0),
         php_string(""),
         php_array({}),
         from_rpc("object_value { }"),
         from_rpc("resource_value { }"),
-        one(QByteArray("")),
-        one(TimePair{}),
+        php_json(""),
+        php_timestamp({}),
     };
     ASSERT_EQ(keys.size(), std::variant_size_v<detail::ZVal::Value>);
     for (std::size_t left = 0; left < keys.size(); ++left) {
@@ -431,8 +418,8 @@ TEST(DiffKeysEquality, of_arrays_needs_not_the_same_array)
     auto const twin = php_elements(payload->elements());
 
     ASSERT_NE(payload.get(), twin.get());
-    EXPECT_TRUE(same_key(one(payload), one(payload)));
-    EXPECT_TRUE(same_key(one(payload), one(twin)));
+    EXPECT_TRUE(same_key(php_array(payload), php_array(payload)));
+    EXPECT_TRUE(same_key(php_array(payload), php_array(twin)));
 }
 
 TEST(DiffKeysEquality, of_objects_and_resources_is_the_identity_of_their_parts)
@@ -443,16 +430,67 @@ TEST(DiffKeysEquality, of_objects_and_resources_is_the_identity_of_their_parts)
     EXPECT_TRUE(same_key(an_object, an_object));
     EXPECT_TRUE(same_key(a_resource, a_resource));
     // Another value that holds the same object.
-    EXPECT_TRUE(same_key(an_object, one(std::get<PelorinObject>(an_object->value()))));
-    EXPECT_TRUE(same_key(a_resource, one(std::get<PelorinResource>(a_resource->value()))));
+    EXPECT_TRUE(same_key(an_object, php_object(std::get<PelorinObject>(an_object->value()))));
+    EXPECT_TRUE(same_key(a_resource, php_resource(std::get<PelorinResource>(a_resource->value()))));
     // Another class or type, and with it other parts.
     EXPECT_FALSE(same_key(an_object, from_rpc("object_value { class_name: 'D' }")));
     EXPECT_FALSE(same_key(a_resource, from_rpc("resource_value { type_name: 's' }")));
 }
 
+struct PartCase {
+    char const *name;
+    QString class_name;
+    PelorinArray properties;
+    ZVal value;
+    bool equal;
+};
+
+TEST(DiffKeysEquality, of_objects_needs_each_of_the_three_parts)
+{
+    auto const properties = php_elements({{php_long(1), php_null()}});
+    auto const value = php_long(5);
+    auto const key = [](QString const &class_name, PelorinArray const &array, ZVal const &further) {
+        return php_object(PelorinObject(new detail::PelorinObject(class_name, array, further)));
+    };
+    PartCase const cases[] = {
+        {"no_part_differs", u"C"_s, properties, value, true},
+        {"another_class", u"D"_s, properties, value, false},
+        {"a_class_of_other_case", u"c"_s, properties, value, false},
+        {"properties_of_the_same_content", u"C"_s, php_elements({{php_long(1), php_null()}}), value, false},
+        {"a_value_of_the_same_content", u"C"_s, properties, php_long(5), false},
+    };
+    auto const own = key(u"C"_s, properties, value);
+    for (auto const &row : cases) {
+        SCOPED_TRACE(row.name);
+        auto const other = key(row.class_name, row.properties, row.value);
+        EXPECT_EQ(same_key(own, other), row.equal);
+        EXPECT_EQ(same_key(other, own), row.equal);
+    }
+}
+
+TEST(DiffKeysEquality, of_resources_needs_each_of_the_two_parts)
+{
+    auto const value = php_long(5);
+    auto const key = [](QString const &type_name, ZVal const &further) {
+        return php_resource(PelorinResource(new detail::PelorinResource(type_name, further)));
+    };
+    PartCase const cases[] = {
+        {"no_part_differs", u"stream"_s, {}, value, true},
+        {"another_type", u"curl"_s, {}, value, false},
+        {"a_value_of_the_same_content", u"stream"_s, {}, php_long(5), false},
+    };
+    auto const own = key(u"stream"_s, value);
+    for (auto const &row : cases) {
+        SCOPED_TRACE(row.name);
+        auto const other = key(row.class_name, row.value);
+        EXPECT_EQ(same_key(own, other), row.equal);
+        EXPECT_EQ(same_key(other, own), row.equal);
+    }
+}
+
 TEST(DiffKeysEquality, a_key_that_equals_nothing_does_not_even_equal_itself)
 {
-    auto const not_a_number = one(nan);
+    auto const not_a_number = php_double(nan);
     auto const lost = test::php_valueless();
     auto const array = php_elements({{not_a_number, php_long(1)}, {lost, php_long(2)}});
 

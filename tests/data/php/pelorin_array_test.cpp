@@ -271,57 +271,56 @@ struct WritingCase {
 
 PelorinArray keyed(ZVal const &key)
 {
-    return test::php_elements({{key, test::php_long(1)}});
+    return php_elements({{key, php_long(1)}});
 }
 
 PelorinArray valued(ZVal const &value)
 {
-    return test::php_elements({{test::php_long(1), value}});
+    return php_elements({{php_long(1), value}});
 }
 
 #define KEYLESS "elements { value { long_value: 1 } }", "[undefined => long 1]"
 
 WritingCase const writing_cases[] = {
-    {"no_elements", [] { return test::php_elements({}); }, "", "[]"},
-    {"key_undefined", [] { return keyed(test::php_undefined()); }, KEYLESS},
-    {"key_null", [] { return keyed(test::php_null()); }, KEYLESS},
-    {"key_bool", [] { return keyed(test::php_value(true)); }, KEYLESS},
-    {"key_long", [] { return keyed(test::php_long(-5)); }, "elements { long_key: -5 value { long_value: 1 } }",
+    {"no_elements", [] { return php_elements({}); }, "", "[]"},
+    {"key_undefined", [] { return keyed(php_undefined()); }, KEYLESS},
+    {"key_null", [] { return keyed(php_null()); }, KEYLESS},
+    {"key_bool", [] { return keyed(php_bool(true)); }, KEYLESS},
+    {"key_long", [] { return keyed(php_long(-5)); }, "elements { long_key: -5 value { long_value: 1 } }",
      "[long -5 => long 1]"},
-    {"key_long_0", [] { return keyed(test::php_long(0)); }, "elements { long_key: 0 value { long_value: 1 } }",
+    {"key_long_0", [] { return keyed(php_long(0)); }, "elements { long_key: 0 value { long_value: 1 } }",
      "[long 0 => long 1]"},
-    {"key_double", [] { return keyed(test::php_value(2.5)); }, KEYLESS},
-    {"key_string", [] { return keyed(test::php_string({"5\0\xff", 3})); },
+    {"key_double", [] { return keyed(php_double(2.5)); }, KEYLESS},
+    {"key_string", [] { return keyed(php_string({"5\0\xff", 3})); },
      "elements { string_key: '5\\000\\377' value { long_value: 1 } }", "[string '5\\x00\\xff' => long 1]"},
-    {"key_string_empty", [] { return keyed(test::php_string("")); },
-     "elements { string_key: '' value { long_value: 1 } }", "[string '' => long 1]"},
-    {"key_array", [] { return keyed(test::php_array({{test::php_long(1), test::php_long(2)}})); }, KEYLESS},
+    {"key_string_empty", [] { return keyed(php_string("")); }, "elements { string_key: '' value { long_value: 1 } }",
+     "[string '' => long 1]"},
+    {"key_array", [] { return keyed(php_array({{php_long(1), php_long(2)}})); }, KEYLESS},
     {"key_object",
      [] { return keyed(ZVal(new detail::ZVal(from_text<rpc::php::v1::ZVal>("object_value { class_name: 'C' }")))); },
      KEYLESS},
     {"key_resource",
      [] { return keyed(ZVal(new detail::ZVal(from_text<rpc::php::v1::ZVal>("resource_value { type_name: 'r' }")))); },
      KEYLESS},
-    {"key_json", [] { return keyed(test::php_value(QByteArray("5"))); }, KEYLESS},
-    {"key_timestamp", [] { return keyed(test::php_value(TimePair{5, 6})); }, KEYLESS},
+    {"key_json", [] { return keyed(php_json("5")); }, KEYLESS},
+    {"key_timestamp", [] { return keyed(php_timestamp({5, 6})); }, KEYLESS},
     {"key_valueless", [] { return keyed(test::php_valueless()); }, KEYLESS},
-    {"value_undefined", [] { return valued(test::php_undefined()); }, "elements { long_key: 1 value { } }",
+    {"value_undefined", [] { return valued(php_undefined()); }, "elements { long_key: 1 value { } }",
      "[long 1 => undefined]"},
-    {"value_null", [] { return valued(test::php_null()); }, "elements { long_key: 1 value { } }",
-     "[long 1 => undefined]"},
+    {"value_null", [] { return valued(php_null()); }, "elements { long_key: 1 value { } }", "[long 1 => undefined]"},
     {"value_valueless", [] { return valued(test::php_valueless()); }, "elements { long_key: 1 value { } }",
      "[long 1 => undefined]"},
-    {"value_array", [] { return valued(test::php_array({{test::php_string("k"), test::php_null()}})); },
+    {"value_array", [] { return valued(php_array({{php_string("k"), php_null()}})); },
      "elements { long_key: 1 value { array_value { elements { string_key: 'k' value { } } } } }",
      "[long 1 => [string 'k' => undefined]]"},
-    {"value_array_empty", [] { return valued(test::php_array({})); },
-     "elements { long_key: 1 value { array_value { } } }", "[long 1 => []]"},
+    {"value_array_empty", [] { return valued(php_array({})); }, "elements { long_key: 1 value { array_value { } } }",
+     "[long 1 => []]"},
     {"duplicate_keys_go_out_in_order",
      [] {
-         return test::php_elements({{test::php_string("k"), test::php_long(2)},
-                                    {test::php_string("k"), test::php_long(1)},
-                                    {test::php_string("a"), test::php_long(3)},
-                                    {test::php_string("k"), test::php_long(2)}});
+         return php_elements({{php_string("k"), php_long(2)},
+                              {php_string("k"), php_long(1)},
+                              {php_string("a"), php_long(3)},
+                              {php_string("k"), php_long(2)}});
      },
      "elements { string_key: 'k' value { long_value: 2 } } elements { string_key: 'k' value { long_value: 1 } } "
      "elements { string_key: 'a' value { long_value: 3 } } elements { string_key: 'k' value { long_value: 2 } }",
@@ -345,7 +344,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, PelorinArrayWriting, testing::ValuesIn(writing_c
 TEST(PelorinArrayToProtobuf, a_value_that_is_null_goes_out_as_a_present_and_empty_one)
 {
     RpcMessage message;
-    test::php_elements({{test::php_long(1), test::php_null()}})->to_protobuf(message);
+    php_elements({{php_long(1), php_null()}})->to_protobuf(message);
 
     ASSERT_EQ(message.elements_size(), 1);
     EXPECT_TRUE(message.elements(0).has_value());
@@ -377,7 +376,7 @@ TEST(PelorinArrayToProtobuf, elements_go_behind_those_that_are_there)
 TEST(PelorinArrayToProtobuf, no_elements_leave_the_message_as_it_was)
 {
     auto message = from_text<RpcMessage>("elements { long_key: 1 }");
-    test::php_elements({})->to_protobuf(message);
+    php_elements({})->to_protobuf(message);
     EXPECT_EQ(text_of(message), text_of(from_text<RpcMessage>("elements { long_key: 1 }")));
 }
 

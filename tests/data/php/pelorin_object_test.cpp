@@ -188,7 +188,7 @@ TEST_P(PelorinObjectWriting, and_reading_back)
         Target<Message> message(on_arena);
         from(GetParam().textproto)->to_protobuf(*message);
         EXPECT_EQ(text_of(*message), text_of(from_text<Message>(GetParam().written)));
-        EXPECT_EQ(notation(*test::php_value(PelorinObject(new detail::PelorinObject(*message)))), GetParam().read_back);
+        EXPECT_EQ(notation(*php_object(PelorinObject(new detail::PelorinObject(*message)))), GetParam().read_back);
     }
 }
 

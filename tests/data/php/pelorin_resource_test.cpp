@@ -156,7 +156,7 @@ TEST_P(PelorinResourceWriting, and_reading_back)
         Target<Message> message(on_arena);
         from(GetParam().textproto)->to_protobuf(*message);
         EXPECT_EQ(text_of(*message), text_of(from_text<Message>(GetParam().written)));
-        EXPECT_EQ(notation(*test::php_value(PelorinResource(new detail::PelorinResource(*message)))),
+        EXPECT_EQ(notation(*php_resource(PelorinResource(new detail::PelorinResource(*message)))),
                   GetParam().read_back);
     }
 }

@@ -54,6 +54,13 @@ static_assert(!std::is_copy_assignable_v<detail::ZVal> && !std::is_move_assignab
 static_assert(!std::is_polymorphic_v<detail::ZVal>);
 static_assert(std::is_const_v<std::remove_reference_t<decltype(std::declval<detail::ZVal &>().value())>>);
 static_assert(std::is_nothrow_default_constructible_v<detail::ZVal>);
+
+// No spelling without arguments makes a null handle.
+static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinArray>>);
+static_assert(!std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinObject>>);
+static_assert(!std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinResource>>);
+static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinObject>, PelorinObject>);
+static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinResource>, PelorinResource>);
 static_assert(sizeof(ZVal) == sizeof(void *));
 
 ZVal from_rpc(std::string const &textproto)
@@ -379,6 +386,16 @@ TEST(ZVal, holds_what_was_put_in_by_hand)
 
     EXPECT_EQ(notation(from_variant), "string 'bytes'");
     EXPECT_EQ(notation(made_in_place), "string 'xxx'");
+}
+
+TEST(ZVal, made_in_place_as_an_array_without_arguments_is_an_empty_one)
+{
+    detail::ZVal const value(std::in_place_type<PelorinArray>);
+    EXPECT_EQ(notation(value), "[]");
+
+    RpcMessage message;
+    value.to_protobuf(message);
+    EXPECT_EQ(message.value_case(), RpcMessage::kArrayValue);
 }
 
 TEST(ZVal, message_fields_are_all_read)

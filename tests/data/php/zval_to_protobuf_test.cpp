@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ZValWriting, testing::Combine(testing::ValuesIn(
 TEST(ZValToProtobuf, null_leaves_a_new_message_without_a_member)
 {
     RpcMessage message;
-    test::php_null()->to_protobuf(message);
+    php_null()->to_protobuf(message);
     EXPECT_EQ(message.value_case(), RpcMessage::VALUE_NOT_SET);
 }
 
@@ -129,14 +129,14 @@ TEST(ZValToProtobuf, a_string_goes_out_byte_for_byte)
 {
     std::string const bytes("\0a\xff\xc3(\0", 6);
     RpcMessage message;
-    test::php_string(bytes)->to_protobuf(message);
+    php_string(bytes)->to_protobuf(message);
     EXPECT_EQ(message.string_value(), bytes);
 }
 
 TEST(ZValToProtobuf, a_timestamp_goes_out_as_stored)
 {
     RpcMessage message;
-    test::php_value(TimePair{-1, -1'999'999'999})->to_protobuf(message);
+    php_timestamp({-1, -1'999'999'999})->to_protobuf(message);
     EXPECT_EQ(message.timestamp_value().seconds(), -1);
     EXPECT_EQ(message.timestamp_value().nanos(), -1'999'999'999);
 }
@@ -146,8 +146,8 @@ TEST(ZValToProtobuf, undefined_and_null_leave_every_member_as_it_was)
     for (auto const &row : writing_cases) {
         auto const before = from_text<RpcMessage>(row.written);
         auto message = before;
-        test::php_undefined()->to_protobuf(message);
-        test::php_null()->to_protobuf(message);
+        php_undefined()->to_protobuf(message);
+        php_null()->to_protobuf(message);
         EXPECT_EQ(text_of(message), text_of(before)) << row.name;
     }
 }

@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/pelorin_array.h>
 
+#include <tarnwick/data/php/make_values.h>
+
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
 
@@ -35,7 +37,7 @@ PelorinArray::Elements elements_of(Message const &message)
     return elements;
 }
 
-// What arrays hold is compared by identity, what is text or number by content.
+// Nested handles compare by pointer, scalars and strings by value.
 bool same_key(ZVal const &left, ZVal const &right)
 {
     if (left.kind() != right.kind())
@@ -106,9 +108,9 @@ php::PelorinArray PelorinArray::diff_keys(PelorinArray const &other) const
             continue;
         auto nested = (*own_array)->diff_keys(**array);
         if (!nested->elements().empty())
-            difference.emplace_back(key, php::ZVal(new ZVal(std::in_place_type<php::PelorinArray>, std::move(nested))));
+            difference.emplace_back(key, php_array(std::move(nested)));
     }
-    return php::PelorinArray(new PelorinArray(std::move(difference)));
+    return php_elements(std::move(difference));
 }
 
 void PelorinArray::to_protobuf(rpc::php::v1::PelorinArray &message) const

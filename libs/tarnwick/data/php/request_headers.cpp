@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/request_headers.h>
 
+#include <tarnwick/data/php/header_lines.h>
+
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
@@ -7,12 +9,14 @@ namespace tarnwick::data::php::detail {
 
 // The report of another case reads as one without headers.
 RequestHeaders::RequestHeaders(rpc::php::v1::NotifyRequest const &message)
-    : Headers(RequestId(message.request_id()), message.rinit().request().headers())
+    : request_id_(message.request_id())
+    , headers_(new PelorinArray(message.rinit().request().headers()))
 {
 }
 
 RequestHeaders::RequestHeaders(pelorin::protobuf::Glimmet::RequestHeaders const &message, RequestId request_id)
-    : Headers(request_id, message.lines())
+    : request_id_(request_id)
+    , headers_(split_header_lines(message.lines()))
 {
 }
 

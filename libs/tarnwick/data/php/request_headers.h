@@ -2,10 +2,12 @@
 
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/handle.h>
-#include <tarnwick/data/php/headers.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/data/php/zval.h>
 #include <tarnwick/export.h>
 
 #include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
 
 namespace pelorin::protobuf::Glimmet {
 class RequestHeaders;
@@ -17,12 +19,31 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of one PHP request, a part of the report of its start. `Headers` tells of its fields.
-class TARNWICK_EXPORT RequestHeaders : public Headers {
+/// The headers of one PHP request, a part of the report of its start.
+///
+/// | Accessor       | Meaning                                          | rpc                           | protobuf             |
+/// |----------------|--------------------------------------------------|-------------------------------|----------------------|
+/// | `request_id()` | request that they belong to                      | envelope, 0 when absent       | constructor argument |
+/// | `headers()`    | names and values in their order, also repeated   | as sent, no elements when     | split from raw lines |
+/// |                | ones; never null                                 | absent                        |                      |
+///
+/// A raw line is split at its first colon that a space follows, and nothing is trimmed, decoded or merged: both halves are
+/// strings of the bytes as sent. A line without such a colon is a name whose value is of kind `undefined`.
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/headers.pb.h>`.
+class TARNWICK_EXPORT RequestHeaders : public QSharedData {
 public:
     /// A report of something else gives its id and no headers.
     explicit RequestHeaders(rpc::php::v1::NotifyRequest const &message);
     RequestHeaders(pelorin::protobuf::Glimmet::RequestHeaders const &message, RequestId request_id);
+    Q_DISABLE_COPY_MOVE(RequestHeaders)
+
+    [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] php::PelorinArray const &headers() const noexcept { return headers_; }
+
+private:
+    RequestId request_id_;
+    php::PelorinArray headers_;
 };
 
 } // namespace detail

@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/response_headers.h>
 
+#include <tarnwick/data/php/header_lines.h>
+
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
@@ -7,12 +9,14 @@ namespace tarnwick::data::php::detail {
 
 // The report of another case reads as one without headers.
 ResponseHeaders::ResponseHeaders(rpc::php::v1::NotifyRequest const &message)
-    : Headers(RequestId(message.request_id()), message.rshutdown().response().headers())
+    : request_id_(message.request_id())
+    , headers_(new PelorinArray(message.rshutdown().response().headers()))
 {
 }
 
 ResponseHeaders::ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id)
-    : Headers(request_id, message.lines())
+    : request_id_(request_id)
+    , headers_(split_header_lines(message.lines()))
 {
 }
 

@@ -2,10 +2,12 @@
 
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/handle.h>
-#include <tarnwick/data/php/headers.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/data/php/zval.h>
 #include <tarnwick/export.h>
 
 #include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
 
 namespace pelorin::protobuf::Glimmet {
 class ResponseHeaders;
@@ -17,12 +19,23 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of the response to one PHP request, a part of the report of its end. `Headers` tells of its fields.
-class TARNWICK_EXPORT ResponseHeaders : public Headers {
+/// The headers of the response to one PHP request, a part of the report of its end. The fields are those of
+/// `RequestHeaders`.
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/headers.pb.h>`.
+class TARNWICK_EXPORT ResponseHeaders : public QSharedData {
 public:
     /// A report of something else gives its id and no headers.
     explicit ResponseHeaders(rpc::php::v1::NotifyRequest const &message);
     ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id);
+    Q_DISABLE_COPY_MOVE(ResponseHeaders)
+
+    [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] php::PelorinArray const &headers() const noexcept { return headers_; }
+
+private:
+    RequestId request_id_;
+    php::PelorinArray headers_;
 };
 
 } // namespace detail

@@ -1,6 +1,6 @@
 #include <tarnwick/data/php/superglobals.h>
 
-#include <tarnwick/data/reading.h>
+#include <tarnwick/data/php/make_values.h>
 
 #include <pelorin/protobuf/Glimmet/superglobals.pb.h>
 #include <pelorin/protobuf/Monitor/superglobals.pb.h>
@@ -47,7 +47,7 @@ php::PelorinArray values_of(Message const &message, ValueOf value_of)
     groups.reserve(static_cast<std::size_t>(message.groups_size()));
     for (auto const &group : message.groups())
         groups.emplace_back(php_string(group.name()), php_array(entries_of(group, value_of)));
-    return php::PelorinArray(new PelorinArray(std::move(groups)));
+    return php_elements(std::move(groups));
 }
 
 } // namespace
