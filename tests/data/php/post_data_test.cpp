@@ -1,5 +1,6 @@
 #include <tarnwick/data/php/post_data.h>
 
+#include <tarnwick/data/php/response_body.h>
 #include <tarnwick/data/print.h>
 
 #include "support/by_name.h"
@@ -15,6 +16,7 @@
 #include <QtCore/QVariant>
 
 #include <string>
+#include <type_traits>
 
 namespace tarnwick::data::php {
 namespace {
@@ -24,6 +26,12 @@ using test::field_names;
 using test::from_text;
 using testing::ElementsAre;
 using namespace Qt::StringLiterals;
+
+// Neither body converts to the other, nor to what they share.
+static_assert(!std::is_convertible_v<detail::PostData *, detail::ResponseBody *>);
+static_assert(!std::is_convertible_v<detail::ResponseBody *, detail::PostData *>);
+static_assert(!std::is_convertible_v<detail::PostData *, detail::Body *>);
+static_assert(!std::is_convertible_v<detail::ResponseBody *, detail::Body *>);
 
 PostData from_rpc(std::string const &body)
 {

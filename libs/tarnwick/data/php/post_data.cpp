@@ -4,20 +4,30 @@
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 namespace tarnwick::data::php::detail {
+namespace {
+
+// The report of another case reads as one without a body.
+Body post_body(rpc::php::v1::NotifyRequest const &message)
+{
+    auto const &request = message.rinit().request();
+    if (!request.has_post_data())
+        return {};
+    auto const &body = request.post_data();
+    return {body.text_0(), body.number(), body.text_1()};
+}
+
+} // namespace
 
 PostData::PostData(rpc::php::v1::NotifyRequest const &message)
-    : Body(RequestId(message.request_id()))
+    : request_id_(message.request_id())
+    , body_(post_body(message))
 {
-    // The report of another case reads as one without a body.
-    auto const &request = message.rinit().request();
-    if (request.has_post_data())
-        fill(request.post_data().text_0(), request.post_data().number(), request.post_data().text_1());
 }
 
 PostData::PostData(pelorin::protobuf::Glimmet::RawPostData const &message, RequestId request_id)
-    : Body(request_id)
+    : request_id_(request_id)
+    , body_(message.text_0(), message.number(), message.text_1())
 {
-    fill(message.text_0(), message.number(), message.text_1());
 }
 
 } // namespace tarnwick::data::php::detail

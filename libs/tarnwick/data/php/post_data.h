@@ -3,9 +3,14 @@
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/handle.h>
 #include <tarnwick/data/php/body.h>
+#include <tarnwick/data/php/request_id.h>
 #include <tarnwick/export.h>
 
 #include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+#include <cstdint>
 
 namespace pelorin::protobuf::Glimmet {
 class RawPostData;
@@ -17,12 +22,33 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The POST body of one PHP request, a part of the report of its start. `Body` tells of its fields.
-class TARNWICK_EXPORT PostData : public Body {
+/// The POST body of one PHP request, a part of the report of its start. Which of the texts is the body is the sender's
+/// affair. Bytes that are not UTF-8 become replacement characters.
+///
+/// | Accessor       | Meaning                            | rpc                         | protobuf             |
+/// |----------------|------------------------------------|-----------------------------|----------------------|
+/// | `request_id()` | request that it belongs to         | envelope, 0 when absent     | constructor argument |
+/// | `text_0()`     | first text                         | null without a body         | empty when unset     |
+/// | `number()`     | number that travels with the texts | 0 to 4294967295, 0 without  | 0 when unset         |
+/// |                |                                    | a body                      |                      |
+/// | `text_1()`     | second text                        | null without a body         | empty when unset     |
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/bodies.pb.h>`.
+class TARNWICK_EXPORT PostData : public QSharedData {
 public:
     /// A report of something else, and one without a body, gives its id and null texts.
     explicit PostData(rpc::php::v1::NotifyRequest const &message);
     PostData(pelorin::protobuf::Glimmet::RawPostData const &message, RequestId request_id);
+    Q_DISABLE_COPY_MOVE(PostData)
+
+    [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] QString const &text_0() const noexcept { return body_.text_0(); }
+    [[nodiscard]] std::int64_t number() const noexcept { return body_.number(); }
+    [[nodiscard]] QString const &text_1() const noexcept { return body_.text_1(); }
+
+private:
+    RequestId request_id_;
+    Body body_;
 };
 
 } // namespace detail

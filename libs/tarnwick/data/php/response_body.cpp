@@ -4,21 +4,31 @@
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 namespace tarnwick::data::php::detail {
+namespace {
+
+// The report of another case reads as one without a body.
+Body response_body(rpc::php::v1::NotifyRequest const &message)
+{
+    auto const &response = message.rshutdown().response();
+    if (!response.has_body())
+        return {};
+    auto const &body = response.body();
+    return {body.text_0(), body.number(), body.text_1()};
+}
+
+} // namespace
 
 ResponseBody::ResponseBody(rpc::php::v1::NotifyRequest const &message)
-    : Body(RequestId(message.request_id()))
+    : request_id_(message.request_id())
+    , body_(response_body(message))
 {
-    // The report of another case reads as one without a body.
-    auto const &response = message.rshutdown().response();
-    if (response.has_body())
-        fill(response.body().text_0(), response.body().number(), response.body().text_1());
 }
 
 // There is no number in this dialect.
 ResponseBody::ResponseBody(pelorin::protobuf::Glimmet::ResponseBody const &message, RequestId request_id)
-    : Body(request_id)
+    : request_id_(request_id)
+    , body_(message.text_0(), 0, message.text_1())
 {
-    fill(message.text_0(), 0, message.text_1());
 }
 
 } // namespace tarnwick::data::php::detail

@@ -3,9 +3,14 @@
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/handle.h>
 #include <tarnwick/data/php/body.h>
+#include <tarnwick/data/php/request_id.h>
 #include <tarnwick/export.h>
 
 #include <QtCore/QMetaType>
+#include <QtCore/QSharedData>
+#include <QtCore/QString>
+
+#include <cstdint>
 
 namespace pelorin::protobuf::Glimmet {
 class ResponseBody;
@@ -17,12 +22,25 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The body of the response to one PHP request, a part of the report of its end. `Body` tells of its fields.
-class TARNWICK_EXPORT ResponseBody : public Body {
+/// The body of the response to one PHP request, a part of the report of its end. The fields are those of `PostData`, but
+/// the protobuf dialect never sends a `number()`: it is 0.
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/bodies.pb.h>`.
+class TARNWICK_EXPORT ResponseBody : public QSharedData {
 public:
     /// A report of something else, and one without a body, gives its id and null texts.
     explicit ResponseBody(rpc::php::v1::NotifyRequest const &message);
     ResponseBody(pelorin::protobuf::Glimmet::ResponseBody const &message, RequestId request_id);
+    Q_DISABLE_COPY_MOVE(ResponseBody)
+
+    [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
+    [[nodiscard]] QString const &text_0() const noexcept { return body_.text_0(); }
+    [[nodiscard]] std::int64_t number() const noexcept { return body_.number(); }
+    [[nodiscard]] QString const &text_1() const noexcept { return body_.text_1(); }
+
+private:
+    RequestId request_id_;
+    Body body_;
 };
 
 } // namespace detail
