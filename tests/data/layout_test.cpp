@@ -81,10 +81,10 @@ template struct Layout<
 template struct Layout<glimmet::SqlError, 24, At<offsetof(glimmet::SqlError, message_), 0>>;
 template struct Layout<glimmet::detail::StorageEntry, 48, At<offsetof(glimmet::detail::StorageEntry, name_), 0>,
                        At<offsetof(glimmet::detail::StorageEntry, values_), 24>>;
-template struct Layout<codetrace::detail::Chunk, 88, At<offsetof(codetrace::detail::Chunk, data_), 0>,
-                       At<offsetof(codetrace::detail::Chunk, size_), 8>,
-                       At<offsetof(codetrace::detail::Chunk, more_), 16>,
-                       At<offsetof(codetrace::detail::Chunk, message_), 24>>;
+template struct Layout<
+    codetrace::detail::Chunk, 88, At<offsetof(codetrace::detail::Chunk, data_), 0>,
+    At<offsetof(codetrace::detail::Chunk, size_), 8>, At<offsetof(codetrace::detail::Chunk, more_), 16>,
+    At<offsetof(codetrace::detail::Chunk, has_view_), 17>, At<offsetof(codetrace::detail::Chunk, message_), 24>>;
 template struct Layout<Event::FunctionError, 1>;
 template struct Layout<Event::SlowFunctionExec, 16, At<offsetof(Event::SlowFunctionExec, duration), 0>>;
 template struct Layout<Event::PhpError, 96, At<offsetof(Event::PhpError, error_number), 0>,
@@ -135,26 +135,27 @@ template struct Layout<
     At<offsetof(monitor::detail::Event, event_text_), 40>, At<offsetof(monitor::detail::Event, function_), 64>,
     At<offsetof(monitor::detail::Event, stack_trace_), 168>, At<offsetof(monitor::detail::Event, event_flag_), 200>,
     At<offsetof(monitor::detail::Event, details_), 208>>;
-template struct Layout<php::detail::Body, 72, At<offsetof(php::detail::Body, request_id_), 8>,
-                       At<offsetof(php::detail::Body, text_0_), 16>, At<offsetof(php::detail::Body, number_), 40>,
-                       At<offsetof(php::detail::Body, text_1_), 48>>;
+template struct Layout<php::detail::Body, 56, At<offsetof(php::detail::Body, text_0_), 0>,
+                       At<offsetof(php::detail::Body, number_), 24>, At<offsetof(php::detail::Body, text_1_), 32>>;
+template struct Layout<php::detail::PostData, 72, At<offsetof(php::detail::PostData, request_id_), 8>,
+                       At<offsetof(php::detail::PostData, body_), 16>>;
+template struct Layout<php::detail::ResponseBody, 72, At<offsetof(php::detail::ResponseBody, request_id_), 8>,
+                       At<offsetof(php::detail::ResponseBody, body_), 16>>;
 template struct Layout<
     php::detail::ErrorData, 184, At<offsetof(php::detail::ErrorData, request_id_), 8>,
     At<offsetof(php::detail::ErrorData, timestamp_), 16>, At<offsetof(php::detail::ErrorData, message_), 32>,
     At<offsetof(php::detail::ErrorData, details_), 56>, At<offsetof(php::detail::ErrorData, location_), 112>,
     At<offsetof(php::detail::ErrorData, stack_trace_), 152>>;
-template struct Layout<php::detail::Headers, 24, At<offsetof(php::detail::Headers, request_id_), 8>,
-                       At<offsetof(php::detail::Headers, headers_), 16>>;
+template struct Layout<php::detail::RequestHeaders, 24, At<offsetof(php::detail::RequestHeaders, request_id_), 8>,
+                       At<offsetof(php::detail::RequestHeaders, headers_), 16>>;
+template struct Layout<php::detail::ResponseHeaders, 24, At<offsetof(php::detail::ResponseHeaders, request_id_), 8>,
+                       At<offsetof(php::detail::ResponseHeaders, headers_), 16>>;
 template struct Layout<php::detail::PelorinArray, 32, At<offsetof(php::detail::PelorinArray, elements_), 8>>;
 template struct Layout<php::detail::PelorinObject, 48, At<offsetof(php::detail::PelorinObject, class_name_), 8>,
                        At<offsetof(php::detail::PelorinObject, properties_), 32>,
                        At<offsetof(php::detail::PelorinObject, value_), 40>>;
 template struct Layout<php::detail::PelorinResource, 40, At<offsetof(php::detail::PelorinResource, type_name_), 8>,
                        At<offsetof(php::detail::PelorinResource, value_), 32>>;
-template struct Layout<php::detail::PostData, 72>;
-template struct Layout<php::detail::RequestHeaders, 24>;
-template struct Layout<php::detail::ResponseBody, 72>;
-template struct Layout<php::detail::ResponseHeaders, 24>;
 template struct Layout<
     php::detail::RInit, 224, At<offsetof(php::detail::RInit, request_id_), 8>,
     At<offsetof(php::detail::RInit, timestamp_), 16>, At<offsetof(php::detail::RInit, version_major_), 32>,

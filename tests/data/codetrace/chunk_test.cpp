@@ -30,6 +30,12 @@ static_assert(!std::is_same_v<detail::Data, detail::AddData>);
 static_assert(!std::is_convertible_v<detail::Data *, detail::AddData *>);
 static_assert(!std::is_convertible_v<detail::AddData *, detail::Data *>);
 static_assert(!std::is_convertible_v<detail::Data *, detail::Chunk *>);
+static_assert(!std::is_convertible_v<detail::AddData *, detail::Chunk *>);
+
+static_assert(std::is_nothrow_constructible_v<detail::Data, ZMQ::Message, RequestId, long>);
+static_assert(std::is_nothrow_constructible_v<detail::Data, zeromq::msg_t, RequestId>);
+static_assert(std::is_nothrow_constructible_v<detail::AddData, ZMQ::Message, RequestId, long>);
+static_assert(std::is_nothrow_constructible_v<detail::AddData, zeromq::msg_t, RequestId>);
 
 /// A message as large as ZeroMQ keeps inside the zmq_msg_t, one as small as it does not, and so on.
 constexpr std::size_t sizes[] = {1, 10, 33, 34, 64, 1000, 5'000'000};
@@ -132,6 +138,18 @@ TYPED_TEST(ChunkOf, rpc_is_the_whole_message)
         EXPECT_EQ(record->view(), bytes);
         EXPECT_FALSE(record->more());
     }
+}
+
+TYPED_TEST(ChunkOf, rpc_has_a_view_even_when_the_data_pointer_is_null)
+{
+    zeromq::msg_t message;
+    ASSERT_EQ(zmq_msg_init_data(message.handle(), nullptr, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(message.data(), nullptr);
+
+    auto const record = this->from_rpc(std::move(message));
+    EXPECT_EQ(record->data(), nullptr);
+    EXPECT_EQ(record->size(), 0U);
+    EXPECT_EQ(record->view(), std::string_view());
 }
 
 TYPED_TEST(ChunkOf, protobuf_is_what_stands_behind_the_bytes_to_skip)

@@ -39,6 +39,8 @@ using test::from_text;
 using test::from_wire;
 using testing::ElementsAre;
 
+static_assert(std::is_nothrow_constructible_v<detail::Header, RpcHeader const &>);
+static_assert(std::is_nothrow_constructible_v<detail::Header, ProtobufHeader const &, RequestId>);
 static_assert(std::is_same_v<std::underlying_type_t<TraceKind>, std::uint8_t>);
 static_assert(static_cast<int>(TraceKind::kind_0) == 0);
 static_assert(static_cast<int>(TraceKind::kind_1) == 1);

@@ -2,13 +2,13 @@
 
 namespace tarnwick::data::codetrace::detail {
 
-AddData::AddData(ZMQ::Message message, php::RequestId request_id, long skip)
+AddData::AddData(ZMQ::Message message, php::RequestId request_id, long skip) noexcept
     : request_id_(request_id)
     , chunk_(message, skip)
 {
 }
 
-AddData::AddData(zeromq::msg_t &&message, php::RequestId request_id)
+AddData::AddData(zeromq::msg_t &&message, php::RequestId request_id) noexcept
     : request_id_(request_id)
     , chunk_(message)
 {

@@ -22,9 +22,9 @@ namespace detail {
 /// One chunk of a code trace's additional data: in all else as `Data`, and yet no `Data`.
 class TARNWICK_EXPORT AddData : public QSharedData {
 public:
-    /// `skip` bytes stand before the chunk. A message is seen only behind a positive number of them.
-    AddData(ZMQ::Message message, php::RequestId request_id, long skip);
-    AddData(zeromq::msg_t &&message, php::RequestId request_id);
+    /// The chunk starts after `skip` bytes; if `skip` <= 0 or nothing follows, `data()` is null.
+    AddData(ZMQ::Message message, php::RequestId request_id, long skip) noexcept;
+    AddData(zeromq::msg_t &&message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(AddData)
 
     [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }

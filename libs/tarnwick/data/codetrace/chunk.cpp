@@ -14,6 +14,7 @@ Chunk::Chunk(ZMQ::Message &message, long skip) noexcept
         return;
     data_ = static_cast<char const *>(zmq_msg_data(message_.handle())) + skip;
     size_ = size - static_cast<std::size_t>(skip);
+    has_view_ = true;
 }
 
 Chunk::Chunk(zeromq::msg_t &message) noexcept
@@ -22,6 +23,7 @@ Chunk::Chunk(zeromq::msg_t &message) noexcept
     data_ = static_cast<char const *>(zmq_msg_data(message_.handle()));
     size_ = zmq_msg_size(message_.handle());
     more_ = zmq_msg_more(message_.handle()) != 0;
+    has_view_ = true;
 }
 
 } // namespace tarnwick::data::codetrace::detail

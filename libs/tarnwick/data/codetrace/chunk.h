@@ -19,8 +19,8 @@ namespace detail {
 /// `zmq_msg_t`, and the view points there.
 class Chunk {
 public:
-    /// Of the protobuf dialect: what stands behind the first `skip` bytes. Where there are none to skip, or none behind
-    /// them, there is no view, though the message is held.
+    /// Of the protobuf dialect: what follows the first `skip` bytes. If `skip` <= 0 or nothing follows, there is no view,
+    /// though the message is kept.
     Chunk(ZMQ::Message &message, long skip) noexcept;
     /// Of the rpc dialect: the whole message.
     explicit Chunk(zeromq::msg_t &message) noexcept;
@@ -32,13 +32,14 @@ public:
     [[nodiscard]] bool more() const noexcept { return more_; }
     [[nodiscard]] std::optional<std::string_view> view() const noexcept
     {
-        return data_ == nullptr ? std::nullopt : std::optional<std::string_view>({data_, size_});
+        return has_view_ ? std::optional<std::string_view>({data_, size_}) : std::nullopt;
     }
 
 private:
     char const *data_ = nullptr;
     std::uint64_t size_ = 0;
     bool more_ = false;
+    bool has_view_ = false; ///< `data_` does not decide it: ZeroMQ allows null for a message of 0 bytes
     zeromq::msg_t message_;
 };
 

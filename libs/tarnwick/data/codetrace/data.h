@@ -26,17 +26,17 @@ namespace detail {
 /// | Accessor       | Meaning, unit                   | rpc                       | protobuf                         |
 /// |----------------|---------------------------------|---------------------------|----------------------------------|
 /// | `request_id()` | traced request                  | constructor argument      | constructor argument             |
-/// | `data()`       | first byte of the chunk, not to | first byte of the message | behind the bytes to skip; null   |
-/// |                | be read where `size()` is 0     |                           | if none are, or none are behind  |
-/// | `size()`       | bytes of the chunk              | bytes of the message      | bytes behind those to skip, or 0 |
+/// | `data()`       | first byte of the chunk, not to | first byte of the message | after the bytes to skip; null    |
+/// |                | be read where `size()` is 0     |                           | if none are, or none follow      |
+/// | `size()`       | bytes of the chunk              | bytes of the message      | bytes after those to skip, or 0  |
 /// | `more()`       | further parts of the transport  | what the transport says   | false, whatever it says          |
 /// |                | message follow                  |                           |                                  |
-/// | `view()`       | `data()` and `size()` as one    | always there              | absent where `data()` is null    |
+/// | `view()`       | `data()` and `size()` as one    | always present            | absent where `data()` is null    |
 class TARNWICK_EXPORT Data : public QSharedData {
 public:
-    /// `skip` bytes stand before the chunk. A message is seen only behind a positive number of them.
-    Data(ZMQ::Message message, php::RequestId request_id, long skip);
-    Data(zeromq::msg_t &&message, php::RequestId request_id);
+    /// The chunk starts after `skip` bytes; if `skip` <= 0 or nothing follows, `data()` is null.
+    Data(ZMQ::Message message, php::RequestId request_id, long skip) noexcept;
+    Data(zeromq::msg_t &&message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(Data)
 
     [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }

@@ -66,7 +66,7 @@ void write(Header::DumpHeader &header, php::RequestId request_id, Message const 
 
 } // namespace
 
-Header::Header(rpc::codetrace::v1::NotifyRequest const &message)
+Header::Header(rpc::codetrace::v1::NotifyRequest const &message) noexcept
     : request_id_(message.request_id())
 {
     if (message.payload_case() != rpc::codetrace::v1::NotifyRequest::kHeader)
@@ -76,7 +76,7 @@ Header::Header(rpc::codetrace::v1::NotifyRequest const &message)
     write(dump_header_, request_id_, message.header());
 }
 
-Header::Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id)
+Header::Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id) noexcept
     : request_id_(request_id)
     , trace_kind_(kind_of(message.kind()))
 {

@@ -46,6 +46,8 @@ namespace detail {
 /// | 20     | 4     | reserved: 0, to be ignored     |
 /// | 24     | 8     | `long_24`                      |
 /// | 32     | 8     | `long_32`                      |
+///
+/// Messages: `<tarnwick/rpc/codetrace/v1/notify_request.pb.h>` and `<pelorin/protobuf/CT/header.pb.h>`.
 class TARNWICK_EXPORT Header : public QSharedData {
 public:
     /// The dialects count the kinds from different numbers, neither of which a reader of this one sees.
@@ -55,8 +57,8 @@ public:
     using DumpHeader = std::array<char, dump_header_size>;
 
     /// A report of something else than a header gives its id.
-    explicit Header(rpc::codetrace::v1::NotifyRequest const &message);
-    Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id);
+    explicit Header(rpc::codetrace::v1::NotifyRequest const &message) noexcept;
+    Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(Header)
 
     [[nodiscard]] php::RequestId request_id() const noexcept { return request_id_; }
