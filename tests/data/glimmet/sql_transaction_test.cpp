@@ -17,6 +17,7 @@
 #include <initializer_list>
 #include <ostream>
 #include <string>
+#include <type_traits>
 
 namespace tarnwick::data::glimmet {
 namespace {
@@ -28,6 +29,9 @@ using Table = QMap<unsigned int, Pointer>;
 using test::field_names;
 using test::from_text;
 using testing::ElementsAre;
+
+static_assert(std::is_nothrow_constructible_v<detail::SqlTransaction, RpcTransaction const &, Table const &>);
+static_assert(std::is_nothrow_constructible_v<detail::SqlTransaction, ProtobufTransaction const &, Table const &>);
 
 template <class Message>
 Pointer read(std::string const &textproto, Table const &table)

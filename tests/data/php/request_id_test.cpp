@@ -22,6 +22,7 @@ static_assert(sizeof(RequestId) == sizeof(std::uint64_t));
 static_assert(RequestId().id() == 0);
 static_assert(RequestId(7).id() == 7);
 static_assert(!std::is_convertible_v<std::uint64_t, RequestId>);
+static_assert(std::is_nothrow_constructible_v<RequestId, rpc::php::v1::RequestId const &>);
 
 TEST(RequestId, takes_all_64_bits_of_the_message)
 {

@@ -17,6 +17,7 @@
 #include <new>
 #include <ostream>
 #include <string>
+#include <type_traits>
 
 namespace tarnwick::data::php {
 namespace {
@@ -26,6 +27,9 @@ using rpc::php::v1::NotifyRequest;
 using test::field_names;
 using test::from_text;
 using testing::ElementsAre;
+
+static_assert(std::is_nothrow_constructible_v<detail::RShutdown, NotifyRequest const &>);
+static_assert(std::is_nothrow_constructible_v<detail::RShutdown, RShutdownData const &, RequestId>);
 
 RShutdown from_rpc(std::string const &textproto)
 {

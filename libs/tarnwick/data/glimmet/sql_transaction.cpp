@@ -8,7 +8,7 @@
 namespace tarnwick::data::glimmet::detail {
 
 SqlTransaction::SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
-                               QMap<unsigned int, Pointer> const &transactions)
+                               QMap<unsigned int, Pointer> const &transactions) noexcept
     : id_(message.id())
     , time_(time_pair(message.time()))
 {
@@ -19,13 +19,24 @@ SqlTransaction::SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
 }
 
 SqlTransaction::SqlTransaction(pelorin::protobuf::Glimmet::SqlTransaction const &message,
-                               QMap<unsigned int, Pointer> const &transactions)
+                               QMap<unsigned int, Pointer> const &transactions) noexcept
     : id_(message.id())
     , extra_number_(number_unless_negative(message.extra_number()))
     , time_(time_pair(message.time()))
 {
     if (message.parent_case() == pelorin::protobuf::Glimmet::SqlTransaction::kParentId)
         parent_ = transactions.value(message.parent_id());
+}
+
+// Child before parent, as members are released. A parent with another handle keeps the rest of the chain.
+SqlTransaction::~SqlTransaction()
+{
+    auto *link = parent_.take();
+    while (link != nullptr && !link->ref.deref()) {
+        auto *const next = link->parent_.take();
+        delete link;
+        link = next;
+    }
 }
 
 } // namespace tarnwick::data::glimmet::detail

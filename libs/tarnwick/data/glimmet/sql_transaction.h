@@ -34,15 +34,19 @@ namespace detail {
 /// |                  |                                        | none has the id            | none has the id            |
 /// | `extra_number()` | number that travels along              | by presence                | absent when negative       |
 /// | `time()`         | how long it took                       | 0, 0 when absent           | 0, 0 when absent           |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlTransaction : public QSharedData {
 public:
     using Pointer = QExplicitlySharedDataPointer<SqlTransaction>;
 
     /// `transactions`: those that can be the parent.
-    SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message, QMap<unsigned int, Pointer> const &transactions);
+    SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
+                   QMap<unsigned int, Pointer> const &transactions) noexcept;
     SqlTransaction(pelorin::protobuf::Glimmet::SqlTransaction const &message,
-                   QMap<unsigned int, Pointer> const &transactions);
+                   QMap<unsigned int, Pointer> const &transactions) noexcept;
     Q_DISABLE_COPY_MOVE(SqlTransaction)
+    /// Releases the parents in a loop: a report can nest more transactions than a stack has room for.
     ~SqlTransaction();
 
     [[nodiscard]] std::uint32_t id() const noexcept { return id_; }
@@ -56,18 +60,6 @@ private:
     std::optional<std::uint32_t> extra_number_;
     TimePair time_;
 };
-
-// One report can hold a chain of a million parents. Each is released behind its child, as members are, but in a loop:
-// calls nested as deep as the chain would exhaust the stack. Whoever else holds a link keeps the chain from there on.
-inline SqlTransaction::~SqlTransaction()
-{
-    auto *link = parent_.take();
-    while (link != nullptr && !link->ref.deref()) {
-        auto *const next = link->parent_.take();
-        delete link;
-        link = next;
-    }
-}
 
 } // namespace detail
 

@@ -4,7 +4,7 @@
 
 namespace tarnwick::data::php {
 
-RequestId::RequestId(rpc::php::v1::RequestId const &message)
+RequestId::RequestId(rpc::php::v1::RequestId const &message) noexcept
     : id_(message.id())
 {
 }

@@ -15,6 +15,8 @@ namespace tarnwick::data::php {
 
 /// Names one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 where no message
 /// gave one.
+///
+/// Messages: `<tarnwick/rpc/php/v1/request_id.pb.h>`.
 class TARNWICK_EXPORT RequestId {
 public:
     constexpr RequestId() noexcept = default;
@@ -22,7 +24,7 @@ public:
         : id_(id)
     {
     }
-    explicit RequestId(rpc::php::v1::RequestId const &message);
+    explicit RequestId(rpc::php::v1::RequestId const &message) noexcept;
 
     [[nodiscard]] constexpr std::uint64_t id() const noexcept { return id_; }
 

@@ -7,7 +7,7 @@
 
 namespace tarnwick::data::php::detail {
 
-RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message)
+RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept
 {
     if (message.has_request_id())
         request_id_ = RequestId(message.request_id());
@@ -30,7 +30,7 @@ RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message)
 }
 
 // There is no time stamp in this dialect, and the current time is not one.
-RShutdown::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id)
+RShutdown::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id) noexcept
     : request_id_(request_id)
     , response_status_(message.response_status())
     , memory_0_(message.memory_0())

@@ -31,11 +31,13 @@ namespace detail {
 /// | `response_status()` | status of the response          | 0 without a response       | 0 when unset         |
 /// | `memory_0()` ...    | three memory figures, told      | 0 without a `Memory`       | 0 when unset         |
 /// | `memory_2()`        | apart by their place alone      |                            |                      |
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>`.
 class TARNWICK_EXPORT RShutdown : public QSharedData {
 public:
     /// A report of something else than a request's end gives its id and time, and zeroes.
-    explicit RShutdown(rpc::php::v1::NotifyRequest const &message);
-    RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id);
+    explicit RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept;
+    RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(RShutdown)
 
     [[nodiscard]] RequestId request_id() const noexcept { return request_id_; }
