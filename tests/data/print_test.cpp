@@ -53,6 +53,11 @@ std::string written(T const &value)
     return writer.line();
 }
 
+template <class T>
+concept Walkable = requires(TextWriter writer, T const &value) { walk(writer, value); };
+static_assert(Walkable<bool> && Walkable<php::RShutdown>);
+static_assert(!Walkable<php::detail::RShutdown *> && !Walkable<char const *> && !Walkable<void *>);
+
 TEST(Print, fmt_prints_a_record_and_its_handle_alike)
 {
     EXPECT_EQ(fmt::format("{}", *record()), printed);

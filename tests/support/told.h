@@ -92,6 +92,7 @@ public:
         structure_ += 'b';
         byte_strings_.append(value);
     }
+    void json(std::string_view value) { bytes(value); }
     void digits(std::string_view value) { named('d', value); }
     void chunk(std::string_view value)
     {

@@ -47,6 +47,7 @@ public:
     void text(QString const &value);
     /// A string where the bytes are UTF-8, otherwise an object that holds them as base64.
     void bytes(std::string_view value);
+    void json(std::string_view value) { bytes(value); }
     void digits(std::string_view value) { string(value); }
     void chunk(std::string_view value) { bytes(value); }
 

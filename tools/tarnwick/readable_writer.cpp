@@ -90,12 +90,6 @@ void ReadableWriter::entry_value()
     gap_ = 1;
 }
 
-void ReadableWriter::begin_value(std::string_view kind)
-{
-    if (kind == "json")
-        value(kind);
-}
-
 void ReadableWriter::bare_value(std::string_view kind)
 {
     value(kind);
@@ -152,6 +146,12 @@ void ReadableWriter::text(QString const &string)
 void ReadableWriter::bytes(std::string_view string)
 {
     value(quoted_text(string));
+}
+
+void ReadableWriter::json(std::string_view text)
+{
+    value("json");
+    bytes(text);
 }
 
 void ReadableWriter::line()

@@ -41,7 +41,7 @@ public:
     void begin_entry() {}
     void entry_value();
     void end_entry() {}
-    void begin_value(std::string_view kind);
+    void begin_value(std::string_view /*kind*/) {}
     void end_value() {}
     void bare_value(std::string_view kind);
     void absent();
@@ -52,6 +52,7 @@ public:
     void time(data::TimePair value);
     void text(QString const &value);
     void bytes(std::string_view value);
+    void json(std::string_view text);
     void digits(std::string_view digits) { value(digits); }
     void chunk(std::string_view string) { bytes(string); }
 

@@ -41,6 +41,7 @@ public:
     void time(TimePair value);
     void text(QString const &value);
     void bytes(std::string_view value);
+    void json(std::string_view value);
     void digits(std::string_view value);
     void chunk(std::string_view value);
 

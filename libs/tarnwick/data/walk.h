@@ -58,6 +58,8 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
     writer.time(TimePair{});
     writer.text(text);
     writer.bytes(name);
+    // The JSON text of a PHP value.
+    writer.json(name);
     // A block of bytes by its hexadecimal digits, and what can be too large to be shown to a person as a whole.
     writer.digits(name);
     writer.chunk(name);
@@ -67,8 +69,9 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
 inline constexpr std::array<std::string_view, std::variant_size_v<php::detail::ZVal::Value>> kind_names{
     "undefined", "null", "bool", "long", "double", "string", "array", "object", "resource", "json", "timestamp"};
 
-template <Writer W>
-void walk(W &writer, bool value)
+// Not a plain `bool`, to which any pointer would convert.
+template <Writer W, std::same_as<bool> T>
+void walk(W &writer, T value)
 {
     writer.boolean(value);
 }
@@ -252,7 +255,10 @@ void walk(W &writer, php::detail::ZVal const &value)
                 writer.bare_value(kind);
             } else {
                 writer.begin_value(kind);
-                walk(writer, content);
+                if constexpr (std::same_as<Content, QByteArray>)
+                    writer.json({content.constData(), static_cast<std::size_t>(content.size())});
+                else
+                    walk(writer, content);
                 writer.end_value();
             }
         },
