@@ -1,3 +1,4 @@
+#include "support/allocations.h"
 #include "support/config_files.h"
 #include "support/log_lines.h"
 
@@ -5,6 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QString>
+
+#include <cstdint>
 #include <string>
 
 namespace tarnwick::test {
@@ -77,6 +83,30 @@ TEST(DbPathOfNone, is_fine_and_logs_nothing)
     EXPECT_TRUE(check_obsolete_db_path(QString(u""), QString(u"/db")));
     EXPECT_TRUE(check_obsolete_db_path(QString(), QString()));
     EXPECT_EQ(out.lines(), Texts());
+}
+
+TEST(DbPathLog, formats_nothing_below_its_level)
+{
+    // What the check needs besides: the two paths.
+    auto const resolved = [](QString const &path) {
+        auto canonical = QFileInfo(path).canonicalFilePath();
+        return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
+    };
+    QString const current(u"/missing/path/of/the//database");
+    QString const expected(u"/missing/path/of/the/database");
+    ASSERT_EQ(resolved(current), resolved(expected));
+    auto const needed = allocations_of([&] {
+        (void)resolved(current);
+        (void)resolved(expected);
+    });
+    auto const taken = [&](std::int8_t level) {
+        LogLines const out(level);
+        return allocations_of([&] { (void)check_obsolete_db_path(current, expected); });
+    };
+
+    EXPECT_EQ(taken(-1), needed);
+    EXPECT_EQ(taken(2), needed);
+    EXPECT_GT(taken(3), needed);
 }
 
 TEST(DbPathLog, changes_no_result_when_it_is_off)

@@ -389,6 +389,26 @@ TYPED_TEST(ToMessageOnArena, takes_every_value)
     }
 }
 
+TYPED_TEST(ToMessageOnArena, takes_lists_and_maps)
+{
+    google::protobuf::Arena arena;
+    auto &message = *google::protobuf::Arena::Create<TypeParam>(&arena);
+    QVariantList const list{1, u"a text with a block of its own on the heap"_s, QVariantList{true}};
+    QVariantMap const map{{u"list"_s, list}, {u"none"_s, QVariant()}};
+
+    // Each replaces the other, and a time that lies on the arena.
+    to_protobuf_zval(message, QVariant(at(5001)));
+    to_protobuf_zval(message, list);
+    EXPECT_EQ(message.json_value(), R"([1,"a text with a block of its own on the heap",[true]])");
+    EXPECT_EQ(printed(message), filled<TypeParam>(list));
+    to_protobuf_zval(message, map);
+    EXPECT_EQ(message.json_value(), R"({"list":[1,"a text with a block of its own on the heap",[true]],"none":null})");
+    EXPECT_EQ(printed(message), filled<TypeParam>(map));
+    to_protobuf_zval(message, QVariantList());
+    EXPECT_EQ(message.json_value(), "[]");
+    EXPECT_EQ(message.GetArena(), &arena);
+}
+
 TYPED_TEST(ToMessageOnArena, puts_a_time_of_a_heap_message_on_the_heap)
 {
     TypeParam message;

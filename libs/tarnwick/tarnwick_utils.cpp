@@ -13,8 +13,12 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QMetaType>
+#include <QtCore/QString>
 #include <QtCore/QTimeZone>
+#include <QtCore/QVariant>
 
 #include <string_view>
 
@@ -26,7 +30,7 @@ using RpcZVal = tarnwick::rpc::php::v1::ZVal;
 using tarnwick::data::text;
 using tarnwick::data::view;
 
-constexpr tarnwick::Log log{"libs/tarnwick/tarnwick_utils"};
+constexpr tarnwick::Log utils_log{"libs/tarnwick/tarnwick_utils"};
 
 constexpr int nanos_per_millisecond = 1'000'000;
 
@@ -69,6 +73,107 @@ void set_time(google::protobuf::Timestamp &time, QDateTime const &value)
     time.set_nanos(value.time().msec() * nanos_per_millisecond);
 }
 
+/// Writes one value into a message of the protobuf dialect, which is not cleared.
+class ProtobufWriter {
+public:
+    explicit ProtobufWriter(ProtobufZVal &message)
+        : message_(message)
+    {
+    }
+
+    void boolean(bool value)
+    {
+        message_.set_type(ProtobufZVal::TYPE_BOOL);
+        message_.set_bool_value(value);
+    }
+    void integer(qlonglong value)
+    {
+        message_.set_type(ProtobufZVal::TYPE_LONG);
+        message_.set_long_value(value);
+    }
+    void real(double value)
+    {
+        message_.set_type(ProtobufZVal::TYPE_DOUBLE);
+        message_.set_double_value(value);
+    }
+    void string(QByteArray const &utf8)
+    {
+        message_.set_type(ProtobufZVal::TYPE_STRING);
+        message_.set_string_value(view_to_nul(utf8));
+    }
+    void json(QByteArray const &text)
+    {
+        message_.set_type(ProtobufZVal::TYPE_JSON);
+        message_.set_json_value(view_to_nul(text));
+    }
+    void time(QDateTime const &value)
+    {
+        message_.set_type(ProtobufZVal::TYPE_TIMESTAMP);
+        set_time(*message_.mutable_timestamp_value(), value);
+    }
+    // Not TYPE_NULL, and a member that was set stays: readers do not look at it under this type.
+    void unsupported() { message_.set_type(ProtobufZVal::TYPE_NONE); }
+
+private:
+    ProtobufZVal &message_;
+};
+
+/// Clears a message of the rpc dialect and writes one value into it.
+class RpcWriter {
+public:
+    explicit RpcWriter(RpcZVal &message)
+        : message_(message)
+    {
+        message_.Clear();
+    }
+
+    void boolean(bool value) { message_.set_bool_value(value); }
+    void integer(qlonglong value) { message_.set_long_value(value); }
+    void real(double value) { message_.set_double_value(value); }
+    void string(QByteArray const &utf8) { message_.set_string_value(view(utf8)); }
+    void json(QByteArray const &text) { message_.set_json_value(view(text)); }
+    void time(QDateTime const &value) { set_time(*message_.mutable_timestamp_value(), value); }
+    void unsupported() { message_.set_null_value(google::protobuf::NULL_VALUE); }
+
+private:
+    RpcZVal &message_;
+};
+
+/// Chooses the kind of value by the meta type.
+template <class Writer>
+void write(Writer writer, QVariant const &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        writer.boolean(value.toBool());
+        break;
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        writer.integer(value.toLongLong());
+        break;
+    case QMetaType::Double:
+        writer.real(value.toDouble());
+        break;
+    case QMetaType::QString:
+        writer.string(value.toString().toUtf8());
+        break;
+    case QMetaType::QVariantMap:
+        writer.json(compact(value.toJsonObject()));
+        break;
+    case QMetaType::QVariantList:
+        writer.json(compact(value.toJsonArray()));
+        break;
+    case QMetaType::QDateTime:
+        writer.time(value.toDateTime());
+        break;
+    default:
+        writer.unsupported();
+        break;
+    }
+}
+
 QVariant variant_of_json(std::string const &json)
 {
     auto const document = QJsonDocument::fromJson(QByteArray::fromStdString(json));
@@ -95,101 +200,32 @@ QString resolved_path(QString const &path)
 
 void to_protobuf_zval(ProtobufZVal &message, QVariant const &value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        message.set_type(ProtobufZVal::TYPE_BOOL);
-        message.set_bool_value(value.toBool());
-        break;
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        message.set_type(ProtobufZVal::TYPE_LONG);
-        message.set_long_value(value.toLongLong());
-        break;
-    case QMetaType::Double:
-        message.set_type(ProtobufZVal::TYPE_DOUBLE);
-        message.set_double_value(value.toDouble());
-        break;
-    case QMetaType::QString:
-        message.set_type(ProtobufZVal::TYPE_STRING);
-        message.set_string_value(view_to_nul(value.toString().toUtf8()));
-        break;
-    case QMetaType::QVariantMap:
-        message.set_type(ProtobufZVal::TYPE_JSON);
-        message.set_json_value(view_to_nul(compact(value.toJsonObject())));
-        break;
-    case QMetaType::QVariantList:
-        message.set_type(ProtobufZVal::TYPE_JSON);
-        message.set_json_value(view_to_nul(compact(value.toJsonArray())));
-        break;
-    case QMetaType::QDateTime:
-        message.set_type(ProtobufZVal::TYPE_TIMESTAMP);
-        set_time(*message.mutable_timestamp_value(), value.toDateTime());
-        break;
-    default:
-        // Not TYPE_NULL, and a member that was set stays: readers do not look at it under this type.
-        message.set_type(ProtobufZVal::TYPE_NONE);
-        break;
-    }
+    write(ProtobufWriter(message), value);
 }
 
 void to_protobuf_zval(ProtobufZVal &message, QList<QVariant> const &values)
 {
-    message.set_type(ProtobufZVal::TYPE_JSON);
-    message.set_json_value(view_to_nul(json_of(values)));
+    ProtobufWriter(message).json(json_of(values));
 }
 
 void to_protobuf_zval(ProtobufZVal &message, QMap<QString, QVariant> const &values)
 {
-    message.set_type(ProtobufZVal::TYPE_JSON);
-    message.set_json_value(view_to_nul(json_of(values)));
+    ProtobufWriter(message).json(json_of(values));
 }
 
 void to_protobuf_zval(RpcZVal &message, QVariant const &value)
 {
-    message.Clear();
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        message.set_bool_value(value.toBool());
-        break;
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        message.set_long_value(value.toLongLong());
-        break;
-    case QMetaType::Double:
-        message.set_double_value(value.toDouble());
-        break;
-    case QMetaType::QString:
-        message.set_string_value(view(value.toString().toUtf8()));
-        break;
-    case QMetaType::QVariantMap:
-        message.set_json_value(view(compact(value.toJsonObject())));
-        break;
-    case QMetaType::QVariantList:
-        message.set_json_value(view(compact(value.toJsonArray())));
-        break;
-    case QMetaType::QDateTime:
-        set_time(*message.mutable_timestamp_value(), value.toDateTime());
-        break;
-    default:
-        message.set_null_value(google::protobuf::NULL_VALUE);
-        break;
-    }
+    write(RpcWriter(message), value);
 }
 
 void to_protobuf_zval(RpcZVal &message, QList<QVariant> const &values)
 {
-    message.Clear();
-    message.set_json_value(view(json_of(values)));
+    RpcWriter(message).json(json_of(values));
 }
 
 void to_protobuf_zval(RpcZVal &message, QMap<QString, QVariant> const &values)
 {
-    message.Clear();
-    message.set_json_value(view(json_of(values)));
+    RpcWriter(message).json(json_of(values));
 }
 
 // The type chooses; a member that is not set reads as its default.
@@ -239,7 +275,7 @@ bool check_obsolete_db_path(QString const &current, QString const &expected)
         return true;
     auto const current_path = resolved_path(current);
     auto const expected_path = resolved_path(expected);
-    log(PLogger::Level::info, "Current path: '{}', expected path: '{}'", current_path, expected_path);
+    utils_log(PLogger::Level::info, "Current path: '{}', expected path: '{}'", current_path, expected_path);
     return current_path == expected_path;
 }
 

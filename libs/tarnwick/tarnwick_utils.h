@@ -1,14 +1,13 @@
 #pragma once
 
 // Two things that programs need beside records: the bridge between QVariant and messages that hold a PHP value, by which
-// those that hold Qt values fill messages and read them back, and the check of a database path.
+// those that hold Qt values fill messages and read them back, and the check of a database path. Callers of the bridge
+// include <QtCore/QVariant> themselves, and <QtCore/QVariantList> or <QtCore/QVariantMap> for lists and maps.
 
 #include <tarnwick/export.h>
 
-#include <QtCore/QList>
-#include <QtCore/QMap>
 #include <QtCore/QString>
-#include <QtCore/QVariant>
+#include <QtCore/QtContainerFwd>
 
 namespace pelorin::protobuf::PelorinPHP {
 class ZVal;
@@ -19,7 +18,8 @@ class ZVal;
 
 namespace PelorinPHPX {
 
-/// Fills a message with a value. The message may live on an arena.
+/// Fills a message with a value. The message may live on an arena. Messages: `<tarnwick/rpc/php/v1/zval.pb.h>` and
+/// `<pelorin/protobuf/PelorinPHP/zval.pb.h>`.
 ///
 /// | Meta type of the value                                       | Member written                                |
 /// |--------------------------------------------------------------|-----------------------------------------------|
@@ -28,12 +28,15 @@ namespace PelorinPHPX {
 /// | `Double`                                                     | `double_value`                                |
 /// | `QString`                                                    | `string_value`                                |
 /// | `QVariantMap`, `QVariantList`                                | `json_value`, compact, nested by Qt's rules   |
-/// | `QDateTime`, to the millisecond, without its time zone       | `timestamp_value`                             |
+/// | `QDateTime`, to the millisecond, without its time zone       | `timestamp_value`, see below                  |
 /// | any other, also invalid: `float`, `QStringList`, `QDate`...  | nothing: the value is lost                    |
 ///
 /// The dialects differ. In the rpc dialect the message is cleared first, and a value that is lost leaves `null_value`.
 /// In the protobuf dialect it is not cleared, a value that is lost leaves `type` 0 over the member that was set before,
 /// and texts end at their first NUL.
+///
+/// A `timestamp_value` has the seconds of `QDateTime::toSecsSinceEpoch()`, which truncates toward zero, and the
+/// milliseconds of the time of day. So a time before 1970 with milliseconds reads back one second later.
 TARNWICK_EXPORT void to_protobuf_zval(pelorin::protobuf::PelorinPHP::ZVal &message, QVariant const &value);
 TARNWICK_EXPORT void to_protobuf_zval(tarnwick::rpc::php::v1::ZVal &message, QVariant const &value);
 
