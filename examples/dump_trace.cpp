@@ -56,11 +56,10 @@ int say(char const *what)
 }
 
 /// The header that a part holds, if it holds one.
-std::optional<Header> header_in(zeromq::msg_t &part)
+std::optional<Header> header_in(zeromq::msg_t const &part)
 {
     tarnwick::rpc::codetrace::v1::NotifyRequest message;
-    if (!message.ParseFromArray(zmq_msg_data(part.handle()), static_cast<int>(zmq_msg_size(part.handle()))) ||
-        !message.has_header())
+    if (!message.ParseFromArray(part.data(), static_cast<int>(part.size())) || !message.has_header())
         return std::nullopt;
     return Header(new detail::Header(message));
 }

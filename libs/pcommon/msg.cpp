@@ -37,4 +37,15 @@ msg_t::~msg_t()
     zmq_msg_close(&message_);
 }
 
+char const *msg_t::data() const noexcept
+{
+    // ZeroMQ does not change the message here.
+    return static_cast<char const *>(zmq_msg_data(const_cast<zmq_msg_t *>(&message_)));
+}
+
+std::size_t msg_t::size() const noexcept
+{
+    return zmq_msg_size(&message_);
+}
+
 } // namespace zeromq

@@ -35,6 +35,16 @@ TEST(Message, made_from_nothing_holds_the_empty_message)
     EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
 }
 
+TEST(Message, shows_the_bytes_that_it_holds)
+{
+    Message source{std::string_view("a\0b", 3)};
+    EXPECT_EQ(std::string_view(std::as_const(source).data(), std::as_const(source).size()),
+              std::string_view("a\0b", 3));
+    Message const target = std::move(source);
+    EXPECT_EQ(std::string_view(target.data(), target.size()), std::string_view("a\0b", 3));
+    EXPECT_EQ(source.size(), 0U); // NOLINT(bugprone-use-after-move): it is the message of 0 bytes
+}
+
 TEST(Message, throws_bad_alloc_when_there_is_no_memory)
 {
     // The size is refused before any byte is read.

@@ -22,9 +22,11 @@ static_assert(std::is_nothrow_destructible_v<msg_t>);
 static_assert(!std::is_convertible_v<std::string_view, msg_t>);
 static_assert(sizeof(msg_t) == sizeof(zmq_msg_t) && alignof(msg_t) == alignof(zmq_msg_t));
 
-std::string bytes_of(msg_t &message)
+static_assert(noexcept(std::declval<msg_t const &>().data()) && noexcept(std::declval<msg_t const &>().size()));
+
+std::string bytes_of(msg_t const &message)
 {
-    return {static_cast<char const *>(zmq_msg_data(message.handle())), zmq_msg_size(message.handle())};
+    return {message.data(), message.size()};
 }
 
 // Whether ZeroMQ keeps the bytes inside the zmq_msg_t.
@@ -37,8 +39,17 @@ bool is_inside(msg_t &message)
 
 TEST(Msg, made_from_nothing_is_empty)
 {
-    msg_t message;
-    EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
+    msg_t const message;
+    EXPECT_EQ(message.size(), 0U);
+}
+
+TEST(Msg, shows_the_bytes_that_zeromq_shows)
+{
+    for (auto const *bytes : {"small", "more bytes than a zmq_msg_t has room for, so in a block of their own"}) {
+        msg_t message{std::string_view(bytes)};
+        EXPECT_EQ(std::as_const(message).data(), zmq_msg_data(message.handle()));
+        EXPECT_EQ(std::as_const(message).size(), zmq_msg_size(message.handle()));
+    }
 }
 
 TEST(Msg, throws_bad_alloc_when_there_is_no_memory)

@@ -3,6 +3,7 @@
 #include <pcommon/export.h>
 #include <zeromq/msg.h>
 
+#include <cstddef>
 #include <string_view>
 
 #include <zmq.h>
@@ -35,6 +36,10 @@ public:
     ~Message() = default;
 
     [[nodiscard]] bool holds_message() const noexcept { return holds_message_; }
+
+    /// The bytes, until the message is changed, moved from or destroyed. Can be null where `size()` is 0.
+    [[nodiscard]] char const *data() const noexcept { return message_.data(); }
+    [[nodiscard]] std::size_t size() const noexcept { return message_.size(); }
 
     /// Moves the message into `target`, which is initialised and not this one's own, and releases what that held.
     /// Returns 0 and clears the flag, or returns -1, errno being set, and leaves the flag as it was.

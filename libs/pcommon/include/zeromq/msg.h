@@ -2,6 +2,7 @@
 
 #include <pcommon/export.h>
 
+#include <cstddef>
 #include <string_view>
 
 #include <zmq.h>
@@ -27,6 +28,10 @@ public:
     msg_t &operator=(msg_t &&other) noexcept;
 
     ~msg_t();
+
+    /// The bytes, until the message is changed, moved from or destroyed. Can be null where `size()` is 0.
+    [[nodiscard]] char const *data() const noexcept;
+    [[nodiscard]] std::size_t size() const noexcept;
 
     /// For the functions of ZeroMQ. Whatever is done with it, it must be left initialised.
     zmq_msg_t *handle() noexcept { return &message_; }
