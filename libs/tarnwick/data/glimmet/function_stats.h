@@ -31,6 +31,8 @@ namespace tarnwick::data::glimmet {
 /// | `count()`        | counter of the function             | 0 without `stats`            | 0 when unset                  |
 /// | `time_first()`,  | two times measured, told apart by   | 0, 0 when absent             | 0, 0 when absent              |
 /// | `time_second()`  | their place alone                   |                              |                               |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/functions.pb.h>` and `<pelorin/protobuf/Glimmet/functions.pb.h>`.
 class TARNWICK_EXPORT FunctionStats {
 public:
     explicit FunctionStats(rpc::glimmet::v1::Function const &message);

@@ -27,6 +27,8 @@ namespace detail {
 /// | `request_id()` | request that was measured  | envelope, 0 when absent            | constructor argument |
 /// | `functions()`  | a line a function, in the  | empty in a report of another case  | may be empty         |
 /// |                | order of the message       |                                    |                      |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/functions.pb.h>`.
 class TARNWICK_EXPORT Functions : public QSharedData {
 public:
     explicit Functions(rpc::glimmet::v1::NotifyRequest const &message);

@@ -27,6 +27,8 @@ namespace detail {
 /// | `id()`   | what queries of the report name it by; 0 is an id like others   | 0 when unset         |
 /// | `kind()` | classification from 0 to 6, 6 for what is none of the others    | 0 when unset         |
 /// | `name()` | text as reported                                                | may be empty         |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlConnection : public QSharedData {
 public:
     explicit SqlConnection(rpc::glimmet::v1::SqlConnection const &message);

@@ -23,6 +23,8 @@ namespace tarnwick::data::glimmet {
 /// | Accessor        | Meaning          | rpc                           | protobuf                       |
 /// |-----------------|------------------|-------------------------------|--------------------------------|
 /// | `connections()` | the whole table  | out of the report of queries  | a report of its own            |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlConnections : public QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlConnection>> {
 public:
     using Table = QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlConnection>>;

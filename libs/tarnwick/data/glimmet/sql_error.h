@@ -20,6 +20,8 @@ namespace tarnwick::data::glimmet {
 /// | Accessor    | Meaning                    | rpc and protobuf |
 /// |-------------|----------------------------|------------------|
 /// | `message()` | text of the error, as sent | may be empty     |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlError {
 public:
     SqlError() noexcept = default;

@@ -36,6 +36,8 @@ namespace detail {
 ///
 /// The elements of the lists convert to handles, so `for (SqlQuery const query : record->queries())` holds each query in
 /// turn, at the cost of its count. `for (auto const &query : record->queries())` changes no count.
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlQueries : public QSharedData {
 public:
     explicit SqlQueries(rpc::glimmet::v1::NotifyRequest const &message);

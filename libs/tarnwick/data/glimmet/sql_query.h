@@ -45,6 +45,8 @@ namespace detail {
 /// | `stack_trace()`  | where the query was issued              | by presence, also if empty | by presence, also if empty |
 ///
 /// The highest number of each classification stands for what is none of the others.
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlQuery : public QSharedData {
 public:
     SqlQuery(rpc::glimmet::v1::SqlQuery const &message, SqlConnections::Table const &connections,

@@ -25,6 +25,8 @@ namespace tarnwick::data::glimmet {
 /// | Accessor         | Meaning          | rpc                           | protobuf                       |
 /// |------------------|------------------|-------------------------------|--------------------------------|
 /// | `transactions()` | the whole table  | out of the report of queries  | a report of its own            |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlTransactions
     : public QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlTransaction>> {
 public:

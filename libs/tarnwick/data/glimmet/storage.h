@@ -31,6 +31,8 @@ namespace detail {
 /// |                |                               | otherwise at most empty           |                      |
 /// | `entries()`    | the lists, in the order of    | empty in a report of another case | may be empty         |
 /// |                | the message                   |                                   |                      |
+///
+/// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/storage.pb.h>`.
 class TARNWICK_EXPORT Storage : public QSharedData {
 public:
     explicit Storage(rpc::glimmet::v1::NotifyRequest const &message);

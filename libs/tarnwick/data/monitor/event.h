@@ -40,9 +40,13 @@ namespace detail {
 /// | `stack_trace()` | calls that led there          | by presence, also if without     | absent without frames,     |
 /// |                 |                               | frames; kinds 0, 1 and 5 alone   | every kind                 |
 /// | `event_flag()`  | a flag that every event has   | false when unset                 | false when unset           |
-/// | `details()`     | what is particular to a kind, | zeroes and null texts for what   | the same where another     |
-/// |                 | an empty `FunctionError` when |                                  | kind's member, or none,    |
-/// |                 | the kind is unknown           |                                  | is set                     |
+/// | `details()`     | what is particular to a kind, | as sent; zeroes and no location  | as sent; defaults when no  |
+/// |                 | an empty `FunctionError` when | for absent sub-messages          | member or that of another  |
+/// |                 | the kind is unknown           |                                  | kind is set                |
+///
+/// A text in `details()` is empty when the message that has it leaves it unset, and null when there is no such message.
+///
+/// Messages: `<tarnwick/rpc/monitor/v1/notify_request.pb.h>` and `<pelorin/protobuf/Monitor/event.pb.h>`.
 class TARNWICK_EXPORT Event : public QSharedData {
 public:
     /// Neither the indices of `Details` nor the members of a message; 6 and 7 are no kinds.
@@ -65,8 +69,8 @@ public:
 
     struct PhpError {
         std::int32_t error_number = 0;
-        QString error_name;                          ///< null where no name reached the record
-        QString message;                             ///< null where no error reached it
+        QString error_name;                          ///< rpc: null without a `type`; protobuf: null without the member
+        QString message;                             ///< rpc: never null; protobuf: null without the member
         std::optional<php::SourceLocation> location; ///< `line_extra` is always 0
     };
 
@@ -78,7 +82,8 @@ public:
         std::int64_t usage = 0; ///< in the sender's unit
     };
 
-    /// An event that the application defined.
+    /// An event that the application defined. Its texts are null, its value is `undefined` and its level is 2 when a report
+    /// of the protobuf dialect lacks the member.
     struct CustomEvent {
         static constexpr std::int32_t other_level = 2;
 

@@ -24,6 +24,8 @@ namespace tarnwick::data::php {
 /// | `category()` | 1, 2 or 3                 | `none` for all else    | `none` for all else               |
 /// | `number()`   | PHP's number of the error | 0 without a type       | as sent, not 0 in a report's error |
 /// | `name()`     | PHP's name of the error   | empty without a type   | empty when unset                  |
+///
+/// Messages: `<tarnwick/rpc/php/v1/error.pb.h>` and `<pelorin/protobuf/Glimmet/error.pb.h>`.
 class TARNWICK_EXPORT Error {
 public:
     enum class Category : std::uint8_t {

@@ -39,6 +39,8 @@ namespace detail {
 /// |                 |                             | was reported                          | an `Error`                 |
 /// | `location()`    | where it happened           | by presence, also if no file          | absent when no file        |
 /// | `stack_trace()` | calls that led to it        | by presence, also if no frames        | the same                   |
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/error.pb.h>`.
 class TARNWICK_EXPORT ErrorData : public QSharedData {
 public:
     /// The report held neither an error nor an exception.

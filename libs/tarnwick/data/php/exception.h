@@ -21,6 +21,8 @@ namespace tarnwick::data::php {
 /// |--------------------|------------------------------------------------------|------------------|------------------|
 /// | `exception_name()` | first text, in the place where an error has its name | empty when unset | empty when unset |
 /// | `exception_text()` | second text                                          | empty when unset | empty when unset |
+///
+/// Messages: `<tarnwick/rpc/php/v1/error.pb.h>` and `<pelorin/protobuf/Glimmet/error.pb.h>`.
 class TARNWICK_EXPORT Exception {
 public:
     Exception() noexcept = default;

@@ -34,6 +34,9 @@ namespace tarnwick::data::php {
 /// | `call_value()`   | one further value of the call        | by presence, also if empty   | never sent: absent      |
 /// | `location()`     | where it stands                      | by presence, also if no file | absent when no file     |
 /// | `frame_number()` | number that only frames carry        | 0 in a call that is no frame | the same                |
+///
+/// Messages: `<tarnwick/rpc/php/v1/function.pb.h>`, `<pelorin/protobuf/Monitor/function_data.pb.h>` and
+/// `<pelorin/protobuf/PelorinPHP/stack_trace.pb.h>`.
 class TARNWICK_EXPORT Function {
 public:
     explicit Function(pelorin::protobuf::Monitor::FunctionData const &message);

@@ -41,6 +41,8 @@ namespace detail {
 /// | `info_number()`       | number of the runtime             | 0 without an `Info`            | 0 when unset          |
 /// | `request_bytes_0()`   | raw bytes of the request, not     | by presence, also if empty     | absent when empty     |
 /// | `request_bytes_1()`   | decoded                           | by presence, also if empty     | never sent: absent    |
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/PelorinPHP/rinit_data.pb.h>`.
 class TARNWICK_EXPORT RInit : public QSharedData {
 public:
     /// A report of something else than a request's start gives its id and time, and nothing else.

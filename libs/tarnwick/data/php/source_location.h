@@ -26,6 +26,8 @@ namespace tarnwick::data::php {
 ///
 /// In the protobuf dialect a location has no message of its own: an empty file means that there is no location. Only
 /// the lines of function statistics have a field that decides, and a second number.
+///
+/// Messages: `<tarnwick/rpc/php/v1/source_location.pb.h>`.
 class TARNWICK_EXPORT SourceLocation {
 public:
     SourceLocation() noexcept = default;

@@ -6,10 +6,8 @@
 #include <QtCore/QList>
 #include <QtCore/QMetaType>
 
-namespace google::protobuf {
-template <class Element>
-class RepeatedPtrField;
-}
+#include <google/protobuf/repeated_ptr_field.h>
+
 namespace pelorin::protobuf::PelorinPHP {
 class StackTrace;
 class StackTraceFrame;
@@ -21,6 +19,8 @@ class StackTrace;
 namespace tarnwick::data::php {
 
 /// A chain of calls, in the order of the message.
+///
+/// Messages: `<tarnwick/rpc/php/v1/function.pb.h>` and `<pelorin/protobuf/PelorinPHP/stack_trace.pb.h>`.
 class TARNWICK_EXPORT StackTrace {
 public:
     StackTrace() noexcept = default;

@@ -41,6 +41,9 @@ namespace detail {
 ///
 /// In the protobuf dialect a value that is absent is of kind `undefined`, and a group of which no entry is taken stays, as
 /// an array with no elements.
+///
+/// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>`, `<pelorin/protobuf/Monitor/superglobals.pb.h>` and
+/// `<pelorin/protobuf/Glimmet/superglobals.pb.h>`.
 class TARNWICK_EXPORT Superglobals : public QSharedData {
 public:
     struct init_t {};   ///< the state at the start of the request
