@@ -58,7 +58,7 @@ TEST(Log, names_the_line_of_the_call)
     int const line = __LINE__ + 1;
     log(PLogger::Level::info, "one");
     log(PLogger::Level::debug, "{} and {}",
-        // The line of a call is the one of its text.
+        // The first line counts.
         QString(u"Größe"), 2);
     EXPECT_EQ(out.lines(), (Lines{"3 libs/part/source:" + std::to_string(line) + " one",
                                   "5 libs/part/source:" + std::to_string(line + 1) + " Größe and 2"}));

@@ -14,7 +14,8 @@
 
 namespace tarnwick {
 
-/// The text of a line, and where the call stands that logs it.
+/// The format string of a log line, and the line number of the call. Compilers differ about a call of several lines: g++
+/// reports the line of its opening parenthesis. So a call has its level and its format string on that line.
 struct LogMessage {
     // Not explicit: a call gives the bare text.
     constexpr LogMessage(char const *text, std::source_location place = std::source_location::current())

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
-#include <QString>
-
 #include <fmt/format.h>
+
+#include <QtCore/QString>
+
+#include <string>
 
 /// A QString as an argument of {fmt}: its UTF-8 text, with everything that a format specification can say of a string.
 template <>

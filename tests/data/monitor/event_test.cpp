@@ -471,6 +471,24 @@ TEST(Event, texts_that_no_message_reached_are_null)
     EXPECT_TRUE(custom.text_0.isNull() && custom.text_1.isNull());
 }
 
+TEST(Event, texts_that_their_message_leaves_unset_are_empty_but_not_null)
+{
+    auto const is_empty = [](QString const &text) { return text.isEmpty() && !text.isNull(); };
+    for (auto const &event :
+         {from_rpc("php_error { error { type { } } }"), from_protobuf("type: TYPE_PHP_ERROR php_error { }")}) {
+        auto const error = std::get<PhpError>(event->details());
+        EXPECT_TRUE(is_empty(error.error_name) && is_empty(error.message));
+    }
+    for (auto const &event : {from_rpc("custom { }"), from_protobuf("type: TYPE_CUSTOM custom { }")}) {
+        auto const custom = std::get<CustomEvent>(event->details());
+        EXPECT_TRUE(is_empty(custom.text_0) && is_empty(custom.text_1));
+    }
+    for (auto const *textproto : {"php_error { }", "php_error { error { } }"}) {
+        auto const error = std::get<PhpError>(from_rpc(textproto)->details());
+        EXPECT_TRUE(error.error_name.isNull() && is_empty(error.message)) << textproto;
+    }
+}
+
 TEST(Event, the_value_of_a_custom_event_is_never_a_null_handle)
 {
     CustomEvent const made;
