@@ -2,9 +2,10 @@
 
 #include <tarnwick/data/print.h>
 
+#include "support/allocations.h"
 #include "support/by_name.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QtCore/QMetaType>
 
@@ -21,6 +22,8 @@ namespace {
 using Auth::User;
 using Auth::UserData;
 using tarnwick::test::by_name;
+using tarnwick::test::frees_of;
+using testing::ElementsAre;
 using namespace Qt::StringLiterals;
 
 User ann(UserData::Kind kind)
@@ -52,12 +55,21 @@ TEST(Session, is_made_empty)
     EXPECT_EQ(session.word_2, 0U);
 }
 
-TEST(Session, fields_stand_in_their_order_so_that_the_blob_goes_before_the_user)
+TEST(Session, fields_are_in_their_order)
 {
     SessionData const session;
     std::vector<void const *> const fields{&session.ref, &session.user, &session.blob, &session.word_1,
                                            &session.word_2};
     EXPECT_TRUE(std::ranges::is_sorted(fields));
+}
+
+TEST(Session, releases_the_blob_and_then_the_user)
+{
+    auto session = filled();
+    void const *const blob = session->blob.data_ptr().d_ptr();
+    void const *const user = session->user->get();
+    void const *const payload = session.get();
+    EXPECT_THAT(frees_of([&] { session.reset(); }), ElementsAre(blob, user, payload));
 }
 
 struct Text {
