@@ -48,7 +48,8 @@ public:
     }
     void merged(ConfigFile const &file, ConfigFile const &included) override
     {
-        note(file, fmt::format("merged {} of {} lines", included.file_name(), included.line_no()));
+        note(file, fmt::format("merged {} of {} lines into {} values", included.file_name(), included.line_no(),
+                               file.values().size()));
     }
 
 private:
@@ -100,7 +101,7 @@ TEST(ConfigObserver, is_told_everything_in_order)
                   "part.conf:5 in 6: added f=env",
                   "part.conf:6 in 6: directive include = ${TARNWICK_TEST_NONE}",
                   "part.conf:6 in 6: unresolved TARNWICK_TEST_NONE of include",
-                  "main.conf:6: merged part.conf of 6 lines",
+                  "main.conf:6: merged part.conf of 6 lines into 5 values",
                   "main.conf:7: directive other = ${app.none}",
                   "main.conf:7: unresolved app.none of other",
               }));
@@ -234,6 +235,19 @@ TEST(ConfigObserver, can_end_a_load)
     ConfigFolder const folder;
     auto const file = folder.write("f.conf", "a = 1\n");
     EXPECT_THROW((void)ConfigFile::load(q(file), QString(), &observer), std::domain_error);
+
+    struct Fault : PException {
+        Fault()
+            : PException("enough")
+        {
+        }
+    };
+    struct StopByFault final : ConfigObserver {
+        void opened(ConfigFile const & /*file*/) override { throw Fault(); }
+    } fault;
+    ConfigFile config(q(file), QString());
+    config.set_observer(&fault);
+    EXPECT_THROW(config.load(), Fault) << "of the same class, in a file that nothing includes";
 
     // No include on the way puts its own text around it.
     folder.write("deep.conf", "a = 1\n");

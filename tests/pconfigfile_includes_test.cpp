@@ -232,6 +232,28 @@ TEST_F(Includes, of_a_file_in_itself_are_refused_the_second_time)
               "include='./a.conf' at a.conf:1\n\trecursive include='./a.conf' at ./a.conf:1");
 }
 
+TEST_F(Includes, of_a_file_in_itself_are_refused_after_other_includes_too)
+{
+    WorkingFolder const here(folder.path());
+    folder.write("b.conf", "x = 1\n");
+    folder.write("a.conf", "include = b.conf\ninclude = a.conf\n");
+    ConfigFile config(QString(u"a.conf"), QString());
+    EXPECT_EQ(failure_of([&] { config.load(); }),
+              "include='a.conf' at a.conf:2\n\trecursive include='a.conf' at ./a.conf:2");
+    EXPECT_EQ(table(config), Texts{"x=1"});
+}
+
+TEST_F(Includes, of_the_parent_that_a_program_gives_are_refused)
+{
+    WorkingFolder const here(folder.path());
+    folder.write("a.conf", "");
+    folder.write("b.conf", "include = c.conf\n");
+    folder.write("c.conf", "include = a.conf\n");
+    ConfigFile const parent(QString(u"a.conf"), QString());
+    EXPECT_EQ(failure_of([&] { (void)ConfigFile::load(parent, QString(u"b.conf")); }),
+              "Failed to load 'b.conf':\n\tinclude='c.conf' at b.conf:1\n\trecursive include='a.conf' at ./c.conf:1");
+}
+
 TEST_F(Includes, in_a_circle_are_refused_where_it_closes)
 {
     WorkingFolder const here(folder.path());

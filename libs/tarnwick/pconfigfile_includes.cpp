@@ -18,6 +18,7 @@
 #include <iterator>
 #include <list>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -49,7 +50,12 @@ std::string lack_at_listing(QString const &folder)
 /// how deep they can nest is up to the number of open files alone, since each stays open while its includes are read.
 class ConfigFile::Loader {
 public:
-    explicit Loader(ConfigFile &root) { levels_.emplace_back(root); }
+    explicit Loader(ConfigFile &root)
+    {
+        for (auto const *file = root.parent_; file != nullptr; file = file->parent_)
+            above_.insert(file->canonical_file_path_);
+        levels_.emplace_back(root);
+    }
 
     /// Reads the file of the root.
     void load()
@@ -65,6 +71,7 @@ public:
     }
 
 private:
+    using Names = std::multiset<QString>;
     struct Include {
         QString name; ///< in messages
         QFileInfo file;
@@ -80,6 +87,7 @@ private:
         std::optional<OpenFile> file;    ///< none where the directive is not in the file
         std::list<Include> includes;     ///< of the line, from the one that is being read on
         std::optional<ConfigFile> child; ///< which is being read
+        Names::iterator name;            ///< of `config` in the names of files above, while the child is read
     };
 
     void run()
@@ -116,8 +124,9 @@ private:
     {
         auto &config = level.config;
         auto const &[name, file] = level.includes.front();
-        if (config.test_recursion(file.canonicalFilePath()))
+        if (above_.contains(file.canonicalFilePath()))
             throw PException(fmt::format("recursive include='{}' at {}:{}", name, config.file_path_, config.line_no_));
+        level.name = above_.insert(config.canonical_file_path_);
         open(levels_.emplace_back(level.child.emplace(config, file.filePath())));
     }
 
@@ -125,10 +134,12 @@ private:
     void leave()
     {
         levels_.pop_back();
-        auto &[config, file, includes, child] = levels_.back();
-        config.merge(*child);
+        auto &[config, file, includes, child, name] = levels_.back();
+        above_.erase(name);
+        ConfigFile const &included = *child; // NOLINT(bugprone-unchecked-optional-access): the file that was just left
+        config.merge(included);
         if (config.observer_ != nullptr)
-            config.observer_->merged(config, *child);
+            config.observer_->merged(config, included);
         child.reset();
         includes.pop_front();
         if (file)
@@ -148,6 +159,8 @@ private:
     static std::list<Include> included_by(ConfigFile const &config, QString include);
 
     std::list<Level> levels_; ///< the root first; children point to their parents
+    // What test_recursion() looks for in a walk along all files above, whose cost grows with the depth of each include.
+    Names above_; ///< canonical; of the files above the last level
 };
 
 std::list<ConfigFile::Loader::Include> ConfigFile::Loader::included_by(ConfigFile const &config, QString include)
