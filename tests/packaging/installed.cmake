@@ -7,10 +7,17 @@ set(without_neighbours ${work}/tree/without_neighbours)
 set(compiler -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER} -DCMAKE_CXX_FLAGS=-O0
     -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0)
 
+# Packagers leave out the RUNPATH, because a system's loader knows its library folder.
+set(has_runpath ON)
+if(CMAKE_SKIP_RPATH OR CMAKE_SKIP_INSTALL_RPATH)
+    set(has_runpath OFF)
+endif()
+
 add_test(NAME packaging.installed_tree_is_complete_and_can_be_moved COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${CMAKE_BINARY_DIR} -DCONFIG=$<CONFIG>
     -DPREFIX=${CMAKE_INSTALL_PREFIX} -DFIRST_PLACE=${work}/tree/made -DTREE=${tree}
     -DLIBDIR=${CMAKE_INSTALL_LIBDIR} -DVERSION=${PROJECT_VERSION} -DPROGRAM=${TARNWICK_BUILD_PROGRAM}
+    -DRUNPATH=${has_runpath}
     -P ${here}/installed_tree.cmake)
 set_tests_properties(packaging.installed_tree_is_complete_and_can_be_moved PROPERTIES FIXTURES_SETUP installed_tree)
 
@@ -35,6 +42,11 @@ set_tests_properties(
     packaging.consumer.pkg_config
     packaging.readme_on_using_the_library_can_be_followed
     PROPERTIES FIXTURES_REQUIRED installed_tree)
+# Without a RUNPATH, a program finds only the libraries that it is linked with itself.
+if(NOT has_runpath)
+    set_tests_properties(packaging.readme_on_using_the_library_can_be_followed PROPERTIES
+        ENVIRONMENT LD_LIBRARY_PATH=${libraries})
+endif()
 tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package
     OPTIONS -DCMAKE_PREFIX_PATH=${tree} -Dprotobuf_DIR=${old_protobuf}
     SAYS "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")

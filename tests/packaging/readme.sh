@@ -28,7 +28,9 @@ follow() { # COMMAND-THAT-BUILDS COMMAND-OF-THE-OTHER-WAY
     rm -rf "$1"
     mkdir "$1"
     cd "$1"
-    trap 'cat messages printed >&2' EXIT
+    # While a block runs, its output goes to these files.
+    exec 3>&2
+    trap 'cat messages printed >&3' EXIT
     for block in "${blocks[@]}"; do
         case $block in
         *.cpp) cp "../$block" example.cpp ;;
