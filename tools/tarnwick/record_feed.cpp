@@ -117,13 +117,13 @@ std::string RecordFeed::feed(Frame const &frame)
         return parsed<Glimmet::SqlConnections>(frame.sql_connections(), [&](Glimmet::SqlConnections const &message) {
             auto &connections = sql_tables_.of(request_id).connections;
             connections = glimmet::SqlConnections(message);
-            printer_.print(connections, protobuf_dialect);
+            printer_.print(connections, protobuf_dialect, {}, request_id);
         });
     case Frame::kSqlTransactions:
         return parsed<Glimmet::SqlTransactions>(frame.sql_transactions(), [&](Glimmet::SqlTransactions const &message) {
             auto &transactions = sql_tables_.of(request_id).transactions;
             transactions = glimmet::SqlTransactions(message);
-            printer_.print(transactions, protobuf_dialect);
+            printer_.print(transactions, protobuf_dialect, {}, request_id);
         });
     case Frame::kSqlQueries:
         return parsed<Glimmet::SqlQueries>(frame.sql_queries(), [&](Glimmet::SqlQueries const &message) {

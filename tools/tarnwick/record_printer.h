@@ -7,9 +7,11 @@
 #include "readable_writer.h"
 
 #include <tarnwick/data/description.h>
+#include <tarnwick/data/php/request_id.h>
 #include <tarnwick/data/walk.h>
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace tarnwick::program {
@@ -47,16 +49,20 @@ public:
     /// The frame that the records printed from now on come from.
     void set_origin(Origin const &origin) { origin_ = origin; }
 
-    /// `view`: which of a record's views of its report it is; empty where there is but one.
+    /// `view`: which of a record's views of its report it is; empty where there is but one. `request_id`: of the frame, for
+    /// a record that has none of its own.
     template <data::Described Record>
-    void print(Record const &record, std::string_view dialect, std::string_view view = {})
+    void print(Record const &record, std::string_view dialect, std::string_view view = {},
+               std::optional<data::php::RequestId> request_id = {})
     {
         if (style_.json) {
             begin_json(data::Description<Record>::name, dialect, view);
+            write_request_id(json_, request_id);
             data::walk_fields(json_, record);
             end_json();
         } else {
             begin_readable(data::Description<Record>::name, dialect, view);
+            write_request_id(readable_, request_id);
             write_readable(readable_, record);
             end_readable();
         }
@@ -67,6 +73,14 @@ private:
     void end_json();
     void begin_readable(std::string_view name, std::string_view dialect, std::string_view view);
     void end_readable();
+    template <data::Writer W>
+    static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)
+    {
+        if (request_id) {
+            writer.field("request_id", data::Sense::plain);
+            data::walk(writer, *request_id);
+        }
+    }
 
     Output &output_;
     Style style_;

@@ -188,10 +188,10 @@ Comparison::Comparison(std::vector<QJsonObject> const &records)
     std::map<std::string, std::map<std::string, Records>> by_request;
     for (auto record : records) {
         // The tables that queries of the protobuf dialect are linked to are compared with the queries.
-        if (!record.contains(u"request_id"))
+        auto name = text(record[u"record"]);
+        if (name == "glimmet.SqlConnections" || name == "glimmet.SqlTransactions")
             continue;
         auto &dialects = by_request[text(record[u"request_id"])];
-        auto name = text(record[u"record"]);
         if (auto const view = text(record[u"view"]); !view.empty())
             name += ' ' + view;
         if (record.contains(u"kind"))

@@ -127,6 +127,11 @@ TEST(RecordFeed, builds_a_record_of_each_glimmet_report_of_the_protobuf_dialect)
 /// Frames of one capture, fed one behind the other.
 class SqlFeed {
 public:
+    explicit SqlFeed(bool json = true)
+        : printer_(output_, {.json = json})
+    {
+    }
+
     void connections(std::uint64_t request_id, std::string const &textproto)
     {
         test::Frame frame;
@@ -164,7 +169,7 @@ private:
 
     test::MemoryFile file_;
     Output output_{file_.descriptor()};
-    RecordPrinter printer_{output_, {.json = true}};
+    RecordPrinter printer_;
     RecordFeed feed_{printer_, false};
 };
 
@@ -191,18 +196,39 @@ TEST(RecordFeed, links_the_queries_of_the_protobuf_dialect_to_the_latest_tables_
     feed.query(7);
     feed.query(8);
 
+    auto const of_7 = std::string("\"request_id\":7,");
+    auto const of_8 = std::string("\"request_id\":8,");
     std::string const transactions = R"({"id":2,"parent":3,"extra_number":null,"time":{"seconds":0,"nanos":0}},)"
                                      R"({"id":3,"parent":null,"extra_number":0,"time":{"seconds":0,"nanos":0}})";
     std::string const old_connections = R"({"id":1,"kind":0,"name":"old"})";
     std::string const connections = R"({"id":1,"kind":0,"name":"new"},{"id":9,"kind":0,"name":""})";
     std::string const other_connections = R"({"id":1,"kind":0,"name":"other"})";
-    EXPECT_EQ(feed.records(), queries_of("7", "", "") +
-                                  json("SqlConnections", "protobuf", "\"connections\":[" + old_connections + "]") +
-                                  json("SqlTransactions", "protobuf", "\"transactions\":[" + transactions + "]") +
-                                  json("SqlConnections", "protobuf", "\"connections\":[" + connections + "]") +
-                                  json("SqlConnections", "protobuf", "\"connections\":[" + other_connections + "]") +
-                                  queries_of("7", connections, transactions) +
-                                  queries_of("7", connections, transactions) + queries_of("8", other_connections, ""));
+    EXPECT_EQ(feed.records(),
+              queries_of("7", "", "") +
+                  json("SqlConnections", "protobuf", of_7 + "\"connections\":[" + old_connections + "]") +
+                  json("SqlTransactions", "protobuf", of_7 + "\"transactions\":[" + transactions + "]") +
+                  json("SqlConnections", "protobuf", of_7 + "\"connections\":[" + connections + "]") +
+                  json("SqlConnections", "protobuf", of_8 + "\"connections\":[" + other_connections + "]") +
+                  queries_of("7", connections, transactions) + queries_of("7", connections, transactions) +
+                  queries_of("8", other_connections, ""));
+}
+
+TEST(RecordFeed, names_the_request_of_tables_for_people)
+{
+    SqlFeed feed(false);
+    feed.connections(7, "connections { id: 1 }");
+    feed.transactions(8, "");
+    EXPECT_EQ(feed.records(), R"(glimmet.SqlConnections  frame 0 at byte 0, protobuf
+  request_id       7
+  connections
+    id  kind  name
+     1     0  ""
+
+glimmet.SqlTransactions  frame 0 at byte 0, protobuf
+  request_id       8
+  transactions     []
+
+)");
 }
 
 TEST(RecordFeed, does_not_link_what_one_rpc_report_holds_to_another)
