@@ -72,6 +72,7 @@ public:
     void begin_value(std::string_view kind) { named('v', kind); }
     void end_value() { structure_ += 'V'; }
     void bare_value(std::string_view kind) { named('k', kind); }
+    void label(std::string_view /*meaning*/) {}
     void absent() { structure_ += '-'; }
     void boolean(bool value) { structure_ += value ? '1' : '0'; }
     void integer(std::int64_t value) { number('i', value); }

@@ -10,6 +10,7 @@
 #include "messages.h"
 #include "output.h"
 #include "readable_text.h"
+#include "terminal.h"
 
 #include <tarnwick/pconfigfile.h>
 #include <tarnwick/pexception.h>
@@ -116,8 +117,8 @@ constexpr std::string_view warning_color = "1;33";
 /// How text for people looks.
 class Style {
 public:
-    Style(ConfigOptions const &options, Output const &output)
-        : color_(is_colored(options.color, output))
+    explicit Style(ConfigOptions const &options)
+        : color_(is_colored(options.color, STDOUT_FILENO))
     {
     }
 
@@ -377,7 +378,7 @@ ExitStatus config_check(ConfigOptions const &options)
         write_check(json, check.files(), warnings, config ? nullptr : &fault);
         write_line(output, json);
     } else {
-        output.write(check_text(check.files(), warnings, {options, output}));
+        output.write(check_text(check.files(), warnings, Style(options)));
     }
     if (!config)
         return refuse(output, fault);
@@ -412,7 +413,7 @@ ExitStatus config_dump(ConfigOptions const &options)
                       fmt::format("{}: '{}' cannot be written as a line: its value has a line feed or a carriage "
                                   "return; --format=json prints it",
                                   shown_text(options.file), shown(prefix + *key)));
-    Style const style(options, output);
+    Style const style(options);
     for (auto const &key : config->keys()) {
         // The newest comes last, as in a file.
         auto const values = config->values(key);
@@ -458,7 +459,7 @@ ExitStatus config_explain(ConfigOptions const &options)
         write_explanation(json, origins, key);
         write_line(output, json);
     } else {
-        output.write(explain_text(origins, key, {options, output}));
+        output.write(explain_text(origins, key, Style(options)));
     }
     return config->contains(key) ? finish(output) : refuse(output, absence(options, *config, key));
 }

@@ -7,9 +7,11 @@
 #include "messages.h"
 #include "output.h"
 #include "progress.h"
+#include "readable_text.h"
 #include "record_feed.h"
 #include "record_printer.h"
 #include "report_check.h"
+#include "terminal.h"
 
 #include <fmt/format.h>
 
@@ -30,8 +32,9 @@ RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
     return {
         .json = options.format == Format::jsonl || (options.format == Format::automatic && !output.is_terminal()),
-        .color = is_colored(options.color, output),
+        .color = is_colored(options.color, STDOUT_FILENO),
         .name_files = options.files.size() > 1,
+        .width = terminal_width(STDOUT_FILENO),
     };
 }
 
@@ -162,7 +165,7 @@ void Inspection::say(std::string_view what)
 {
     progress_.clear();
     output_.flush();
-    tell(fmt::format("{}: {}\n", name_, what));
+    tell(fmt::format("{}: {}\n", shown_text(name_), what));
 }
 
 void Inspection::say_notes()

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "color.h"
 #include "exit_status.h"
+#include "terminal.h"
 
 #include <string>
 #include <vector>

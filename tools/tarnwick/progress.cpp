@@ -1,9 +1,13 @@
 #include "progress.h"
 
 #include "messages.h"
+#include "readable_text.h"
+#include "terminal.h"
+#include "text_width.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <unistd.h>
 #include <utility>
 
@@ -14,10 +18,10 @@ constexpr auto interval = std::chrono::milliseconds(100);
 
 } // namespace
 
-Progress::Progress(std::string file, std::uint64_t size)
-    : file_(std::move(file))
+Progress::Progress(std::string_view file, std::uint64_t size)
+    : file_(shown_text(file))
     , size_(size)
-    , wanted_(size > least_size && ::isatty(STDERR_FILENO) != 0)
+    , wanted_(size > least_size && takes_control_sequences(STDERR_FILENO))
     , next_(Clock::now())
 {
 }
@@ -31,8 +35,15 @@ void Progress::show(std::uint64_t bytes_read)
 {
     next_ = Clock::now() + interval;
     shown_ = true;
-    tell(fmt::format("\r\x1b[K{}: {} of {} MB ({}%)", file_, bytes_read / 1'000'000, size_ / 1'000'000,
-                     bytes_read * 100 / size_));
+    auto file = file_;
+    auto figures =
+        fmt::format(": {} of {} MB ({}%)", bytes_read / 1'000'000, size_ / 1'000'000, bytes_read * 100 / size_);
+    // A line that wraps could not be cleared.
+    if (auto const width = terminal_width(STDERR_FILENO)) {
+        file = cut_lines(file, std::max(*width, figures.size() + 1) - figures.size());
+        figures = cut_lines(figures, std::max(*width, text_width(file) + 1) - text_width(file));
+    }
+    tell("\r\x1b[K" + file + figures);
 }
 
 void Progress::clear()

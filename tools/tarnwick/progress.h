@@ -3,16 +3,17 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tarnwick::program {
 
 /// One line on standard error that says how far the reading of a large file has come. Silent where standard error is no
-/// terminal, where the size is unknown (a pipe) and for files that are read in a moment.
+/// terminal or a dumb one, where the size is unknown (a pipe) and for files that are read in a moment.
 class Progress {
 public:
     static constexpr std::uint64_t least_size = 10'000'000;
 
-    Progress(std::string file, std::uint64_t size);
+    Progress(std::string_view file, std::uint64_t size);
     ~Progress() { clear(); }
     Progress(Progress const &) = delete;
     Progress &operator=(Progress const &) = delete;

@@ -27,6 +27,8 @@ std::string stored_text(data::TimePair value)
 
 std::string instant_text(data::TimePair value)
 {
+    if (value == data::TimePair())
+        return "-";
     if (!is_normal(value) || value.seconds < 0 || value.seconds > last_second_of_year_9999)
         return stored_text(value);
     // {fmt} would count nanoseconds, which end in 2262.

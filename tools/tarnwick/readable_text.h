@@ -10,7 +10,8 @@ namespace tarnwick::program {
 
 /// Seconds and nanoseconds as they are.
 std::string stored_text(data::TimePair value);
-/// A point in time as a date, and a length of time in a fitting unit, with all digits; as stored where there is none.
+/// A point in time as a date, and a length of time in a fitting unit, with all digits; as stored where there is none. The
+/// point 0 s, 0 ns is `-`: a report without a time reads so.
 std::string instant_text(data::TimePair value);
 std::string span_text(data::TimePair value);
 /// In quotes with escapes; a long one is cut between characters, with a word on how much is left out.

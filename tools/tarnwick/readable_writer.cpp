@@ -95,6 +95,11 @@ void ReadableWriter::bare_value(std::string_view kind)
     value(kind);
 }
 
+void ReadableWriter::label(std::string_view meaning)
+{
+    value(fmt::format("({})", meaning));
+}
+
 void ReadableWriter::absent()
 {
     value("-");

@@ -44,6 +44,7 @@ public:
     void begin_value(std::string_view /*kind*/) {}
     void end_value() {}
     void bare_value(std::string_view kind);
+    void label(std::string_view meaning);
     void absent();
     void boolean(bool value);
     void integer(std::int64_t value);

@@ -1,5 +1,8 @@
 #include "record_printer.h"
 
+#include "readable_text.h"
+#include "text_width.h"
+
 #include <fmt/format.h>
 
 namespace tarnwick::program {
@@ -35,14 +38,14 @@ void RecordPrinter::end_json()
 
 void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect, std::string_view view)
 {
-    readable_.headline(name, fmt::format("{}{}frame {} at byte {}, {}{}{}", style_.name_files ? origin_.file : "",
-                                         style_.name_files ? ": " : "", origin_.frame, origin_.offset, dialect,
+    auto const file = style_.name_files ? shown_text(origin_.file) + ": " : "";
+    readable_.headline(name, fmt::format("{}frame {} at byte {}, {}{}{}", file, origin_.frame, origin_.offset, dialect,
                                          view.empty() ? "" : ", ", view));
 }
 
 void RecordPrinter::end_readable()
 {
-    output_.write(readable_.text());
+    output_.write(style_.width ? cut_lines(readable_.text(), *style_.width) : readable_.text());
     output_.write("\n\n");
     readable_.clear();
 }

@@ -10,6 +10,7 @@
 #include <tarnwick/data/php/request_id.h>
 #include <tarnwick/data/walk.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -36,7 +37,8 @@ public:
     struct Style {
         bool json = false;
         bool color = false;
-        bool name_files = false; ///< several files are read
+        bool name_files = false;               ///< several files are read
+        std::optional<std::size_t> width = {}; ///< longer lines of text are cut
     };
 
     RecordPrinter(Output &output, Style style)

@@ -1,20 +1,12 @@
 #include "text_table.h"
 
+#include "text_width.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
 
 namespace tarnwick::program {
-namespace {
-
-/// In characters.
-std::size_t width(std::string_view utf8)
-{
-    return static_cast<std::size_t>(
-        std::ranges::count_if(utf8, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U; }));
-}
-
-} // namespace
 
 TextTable::TextTable(std::vector<Column> columns)
     : columns_(std::move(columns))
@@ -36,14 +28,14 @@ std::vector<std::string> TextTable::lines() const
     std::vector<std::size_t> widths(columns_.size());
     for (auto const &row : rows_) {
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], width(row[i]));
+            widths[i] = std::max(widths[i], text_width(row[i]));
     }
     std::vector<std::string> lines;
     lines.reserve(rows_.size());
     for (auto const &row : rows_) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            auto const padding = std::string(widths[i] - width(row[i]), ' ');
+            auto const padding = std::string(widths[i] - text_width(row[i]), ' ');
             line += i == 0 ? "" : "  ";
             line += columns_[i].align == Align::right ? padding + row[i] : row[i] + padding;
         }

@@ -4,6 +4,8 @@
 #include <QtCore/QExplicitlySharedDataPointer>
 
 #include <concepts>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -28,6 +30,12 @@ enum class Sense {
     span,    ///< a `TimePair` that is a length of time
 };
 
+/// A value of a classification and what it means.
+struct Label {
+    std::int64_t value;
+    std::string_view meaning;
+};
+
 /// One field of a record: its name and what reads it, the accessor of that name as a rule, or the member itself where a
 /// record is a plain struct.
 template <class Record, class Member>
@@ -35,6 +43,7 @@ struct Field {
     std::string_view name;
     Member Record::*read;
     Sense sense = Sense::plain;
+    std::span<Label const> labels = {}; ///< of a classification whose values have a known meaning
 };
 
 /// A field that holds a handle of a record which stands elsewhere, and which can be null: it is told by the `id` of that

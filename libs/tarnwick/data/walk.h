@@ -49,6 +49,8 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
     writer.begin_value(name);
     writer.end_value();
     writer.bare_value(name);
+    // The meaning of the classification that was written last.
+    writer.label(name);
     // What is nothing but itself.
     writer.absent();
     writer.boolean(bool{});
@@ -289,7 +291,13 @@ void walk(W &writer, php::StackTrace const &trace)
 template <Writer W, class Record, class Member>
 void walk_value(W &writer, Field<Record, Member> const &field, std::type_identity_t<Record> const &record)
 {
-    walk(writer, std::invoke(field.read, record));
+    auto const &value = std::invoke(field.read, record);
+    walk(writer, value);
+    if constexpr (std::is_enum_v<std::remove_cvref_t<decltype(value)>>) {
+        auto const label = std::ranges::find(field.labels, static_cast<std::int64_t>(value), &Label::value);
+        if (label != field.labels.end())
+            writer.label(label->meaning);
+    }
 }
 
 template <Writer W, class Record, class Member>

@@ -205,6 +205,19 @@ TEST(Inspect, says_why_a_file_cannot_be_read)
     }
 }
 
+TEST(Inspect, escapes_names_of_files_for_people)
+{
+    TemporaryFile const capture(good);
+    auto const name = capture.name() + "\x1b[31m\n\xff";
+    std::string const shown = capture.name() + R"(\x1b[31m\n\xff)";
+    EXPECT_EQ(inspect({name}).err, shown + ": cannot be read: No such file or directory\n");
+
+    ASSERT_EQ(::link(capture.name().c_str(), name.c_str()), 0);
+    EXPECT_THAT(inspect({"--format=text", name, capture.name()}).out,
+                testing::StartsWith("php.RShutdown  " + shown + ": frame 1 at byte 0, protobuf\n"));
+    ::unlink(name.c_str());
+}
+
 TEST(Inspect, refuses_to_read_the_file_that_it_writes)
 {
     TemporaryFile const capture(good);

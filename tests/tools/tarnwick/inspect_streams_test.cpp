@@ -2,6 +2,7 @@
 
 #include "capture_reader.h"
 #include "input_file.h"
+#include "text_width.h"
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -132,14 +134,12 @@ TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
         bool coloured;
     };
     Case const cases[] = {
-        {Sink::terminal, "auto", "ANY=", true},
-        {Sink::terminal, "auto", "NO_COLOR=1", false},
+        {Sink::terminal, "auto", "ANY=", true},        {Sink::terminal, "auto", "NO_COLOR=1", false},
         {Sink::terminal, "auto", "NO_COLOR=", true}, // empty is as good as unset
-        {Sink::terminal, "always", "NO_COLOR=1", true},
-        {Sink::terminal, "never", "ANY=", false},
-        {Sink::test, "auto", "ANY=", false},
-        {Sink::test, "always", "ANY=", true},
-        {Sink::test, "always", "NO_COLOR=1", true},
+        {Sink::terminal, "auto", "TERM=dumb", false},  {Sink::terminal, "auto", "TERM=xterm", true},
+        {Sink::terminal, "always", "TERM=dumb", true}, {Sink::terminal, "always", "NO_COLOR=1", true},
+        {Sink::terminal, "never", "ANY=", false},      {Sink::test, "auto", "ANY=", false},
+        {Sink::test, "always", "ANY=", true},          {Sink::test, "always", "NO_COLOR=1", true},
         {Sink::test, "never", "ANY=", false},
     };
     for (auto const &[out, color, environment, coloured] : cases) {
@@ -149,6 +149,66 @@ TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
         EXPECT_THAT(outcome.out, StartsWith(coloured ? "\x1b[1;36mphp.RShutdown" : "php.RShutdown"))
             << color << ' ' << environment;
     }
+}
+
+/// A record with lines of 27, 36 and more than 80 columns.
+Frame frame_with_a_long_line()
+{
+    return rpc_php_frame_of("error { error { message: '" + std::string(100, 'm') + "' } }");
+}
+
+std::size_t longest_line(std::string const &text)
+{
+    std::size_t longest = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        longest = std::max(longest, program::text_width(line));
+    return longest;
+}
+
+TEST(InspectStreams, cuts_long_lines_of_text_at_the_width_of_the_terminal)
+{
+    struct Case {
+        Sink out;
+        std::uint16_t terminal_columns;
+        std::string environment;
+        std::string arguments;
+        std::size_t longest;
+    };
+    constexpr std::size_t whole = 2 + 17 + 102; // the indent, the name of the field, the text in quotes
+    Case const cases[] = {
+        {Sink::terminal, 80, "ANY=", "--format=text", 80},
+        {Sink::terminal, 40, "ANY=", "--format=text", 40},
+        {Sink::terminal, 40, "ANY=", "--color=never", 40},
+        {Sink::terminal, 0, "ANY=", "--format=text", whole}, // the terminal does not report its width
+        {Sink::terminal, 80, "COLUMNS=50", "--format=text", 50},
+        {Sink::terminal, 0, "COLUMNS=50", "--format=text", 50},
+        {Sink::terminal, 80, "COLUMNS=", "--format=text", 80},
+        {Sink::terminal, 80, "COLUMNS=0", "--format=text", 80},
+        {Sink::terminal, 80, "COLUMNS=-1", "--format=text", 80},
+        {Sink::terminal, 80, "COLUMNS=50x", "--format=text", 80},
+        {Sink::terminal, 80, "COLUMNS=18446744073709551616", "--format=text", 80},
+        {Sink::terminal, 80, "TERM=dumb", "--format=text", 80},
+        {Sink::test, 0, "COLUMNS=50", "--format=text", whole},
+    };
+    for (auto const &[out, terminal_columns, environment, argument, longest] : cases) {
+        SCOPED_TRACE(fmt::format("{} {} {}", terminal_columns, environment, argument));
+        auto const outcome = run({.arguments = {"inspect", argument},
+                                  .out = out,
+                                  .environment = {environment},
+                                  .terminal_columns = terminal_columns},
+                                 delimited(frame_with_a_long_line()));
+        EXPECT_EQ(longest_line(outcome.out), longest) << outcome.out;
+        EXPECT_EQ(outcome.out.find("…") != std::string::npos, longest < whole);
+    }
+}
+
+TEST(InspectStreams, cuts_no_json)
+{
+    auto const capture = delimited(frame_with_a_long_line());
+    auto const outcome =
+        run({.arguments = {"inspect", "--format=jsonl"}, .out = Sink::terminal, .terminal_columns = 40}, capture);
+    EXPECT_EQ(outcome.out, inspect({}, capture).out);
 }
 
 /// Frames that print nothing, `size` bytes together, then one that prints a record.
@@ -176,12 +236,29 @@ TEST(InspectStreams, shows_progress_on_a_terminal_for_files_over10_mb)
     EXPECT_THAT(outcome.err, StartsWith(clear + large.name() + ": "));
 }
 
+TEST(InspectStreams, keeps_the_progress_line_within_the_terminal)
+{
+    TemporaryFile const large(capture_of_size(10'000'001));
+    for (auto const columns : {std::uint16_t{30}, std::uint16_t{20}, std::uint16_t{5}}) {
+        auto const err =
+            run({.arguments = {"inspect", large.name()}, .err = Sink::terminal, .terminal_columns = columns}).err;
+        for (std::size_t at = 0, end = 0; (end = err.find('\r', at)) != std::string::npos; at = end + 1)
+            EXPECT_LE(program::text_width(err.substr(at, end - at)), columns) << err;
+        EXPECT_THAT(err, HasSubstr("…"));
+        if (columns == 30) {
+            EXPECT_THAT(err, testing::ContainsRegex("…: [0-9]+ of 10 MB"));
+        }
+    }
+}
+
 TEST(InspectStreams, shows_no_progress_elsewhere)
 {
     TemporaryFile const large(capture_of_size(10'000'001));
     TemporaryFile const small(capture_of_size(10'000'000));
     EXPECT_EQ(run({.arguments = {"inspect", large.name()}}).err, "");
     EXPECT_EQ(run({.arguments = {"inspect", small.name()}, .err = Sink::terminal}).err, "");
+    EXPECT_EQ(run({.arguments = {"inspect", large.name()}, .err = Sink::terminal, .environment = {"TERM=dumb"}}).err,
+              "");
     EXPECT_EQ(run({.arguments = {"inspect"}, .err = Sink::terminal}, capture_of_size(10'000'001)).err, "");
 }
 

@@ -52,7 +52,9 @@ TEST(ReadableWriter, writes_points_in_time_as_dates_where_there_is_one)
         std::string text;
     };
     Case const cases[] = {
-        {{0, 0}, "1970-01-01 00:00:00.000000000 UTC"},
+        {{0, 0}, "-"}, // no report has a time
+        {{0, 1}, "1970-01-01 00:00:00.000000001 UTC"},
+        {{1, 0}, "1970-01-01 00:00:01.000000000 UTC"},
         {{1'700'000'000, 5'000'000}, "2023-11-14 22:13:20.005000000 UTC"},
         {{951'782'400, 999'999'999}, "2000-02-29 00:00:00.999999999 UTC"},
         {{253'402'300'799, 999'999'999}, "9999-12-31 23:59:59.999999999 UTC"},
@@ -154,6 +156,15 @@ TEST(ReadableWriter, names_the_alternative_that_a_variant_holds)
     line             17
     line_extra       0
   none             -)");
+}
+
+TEST(ReadableWriter, writes_the_meaning_after_a_classification)
+{
+    ReadableWriter writer(false);
+    writer.field("kind", Sense::plain);
+    writer.integer(std::uint64_t{4});
+    writer.label("PHP error");
+    EXPECT_EQ(writer.text(), "\n  kind             4 (PHP error)");
 }
 
 TEST(ReadableWriter, keeps_a_long_name_apart_from_its_value)

@@ -8,11 +8,14 @@
 #include "tools/tarnwick/support/feed.h"
 #include "tools/tarnwick/support/files.h"
 
+#include <tarnwick/data/monitor/event.h>
+
 #include <pelorin/protobuf/CT/header.pb.h>
 #include <pelorin/protobuf/Monitor/event.pb.h>
 #include <tarnwick/rpc/codetrace/v1/notify_request.pb.h>
 #include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <cstddef>
@@ -204,6 +207,35 @@ TEST(RecordFeed, feeds_chunk_after_chunk)
     EXPECT_TRUE(file.content() == expected);
 }
 
+TEST(RecordFeed, prints_the_meaning_of_an_events_kind_for_people)
+{
+    using Kind = data::monitor::detail::Event::Kind;
+    struct Case {
+        Kind kind;
+        std::string text;
+    };
+    Case const cases[] = {
+        {Kind::slow_function_exec, "0 (slow function)"},
+        {Kind::function_error, "1 (function error)"},
+        {Kind::slow_request, "2 (slow request)"},
+        {Kind::high_memory_usage, "3 (high memory usage)"},
+        {Kind::php_error, "4 (PHP error)"},
+        {Kind::custom_event, "5 (custom event)"},
+        {Kind::unknown, "8 (unknown)"},
+    };
+    for (auto const &[kind, text] : cases) {
+        test::MemoryFile const file;
+        Output output(file.descriptor());
+        RecordPrinter printer(output, {});
+        RecordFeed feed(printer, false);
+        EXPECT_EQ(feed.feed(with<pelorin::protobuf::Monitor::Event>(&Frame::set_monitor_event,
+                                                                    fmt::format("type: {}", static_cast<int>(kind)))),
+                  "");
+        output.flush();
+        EXPECT_THAT(file.content(), testing::HasSubstr("\n  timestamp        -\n  kind             " + text + "\n"));
+    }
+}
+
 TEST(RecordFeed, prints_events_and_traces_for_people)
 {
     test::MemoryFile const file;
@@ -219,7 +251,7 @@ TEST(RecordFeed, prints_events_and_traces_for_people)
     EXPECT_EQ(file.content(), R"(monitor.Event  frame 0 at byte 0, rpc
   request_id       0
   timestamp        1970-01-01 00:00:01.000000000 UTC
-  kind             0
+  kind             0 (slow function)
   event_text       "t"
   function
     name             "f"

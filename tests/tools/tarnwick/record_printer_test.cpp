@@ -88,7 +88,7 @@ TEST(RecordPrinter, writes_text_for_people)
 {
     EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf
   request_id       7
-  timestamp        1970-01-01 00:00:00.000000000 UTC
+  timestamp        -
   duration         5.000000 ms
   response_status  200
   memory_0         1
@@ -100,6 +100,19 @@ TEST(RecordPrinter, writes_text_for_people)
                     .starts_with("php.RShutdown  a.tnw: frame 1 at byte 20, rpc\n"));
     EXPECT_TRUE(
         printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
+}
+
+TEST(RecordPrinter, cuts_lines_of_text_and_ends_their_colours)
+{
+    EXPECT_EQ(printed({.color = true, .width = 16}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"),
+              "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2m…\x1b[0m\n"
+              "  request_id   …\n"
+              "  timestamp    …\n"
+              "  duration     …\n"
+              "  response_stat…\n"
+              "  memory_0     …\n"
+              "  memory_1     …\n"
+              "  memory_2     …\n\n");
 }
 
 TEST(RecordPrinter, has_tables_for_people_and_the_messages_order_in_json)

@@ -25,12 +25,14 @@ TEST(TextTable, no_line_ends_with_blanks)
     EXPECT_THAT(table.lines(), ElementsAre("n  name", "1  abc   text", "2  a"));
 }
 
-TEST(TextTable, counts_characters_not_bytes)
+TEST(TextTable, counts_the_columns_of_a_terminal)
 {
     TextTable table({{"a", Align::left}, {"b"}});
     table.add({"éé", "1"});
     table.add({"█▏x", "µ"});
-    EXPECT_THAT(table.lines(), ElementsAre("a    b", "éé   1", "█▏x  µ"));
+    table.add({"日", "1"});
+    table.add({"e\u0301", "1"});
+    EXPECT_THAT(table.lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
 }
 
 TEST(TextTable, without_rows_is_its_titles)

@@ -192,10 +192,19 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::monitor::detail::Event> {
     using Record = monitor::detail::Event;
     static constexpr std::string_view name = "monitor.Event";
+    static constexpr Label kinds[] = {
+        {static_cast<int>(Record::Kind::slow_function_exec), "slow function"},
+        {static_cast<int>(Record::Kind::function_error), "function error"},
+        {static_cast<int>(Record::Kind::slow_request), "slow request"},
+        {static_cast<int>(Record::Kind::high_memory_usage), "high memory usage"},
+        {static_cast<int>(Record::Kind::php_error), "PHP error"},
+        {static_cast<int>(Record::Kind::custom_event), "custom event"},
+        {static_cast<int>(Record::Kind::unknown), "unknown"},
+    };
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"timestamp", &Record::timestamp, Sense::instant},
-        Field{"kind", &Record::kind},
+        Field{"kind", &Record::kind, Sense::plain, kinds},
         Field{"event_text", &Record::event_text},
         Field{"function", &Record::function},
         Field{"stack_trace", &Record::stack_trace},

@@ -49,6 +49,7 @@ struct Setup {
     std::string program = TARNWICK_PROGRAM;    // NOLINT(readability-redundant-member-init)
     rlim_t largest_file = RLIM_INFINITY;       ///< that it may write
     rlim_t open_files = 0;                     ///< that it may have; 0 is as many as usual
+    std::uint16_t terminal_columns = 0;        ///< of its terminals; 0 is unknown
 };
 
 struct Outcome {
@@ -60,12 +61,13 @@ struct Outcome {
 namespace detail {
 
 struct Terminal {
-    Terminal()
+    explicit Terminal(std::uint16_t columns = 0)
     {
         termios raw{};
         ::cfmakeraw(&raw);
+        winsize const size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
         int ends[2];
-        EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr), 0);
+        EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, &raw, &size), 0);
         master.reset(ends[0]);
         slave.reset(ends[1]);
         ::fcntl(master, F_SETFD, FD_CLOEXEC);
@@ -107,8 +109,9 @@ public:
     explicit Program(Setup const &setup)
     {
         std::signal(SIGPIPE, SIG_IGN);
-        auto out = setup.out_file < 0 ? open(setup.out, out_) : Descriptor(::fcntl(setup.out_file, F_DUPFD_CLOEXEC, 0));
-        auto const err = setup.err == Sink::output ? Descriptor(::dup(out)) : open(setup.err, err_);
+        auto out =
+            setup.out_file < 0 ? open(setup, setup.out, out_) : Descriptor(::fcntl(setup.out_file, F_DUPFD_CLOEXEC, 0));
+        auto const err = setup.err == Sink::output ? Descriptor(::dup(out)) : open(setup, setup.err, err_);
         Pipe in;
         std::vector<std::string> arguments{setup.program};
         arguments.insert(arguments.end(), setup.arguments.begin(), setup.arguments.end());
@@ -190,7 +193,7 @@ public:
 
 private:
     /// The child's end; the test's end is put into `mine`.
-    static Descriptor open(Sink sink, Descriptor &mine)
+    static Descriptor open(Setup const &setup, Sink sink, Descriptor &mine)
     {
         switch (sink) {
         case Sink::test: {
@@ -199,7 +202,7 @@ private:
             return std::move(pipe.writer);
         }
         case Sink::terminal: {
-            detail::Terminal terminal;
+            detail::Terminal terminal(setup.terminal_columns);
             mine = std::move(terminal.master);
             return std::move(terminal.slave);
         }
@@ -223,7 +226,7 @@ private:
             if (text.starts_with("ASAN_OPTIONS="))
                 // Memory that is kept back to find errors would count as memory in use.
                 environment.push_back(std::string(text) + ":quarantine_size_mb=1");
-            else if (!text.starts_with("NO_COLOR="))
+            else if (!text.starts_with("NO_COLOR=") && !text.starts_with("COLUMNS=") && !text.starts_with("TERM="))
                 environment.emplace_back(text);
         }
         return environment;
