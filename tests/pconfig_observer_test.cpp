@@ -169,12 +169,12 @@ TEST(ConfigObserver, of_a_parent_observes_the_load_of_a_child_and_nothing_later)
     ConfigFile parent(QString(u"f.conf"), QString());
     parent.set_observer(&observer);
     auto child = ConfigFile::load(parent, file);
-    EXPECT_EQ(observer.notes, (Texts{"child.conf:0 in 0: opened", "child.conf:1 in 0: directive b = 1",
-                                     "child.conf:1 in 0: added b=1"}));
+    EXPECT_EQ(observer.notes, (Texts{"child.conf:0 in 0: opening", "child.conf:0 in 0: opened",
+                                     "child.conf:1 in 0: directive b = 1", "child.conf:1 in 0: added b=1"}));
     child.add_value(QString(u"c"), QString(u"2"));
-    EXPECT_EQ(observer.notes.size(), 3U);
+    EXPECT_EQ(observer.notes.size(), 4U);
     parent.add_value(QString(u"a"), QString(u"0"));
-    EXPECT_EQ(observer.notes.size(), 4U) << "the parent keeps its own";
+    EXPECT_EQ(observer.notes.size(), 5U) << "the parent keeps its own";
 }
 
 struct FaultCase {

@@ -132,8 +132,8 @@ CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &
                                           "lay a variable over the environment; can be given more than once")
         ->type_name("NAME=VALUE")
         ->trigger_on_parse();
-    sub->footer("Exit status: 0 done, 1 the file cannot be loaded or has no such key, 2 wrong usage,\n"
-                "3 the output cannot be written.");
+    sub->footer("Exit status: 0 done, 1 the file cannot be loaded, has no such key or (check --strict) a warning,\n"
+                "2 wrong usage, 3 the output cannot be written.");
     sub->callback([&options, &command, run = what.run] { command = [&options, run] { return run(options); }; });
     return *sub;
 }
