@@ -1,11 +1,11 @@
 #include "capture_reader.h"
 
+#include "error_text.h"
 #include "report_check.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -78,7 +78,7 @@ CaptureReader::Step CaptureReader::cut_short(std::string problem)
 
 CaptureReader::Step CaptureReader::failure()
 {
-    problem_ = std::strerror(input_.error()); // NOLINT(concurrency-mt-unsafe): the program has one thread
+    problem_ = error_text(input_.error());
     return Step::failure;
 }
 

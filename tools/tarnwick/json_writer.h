@@ -3,8 +3,7 @@
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/time_pair.h>
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include <fmt/format.h>
 
 #include <cstdint>
 #include <string_view>
@@ -13,12 +12,22 @@ class QString;
 
 namespace tarnwick::program {
 
+class Output;
+
 /// Writes one JSON object per record, on one line, without loss: integers with all digits, a null text as `null`, apart
 /// from an empty one.
 class JsonWriter {
 public:
-    /// The line so far.
-    [[nodiscard]] std::string_view line() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+    /// Collects the whole line.
+    JsonWriter() = default;
+    /// Writes a long line to `output` in pieces. A line of any length then takes constant memory.
+    explicit JsonWriter(Output &output)
+        : output_(&output)
+    {
+    }
+
+    /// The part of the line that is not written to the output yet.
+    [[nodiscard]] std::string_view line() const { return {line_.data(), line_.size()}; }
     void clear();
 
     void begin_record(std::string_view name);
@@ -53,10 +62,20 @@ public:
     void chunk(std::string_view value) { bytes(value); }
 
 private:
+    void begin(char bracket);
+    void end(char bracket);
+    void value(std::string_view json);
     void string(std::string_view utf8);
+    void base64(std::string_view bytes);
+    /// Before a member name or a value: a comma, if another member or value precedes it.
+    void separate();
+    void escaped(std::string_view utf8);
+    void append(std::string_view json) { line_.append(json.data(), json.data() + json.size()); }
+    void write_long_line();
 
-    rapidjson::StringBuffer buffer_;
-    rapidjson::Writer<rapidjson::StringBuffer> json_{buffer_};
+    Output *output_ = nullptr;
+    fmt::memory_buffer line_;
+    bool needs_comma_ = false;
 };
 
 } // namespace tarnwick::program

@@ -1,10 +1,11 @@
 #include "output.h"
 
+#include "error_text.h"
+
 #include <fmt/format.h>
 
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <poll.h>
 #include <unistd.h>
 
@@ -23,6 +24,11 @@ Output::Output(int descriptor)
 
 void Output::write(std::string_view bytes)
 {
+    if (bytes.size() >= buffer_size) {
+        flush();
+        write_now(bytes);
+        return;
+    }
     buffer_.append(bytes);
     if (buffer_.size() >= buffer_size)
         flush();
@@ -30,7 +36,12 @@ void Output::write(std::string_view bytes)
 
 void Output::flush()
 {
-    std::string_view rest = buffer_;
+    write_now(buffer_);
+    buffer_.clear();
+}
+
+void Output::write_now(std::string_view rest) const
+{
     while (!rest.empty()) {
         auto const written = ::write(descriptor_, rest.data(), rest.size());
         if (written >= 0) {
@@ -41,11 +52,9 @@ void Output::flush()
         } else if (errno == EPIPE) {
             throw ReaderGone();
         } else if (errno != EINTR) {
-            // NOLINTNEXTLINE(concurrency-mt-unsafe): the program has one thread
-            throw WriteError(fmt::format("cannot write the output: {}", std::strerror(errno)));
+            throw WriteError(fmt::format("cannot write the output: {}", error_text(errno)));
         }
     }
-    buffer_.clear();
 }
 
 } // namespace tarnwick::program

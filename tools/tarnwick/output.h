@@ -27,6 +27,8 @@ public:
     [[nodiscard]] bool is_terminal() const { return is_terminal_; }
 
 private:
+    void write_now(std::string_view bytes) const;
+
     int descriptor_;
     bool is_terminal_;
     std::string buffer_;

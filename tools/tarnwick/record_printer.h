@@ -37,13 +37,15 @@ public:
     struct Style {
         bool json = false;
         bool color = false;
-        bool name_files = false;               ///< several files are read
+        bool name_files = false; ///< several files are read
+        // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
         std::optional<std::size_t> width = {}; ///< longer lines of text are cut
     };
 
     RecordPrinter(Output &output, Style style)
         : output_(output)
         , style_(style)
+        , json_(output)
         , readable_(style.color)
     {
     }

@@ -1,21 +1,27 @@
 #include "json_writer.h"
+#include "output.h"
 
 #include <tarnwick/data/php/stack_trace.h>
 #include <tarnwick/data/walk.h>
 
 #include "support/rpc_values.h"
 #include "support/textproto.h"
+#include "tools/tarnwick/support/files.h"
 
 #include <tarnwick/rpc/php/v1/function.pb.h>
 
 #include <gtest/gtest.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
@@ -41,6 +47,12 @@ std::string member(Write &&write)
     EXPECT_TRUE(document.isObject() && document.object().contains(QLatin1StringView("x"))) << line;
     EXPECT_TRUE(line.starts_with(R"({"x":)") && line.ends_with("}")) << line;
     return std::string(line.substr(5, line.size() - 6));
+}
+
+/// The string that a value in JSON stands for.
+QString parsed(std::string const &json)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString('[' + json + ']')).array().first().toString();
 }
 
 template <class Integer>
@@ -103,6 +115,67 @@ TEST(JsonWriter, writes_texts_without_loss)
     };
     for (auto const &[utf8, json] : cases)
         EXPECT_EQ(text(QString::fromUtf8(utf8)), json);
+}
+
+// Bytes are looked at in words, texts in pieces: escapes and halves of a character can be at any place of them.
+TEST(JsonWriter, escapes_at_any_place_of_a_string)
+{
+    for (std::size_t size = 1; size < 20; ++size) {
+        for (std::size_t place = 0; place < size; ++place) {
+            for (int code = 0; code < 0x80; ++code) {
+                std::string string(size, '~');
+                string[place] = static_cast<char>(code);
+                auto const json = bytes(string);
+                EXPECT_EQ(text(QString::fromLatin1(string)), json);
+                bool const plain = code >= 0x20 && code != '"' && code != '\\';
+                EXPECT_EQ(json == '"' + string + '"', plain) << json;
+                EXPECT_EQ(parsed(json), QString::fromLatin1(string)) << json;
+            }
+        }
+    }
+}
+
+TEST(JsonWriter, writes_long_strings_whole)
+{
+    for (std::size_t const size : {4'095U, 4'096U, 4'097U, 100'000U}) {
+        SCOPED_TRACE(size);
+        std::string const before(size, 'x');
+        std::string const string = before + "\xf0\x9f\x90\x98\n" + before; // two code units in a QString
+        auto const json = '"' + before + "\xf0\x9f\x90\x98\\n" + before + '"';
+        EXPECT_EQ(bytes(string), json);
+        EXPECT_EQ(text(QString::fromUtf8(string)), json);
+        auto const binary = string + '\xff';
+        auto const base64 = QByteArray::fromStdString(binary).toBase64().toStdString();
+        EXPECT_EQ(bytes(binary), R"({"base64":")" + base64 + "\"}");
+    }
+}
+
+TEST(JsonWriter, writes_a_long_line_to_its_output_in_pieces)
+{
+    constexpr std::size_t most_kept = 100'000;
+    std::string const quotes(1'000'000, '"');
+    std::string const binary(1'000'000, '\xff');
+    test::MemoryFile const file;
+    Output output(file.descriptor());
+    JsonWriter pieces(output);
+    JsonWriter whole;
+    std::size_t longest = 0;
+    auto const write = [&](auto &&action) {
+        action(pieces);
+        action(whole);
+        longest = std::max(longest, pieces.line().size());
+    };
+    write([](JsonWriter &writer) { writer.begin_list(); });
+    write([&](JsonWriter &writer) { writer.bytes(quotes); });
+    write([&](JsonWriter &writer) { writer.bytes(binary); });
+    write([&](JsonWriter &writer) { writer.text(QString::fromLatin1(quotes)); });
+    for (std::int64_t number = 0; number < 100'000; ++number)
+        write([=](JsonWriter &writer) { writer.integer(number); });
+    write([](JsonWriter &writer) { writer.end_list(); });
+    EXPECT_LT(longest, most_kept);
+    output.write(pieces.line());
+    output.flush();
+    EXPECT_EQ(file.content(), whole.line());
 }
 
 TEST(JsonWriter, writes_bytes_as_a_string_where_they_are_utf8_and_as_base64_else_where)
