@@ -1,11 +1,17 @@
 #include "loopback.h"
 
+#include "error_text.h"
+
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <memory>
 #include <new>
+#include <pthread.h>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 #include <zmq.h>
 
@@ -14,28 +20,40 @@ namespace {
 
 constexpr auto const *endpoint = "inproc://loopback";
 
-[[noreturn]] void fail()
+[[noreturn]] void fail(int error)
 {
-    if (zmq_errno() == ENOMEM)
+    if (error == ENOMEM)
         throw std::bad_alloc();
-    throw SocketError(zmq_strerror(zmq_errno()));
+    // Only ZeroMQ knows the names of its own errors, and only the system's are not constant texts.
+    throw SocketError(error < ZMQ_HAUSNUMERO ? error_text(error) : zmq_strerror(error));
 }
 
-void *had(void *object)
+void *checked(void *object)
 {
     if (object == nullptr)
-        fail();
+        fail(zmq_errno());
     return object;
 }
 
-void succeed(int result)
+void check(int result)
 {
     if (result < 0)
-        fail();
+        fail(zmq_errno());
 }
 
-// Where a context runs out of descriptors while it is made, ZeroMQ ends the process. It takes five with its sockets.
-void *new_context()
+/// Repeats a call for as long as signals interrupt it, then checks its result.
+template <class Call>
+void check_uninterrupted(Call call)
+{
+    int result = 0;
+    do
+        result = call();
+    while (result < 0 && zmq_errno() == EINTR);
+    check(result);
+}
+
+// ZeroMQ ends the process if a new context runs out of descriptors or memory. It takes five descriptors with its sockets.
+void require_descriptors()
 {
     constexpr std::size_t wanted = 8;
     std::array<int, wanted> descriptors{};
@@ -51,15 +69,31 @@ void *new_context()
     while (opened > 0)
         ::close(descriptors[--opened]);
     if (error != 0)
-        throw SocketError(zmq_strerror(error));
-    return zmq_ctx_new();
+        fail(error);
+}
+
+// A context starts a thread, whose stack is most of the memory that it takes.
+void require_memory()
+{
+    constexpr std::size_t rest = 1'048'576;
+    std::size_t stack = 0;
+    pthread_attr_t attributes;
+    if (auto const error = ::pthread_attr_init(&attributes); error != 0)
+        fail(error);
+    ::pthread_attr_getstacksize(&attributes, &stack);
+    ::pthread_attr_destroy(&attributes);
+    auto *const memory = ::mmap(nullptr, stack + rest, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc();
+    ::munmap(memory, stack + rest);
 }
 
 } // namespace
 
 void Loopback::Terminate::operator()(void *context) const noexcept
 {
-    zmq_ctx_term(context);
+    while (zmq_ctx_term(context) < 0 && zmq_errno() == EINTR) {
+    }
 }
 
 void Loopback::Close::operator()(void *socket) const noexcept
@@ -67,35 +101,40 @@ void Loopback::Close::operator()(void *socket) const noexcept
     zmq_close(socket);
 }
 
-Loopback::Loopback()
-    : context_(had(new_context()))
+Loopback::Pair::Pair()
 {
+    require_descriptors();
+    require_memory();
+    context.reset(checked(zmq_ctx_new()));
     // Bytes that stay in the process need no thread that moves them.
-    succeed(zmq_ctx_set(context_.get(), ZMQ_IO_THREADS, 0));
-    sender_ = pair();
-    receiver_ = pair();
-    succeed(zmq_bind(receiver_.get(), endpoint));
-    succeed(zmq_connect(sender_.get(), endpoint));
+    check(zmq_ctx_set(context.get(), ZMQ_IO_THREADS, 0));
+    sender = socket();
+    receiver = socket();
+    check(zmq_bind(receiver.get(), endpoint));
+    check(zmq_connect(sender.get(), endpoint));
 }
 
-Loopback::Socket Loopback::pair() const
+Loopback::Socket Loopback::Pair::socket() const
 {
-    Socket socket(had(zmq_socket(context_.get(), ZMQ_PAIR)));
+    Socket socket(checked(zmq_socket(context.get(), ZMQ_PAIR)));
     constexpr int nothing = 0;
-    succeed(zmq_setsockopt(socket.get(), ZMQ_LINGER, &nothing, sizeof nothing));
+    check(zmq_setsockopt(socket.get(), ZMQ_LINGER, &nothing, sizeof nothing));
     return socket;
 }
 
 zeromq::msg_t Loopback::received(std::string_view bytes, bool more)
 {
+    // If this throws, the pair is closed on return, with the parts that are still in it.
+    auto pair = pair_ ? std::move(pair_) : std::make_unique<Pair>();
     zeromq::msg_t message(bytes);
-    succeed(zmq_msg_send(message.handle(), sender_.get(), more ? ZMQ_SNDMORE : 0));
+    check_uninterrupted([&] { return zmq_msg_send(message.handle(), pair->sender.get(), more ? ZMQ_SNDMORE : 0); });
     // The first part can be received when the last one has been sent.
     if (more)
-        succeed(zmq_send(sender_.get(), nullptr, 0, 0));
-    succeed(zmq_msg_recv(message.handle(), receiver_.get(), 0));
+        check_uninterrupted([&] { return zmq_send(pair->sender.get(), nullptr, 0, 0); });
+    check_uninterrupted([&] { return zmq_msg_recv(message.handle(), pair->receiver.get(), 0); });
     if (more)
-        succeed(zmq_recv(receiver_.get(), nullptr, 0, 0));
+        check_uninterrupted([&] { return zmq_recv(pair->receiver.get(), nullptr, 0, 0); });
+    pair_ = std::move(pair);
     return message;
 }
 

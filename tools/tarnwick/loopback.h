@@ -8,19 +8,18 @@
 
 namespace tarnwick::program {
 
-/// Sockets cannot be had: they take descriptors.
+/// Sockets cannot be opened or used: they need descriptors.
 class SocketError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 /// A pair of sockets within the process. A message that comes out of it was received: it carries the transport's own
-/// word on whether further parts follow, which nothing else can give it.
+/// flag on whether further parts follow, which only receiving sets. The sockets are opened when the first message needs
+/// them.
 class Loopback {
 public:
-    /// Throws SocketError, std::bad_alloc.
-    Loopback();
-
-    /// A part with these bytes, as a receiver gets it. Throws SocketError, std::bad_alloc.
+    /// A part with these bytes, as a receiver gets it. Throws SocketError, std::bad_alloc. A failure costs the sockets,
+    /// so that the next part gets none of this one's bytes.
     [[nodiscard]] zeromq::msg_t received(std::string_view bytes, bool more);
 
 private:
@@ -32,11 +31,17 @@ private:
     };
     using Socket = std::unique_ptr<void, Close>;
 
-    [[nodiscard]] Socket pair() const;
+    struct Pair {
+        Pair();
 
-    std::unique_ptr<void, Terminate> context_;
-    Socket sender_;
-    Socket receiver_;
+        [[nodiscard]] Socket socket() const;
+
+        std::unique_ptr<void, Terminate> context;
+        Socket sender;
+        Socket receiver;
+    };
+
+    std::unique_ptr<Pair> pair_;
 };
 
 } // namespace tarnwick::program

@@ -198,9 +198,7 @@ std::string RecordFeed::parsed_into(std::string const &bytes)
 template <class Record>
 void RecordFeed::print_rpc_chunk(std::string const &bytes, Frame const &frame)
 {
-    if (!loopback_)
-        loopback_.emplace();
-    print<Record>(rpc_dialect, loopback_->received(bytes, frame.more()), RequestId(frame.request_id()));
+    print<Record>(rpc_dialect, loopback_.received(bytes, frame.more()), RequestId(frame.request_id()));
 }
 
 template <class Record>

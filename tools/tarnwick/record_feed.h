@@ -9,7 +9,6 @@
 
 #include <google/protobuf/arena.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -67,7 +66,7 @@ private:
     bool all_records_;
     SqlTables sql_tables_;
     google::protobuf::Arena arena_;
-    std::optional<Loopback> loopback_; ///< made for the first chunk that needs it
+    Loopback loopback_;
 };
 
 } // namespace tarnwick::program
