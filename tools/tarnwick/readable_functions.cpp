@@ -43,7 +43,7 @@ std::string bar(double part)
 
 std::string name_and_place(FunctionStats const &function)
 {
-    auto text = quoted_text(function.name().toStdString());
+    auto text = quoted_text(function.name());
     if (auto const &location = function.location())
         text += " at " + place_text(*location);
     return text;

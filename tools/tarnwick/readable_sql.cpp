@@ -51,7 +51,7 @@ std::string call_site(SqlQuery const &query)
     auto const &frames = query.stack_trace()->frames();
     auto const located = std::ranges::find_if(frames, [](auto const &frame) { return frame.location().has_value(); });
     auto const &frame = located == frames.end() ? frames.front() : *located;
-    auto text = quoted_text(frame.name().toStdString());
+    auto text = quoted_text(frame.name());
     if (frame.location())
         text += " at " + place_text(*frame.location());
     return text;
@@ -59,9 +59,9 @@ std::string call_site(SqlQuery const &query)
 
 std::string statement(SqlQuery const &query)
 {
-    auto text = quoted_text(query.text().toStdString());
+    auto text = quoted_text(query.text());
     if (query.error())
-        text += ", error " + quoted_text(query.error()->message().toStdString());
+        text += ", error " + quoted_text(query.error()->message());
     return text;
 }
 
@@ -86,8 +86,8 @@ void write_connections(ReadableWriter &writer, Connections const &connections)
         return write_empty(writer, "connections");
     TextTable table({{"id"}, {"kind"}, {"name", Align::left}});
     for (auto const &connection : connections)
-        table.add({fmt::to_string(connection->id()), fmt::to_string(connection->kind()),
-                   quoted_text(connection->name().toStdString())});
+        table.add(
+            {fmt::to_string(connection->id()), fmt::to_string(connection->kind()), quoted_text(connection->name())});
     write(writer, "connections", table);
 }
 
@@ -148,7 +148,7 @@ void write_repeated(ReadableWriter &writer, Queries const &queries)
     std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::times);
     TextTable table({{"times"}, {"text", Align::left}});
     for (auto const &[times, text] : statements)
-        table.add({fmt::to_string(times), quoted_text(text.toStdString())});
+        table.add({fmt::to_string(times), quoted_text(text)});
     write(writer, "repeated", table);
 }
 

@@ -1,5 +1,8 @@
 #include "readable_text.h"
 
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
 #include <fmt/format.h>
 
 #include <chrono>
@@ -16,6 +19,32 @@ constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 bool is_normal(data::TimePair value)
 {
     return value.nanos >= 0 && value.nanos < nanos_per_second;
+}
+
+/// The start of a text of `size` bytes. REQUIRES: `start` is the whole text or longer than `longest_text`.
+std::string quoted_start(std::string_view start, std::size_t size)
+{
+    if (size <= longest_text)
+        return fmt::format("{:?}", start);
+    auto end = longest_text;
+    auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
+    while (end > 0 && continues_a_character(start[end]))
+        --end;
+    return fmt::format("{:?} and {} bytes more", start.substr(0, end), size - end);
+}
+
+std::size_t utf8_size(QStringView text)
+{
+    std::size_t size = 0;
+    for (auto const unit : text) {
+        if (unit.unicode() < 0x80)
+            size += 1;
+        else if (unit.unicode() < 0x800 || unit.isSurrogate()) // two surrogates are four bytes
+            size += 2;
+        else
+            size += 3;
+    }
+    return size;
 }
 
 } // namespace
@@ -54,13 +83,16 @@ std::string span_text(data::TimePair value)
 
 std::string quoted_text(std::string_view bytes)
 {
-    if (bytes.size() <= longest_text)
-        return fmt::format("{:?}", bytes);
-    auto end = longest_text;
-    auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
-    while (end > 0 && continues_a_character(bytes[end]))
-        --end;
-    return fmt::format("{:?} and {} bytes more", bytes.substr(0, end), bytes.size() - end);
+    return quoted_start(bytes, bytes.size());
+}
+
+// Does not convert what is left out: a text can be much larger than what is shown of it.
+std::string quoted_text(QStringView text)
+{
+    constexpr auto longest_start = static_cast<qsizetype>(longest_text) + 2; // if its last character is cut in half
+    if (text.size() <= longest_start)
+        return quoted_text(text.toUtf8().toStdString());
+    return quoted_start(text.first(longest_start).toUtf8().toStdString(), utf8_size(text));
 }
 
 std::string shown_text(std::string_view bytes)
@@ -78,7 +110,7 @@ std::string shown_text(std::string_view bytes)
 std::string place_text(data::php::SourceLocation const &location)
 {
     auto const line_extra = location.line_extra() == 0 ? "" : fmt::format(":{}", location.line_extra());
-    return fmt::format("{}:{}{}", quoted_text(location.file().toStdString()), location.line(), line_extra);
+    return fmt::format("{}:{}{}", quoted_text(location.file()), location.line(), line_extra);
 }
 
 } // namespace tarnwick::program

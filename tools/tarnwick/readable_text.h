@@ -3,6 +3,8 @@
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/time_pair.h>
 
+#include <QtCore/QStringView>
+
 #include <string>
 #include <string_view>
 
@@ -16,6 +18,7 @@ std::string instant_text(data::TimePair value);
 std::string span_text(data::TimePair value);
 /// In quotes with escapes; a long one is cut between characters, with a word on how much is left out.
 std::string quoted_text(std::string_view bytes);
+std::string quoted_text(QStringView text);
 /// Without quotes, and whole. What does not print has the same escapes, so that a text cannot act on a terminal or be
 /// read in another order than its own; quotes and backslashes are as they are.
 std::string shown_text(std::string_view bytes);

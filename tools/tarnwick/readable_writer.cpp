@@ -145,7 +145,7 @@ void ReadableWriter::text(QString const &string)
     if (string.isNull())
         absent();
     else
-        bytes(string.toStdString());
+        value(quoted_text(string));
 }
 
 void ReadableWriter::bytes(std::string_view string)

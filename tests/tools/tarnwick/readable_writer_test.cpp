@@ -226,6 +226,11 @@ TEST(ReadableWriter, cuts_long_texts_between_characters_and_says_how_much_is_lef
     EXPECT_EQ(text(QString(240, u'x')), '"' + std::string(240, 'x') + '"');
     EXPECT_EQ(text(QString(241, u'x')), '"' + std::string(240, 'x') + "\" and 1 bytes more");
     EXPECT_EQ(text(QString(239, u'x') + u'é' + u'y'), '"' + std::string(239, 'x') + "\" and 3 bytes more");
+    // More than is converted to UTF-8: characters of two, three and four bytes, one of them where the conversion ends.
+    auto const rest = QString(1000, u'é') + QString(1000, u'€') + QStringLiteral("\U0001F418").repeated(1000);
+    EXPECT_EQ(text(QString(241, u'x') + QStringLiteral("\U0001F418") + rest),
+              '"' + std::string(240, 'x') + "\" and 9005 bytes more");
+    EXPECT_EQ(text(rest), '"' + QString(120, u'é').toStdString() + "\" and 8760 bytes more");
 }
 
 } // namespace

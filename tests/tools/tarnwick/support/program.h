@@ -50,12 +50,14 @@ struct Setup {
     rlim_t largest_file = RLIM_INFINITY;       ///< that it may write
     rlim_t open_files = 0;                     ///< that it may have; 0 is as many as usual
     std::uint16_t terminal_columns = 0;        ///< of its terminals; 0 is unknown
+    rlim_t address_space = RLIM_INFINITY;      ///< in bytes
 };
 
 struct Outcome {
     int status = -1; ///< -1 when a signal ended it
     std::string out;
     std::string err;
+    std::int64_t peak_memory = 0; ///< the most that was resident, in KiB
 };
 
 namespace detail {
@@ -126,7 +128,8 @@ public:
                                redirect(out, STDOUT_FILENO) && redirect(err, STDERR_FILENO) &&
                                (!setup.obeys_permissions || detail::drop_rights_over_files()) &&
                                detail::limit(RLIMIT_FSIZE, setup.largest_file) &&
-                               (setup.open_files == 0 || detail::limit(RLIMIT_NOFILE, setup.open_files));
+                               (setup.open_files == 0 || detail::limit(RLIMIT_NOFILE, setup.open_files)) &&
+                               detail::limit(RLIMIT_AS, setup.address_space);
             if (ready)
                 ::execve(setup.program.c_str(), argv.data(), envp.data());
             ::_exit(127);
@@ -137,7 +140,8 @@ public:
     {
         if (pid_ > 0) {
             ::kill(pid_, SIGKILL);
-            wait();
+            Outcome ignored;
+            wait(ignored);
         }
     }
     Program(Program const &) = delete;
@@ -148,6 +152,14 @@ public:
     /// Goes away as the reader of its output.
     void close_output() { out_.reset(); }
 
+    /// The next bytes of its output, at most `limit`; none at the end.
+    std::string read(std::size_t limit)
+    {
+        std::string bytes(limit, '\0');
+        auto const count = ::read(out_, bytes.data(), limit);
+        bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+        return bytes;
+    }
     /// The next line of its output, with the line feed; what there is at the end of it.
     std::string read_line()
     {
@@ -187,7 +199,7 @@ public:
         std::thread err_reader([&] { outcome.err = detail::read_all(err_); });
         outcome.out = detail::read_all(out_);
         err_reader.join();
-        outcome.status = wait();
+        wait(outcome);
         return outcome;
     }
 
@@ -241,11 +253,13 @@ private:
         return pointers;
     }
 
-    int wait()
+    void wait(Outcome &outcome)
     {
         int status = 0;
-        EXPECT_GT(::waitpid(std::exchange(pid_, -1), &status, 0), 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        rusage usage{};
+        EXPECT_GT(::wait4(std::exchange(pid_, -1), &status, 0, &usage), 0);
+        outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        outcome.peak_memory = usage.ru_maxrss;
     }
 
     pid_t pid_ = -1;
