@@ -49,7 +49,6 @@ endif()
 
 if(TARNWICK_BUILD_PROGRAM)
     tarnwick_find(CLI11 2.4 "CLI11" libcli11-dev)
-    tarnwick_find(RapidJSON 1.1 "RapidJSON" rapidjson-dev)
 endif()
 if(TARNWICK_BUILD_TESTS)
     tarnwick_find(GTest 1.12 "GoogleTest with GoogleMock" "libgtest-dev, libgmock-dev")

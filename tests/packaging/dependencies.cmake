@@ -65,7 +65,6 @@ tarnwick_dependency_refusal(everything_at_once
         -DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_protobuf=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON
-        -DCMAKE_DISABLE_FIND_PACKAGE_RapidJSON=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON
@@ -73,7 +72,6 @@ tarnwick_dependency_refusal(everything_at_once
     ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
     LINES "${qt}: 6.4.0 is too old" ${fmt} ${protobuf} ${zeromq}
         "CLI11 2.4 or later (Debian: libcli11-dev)"
-        "RapidJSON 1.1 or later (Debian: rapidjson-dev)"
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
         "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)"
         "JSON for Modern C++ 3.11 or later (Debian: nlohmann-json3-dev)"
