@@ -243,7 +243,10 @@ TEST(ConfigObserver, can_end_a_load)
         }
     };
     struct StopByFault final : ConfigObserver {
-        void opened(ConfigFile const & /*file*/) override { throw Fault(); }
+        void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) override
+        {
+            throw Fault();
+        }
     } fault;
     ConfigFile config(q(file), QString());
     config.set_observer(&fault);
