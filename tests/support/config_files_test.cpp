@@ -41,8 +41,9 @@ TEST(ConfigFolder, is_not_in_a_small_memory_file_system)
     ConfigFolder const folder;
     std::error_code error;
     auto const memory = std::filesystem::space("/dev/shm", error);
-    if (error || memory.capacity < std::uintmax_t(1) << 30)
+    if (error || memory.capacity < std::uintmax_t(1) << 30) {
         EXPECT_NE(folder.path().rfind("/dev/shm/", 0), 0U) << folder.path();
+    }
     EXPECT_TRUE(std::filesystem::is_directory(folder.path())) << folder.path();
 }
 
