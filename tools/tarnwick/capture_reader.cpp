@@ -35,38 +35,40 @@ CaptureReader::Step CaptureReader::next()
 {
     if (is_seeking_)
         return seek();
-    offset_ = input_.position();
-    if (!input_.fill(1))
+    offset_ = input_.position() + previous_;
+    if (!input_.fill(previous_ + 1))
         return input_.error() == 0 ? Step::end : failure();
     ++number_;
 
-    auto const length = length_at(0);
+    auto const length = length_at(previous_);
     if (length.state == Varint::State::truncated)
         return cut_short("the file ends inside the length of this frame");
     if (length.state == Varint::State::too_large || length.value > max_frame_size)
         return fault("the length of this frame is over 1 GiB", nowhere);
     if (length.value == 0)
         return fault("the length of this frame is 0", offset_ + length.size);
-    return read_frame(length.size, length.value);
+    return read_frame(previous_ + length.size, length.value);
 }
 
 CaptureReader::Step CaptureReader::read_frame(std::uint64_t start, std::uint64_t size)
 {
-    auto const not_a_frame = [&] { return fault("this is not a frame", offset_ + start + size); };
+    auto const not_a_frame = [&] { return fault("this is not a frame", input_.position() + start + size); };
     FrameFields fields(size);
     while (bytes_from(start).size() < size) {
+        auto const available = bytes_from(start).size();
         if (fields.advance(bytes_from(start)) == FrameFields::State::invalid)
             return not_a_frame();
-        auto const available = bytes_from(0).size();
-        if (!input_.fill(available + 1))
-            return cut_short(
-                fmt::format("the file ends inside this frame, after {} of its {} bytes", available - start, size));
+        if (!input_.fill(start + available + 1))
+            return cut_short(fmt::format("the file ends inside this frame, after {} of its {} bytes", available, size));
     }
     if (!parse(frame_, bytes_from(start).substr(0, size))) {
         effort_ += size;
         return not_a_frame();
     }
-    input_.drop(start + size);
+    input_.drop(previous_);
+    previous_ = start + size - previous_;
+    if (previous_ > max_look_ahead)
+        input_.drop(std::exchange(previous_, 0));
     return Step::frame;
 }
 
@@ -88,6 +90,7 @@ CaptureReader::Step CaptureReader::fault(std::string problem, std::uint64_t end)
     fault_end_ = end;
     expected_start_ = end;
     is_seeking_ = true;
+    previous_ = 0;
     input_.drop(1);
     return seek();
 }
@@ -101,11 +104,13 @@ CaptureReader::Step CaptureReader::seek()
             return Step::seeking;
     }
     is_seeking_ = false;
-    auto const end = input_.position();
-    if (end != fault_end_) {
-        problem_ += fmt::format("; skipped {} bytes, ", end - offset_);
-        problem_ += input_.fill(1) ? fmt::format("up to byte {}", end) : "up to the end";
-    }
+    auto const next = input_.position();
+    if (next < offset_)
+        problem_ += fmt::format("; goes on at byte {}, inside the frame before it", next);
+    else if (!input_.fill(1) && next != fault_end_)
+        problem_ += fmt::format("; skipped {} bytes, up to the end", next - offset_);
+    else if (next != fault_end_)
+        problem_ += fmt::format("; skipped {} bytes, up to byte {}", next - offset_, next);
     return Step::fault;
 }
 
@@ -117,17 +122,14 @@ Varint CaptureReader::length_at(std::uint64_t at)
     return length;
 }
 
-std::string_view CaptureReader::bytes_from(std::uint64_t at) const
-{
-    return input_.bytes().substr(static_cast<std::size_t>(at));
-}
-
 // No frame starts with a zero byte. Files can have gigabytes of them, so they are skipped together.
 void CaptureReader::skip_one_or_zeros()
 {
     auto const bytes = bytes_from(0);
-    auto const zeros = std::min(bytes.find_first_not_of('\0'), bytes.size());
-    if (zeros > 0 && input_.position() == expected_start_)
+    std::uint64_t zeros = std::min(bytes.find_first_not_of('\0'), bytes.size());
+    if (input_.position() < expected_start_)
+        zeros = std::min(zeros, expected_start_ - input_.position());
+    else if (input_.position() == expected_start_)
         expected_start_ += zeros;
     input_.drop(std::max<std::uint64_t>(zeros, 1));
 }
@@ -136,7 +138,7 @@ bool CaptureReader::is_start()
 {
     unsigned const needed = input_.position() == expected_start_ ? 1 : 3;
     unsigned known = 0;
-    for (std::uint64_t at = 0; known < needed;) {
+    for (std::uint64_t at = 0; known < needed || input_.position() + at <= offset_;) {
         if (!input_.fill(at + 1))
             return known > 0;
         switch (candidate_at(at)) {
@@ -174,12 +176,10 @@ CaptureReader::Candidate CaptureReader::candidate_at(std::uint64_t &at)
         if (wanted > max_look_ahead || !input_.fill(wanted))
             return Candidate::none;
     }
-    if (state == FrameFields::State::invalid || !can_spend(0))
+    if (state != FrameFields::State::complete || !can_spend(0))
         return Candidate::none;
-    if (end > max_look_ahead) {
-        return state == FrameFields::State::complete && fields.ends_with_report() ? Candidate::beyond_look_ahead
-                                                                                  : Candidate::none;
-    }
+    if (end > max_look_ahead)
+        return fields.ends_with_report() ? Candidate::beyond_look_ahead : Candidate::none;
     if (!input_.fill(end) || !can_spend(length.value + effort_per_frame) ||
         !parse(frame_, bytes_from(start).substr(0, length.value)))
         return Candidate::none;

@@ -17,13 +17,17 @@ namespace tarnwick::program {
 /// largest frame, not the file, and grows with the bytes that were read, not with the length that a frame announces.
 ///
 /// After bytes that are no frame the reader looks for the next start: the next place from which three frames in a row
-/// are good, or fewer that end where the input ends. A frame is good if its report is known and parses. The first of the
-/// three must be good; between them frames whose report is unknown or does not parse do not count. Right after the
-/// faulty frame, as far as its length is known, and right after zero bytes that follow it, one good frame is enough.
+/// are good, or fewer that end where the input ends. A frame is good if its report is known and parses, and if it has at
+/// most `FrameFields::max_fields` fields and no group. Between good frames there can be others that parse, whose report
+/// is unknown or does not parse. Right after the faulty frame, as far as its length is known, and right after zero bytes
+/// that follow it, one good frame is enough.
+///
+/// The damage can be in the frame before the fault: one that lost bytes takes as many from the frames after it. So the
+/// reader looks there first, if that frame is not too long, for frames in a row that go on past the fault.
 class CaptureReader {
 public:
     static constexpr std::uint64_t max_frame_size = std::uint64_t{1} << 30;
-    /// How far the reader looks ahead of a possible start. A frame that reaches farther counts as the last of the three
+    /// How far the reader looks ahead of a possible start, and how long a frame is to which it goes back. A frame that reaches farther counts as the last of the three
     /// if its fields end where the frame ends and the last of them is a report.
     static constexpr std::uint64_t max_look_ahead = std::uint64_t{16} << 20;
 
@@ -60,7 +64,10 @@ private:
     Step fault(std::string problem, std::uint64_t end);
     Step seek();
     Varint length_at(std::uint64_t at);
-    std::string_view bytes_from(std::uint64_t at) const;
+    [[nodiscard]] std::string_view bytes_from(std::uint64_t at) const
+    {
+        return input_.bytes().substr(static_cast<std::size_t>(at));
+    }
     void skip_one_or_zeros();
     bool is_start();
     Candidate candidate_at(std::uint64_t &at);
@@ -71,6 +78,7 @@ private:
     std::string problem_;
     std::uint64_t number_ = 0;
     std::uint64_t offset_ = 0;
+    std::uint64_t previous_ = 0; ///< the size of the previous frame, which `input_` still has before the next one
 
     // Of the fault that is looked past.
     bool is_seeking_ = false;

@@ -14,9 +14,6 @@ namespace {
 
 using google::protobuf::internal::WireFormatLite;
 
-// Writers make five at most. The limit bounds what a place costs that turns out to be no frame.
-constexpr unsigned max_fields = 16;
-
 } // namespace
 
 FrameFields::State FrameFields::advance(std::string_view bytes)

@@ -10,11 +10,15 @@ namespace tarnwick::program {
 /// wrong length of a frame shows here long before the frame is read to its end.
 class FrameFields {
 public:
+    /// How many fields it steps over. A frame has five, if none is repeated. The limit bounds the cost of bytes that turn
+    /// out to be no frame.
+    static constexpr unsigned max_fields = 16;
+
     enum class State {
         complete,   ///< the fields end where the frame ends
         incomplete, ///< `advance` needs more bytes
         invalid,    ///< the bytes are no message
-        unknown,    ///< only the parser can decide
+        unknown,    ///< there are more fields, a group or an odd number: only the parser can decide
     };
 
     explicit FrameFields(std::uint64_t frame_size)

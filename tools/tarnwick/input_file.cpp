@@ -88,6 +88,8 @@ void InputFile::read()
 // What goes wrong with waiting comes back from reading, which follows in any case.
 void InputFile::wait()
 {
+    if (S_ISREG(status_.st_mode))
+        return;
     pollfd input{.fd = descriptor_, .events = POLLIN, .revents = 0};
     if (::poll(&input, 1, 0) != 0)
         return;

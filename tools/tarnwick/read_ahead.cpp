@@ -10,7 +10,7 @@ constexpr std::size_t large = 1'000'000;
 
 } // namespace
 
-bool ReadAhead::fill(std::uint64_t size)
+bool ReadAhead::read(std::uint64_t size)
 {
     while (bytes().size() < size) {
         auto const more = input_.take(std::numeric_limits<std::uint64_t>::max());

@@ -19,9 +19,9 @@ public:
     }
 
     /// Reads on until there are at least `size` bytes. False if the input ends before, or cannot be read further.
-    bool fill(std::uint64_t size);
+    bool fill(std::uint64_t size) { return size <= bytes().size() || read(size); }
     /// Until the next call of `fill` or `drop`.
-    [[nodiscard]] std::string_view bytes() const { return std::string_view(buffer_).substr(begin_); }
+    [[nodiscard]] std::string_view bytes() const { return {buffer_.data() + begin_, buffer_.size() - begin_}; }
     void drop(std::uint64_t size);
 
     /// Where `bytes()` starts in the input.
@@ -36,6 +36,7 @@ public:
     [[nodiscard]] std::string_view head() const { return head_; }
 
 private:
+    bool read(std::uint64_t size);
     void compact();
 
     InputFile &input_;

@@ -25,6 +25,8 @@ inline Varint read_varint(std::string_view bytes)
 {
     constexpr std::size_t group_bits = 7;
     constexpr std::size_t max_size = 10;
+    if (!bytes.empty() && static_cast<unsigned char>(bytes.front()) < 0x80)
+        return {.state = Varint::State::whole, .value = static_cast<unsigned char>(bytes.front()), .size = 1};
     std::uint64_t value = 0;
     auto const available = std::min(bytes.size(), max_size);
     for (std::size_t i = 0; i < available; ++i) {

@@ -180,7 +180,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "\x1f\x8b" + good + good + good,
                 1,
                 {"2 at 2: 1", "3 at 11: 1", "4 at 20: 1"},
-                "FILE: frame 1 at byte 0: this is not a frame; skipped 2 bytes, up to byte 2\n"}),
+                "FILE: frame 1 at byte 0: the file ends inside this frame, after 28 of its 31 bytes; "
+                "skipped 2 bytes, up to byte 2\n"}),
     [](auto const &of) { return of.param.name; });
 
 TEST(Inspect, says_why_a_file_cannot_be_read)
