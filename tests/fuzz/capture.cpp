@@ -1,4 +1,7 @@
-// The reader of capture files, held against one that has the whole file in its hand.
+// The reader of capture files, compared with a reader that has the whole file in memory; and with what must be read of a
+// file that is damaged in one place.
+
+#include "support/damage.h"
 
 #include "fuzz/message_inputs.h"
 #include "fuzz/message_mutator.h"
@@ -7,11 +10,14 @@
 
 #include <capture_reader.h>
 #include <input_file.h>
+#include <report_check.h>
 
 #include <tarnwick/capture/v1/capture.pb.h>
 
 #include <google/protobuf/descriptor.h>
 
+#include <algorithm>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,11 +54,14 @@ Varint varint_of(std::string_view bytes)
     return varint;
 }
 
-/// A frame in a file, as far as the file goes.
+/// The first frame of bytes, as far as they go.
 struct Piece {
     std::string_view length;
     std::string_view body;
-    Step step = Step::last_fault;
+    Step step = Step::fault;
+    bool ends = false; ///< whether the bytes reach to its end, so that another can follow directly
+
+    [[nodiscard]] std::size_t size() const { return length.size() + body.size(); }
 };
 
 Piece first_piece(std::string_view file)
@@ -64,11 +73,58 @@ Piece first_piece(std::string_view file)
     auto const length = file.substr(0, varint.size);
     auto const rest = file.substr(varint.size);
     if (!varint.ends || varint.value > largest || varint.value > rest.size())
-        return {.length = length, .body = rest, .step = Step::last_fault};
+        return {.length = length, .body = rest};
     auto const body = rest.substr(0, static_cast<std::size_t>(varint.value));
     Frame frame;
     bool const is_frame = !body.empty() && frame.ParseFromString(body);
-    return {.length = length, .body = body, .step = is_frame ? Step::frame : Step::fault};
+    return {.length = length, .body = body, .step = is_frame ? Step::frame : Step::fault, .ends = true};
+}
+
+/// Whether a body has at most 16 fields and no group.
+bool is_plain(std::string_view body)
+{
+    for (int fields = 0; !body.empty(); ++fields) {
+        auto const tag = varint_of(body);
+        if (fields == 16 || (tag.value & 7) == 3)
+            return false;
+        body.remove_prefix(tag.size);
+        auto const value = varint_of(body);
+        std::size_t const sizes[] = {value.size, 8, value.size + static_cast<std::size_t>(value.value), 0, 0, 4};
+        body.remove_prefix(sizes[static_cast<std::size_t>(tag.value & 7)]);
+    }
+    return true;
+}
+
+/// Whether frames start at a place: so many good ones in a row, and all that come before another place.
+bool is_start(std::string_view file, std::size_t place, int needed, std::size_t beyond)
+{
+    for (int good = 0; good < needed || place <= beyond;) {
+        if (place == file.size())
+            return good > 0;
+        auto const piece = first_piece(file.substr(place));
+        if (piece.step != Step::frame || !is_plain(piece.body))
+            return false;
+        Frame frame;
+        auto const is_good = frame.ParseFromString(piece.body) && program::has_valid_report(frame);
+        if (!is_good && good == 0)
+            return false;
+        good += is_good ? 1 : 0;
+        place += piece.size();
+    }
+    return true;
+}
+
+/// Where reading goes on after a fault; the frame before the fault starts at `previous`.
+std::size_t next_start(std::string_view file, std::size_t fault, std::size_t previous)
+{
+    auto const piece = first_piece(file.substr(fault));
+    auto expected = piece.ends ? fault + piece.size() : file.size();
+    while (expected < file.size() && file[expected] == '\0')
+        ++expected;
+    auto place = previous + 1;
+    while (place < file.size() && !is_start(file, place, place == expected ? 1 : 3, fault))
+        ++place;
+    return place;
 }
 
 /// The bytes of the report that a frame holds, read off its fields; nothing where they are of a kind that no writer makes.
@@ -110,7 +166,16 @@ void hold_report(Frame const &frame, std::string_view body)
     auto const *field = frame.GetReflection()->GetOneofFieldDescriptor(frame, &oneof);
     std::string none;
     hold(*report == (field == nullptr ? none : frame.GetReflection()->GetStringReference(frame, field, &none)),
-         "a report is what stands in the file");
+         "a report is that of the file");
+}
+
+std::string varint(std::uint64_t value)
+{
+    std::string bytes;
+    for (; value >= 0x80; value >>= 7)
+        bytes.push_back(static_cast<char>(value | 0x80));
+    bytes.push_back(static_cast<char>(value));
+    return bytes;
 }
 
 /// A file that is only in memory.
@@ -138,51 +203,98 @@ private:
     std::string name_;
 };
 
-/// Whether the file is a capture from its start to its end.
-bool check_file(std::string_view file)
+/// Calls `take` with each step of the reader, but those in which it seeks.
+void read(std::string_view file, std::function<void(CaptureReader const &, Step)> const &take)
 {
     static FileInMemory in_memory;
     program::InputFile input(in_memory.holding(file));
     CaptureReader reader(input);
+    Step step{};
+    do {
+        step = reader.next();
+        if (step != Step::seeking)
+            take(reader, step);
+    } while (step != Step::end);
+}
+
+/// Whether the file is a capture from its start to its end.
+bool check_file(std::string_view file)
+{
     std::uint64_t number = 0;
-    std::uint64_t offset = 0;
+    std::size_t place = 0;
+    std::size_t previous = 0;
     bool is_whole = true;
-    while (true) {
-        auto const piece = first_piece(file);
-        auto const step = reader.next();
+    read(file, [&](CaptureReader const &reader, Step step) {
+        auto const piece = first_piece(file.substr(place));
         number += piece.step == Step::end ? 0 : 1;
-        hold(step == piece.step, "a frame is there, or a fault is, as the bytes say");
-        hold(reader.number() == number && reader.offset() == offset, "a frame is where the bytes say");
-        if (step == Step::frame)
+        hold(step == piece.step, "a frame or a fault is where the bytes have one");
+        hold(reader.number() == number && reader.offset() == place, "a frame has its number and its place");
+        if (step == Step::frame) {
             hold_report(reader.frame(), piece.body);
-        else if (step != Step::end)
-            hold(!reader.problem().empty(), "a fault is told");
-        is_whole = is_whole && (step == Step::frame || step == Step::end);
-        if (step == Step::end || step == Step::last_fault)
-            return is_whole && number > 0;
-        auto const size = piece.length.size() + piece.body.size();
-        file.remove_prefix(size);
-        offset += size;
+            previous = std::exchange(place, place + piece.size());
+        } else if (step == Step::fault) {
+            hold(!reader.problem().empty(), "a fault is described");
+            is_whole = false;
+            previous = place = next_start(file, place, previous);
+        }
+    });
+    return is_whole && number > 0;
+}
+
+/// Damages a file that has the frames of the input twice, with 64 KiB between, and more after them. What is not near has
+/// to be read.
+void check_damage(std::string_view input)
+{
+    static std::string const far = [] {
+        Frame frame;
+        frame.set_request_id(1);
+        frame.set_ct_data(std::string(65'536, '\x07')); // no frame begins with these
+        auto const body = frame.SerializeAsString();
+        return varint(body.size()) + body;
+    }();
+    std::string frames;
+    while (!input.empty()) {
+        auto const piece = first_piece(input);
+        Frame frame;
+        if (piece.step == Step::frame && is_plain(piece.body) && frame.ParseFromString(piece.body) &&
+            program::has_valid_report(frame))
+            frames.append(input.substr(0, piece.size()));
+        input.remove_prefix(piece.size());
     }
+    if (frames.empty())
+        return;
+    auto const file = frames + far + frames + far + far + frames;
+    auto const begin = frames.size() + far.size();
+    Random random(static_cast<std::uint32_t>(std::hash<std::string_view>()(frames)));
+    auto const kind = random.one_of(test::damage_kinds);
+    auto damage = test::random_damage(kind, frames, random.below(frames.size()), random);
+    damage.begin += begin;
+
+    std::vector<std::size_t> expected;
+    for (std::size_t place = 0; place < file.size();
+         place += first_piece(std::string_view(file).substr(place)).size()) {
+        if (place < frames.size() || place > damage.end() + far.size())
+            expected.push_back(damage.moved(place));
+    }
+    std::vector<std::size_t> found;
+    read(damage.apply(file), [&](CaptureReader const &reader, Step step) {
+        if (step == Step::frame)
+            found.push_back(static_cast<std::size_t>(reader.offset()));
+    });
+    hold(std::ranges::includes(found, expected), "each frame is read that is more than 64 KiB from the damage");
 }
 
 bool check(std::string_view input)
 {
     bool is_capture = false;
-    hold_in_action([&] { is_capture = check_file(input); });
+    hold_in_action([&] {
+        is_capture = check_file(input);
+        check_damage(input);
+    });
     return is_capture;
 }
 
 // Mutation: of the frames, and of how they stand in the file.
-
-std::string varint(std::uint64_t value)
-{
-    std::string bytes;
-    for (; value >= 0x80; value >>= 7)
-        bytes.push_back(static_cast<char>(value | 0x80));
-    bytes.push_back(static_cast<char>(value));
-    return bytes;
-}
 
 std::string delimited(Frame const &frame)
 {
@@ -197,7 +309,7 @@ std::vector<std::string> pieces_of(std::string_view file, Random &random)
     std::vector<std::string> pieces;
     while (!file.empty()) {
         auto const piece = first_piece(file);
-        auto const size = piece.length.size() + piece.body.size();
+        auto const size = piece.size();
         if (keeps_broken || piece.step == Step::frame)
             pieces.emplace_back(file.substr(0, size));
         file.remove_prefix(size);
