@@ -32,13 +32,12 @@ struct Tracked : php::ZVal {
 static_assert(!QTypeInfo<Tracked>::isRelocatable);
 static_assert(!QTypeInfo<std::optional<php::ZVal>>::isRelocatable);
 
+/// Of a type that is registered, which its first variant does.
 template <class T>
 std::size_t allocations_in_a_variant(T const &value)
 {
-    return allocations_of([&] {
-        auto const variant = QVariant::fromValue(value);
-        EXPECT_EQ(variant.metaType(), QMetaType::fromType<T>());
-    });
+    QMetaType::fromType<T>().registerType();
+    return allocations_of([&] { [[maybe_unused]] auto const variant = QVariant::fromValue(value); });
 }
 
 TEST(Relocatable, a_variant_of_a_handle_allocates_nothing)

@@ -22,9 +22,11 @@ std::string tarnwick::data::detail::PartText<T>::of(T const *part)
     return writer.line();
 }
 
-/// Takes the format specifications of a string.
+/// Takes the format specifications of a string. A list of records does not quote them as it quotes strings.
 template <tarnwick::data::Printable T>
-struct fmt::formatter<T, char> : fmt::formatter<fmt::string_view> {
+struct fmt::formatter<T, char> : private fmt::formatter<fmt::string_view> {
+    using fmt::formatter<fmt::string_view>::parse;
+
     template <class Context>
     auto format(T const &value, Context &context) const
     {
