@@ -88,7 +88,8 @@ concept PrintablePart =
     Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> || std::same_as<T, php::StackTrace> ||
     std::same_as<T, php::detail::ZVal> || std::same_as<T, php::detail::PelorinArray>;
 
-namespace detail {
+// Not `detail`: a program that uses the namespaces of the records, where payloads are in `detail`, would find two.
+namespace internal {
 
 template <class Payload>
 Payload const &payload_of(QExplicitlySharedDataPointer<Payload> const &);
@@ -99,12 +100,12 @@ struct PartText {
     static std::string of(T const *part);
 };
 
-} // namespace detail
+} // namespace internal
 
 /// Records, their parts, their handles, and the pointers that lists hold.
 template <class T>
 concept Printable = PrintablePart<T> || requires(T const &value) {
-    requires PrintablePart<std::remove_cvref_t<decltype(detail::payload_of(value))>>;
+    requires PrintablePart<std::remove_cvref_t<decltype(internal::payload_of(value))>>;
 };
 
 /// One line, `none` for a null handle; see `TextWriter` for its form.
@@ -112,9 +113,9 @@ template <Printable T>
 std::string to_text(T const &value)
 {
     if constexpr (PrintablePart<T>)
-        return detail::PartText<T>::of(&value);
+        return internal::PartText<T>::of(&value);
     else
-        return detail::PartText<std::remove_const_t<typename T::Type>>::of(value.get());
+        return internal::PartText<std::remove_const_t<typename T::Type>>::of(value.get());
 }
 
 } // namespace tarnwick::data

@@ -55,16 +55,16 @@ public:
     operator QExplicitlySharedDataPointer<Other>() const = delete;
 };
 
-namespace detail {
+namespace internal {
 
 template <class Payload>
 void as_handle(Handle<Payload> const &);
 
-} // namespace detail
+} // namespace internal
 
 /// A class that derives from `Handle` and adds no member.
 template <class T>
-concept HandleClass = requires(T const &handle) { data::detail::as_handle(handle); } && sizeof(T) == sizeof(void *);
+concept HandleClass = requires(T const &handle) { internal::as_handle(handle); } && sizeof(T) == sizeof(void *);
 
 } // namespace tarnwick::data
 

@@ -24,7 +24,7 @@
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/export.h>
 
-namespace tarnwick::data::detail {
+namespace tarnwick::data::internal {
 
 using monitor::detail::Event;
 
@@ -77,4 +77,4 @@ template struct TARNWICK_EXPORT PartText<PelorinPHPX::Auth::RequestData>;
 template struct TARNWICK_EXPORT PartText<PelorinPHPX::Auth::UserData>;
 template struct TARNWICK_EXPORT PartText<PelorinPHPX::SessionData>;
 
-} // namespace tarnwick::data::detail
+} // namespace tarnwick::data::internal

@@ -12,7 +12,7 @@
 #include <type_traits>
 
 template <tarnwick::data::PrintablePart T>
-std::string tarnwick::data::detail::PartText<T>::of(T const *part)
+std::string tarnwick::data::internal::PartText<T>::of(T const *part)
 {
     TextWriter writer;
     if (part != nullptr)
