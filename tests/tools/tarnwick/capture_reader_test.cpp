@@ -226,6 +226,10 @@ INSTANTIATE_TEST_SUITE_P(
         Capture{"not_at_frames_of_unknown_reports",
                 damage + "\xff" + unknown_frame(2) + unknown_frame(3) + unknown_frame(4),
                 {"1 at 0: fault: this is not a frame; skipped 21 bytes, up to the end", "1 at 21: end"}},
+        Capture{"not_at_a_frame_of_an_unknown_report_before_good_ones",
+                damage + "\xff" + unknown_frame(2) + frame(3) + frame(4) + frame(5),
+                {"1 at 0: fault: this is not a frame; skipped 9 bytes, up to byte 9", "2 at 9: request 3",
+                 "3 at 15: request 4", "4 at 21: request 5", "4 at 27: end"}},
         Capture{"not_at_frames_of_bad_reports",
                 damage + "\xff" + frame(2, 1) + frame(3, 1) + frame(4, 1),
                 {"1 at 0: fault: this is not a frame; skipped 24 bytes, up to the end", "1 at 24: end"}},
@@ -261,10 +265,10 @@ std::vector<std::string> faults(std::string const &bytes)
 
 TEST(CaptureReader, finds_frames_after_damage_that_reach_beyond_its_look_ahead)
 {
-    auto const large = frame(2, CaptureReader::max_look_ahead);
+    auto const large = chunk_frame(std::string(CaptureReader::max_look_ahead, '\x07')); // no frame begins with these
     EXPECT_THAT(faults(damage + "\xff" + large + '\0'),
                 ElementsAre("1 at 0: fault: this is not a frame; skipped 3 bytes, up to byte 3",
-                            testing::HasSubstr("3 at 16777231: fault: the length of this frame is 0")));
+                            testing::HasSubstr("3 at 16777229: fault: the length of this frame is 0")));
 }
 
 TEST(CaptureReader, reports_a_fault_of_any_size_once)
@@ -279,7 +283,10 @@ TEST(CaptureReader, sees_that_a_length_is_wrong_without_reading_that_far)
 {
     test::Pipe pipe;
     test::write_all(pipe.writer, varint(1'000'000) + frame(1).substr(1) + frame(2) + frame(3) + frame(4));
-    InputFile input(fmt::format("/dev/fd/{}", int(pipe.reader)), [] { ADD_FAILURE() << "it waits for more"; });
+    InputFile input(fmt::format("/dev/fd/{}", int(pipe.reader)), [&] {
+        ADD_FAILURE() << "it waits for more";
+        pipe.writer.reset();
+    });
     CaptureReader reader(input);
     EXPECT_EQ(reader.next(), CaptureReader::Step::fault);
     EXPECT_EQ(reader.problem(), "this is not a frame; skipped 8 bytes, up to byte 8");
