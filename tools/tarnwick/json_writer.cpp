@@ -16,7 +16,7 @@ namespace tarnwick::program {
 namespace {
 
 constexpr std::size_t longest_line = 65'536; // that is kept where there is an output
-constexpr std::size_t longest_piece = 4'096; // of a string, in code units
+constexpr std::size_t longest_piece = 1'024; // of a string, in code units: values nest deep on small stacks
 
 constexpr std::size_t longest_escape = 6; // \u001F
 

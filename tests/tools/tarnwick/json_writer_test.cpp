@@ -10,6 +10,7 @@
 
 #include <tarnwick/rpc/php/v1/function.pb.h>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <QtCore/QByteArray>
@@ -137,11 +138,12 @@ TEST(JsonWriter, escapes_at_any_place_of_a_string)
 
 TEST(JsonWriter, writes_long_strings_whole)
 {
-    for (std::size_t const size : {4'095U, 4'096U, 4'097U, 100'000U}) {
+    for (std::size_t const size : {1'023U, 1'024U, 1'025U, 100'000U}) {
         SCOPED_TRACE(size);
         std::string const before(size, 'x');
-        std::string const string = before + "\xf0\x9f\x90\x98\n" + before; // two code units in a QString
-        auto const json = '"' + before + "\xf0\x9f\x90\x98\\n" + before + '"';
+        // Two code units in a QString.
+        auto const string = fmt::format("{}\xf0\x9f\x90\x98\n{}", before, before);
+        auto const json = fmt::format("\"{}\xf0\x9f\x90\x98\\n{}\"", before, before);
         EXPECT_EQ(bytes(string), json);
         EXPECT_EQ(text(QString::fromUtf8(string)), json);
         auto const binary = string + '\xff';
