@@ -6,8 +6,8 @@
 # is whole, so an interrupted build leaves nothing that looks finished. Everything is mounted in a mount namespace of
 # the call, so no mount outlives a call and nothing outside can reach the repository through the root.
 #
-# The root has what toolchain/packages lists and nothing else, so no verb depends on what another verb installed. What
-# linters, fuzzers and benchmarks need goes into a copy, which has the suffix -tools.
+# The root has what toolchain/packages lists and nothing else, so no test depends on what another verb installed. What
+# linters, fuzzers and benchmarks need goes into a copy, which these verbs share and which has the suffix -tools.
 
 : "${repo:?}"
 shopt -s inherit_errexit
