@@ -27,8 +27,9 @@ namespace tarnwick::program {
 class CaptureReader {
 public:
     static constexpr std::uint64_t max_frame_size = std::uint64_t{1} << 30;
-    /// How far the reader looks ahead of a possible start, and how long a frame is to which it goes back. A frame that reaches farther counts as the last of the three
-    /// if its fields end where the frame ends and the last of them is a report.
+    /// How far the reader looks ahead of a possible start, and how long a frame is to which it goes back. A frame that
+    /// reaches farther counts as the last of the three if its fields end where the frame ends and the last of them is a
+    /// report.
     static constexpr std::uint64_t max_look_ahead = std::uint64_t{16} << 20;
 
     enum class Step {

@@ -5,6 +5,7 @@
 #include "inspect.h"
 #include "messages.h"
 #include "output.h"
+#include "readable_text.h"
 #include "record_feed.h"
 
 #include <CLI/CLI.hpp>
@@ -18,7 +19,6 @@
 #include <csignal>
 #include <functional>
 #include <new>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -85,14 +85,24 @@ void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
     });
 }
 
+/// Whether a reference can have the name, which is not empty.
+bool can_be_referred_to(std::string_view name)
+{
+    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
+    constexpr std::string_view digits = "0123456789.";
+    return letters.find(name.front()) != std::string_view::npos && std::ranges::all_of(name, [&](char character) {
+               return letters.find(character) != std::string_view::npos ||
+                      digits.find(character) != std::string_view::npos;
+           });
+}
+
 /// NAME=VALUE, as the environment has it.
 void add_variable(ConfigOptions &options, std::string const &given)
 {
-    static std::regex const name("[A-Za-z_][A-Za-z0-9_.]*");
     auto const equals = given.find('=');
     if (equals == std::string::npos || equals == 0)
         throw CLI::ValidationError("--set", fmt::format("'{}' is no NAME=VALUE", given));
-    if (auto const written = given.substr(0, equals); !std::regex_match(written, name))
+    if (auto const written = given.substr(0, equals); !can_be_referred_to(written))
         throw CLI::ValidationError("--set", fmt::format("no reference has the name '{}': a name is a letter or an "
                                                         "underscore, then letters, digits, underscores and points",
                                                         written));
@@ -172,6 +182,7 @@ void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
 {
     auto *sub = app.add_subcommand("help", "Print what a command takes");
     sub->usage("usage: tarnwick help [COMMAND...]");
+    sub->set_version_flag("--version", app.version());
     sub->add_option("COMMAND", words, "such as inspect, or config check")->type_name("");
     sub->callback([&app, &words, &command] {
         auto *place = &app;
@@ -198,7 +209,9 @@ std::vector<std::string> arguments_of(CLI::App &app, int argc, char const *const
         std::string argument = argv[i];
         has_options = has_options && argument != "--";
         auto const name = argument.substr(0, argument.find('='));
-        auto const *option = has_options && argument == name + '=' ? place->get_option_no_throw(name) : nullptr;
+        auto const *option = has_options && name.starts_with("--") && argument == name + '='
+                                 ? place->get_option_no_throw(name)
+                                 : nullptr;
         if (option != nullptr && option->get_items_expected_min() > 0) {
             arguments.push_back(name);
             argument.clear();
@@ -237,7 +250,7 @@ ExitStatus dispatch(int argc, char const *const *argv)
         auto const rest = place->remaining();
         auto const problem = has_commands && !rest.empty() ? fmt::format("there is no command '{}'", rest.front())
                                                            : std::string(error.what());
-        return fmt::format("tarnwick: {}\n{}\n--help tells more.\n", problem, place->get_usage());
+        return fmt::format("tarnwick: {}\n{}\n--help tells more.\n", shown_text(problem), place->get_usage());
     });
     Command command;
     InspectOptions inspect_options;

@@ -410,7 +410,7 @@ ExitStatus config_dump(ConfigOptions const &options)
     auto const prefix = config->prefix().value_or(QString());
     if (auto const key = key_without_line(*config))
         return refuse(output,
-                      fmt::format("{}: '{}' cannot be written as a line: its value has a line feed or a carriage "
+                      fmt::format("{}: '{}' cannot be written as a line: it or its value has a line feed or a carriage "
                                   "return; --format=json prints it",
                                   shown_text(options.file), shown(prefix + *key)));
     Style const style(options);

@@ -165,7 +165,7 @@ void ConfigCheck::unresolved(ConfigFile const &file, QStringView key, QString co
 {
     ConfigSettings::unresolved(file, key, name);
     uses_prefix_ = uses_prefix_ || key.startsWith(prefix());
-    notes_.push_back({place_of(file), fmt::format("'{}' is dropped: ", key.toString()), {}, miss(name)});
+    notes_.push_back({place_of(file), fmt::format("'{}' is dropped: ", key.toString()), {}, miss(file, name)});
 }
 
 void ConfigCheck::outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix)
@@ -185,20 +185,20 @@ void ConfigCheck::added(ConfigFile const &file, QString const &key, QString cons
     keys_.insert(key);
     if (auto const written = prefix() + key; is_like_include(written))
         warn(file, fmt::format("'{}' is an ordinary key: only 'include' reads a file", written));
-    warn_of_misread_parts(file, value);
+    if (is_bare(value))
+        warn_of(file, misread_parts(value));
 }
 
-void ConfigCheck::warn_of_misread_parts(ConfigFile const &file, QString const &value)
+void ConfigCheck::warn_of(ConfigFile const &file, std::vector<std::string> &&texts)
 {
-    if (!is_bare(value))
-        return;
-    for (auto &text : misread_parts(value))
+    for (auto &text : texts)
         warn(file, std::move(text));
 }
 
 void ConfigCheck::matched(ConfigFile const &file, QString const &include, QString const &folder, qsizetype files)
 {
-    warn_of_misread_parts(file, include);
+    if (is_bare(include))
+        warn_of(file, misread_parts_of_patterns(include));
     auto const fault = fault_of_listing(folder);
     if (files > 0 && fault.empty())
         return;

@@ -43,12 +43,13 @@ private:
     struct Note {
         ConfigPlace place;
         std::string text;
-        QString outside = {};          ///< the key outside the prefix that the text is about
+        QString outside = {}; ///< the key outside the prefix that the text is about
+        // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
         std::optional<Miss> miss = {}; ///< why the line that the text is about is dropped
     };
 
     void warn(PelorinPHPX::ConfigFile const &file, std::string text);
-    void warn_of_misread_parts(PelorinPHPX::ConfigFile const &file, QString const &value);
+    void warn_of(PelorinPHPX::ConfigFile const &file, std::vector<std::string> &&texts);
     void warn_of_lost_comments(PelorinPHPX::ConfigFile const &file);
     [[nodiscard]] std::string whole_text(Note const &note) const;
     [[nodiscard]] std::optional<Warning> unused_prefix() const;

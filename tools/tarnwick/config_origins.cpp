@@ -46,7 +46,7 @@ void ConfigOrigins::opened(ConfigFile const &file)
 void ConfigOrigins::unresolved(ConfigFile const &file, QStringView key, QString const &name)
 {
     ConfigSettings::unresolved(file, key, name);
-    drops_.push_back({key.toString(), {place_of(file), line(), {}}, miss(name)});
+    drops_.push_back({key.toString(), {place_of(file), line(), {}}, miss(file, name)});
 }
 
 void ConfigOrigins::outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix)

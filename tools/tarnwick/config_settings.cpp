@@ -4,9 +4,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <ranges>
-
 namespace tarnwick::program {
 
 using PelorinPHPX::ConfigFile;
@@ -20,23 +17,35 @@ void ConfigSettings::opened(ConfigFile const &file)
 
 void ConfigSettings::unresolved(ConfigFile const &file, QStringView key, QString const & /*name*/)
 {
-    note(file, key.toString(), Outcome::unresolved);
+    if (auto &lines = lines_of(file, key.toString()); lines.unresolved.size() < 2)
+        lines.unresolved.push_back(place_of(file).line);
 }
 
 void ConfigSettings::outside_prefix(ConfigFile const &file, QStringView key, QString const & /*prefix*/)
 {
-    note(file, key.toString(), Outcome::outside_prefix);
+    lines_of(file, key.toString()).last_outside = place_of(file).line;
 }
 
 void ConfigSettings::added(ConfigFile const &file, QString const &key, QString const & /*value*/)
 {
-    note(file, prefix_ + key, Outcome::set);
+    auto &lines = lines_of(file, prefix_ + key);
+    lines.last_set = place_of(file).line;
+    if (!lines.first_set)
+        lines.first_set = lines.last_set;
 }
 
-void ConfigSettings::note(ConfigFile const &file, QString const &key, Outcome outcome)
+ConfigSettings::Lines &ConfigSettings::lines_of(ConfigFile const &file, QString const &key)
 {
-    lines_[key].push_back({place_of(file).line, settings_, outcome});
-    ++settings_;
+    auto &lines = lines_[key];
+    if (!lines.first)
+        lines.first = place_of(file).line;
+    return lines;
+}
+
+ConfigSettings::Miss ConfigSettings::miss(ConfigFile const &file, QString const &name) const
+{
+    auto const found = lines_.constFind(name);
+    return {name, place_of(file).line, found == lines_.cend() ? std::nullopt : found->last_set};
 }
 
 std::string ConfigSettings::reason(Miss const &miss) const
@@ -46,26 +55,24 @@ std::string ConfigSettings::reason(Miss const &miss) const
 
 std::string ConfigSettings::where(Miss const &miss) const
 {
-    auto const settings = lines_.value(miss.name);
-    auto const is_set = [](Setting const &setting) { return setting.outcome == Outcome::set; };
-    auto const is_earlier = [&](Setting const &setting) { return setting.number < miss.settings; };
+    auto const lines = lines_.value(miss.name);
     // What an ended file has set is in the tables of the files that include it: an earlier line is out of reach only
     // where the value is in none of the two tables that are searched.
-    for (auto const &setting : settings | std::views::reverse) {
-        if (is_set(setting) && is_earlier(setting))
-            return fmt::format("which is set at {}: a reference sees its own file and the one that includes it, but "
-                               "none further up",
-                               shown(setting.line));
+    if (miss.earlier)
+        return fmt::format("which is set at {}: a reference sees its own file and the one that includes it, but none "
+                           "further up",
+                           shown(*miss.earlier));
+    if (lines.first_set)
+        return fmt::format("which is set only later, at {}", shown(*lines.first_set));
+    if (lines.last_outside)
+        return fmt::format("which is set at {}, but outside the prefix '{}'", shown(*lines.last_outside), prefix_);
+    for (auto const &line : lines.unresolved) {
+        if (line.number != miss.line.number || line.file != miss.line.file)
+            return fmt::format("which is dropped at {}", shown(line));
     }
-    if (auto const later = std::ranges::find_if(settings, is_set); later != settings.end())
-        return fmt::format("which is set only later, at {}", shown(later->line));
-    if (!settings.empty() && settings.back().outcome == Outcome::outside_prefix)
-        return fmt::format("which is set at {}, but outside the prefix '{}'", shown(settings.back().line), prefix_);
-    if (!settings.empty())
-        return fmt::format("which is dropped at {}", shown(settings.front().line));
-    if (auto const prefixed = lines_.value(prefix_ + miss.name); !prefix_.isEmpty() && !prefixed.empty())
+    if (auto const prefixed = lines_.value(prefix_ + miss.name).first; !prefix_.isEmpty() && prefixed)
         return fmt::format("which is outside the prefix '{}'; did you mean '{}{}', set at {}?", prefix_, prefix_,
-                           miss.name, shown(prefixed.front().line));
+                           miss.name, shown(*prefixed));
     return "which is set in no file, and unset or empty in the environment";
 }
 

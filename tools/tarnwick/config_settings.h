@@ -5,7 +5,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QString>
 
-#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,29 +23,31 @@ protected:
     /// A reference that found nothing.
     struct Miss {
         QString name;
-        std::size_t settings = 0; ///< how many lines were read before
+        ConfigPlace::Line line;                   ///< of the reference
+        std::optional<ConfigPlace::Line> earlier; ///< that set the name before, out of reach
     };
 
     /// Empty where there is none.
     [[nodiscard]] QString const &prefix() const { return prefix_; }
-    [[nodiscard]] Miss miss(QString const &name) const { return {name, settings_}; }
+    [[nodiscard]] Miss miss(PelorinPHPX::ConfigFile const &file, QString const &name) const;
     /// Why the reference found nothing, once the files are read: "it refers to 'a', which is ...".
     [[nodiscard]] std::string reason(Miss const &miss) const;
 
 private:
-    enum class Outcome { set, outside_prefix, unresolved };
-    struct Setting {
-        ConfigPlace::Line line;
-        std::size_t number; ///< of all
-        Outcome outcome;
+    /// The lines with a key: those that a reason can name, so that it costs the same however many there are.
+    struct Lines {
+        std::optional<ConfigPlace::Line> first;
+        std::optional<ConfigPlace::Line> first_set;
+        std::optional<ConfigPlace::Line> last_set;
+        std::optional<ConfigPlace::Line> last_outside;
+        std::vector<ConfigPlace::Line> unresolved; ///< the first two: one of them can be the reference itself
     };
 
-    void note(PelorinPHPX::ConfigFile const &file, QString const &key, Outcome outcome);
+    Lines &lines_of(PelorinPHPX::ConfigFile const &file, QString const &key);
     [[nodiscard]] std::string where(Miss const &miss) const;
 
     QString prefix_;
-    QHash<QString, std::vector<Setting>> lines_; ///< by whole key, in the order of reading
-    std::size_t settings_ = 0;
+    QHash<QString, Lines> lines_; ///< by whole key
 };
 
 } // namespace tarnwick::program

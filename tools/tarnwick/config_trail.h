@@ -11,6 +11,8 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 
@@ -34,34 +36,37 @@ public:
     /// The last line that the reader acted on; none before the first.
     [[nodiscard]] std::optional<ConfigPlace> const &place() const { return place_; }
     /// The text of that line.
-    [[nodiscard]] QString const &line() const { return line_; }
+    [[nodiscard]] QString const &line() const { return directive_.line; }
     /// The reference that the value of that line was replaced for; none where there was none.
-    [[nodiscard]] std::optional<Reference> const &reference() const { return reference_; }
+    [[nodiscard]] std::optional<Reference> const &reference() const { return directive_.reference; }
 
     /// Whether a value is the text of the line itself: without quotes, and not that of a reference.
-    [[nodiscard]] bool is_bare(QString const &value) const { return !reference_ && line_.endsWith(value); }
+    [[nodiscard]] bool is_bare(QString const &value) const { return !reference() && line().endsWith(value); }
 
     /// Reports a pipe on standard error: opening it can take for ever.
     void opening(PelorinPHPX::ConfigFile const &file) override;
     void opened(PelorinPHPX::ConfigFile const &file) override
     {
-        if (auto const *parent = file.parent(); parent != nullptr)
+        if (auto const *parent = file.parent(); parent != nullptr) {
             include_ = &includes_.emplace_back(place_of(*parent).line, include_);
+            including_.push_back(directive_);
+        }
     }
     void directive(PelorinPHPX::ConfigFile const &file, QStringView line) override
     {
         place_ = place_of(file);
-        line_ = line.toString();
-        reference_.reset();
+        directive_ = {line.toString(), std::nullopt};
     }
     void resolved(PelorinPHPX::ConfigFile const & /*file*/, QString const &name, Source source) override
     {
-        reference_ = Reference{name, source};
+        directive_.reference = Reference{name, source};
     }
     void merged(PelorinPHPX::ConfigFile const &file, PelorinPHPX::ConfigFile const & /*included*/) override
     {
         include_ = include_->outer;
         place_ = place_of(file);
+        directive_ = std::move(including_.back());
+        including_.pop_back();
     }
 
 protected:
@@ -72,11 +77,16 @@ protected:
     }
 
 private:
+    struct Directive {
+        QString line;
+        std::optional<Reference> reference;
+    };
+
     std::deque<ConfigPlace::Include> includes_; ///< one for each file but the root
     ConfigPlace::Include const *include_ = nullptr;
     std::optional<ConfigPlace> place_;
-    QString line_;
-    std::optional<Reference> reference_;
+    Directive directive_;
+    std::vector<Directive> including_; ///< the includes that led to the file that is being read
 };
 
 } // namespace tarnwick::program

@@ -12,6 +12,23 @@ bool is_control(char character)
     return static_cast<unsigned char>(character) < ' ' && space.find(character) == std::string_view::npos;
 }
 
+/// Whether a value can begin so that is in a list. A line of a log can begin with a date in brackets.
+bool begins_value(std::string_view head)
+{
+    if (std::string_view("\"{[]").find(head.front()) != std::string_view::npos)
+        return true;
+    for (std::string_view const word : {"true", "false", "null"}) {
+        if (head.starts_with(word))
+            return true;
+    }
+    constexpr std::string_view digits = "0123456789";
+    if (head.front() == '-')
+        head.remove_prefix(1);
+    auto const size = std::min(head.find_first_not_of(digits), head.size());
+    constexpr std::string_view after_digits = ".eE,] \t\r\n";
+    return size > 0 && (size == head.size() || after_digits.find(head[size]) != std::string_view::npos);
+}
+
 // An object or a list that begins as JSON does, and has no bytes that JSON has not.
 bool is_json(std::string_view head)
 {
@@ -23,9 +40,7 @@ bool is_json(std::string_view head)
     bool const is_object = head.front() == '{';
     head.remove_prefix(1);
     head.remove_prefix(std::min(head.find_first_not_of(space), head.size()));
-    constexpr std::string_view value_begins = "\"{[-0123456789tfn]";
-    return !head.empty() && (is_object ? head.front() == '"' || head.front() == '}'
-                                       : value_begins.find(head.front()) != std::string_view::npos);
+    return !head.empty() && (is_object ? head.front() == '"' || head.front() == '}' : begins_value(head));
 }
 
 } // namespace

@@ -25,9 +25,10 @@ RawLines::Line line_of(QByteArrayView bytes)
     line.is_utf8 = bytes.isValidUtf8();
     line.is_marked_comment = bytes.startsWith(mark) && !is_text(bytes.sliced(mark.size()).trimmed());
     line.carriage_returns = std::count(bytes.begin(), bytes.end(), '\r');
-    for (qsizetype at = 0; !line.continues && (at = bytes.indexOf('\r', at)) >= 0; ++at) {
+    for (qsizetype at = bytes.indexOf('\r'); at >= 0 && !line.continues; at = bytes.indexOf('\r', at)) {
         auto const rest = bytes.sliced(at).trimmed();
         line.continues = is_text(rest);
+        at = rest.data() - bytes.data(); // A run of carriage returns is looked at once.
     }
     return line;
 }

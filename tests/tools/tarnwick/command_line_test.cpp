@@ -51,6 +51,8 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: --set: '=x' is no NAME=VALUE\n" + get_usage},
         {{"config", "get", "f", "k", "--set", "A B=x"}, no_name("A B")},
         {{"config", "get", "f", "k", "--set=1A=x"}, no_name("1A")},
+        {{"config", "get", "f", "k", "--set=" + std::string(100'000, 'A') + "-=x"},
+         no_name(std::string(100'000, 'A') + "-")},
         {{"config", "get", "f", "k", "--set=\xC3\xA4=x"}, no_name("\xC3\xA4")},
         {{"config", "get", "f", "k", "--set="}, "tarnwick: --set: '' is no NAME=VALUE\n" + get_usage},
         {{"config", "get", "--format=", "f", "k"}, "tarnwick: --format: '' is none of text|json\n" + get_usage},
@@ -100,6 +102,19 @@ TEST(CommandLine, help_prints_what_the_option_prints)
         EXPECT_EQ(help.status, 0);
         EXPECT_EQ(help.err, "");
     }
+    EXPECT_EQ(run({.arguments = {"help", "--version"}}).out, run({.arguments = {"--version"}}).out);
+}
+
+TEST(CommandLine, reads_files_whose_names_end_with_an_equals_sign)
+{
+    auto const outcome = run({.arguments = {"inspect", "FILE="}});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.err, "FILE=: cannot be read: No such file or directory\n");
+}
+
+TEST(CommandLine, shows_no_control_characters_of_arguments)
+{
+    EXPECT_THAT(run({.arguments = {"inspect", "--a\x1b[1m"}}).err, Not(HasSubstr("\x1b")));
 }
 
 TEST(CommandLine, tells_what_inspect_takes)

@@ -50,6 +50,17 @@ TYPED_TEST(ConfigTrailOf, costs_no_more_a_file_in_a_deeper_chain)
     EXPECT_LT(deep, 10 * shallow);
 }
 
+TEST(ConfigTrailLine, is_that_of_the_include_again_after_its_file)
+{
+    ConfigFolder const folder;
+    folder.write("0.conf", "include = 1.conf\n");
+    folder.write("1.conf", "a = ${none:-1}\n");
+    ConfigTrail trail;
+    (void)ConfigFile::load(q(folder.path("0.conf")), QString(), &trail);
+    EXPECT_EQ(trail.line().toStdString(), "include = 1.conf");
+    EXPECT_FALSE(trail.reference());
+}
+
 TEST(ConfigPlace, lists_the_includes_that_led_to_a_line_from_the_root_on)
 {
     ConfigFolder const folder;

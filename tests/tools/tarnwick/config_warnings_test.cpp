@@ -23,6 +23,7 @@ struct WarningCase {
     char const *name;
     std::map<std::string, std::string> files;
     std::string warnings;
+    // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
     std::string program = {}; ///< whose keys are read
 
     friend void PrintTo(WarningCase const &row, std::ostream *out) { *out << row.name; }
@@ -80,6 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
         WarningCase{"hash_after_a_pattern",
                     {{"main.conf", "include = p* # b\n"}, {"part", ""}},
                     "main.conf:1: warning: " + comment},
+        WarningCase{"no_semicolon_between_patterns", {{"main.conf", "include = p* ; q*\n"}, {"part", ""}}, ""},
         WarningCase{"no_hash_that_is_a_value",
                     {{"main.conf", "a = #fff\nb = x#y\nc = \"1 # b\"\nd = x;y; z;\ne = '# 1'\n# f\n"}},
                     ""},
@@ -176,6 +178,11 @@ INSTANTIATE_TEST_SUITE_P(
             "or empty in the environment\n"
             "main.conf:2: warning: 'c' is dropped: it is outside the prefix 'app.'\n",
             "app"},
+        WarningCase{
+            "reference_to_itself",
+            {{"main.conf", "UNSET_NAME = ${UNSET_NAME}\n"}},
+            "main.conf:1: warning: 'UNSET_NAME' is dropped: it refers to 'UNSET_NAME', which is set in no file, "
+            "and unset or empty in the environment\n"},
         WarningCase{"reference_to_a_later_line",
                     {{"main.conf", "a = ${b}\ninclude = part\nb = 2\n"}, {"part", "b = 1\n"}},
                     "main.conf:1: warning: 'a' is dropped: it refers to 'b', which is set only later, at ./part:1\n"},

@@ -173,6 +173,12 @@ INSTANTIATE_TEST_SUITE_P(
         Capture{"ThatAreZstd", "\x28\xb5\x2f\xfd\x20\x05", 1, {}, "FILE: is zstd; pipe it through `zstdcat`\n"},
         Capture{"ThatAreJson", " {\n\"a\": 1}\n", 1, {}, "FILE: is JSON, not a capture\n"},
         Capture{"ThatAreAJsonList", "[1]", 1, {}, "FILE: is JSON, not a capture\n"},
+        Capture{"ThatAreAJsonListOfNegativeNumbers", "[ -1.5, 2]", 1, {}, "FILE: is JSON, not a capture\n"},
+        Capture{"ThatAreALog",
+                "[21-Nov-2026 10:00:00 UTC] PHP Warning\n",
+                1,
+                {},
+                "FILE: is no capture: no frame of it can be read\n"},
         Capture{"ThatAreLikeJson", "{a}", 1, {}, "FILE: is no capture: no frame of it can be read\n"},
         Capture{"ThatArePhpText", "<?php\n", 1, {}, "FILE: is PHP text, not a capture\n"},
         // After damage in front.
