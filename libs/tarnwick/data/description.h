@@ -43,6 +43,7 @@ struct Field {
     std::string_view name;
     Member Record::*read;
     Sense sense = Sense::plain;
+    // NOLINTNEXTLINE(readability-redundant-member-init): fields leave them out
     std::span<Label const> labels = {}; ///< of a classification whose values have a known meaning
 };
 
@@ -57,7 +58,8 @@ struct Link {
 
 /// The one description of a record, from which everything that prints it is made. A specialisation stands beside each
 /// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` and `Link` in the record's
-/// order.
+/// order. A program that describes a record of its own includes `<tarnwick/data/print.h>` in the same header: without it,
+/// a `QVariant` or `QDebug` of that record does not link.
 template <class Record>
 struct Description;
 

@@ -44,7 +44,8 @@ namespace detail {
 /// |                 | an empty `FunctionError` when | for absent sub-messages          | member or that of another  |
 /// |                 | the kind is unknown           |                                  | kind is set                |
 ///
-/// A text in `details()` is empty when the message that has it leaves it unset, and null when there is no such message.
+/// A text in `details()` is empty when the message that has it leaves it unset, and null when there is no such message,
+/// except for `PhpError::message` of the rpc dialect, which is never null.
 ///
 /// Messages: `<tarnwick/rpc/monitor/v1/notify_request.pb.h>` and `<pelorin/protobuf/Monitor/event.pb.h>`.
 class TARNWICK_EXPORT Event : public QSharedData {

@@ -124,7 +124,7 @@ public:
     /// at each level of nesting.
     [[nodiscard]] php::PelorinArray diff_keys(PelorinArray const &other) const;
 
-    /// Adds the elements behind those that the message has. A key that is neither `long_` nor `string` is left out; the
+    /// Adds the elements after those that the message has. A key that is neither `long_` nor `string` is left out; the
     /// value is present even when it writes nothing.
     void to_protobuf(rpc::php::v1::PelorinArray &message) const;
 
