@@ -396,7 +396,7 @@ TYPED_TEST(ToMessageOnArena, takes_lists_and_maps)
     QVariantList const list{1, u"a text with a block of its own on the heap"_s, QVariantList{true}};
     QVariantMap const map{{u"list"_s, list}, {u"none"_s, QVariant()}};
 
-    // Each replaces the other, and a time that lies on the arena.
+    // Each replaces the other, and a time that is on the arena.
     to_protobuf_zval(message, QVariant(at(5001)));
     to_protobuf_zval(message, list);
     EXPECT_EQ(message.json_value(), R"([1,"a text with a block of its own on the heap",[true]])");

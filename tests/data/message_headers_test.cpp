@@ -7,7 +7,7 @@
 #include <regex>
 #include <string>
 
-// Record headers only declare the messages that they read, so a reader has to be told which header defines them.
+// Record headers only declare the messages that they read, so the class comment names the header that defines them.
 
 namespace tarnwick::data {
 namespace {
