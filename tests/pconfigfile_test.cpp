@@ -5,7 +5,7 @@
 #include "support/config_files.h"
 #include "support/log_lines.h"
 
-#include <tarnwick/line_reader.h>
+#include <tarnwick/config/line_reader.h>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 
 #include <tarnwick/log.h>
 #include <tarnwick/pconfig_observer.h>
-#include <tarnwick/pconfigfile_open_file.h>
-#include <tarnwick/pconfigfile_resolved.h>
+#include <tarnwick/config/open_file.h>
+#include <tarnwick/config/resolved.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
 

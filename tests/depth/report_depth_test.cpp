@@ -4,9 +4,9 @@
 #include "support/small_stack.h"
 #include "tools/tarnwick/support/captures.h"
 
-#include "output.h"
-#include "record_feed.h"
-#include "record_printer.h"
+#include "print/output.h"
+#include "print/record_feed.h"
+#include "print/record_printer.h"
 #include "tools/tarnwick/support/files.h"
 
 #include <gmock/gmock.h>

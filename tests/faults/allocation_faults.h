@@ -35,7 +35,7 @@ AllocationFaults fail_each_allocation(std::function<Run(std::size_t first, std::
 /// The same run in a process of its own, so that it can end it.
 Run in_a_process(std::function<Run()> const &run);
 
-/// What is to be run. `prepare()` gives what the operation needs, `operate(prepared)` gives the result, `tell(result)` is
+/// What is to be run. `prepare()` gives what the operation needs, `operate(prepared)` gives the result, `print_error(result)` is
 /// all that is in it. The operation alone meets faults.
 template <class Prepare, class Operate, class Tell>
 struct Operation {
@@ -46,7 +46,7 @@ struct Operation {
     [[nodiscard]] std::string result_without_faults() const
     {
         auto &&prepared = prepare();
-        return tell(operate(prepared));
+        return print_error(operate(prepared));
     }
 
     [[nodiscard]] Run run(std::size_t first, std::size_t last, std::string const &expected) const
@@ -59,7 +59,7 @@ struct Operation {
             try {
                 auto const result = operate(prepared);
                 run.had_fault = failing.stop() > 0;
-                run.outcome = tell(result) == expected ? Run::Outcome::complete : Run::Outcome::incomplete;
+                run.outcome = print_error(result) == expected ? Run::Outcome::complete : Run::Outcome::incomplete;
             } catch (std::bad_alloc const &) {
                 run.outcome = Run::Outcome::bad_alloc;
             } catch (...) {

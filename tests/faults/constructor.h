@@ -76,7 +76,7 @@ Constructor constructor_of(std::string name, Arguments const &...arguments)
             .prototype = &Message::default_instance(),
             .tell =
                 [arguments...](google::protobuf::Message const &message, Told &all) {
-                    tell(made<Record>(static_cast<Message const &>(message), arguments...), all);
+                    print_error(made<Record>(static_cast<Message const &>(message), arguments...), all);
                 }};
 }
 

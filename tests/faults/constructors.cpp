@@ -27,7 +27,7 @@ Constructor stack_trace_of_a_list(std::string name)
                 },
             .prototype = &Frames::default_instance(),
             .tell = [](google::protobuf::Message const &message,
-                       Told &all) { tell(data::php::StackTrace(static_cast<Frames const &>(message).frames()), all); }};
+                       Told &all) { print_error(data::php::StackTrace(static_cast<Frames const &>(message).frames()), all); }};
 }
 
 /// A chunk takes its transport message along, so that each run needs another.
@@ -51,7 +51,7 @@ Constructor constructor_of_chunk(std::string name, Arguments const &...arguments
                 [arguments...](std::string_view bytes, Told &all) {
                     Message message;
                     fill(message.handle(), bytes);
-                    tell(made<Record>(std::move(message), arguments...), all);
+                    print_error(made<Record>(std::move(message), arguments...), all);
                 }};
 }
 

@@ -169,12 +169,12 @@ public:
 private:
     void check_of_message(Constructor const &constructor, Message const &message, Message const &numbered)
     {
-        constructor.tell(message, first_);
-        constructor.tell(message, second_);
+        constructor.print_error(message, first_);
+        constructor.print_error(message, second_);
         hold(first_ == second_, "two records of one message are equal");
         if (texts_.empty())
             return;
-        constructor.tell(numbered, second_);
+        constructor.print_error(numbered, second_);
         hold_texts(first_, second_, texts_);
     }
 

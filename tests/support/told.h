@@ -123,7 +123,7 @@ private:
 
 /// Tells what a record holds, in place of what was told before.
 template <class Record>
-void tell(Record const &record, Told &told)
+void print_error(Record const &record, Told &told)
 {
     told.clear();
     data::walk(told, record);

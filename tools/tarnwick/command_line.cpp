@@ -1,12 +1,15 @@
 #include "command_line.h"
 
-#include "config.h"
+#include "config_check.h"
+#include "config_dump.h"
+#include "config_explain.h"
+#include "config_get.h"
 #include "exit_status.h"
 #include "inspect.h"
-#include "messages.h"
-#include "output.h"
-#include "readable_text.h"
-#include "record_feed.h"
+#include "standard_error.h"
+#include "print/output.h"
+#include "print/readable_text.h"
+#include "print/record_feed.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -229,7 +232,7 @@ ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
 {
     std::ostringstream text;
     if (app.exit(error, text, text) != 0) {
-        tell(text.str());
+        print_error(text.str());
         return wrong_usage;
     }
     print(text.str());
@@ -283,9 +286,9 @@ int run(int argc, char const *const *argv)
     } catch (ReaderGone const &) {
         return reader_gone;
     } catch (WriteError const &error) {
-        tell(fmt::format("tarnwick: {}\n", error.what()));
+        print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (std::bad_alloc const &) {
-        tell("tarnwick: out of memory\n");
+        print_error("tarnwick: out of memory\n");
     }
     return file_failure;
 }

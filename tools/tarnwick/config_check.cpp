@@ -1,226 +1,92 @@
 #include "config_check.h"
 
-#include "key_guess.h"
-#include "misread_value.h"
-#include "readable_text.h"
-
-#include <tarnwick/qstring_format.h>
+#include "config/warnings.h"
+#include "config_load.h"
+#include "config_print.h"
+#include "print/readable_text.h"
 
 #include <fmt/format.h>
 
-#include <QtCore/QByteArrayView>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
-
-#include <algorithm>
-#include <cstdint>
-#include <fcntl.h>
-#include <filesystem>
-#include <system_error>
+#include <string>
 #include <unistd.h>
-#include <utility>
+#include <vector>
 
 namespace tarnwick::program {
-
-using PelorinPHPX::ConfigFile;
-
 namespace {
 
-/// Why a listing of the folder ends early, or is none; empty where it is whole. The reader sees no name that the system
-/// lists after one that is not UTF-8.
-std::string fault_of_listing(QString const &folder)
+std::string check_text(std::vector<QString> const &files, std::vector<ConfigWarnings::Warning> const &warnings,
+                       ConfigStyle const &style)
 {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(QFile::encodeName(folder).toStdString(), error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        auto const name = entry->path().filename().string();
-        if (!QByteArrayView(name).isValidUtf8())
-            return fmt::format("the listing of the folder ended at '{}', which is not UTF-8", shown_text(name));
+    std::string text;
+    for (auto const &file : files)
+        text += fmt::format("read {}\n", shown(file));
+    for (auto const &[place, problem] : warnings) {
+        text += fmt::format("{}: {} {}\n", shown(place.line), style.warning("warning:"), shown_text(problem));
+        for (auto const &line : place.includes())
+            text += fmt::format("\tincluded at {}\n", shown(line));
     }
-    return error ? fmt::format("cannot list '{}': {}", shown(folder), error.message()) : std::string();
+    return text;
 }
 
-/// Files of the kernel give bytes though their size is 0; some would wait until there are any.
-bool gives_bytes(QString const &file)
+void write_place_and_text(JsonWriter &json, ConfigPlace const &place, std::string const &text)
 {
-    auto const descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0)
-        return false;
-    char byte = 0;
-    auto const given = ::read(descriptor, &byte, 1) == 1;
-    ::close(descriptor);
-    return given;
+    json.begin_record({});
+    line_fields(json, place.line);
+    json.field("text");
+    json.bytes(with_includes(text, place));
+    json.end_record();
 }
 
-/// Whether a key is `include` but for case or a prefix.
-bool is_like_include(QString const &key)
+void write_fault(JsonWriter &json, ConfigFault const &fault)
 {
-    return key.sliced(key.lastIndexOf(u'.') + 1).compare(u"include", Qt::CaseInsensitive) == 0;
+    auto text = fault.text;
+    for (auto const &note : fault.notes)
+        text += "\n\tnote: " + note;
+    write_place_and_text(json, fault.place, text);
+}
+
+void write_check(JsonWriter &json, std::vector<QString> const &files, std::vector<ConfigWarnings::Warning> const &warnings,
+                 ConfigFault const *fault)
+{
+    json.begin_record({});
+    list_field(json, "files", {files.begin(), files.end()});
+    json.field("errors");
+    json.begin_list();
+    if (fault != nullptr)
+        json.bytes(fault->what);
+    json.end_list();
+    json.field("faults");
+    json.begin_list();
+    if (fault != nullptr)
+        write_fault(json, *fault);
+    json.end_list();
+    json.field("warnings");
+    json.begin_list();
+    for (auto const &[place, problem] : warnings)
+        write_place_and_text(json, place, problem);
+    json.end_list();
+    json.end_record();
 }
 
 } // namespace
 
-std::string_view why_unseen(QString const &file)
+ExitStatus config_check(ConfigOptions const &options)
 {
-    QFileInfo const info(file);
-    if (!info.exists() || info.isDir())
-        return {};
-    if (!info.isFile())
-        return "is no regular file";
-    if (info.size() == 0 && gives_bytes(file))
-        return "has a size of 0, though there is something in it";
-    return {};
-}
-
-void ConfigCheck::warn(ConfigFile const &file, std::string text)
-{
-    notes_.push_back({place_of(file), std::move(text)});
-}
-
-std::vector<ConfigCheck::Warning> ConfigCheck::warnings() const
-{
-    std::vector<Warning> warnings;
-    warnings.reserve(notes_.size() + 1);
-    if (auto unused = unused_prefix())
-        warnings.push_back(*std::move(unused));
-    for (auto const &note : notes_)
-        warnings.push_back({note.place, whole_text(note)});
-    return warnings;
-}
-
-// Only when all files are read is it known which keys there are.
-std::string ConfigCheck::whole_text(Note const &note) const
-{
-    if (note.miss)
-        return note.text + reason(*note.miss);
-    if (auto const meant = note.outside.isNull() ? std::nullopt : probable_key(note.outside, prefix(), keys_))
-        return fmt::format("{}; did you mean '{}'?", note.text, *meant);
-    return note.text;
-}
-
-std::optional<ConfigCheck::Warning> ConfigCheck::unused_prefix() const
-{
-    constexpr qsizetype longest_list = 10;
-    auto const outside = std::ranges::find_if(notes_, [](Note const &note) { return !note.outside.isNull(); });
-    if (uses_prefix_ || outside == notes_.end())
-        return std::nullopt;
-    QSet<QString> found;
-    for (auto const &note : notes_) {
-        if (auto const point = note.outside.indexOf(u'.'); point > 0)
-            found.insert(u'\'' + note.outside.first(point + 1) + u'\'');
+    Output output(STDOUT_FILENO);
+    ConfigWarnings observed;
+    auto const [config, fault] = load_config(options, observed);
+    auto const warnings = observed.warnings();
+    if (options.format == ConfigOptions::Format::json) {
+        JsonWriter json;
+        write_check(json, observed.files(), warnings, config ? nullptr : &fault);
+        write_line(output, json);
+    } else {
+        output.write(check_text(observed.files(), warnings, ConfigStyle(options)));
     }
-    auto prefixes = found.values();
-    prefixes.sort();
-    auto const more = prefixes.size() - longest_list;
-    auto const list = prefixes.isEmpty() ? QStringLiteral("none")
-                                         : prefixes.first(std::min(longest_list, prefixes.size())).join(u", ");
-    return Warning{outside->place,
-                   fmt::format("no key begins with the prefix '{}'; the prefixes in use are: {}{}", prefix(), list,
-                               more > 0 ? fmt::format(" and {} more", more) : std::string())};
-}
-
-void ConfigCheck::opened(ConfigFile const &file)
-{
-    files_.push_back(file.file_path());
-    auto const unseen = why_unseen(file.file_path());
-    if (auto const *parent = file.parent(); parent != nullptr && !unseen.empty())
-        warn(*parent, fmt::format("'{}' {}: it is read as empty", file.file_path(), unseen));
-    ConfigSettings::opened(file);
-    raw_lines_.push_back(unseen.empty() ? RawLines(file.file_path()) : RawLines());
-    warn_of_lost_comments(file);
-}
-
-// The reader reports no comments: so it is done before the first line.
-void ConfigCheck::warn_of_lost_comments(ConfigFile const &file)
-{
-    auto const &raw = raw_lines_.back();
-    if (!raw.failure().isEmpty())
-        warn(file, fmt::format("the bytes of the lines are not checked: {}", raw.failure()));
-    for (auto const &[number, line] : raw.lines()) {
-        if (!line.is_comment || !line.continues)
-            continue;
-        auto place = place_of(file);
-        place.line.number = static_cast<std::int32_t>(number);
-        notes_.push_back({place, "a carriage return does not end a line: the rest is part of the comment"});
-    }
-}
-
-void ConfigCheck::directive(ConfigFile const &file, QStringView line)
-{
-    ConfigSettings::directive(file, line);
-    auto const &lines = raw_lines_.back().lines();
-    auto const found = lines.find(file.line_no());
-    if (found == lines.end())
-        return;
-    auto const &raw = found->second;
-    if (!raw.is_utf8)
-        warn(file, "bytes that are not UTF-8 are replaced by U+FFFD");
-    if (line.count(u'\r') < raw.carriage_returns)
-        warn(file, "carriage returns inside the line are dropped: only a line feed ends a line");
-    if (raw.is_marked_comment)
-        warn(file, "the byte-order mark before the comment makes it a directive");
-}
-
-void ConfigCheck::unresolved(ConfigFile const &file, QStringView key, QString const &name)
-{
-    ConfigSettings::unresolved(file, key, name);
-    uses_prefix_ = uses_prefix_ || key.startsWith(prefix());
-    notes_.push_back({place_of(file), fmt::format("'{}' is dropped: ", key.toString()), {}, miss(file, name)});
-}
-
-void ConfigCheck::outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix)
-{
-    ConfigSettings::outside_prefix(file, key, prefix);
-    auto const written = key.toString();
-    auto const *const advice = is_like_include(written) ? "; only 'include' reads a file" : "";
-    notes_.push_back({place_of(file),
-                      fmt::format("'{}' is dropped: it is outside the prefix '{}'{}", written, prefix, advice),
-                      written});
-}
-
-void ConfigCheck::added(ConfigFile const &file, QString const &key, QString const &value)
-{
-    ConfigSettings::added(file, key, value);
-    uses_prefix_ = true;
-    keys_.insert(key);
-    if (auto const written = prefix() + key; is_like_include(written))
-        warn(file, fmt::format("'{}' is an ordinary key: only 'include' reads a file", written));
-    if (is_bare(value))
-        warn_of(file, misread_parts(value));
-}
-
-void ConfigCheck::warn_of(ConfigFile const &file, std::vector<std::string> &&texts)
-{
-    for (auto &text : texts)
-        warn(file, std::move(text));
-}
-
-void ConfigCheck::matched(ConfigFile const &file, QString const &include, QString const &folder, qsizetype files)
-{
-    if (is_bare(include))
-        warn_of(file, misread_parts_of_patterns(include));
-    auto const fault = fault_of_listing(folder);
-    if (files > 0 && fault.empty())
-        return;
-    auto const text = files == 0 ? fmt::format("no file matches '{}'", include)
-                                 : fmt::format("files that match '{}' may be missing", include);
-    warn(file, fault.empty() ? text : fmt::format("{}: {}", text, fault));
-}
-
-void ConfigCheck::merged(ConfigFile const &file, ConfigFile const &included)
-{
-    ConfigSettings::merged(file, included);
-    raw_lines_.pop_back();
-    if (file.values().size() == included.values().size())
-        return; // An empty table takes the other one over as it is.
-    for (auto const &key : included.keys()) {
-        auto const now = file.value(key);
-        auto const before = included.value(key);
-        if (now != before)
-            warn(file,
-                 fmt::format("after this include the most recent value of '{}{}' is '{}'; in '{}' it is '{}'", prefix(),
-                             key, now.value_or(QString()), included.file_path(), before.value_or(QString())));
-    }
+    if (!config)
+        return refuse(output, fault);
+    output.flush();
+    return options.strict && !warnings.empty() ? input_fault : done;
 }
 
 } // namespace tarnwick::program

@@ -1,17 +1,17 @@
 #include "inspect.h"
 
-#include "capture_reader.h"
-#include "file_kind.h"
-#include "input_file.h"
-#include "loopback.h"
-#include "messages.h"
-#include "output.h"
+#include "capture/capture_reader.h"
+#include "capture/file_kind.h"
+#include "capture/input_file.h"
+#include "capture/loopback.h"
+#include "standard_error.h"
+#include "print/output.h"
 #include "progress.h"
-#include "readable_text.h"
-#include "record_feed.h"
-#include "record_printer.h"
-#include "report_check.h"
-#include "terminal.h"
+#include "print/readable_text.h"
+#include "print/record_feed.h"
+#include "print/record_printer.h"
+#include "capture/report_check.h"
+#include "print/terminal.h"
 
 #include <fmt/format.h>
 
@@ -165,7 +165,7 @@ void Inspection::say(std::string_view what)
 {
     progress_.clear();
     output_.flush();
-    tell(fmt::format("{}: {}\n", shown_text(name_), what));
+    print_error(fmt::format("{}: {}\n", shown_text(name_), what));
 }
 
 void Inspection::say_notes()

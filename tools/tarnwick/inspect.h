@@ -1,7 +1,7 @@
 #pragma once
 
 #include "exit_status.h"
-#include "terminal.h"
+#include "print/terminal.h"
 
 #include <string>
 #include <vector>

@@ -1,9 +1,9 @@
 #include "progress.h"
 
-#include "messages.h"
-#include "readable_text.h"
-#include "terminal.h"
-#include "text_width.h"
+#include "standard_error.h"
+#include "print/readable_text.h"
+#include "print/terminal.h"
+#include "print/text_width.h"
 
 #include <fmt/format.h>
 
@@ -43,13 +43,13 @@ void Progress::show(std::uint64_t bytes_read)
         file = cut_lines(file, std::max(*width, figures.size() + 1) - figures.size());
         figures = cut_lines(figures, std::max(*width, text_width(file) + 1) - text_width(file));
     }
-    tell("\r\x1b[K" + file + figures);
+    print_error("\r\x1b[K" + file + figures);
 }
 
 void Progress::clear()
 {
     if (std::exchange(shown_, false))
-        tell("\r\x1b[K");
+        print_error("\r\x1b[K");
 }
 
 } // namespace tarnwick::program

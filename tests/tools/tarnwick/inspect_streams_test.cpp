@@ -1,8 +1,8 @@
 // How `tarnwick inspect` behaves towards pipes, terminals and outputs that cannot be written.
 
-#include "capture_reader.h"
-#include "input_file.h"
-#include "text_width.h"
+#include "capture/capture_reader.h"
+#include "capture/input_file.h"
+#include "print/text_width.h"
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"

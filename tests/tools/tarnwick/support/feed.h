@@ -1,7 +1,7 @@
 #pragma once
 
 #include "files.h"
-#include "record_feed.h"
+#include "print/record_feed.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
 

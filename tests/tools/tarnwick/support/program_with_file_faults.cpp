@@ -2,7 +2,7 @@
 // the last thing that it says on standard error.
 
 #include "command_line.h"
-#include "messages.h"
+#include "standard_error.h"
 
 #include "support/file_faults.h"
 
@@ -16,6 +16,6 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     tarnwick::test::FailingFiles const failing(tarnwick::test::FileFaults::from(text));
     auto const status = tarnwick::program::run(argc, argv);
-    tarnwick::program::tell("calls that met a fault: " + std::to_string(failing.met()) + '\n');
+    tarnwick::program::print_error("calls that met a fault: " + std::to_string(failing.met()) + '\n');
     return status;
 }

@@ -1,0 +1,54 @@
+#pragma once
+
+// Not installed.
+
+#include <tarnwick/config/line_reader.h>
+#include <tarnwick/pconfigfile.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QMultiHash>
+#include <QtCore/QString>
+
+#include <algorithm>
+
+namespace PelorinPHPX {
+
+/// Gives a table room for what a file will probably bring, by what its part so far has brought: growing in small steps
+/// would look at every key again and again. The room is in proportion to what is there: 16 times that at most.
+class TableSize {
+public:
+    explicit TableSize(QFile const &file)
+        : file_(file)
+    {
+    }
+
+    void follow(QMultiHash<QString, QString> &table)
+    {
+        if (table.size() < next_)
+            return;
+        auto const read = static_cast<double>(std::max<qint64>(1, file_.pos()));
+        auto const expected = static_cast<double>(table.size()) * static_cast<double>(file_.size()) / read;
+        next_ = table.size() * step;
+        table.reserve(static_cast<qsizetype>(std::min(expected, static_cast<double>(next_))));
+    }
+
+private:
+    static constexpr qsizetype step = 16;
+
+    QFile const &file_;
+    qsizetype next_ = 64;
+};
+
+/// A configuration file that is open for reading.
+struct ConfigFile::OpenFile {
+    explicit OpenFile(QString const &name)
+        : file(name)
+    {
+    }
+
+    QFile file;
+    LineReader lines{file};
+    TableSize table_size{file};
+};
+
+} // namespace PelorinPHPX

@@ -1,0 +1,225 @@
+// What is read of captures that are damaged in one place. All damage is drawn from fixed seeds.
+
+#include "capture/capture_reader.h"
+
+#include "support/damage.h"
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnwick::test {
+namespace {
+
+using fuzz::Random;
+using program::CaptureReader;
+
+constexpr std::size_t reach_of_damage = 65'536;
+
+std::vector<std::string> captures()
+{
+    std::vector<std::string> names;
+    for (auto const &entry : std::filesystem::directory_iterator(TARNWICK_CAPTURES)) {
+        if (entry.path().extension() == ".tnw")
+            names.push_back(entry.path().string());
+    }
+    std::ranges::sort(names);
+    std::vector<std::string> contents;
+    for (auto const &name : names) {
+        std::ifstream stream(name, std::ios::binary);
+        contents.emplace_back(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    }
+    return contents;
+}
+
+std::string all_captures()
+{
+    std::string all;
+    for (auto const &capture : captures())
+        all += capture;
+    return all;
+}
+
+/// The places of the frames that the reader finds.
+std::vector<std::size_t> frames(std::string const &capture)
+{
+    TemporaryFile const file(capture);
+    program::InputFile input(file.name());
+    CaptureReader reader(input);
+    std::vector<std::size_t> places;
+    for (auto step = reader.next(); step != CaptureReader::Step::end; step = reader.next()) {
+        if (step == CaptureReader::Step::frame)
+            places.push_back(static_cast<std::size_t>(reader.offset()));
+    }
+    return places;
+}
+
+/// Expects that each frame is found that damage is more than 64 KiB away from.
+void expect_far_frames(std::string const &capture, std::vector<std::size_t> const &places, Damage const &damage)
+{
+    auto const found = frames(damage.apply(capture));
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        auto const begin = places[i];
+        auto const end = i + 1 < places.size() ? places[i + 1] : capture.size();
+        if (end + reach_of_damage < damage.begin || begin > damage.end() + reach_of_damage) {
+            EXPECT_TRUE(std::ranges::binary_search(found, damage.moved(begin))) << "frame at " << begin;
+        }
+    }
+}
+
+class Damaged : public testing::TestWithParam<DamageKind> {
+protected:
+    static constexpr int copies = 40;
+    std::string capture = all_captures();
+    std::vector<std::size_t> places = frames(capture);
+    Random random{static_cast<std::uint32_t>(GetParam())};
+};
+
+TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_any_place)
+{
+    for (int copy = 0; copy < copies && !HasFailure(); ++copy) {
+        auto const damage = random_damage(GetParam(), capture, random.below(capture.size()), random);
+        SCOPED_TRACE(fmt::format("copy {}: bytes {} to {}", copy, damage.begin, damage.end()));
+        expect_far_frames(capture, places, damage);
+    }
+}
+
+TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_a_length)
+{
+    for (int copy = 0; copy < copies && !HasFailure(); ++copy) {
+        auto const damage = random_damage(GetParam(), capture, random.one_of(places), random);
+        SCOPED_TRACE(fmt::format("copy {}: bytes {} to {}", copy, damage.begin, damage.end()));
+        expect_far_frames(capture, places, damage);
+    }
+}
+
+TEST_P(Damaged, frames_over_64_kib_take_no_others_with_them)
+{
+    // Chunks whose bytes are all the same, or random.
+    Frame chunk;
+    std::string with_chunks;
+    std::vector<std::size_t> chunk_places;
+    for (int i = 0; i < 8; ++i) {
+        with_chunks += capture.substr(0, places[20]);
+        chunk_places.push_back(with_chunks.size());
+        chunk.set_rpc_data(i % 2 == 0 ? std::string(200'000, 'x') : random_bytes(200'000, random));
+        with_chunks += delimited(chunk);
+    }
+    with_chunks += capture;
+    auto const with_chunks_places = frames(with_chunks);
+    for (int copy = 0; copy < copies / 5 && !HasFailure(); ++copy) {
+        auto const place = random.one_of(chunk_places) + random.below(copy % 2 == 0 ? 10 : 200'000);
+        auto const damage = random_damage(GetParam(), with_chunks, place, random);
+        SCOPED_TRACE(fmt::format("copy {}: bytes {} to {}", copy, damage.begin, damage.end()));
+        expect_far_frames(with_chunks, with_chunks_places, damage);
+    }
+}
+
+std::string name_of(testing::TestParamInfo<DamageKind> const &info)
+{
+    constexpr char const *names[] = {"flipped_bit", "changed_byte", "random_bytes",
+                                     "zeros",       "lost_bytes",   "added_bytes"};
+    return names[static_cast<std::size_t>(info.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Damaged, testing::ValuesIn(damage_kinds), name_of);
+
+/// A printed record, by the place of its frame.
+struct Record {
+    std::size_t place;
+    std::string name; ///< with its dialect and view
+    auto operator<=>(Record const &) const = default;
+};
+
+std::multiset<Record> records(std::string const &jsonl)
+{
+    std::multiset<Record> found;
+    std::istringstream lines(jsonl);
+    for (std::string line; std::getline(lines, line);) {
+        auto const after = [&](std::string_view member) {
+            auto const begin = line.find(member);
+            return begin == std::string::npos ? std::string() : line.substr(begin + member.size());
+        };
+        auto const text = [&](std::string_view member) {
+            auto const value = after(member);
+            return value.substr(0, value.find('"'));
+        };
+        auto const view = after(R"("dialect":)").find(R"(,"view":)") < 12 ? text(R"("view":")") : "";
+        found.insert({.place = std::stoul(after(R"("offset":)")),
+                      .name = text(R"("record":")") + ' ' + text(R"("dialect":")") + ' ' + view});
+    }
+    return found;
+}
+
+/// What a hundred damaged copies lose.
+struct Losses {
+    std::size_t records = 0;
+    std::size_t of_damaged_frames = 0;
+    std::size_t of_others = 0;
+    std::size_t added = 0; ///< printed, but not of the capture
+    std::size_t messages = 0;
+};
+
+Losses losses_of(std::string const &program)
+{
+    constexpr std::size_t copies = 100;
+    auto const originals = captures();
+    std::vector<std::vector<std::size_t>> places;
+    std::vector<std::multiset<Record>> expected;
+    for (auto const &capture : originals) {
+        places.push_back(frames(capture));
+        expected.push_back(records(run({.arguments = {"inspect"}, .program = program}, capture).out));
+    }
+    Losses losses;
+    Random random(17);
+    for (std::size_t copy = 0; copy < copies; ++copy) {
+        auto const i = copy % originals.size();
+        auto const &capture = originals[i];
+        // Every second time in a length, of which captures have few.
+        auto const place = copy % 8 < 4 ? random.below(capture.size()) : random.one_of(places[i]);
+        auto const damage = random_damage(random.one_of(damage_kinds), capture, place, random);
+        auto const outcome = run({.arguments = {"inspect"}, .program = program}, damage.apply(capture));
+        auto found = records(outcome.out);
+        losses.records += expected[i].size();
+        losses.messages += static_cast<std::size_t>(std::ranges::count(outcome.err, '\n'));
+        for (auto const &record : expected[i]) {
+            auto const same = found.find({damage.moved(record.place), record.name});
+            if (same != found.end()) {
+                found.erase(same);
+                continue;
+            }
+            auto const next = std::ranges::upper_bound(places[i], record.place);
+            auto const end = next == places[i].end() ? capture.size() : *next;
+            ++(damage.touches(record.place, end) ? losses.of_damaged_frames : losses.of_others);
+        }
+        losses.added += found.size();
+    }
+    return losses;
+}
+
+TEST(DamagedCaptures, lose_few_records_but_those_of_damaged_frames)
+{
+    auto const *other = std::getenv("TARNWICK_COMPARED_PROGRAM"); // NOLINT(concurrency-mt-unsafe): no other thread
+    auto const losses = losses_of(other == nullptr ? TARNWICK_PROGRAM : other);
+    std::cout << fmt::format("100 damaged captures of {} records: lost are {} of damaged frames and {} of others; "
+                             "{} are printed that were not in them; {} messages\n",
+                             losses.records, losses.of_damaged_frames, losses.of_others, losses.added, losses.messages);
+    EXPECT_LT(losses.of_others * 1000, losses.records);
+    EXPECT_LT(losses.messages, 250U);
+}
+
+} // namespace
+} // namespace tarnwick::test

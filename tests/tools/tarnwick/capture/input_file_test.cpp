@@ -1,0 +1,75 @@
+#include "capture/input_file.h"
+
+#include "tools/tarnwick/support/files.h"
+#include "tools/tarnwick/support/interruptions.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tarnwick::program {
+namespace {
+
+std::string path_of(test::Descriptor const &descriptor)
+{
+    return fmt::format("/dev/fd/{}", int(descriptor));
+}
+
+TEST(InputFile, counts_what_was_taken_not_what_was_read)
+{
+    test::TemporaryFile const file("abcdef");
+    InputFile input(file.name());
+    EXPECT_EQ(input.size(), 6U);
+    EXPECT_EQ(input.position(), 0U);
+    EXPECT_FALSE(input.at_end());
+    EXPECT_EQ(input.take(4), "abcd");
+    EXPECT_EQ(input.position(), 4U);
+    EXPECT_EQ(input.take(100), "ef");
+    EXPECT_TRUE(input.at_end());
+    EXPECT_EQ(input.take(1), "");
+    EXPECT_EQ(input.position(), 6U);
+    EXPECT_EQ(input.error(), 0);
+}
+
+TEST(InputFile, has_no_size_when_it_is_a_pipe)
+{
+    test::Pipe const pipe;
+    test::write_all(pipe.writer, "abc");
+    EXPECT_EQ(InputFile(path_of(pipe.reader)).size(), 0U);
+}
+
+TEST(InputFile, calls_back_before_it_waits_and_only_then)
+{
+    test::Pipe const pipe;
+    int waits = 0;
+    InputFile input(path_of(pipe.reader), [&] {
+        ++waits;
+        test::write_all(pipe.writer, "later");
+    });
+    test::write_all(pipe.writer, "now");
+    EXPECT_EQ(input.take(100), "now");
+    EXPECT_EQ(waits, 0);
+    EXPECT_EQ(input.take(100), "later");
+    EXPECT_EQ(waits, 1);
+}
+
+TEST(InputFile, never_waits_for_a_regular_file)
+{
+    test::TemporaryFile const file("abc");
+    InputFile input(file.name(), [] { ADD_FAILURE() << "it waits"; });
+    EXPECT_EQ(input.take(100), "abc");
+    EXPECT_TRUE(input.at_end());
+}
+
+TEST(InputFile, reads_on_when_a_signal_interrupts_its_wait)
+{
+    test::Pipe const pipe;
+    InputFile input(path_of(pipe.reader));
+    test::Interruptions const interruptions([&] { test::write_all(pipe.writer, "late"); });
+    EXPECT_EQ(input.take(100), "late");
+    EXPECT_EQ(input.error(), 0);
+}
+
+} // namespace
+} // namespace tarnwick::program

@@ -1,0 +1,44 @@
+#include "print/text_table.h"
+
+#include <gmock/gmock.h>
+
+namespace tarnwick::program {
+namespace {
+
+using testing::ElementsAre;
+using Align = TextTable::Align;
+
+TEST(TextTable, columns_are_as_wide_as_their_widest_text)
+{
+    TextTable table({{"n"}, {"name", Align::left}, {"count"}});
+    table.add({"100", "a", "5"});
+    table.add({"1", "a longer name", "12345678"});
+    EXPECT_THAT(table.lines(), ElementsAre("  n  name              count", "100  a                     5",
+                                           "  1  a longer name  12345678"));
+}
+
+TEST(TextTable, no_line_ends_with_blanks)
+{
+    TextTable table({{"n"}, {"name", Align::left}, {"", Align::left}});
+    table.add({"1", "abc", "text"});
+    table.add({"2", "a", ""});
+    EXPECT_THAT(table.lines(), ElementsAre("n  name", "1  abc   text", "2  a"));
+}
+
+TEST(TextTable, counts_the_columns_of_a_terminal)
+{
+    TextTable table({{"a", Align::left}, {"b"}});
+    table.add({"éé", "1"});
+    table.add({"█▏x", "µ"});
+    table.add({"日", "1"});
+    table.add({"e\u0301", "1"});
+    EXPECT_THAT(table.lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
+}
+
+TEST(TextTable, without_rows_is_its_titles)
+{
+    EXPECT_THAT(TextTable({{"a"}, {"b"}}).lines(), ElementsAre("a  b"));
+}
+
+} // namespace
+} // namespace tarnwick::program

@@ -1,0 +1,47 @@
+#include "capture/read_ahead.h"
+
+#include <limits>
+
+namespace tarnwick::program {
+namespace {
+
+constexpr std::size_t head_size = 64;
+constexpr std::size_t large = 1'000'000;
+
+} // namespace
+
+bool ReadAhead::read(std::uint64_t size)
+{
+    while (bytes().size() < size) {
+        auto const more = input_.take(std::numeric_limits<std::uint64_t>::max());
+        if (more.empty()) {
+            has_ended_ = true;
+            return false;
+        }
+        if (head_.size() < head_size)
+            head_.append(more.substr(0, head_size - head_.size()));
+        if (begin_ > buffer_.size() / 2)
+            compact();
+        buffer_.append(more);
+    }
+    return true;
+}
+
+void ReadAhead::drop(std::uint64_t size)
+{
+    begin_ += static_cast<std::size_t>(size);
+    // A large frame is gone before its records are made.
+    if (begin_ > large && begin_ > buffer_.size() / 2)
+        compact();
+}
+
+// Moves fewer bytes than were dropped since the last time, so that a byte costs the same whatever is read ahead.
+void ReadAhead::compact()
+{
+    buffer_.erase(0, begin_);
+    begin_ = 0;
+    if (buffer_.size() < large && buffer_.capacity() > 2 * large)
+        buffer_.shrink_to_fit();
+}
+
+} // namespace tarnwick::program

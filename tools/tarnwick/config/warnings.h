@@ -1,0 +1,64 @@
+#pragma once
+
+#include "config/place.h"
+#include "config/settings.h"
+#include "config/raw_lines.h"
+
+#include <QtCore/QSet>
+#include <QtCore/QString>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// Why the reader sees nothing in a file, though there is something in it or may be; empty where it sees all.
+std::string_view why_unseen(QString const &file);
+
+/// Notes which files are read and what the reader passes over without a word, or takes otherwise than a person would.
+class ConfigWarnings final : public ConfigSettings {
+public:
+    struct Warning {
+        ConfigPlace place;
+        std::string text;
+    };
+
+    /// By their names in messages, in the order in which they are opened.
+    [[nodiscard]] std::vector<QString> const &files() const { return files_; }
+    /// In the order in which the lines are read.
+    [[nodiscard]] std::vector<Warning> warnings() const;
+
+    void opened(PelorinPHPX::ConfigFile const &file) override;
+    void directive(PelorinPHPX::ConfigFile const &file, QStringView line) override;
+    void unresolved(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &name) override;
+    void outside_prefix(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &prefix) override;
+    void added(PelorinPHPX::ConfigFile const &file, QString const &key, QString const &value) override;
+    void matched(PelorinPHPX::ConfigFile const &file, QString const &include, QString const &folder,
+                 qsizetype files) override;
+    void merged(PelorinPHPX::ConfigFile const &file, PelorinPHPX::ConfigFile const &included) override;
+
+private:
+    struct Note {
+        ConfigPlace place;
+        std::string text;
+        QString outside = {}; ///< the key outside the prefix that the text is about
+        // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
+        std::optional<Miss> miss = {}; ///< why the line that the text is about is dropped
+    };
+
+    void warn(PelorinPHPX::ConfigFile const &file, std::string text);
+    void warn_of(PelorinPHPX::ConfigFile const &file, std::vector<std::string> &&texts);
+    void warn_of_lost_comments(PelorinPHPX::ConfigFile const &file);
+    [[nodiscard]] std::string whole_text(Note const &note) const;
+    [[nodiscard]] std::optional<Warning> unused_prefix() const;
+
+    std::vector<QString> files_;
+    std::vector<Note> notes_;
+    std::vector<RawLines> raw_lines_; ///< of the files that are being read, the root first
+    QSet<QString> keys_;
+    bool uses_prefix_ = false;
+};
+
+} // namespace tarnwick::program

@@ -1,0 +1,81 @@
+#include "print/readable_functions.h"
+
+#include "print/readable_text.h"
+#include "print/text_table.h"
+
+#include <tarnwick/data/walk.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using data::glimmet::FunctionStats;
+
+// A field more wants a place in the table.
+static_assert(std::tuple_size_v<decltype(data::Description<FunctionStats>::fields)> == 6);
+
+double seconds(data::TimePair time)
+{
+    return static_cast<double>(time.seconds) + static_cast<double>(time.nanos) * 1e-9;
+}
+
+/// A bar as long as this part of a full one, in eighths of a character.
+std::string bar(double part)
+{
+    constexpr double full_width = 20;
+    constexpr std::array<std::string_view, 8> rest{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
+    auto const eighths = static_cast<std::size_t>(std::lround(part * full_width * 8));
+    std::string text;
+    for (std::size_t i = 0; i < eighths / 8; ++i)
+        text += "█";
+    return text.append(rest[eighths % 8]);
+}
+
+std::string name_and_place(FunctionStats const &function)
+{
+    auto text = quoted_text(function.name());
+    if (auto const &location = function.location())
+        text += " at " + place_text(*location);
+    return text;
+}
+
+} // namespace
+
+void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record)
+{
+    writer.field("request_id", data::Sense::plain);
+    data::walk(writer, record.request_id());
+    writer.field("functions", data::Sense::plain);
+    std::vector<FunctionStats const *> functions;
+    for (auto const &function : record.functions())
+        functions.push_back(&function);
+    if (functions.empty()) {
+        data::walk(writer, record.functions());
+        return;
+    }
+    std::ranges::stable_sort(functions, std::ranges::greater(),
+                             [](auto const *function) { return seconds(function->time_first()); });
+
+    auto const longest = seconds(functions.front()->time_first());
+    using Align = TextTable::Align;
+    TextTable table({{"time_first"}, {"", Align::left}, {"time_second"}, {"count"}, {"function", Align::left}});
+    for (auto const *function : functions) {
+        auto const time = seconds(function->time_first());
+        table.add({span_text(function->time_first()), time > 0 ? bar(time / longest) : "",
+                   span_text(function->time_second()), fmt::to_string(function->count()), name_and_place(*function)});
+    }
+    for (auto const &line : table.lines())
+        writer.row(line);
+}
+
+} // namespace tarnwick::program

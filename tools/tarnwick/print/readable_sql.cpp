@@ -1,0 +1,177 @@
+#include "print/readable_sql.h"
+
+#include "print/readable_text.h"
+#include "print/text_table.h"
+
+#include <tarnwick/data/walk.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using data::glimmet::detail::SqlConnection;
+using data::glimmet::detail::SqlQuery;
+using data::glimmet::detail::SqlTransaction;
+using Align = TextTable::Align;
+
+// A field more wants a place in its table.
+template <class Record>
+constexpr auto number_of_fields = std::tuple_size_v<decltype(data::Description<Record>::fields)>;
+static_assert(number_of_fields<SqlConnection> == 3);
+static_assert(number_of_fields<SqlTransaction> == 4);
+static_assert(number_of_fields<SqlQuery> == 11);
+
+template <class T>
+std::string number_text(std::optional<T> const &number)
+{
+    return number ? fmt::to_string(*number) : "-";
+}
+
+template <class Pointer>
+std::string id_text(Pointer const &link)
+{
+    return link ? fmt::to_string(link->id()) : "-";
+}
+
+/// The first call that stands in a file, or else the first call.
+std::string call_site(SqlQuery const &query)
+{
+    if (!query.stack_trace() || query.stack_trace()->frames().isEmpty())
+        return "-";
+    auto const &frames = query.stack_trace()->frames();
+    auto const located = std::ranges::find_if(frames, [](auto const &frame) { return frame.location().has_value(); });
+    auto const &frame = located == frames.end() ? frames.front() : *located;
+    auto text = quoted_text(frame.name());
+    if (frame.location())
+        text += " at " + place_text(*frame.location());
+    return text;
+}
+
+std::string statement(SqlQuery const &query)
+{
+    auto text = quoted_text(query.text());
+    if (query.error())
+        text += ", error " + quoted_text(query.error()->message());
+    return text;
+}
+
+void write(ReadableWriter &writer, std::string_view field, TextTable const &table)
+{
+    writer.field(field, data::Sense::plain);
+    for (auto const &line : table.lines())
+        writer.row(line);
+}
+
+void write_empty(ReadableWriter &writer, std::string_view field)
+{
+    writer.field(field, data::Sense::plain);
+    writer.begin_list();
+    writer.end_list();
+}
+
+template <class Connections>
+void write_connections(ReadableWriter &writer, Connections const &connections)
+{
+    if (connections.isEmpty())
+        return write_empty(writer, "connections");
+    TextTable table({{"id"}, {"kind"}, {"name", Align::left}});
+    for (auto const &connection : connections)
+        table.add(
+            {fmt::to_string(connection->id()), fmt::to_string(connection->kind()), quoted_text(connection->name())});
+    write(writer, "connections", table);
+}
+
+template <class Transactions>
+void write_transactions(ReadableWriter &writer, Transactions const &transactions)
+{
+    if (transactions.isEmpty())
+        return write_empty(writer, "transactions");
+    TextTable table({{"id"}, {"parent"}, {"extra_number"}, {"time"}});
+    for (auto const &transaction : transactions)
+        table.add({fmt::to_string(transaction->id()), id_text(transaction->parent()),
+                   number_text(transaction->extra_number()), span_text(transaction->time())});
+    write(writer, "transactions", table);
+}
+
+template <class Queries>
+void write_queries(ReadableWriter &writer, Queries const &queries)
+{
+    if (queries.isEmpty())
+        return write_empty(writer, "queries");
+    TextTable table({{"time"},
+                     {"connection"},
+                     {"transaction"},
+                     {"kind"},
+                     {"source_kind"},
+                     {"status"},
+                     {"wide_number"},
+                     {"extra_number"},
+                     {"call site", Align::left},
+                     {"text", Align::left}});
+    for (auto const &query : queries)
+        table.add({span_text(query->time()), id_text(query->connection()), id_text(query->transaction()),
+                   fmt::to_string(query->kind()), fmt::to_string(query->source_kind()), fmt::to_string(query->status()),
+                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site(*query),
+                   statement(*query)});
+    write(writer, "queries", table);
+}
+
+/// The most frequent ones first, otherwise in the order in which they first came.
+template <class Queries>
+void write_repeated(ReadableWriter &writer, Queries const &queries)
+{
+    struct Statement {
+        std::size_t times = 0;
+        QString text;
+    };
+    std::vector<Statement> statements;
+    std::map<QStringView, std::size_t> places;
+    for (auto const &query : queries) {
+        auto const [place, is_new] = places.emplace(query->text(), statements.size());
+        if (is_new)
+            statements.push_back({0, query->text()});
+        ++statements[place->second].times;
+    }
+    std::erase_if(statements, [](Statement const &sent) { return sent.times < 2; });
+    if (statements.empty())
+        return;
+    std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::times);
+    TextTable table({{"times"}, {"text", Align::left}});
+    for (auto const &[times, text] : statements)
+        table.add({fmt::to_string(times), quoted_text(text)});
+    write(writer, "repeated", table);
+}
+
+} // namespace
+
+void write_readable(ReadableWriter &writer, data::glimmet::SqlConnections const &record)
+{
+    write_connections(writer, record);
+}
+
+void write_readable(ReadableWriter &writer, data::glimmet::SqlTransactions const &record)
+{
+    write_transactions(writer, record);
+}
+
+void write_readable(ReadableWriter &writer, data::glimmet::detail::SqlQueries const &record)
+{
+    writer.field("request_id", data::Sense::plain);
+    data::walk(writer, record.request_id());
+    write_connections(writer, record.connections());
+    write_transactions(writer, record.transactions());
+    write_queries(writer, record.queries());
+    write_repeated(writer, record.queries());
+}
+
+} // namespace tarnwick::program

@@ -1,0 +1,224 @@
+#include "print/record_feed.h"
+
+#include "capture/report_parser.h"
+
+#include <tarnwick/data/codetrace/add_data.h>
+#include <tarnwick/data/codetrace/data.h>
+#include <tarnwick/data/codetrace/header.h>
+#include <tarnwick/data/glimmet/functions.h>
+#include <tarnwick/data/glimmet/sql_queries.h>
+#include <tarnwick/data/glimmet/storage.h>
+#include <tarnwick/data/monitor/event.h>
+#include <tarnwick/data/php/error_data.h>
+#include <tarnwick/data/php/post_data.h>
+#include <tarnwick/data/php/request_headers.h>
+#include <tarnwick/data/php/response_body.h>
+#include <tarnwick/data/php/response_headers.h>
+#include <tarnwick/data/php/rinit.h>
+#include <tarnwick/data/php/rshutdown.h>
+#include <tarnwick/data/php/superglobals.h>
+
+#include <pelorin/protobuf/CT/header.pb.h>
+#include <pelorin/protobuf/Glimmet/bodies.pb.h>
+#include <pelorin/protobuf/Glimmet/error.pb.h>
+#include <pelorin/protobuf/Glimmet/functions.pb.h>
+#include <pelorin/protobuf/Glimmet/headers.pb.h>
+#include <pelorin/protobuf/Glimmet/sql.pb.h>
+#include <pelorin/protobuf/Glimmet/storage.pb.h>
+#include <pelorin/protobuf/Glimmet/superglobals.pb.h>
+#include <pelorin/protobuf/Monitor/event.pb.h>
+#include <pelorin/protobuf/Monitor/superglobals.pb.h>
+#include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
+#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
+#include <tarnwick/rpc/codetrace/v1/notify_request.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+#include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
+#include <tarnwick/rpc/php/v1/notify_request.pb.h>
+
+#include <utility>
+
+namespace tarnwick::program {
+namespace {
+
+using capture::v1::Frame;
+using namespace data::php;
+namespace codetrace = data::codetrace;
+namespace glimmet = data::glimmet;
+using namespace pelorin::protobuf;
+using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
+using PhpReport = rpc::php::v1::NotifyRequest;
+
+constexpr std::string_view rpc_dialect = "rpc";
+constexpr std::string_view protobuf_dialect = "protobuf";
+
+constexpr std::string_view at_start = "init";
+constexpr std::string_view what_changed = "change";
+constexpr std::string_view all_entries = "all";
+
+} // namespace
+
+std::string RecordFeed::feed(Frame const &frame)
+{
+    RequestId const request_id(frame.request_id());
+    switch (frame.report_case()) {
+    case Frame::kRpcPhp:
+        return parsed<PhpReport>(frame.rpc_php(), [&](PhpReport const &message) { print_php(message); });
+    case Frame::kRinit:
+        return parsed_into<PelorinPHP::RInitData, RInit>(frame.rinit(), request_id);
+    case Frame::kRshutdown:
+        return parsed_into<PelorinPHP::RShutdownData, RShutdown>(frame.rshutdown(), request_id);
+    case Frame::kError:
+        return parsed_into<Glimmet::Error, ErrorData>(frame.error(), request_id);
+    case Frame::kRequestHeaders:
+        return parsed_into<Glimmet::RequestHeaders, RequestHeaders>(frame.request_headers(), request_id);
+    case Frame::kResponseHeaders:
+        return parsed_into<Glimmet::ResponseHeaders, ResponseHeaders>(frame.response_headers(), request_id);
+    case Frame::kRawPostData:
+        return parsed_into<Glimmet::RawPostData, PostData>(frame.raw_post_data(), request_id);
+    case Frame::kResponseBody:
+        return parsed_into<Glimmet::ResponseBody, ResponseBody>(frame.response_body(), request_id);
+    case Frame::kMonitorSuperglobals:
+        return parsed<Monitor::Superglobals>(frame.monitor_superglobals(), [&](Monitor::Superglobals const &message) {
+            print_superglobals(protobuf_dialect, all_entries, message, request_id);
+        });
+    case Frame::kSuperglobals:
+        return parsed<Glimmet::Superglobals>(frame.superglobals(), [&](Glimmet::Superglobals const &message) {
+            print_superglobals(protobuf_dialect, at_start, message, request_id, Superglobals::init_t());
+            print_superglobals(protobuf_dialect, what_changed, message, request_id, Superglobals::change_t());
+        });
+    case Frame::kRpcMonitor:
+        return parsed_into<rpc::monitor::v1::NotifyRequest, data::monitor::Event>(frame.rpc_monitor());
+    case Frame::kMonitorEvent:
+        return parsed_into<Monitor::Event, data::monitor::Event>(frame.monitor_event(), request_id);
+    case Frame::kRpcCodetrace:
+        return parsed_into<rpc::codetrace::v1::NotifyRequest, codetrace::Header>(frame.rpc_codetrace());
+    case Frame::kCtHeader:
+        return parsed_into<CT::Header, codetrace::Header>(frame.ct_header(), request_id);
+    case Frame::kRpcData:
+        print_rpc_chunk<codetrace::Data>(frame.rpc_data(), frame);
+        return {};
+    case Frame::kRpcAddData:
+        print_rpc_chunk<codetrace::AddData>(frame.rpc_add_data(), frame);
+        return {};
+    case Frame::kCtData:
+        print_protobuf_chunk<codetrace::Data>(frame.ct_data(), frame);
+        return {};
+    case Frame::kCtAddData:
+        print_protobuf_chunk<codetrace::AddData>(frame.ct_add_data(), frame);
+        return {};
+    case Frame::kRpcGlimmet:
+        return parsed<GlimmetReport>(frame.rpc_glimmet(),
+                                     [&](GlimmetReport const &message) { print_glimmet(message); });
+    case Frame::kFunctions:
+        return parsed_into<Glimmet::Functions, glimmet::Functions>(frame.functions(), request_id);
+    case Frame::kStorage:
+        return parsed_into<Glimmet::Storage, glimmet::Storage>(frame.storage(), request_id);
+    case Frame::kSqlConnections:
+        return parsed<Glimmet::SqlConnections>(frame.sql_connections(), [&](Glimmet::SqlConnections const &message) {
+            auto &connections = sql_tables_.of(request_id).connections;
+            connections = glimmet::SqlConnections(message);
+            printer_.print(connections, protobuf_dialect, {}, request_id);
+        });
+    case Frame::kSqlTransactions:
+        return parsed<Glimmet::SqlTransactions>(frame.sql_transactions(), [&](Glimmet::SqlTransactions const &message) {
+            auto &transactions = sql_tables_.of(request_id).transactions;
+            transactions = glimmet::SqlTransactions(message);
+            printer_.print(transactions, protobuf_dialect, {}, request_id);
+        });
+    case Frame::kSqlQueries:
+        return parsed<Glimmet::SqlQueries>(frame.sql_queries(), [&](Glimmet::SqlQueries const &message) {
+            auto const &[connections, transactions] = sql_tables_.of(request_id);
+            print<glimmet::SqlQueries>(protobuf_dialect, message, request_id, connections, transactions);
+        });
+    case Frame::REPORT_NOT_SET:
+        return {};
+    }
+    return {};
+}
+
+void RecordFeed::print_php(PhpReport const &message)
+{
+    auto const feeds = [&](PhpReport::PayloadCase payload) {
+        return all_records_ || message.payload_case() == payload;
+    };
+    if (feeds(PhpReport::kRinit)) {
+        print<RInit>(rpc_dialect, message);
+        print<RequestHeaders>(rpc_dialect, message);
+        print_superglobals(rpc_dialect, at_start, message, Superglobals::init_t());
+        print<PostData>(rpc_dialect, message);
+    }
+    if (feeds(PhpReport::kRshutdown)) {
+        print<RShutdown>(rpc_dialect, message);
+        print<ResponseHeaders>(rpc_dialect, message);
+        print_superglobals(rpc_dialect, what_changed, message, Superglobals::change_t());
+        print<ResponseBody>(rpc_dialect, message);
+    }
+    if (feeds(PhpReport::kError))
+        print<ErrorData>(rpc_dialect, message);
+}
+
+void RecordFeed::print_glimmet(GlimmetReport const &message)
+{
+    auto const feeds = [&](GlimmetReport::PayloadCase payload) {
+        return all_records_ || message.payload_case() == payload;
+    };
+    if (feeds(GlimmetReport::kFunctions))
+        print<glimmet::Functions>(rpc_dialect, message);
+    if (feeds(GlimmetReport::kStorage))
+        print<glimmet::Storage>(rpc_dialect, message);
+    if (feeds(GlimmetReport::kSqlQueries))
+        print<glimmet::SqlQueries>(rpc_dialect, message);
+}
+
+// A message on the arena is dropped with it at once: a deep one is not torn down level by level.
+template <class Message, class Build>
+std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
+{
+    auto &message = *google::protobuf::Arena::Create<Message>(&arena_);
+    auto problem = parse_report(message, bytes, max_depth);
+    if (problem.empty())
+        build(message);
+    arena_.Reset();
+    return problem;
+}
+
+template <class Message, class Record>
+std::string RecordFeed::parsed_into(std::string const &bytes, RequestId request_id)
+{
+    return parsed<Message>(bytes,
+                           [&](Message const &message) { print<Record>(protobuf_dialect, message, request_id); });
+}
+
+template <class Message, class Record>
+std::string RecordFeed::parsed_into(std::string const &bytes)
+{
+    return parsed<Message>(bytes, [&](Message const &message) { print<Record>(rpc_dialect, message); });
+}
+
+template <class Record>
+void RecordFeed::print_rpc_chunk(std::string const &bytes, Frame const &frame)
+{
+    print<Record>(rpc_dialect, loopback_.received(bytes, frame.more()), RequestId(frame.request_id()));
+}
+
+template <class Record>
+void RecordFeed::print_protobuf_chunk(std::string const &bytes, Frame const &frame)
+{
+    print<Record>(protobuf_dialect, ZMQ::Message(bytes), RequestId(frame.request_id()), frame.skip());
+}
+
+template <class Record, class... Parts>
+void RecordFeed::print(std::string_view dialect, Parts &&...parts)
+{
+    Record const record(new Record::Pointer::Type(std::forward<Parts>(parts)...));
+    printer_.print(*record, dialect);
+}
+
+template <class... Parts>
+void RecordFeed::print_superglobals(std::string_view dialect, std::string_view view, Parts const &...parts)
+{
+    Superglobals const record(new Superglobals::Pointer::Type(parts...));
+    printer_.print(*record, dialect, view);
+}
+
+} // namespace tarnwick::program

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "capture/loopback.h"
+#include "print/record_printer.h"
+#include "print/sql_tables.h"
+
+#include <tarnwick/capture/v1/capture.pb.h>
+#include <tarnwick/data/php/request_id.h>
+
+#include <google/protobuf/arena.h>
+
+#include <string>
+#include <string_view>
+
+namespace tarnwick::rpc::glimmet::v1 {
+class NotifyRequest;
+}
+namespace tarnwick::rpc::php::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::program {
+
+/// Builds the records that a frame's report feeds and prints them.
+class RecordFeed {
+public:
+    /// How deep messages may lie in each other in a report. A PHP array takes three levels; PHP itself takes 64 arrays in
+    /// each other from a request. All that is done with such a report has room on a stack of 256 KiB, of which parsing
+    /// takes the most, some 190 bytes a message.
+    static constexpr int max_depth = 1000;
+
+    /// `all_records`: every record of the report's family, whatever the report's case.
+    RecordFeed(RecordPrinter &printer, bool all_records)
+        : printer_(printer)
+        , all_records_(all_records)
+    {
+    }
+
+    /// Says what is wrong with the report; nothing when its records are printed.
+    [[nodiscard]] std::string feed(capture::v1::Frame const &frame);
+
+private:
+    /// Calls `build` with the message.
+    template <class Message, class Build>
+    std::string parsed(std::string const &bytes, Build &&build);
+    /// A message of the protobuf dialect that feeds one record.
+    template <class Message, class Record>
+    std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);
+    /// A message of the rpc dialect that feeds one record, whatever its case.
+    template <class Message, class Record>
+    std::string parsed_into(std::string const &bytes);
+    void print_php(rpc::php::v1::NotifyRequest const &message);
+    template <class Record>
+    void print_rpc_chunk(std::string const &bytes, capture::v1::Frame const &frame);
+    template <class Record>
+    void print_protobuf_chunk(std::string const &bytes, capture::v1::Frame const &frame);
+    void print_glimmet(rpc::glimmet::v1::NotifyRequest const &message);
+    /// Builds a record of a message, and of what travels beside it, and prints it.
+    template <class Record, class... Parts>
+    void print(std::string_view dialect, Parts &&...parts);
+    /// The same for superglobals, of which a report can hold several views.
+    template <class... Parts>
+    void print_superglobals(std::string_view dialect, std::string_view view, Parts const &...parts);
+
+    RecordPrinter &printer_;
+    bool all_records_;
+    SqlTables sql_tables_;
+    google::protobuf::Arena arena_;
+    Loopback loopback_;
+};
+
+} // namespace tarnwick::program

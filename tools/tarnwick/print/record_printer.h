@@ -1,0 +1,96 @@
+#pragma once
+
+#include "print/json_writer.h"
+#include "print/output.h"
+#include "print/readable_functions.h"
+#include "print/readable_sql.h"
+#include "print/readable_writer.h"
+
+#include <tarnwick/data/description.h>
+#include <tarnwick/data/php/request_id.h>
+#include <tarnwick/data/walk.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// Where a record comes from.
+struct Origin {
+    std::string_view file; ///< as named on the command line
+    std::uint64_t frame = 0;
+    std::uint64_t offset = 0;
+};
+
+/// For people a record is told field by field, apart from those that have tables of their own.
+template <data::Described Record>
+void write_readable(ReadableWriter &writer, Record const &record)
+{
+    data::walk_fields(writer, record);
+}
+
+/// Prints records, as JSON lines or for people.
+class RecordPrinter {
+public:
+    struct Style {
+        bool json = false;
+        bool color = false;
+        bool name_files = false; ///< several files are read
+        // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
+        std::optional<std::size_t> width = {}; ///< longer lines of text are cut
+    };
+
+    RecordPrinter(Output &output, Style style)
+        : output_(output)
+        , style_(style)
+        , json_(output)
+        , readable_(style.color)
+    {
+    }
+
+    /// The frame that the records printed from now on come from.
+    void set_origin(Origin const &origin) { origin_ = origin; }
+
+    /// `view`: which of a record's views of its report it is; empty where there is but one. `request_id`: of the frame, for
+    /// a record that has none of its own.
+    template <data::Described Record>
+    void print(Record const &record, std::string_view dialect, std::string_view view = {},
+               std::optional<data::php::RequestId> request_id = {})
+    {
+        if (style_.json) {
+            begin_json(data::Description<Record>::name, dialect, view);
+            write_request_id(json_, request_id);
+            data::walk_fields(json_, record);
+            end_json();
+        } else {
+            begin_readable(data::Description<Record>::name, dialect, view);
+            write_request_id(readable_, request_id);
+            write_readable(readable_, record);
+            end_readable();
+        }
+    }
+
+private:
+    void begin_json(std::string_view name, std::string_view dialect, std::string_view view);
+    void end_json();
+    void begin_readable(std::string_view name, std::string_view dialect, std::string_view view);
+    void end_readable();
+    template <data::Writer W>
+    static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)
+    {
+        if (request_id) {
+            writer.field("request_id", data::Sense::plain);
+            data::walk(writer, *request_id);
+        }
+    }
+
+    Output &output_;
+    Style style_;
+    Origin origin_;
+    JsonWriter json_;
+    ReadableWriter readable_;
+};
+
+} // namespace tarnwick::program

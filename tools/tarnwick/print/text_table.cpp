@@ -1,0 +1,48 @@
+#include "print/text_table.h"
+
+#include "print/text_width.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+namespace tarnwick::program {
+
+TextTable::TextTable(std::vector<Column> columns)
+    : columns_(std::move(columns))
+{
+    std::vector<std::string> titles;
+    titles.reserve(columns_.size());
+    for (auto const &column : columns_)
+        titles.emplace_back(column.title);
+    rows_.push_back(std::move(titles));
+}
+
+void TextTable::add(std::vector<std::string> cells)
+{
+    rows_.push_back(std::move(cells));
+}
+
+std::vector<std::string> TextTable::lines() const
+{
+    std::vector<std::size_t> widths(columns_.size());
+    for (auto const &row : rows_) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], text_width(row[i]));
+    }
+    std::vector<std::string> lines;
+    lines.reserve(rows_.size());
+    for (auto const &row : rows_) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            auto const padding = std::string(widths[i] - text_width(row[i]), ' ');
+            line += i == 0 ? "" : "  ";
+            line += columns_[i].align == Align::right ? padding + row[i] : row[i] + padding;
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+} // namespace tarnwick::program
