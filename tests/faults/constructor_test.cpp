@@ -1,6 +1,6 @@
 // Records that break the promise, to show that this is seen.
 
-#include "faults/constructor.h"
+#include "support/records/constructor.h"
 
 #include <tarnwick/data/description.h>
 
@@ -203,13 +203,13 @@ TEST(ConstructorFaults, show_a_block_that_is_lost)
 {
     EXPECT_THAT(faults_of<Leaking>().violations,
                 ElementsAre("shape 0, allocation 2: 1 blocks of memory more than before",
-                            "shape 0, allocation 2 and all behind it: 1 blocks of memory more than before"));
+                            "shape 0, allocation 2 and all after it: 1 blocks of memory more than before"));
 }
 
 TEST(ConstructorFaults, show_a_block_that_is_lost_when_more_than_one_allocation_fails)
 {
     EXPECT_THAT(faults_of<FallingLow>().violations,
-                ElementsAre("shape 0, allocation 2 and all behind it: 1 blocks of memory more than before"));
+                ElementsAre("shape 0, allocation 2 and all after it: 1 blocks of memory more than before"));
 }
 
 TEST(ConstructorFaults, show_a_block_that_is_lost_without_any)
@@ -223,8 +223,8 @@ TEST(ConstructorFaults, show_half_a_record)
     EXPECT_THAT(faults_of<Swallowing>().violations,
                 ElementsAre("shape 0, allocation 1: the result is not that of a run without faults",
                             "shape 0, allocation 2: the result is not that of a run without faults",
-                            "shape 0, allocation 1 and all behind it: the result is not that of a run without faults",
-                            "shape 0, allocation 2 and all behind it: the result is not that of a run without faults"));
+                            "shape 0, allocation 1 and all after it: the result is not that of a run without faults",
+                            "shape 0, allocation 2 and all after it: the result is not that of a run without faults"));
 }
 
 TEST(ConstructorFaults, show_another_exception)
@@ -272,7 +272,7 @@ TEST(FaultsInProcesses, show_the_first_that_ends_one)
 {
     auto const faults_in_processes_of = []<class T>(std::type_identity<T>) {
         return fail_each_allocation_in_processes(
-            Operation{[] { return Message(); }, [](Message const &message) { return T(message); }, told});
+            Operation{[] { return Message(); }, [](Message const &message) { return T(message); }, record_text});
     };
     EXPECT_THAT(faults_in_processes_of(std::type_identity<Crashing>()).violations,
                 ElementsAre("allocation 1: the process ended"));

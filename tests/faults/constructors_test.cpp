@@ -1,6 +1,6 @@
 // No allocation that fails leaves half a record or loses memory.
 
-#include "faults/constructors.h"
+#include "support/records/constructors.h"
 
 #include "support/by_name.h"
 

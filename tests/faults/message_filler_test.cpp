@@ -1,4 +1,4 @@
-#include "faults/message_filler.h"
+#include "support/records/message_filler.h"
 
 #include "support/textproto.h"
 
@@ -41,27 +41,27 @@ TEST(MessageFiller, fills_every_field_and_leaves_out_every_field)
 {
     FieldCoverage coverage;
     for (std::uint32_t shape = 0; shape < 1'000; ++shape)
-        coverage.see(shaped<NotifyRequest>(shape));
+        coverage.add(shaped<NotifyRequest>(shape));
     EXPECT_THAT(coverage.never_filled(), IsEmpty());
     EXPECT_THAT(coverage.never_absent(), IsEmpty());
 }
 
-TEST(FieldCoverage, tells_what_was_never_filled)
+TEST(FieldCoverage, reports_fields_that_were_never_filled)
 {
     FieldCoverage coverage;
-    coverage.see(from_text<RShutdownData>("duration { seconds: 1 nanos: 1 } response_status: 200 memory_0: 1"));
-    coverage.see(from_text<RShutdownData>("duration { } memory_0: 1"));
+    coverage.add(from_text<RShutdownData>("duration { seconds: 1 nanos: 1 } response_status: 200 memory_0: 1"));
+    coverage.add(from_text<RShutdownData>("duration { } memory_0: 1"));
     EXPECT_THAT(coverage.never_filled(), UnorderedElementsAre("pelorin.protobuf.PelorinPHP.RShutdownData.memory_1",
                                                               "pelorin.protobuf.PelorinPHP.RShutdownData.memory_2"));
     EXPECT_THAT(coverage.never_absent(), UnorderedElementsAre("pelorin.protobuf.PelorinPHP.RShutdownData.duration",
                                                               "pelorin.protobuf.PelorinPHP.RShutdownData.memory_0"));
 }
 
-// A message in another that was never filled is told by the field that would hold it.
+// A nested message that was never filled is reported by the field that would contain it.
 TEST(FieldCoverage, looks_into_messages_and_lists)
 {
     FieldCoverage coverage;
-    coverage.see(
+    coverage.add(
         from_text<rpc::php::v1::PelorinArray>("elements { value { } } elements { value { bool_value: true } }"));
     EXPECT_THAT(coverage.never_filled(), testing::Contains("tarnwick.rpc.php.v1.ZVal.json_value"));
     EXPECT_THAT(coverage.never_filled(), testing::Not(testing::Contains("tarnwick.rpc.php.v1.ZVal.bool_value")));

@@ -1,8 +1,8 @@
 // What programs do with values, users and configuration files while memory runs out; and what Qt and protobuf make
 // impossible.
 
-#include "faults/allocation_faults.h"
-#include "faults/message_filler.h"
+#include "support/allocation_faults.h"
+#include "support/records/message_filler.h"
 
 #include "support/by_name.h"
 #include "support/config_files.h"
@@ -53,16 +53,16 @@ using PelorinPHPX::Auth::UserData;
 using testing::IsEmpty;
 
 constexpr auto nothing = [] { return nullptr; };
-constexpr auto told = [](auto const &record) { return data::to_text(record); };
-constexpr auto told_text = [](QString const &text) { return text.toStdString(); };
-constexpr auto told_message = [](auto const *message) { return message->SerializeAsString(); };
-constexpr auto told_as_it_is = [](std::string const &text) { return text; };
-constexpr auto told_variant = [](QVariant const &value) {
+constexpr auto record_text = [](auto const &record) { return data::to_text(record); };
+constexpr auto qstring_text = [](QString const &text) { return text.toStdString(); };
+constexpr auto message_bytes = [](auto const *message) { return message->SerializeAsString(); };
+constexpr auto unchanged = [](std::string const &text) { return text; };
+constexpr auto variant_text = [](QVariant const &value) {
     rpc_php::ZVal message;
     PelorinPHPX::to_protobuf_zval(message, value);
     return message.SerializeAsString();
 };
-constexpr auto told_config = [](ConfigFile const &config) { return fmt::format("{}", fmt::join(table(config), "\n")); };
+constexpr auto config_text = [](ConfigFile const &config) { return fmt::format("{}", fmt::join(table(config), "\n")); };
 
 /// Something that is done, in a shape for each number, 0 the emptiest.
 struct Deed {
@@ -87,7 +87,7 @@ Deed write(std::string name)
                                                           record->to_protobuf(*target.message);
                                                           return target.message;
                                                       },
-                                                      told_message});
+                                                      message_bytes});
             }};
 }
 
@@ -100,13 +100,13 @@ AllocationFaults difference(std::uint32_t shape)
 {
     auto const array = array_of_shape(shape);
     auto const other = array_of_shape(shape + 1);
-    return fail_each_allocation(Operation{nothing, [&](auto) { return array->diff_keys(*other); }, told});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return array->diff_keys(*other); }, record_text});
 }
 
 AllocationFaults print(std::uint32_t shape)
 {
     auto const array = array_of_shape(shape);
-    return fail_each_allocation(Operation{nothing, [&](auto) { return data::to_text(array); }, told_as_it_is});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return data::to_text(array); }, unchanged});
 }
 
 QString text_of(MessageFiller &filler)
@@ -130,13 +130,13 @@ User user_of_shape(std::uint32_t shape)
 
 AllocationFaults user_filled(std::uint32_t shape)
 {
-    return fail_each_allocation(Operation{nothing, [&](auto) { return user_of_shape(shape); }, told});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return user_of_shape(shape); }, record_text});
 }
 
 AllocationFaults user_as_text(std::uint32_t shape)
 {
     auto const user = user_of_shape(shape);
-    return fail_each_allocation(Operation{nothing, [&](auto) { return user.to_string(); }, told_text});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return user.to_string(); }, qstring_text});
 }
 
 AllocationFaults request_filled(std::uint32_t shape)
@@ -151,7 +151,7 @@ AllocationFaults request_filled(std::uint32_t shape)
                                                   request->optional_text = text_of(filler);
                                               return request;
                                           },
-                                          told});
+                                          record_text});
 }
 
 Session session_of_shape(std::uint32_t shape)
@@ -166,13 +166,13 @@ Session session_of_shape(std::uint32_t shape)
 
 AllocationFaults session_filled(std::uint32_t shape)
 {
-    return fail_each_allocation(Operation{nothing, [&](auto) { return session_of_shape(shape); }, told});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return session_of_shape(shape); }, record_text});
 }
 
 AllocationFaults session_as_text(std::uint32_t shape)
 {
     auto const session = session_of_shape(shape);
-    return fail_each_allocation(Operation{nothing, [&](auto) { return session.user_as_string(); }, told_text});
+    return fail_each_allocation(Operation{nothing, [&](auto) { return session.user_as_string(); }, qstring_text});
 }
 
 /// A file of a few values, more for a later shape.
@@ -185,18 +185,18 @@ ConfigFile config_of_shape(std::uint32_t shape)
 }
 
 /// Asks a configuration file something.
-template <class Ask, class Tell>
-Deed ask(std::string name, Ask asked, Tell tell)
+template <class Ask, class TextOf>
+Deed ask(std::string name, Ask asked, TextOf text_of)
 {
     return {std::move(name), [=](std::uint32_t shape) {
                 auto const config = config_of_shape(shape);
                 auto const key = q("key.0");
-                return fail_each_allocation(Operation{nothing, [&](auto) { return asked(config, key); }, tell});
+                return fail_each_allocation(Operation{nothing, [&](auto) { return asked(config, key); }, text_of});
             }};
 }
 
-constexpr auto told_list = [](QStringList const &list) { return list.join(u'\n').toStdString(); };
-constexpr auto told_optional = [](std::optional<QString> const &text) { return text.value().toStdString(); };
+constexpr auto list_text = [](QStringList const &list) { return list.join(u'\n').toStdString(); };
+constexpr auto optional_text = [](std::optional<QString> const &text) { return text.value().toStdString(); };
 
 /// Every other message holds JSON.
 template <class Message>
@@ -210,7 +210,7 @@ Deed read_variant(std::string name)
                     message.set_json_value(fmt::format(R"({{"a":[1,"a text, {0}",{{"b":{0}.5}}],"c":null}})", shape));
                 }
                 return fail_each_allocation(Operation{
-                    nothing, [&](auto) { return PelorinPHPX::qvariant_from_protobuf_zval(message); }, told_variant});
+                    nothing, [&](auto) { return PelorinPHPX::qvariant_from_protobuf_zval(message); }, variant_text});
             }};
 }
 
@@ -221,7 +221,7 @@ constexpr auto write_variant = [](QVariant const &value) {
                          PelorinPHPX::to_protobuf_zval(*target.message, value);
                          return target.message;
                      },
-                     told_message};
+                     message_bytes};
 };
 
 /// Of values that are neither a list nor a table.
@@ -249,9 +249,9 @@ std::vector<Deed> deeds()
         {"Session", session_filled},
         {"Session_user_as_string", session_as_text},
         ask(
-            "ConfigFile_values", [](auto const &config, auto const &key) { return config.values(key); }, told_list),
+            "ConfigFile_values", [](auto const &config, auto const &key) { return config.values(key); }, list_text),
         ask(
-            "ConfigFile_keys", [](auto const &config, auto const & /*key*/) { return config.keys(); }, told_list),
+            "ConfigFile_keys", [](auto const &config, auto const & /*key*/) { return config.keys(); }, list_text),
         ask(
             "ConfigFile_copy",
             [](auto const &config, auto const & /*key*/) {
@@ -259,13 +259,13 @@ std::vector<Deed> deeds()
                 copy.set_file_name(q("/a/file"));
                 return copy;
             },
-            told_config),
+            config_text),
         ask(
             "ConfigFile_child", [](auto const &config, auto const &key) { return ConfigFile(config, key).file_path(); },
-            told_text),
+            qstring_text),
         ask(
             "ConfigFile_get_var_of_the_environment",
-            [](auto const &config, auto const & /*key*/) { return config.get_var(q("PATH"), {}); }, told_optional),
+            [](auto const &config, auto const & /*key*/) { return config.get_var(q("PATH"), {}); }, optional_text),
         read_variant<rpc_php::ZVal>("qvariant_from_protobuf_zval_rpc"),
         read_variant<protobuf_php::ZVal>("qvariant_from_protobuf_zval_protobuf"),
         write_plain_variant<rpc_php::ZVal>("to_protobuf_zval_rpc"),
@@ -300,10 +300,10 @@ AllocationFaults faults_of(Load const &load, Fail const &fail)
     folder.write("included.conf", "; nothing in it\n");
     auto const file = q(folder.write("f.conf", load.content));
     auto const app = q("app");
-    return fail(Operation{nothing, [&](auto) { return ConfigFile::load(file, app); }, told_config});
+    return fail(Operation{nothing, [&](auto) { return ConfigFile::load(file, app); }, config_text});
 }
 
-/// What is told of a file that is refused.
+/// Faults while a file is loaded and refused with an exception.
 AllocationFaults faults_of_refusal(Load const &load)
 {
     ConfigFolder const folder;
@@ -314,12 +314,12 @@ AllocationFaults faults_of_refusal(Load const &load)
     return fail_each_allocation(Operation{nothing,
                                           [&](auto) -> std::string {
                                               try {
-                                                  return told_config(ConfigFile::load(file, app));
+                                                  return config_text(ConfigFile::load(file, app));
                                               } catch (PException const &error) {
                                                   return error.what();
                                               }
                                           },
-                                          told_as_it_is});
+                                          unchanged});
 }
 
 constexpr auto in_this_process = [](auto const &operation) { return fail_each_allocation(operation); };
@@ -376,13 +376,13 @@ AllocationFaults insert_into_table()
                                       table.emplace(text, text);
                                       return table.value(text);
                                   },
-                                  told_text});
+                                  qstring_text});
 }
 
 AllocationFaults match()
 {
     QRegularExpression const expression(q("^(a|b)+$"));
-    return in_processes(Operation{nothing, [&](auto) { return expression.match(q("abba")).captured(1); }, told_text});
+    return in_processes(Operation{nothing, [&](auto) { return expression.match(q("abba")).captured(1); }, qstring_text});
 }
 
 AllocationFaults list_folder()
@@ -414,7 +414,7 @@ AllocationFaults fill_message_outside_an_arena()
                                       message->mutable_array_value()->add_elements();
                                       return message.get();
                                   },
-                                  told_message});
+                                  message_bytes});
 }
 
 Limit const limits[] = {

@@ -5,7 +5,7 @@
 #include "fuzz/promise.h"
 #include "fuzz/target.h"
 
-#include "faults/constructors.h"
+#include "support/records/constructors.h"
 #include "support/told.h"
 
 #include <google/protobuf/descriptor.h>
@@ -169,19 +169,19 @@ public:
 private:
     void check_of_message(Constructor const &constructor, Message const &message, Message const &numbered)
     {
-        constructor.print_error(message, first_);
-        constructor.print_error(message, second_);
+        constructor.build_from_message(message, first_);
+        constructor.build_from_message(message, second_);
         hold(first_ == second_, "two records of one message are equal");
         if (texts_.empty())
             return;
-        constructor.print_error(numbered, second_);
+        constructor.build_from_message(numbered, second_);
         hold_texts(first_, second_, texts_);
     }
 
     void check_of_bytes(Constructor const &constructor, std::string_view bytes)
     {
-        constructor.tell_of_bytes(bytes, first_);
-        constructor.tell_of_bytes(bytes, second_);
+        constructor.build_from_bytes(bytes, first_);
+        constructor.build_from_bytes(bytes, second_);
         hold(first_ == second_, "two records of one message are equal");
         auto const &chunks = first_.byte_strings();
         if (bytes.size() <= skip_ && skip_ > 0)

@@ -4,8 +4,8 @@
 #include "fuzz/message_inputs.h"
 #include "fuzz/message_mutator.h"
 
-#include "faults/constructors.h"
-#include "faults/message_filler.h"
+#include "support/records/constructors.h"
+#include "support/records/message_filler.h"
 
 #include <capture_reader.h>
 #include <input_file.h>

@@ -37,7 +37,7 @@ TEST(Construction, of_all_kinds_of_records_from_shared_messages)
     std::vector<Row> rows;
     for (std::uint32_t shape = 0; shape < shapes; ++shape) {
         for (auto const &construct : constructors(shape))
-            rows.push_back({construct, told(construct())});
+            rows.push_back({construct, text_of(construct())});
     }
     std::atomic<std::size_t> built = 0;
     std::atomic<std::size_t> different = 0;
@@ -46,7 +46,7 @@ TEST(Construction, of_all_kinds_of_records_from_shared_messages)
         std::ranges::shuffle(order, std::mt19937(static_cast<unsigned int>(thread)));
         for (auto const &[construct, text] : order) {
             ++built;
-            different += told(construct()) != text;
+            different += text_of(construct()) != text;
         }
     });
     EXPECT_EQ(built, threads * rows.size());
@@ -64,7 +64,7 @@ TEST(ConstructionDeathTest, on_all_threads_may_be_the_first_use)
             std::vector<std::string> texts(threads);
             on_threads([&](std::size_t thread) {
                 for (auto const &construct : made)
-                    texts[thread] += told(construct()) + '\n';
+                    texts[thread] += text_of(construct()) + '\n';
                 rpc::php::v1::ZVal value;
                 PelorinPHPX::to_protobuf_zval(value, QVariant(QList<QVariant>{1, QStringLiteral("b")}));
                 texts[thread] += PelorinPHPX::qvariant_from_protobuf_zval(value).toString().toStdString();

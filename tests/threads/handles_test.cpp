@@ -34,7 +34,7 @@ std::vector<Record> records(std::uint32_t shapes)
 std::vector<std::string> texts_of(std::vector<Record> const &records)
 {
     std::vector<std::string> texts(records.size());
-    std::ranges::transform(records, texts.begin(), told);
+    std::ranges::transform(records, texts.begin(), text_of);
     return texts;
 }
 
@@ -61,7 +61,7 @@ TEST(Handles, are_copied_and_released_ten_million_times)
             place.emplace(shared[number]);
             if (copy % copies_for_a_look == 0) {
                 ++looks;
-                misread += told(*place) != texts[number];
+                misread += text_of(*place) != texts[number];
             }
         }
         for (auto &place : held) {
@@ -125,7 +125,7 @@ TEST(Handles, go_with_a_last_owner_that_chance_chose_while_others_read)
     on_threads([&](std::size_t thread) {
         auto &owner = owners[thread];
         for (auto &[number, record, is_last] : owner.places) {
-            owner.misread += told(record) != texts[number];
+            owner.misread += text_of(record) != texts[number];
             if (!is_last)
                 owner.wrongly_last += freed_with(record) != 0;
         }
@@ -134,7 +134,7 @@ TEST(Handles, go_with_a_last_owner_that_chance_chose_while_others_read)
                 continue;
             while (handles(record) != 1)
                 std::this_thread::yield();
-            owner.misread += told(record) != texts[number];
+            owner.misread += text_of(record) != texts[number];
             auto const freed = freed_with(record);
             owner.wrongly_early += freed == 0;
             owner.blocks_freed += freed;

@@ -1,7 +1,7 @@
 #include "threads/records.h"
 
-#include "faults/constructor_table.h"
-#include "faults/made.h"
+#include "support/records/constructor_table.h"
+#include "support/records/make_record.h"
 
 #include <tarnwick/data/print.h>
 
@@ -30,11 +30,11 @@ std::function<Record()> constructor(std::uint32_t shape, Source source, Argument
         return [bytes = MessageFiller(shape).text(), arguments...] {
             Message message;
             fill(message.handle(), bytes);
-            return Record(made<Handle>(std::move(message), arguments...));
+            return Record(make_record<Handle>(std::move(message), arguments...));
         };
     } else {
         auto const construct = [arguments...](Message const &message) {
-            return Record(made<Handle>(message, arguments...));
+            return Record(make_record<Handle>(message, arguments...));
         };
         auto bytes = shaped<Message>(shape).SerializeAsString();
         if (source == Source::bytes)
@@ -47,7 +47,7 @@ std::function<Record()> constructor(std::uint32_t shape, Source source, Argument
 
 } // namespace
 
-std::string told(Record const &record)
+std::string text_of(Record const &record)
 {
     return std::visit([](auto const &handle) { return data::to_text(handle); }, record);
 }

@@ -40,7 +40,7 @@ using Record =
                  data::glimmet::SqlConnection, data::glimmet::SqlTransaction>;
 
 /// All fields of a record, at every depth, as text.
-std::string told(Record const &record);
+std::string text_of(Record const &record);
 
 /// How many handles a record has. Asking orders nothing between threads.
 int handles(Record const &record);

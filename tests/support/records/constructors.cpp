@@ -1,6 +1,6 @@
-#include "faults/constructors.h"
+#include "support/records/constructors.h"
 
-#include "faults/constructor_table.h"
+#include "support/records/constructor_table.h"
 
 #include <memory>
 #include <string>
@@ -20,17 +20,17 @@ Constructor stack_trace_of_a_list(std::string name)
             .fail_each_allocation =
                 [](std::uint32_t shape, FieldCoverage &coverage) {
                     auto const message = shaped<Frames>(shape);
-                    coverage.see(message);
+                    coverage.add(message);
                     return fail_each_allocation(
                         Operation{[&]() -> auto const & { return message.frames(); },
-                                  [](auto const &frames) { return data::php::StackTrace(frames); }, told});
+                                  [](auto const &frames) { return data::php::StackTrace(frames); }, record_text});
                 },
             .prototype = &Frames::default_instance(),
-            .tell = [](google::protobuf::Message const &message,
+            .build_from_message = [](google::protobuf::Message const &message,
                        Told &all) { print_error(data::php::StackTrace(static_cast<Frames const &>(message).frames()), all); }};
 }
 
-/// A chunk takes its transport message along, so that each run needs another.
+/// A chunk takes ownership of its transport message, so each run needs a new one.
 template <class Record, class Message, class... Arguments>
 Constructor constructor_of_chunk(std::string name, Arguments const &...arguments)
 {
@@ -45,13 +45,13 @@ Constructor constructor_of_chunk(std::string name, Arguments const &...arguments
                             fill(message->handle(), bytes);
                             return message;
                         },
-                        [&](auto const &message) { return made<Record>(std::move(*message), arguments...); }, told});
+                        [&](auto const &message) { return make_record<Record>(std::move(*message), arguments...); }, record_text});
                 },
-            .tell_of_bytes =
+            .build_from_bytes =
                 [arguments...](std::string_view bytes, Told &all) {
                     Message message;
                     fill(message.handle(), bytes);
-                    print_error(made<Record>(std::move(message), arguments...), all);
+                    print_error(make_record<Record>(std::move(message), arguments...), all);
                 }};
 }
 

@@ -9,9 +9,9 @@
 
 namespace tarnwick::test {
 
-/// Fills messages of any type, a shape for each number: the same number gives the same message. Every field, at every
-/// depth, is filled in some shapes and left out in others; texts are short and long, UTF-8 or not; numbers are small, so
-/// that ids find each other, or large; enumerations can hold unknown numbers. Shape 0 is the empty message.
+/// Fills messages of any type. The same number of a shape always yields the same message. Every field, at every depth,
+/// is filled in some shapes and absent in others. Texts are short and long, UTF-8 or not. Numbers are large, or small so
+/// that ids match. Enumerations can have unknown numbers. Shape 0 is the empty message.
 class MessageFiller {
 public:
     explicit MessageFiller(std::uint32_t shape)
@@ -22,7 +22,7 @@ public:
 
     void fill(google::protobuf::Message &message);
 
-    /// From 0 to `end - 1`; 0 in shape 0.
+    /// Returns a number from 0 to `end - 1`; 0 in shape 0.
     std::uint32_t below(std::uint32_t end) { return shape_ == 0 ? 0 : static_cast<std::uint32_t>(random_()) % end; }
     std::string text();
     std::int64_t number();
@@ -47,12 +47,14 @@ Message shaped(std::uint32_t shape)
     return message;
 }
 
-/// Of the messages that it saw, with all in them: the fields that none of them fills, and those that all fill.
+/// Collects which fields of messages, at every depth, are filled and absent.
 class FieldCoverage {
 public:
-    void see(google::protobuf::Message const &message);
+    void add(google::protobuf::Message const &message);
 
+    /// The fields that no message fills.
     [[nodiscard]] std::set<std::string> never_filled() const { return difference(absent_, filled_); }
+    /// The fields that every message fills.
     [[nodiscard]] std::set<std::string> never_absent() const { return difference(filled_, absent_); }
 
 private:

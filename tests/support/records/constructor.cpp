@@ -1,4 +1,4 @@
-#include "faults/constructor.h"
+#include "support/records/constructor.h"
 
 #include <fmt/format.h>
 

@@ -10,7 +10,7 @@
 
 namespace tarnwick::test {
 
-/// How a run ended in which allocations may have failed.
+/// The end of a run in which allocations may have failed.
 struct Run {
     enum class Outcome { complete, incomplete, bad_alloc, other_exception, end_of_process };
 
@@ -18,35 +18,35 @@ struct Run {
     bool had_fault = false;
     std::ptrdiff_t blocks_left = 0; ///< blocks of memory more than before
 
-    /// What it broke, empty if nothing.
+    /// The promise that the run broke, empty if none.
     [[nodiscard]] std::string violation() const;
 };
 
-/// Runs with faults: how many there were, and what was broken by which.
+/// The number of runs with faults, and what each broken promise was.
 struct AllocationFaults {
     std::size_t count = 0;
     std::vector<std::string> violations;
 };
 
-/// Calls `run(first, last)`, for a run in which the allocations from `first` to `last` fail, with each allocation in turn
-/// as the first, until nothing failed: once so that it alone fails, once so that all behind it fail too.
+/// Calls `run(first, last)`, in which the allocations from `first` to `last` fail, with each allocation in turn as the
+/// first, until no allocation fails: once so that it alone fails, once so that all later ones fail too.
 AllocationFaults fail_each_allocation(std::function<Run(std::size_t first, std::size_t last)> const &run);
 
-/// The same run in a process of its own, so that it can end it.
+/// The same run in a child process, which the run may end.
 Run in_a_process(std::function<Run()> const &run);
 
-/// What is to be run. `prepare()` gives what the operation needs, `operate(prepared)` gives the result, `print_error(result)` is
-/// all that is in it. The operation alone meets faults.
-template <class Prepare, class Operate, class Tell>
+/// An operation to run: `prepare()` returns its input, `operate(prepared)` its result, and `text_of(result)` the whole
+/// content of the result as text. Only allocations of `operate` fail.
+template <class Prepare, class Operate, class TextOf>
 struct Operation {
     Prepare prepare;
     Operate operate;
-    Tell tell;
+    TextOf text_of;
 
     [[nodiscard]] std::string result_without_faults() const
     {
         auto &&prepared = prepare();
-        return print_error(operate(prepared));
+        return text_of(operate(prepared));
     }
 
     [[nodiscard]] Run run(std::size_t first, std::size_t last, std::string const &expected) const
@@ -59,7 +59,7 @@ struct Operation {
             try {
                 auto const result = operate(prepared);
                 run.had_fault = failing.stop() > 0;
-                run.outcome = print_error(result) == expected ? Run::Outcome::complete : Run::Outcome::incomplete;
+                run.outcome = text_of(result) == expected ? Run::Outcome::complete : Run::Outcome::incomplete;
             } catch (std::bad_alloc const &) {
                 run.outcome = Run::Outcome::bad_alloc;
             } catch (...) {
@@ -72,19 +72,19 @@ struct Operation {
     }
 };
 
-/// Lets each allocation of an operation fail. Each run must end in `std::bad_alloc` or give what a run without faults
-/// gives, and leave as many blocks of memory as there were.
+/// Fails each allocation of an operation in turn. Each run must throw `std::bad_alloc` or return the result of a run
+/// without faults, and must leave as many blocks of memory as before.
 template <class... Parts>
 AllocationFaults fail_each_allocation(Operation<Parts...> const &operation)
 {
-    // What a process makes once, at first use, is made here.
+    // Objects that a process allocates once, at first use, are allocated here.
     auto const expected = operation.result_without_faults();
     return fail_each_allocation(
         [&](std::size_t first, std::size_t last) { return operation.run(first, last, expected); });
 }
 
-/// The same for an operation that may end its process, which is a violation like others. Up to the first one, since
-/// processes take time.
+/// The same for an operation that may end its process, which is a violation like others. Stops at the first violation,
+/// since processes take time.
 template <class... Parts>
 AllocationFaults fail_each_allocation_in_processes(Operation<Parts...> const &operation)
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "faults/allocation_faults.h"
-#include "faults/made.h"
-#include "faults/message_filler.h"
+#include "support/allocation_faults.h"
+#include "support/records/make_record.h"
+#include "support/records/message_filler.h"
 #include "support/told.h"
 
 #include <tarnwick/data/print.h>
@@ -25,25 +25,25 @@ namespace tarnwick::test {
 /// A constructor of a record from a message.
 struct Constructor {
     std::string name;
-    /// The class and the message's class as symbols have them: `tarnwick::data::php::RequestId(tarnwick::rpc::...`.
+    /// The class and the class of the message, as in symbols: `tarnwick::data::php::RequestId(tarnwick::rpc::...`.
     std::string signature;
     bool takes_memory = true;
-    /// Makes the record of a message of that shape, with faults.
+    /// Builds the record of a message of that shape while allocations fail.
     std::function<AllocationFaults(std::uint32_t shape, FieldCoverage &)> fail_each_allocation;
-    /// An empty message; null where the record is made of a transport message.
+    /// An empty message; null if the record is built from a transport message.
     google::protobuf::Message const *prototype = nullptr;
-    /// Makes the record of a message of the prototype's class, or of a transport message of those bytes, and tells what is
-    /// in it. Each constructor has one of the two.
-    std::function<void(google::protobuf::Message const &, Told &)> tell = nullptr;
-    std::function<void(std::string_view bytes, Told &)> tell_of_bytes = nullptr;
+    /// Builds the record of a message of the prototype's class, or of a transport message of those bytes, and stores the
+    /// content of the record. Each constructor has one of the two.
+    std::function<void(google::protobuf::Message const &, Told &)> build_from_message = nullptr;
+    std::function<void(std::string_view bytes, Told &)> build_from_bytes = nullptr;
 };
 
-/// Makes the record of 20 shapes of the message and of as many more as give the faults wanted, up to a shape in which
-/// something is violated. That there is no fault at all is a violation too, and a field that was never filled or never
-/// absent.
+/// Builds the record of 20 shapes of the message, and of more until `faults_wanted` allocations have failed. Stops at the
+/// first shape with a violation. A constructor that takes memory but met no fault is a violation too, and so is a field
+/// that was never filled or never absent.
 AllocationFaults fail_all_shapes(Constructor const &constructor, std::size_t faults_wanted);
 
-inline constexpr auto told = [](auto const &record) { return data::to_text(record); };
+inline constexpr auto record_text = [](auto const &record) { return data::to_text(record); };
 
 template <class T>
 std::string symbol()
@@ -59,7 +59,7 @@ std::string signature()
     return symbol<class_of_t<Record>>() + "(" + symbol<Message>();
 }
 
-/// The constructor of a record, or of a handle's payload, from a message and the arguments that stand behind it.
+/// The constructor of a record, or of a handle's payload, from a message and further arguments.
 template <class Record, class Message, class... Arguments>
 Constructor constructor_of(std::string name, Arguments const &...arguments)
 {
@@ -68,15 +68,15 @@ Constructor constructor_of(std::string name, Arguments const &...arguments)
             .fail_each_allocation =
                 [arguments...](std::uint32_t shape, FieldCoverage &coverage) {
                     auto const message = shaped<Message>(shape);
-                    coverage.see(message);
+                    coverage.add(message);
                     return fail_each_allocation(
                         Operation{[&]() -> Message const & { return message; },
-                                  [&](Message const &given) { return made<Record>(given, arguments...); }, told});
+                                  [&](Message const &given) { return make_record<Record>(given, arguments...); }, record_text});
                 },
             .prototype = &Message::default_instance(),
-            .tell =
+            .build_from_message =
                 [arguments...](google::protobuf::Message const &message, Told &all) {
-                    print_error(made<Record>(static_cast<Message const &>(message), arguments...), all);
+                    print_error(make_record<Record>(static_cast<Message const &>(message), arguments...), all);
                 }};
 }
 

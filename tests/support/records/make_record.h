@@ -7,8 +7,8 @@
 
 namespace tarnwick::test {
 
-/// What stands in front of a chunk of the protobuf dialect, as its records are told here.
-inline constexpr long chunk_skip = 3; // bytes
+/// Bytes before a chunk of the protobuf dialect, in all records that tests build.
+inline constexpr long chunk_skip = 3;
 
 template <class Record>
 struct ClassOf {
@@ -21,12 +21,13 @@ struct ClassOf<Record> {
     using Type = Record::Type;
 };
 
-/// The class whose constructor is meant: of a handle, the payload.
+/// The class whose constructor reads a message: the payload of a handle, otherwise the record itself.
 template <class Record>
 using class_of_t = ClassOf<Record>::Type;
 
+/// Builds a record: a handle of a new payload, or a value.
 template <class Record, class... Arguments>
-Record made(Arguments &&...arguments)
+Record make_record(Arguments &&...arguments)
 {
     if constexpr (std::is_same_v<class_of_t<Record>, Record>)
         return Record(std::forward<Arguments>(arguments)...);

@@ -2,8 +2,8 @@
 
 // All constructors of records from messages, for who wants to try what holds for each.
 
-#include "faults/made.h"
-#include "faults/message_filler.h"
+#include "support/records/make_record.h"
+#include "support/records/message_filler.h"
 
 #include <tarnwick/data/codetrace/add_data.h>
 #include <tarnwick/data/codetrace/data.h>

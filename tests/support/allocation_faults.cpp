@@ -1,4 +1,4 @@
-#include "faults/allocation_faults.h"
+#include "support/allocation_faults.h"
 
 #include <fmt/format.h>
 
@@ -48,7 +48,7 @@ AllocationFaults fail_each_allocation(std::function<Run(std::size_t first, std::
         auto const ended = run(first, last);
         if (auto const violation = ended.violation(); !violation.empty())
             faults.violations.push_back(
-                fmt::format("allocation {}{}: {}", first, last == first ? "" : " and all behind it", violation));
+                fmt::format("allocation {}{}: {}", first, last == first ? "" : " and all after it", violation));
         faults.count += ended.had_fault;
         return ended.had_fault;
     };
@@ -67,7 +67,7 @@ Run in_a_process(std::function<Run()> const &run)
         std::abort();
     auto const child = fork();
     if (child == 0) {
-        // Its last words are expected and not worth reading.
+        // The child's messages are expected.
         close(STDERR_FILENO);
         auto const result = run();
         _exit(write(ends[1], &result, sizeof result) == sizeof result ? EXIT_SUCCESS : EXIT_FAILURE);

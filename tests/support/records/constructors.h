@@ -1,12 +1,12 @@
 #pragma once
 
-#include "faults/constructor.h"
+#include "support/records/constructor.h"
 
 #include <vector>
 
 namespace tarnwick::test {
 
-/// Those of all records, in both dialects.
+/// All constructors of records from messages, in both dialects.
 std::vector<Constructor> constructors();
 
 } // namespace tarnwick::test

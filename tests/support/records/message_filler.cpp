@@ -1,4 +1,4 @@
-#include "faults/message_filler.h"
+#include "support/records/message_filler.h"
 
 #include <google/protobuf/descriptor.h>
 
@@ -77,7 +77,7 @@ void MessageFiller::set(Message &message, FieldDescriptor const &field)
                                        static_cast<int>(below(static_cast<std::uint32_t>(known) + 1)));
     }
     default:
-        throw std::logic_error("no message had a field of this type: " + std::string(field.full_name()));
+        throw std::logic_error("no field has this type: " + std::string(field.full_name()));
     }
 }
 
@@ -86,7 +86,7 @@ std::string MessageFiller::text()
     std::string text;
     for (auto left = below(40); left > 0; --left)
         text += static_cast<char>('a' + below(26));
-    // No byte of UTF-8.
+    // Never part of UTF-8.
     if (below(8) == 1)
         text += '\xff';
     return text;
@@ -100,7 +100,7 @@ std::int64_t MessageFiller::number()
     return below(2) == 0 ? -large : large << 16;
 }
 
-void FieldCoverage::see(Message const &message)
+void FieldCoverage::add(Message const &message)
 {
     auto const &type = *message.GetDescriptor();
     auto const &reflection = *message.GetReflection();
@@ -112,9 +112,9 @@ void FieldCoverage::see(Message const &message)
         if (!is_filled || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE)
             continue;
         if (!field->is_repeated())
-            see(reflection.GetMessage(message, field));
+            add(reflection.GetMessage(message, field));
         for (int k = 0; field->is_repeated() && k < reflection.FieldSize(message, field); ++k)
-            see(reflection.GetRepeatedMessage(message, field, k));
+            add(reflection.GetRepeatedMessage(message, field, k));
     }
 }
 
