@@ -1,4 +1,5 @@
 #include "support/config_files.h"
+#include "support/table.h"
 
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/qstring_format.h>
@@ -185,7 +186,7 @@ struct FaultCase {
     char const *text;
 };
 
-class FaultOfAnObserver : public testing::TestWithParam<FaultCase> {};
+class FaultOfAnObserver : public TableTest<FaultCase> {};
 
 TEST_P(FaultOfAnObserver, names_the_includes_that_led_to_it)
 {
@@ -222,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(FaultCase{"opened", true, false, "include='FOLDER/deep.conf' at FOLDER/part.conf:2\n\tenough"},
                     FaultCase{"added", false, false, "include='FOLDER/deep.conf' at FOLDER/part.conf:2\n\tenough"},
                     FaultCase{"merged", false, true, "enough"}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 TEST(ConfigObserver, can_end_a_load)
 {

@@ -1,10 +1,10 @@
 // Files that were made to harm, or grew beyond measure: each ends in a table or in an exception with its place.
 
-#include "support/by_name.h"
 #include "support/config_files.h"
 #include "support/file_faults.h"
 #include "support/open_files.h"
 #include "support/small_stack.h"
+#include "support/table.h"
 
 #include <tarnwick/pconfig_observer.h>
 
@@ -304,7 +304,7 @@ struct SpaceCase {
     bool is_space;
 };
 
-class UnicodeSpace : public testing::TestWithParam<SpaceCase> {};
+class UnicodeSpace : public TableTest<SpaceCase> {};
 
 TEST_P(UnicodeSpace, is_stripped_around_key_and_value)
 {

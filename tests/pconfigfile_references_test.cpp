@@ -1,7 +1,7 @@
 // ConfigFile: references and quotes in values.
 
-#include "support/by_name.h"
 #include "support/config_files.h"
+#include "support/table.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ struct ValueCase {
     std::optional<std::string> stored; ///< absent: the directive is dropped
 };
 
-class Value : public testing::TestWithParam<ValueCase> {};
+class Value : public TableTest<ValueCase> {};
 
 TEST_P(Value, is_stored)
 {

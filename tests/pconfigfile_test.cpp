@@ -1,9 +1,9 @@
 // Reading a file: lines, directives, the prefix, the table, what a fault says and what is logged. References and quotes
 // stand in pconfigfile_references_test.cpp, includes in pconfigfile_includes_test.cpp.
 
-#include "support/by_name.h"
 #include "support/config_files.h"
 #include "support/log_lines.h"
+#include "support/table.h"
 
 #include <tarnwick/config/line_reader.h>
 
@@ -39,7 +39,7 @@ struct ContentCase {
     std::string app = {}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
-class Content : public testing::TestWithParam<ContentCase> {};
+class Content : public TableTest<ContentCase> {};
 
 TEST_P(Content, becomes_a_table)
 {
@@ -106,7 +106,7 @@ struct FaultCase {
     std::string app = {}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
-class Fault : public testing::TestWithParam<FaultCase> {};
+class Fault : public TableTest<FaultCase> {};
 
 TEST_P(Fault, is_told_with_its_place)
 {
@@ -364,7 +364,7 @@ struct MergeCase {
     Texts merged;
 };
 
-class Merge : public testing::TestWithParam<MergeCase> {
+class Merge : public TableTest<MergeCase> {
 protected:
     static ConfigFile filled(Texts const &lines)
     {
@@ -390,7 +390,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MergeCase{"IntoAnotherReversed", {"x=0"}, {"a=1", "a=2", "a=3"}, {"a=1", "a=2", "a=3", "x=0"}},
                     MergeCase{"ReversedBeforeOlderValues", {"a=0"}, {"a=1", "a=2"}, {"a=1", "a=2", "a=0"}},
                     MergeCase{"EqualValuesStay", {"a=1"}, {"a=1"}, {"a=1", "a=1"}}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 // Log.
 

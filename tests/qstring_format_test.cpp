@@ -1,7 +1,8 @@
 #include <tarnwick/qstring_format.h>
 
+#include "support/table.h"
+
 #include <iterator>
-#include <ostream>
 #include <string>
 
 #include <QString>
@@ -10,6 +11,9 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using tarnwick::test::by_name;
+using tarnwick::test::TableTest;
 
 // Formats {0}, with a width in {1} and a precision in {2} for the formats that ask for them.
 template <typename Text>
@@ -25,11 +29,9 @@ struct Row {
     std::string expected;
     int width = 0;
     int precision = 0;
-
-    friend void PrintTo(Row const &row, std::ostream *stream) { *stream << row.format; }
 };
 
-class QStringFormat : public testing::TestWithParam<Row> {};
+class QStringFormat : public TableTest<Row> {};
 
 TEST_P(QStringFormat, gives_the_text)
 {
@@ -60,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"EmbeddedNul", "'{}'", nul_text, "'" + nul_text + "'"}, Row{"LineFeed", "{}", "a\nb", "a\nb"},
                     Row{"MultiByte", "{}", "Größe " + euro + kanji + emoji, "Größe " + euro + kanji + emoji},
                     Row{"Long", "{}", std::string(5'000, 'x'), std::string(5'000, 'x')}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 INSTANTIATE_TEST_SUITE_P(
     Width, QStringFormat,
@@ -82,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"Dynamic", "{0:{1}}|", "abc", "abc   |", 6}, Row{"DynamicZero", "{0:{1}}|", "abc", "abc|", 0},
                     Row{"DynamicByOrder", "{:{}}|", "abc", "abc  |", 5},
                     Row{"DynamicFilledRight", "{0:->{1}}", "abc", "---abc", 6}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 INSTANTIATE_TEST_SUITE_P(Precision, QStringFormat,
                          testing::Values(Row{"Cuts", "{:.2}", "abc", "ab"}, Row{"CutsToNothing", "{:.0}|", "abc", "|"},
@@ -97,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Precision, QStringFormat,
                                          Row{"DynamicZero", "{0:.{2}}|", "abcdef", "|", 0, 0},
                                          Row{"DynamicWithDynamicWidth", "{0:.>{1}.{2}}", "abcdef", "..abcd", 6, 4},
                                          Row{"DynamicByOrder", "{:{}.{}}|", "abcdef", "abcd  |", 6, 4}),
-                         [](auto const &row) { return row.param.name; });
+                         by_name);
 
 INSTANTIATE_TEST_SUITE_P(Debug, QStringFormat,
                          testing::Values(Row{"Quotes", "{:?}", "text", "\"text\""}, Row{"Empty", "{:?}", "", "\"\""},
@@ -105,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Debug, QStringFormat,
                                          Row{"Nul", "{:?}", nul_text, R"("a\x00b")"},
                                          Row{"KeepsPrintableMultiByte", "{:?}", "ö" + euro, "\"ö" + euro + "\""},
                                          Row{"WithWidth", "{:*>8?}", "text", "**\"text\""}),
-                         [](auto const &row) { return row.param.name; });
+                         by_name);
 
 TEST(QStringFormatTest, null_is_an_empty_text)
 {
@@ -143,11 +145,9 @@ struct WrongRow {
     char const *format;
     int width = 0;
     int precision = 0;
-
-    friend void PrintTo(WrongRow const &row, std::ostream *stream) { *stream << row.format; }
 };
 
-class QStringFormatWrong : public testing::TestWithParam<WrongRow> {};
+class QStringFormatWrong : public TableTest<WrongRow> {};
 
 TEST_P(QStringFormatWrong, throws_as_for_a_std_string)
 {
@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongRow{"WidthTooLarge", "{:99999999999}"}, WrongRow{"NegativeDynamicWidth", "{0:{1}}", -1},
                     WrongRow{"NegativeDynamicPrecision", "{0:.{2}}", 0, -1}, WrongRow{"WidthFromAText", "{0:{0}}"},
                     WrongRow{"WidthFromNoArgument", "{0:{9}}"}, WrongRow{"NoSuchArgument", "{9}"}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 TEST(QStringFormatTest, a_wrong_specification_throws_at_run_time)
 {

@@ -1,6 +1,7 @@
 #include "support/allocations.h"
 #include "support/config_files.h"
 #include "support/log_lines.h"
+#include "support/table.h"
 
 #include <tarnwick/tarnwick_utils.h>
 
@@ -35,7 +36,7 @@ struct DbPathCase {
     std::string expected_resolved;
 };
 
-class DbPath : public testing::TestWithParam<DbPathCase> {};
+class DbPath : public TableTest<DbPathCase> {};
 
 TEST_P(DbPath, is_compared)
 {
@@ -74,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
         DbPathCase{"RelativeThatExists", "db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
         DbPathCase{"RelativeThatDoesNot", "missing", "FOLDER/missing", false, "missing", "FOLDER/missing"},
         DbPathCase{"RelativeIsCleaned", "./a/../missing", "missing", true, "missing", "missing"}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 TEST(DbPathOfNone, is_fine_and_logs_nothing)
 {

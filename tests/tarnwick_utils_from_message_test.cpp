@@ -1,6 +1,6 @@
 #include <tarnwick/tarnwick_utils.h>
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
@@ -15,7 +15,6 @@
 
 #include <cmath>
 #include <limits>
-#include <ostream>
 #include <string>
 
 namespace PelorinPHPX {
@@ -25,6 +24,8 @@ using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
 using RpcZVal = tarnwick::rpc::php::v1::ZVal;
 using tarnwick::test::by_name;
 using tarnwick::test::from_text;
+using tarnwick::test::rows;
+using tarnwick::test::TableTest;
 using namespace Qt::StringLiterals;
 
 QVariant from_rpc(std::string const &textproto)
@@ -61,8 +62,6 @@ struct Read {
     char const *name;
     std::string textproto;
     QVariant value;
-
-    friend void PrintTo(Read const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 Read const rpc_cases[] = {
@@ -86,14 +85,14 @@ Read const rpc_cases[] = {
     {"case_10_with_nothing_is_the_epoch", "timestamp_value { }", in_utc(0)},
 };
 
-class FromRpc : public testing::TestWithParam<Read> {};
+class FromRpc : public TableTest<Read> {};
 
 TEST_P(FromRpc, gives)
 {
     expect_exactly(from_rpc(GetParam().textproto), GetParam().value);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, FromRpc, testing::ValuesIn(rpc_cases), by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, FromRpc, rows(rpc_cases), by_name);
 
 Read const protobuf_cases[] = {
     {"type_0_is_invalid", "", {}},
@@ -124,21 +123,19 @@ Read const protobuf_cases[] = {
     {"type_7_without_a_member_is_the_epoch", "type: TYPE_TIMESTAMP", in_utc(0)},
 };
 
-class FromProtobuf : public testing::TestWithParam<Read> {};
+class FromProtobuf : public TableTest<Read> {};
 
 TEST_P(FromProtobuf, gives)
 {
     expect_exactly(from_protobuf(GetParam().textproto), GetParam().value);
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, FromProtobuf, testing::ValuesIn(protobuf_cases), by_name);
+INSTANTIATE_TEST_SUITE_P(Types, FromProtobuf, rows(protobuf_cases), by_name);
 
 struct JsonText {
     char const *name;
     std::string json;
     QVariant value;
-
-    friend void PrintTo(JsonText const &row, std::ostream *out) { *out << row.json; }
 };
 
 JsonText const json_texts[] = {
@@ -164,7 +161,7 @@ JsonText const json_texts[] = {
     {"not_utf8", "[\"\xff\"]", {}},
 };
 
-class FromJson : public testing::TestWithParam<JsonText> {};
+class FromJson : public TableTest<JsonText> {};
 
 TEST_P(FromJson, gives)
 {
@@ -178,14 +175,12 @@ TEST_P(FromJson, gives)
     expect_exactly(qvariant_from_protobuf_zval(protobuf), GetParam().value);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, FromJson, testing::ValuesIn(json_texts), by_name);
+INSTANTIATE_TEST_SUITE_P(Texts, FromJson, rows(json_texts), by_name);
 
 struct Time {
     char const *name;
     std::string textproto;
     QVariant value;
-
-    friend void PrintTo(Time const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 Time const times[] = {
@@ -202,7 +197,7 @@ Time const times[] = {
      QDateTime::fromSecsSinceEpoch(std::numeric_limits<qint64>::max(), QTimeZone::utc())},
 };
 
-class FromTime : public testing::TestWithParam<Time> {};
+class FromTime : public TableTest<Time> {};
 
 TEST_P(FromTime, gives)
 {
@@ -211,7 +206,7 @@ TEST_P(FromTime, gives)
                    GetParam().value);
 }
 
-INSTANTIATE_TEST_SUITE_P(Times, FromTime, testing::ValuesIn(times), by_name);
+INSTANTIATE_TEST_SUITE_P(Times, FromTime, rows(times), by_name);
 
 TEST(FromMessage, a_time_is_in_utc)
 {
@@ -307,8 +302,6 @@ struct BothWays {
     QVariant start;
     QVariant rpc_end;
     QVariant protobuf_end;
-
-    friend void PrintTo(BothWays const &row, std::ostream *out) { *out << described(row.start); }
 };
 
 constexpr auto long_max = std::numeric_limits<qlonglong>::max();
@@ -357,7 +350,7 @@ QVariant there_and_back(QVariant const &value)
     return qvariant_from_protobuf_zval(message);
 }
 
-class VariantBothWays : public testing::TestWithParam<BothWays> {};
+class VariantBothWays : public TableTest<BothWays> {};
 
 TEST_P(VariantBothWays, rpc)
 {
@@ -369,7 +362,7 @@ TEST_P(VariantBothWays, protobuf)
     expect_exactly(there_and_back<ProtobufZVal>(GetParam().start), GetParam().protobuf_end);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, VariantBothWays, testing::ValuesIn(both_ways), by_name);
+INSTANTIATE_TEST_SUITE_P(Table, VariantBothWays, rows(both_ways), by_name);
 
 } // namespace
 } // namespace PelorinPHPX

@@ -2,7 +2,7 @@
 
 #include <tarnwick/tarnwick_utils.h>
 
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
@@ -14,7 +14,6 @@
 #include <QtCore/QUrl>
 
 #include <cmath>
-#include <ostream>
 #include <string>
 
 namespace PelorinPHPX {
@@ -23,6 +22,8 @@ namespace {
 using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
 using RpcZVal = tarnwick::rpc::php::v1::ZVal;
 using tarnwick::test::by_name;
+using tarnwick::test::rows;
+using tarnwick::test::TableTest;
 using namespace Qt::StringLiterals;
 
 template <class Value>
@@ -48,8 +49,6 @@ struct ListCase {
     char const *name;
     QList<QVariant> values;
     char const *json;
-
-    friend void PrintTo(ListCase const &row, std::ostream *out) { *out << row.json; }
 };
 
 ListCase const list_cases[] = {
@@ -65,7 +64,7 @@ ListCase const list_cases[] = {
     {"a_nul_in_a_text_is_escaped_and_cuts_nothing", {u"a\0b"_s, 2}, R"(["a\u0000b",2])"},
 };
 
-class ListToJson : public testing::TestWithParam<ListCase> {};
+class ListToJson : public TableTest<ListCase> {};
 
 TEST_P(ListToJson, rpc)
 {
@@ -83,14 +82,12 @@ TEST_P(ListToJson, in_a_variant_the_same)
     EXPECT_EQ(protobuf_json(QVariant(GetParam().values)), GetParam().json);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lists, ListToJson, testing::ValuesIn(list_cases), by_name);
+INSTANTIATE_TEST_SUITE_P(Lists, ListToJson, rows(list_cases), by_name);
 
 struct MapCase {
     char const *name;
     QMap<QString, QVariant> values;
     char const *json;
-
-    friend void PrintTo(MapCase const &row, std::ostream *out) { *out << row.json; }
 };
 
 MapCase const map_cases[] = {
@@ -108,7 +105,7 @@ MapCase const map_cases[] = {
     {"a_nul_in_a_text_is_escaped_and_cuts_nothing", {{u"a"_s, u"\0"_s}, {u"c"_s, 2}}, R"({"a":"\u0000","c":2})"},
 };
 
-class MapToJson : public testing::TestWithParam<MapCase> {};
+class MapToJson : public TableTest<MapCase> {};
 
 TEST_P(MapToJson, rpc)
 {
@@ -126,7 +123,7 @@ TEST_P(MapToJson, in_a_variant_the_same)
     EXPECT_EQ(protobuf_json(QVariant(GetParam().values)), GetParam().json);
 }
 
-INSTANTIATE_TEST_SUITE_P(Maps, MapToJson, testing::ValuesIn(map_cases), by_name);
+INSTANTIATE_TEST_SUITE_P(Maps, MapToJson, rows(map_cases), by_name);
 
 TEST(Json, of_a_variant_map_and_of_an_equal_map_is_the_same_compact_text)
 {
@@ -146,8 +143,6 @@ struct TwoRoutes {
     QVariant element;
     std::string as_a_whole;
     std::string by_itself;
-
-    friend void PrintTo(TwoRoutes const &row, std::ostream *out) { *out << row.as_a_whole << " / " << row.by_itself; }
 };
 
 TwoRoutes const two_routes[] = {
@@ -159,7 +154,7 @@ TwoRoutes const two_routes[] = {
     {"integer_beyond_a_double", 9007199254740993LL, "9007199254740993", "9007199254740992"},
 };
 
-class JsonByTwoRoutes : public testing::TestWithParam<TwoRoutes> {};
+class JsonByTwoRoutes : public TableTest<TwoRoutes> {};
 
 TEST_P(JsonByTwoRoutes, in_a_variant_as_a_whole)
 {
@@ -187,7 +182,7 @@ TEST_P(JsonByTwoRoutes, of_a_list_or_map_each_element_by_itself)
     EXPECT_EQ(protobuf_json(map), in_map);
 }
 
-INSTANTIATE_TEST_SUITE_P(Elements, JsonByTwoRoutes, testing::ValuesIn(two_routes), by_name);
+INSTANTIATE_TEST_SUITE_P(Elements, JsonByTwoRoutes, rows(two_routes), by_name);
 
 } // namespace
 } // namespace PelorinPHPX

@@ -2,7 +2,7 @@
 
 #include <tarnwick/data/php/zval.h>
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
@@ -27,7 +27,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <ostream>
 #include <string>
 #include <utility>
 
@@ -38,6 +37,8 @@ using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
 using RpcZVal = tarnwick::rpc::php::v1::ZVal;
 using tarnwick::test::by_name;
 using tarnwick::test::from_text;
+using tarnwick::test::rows;
+using tarnwick::test::TableTest;
 using namespace Qt::StringLiterals;
 
 std::string printed(google::protobuf::Message const &message)
@@ -67,8 +68,6 @@ struct Written {
     QVariant value;
     std::string rpc;
     std::string protobuf;
-
-    friend void PrintTo(Written const &row, std::ostream *out) { *out << row.rpc; }
 };
 
 constexpr auto long_max = std::numeric_limits<qlonglong>::max();
@@ -152,7 +151,7 @@ Written const outside_the_table[] = {
     {"no_type", QVariant(), LOST},
 };
 
-class ToMessage : public testing::TestWithParam<Written> {};
+class ToMessage : public TableTest<Written> {};
 
 TEST_P(ToMessage, rpc)
 {
@@ -164,8 +163,8 @@ TEST_P(ToMessage, protobuf)
     EXPECT_EQ(filled<ProtobufZVal>(GetParam().value), same_as<ProtobufZVal>(GetParam().protobuf));
 }
 
-INSTANTIATE_TEST_SUITE_P(InTheTable, ToMessage, testing::ValuesIn(in_the_table), by_name);
-INSTANTIATE_TEST_SUITE_P(OutsideTheTable, ToMessage, testing::ValuesIn(outside_the_table), by_name);
+INSTANTIATE_TEST_SUITE_P(InTheTable, ToMessage, rows(in_the_table), by_name);
+INSTANTIATE_TEST_SUITE_P(OutsideTheTable, ToMessage, rows(outside_the_table), by_name);
 
 TEST(ToMessage, takes_exactly_ten_of_all_meta_types_that_core_can_make)
 {
@@ -218,8 +217,6 @@ struct Instant {
     QDateTime value;
     std::int64_t seconds;
     std::int32_t nanos;
-
-    friend void PrintTo(Instant const &row, std::ostream *out) { *out << row.seconds << " s, " << row.nanos << " ns"; }
 };
 
 QDateTime at(qint64 milliseconds)
@@ -249,7 +246,7 @@ Instant const instants[] = {
     {"no_such_day", QDateTime(QDate(2024, 2, 30), QTime(1, 2, 3, 4), QTimeZone::utc()), 0, 4'000'000},
 };
 
-class DateToMessage : public testing::TestWithParam<Instant> {};
+class DateToMessage : public TableTest<Instant> {};
 
 TEST_P(DateToMessage, rpc)
 {
@@ -270,7 +267,7 @@ TEST_P(DateToMessage, protobuf)
     EXPECT_EQ(message.timestamp_value().nanos(), GetParam().nanos);
 }
 
-INSTANTIATE_TEST_SUITE_P(Instants, DateToMessage, testing::ValuesIn(instants), by_name);
+INSTANTIATE_TEST_SUITE_P(Instants, DateToMessage, rows(instants), by_name);
 
 TEST(ToMessage, of_no_type_gives_null_value_or_type_0_and_never_type_null)
 {

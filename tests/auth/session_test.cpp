@@ -3,7 +3,7 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <ostream>
 #include <vector>
 
 namespace PelorinPHPX {
@@ -23,6 +22,8 @@ using Auth::User;
 using Auth::UserData;
 using tarnwick::test::by_name;
 using tarnwick::test::frees_of;
+using tarnwick::test::rows;
+using tarnwick::test::TableTest;
 using testing::ElementsAre;
 using namespace Qt::StringLiterals;
 
@@ -76,8 +77,6 @@ struct Text {
     char const *name;
     std::optional<User> (*user)();
     QString text;
-
-    friend void PrintTo(Text const &row, std::ostream *out) { *out << row.text.toStdString(); }
 };
 
 Text const texts[] = {
@@ -90,7 +89,7 @@ Text const texts[] = {
      u"oidc://'ann' (ID: 7)"_s},
 };
 
-class SessionText : public testing::TestWithParam<Text> {};
+class SessionText : public TableTest<Text> {};
 
 TEST_P(SessionText, is)
 {
@@ -99,7 +98,7 @@ TEST_P(SessionText, is)
     EXPECT_EQ(session.user_as_string(), GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Session, SessionText, testing::ValuesIn(texts), by_name);
+INSTANTIATE_TEST_SUITE_P(Session, SessionText, rows(texts), by_name);
 
 TEST(Session, text_just_made_says_that_the_user_is_unknown)
 {

@@ -2,7 +2,7 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <ostream>
 #include <type_traits>
 #include <vector>
 
@@ -21,6 +20,8 @@ namespace PelorinPHPX::Auth {
 namespace {
 
 using tarnwick::test::by_name;
+using tarnwick::test::rows;
+using tarnwick::test::TableTest;
 using namespace Qt::StringLiterals;
 
 static_assert(std::is_same_v<decltype(UserData::kind), std::uint8_t>);
@@ -65,8 +66,6 @@ struct Text {
     std::optional<QString> user_name;
     std::optional<std::uint32_t> id;
     QString text;
-
-    friend void PrintTo(Text const &row, std::ostream *out) { *out << row.text.toStdString(); }
 };
 
 Text const texts[] = {
@@ -101,7 +100,7 @@ Text const texts[] = {
     {"name_with_a_nul", 1, u"a\0b"_s, {}, u"local://'a\0b'"_s},
 };
 
-class UserText : public testing::TestWithParam<Text> {};
+class UserText : public TableTest<Text> {};
 
 TEST_P(UserText, is)
 {
@@ -112,7 +111,7 @@ TEST_P(UserText, is)
     EXPECT_EQ(user.to_string(), GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(User, UserText, testing::ValuesIn(texts), by_name);
+INSTANTIATE_TEST_SUITE_P(User, UserText, rows(texts), by_name);
 
 TEST(User, kinds_have_their_numbers)
 {

@@ -10,7 +10,7 @@
 #include <tarnwick/data/php/stack_trace.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
@@ -73,8 +73,6 @@ struct Shape {
     std::size_t factor; ///< that message and record together stay below, as a multiple of the bytes sent
     std::function<std::string()> bytes;
     Peaks (*peaks)(std::string const &bytes);
-
-    friend void PrintTo(Shape const &row, std::ostream *out) { *out << row.name; }
 };
 
 constexpr int many = 100'000;
@@ -168,7 +166,7 @@ Shape const shapes[] = {
      peaks<php::detail::RShutdown, PhpReport>},
 };
 
-class HostileShapes : public testing::TestWithParam<Shape> {};
+class HostileShapes : public test::TableTest<Shape> {};
 
 TEST_P(HostileShapes, take_memory_by_what_was_sent)
 {
@@ -181,7 +179,7 @@ TEST_P(HostileShapes, take_memory_by_what_was_sent)
     EXPECT_LT(per_byte, static_cast<double>(factor));
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, HostileShapes, testing::ValuesIn(shapes), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Of, HostileShapes, test::rows(shapes), test::by_name);
 
 } // namespace
 } // namespace tarnwick::data

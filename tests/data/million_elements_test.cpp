@@ -9,8 +9,8 @@
 #include <tarnwick/data/php/stack_trace.h>
 #include <tarnwick/data/php/superglobals.h>
 
-#include "support/by_name.h"
 #include "support/small_stack.h"
+#include "support/table.h"
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
@@ -30,7 +30,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <variant>
@@ -65,8 +64,6 @@ Record made(auto const &...arguments)
 struct List {
     std::string name;
     std::function<void()> run;
-
-    friend void PrintTo(List const &row, std::ostream *out) { *out << row.name; }
 };
 
 template <class Record, class Message, class... Arguments>
@@ -262,14 +259,14 @@ List const lists[] = {
         keys),
 };
 
-class MillionElements : public testing::TestWithParam<List> {};
+class MillionElements : public test::TableTest<List> {};
 
 TEST_P(MillionElements, are_built_read_and_released_on_a_small_stack)
 {
     GetParam().run();
 }
 
-INSTANTIATE_TEST_SUITE_P(As, MillionElements, testing::ValuesIn(lists), test::by_name);
+INSTANTIATE_TEST_SUITE_P(As, MillionElements, test::rows(lists), test::by_name);
 
 } // namespace
 } // namespace tarnwick::data

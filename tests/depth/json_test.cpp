@@ -1,8 +1,8 @@
 // JSON as deep as Qt reads it: made a value, written into a message and released. Qt calls itself for each level, and takes
 // somewhat less than 512 KiB of stack for the deepest.
 
-#include "support/by_name.h"
 #include "support/small_stack.h"
+#include "support/table.h"
 
 #include <tarnwick/tarnwick_utils.h>
 
@@ -14,7 +14,6 @@
 
 #include <QtCore/QVariant>
 
-#include <ostream>
 #include <string>
 
 namespace tarnwick::test {
@@ -30,11 +29,9 @@ struct Nesting {
     char const *name;
     std::string open;
     std::string close;
-
-    friend void PrintTo(Nesting const &row, std::ostream *out) { *out << row.name; }
 };
 
-class JsonDepth : public testing::TestWithParam<Nesting> {
+class JsonDepth : public TableTest<Nesting> {
 protected:
     static std::string json(int depth)
     {

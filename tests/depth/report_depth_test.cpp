@@ -1,7 +1,7 @@
 // The limit of how deep messages may lie in each other, at its edge, on a small stack: what the program makes of reports.
 
-#include "support/by_name.h"
 #include "support/small_stack.h"
+#include "support/table.h"
 #include "tools/tarnwick/support/captures.h"
 
 #include "print/output.h"
@@ -12,7 +12,6 @@
 #include <gmock/gmock.h>
 
 #include <cstddef>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,11 +30,9 @@ using rpc::php::v1::ZVal;
 struct Nesting {
     char const *name;
     std::vector<int> fields;
-
-    friend void PrintTo(Nesting const &row, std::ostream *out) { *out << row.name; }
 };
 
-class ReportDepth : public testing::TestWithParam<Nesting> {
+class ReportDepth : public TableTest<Nesting> {
 protected:
     struct Fed {
         std::string problem;

@@ -1,9 +1,9 @@
 // Values as deep as a report may hold them, on a small stack: built, copied, compared, printed, written back and released.
 // This program is optimised as the library is: other tests take more stack for the same.
 
-#include "support/by_name.h"
 #include "support/php_values.h"
 #include "support/small_stack.h"
+#include "support/table.h"
 
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/print.h>
@@ -19,7 +19,6 @@
 #include <QtCore/QString>
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 namespace tarnwick::test {
@@ -36,11 +35,9 @@ struct Nesting {
     char const *name;
     int messages;
     RpcValue &(*inside)(RpcValue &outer);
-
-    friend void PrintTo(Nesting const &row, std::ostream *out) { *out << row.name; }
 };
 
-class ValuesAtTheLimit : public testing::TestWithParam<Nesting> {
+class ValuesAtTheLimit : public TableTest<Nesting> {
 protected:
     static std::string bytes()
     {

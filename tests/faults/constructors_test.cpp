@@ -2,7 +2,7 @@
 
 #include "support/records/constructors.h"
 
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <gmock/gmock.h>
 
@@ -35,7 +35,7 @@ std::size_t share()
     return faults_wanted / static_cast<std::size_t>(sharing) + 1;
 }
 
-class AllocationFaultsOf : public testing::TestWithParam<Constructor> {};
+class AllocationFaultsOf : public TableTest<Constructor> {};
 
 TEST_P(AllocationFaultsOf, end_in_bad_alloc_or_in_the_whole_record)
 {
@@ -44,7 +44,7 @@ TEST_P(AllocationFaultsOf, end_in_bad_alloc_or_in_the_whole_record)
     total += faults.count;
 }
 
-INSTANTIATE_TEST_SUITE_P(, AllocationFaultsOf, testing::ValuesIn(constructors()), by_name);
+INSTANTIATE_TEST_SUITE_P(, AllocationFaultsOf, rows(constructors()), by_name);
 
 /// The constructors from messages that the library exports, as `Constructor::signature` has them.
 std::vector<std::string> exported()

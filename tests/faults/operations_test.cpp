@@ -4,8 +4,8 @@
 #include "support/allocation_faults.h"
 #include "support/records/message_filler.h"
 
-#include "support/by_name.h"
 #include "support/config_files.h"
+#include "support/table.h"
 
 #include <tarnwick/auth/request.h>
 #include <tarnwick/auth/session.h>
@@ -273,7 +273,7 @@ std::vector<Deed> deeds()
     };
 }
 
-class AllocationFaultsIn : public testing::TestWithParam<Deed> {};
+class AllocationFaultsIn : public TableTest<Deed> {};
 
 TEST_P(AllocationFaultsIn, end_in_bad_alloc_or_in_the_whole_result)
 {
@@ -286,7 +286,7 @@ TEST_P(AllocationFaultsIn, end_in_bad_alloc_or_in_the_whole_result)
     EXPECT_GT(count, 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(, AllocationFaultsIn, testing::ValuesIn(deeds()), by_name);
+INSTANTIATE_TEST_SUITE_P(, AllocationFaultsIn, rows(deeds()), by_name);
 
 struct Load {
     char const *name;
@@ -325,7 +325,7 @@ AllocationFaults faults_of_refusal(Load const &load)
 constexpr auto in_this_process = [](auto const &operation) { return fail_each_allocation(operation); };
 constexpr auto in_processes = [](auto const &operation) { return fail_each_allocation_in_processes(operation); };
 
-class AllocationFaultsInLoading : public testing::TestWithParam<Load> {};
+class AllocationFaultsInLoading : public TableTest<Load> {};
 
 TEST_P(AllocationFaultsInLoading, end_in_bad_alloc_or_in_the_whole_table)
 {
@@ -341,7 +341,7 @@ INSTANTIATE_TEST_SUITE_P(, AllocationFaultsInLoading,
                                          Load{"an_include_in_quotes", "include = \"included.conf\"\n"}),
                          by_name);
 
-class AllocationFaultsInRefusing : public testing::TestWithParam<Load> {};
+class AllocationFaultsInRefusing : public TableTest<Load> {};
 
 TEST_P(AllocationFaultsInRefusing, end_in_bad_alloc_or_in_the_whole_reason)
 {
@@ -429,7 +429,7 @@ Limit const limits[] = {
     {"message_outside_an_arena", fill_message_outside_an_arena},
 };
 
-class AllocationFaultsBeyondUs : public testing::TestWithParam<Limit> {};
+class AllocationFaultsBeyondUs : public TableTest<Limit> {};
 
 TEST_P(AllocationFaultsBeyondUs, are_known)
 {
@@ -437,7 +437,7 @@ TEST_P(AllocationFaultsBeyondUs, are_known)
         << "It is survived now: strike it from this table and from docs/reliability.md.";
 }
 
-INSTANTIATE_TEST_SUITE_P(, AllocationFaultsBeyondUs, testing::ValuesIn(limits), by_name);
+INSTANTIATE_TEST_SUITE_P(, AllocationFaultsBeyondUs, rows(limits), by_name);
 
 } // namespace
 } // namespace tarnwick::test

@@ -3,6 +3,8 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
 
+#include "support/table.h"
+
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 
@@ -40,8 +42,6 @@ struct LargeFrame {
     std::string frame_start = {};  ///< fields of the frame before its report
     std::string string_start = {}; ///< bytes of the string before its units
     // NOLINTEND(readability-redundant-member-init)
-
-    friend void PrintTo(LargeFrame const &frame, std::ostream *out) { *out << frame.name; }
 };
 
 std::string repeated(std::string_view unit, std::size_t times)
@@ -100,7 +100,7 @@ bool prints(Program &program, std::string_view before, std::string_view unit, st
     return place == end_of_units + after.size();
 }
 
-class LargeFrames : public testing::TestWithParam<LargeFrame> {
+class LargeFrames : public TableTest<LargeFrame> {
 protected:
     static void expect_memory(Outcome const &outcome, std::string_view format)
     {
@@ -237,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(
                                .most_memory = 5,
                                .fields = {Frame::kSqlQueriesFieldNumber, SqlQueries::kQueriesFieldNumber,
                                           SqlQuery::kTextFieldNumber}}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 } // namespace
 } // namespace tarnwick::test

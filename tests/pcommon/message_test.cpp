@@ -1,10 +1,11 @@
 #include <zeromq/message.h>
 
+#include "support/table.h"
+
 #include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <new>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -14,6 +15,8 @@
 
 namespace {
 
+using tarnwick::test::by_name;
+using tarnwick::test::TableTest;
 using ZMQ::Message;
 
 static_assert(!std::is_copy_constructible_v<Message> && !std::is_copy_assignable_v<Message>);
@@ -56,11 +59,9 @@ struct Row {
     char const *name;
     std::string bytes;
     bool stays_in_place;
-
-    friend void PrintTo(Row const &row, std::ostream *stream) { *stream << row.name; }
 };
 
-class MessageBytes : public testing::TestWithParam<Row> {};
+class MessageBytes : public TableTest<Row> {};
 
 TEST_P(MessageBytes, are_held_as_a_copy)
 {
@@ -128,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, MessageBytes,
                                          Row{"Small", std::string(30, 's'), false},
                                          Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), true},
                                          Row{"Large", std::string(1'000'000, 'L'), true}),
-                         [](auto const &row) { return row.param.name; });
+                         by_name);
 
 TEST(Message, moved_from_gives_on_that_it_holds_nothing)
 {

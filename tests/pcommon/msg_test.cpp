@@ -1,9 +1,10 @@
 #include <zeromq/msg.h>
 
+#include "support/table.h"
+
 #include <cstddef>
 #include <limits>
 #include <new>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -13,6 +14,8 @@
 
 namespace {
 
+using tarnwick::test::by_name;
+using tarnwick::test::TableTest;
 using zeromq::msg_t;
 
 static_assert(!std::is_copy_constructible_v<msg_t> && !std::is_copy_assignable_v<msg_t>);
@@ -63,11 +66,9 @@ struct Row {
     char const *name;
     std::string bytes;
     bool inside;
-
-    friend void PrintTo(Row const &row, std::ostream *stream) { *stream << row.name; }
 };
 
-class MsgBytes : public testing::TestWithParam<Row> {};
+class MsgBytes : public TableTest<Row> {};
 
 TEST_P(MsgBytes, are_a_copy)
 {
@@ -124,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, MsgBytes,
                                          Row{"NotUtf8", "\xFF\xFE\x80", true}, Row{"Small", std::string(30, 's'), true},
                                          Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), false},
                                          Row{"Large", std::string(1'000'000, 'L'), false}),
-                         [](auto const &row) { return row.param.name; });
+                         by_name);
 
 void note_release(void *, void *hint)
 {

@@ -1,5 +1,7 @@
 #include <pcommon/plogger.h>
 
+#include "support/table.h"
+
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -23,6 +25,9 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using tarnwick::test::by_name;
+using tarnwick::test::Named;
 
 static_assert(std::is_same_v<std::underlying_type_t<PLogger::Level>, std::int8_t>);
 static_assert(static_cast<int>(PLogger::Level::info) == 3);
@@ -111,7 +116,7 @@ struct LineRow {
     std::string_view expected;
 };
 
-class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<LineRow> {};
+class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<Named<LineRow>> {};
 
 TEST_P(PLoggerLine, is_level_place_and_message)
 {
@@ -137,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LineRow{"Utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
                     LineRow{"EmbeddedNul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
                     LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
-    [](auto const &row) { return row.param.name; });
+    by_name);
 
 TEST_F(PLoggerTest, writes_nothing_without_output)
 {

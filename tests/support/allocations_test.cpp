@@ -1,6 +1,6 @@
 #include "support/allocations.h"
 
-#include "support/by_name.h"
+#include "support/table.h"
 
 #include <gmock/gmock.h>
 
@@ -141,7 +141,7 @@ struct Way {
     bool (*allocate)();
 };
 
-class FailingAllocation : public testing::TestWithParam<Way> {};
+class FailingAllocation : public TableTest<Way> {};
 
 TEST_P(FailingAllocation, fails_from_the_first_to_the_last)
 {

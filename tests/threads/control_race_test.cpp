@@ -7,7 +7,7 @@
 
 #ifdef __SANITIZE_THREAD__
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "threads/records.h"
 
 #include <tarnwick/pconfigfile.h>
@@ -106,7 +106,7 @@ struct Race {
     char const *report = "data race";
 };
 
-class ControlRaceDeathTest : public testing::TestWithParam<Race> {};
+class ControlRaceDeathTest : public TableTest<Race> {};
 
 TEST_P(ControlRaceDeathTest, is_detected)
 {

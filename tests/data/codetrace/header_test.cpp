@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -23,7 +23,6 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -87,8 +86,6 @@ struct Row {
     std::uint64_t request_id;
     char const *fields;
     char const *dump;
-
-    friend void PrintTo(Row const &row, std::ostream *out) { *out << row.fields; }
 };
 
 Row const rows[] = {
@@ -122,7 +119,7 @@ Row const rows[] = {
      "4354 00 00 00000000 80000000 7fffffff 00000000 00000000 8000000000000000 7fffffffffffffff"},
 };
 
-class DumpHeader : public testing::TestWithParam<Row> {};
+class DumpHeader : public test::TableTest<Row> {};
 
 TEST_P(DumpHeader, is_byte_for_byte_the_same_from_both_dialects)
 {
@@ -134,15 +131,13 @@ TEST_P(DumpHeader, is_byte_for_byte_the_same_from_both_dialects)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, DumpHeader, testing::ValuesIn(rows), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Fields, DumpHeader, test::rows(rows), test::by_name);
 
 struct KindRow {
     char const *name;
     std::int64_t sent;
     int in_protobuf;
     int in_rpc;
-
-    friend void PrintTo(KindRow const &row, std::ostream *out) { *out << row.sent; }
 };
 
 KindRow const kinds[] = {
@@ -157,7 +152,7 @@ KindRow const kinds[] = {
     {"smallest", std::numeric_limits<std::int32_t>::min(), 3, 3},
 };
 
-class HeaderKind : public testing::TestWithParam<KindRow> {};
+class HeaderKind : public test::TableTest<KindRow> {};
 
 TEST_P(HeaderKind, is_counted_from_another_number_in_each_dialect)
 {
@@ -166,7 +161,7 @@ TEST_P(HeaderKind, is_counted_from_another_number_in_each_dialect)
     EXPECT_EQ(static_cast<int>(from_rpc("header { request { " + kind + " } }")->trace_kind()), GetParam().in_rpc);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, HeaderKind, testing::ValuesIn(kinds), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Kinds, HeaderKind, test::rows(kinds), test::by_name);
 
 TEST(Header, an_unset_kind_is_kind_0_in_protobuf_and_unknown_in_rpc)
 {

@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
@@ -15,7 +15,6 @@
 #include <QtCore/QVariant>
 
 #include <optional>
-#include <ostream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -107,8 +106,6 @@ struct Case {
     FunctionStats (*read)(std::string const &textproto);
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define LINE(has_location, name, location)                                                                             \
@@ -152,7 +149,7 @@ Case const cases[] = {
      LINE("false", "", "none") "count: 4294967295, time_first: {0 s, 0 ns}, time_second: {0 s, 0 ns}}"},
 };
 
-class FunctionStatsFromMessage : public testing::TestWithParam<Case> {};
+class FunctionStatsFromMessage : public test::TableTest<Case> {};
 
 TEST_P(FunctionStatsFromMessage, is)
 {
@@ -161,7 +158,7 @@ TEST_P(FunctionStatsFromMessage, is)
     EXPECT_EQ(line.has_location(), line.location().has_value());
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, FunctionStatsFromMessage, testing::ValuesIn(cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, FunctionStatsFromMessage, test::rows(cases), test::by_name);
 
 TEST(FunctionStats, texts_that_were_not_set_are_empty_but_not_null)
 {

@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
@@ -15,7 +15,6 @@
 #include <QtCore/QVariant>
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 namespace tarnwick::data::glimmet {
@@ -86,8 +85,6 @@ struct RpcCase {
     char const *name;
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 RpcCase const rpc_cases[] = {
@@ -105,14 +102,14 @@ RpcCase const rpc_cases[] = {
      "none, count: 0, time_first: {0 s, 0 ns}, time_second: {0 s, 0 ns}}]}"},
 };
 
-class FunctionsFromRpc : public testing::TestWithParam<RpcCase> {};
+class FunctionsFromRpc : public test::TableTest<RpcCase> {};
 
 TEST_P(FunctionsFromRpc, are)
 {
     EXPECT_EQ(to_text(from_rpc(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, FunctionsFromRpc, testing::ValuesIn(rpc_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, FunctionsFromRpc, test::rows(rpc_cases), test::by_name);
 
 TEST(Functions, a_protobuf_report_without_lines_gives_an_empty_list)
 {

@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
@@ -16,7 +16,6 @@
 
 #include <barrier>
 #include <cstdint>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -278,8 +277,6 @@ struct RpcCase {
     char const *name;
     char const *textproto;
     char const *request_id;
-
-    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 RpcCase const rpc_cases[] = {
@@ -291,7 +288,7 @@ RpcCase const rpc_cases[] = {
     {"queries_without_an_id", "sql_queries { }", "0"},
 };
 
-class SqlQueriesWithNothingIn : public testing::TestWithParam<RpcCase> {};
+class SqlQueriesWithNothingIn : public test::TableTest<RpcCase> {};
 
 TEST_P(SqlQueriesWithNothingIn, have_the_id_and_empty_lists)
 {
@@ -300,7 +297,7 @@ TEST_P(SqlQueriesWithNothingIn, have_the_id_and_empty_lists)
                                    ", connections: [], transactions: [], queries: []}");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SqlQueriesWithNothingIn, testing::ValuesIn(rpc_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, SqlQueriesWithNothingIn, test::rows(rpc_cases), test::by_name);
 
 TEST(SqlQueries, of_protobuf_share_their_tables)
 {

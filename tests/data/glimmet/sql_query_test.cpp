@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
@@ -17,7 +17,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <ostream>
 #include <string>
 
 namespace tarnwick::data::glimmet {
@@ -212,8 +211,6 @@ struct Case {
     SqlQuery (*read)(std::string const &textproto);
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define QUERY(source_kind, extra_number)                                                                               \
@@ -235,14 +232,14 @@ Case const cases[] = {
     {"protobuf_with_the_lowest_number_has_none", read<ProtobufQuery>, "extra_number: -2147483648", QUERY("0", "none")},
 };
 
-class SqlQueryFromMessage : public testing::TestWithParam<Case> {};
+class SqlQueryFromMessage : public test::TableTest<Case> {};
 
 TEST_P(SqlQueryFromMessage, is)
 {
     EXPECT_EQ(to_text(GetParam().read(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SqlQueryFromMessage, testing::ValuesIn(cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, SqlQueryFromMessage, test::rows(cases), test::by_name);
 
 TEST(SqlQuery, dialects_agree_on_what_both_carry)
 {

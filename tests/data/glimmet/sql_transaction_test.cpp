@@ -2,8 +2,8 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
@@ -15,7 +15,6 @@
 #include <QtCore/QVariant>
 
 #include <initializer_list>
-#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -119,8 +118,6 @@ struct Case {
     Pointer (*read)(std::string const &textproto, Table const &table);
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define NUMBER(id, extra_number)                                                                                       \
@@ -145,14 +142,14 @@ Case const cases[] = {
      "glimmet.SqlTransaction{id: 0, parent: none, extra_number: none, time: {-1 s, 1000000000 ns}}"},
 };
 
-class SqlTransactionFromMessage : public testing::TestWithParam<Case> {};
+class SqlTransactionFromMessage : public test::TableTest<Case> {};
 
 TEST_P(SqlTransactionFromMessage, is)
 {
     EXPECT_EQ(to_text(*GetParam().read(GetParam().textproto, table_of({0, 1, 7}))), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SqlTransactionFromMessage, testing::ValuesIn(cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, SqlTransactionFromMessage, test::rows(cases), test::by_name);
 
 TEST(SqlTransaction, goes_through_a_variant_as_it_goes_through_a_queued_signal)
 {

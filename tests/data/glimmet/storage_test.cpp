@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
@@ -15,7 +15,6 @@
 #include <QtCore/QVariant>
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 namespace tarnwick::data::glimmet {
@@ -83,8 +82,6 @@ struct Case {
     char const *name;
     char const *rpc; ///< the whole report
     char const *printed;
-
-    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.rpc; }
 };
 
 Case const cases[] = {
@@ -102,14 +99,14 @@ Case const cases[] = {
      "glimmet.Storage{request_id: 7, name: \"n\", entries: []}"},
 };
 
-class StorageFromRpc : public testing::TestWithParam<Case> {};
+class StorageFromRpc : public test::TableTest<Case> {};
 
 TEST_P(StorageFromRpc, is)
 {
     EXPECT_EQ(to_text(from_rpc(GetParam().rpc)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, StorageFromRpc, testing::ValuesIn(cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, StorageFromRpc, test::rows(cases), test::by_name);
 
 TEST(Storage, of_an_empty_protobuf_report_has_an_empty_name_that_is_not_null)
 {

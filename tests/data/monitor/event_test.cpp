@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -84,11 +83,9 @@ struct NumberRow {
     std::string name;
     int number; ///< of the member or the type
     int kind;
-
-    friend void PrintTo(NumberRow const &row, std::ostream *out) { *out << row.number << " is " << row.kind; }
 };
 
-class EventOfRpcMember : public testing::TestWithParam<NumberRow> {};
+class EventOfRpcMember : public test::TableTest<NumberRow> {};
 
 TEST_P(EventOfRpcMember, has_its_kind_and_its_alternative)
 {
@@ -105,9 +102,9 @@ NumberRow const rpc_members[] = {
     {"slow_request", 8, 2},   {"high_memory_usage", 9, 3},  {"custom", 10, 5},
     {"unknown_low", 11, 8},   {"unknown_high", 15, 8},
 };
-INSTANTIATE_TEST_SUITE_P(Members, EventOfRpcMember, testing::ValuesIn(rpc_members), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Members, EventOfRpcMember, test::rows(rpc_members), test::by_name);
 
-class EventOfProtobufType : public testing::TestWithParam<NumberRow> {};
+class EventOfProtobufType : public test::TableTest<NumberRow> {};
 
 TEST_P(EventOfProtobufType, has_its_kind_and_its_alternative)
 {
@@ -133,7 +130,7 @@ NumberRow const protobuf_types[] = {
     {"largest", std::numeric_limits<std::int32_t>::max(), 8},
     {"smallest", std::numeric_limits<std::int32_t>::min(), 8},
 };
-INSTANTIATE_TEST_SUITE_P(Types, EventOfProtobufType, testing::ValuesIn(protobuf_types), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Types, EventOfProtobufType, test::rows(protobuf_types), test::by_name);
 
 TEST(Event, a_protobuf_event_without_type_is_a_slow_function)
 {
@@ -151,8 +148,6 @@ struct FillRow {
     int kind;
     bool function;
     bool stack_trace;
-
-    friend void PrintTo(FillRow const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define RPC_FUNCTION "function { name: 'f' } "
@@ -189,7 +184,7 @@ FillRow const fill_rows[] = {
     {"protobuf_with_frame", from_protobuf, "type: 1 frames { }", 1, false, true},
 };
 
-class EventFills : public testing::TestWithParam<FillRow> {};
+class EventFills : public test::TableTest<FillRow> {};
 
 TEST_P(EventFills, function_and_stack_trace)
 {
@@ -200,7 +195,7 @@ TEST_P(EventFills, function_and_stack_trace)
     EXPECT_EQ(event->stack_trace().has_value(), GetParam().stack_trace);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, EventFills, testing::ValuesIn(fill_rows), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Kinds, EventFills, test::rows(fill_rows), test::by_name);
 
 // Every field, by the print of the whole record.
 
@@ -209,8 +204,6 @@ struct Row {
     Event (*read)(std::string const &textproto);
     char const *textproto;
     std::string printed; ///< from `kind` on
-
-    friend void PrintTo(Row const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define BARE ", event_text: \"\", function: none, stack_trace: none, event_flag: false, details: "
@@ -325,7 +318,7 @@ Row const rows[] = {
      "], event_flag: true, details: monitor.FunctionError{}}"},
 };
 
-class EventFromMessage : public testing::TestWithParam<Row> {};
+class EventFromMessage : public test::TableTest<Row> {};
 
 TEST_P(EventFromMessage, is)
 {
@@ -334,7 +327,7 @@ TEST_P(EventFromMessage, is)
     EXPECT_EQ(printed.substr(printed.find(kind) + kind.size()), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Messages, EventFromMessage, testing::ValuesIn(rows), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Messages, EventFromMessage, test::rows(rows), test::by_name);
 
 // What all kinds have in common, the unknown one included.
 
@@ -403,11 +396,9 @@ struct LevelRow {
     char const *name;
     std::int32_t sent;
     std::int32_t level;
-
-    friend void PrintTo(LevelRow const &row, std::ostream *out) { *out << row.sent << " is " << row.level; }
 };
 
-class EventLevel : public testing::TestWithParam<LevelRow> {};
+class EventLevel : public test::TableTest<LevelRow> {};
 
 TEST_P(EventLevel, is_the_same_in_both_dialects)
 {
@@ -428,7 +419,7 @@ LevelRow const levels[] = {
     {"largest", std::numeric_limits<std::int32_t>::max(), 2},
     {"smallest", std::numeric_limits<std::int32_t>::min(), 2},
 };
-INSTANTIATE_TEST_SUITE_P(Levels, EventLevel, testing::ValuesIn(levels), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Levels, EventLevel, test::rows(levels), test::by_name);
 
 TEST(Event, a_trace_without_frames_is_a_trace_in_rpc_and_none_in_protobuf)
 {

@@ -2,9 +2,9 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/error.pb.h>
@@ -164,21 +164,19 @@ test::PhpReportCase const report_cases[] = {
                    "location: none, stack_trace: []}"},
 };
 
-class ErrorDataFromReport : public testing::TestWithParam<test::PhpReportCase> {};
+class ErrorDataFromReport : public test::TableTest<test::PhpReportCase> {};
 
 TEST_P(ErrorDataFromReport, gives)
 {
     EXPECT_EQ(to_text(detail::ErrorData(GetParam().message)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ErrorDataFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, ErrorDataFromReport, test::rows(report_cases), test::by_name);
 
 struct ProtobufCase {
     char const *name;
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(ProtobufCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define ID_NO_TIME "php.ErrorData{request_id: 7, timestamp: {0 s, 0 ns}, "
@@ -196,14 +194,14 @@ ProtobufCase const protobuf_cases[] = {
                 "stack_trace: none}"},
 };
 
-class ErrorDataFromProtobuf : public testing::TestWithParam<ProtobufCase> {};
+class ErrorDataFromProtobuf : public test::TableTest<ProtobufCase> {};
 
 TEST_P(ErrorDataFromProtobuf, gives)
 {
     EXPECT_EQ(to_text(from_protobuf(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ErrorDataFromProtobuf, testing::ValuesIn(protobuf_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, ErrorDataFromProtobuf, test::rows(protobuf_cases), test::by_name);
 
 TEST(ErrorData, dialects_agree_on_what_both_carry)
 {

@@ -3,8 +3,8 @@
 #include <tarnwick/qstring_format.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Monitor/function_data.pb.h>
@@ -19,7 +19,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -169,8 +168,6 @@ struct Case {
     Function (*read)(std::string const &textproto);
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(Case const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 Case const cases[] = {
@@ -200,14 +197,14 @@ Case const cases[] = {
      "f, value of kind 0, at '' 0 0, frame 0"},
 };
 
-class FunctionFromMessage : public testing::TestWithParam<Case> {};
+class FunctionFromMessage : public test::TableTest<Case> {};
 
 TEST_P(FunctionFromMessage, is)
 {
     EXPECT_EQ(printed(GetParam().read(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, FunctionFromMessage, testing::ValuesIn(cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, FunctionFromMessage, test::rows(cases), test::by_name);
 
 template <class Message>
 class FunctionFrom : public testing::Test {};

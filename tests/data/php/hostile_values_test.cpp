@@ -2,8 +2,8 @@
 
 #include <tarnwick/data/php/zval.h>
 
-#include "support/by_name.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/wire.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
@@ -15,7 +15,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -106,8 +105,6 @@ struct WireCase {
     char const *name;
     std::string_view bytes;
     char const *notation;
-
-    friend void PrintTo(WireCase const &row, std::ostream *out) { *out << test::quoted_bytes(row.bytes); }
 };
 
 WireCase const rpc_values[] = {
@@ -131,7 +128,7 @@ WireCase const rpc_values[] = {
     {"two_keys_of_which_the_last_counts", "\x32\x07\x0a\x05\x08\x05\x12\x01k"sv, "[string 'k' => undefined]"},
 };
 
-class HostileRpcValue : public testing::TestWithParam<WireCase> {};
+class HostileRpcValue : public test::TableTest<WireCase> {};
 
 TEST_P(HostileRpcValue, is_read)
 {
@@ -140,7 +137,7 @@ TEST_P(HostileRpcValue, is_read)
     EXPECT_EQ(null_handles(value), 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, HostileRpcValue, testing::ValuesIn(rpc_values), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, HostileRpcValue, test::rows(rpc_values), test::by_name);
 
 WireCase const protobuf_values[] = {
     {"type_8", "\x08\x08"sv, "undefined"},
@@ -156,14 +153,14 @@ WireCase const protobuf_values[] = {
     {"a_long_that_is_sent_as_bytes", "\x08\x04\x22\x01\x05"sv, "long 0"},
 };
 
-class HostileProtobufValue : public testing::TestWithParam<WireCase> {};
+class HostileProtobufValue : public test::TableTest<WireCase> {};
 
 TEST_P(HostileProtobufValue, is_read)
 {
     EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufValue>(GetParam().bytes))), GetParam().notation);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, HostileProtobufValue, testing::ValuesIn(protobuf_values), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, HostileProtobufValue, test::rows(protobuf_values), test::by_name);
 
 // Depth. This many messages may lie in each other in a report that the program reads.
 constexpr int max_depth = 1000;
@@ -226,7 +223,7 @@ Nesting const nestings[] = {
      }},
 };
 
-class HostileDepth : public testing::TestWithParam<Nesting> {
+class HostileDepth : public test::TableTest<Nesting> {
 protected:
     static int levels() { return max_depth / GetParam().messages; }
 
@@ -286,7 +283,7 @@ TEST_P(HostileDepth, at_the_limit_of_parsing_is_written_back)
     expect_tree(detail::ZVal(written));
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, HostileDepth, testing::ValuesIn(nestings), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Of, HostileDepth, test::rows(nestings), test::by_name);
 
 PelorinArray nested_arrays(int levels, ZVal const &innermost_key)
 {

@@ -1,8 +1,8 @@
 #include <tarnwick/data/php/pelorin_array.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <tarnwick/rpc/php/v1/zval.pb.h>
@@ -345,7 +345,7 @@ KeyCase const key_cases[] = {
     {"valueless_and_undefined", test::php_valueless, [] { return php_undefined(); }, false},
 };
 
-class DiffKeysEquality : public testing::TestWithParam<KeyCase> {};
+class DiffKeysEquality : public test::TableTest<KeyCase> {};
 
 TEST_P(DiffKeysEquality, of_keys)
 {
@@ -355,7 +355,7 @@ TEST_P(DiffKeysEquality, of_keys)
     EXPECT_EQ(same_key(right, left), GetParam().equal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, DiffKeysEquality, testing::ValuesIn(key_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, DiffKeysEquality, test::rows(key_cases), test::by_name);
 
 TEST(DiffKeysEquality, every_kind_but_nan_equals_itself_and_no_other_kind)
 {

@@ -1,9 +1,9 @@
 #include <tarnwick/data/php/pelorin_array.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -327,7 +327,7 @@ WritingCase const writing_cases[] = {
      "[string 'k' => long 2, string 'k' => long 1, string 'a' => long 3, string 'k' => long 2]"},
 };
 
-class PelorinArrayWriting : public testing::TestWithParam<WritingCase> {};
+class PelorinArrayWriting : public test::TableTest<WritingCase> {};
 
 TEST_P(PelorinArrayWriting, and_reading_back)
 {
@@ -339,7 +339,7 @@ TEST_P(PelorinArrayWriting, and_reading_back)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PelorinArrayWriting, testing::ValuesIn(writing_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PelorinArrayWriting, test::rows(writing_cases), test::by_name);
 
 TEST(PelorinArrayToProtobuf, a_value_that_is_null_goes_out_as_a_present_and_empty_one)
 {

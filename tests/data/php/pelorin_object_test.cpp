@@ -1,9 +1,9 @@
 #include <tarnwick/data/php/pelorin_object.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -16,7 +16,6 @@
 
 #include <cstddef>
 #include <new>
-#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -66,8 +65,6 @@ struct ReadingCase {
     char const *textproto;
     char const *properties;
     char const *value;
-
-    friend void PrintTo(ReadingCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 ReadingCase const reading_cases[] = {
@@ -82,7 +79,7 @@ ReadingCase const reading_cases[] = {
      "object '' [long 1 => undefined] undefined"},
 };
 
-class PelorinObjectReading : public testing::TestWithParam<ReadingCase> {};
+class PelorinObjectReading : public test::TableTest<ReadingCase> {};
 
 TEST_P(PelorinObjectReading, gives_no_null_handle)
 {
@@ -95,7 +92,7 @@ TEST_P(PelorinObjectReading, gives_no_null_handle)
     EXPECT_EQ(test::null_handles(*object->properties()) + test::null_handles(*object->value()), 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PelorinObjectReading, testing::ValuesIn(reading_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PelorinObjectReading, test::rows(reading_cases), test::by_name);
 
 TEST(PelorinObject, without_properties_holds_an_empty_array)
 {
@@ -160,8 +157,6 @@ struct WritingCase {
     char const *textproto;
     char const *written;
     char const *read_back;
-
-    friend void PrintTo(WritingCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 WritingCase const writing_cases[] = {
@@ -180,7 +175,7 @@ WritingCase const writing_cases[] = {
      "object 'C' [undefined => undefined] string 'v'"},
 };
 
-class PelorinObjectWriting : public testing::TestWithParam<WritingCase> {};
+class PelorinObjectWriting : public test::TableTest<WritingCase> {};
 
 TEST_P(PelorinObjectWriting, and_reading_back)
 {
@@ -192,7 +187,7 @@ TEST_P(PelorinObjectWriting, and_reading_back)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PelorinObjectWriting, testing::ValuesIn(writing_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PelorinObjectWriting, test::rows(writing_cases), test::by_name);
 
 TEST(PelorinObjectToProtobuf, without_properties_and_value_writes_only_the_class_name_even_an_empty_one)
 {

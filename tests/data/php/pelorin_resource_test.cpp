@@ -1,9 +1,9 @@
 #include <tarnwick/data/php/pelorin_resource.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -16,7 +16,6 @@
 
 #include <cstddef>
 #include <new>
-#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -58,8 +57,6 @@ struct ReadingCase {
     char const *name;
     char const *textproto;
     char const *value;
-
-    friend void PrintTo(ReadingCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 ReadingCase const reading_cases[] = {
@@ -70,7 +67,7 @@ ReadingCase const reading_cases[] = {
     {"value_resource", "value { resource_value { value { long_value: 5 } } }", "resource '' long 5"},
 };
 
-class PelorinResourceReading : public testing::TestWithParam<ReadingCase> {};
+class PelorinResourceReading : public test::TableTest<ReadingCase> {};
 
 TEST_P(PelorinResourceReading, gives_no_null_handle)
 {
@@ -81,7 +78,7 @@ TEST_P(PelorinResourceReading, gives_no_null_handle)
     EXPECT_EQ(test::null_handles(*resource->value()), 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PelorinResourceReading, testing::ValuesIn(reading_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PelorinResourceReading, test::rows(reading_cases), test::by_name);
 
 TEST(PelorinResource, without_a_value_holds_an_undefined_one)
 {
@@ -134,8 +131,6 @@ struct WritingCase {
     char const *textproto;
     char const *written;
     char const *read_back;
-
-    friend void PrintTo(WritingCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 WritingCase const writing_cases[] = {
@@ -148,7 +143,7 @@ WritingCase const writing_cases[] = {
      "resource 'r' long 0"},
 };
 
-class PelorinResourceWriting : public testing::TestWithParam<WritingCase> {};
+class PelorinResourceWriting : public test::TableTest<WritingCase> {};
 
 TEST_P(PelorinResourceWriting, and_reading_back)
 {
@@ -161,7 +156,7 @@ TEST_P(PelorinResourceWriting, and_reading_back)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PelorinResourceWriting, testing::ValuesIn(writing_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PelorinResourceWriting, test::rows(writing_cases), test::by_name);
 
 TEST(PelorinResourceToProtobuf, an_empty_type_name_is_written)
 {

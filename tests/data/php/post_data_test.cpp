@@ -3,9 +3,9 @@
 #include <tarnwick/data/php/response_body.h>
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
@@ -62,14 +62,14 @@ test::PhpReportCase const report_cases[] = {
      R"(php.PostData{request_id: 0, text_0: "", number: 1, text_1: ""})"},
 };
 
-class PostDataFromReport : public testing::TestWithParam<test::PhpReportCase> {};
+class PostDataFromReport : public test::TableTest<test::PhpReportCase> {};
 
 TEST_P(PostDataFromReport, gives)
 {
     EXPECT_EQ(to_text(detail::PostData(GetParam().message)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PostDataFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, PostDataFromReport, test::rows(report_cases), test::by_name);
 
 TEST(PostData, widens_the_number_of_an_rpc_report_without_a_sign)
 {

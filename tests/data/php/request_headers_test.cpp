@@ -2,9 +2,9 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
@@ -44,14 +44,14 @@ test::PhpReportCase const report_cases[] = {
      R"(php.RequestHeaders{request_id: 7, headers: ["A" => 1, "A" => undefined]})"},
 };
 
-class RequestHeadersFromReport : public testing::TestWithParam<test::PhpReportCase> {};
+class RequestHeadersFromReport : public test::TableTest<test::PhpReportCase> {};
 
 TEST_P(RequestHeadersFromReport, gives)
 {
     EXPECT_EQ(to_text(detail::RequestHeaders(GetParam().message)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, RequestHeadersFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, RequestHeadersFromReport, test::rows(report_cases), test::by_name);
 
 TEST(RequestHeaders, dialects_agree_on_what_both_carry)
 {

@@ -2,9 +2,9 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
@@ -56,14 +56,14 @@ test::PhpReportCase const report_cases[] = {
      R"(php.ResponseBody{request_id: 0, text_0: "", number: 1, text_1: ""})"},
 };
 
-class ResponseBodyFromReport : public testing::TestWithParam<test::PhpReportCase> {};
+class ResponseBodyFromReport : public test::TableTest<test::PhpReportCase> {};
 
 TEST_P(ResponseBodyFromReport, gives)
 {
     EXPECT_EQ(to_text(detail::ResponseBody(GetParam().message)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ResponseBodyFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, ResponseBodyFromReport, test::rows(report_cases), test::by_name);
 
 TEST(ResponseBody, widens_the_number_of_an_rpc_report_without_a_sign)
 {

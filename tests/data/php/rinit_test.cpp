@@ -2,9 +2,9 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
@@ -128,21 +128,19 @@ test::PhpReportCase const report_cases[] = {
      ID_AND_TIME NO_VERSION "info_text: null, " NO_REQUEST_TEXTS "info_number: 0, " NO_BYTES},
 };
 
-class RInitFromReport : public testing::TestWithParam<test::PhpReportCase> {};
+class RInitFromReport : public test::TableTest<test::PhpReportCase> {};
 
 TEST_P(RInitFromReport, gives)
 {
     EXPECT_EQ(to_text(detail::RInit(GetParam().message)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, RInitFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, RInitFromReport, test::rows(report_cases), test::by_name);
 
 struct RpcCase {
     char const *name;
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define NO_ID_NO_TIME "php.RInit{request_id: 0, timestamp: {0 s, 0 ns}, "
@@ -176,14 +174,14 @@ RpcCase const rpc_cases[] = {
                               "request_bytes_0: none, request_bytes_1: \"b\"}"},
 };
 
-class RInitFromRpc : public testing::TestWithParam<RpcCase> {};
+class RInitFromRpc : public test::TableTest<RpcCase> {};
 
 TEST_P(RInitFromRpc, gives)
 {
     EXPECT_EQ(to_text(from_rpc(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, RInitFromRpc, testing::ValuesIn(rpc_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, RInitFromRpc, test::rows(rpc_cases), test::by_name);
 
 TEST(RInit, of_an_empty_protobuf_report_has_empty_texts_but_no_version_text)
 {

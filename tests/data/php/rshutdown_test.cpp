@@ -3,8 +3,8 @@
 #include <tarnwick/data/print.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
@@ -15,7 +15,6 @@
 #include <cstddef>
 #include <limits>
 #include <new>
-#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -106,8 +105,6 @@ struct RpcCase {
     char const *name;
     char const *textproto;
     char const *printed;
-
-    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define NOTHING_READ "duration: {0 s, 0 ns}, response_status: 0, memory_0: 0, memory_1: 0, memory_2: 0}"
@@ -148,14 +145,14 @@ RpcCase const rpc_cases[] = {
      "response_status: 0, memory_0: 0, memory_1: 0, memory_2: 0}"},
 };
 
-class RShutdownFromRpc : public testing::TestWithParam<RpcCase> {};
+class RShutdownFromRpc : public test::TableTest<RpcCase> {};
 
 TEST_P(RShutdownFromRpc, gives)
 {
     EXPECT_EQ(to_text(from_rpc(GetParam().textproto)), GetParam().printed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, RShutdownFromRpc, testing::ValuesIn(rpc_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, RShutdownFromRpc, test::rows(rpc_cases), test::by_name);
 
 TEST(RShutdown, takes_an_unknown_payload_for_none)
 {

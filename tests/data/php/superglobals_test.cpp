@@ -2,9 +2,9 @@
 
 #include <tarnwick/data/print.h>
 
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_reports.h"
+#include "support/table.h"
 #include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/superglobals.pb.h>
@@ -53,8 +53,6 @@ struct ReportCase {
     NotifyRequest message;
     char const *init;
     char const *change;
-
-    friend void PrintTo(ReportCase const &row, std::ostream *out) { *out << row.message.ShortDebugString(); }
 };
 
 ReportCase const report_cases[] = {
@@ -82,7 +80,7 @@ ReportCase const report_cases[] = {
      nothing_read, "php.Superglobals{request_id: 7, values: [1 => true, 1 => undefined]}"},
 };
 
-class SuperglobalsFromReport : public testing::TestWithParam<ReportCase> {};
+class SuperglobalsFromReport : public test::TableTest<ReportCase> {};
 
 TEST_P(SuperglobalsFromReport, gives)
 {
@@ -91,7 +89,7 @@ TEST_P(SuperglobalsFromReport, gives)
     EXPECT_EQ(to_text(detail::Superglobals(message, change_t())), change);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SuperglobalsFromReport, testing::ValuesIn(report_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, SuperglobalsFromReport, test::rows(report_cases), test::by_name);
 
 TEST(Superglobals, of_messages_without_groups_have_an_array_without_elements)
 {
@@ -118,8 +116,6 @@ struct EntryCase {
     char const *entry;
     char const *init;
     char const *change;
-
-    friend void PrintTo(EntryCase const &row, std::ostream *out) { *out << row.entry; }
 };
 
 EntryCase const entry_cases[] = {
@@ -132,7 +128,7 @@ EntryCase const entry_cases[] = {
     {"neither_value", "key: 'k'", R"(["k" => undefined])", "[]"},
 };
 
-class SuperglobalsEntry : public testing::TestWithParam<EntryCase> {};
+class SuperglobalsEntry : public test::TableTest<EntryCase> {};
 
 TEST_P(SuperglobalsEntry, is_read_by_view)
 {
@@ -142,7 +138,7 @@ TEST_P(SuperglobalsEntry, is_read_by_view)
     EXPECT_EQ(values(from_glimmet(message, change_t())), R"(["g" => )" + std::string(change) + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SuperglobalsEntry, testing::ValuesIn(entry_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Cases, SuperglobalsEntry, test::rows(entry_cases), test::by_name);
 
 TEST(Superglobals, keep_a_group_in_which_nothing_changed)
 {

@@ -1,9 +1,9 @@
 #include <tarnwick/data/php/zval.h>
 
 #include "support/allocations.h"
-#include "support/by_name.h"
 #include "support/message_fields.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -17,7 +17,6 @@
 #include <cstddef>
 #include <limits>
 #include <new>
-#include <ostream>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -84,8 +83,6 @@ struct RpcCase {
     char const *textproto;
     std::size_t index;
     char const *notation;
-
-    friend void PrintTo(RpcCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 RpcCase const rpc_cases[] = {
@@ -113,7 +110,7 @@ RpcCase const rpc_cases[] = {
     {"timestamp_value_empty", "timestamp_value { }", 10, "time 0 s 0 ns"},
 };
 
-class ZValFromRpc : public testing::TestWithParam<RpcCase> {};
+class ZValFromRpc : public test::TableTest<RpcCase> {};
 
 TEST_P(ZValFromRpc, has_the_kind_of_the_member)
 {
@@ -125,7 +122,7 @@ TEST_P(ZValFromRpc, has_the_kind_of_the_member)
     EXPECT_EQ(test::null_handles(*value), 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromRpc, testing::ValuesIn(rpc_cases), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromRpc, test::rows(rpc_cases), test::by_name);
 
 struct TypeCase {
     char const *name;
@@ -166,7 +163,7 @@ MemberCase const member_cases[] = {
     {"timestamp_value", 7, "timestamp_value { seconds: 1700000000 nanos: 5 }", "time 1700000000 s 5 ns"},
 };
 
-class ZValFromProtobuf : public testing::TestWithParam<std::tuple<TypeCase, MemberCase>> {};
+class ZValFromProtobuf : public testing::TestWithParam<std::tuple<test::Named<TypeCase>, test::Named<MemberCase>>> {};
 
 TEST_P(ZValFromProtobuf, has_the_kind_of_the_type_and_the_content_of_its_member)
 {
@@ -178,8 +175,7 @@ TEST_P(ZValFromProtobuf, has_the_kind_of_the_type_and_the_content_of_its_member)
     EXPECT_EQ(notation(*value), type.type == member.number ? member.notation : type.without_content);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromProtobuf,
-                         testing::Combine(testing::ValuesIn(type_cases), testing::ValuesIn(member_cases)),
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValFromProtobuf, testing::Combine(test::rows(type_cases), test::rows(member_cases)),
                          [](auto const &instance) {
                              return std::string(std::get<0>(instance.param).name) + "_beside_" +
                                     std::get<1>(instance.param).name;

@@ -1,7 +1,7 @@
 #include <tarnwick/data/php/zval.h>
 
-#include "support/by_name.h"
 #include "support/php_values.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "support/wire.h"
 
@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <limits>
-#include <ostream>
 #include <string>
 #include <tuple>
 
@@ -39,8 +38,6 @@ struct WritingCase {
     /// The message after writing into one that holds `bool_value: true`.
     char const *written_over_bool;
     char const *read_back;
-
-    friend void PrintTo(WritingCase const &row, std::ostream *out) { *out << row.textproto; }
 };
 
 #define SAME(text) text, text, text
@@ -85,7 +82,7 @@ WritingCase const writing_cases[] = {
     {"nested", SAME(NESTED), "[long 1 => object 'C' [string 'p' => resource 'r' json '{'] undefined]"},
 };
 
-class ZValWriting : public testing::TestWithParam<std::tuple<WritingCase, bool>> {};
+class ZValWriting : public testing::TestWithParam<std::tuple<test::Named<WritingCase>, bool>> {};
 
 TEST_P(ZValWriting, into_an_empty_message)
 {
@@ -112,7 +109,7 @@ TEST_P(ZValWriting, and_reading_back)
     EXPECT_EQ(notation(detail::ZVal(*message)), row.read_back);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, ZValWriting, testing::Combine(testing::ValuesIn(writing_cases), testing::Bool()),
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValWriting, testing::Combine(test::rows(writing_cases), testing::Bool()),
                          [](auto const &instance) {
                              return std::string(std::get<0>(instance.param).name) +
                                     (std::get<1>(instance.param) ? "_on_an_arena" : "_on_the_heap");

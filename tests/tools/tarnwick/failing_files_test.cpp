@@ -1,8 +1,8 @@
 // What each command says, prints and ends with when files cannot be opened, read or written.
 
-#include "support/by_name.h"
 #include "support/config_files.h"
 #include "support/file_faults.h"
+#include "support/table.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
 
@@ -30,8 +30,6 @@ struct Command {
     char const *name;
     std::vector<std::string> arguments;
     bool is_of_json = false; ///< its output is JSON: a line an object
-
-    friend void PrintTo(Command const &row, std::ostream *out) { *out << row.name; }
 };
 
 std::vector<Command> const readers{
@@ -62,7 +60,7 @@ std::vector<Command> all_commands()
     return commands;
 }
 
-class Failing : public testing::TestWithParam<Command> {
+class Failing : public TableTest<Command> {
 protected:
     [[nodiscard]] test::Setup setup() const
     {
@@ -191,7 +189,7 @@ TEST_P(FailingInput, that_is_interrupted_or_gives_a_byte_at_a_time_is_read_whole
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, FailingInput, testing::ValuesIn(readers), by_name);
+INSTANTIATE_TEST_SUITE_P(Of, FailingInput, rows(readers), by_name);
 
 class FailingListing : public Failing {};
 
@@ -217,7 +215,7 @@ std::vector<Command> config_commands()
     return commands;
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, FailingListing, testing::ValuesIn(config_commands()), by_name);
+INSTANTIATE_TEST_SUITE_P(Of, FailingListing, rows(config_commands()), by_name);
 
 class FailingOutput : public Failing {
 protected:
@@ -268,7 +266,7 @@ TEST_P(FailingOutput, that_takes_a_part_is_told_and_the_part_does_not_pass_for_t
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, testing::ValuesIn(all_commands()), by_name);
+INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, rows(all_commands()), by_name);
 
 // A chunk of the rpc dialect goes through sockets within the process, and those take descriptors. However few there are,
 // it is told, and nothing is printed that is not so.

@@ -3,6 +3,8 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
 
+#include "support/table.h"
+
 #include <tarnwick/qstring_format.h>
 
 #include <fmt/format.h>
@@ -48,12 +50,7 @@ struct Capture {
     std::string err; ///< FILE stands for the file's name
 };
 
-void PrintTo(Capture const &value, std::ostream *out)
-{
-    *out << value.name;
-}
-
-class InspectReads : public testing::TestWithParam<Capture> {
+class InspectReads : public TableTest<Capture> {
 protected:
     static void expect(Outcome const &outcome, std::string const &name)
     {
@@ -188,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(
                 {"2 at 2: 1", "3 at 11: 1", "4 at 20: 1"},
                 "FILE: frame 1 at byte 0: the file ends inside this frame, after 28 of its 31 bytes; "
                 "skipped 2 bytes, up to byte 2\n"}),
-    [](auto const &of) { return of.param.name; });
+    by_name);
 
 TEST(Inspect, says_why_a_file_cannot_be_read)
 {

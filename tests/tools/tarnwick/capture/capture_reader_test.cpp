@@ -1,6 +1,7 @@
 #include "capture/capture_reader.h"
 
 #include "support/allocations.h"
+#include "support/table.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/files.h"
 
@@ -95,12 +96,7 @@ struct Capture {
     std::vector<std::string> steps;
 };
 
-void PrintTo(Capture const &value, std::ostream *out)
-{
-    *out << value.name;
-}
-
-class CaptureReaderReads : public testing::TestWithParam<Capture> {};
+class CaptureReaderReads : public test::TableTest<Capture> {};
 
 TEST_P(CaptureReaderReads, from_a_file_and_byte_by_byte_from_a_pipe)
 {
@@ -132,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Capture{"frames_of_unknown_and_of_bad_reports",
                             unknown_frame(1) + frame(2, 1) + unknown_frame(3),
                             {"1 at 0: request 1", "2 at 6: request 2", "3 at 13: request 3", "3 at 19: end"}}),
-    [](auto const &of) { return of.param.name; });
+    test::by_name);
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, CaptureReaderReads,
@@ -200,7 +196,7 @@ INSTANTIATE_TEST_SUITE_P(
                 frame(1) + long_frame.substr(0, 3),
                 {"1 at 0: request 1", "2 at 6: fault: the file ends inside this frame, after 2 of its 7 bytes",
                  "2 at 9: end"}}),
-    [](auto const &of) { return of.param.name; });
+    test::by_name);
 
 std::string const damage = "\x01\xff"; // the frame of one byte is followed by nothing that is one
 
@@ -253,7 +249,7 @@ INSTANTIATE_TEST_SUITE_P(
         Capture{"not_at_frames_that_a_frame_before_the_fault_holds",
                 chunk_frame(frame(2) + frame(3) + frame(4) + frame(5)) + damage + frame(6),
                 {"1 at 0: request 0", "2 at 28: fault: this is not a frame", "3 at 30: request 6", "3 at 36: end"}}),
-    [](auto const &of) { return of.param.name; });
+    test::by_name);
 
 /// What the reader finds, without the frames.
 std::vector<std::string> faults(std::string const &bytes)

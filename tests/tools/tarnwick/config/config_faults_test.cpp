@@ -1,6 +1,6 @@
 // What `tarnwick config` prints of a file that cannot be loaded.
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "tools/tarnwick/support/config_program.h"
 
 #include <gmock/gmock.h>
@@ -29,11 +29,9 @@ struct FaultCase {
     int line = 1;
     // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
     std::string variable = {}; ///< V in the environment
-
-    friend void PrintTo(FaultCase const &row, std::ostream *out) { *out << row.name; }
 };
 
-class Fault : public ConfigProgram, public testing::WithParamInterface<FaultCase> {
+class Fault : public ConfigProgram, public testing::WithParamInterface<Named<FaultCase>> {
 protected:
     Fault()
     {

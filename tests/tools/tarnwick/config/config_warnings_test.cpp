@@ -1,6 +1,6 @@
 // The warnings of `tarnwick config check`.
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "tools/tarnwick/support/config_program.h"
 
 #include <gmock/gmock.h>
@@ -25,11 +25,9 @@ struct WarningCase {
     std::string warnings;
     // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
     std::string program = {}; ///< whose keys are read
-
-    friend void PrintTo(WarningCase const &row, std::ostream *out) { *out << row.name; }
 };
 
-class Warning : public ConfigProgram, public testing::WithParamInterface<WarningCase> {
+class Warning : public ConfigProgram, public testing::WithParamInterface<Named<WarningCase>> {
 protected:
     Warning()
     {

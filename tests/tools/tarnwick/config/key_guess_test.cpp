@@ -1,7 +1,7 @@
 #include "config/key_guess.h"
 
-#include "support/by_name.h"
 #include "support/config_files.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ struct GuessCase {
     std::string prefix = "app.";
 };
 
-class Guess : public testing::TestWithParam<GuessCase> {};
+class Guess : public test::TableTest<GuessCase> {};
 
 TEST_P(Guess, is_the_nearest_key)
 {
@@ -52,7 +52,7 @@ struct NearestCase {
     std::string prefix = {}; // NOLINT(readability-redundant-member-init): rows leave it out
 };
 
-class Nearest : public testing::TestWithParam<NearestCase> {};
+class Nearest : public test::TableTest<NearestCase> {};
 
 TEST_P(Nearest, is_the_key_that_was_meant)
 {

@@ -2,7 +2,7 @@
 
 #include "print/record_feed.h"
 
-#include "support/by_name.h"
+#include "support/table.h"
 #include "support/textproto.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/feed.h"
@@ -19,7 +19,6 @@
 #include <gmock/gmock.h>
 
 #include <cstddef>
-#include <ostream>
 #include <string>
 
 namespace tarnwick::program {
@@ -96,8 +95,6 @@ struct Row {
     std::string record; ///< its name
     std::string dialect;
     std::string fields;
-
-    friend void PrintTo(Row const &row, std::ostream *out) { *out << row.frame.ShortDebugString(); }
 };
 
 #define FROM_FRAME R"("request_id":18446744073709551615,)"
@@ -162,7 +159,7 @@ Row const rows[] = {
      FROM_FRAME R"("data":"bytes","size":5,"more":false)"},
 };
 
-class EventOrTrace : public testing::TestWithParam<Row> {};
+class EventOrTrace : public test::TableTest<Row> {};
 
 TEST_P(EventOrTrace, feeds_one_record_whether_all_are_asked_for_or_not)
 {
@@ -175,7 +172,7 @@ TEST_P(EventOrTrace, feeds_one_record_whether_all_are_asked_for_or_not)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Frames, EventOrTrace, testing::ValuesIn(rows), test::by_name);
+INSTANTIATE_TEST_SUITE_P(Frames, EventOrTrace, test::rows(rows), test::by_name);
 
 TEST(RecordFeed, feeds_an_event_or_a_header_of_an_unknown_member_as_one_without)
 {
