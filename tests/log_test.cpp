@@ -58,13 +58,13 @@ TEST(Log, names_the_line_of_the_call)
     int const line = __LINE__ + 1;
     log(PLogger::Level::info, "one");
     log(PLogger::Level::debug, "{} and {}",
-        // The first line counts.
+        // The log reports the first line of the call.
         QString(u"Größe"), 2);
     EXPECT_EQ(out.lines(), (Lines{"3 libs/part/source:" + std::to_string(line) + " one",
                                   "5 libs/part/source:" + std::to_string(line + 1) + " Größe and 2"}));
 }
 
-TEST(Log, formats_nothing_that_is_not_wanted)
+TEST(Log, does_not_format_messages_below_the_level)
 {
     int formatted = 0;
     struct Case {
@@ -88,7 +88,7 @@ TEST(Log, formats_nothing_that_is_not_wanted)
     EXPECT_EQ(formatted, 0) << "without an output";
 }
 
-TEST(Log, says_that_a_message_cannot_be_formatted)
+TEST(Log, reports_a_message_that_cannot_be_formatted)
 {
     LogLines const out(5);
     int const line = __LINE__ + 1;
@@ -97,14 +97,14 @@ TEST(Log, says_that_a_message_cannot_be_formatted)
               (Lines{"5 libs/part/source:" + std::to_string(line) + " Failed to format message: argument not found"}));
 }
 
-TEST(Log, passes_on_what_is_no_format_error)
+TEST(Log, propagates_exceptions_that_are_not_format_errors)
 {
     LogLines const out(5);
     EXPECT_THROW(log(PLogger::Level::info, "{}", Unprintable()), std::domain_error);
     EXPECT_EQ(out.lines(), Lines());
 }
 
-/// Throws a given exception at the first writing, as a stream of a program may.
+/// Throws an `Exception` on the first write, as a stream of a program may.
 template <class Exception>
 class FailingBuffer : public std::streambuf {
 public:
@@ -123,28 +123,29 @@ private:
     bool failed_ = false;
 };
 
-TEST(Log, passes_on_what_the_stream_throws)
+/// Expects `Expected` from logging to a stream that throws `Thrown`. Returns what was written.
+template <class Thrown, class Expected>
+std::string log_to_throwing_stream()
 {
-    FailingBuffer<std::runtime_error> buffer;
+    FailingBuffer<Thrown> buffer;
     std::ostream stream(&buffer);
     stream.exceptions(std::ios::badbit);
     auto &logger = PLogger::instance();
     logger.set_output(&stream);
-    EXPECT_THROW(log(PLogger::Level::info, "m"), std::runtime_error);
+    EXPECT_THROW(log(PLogger::Level::info, "m"), Expected);
     logger.set_output(nullptr);
-    EXPECT_EQ(buffer.text, "");
+    return buffer.text;
 }
 
-TEST(Log, takes_a_format_error_of_the_stream_for_its_own)
+TEST(Log, propagates_exceptions_of_the_stream)
 {
-    FailingBuffer<fmt::format_error> buffer;
-    std::ostream stream(&buffer);
-    stream.exceptions(std::ios::badbit);
-    auto &logger = PLogger::instance();
-    logger.set_output(&stream);
-    // The line that tells of it meets a stream that is bad by now, whose refusal is no format error.
-    EXPECT_THROW(log(PLogger::Level::info, "m"), std::ios::failure);
-    logger.set_output(nullptr);
+    EXPECT_EQ((log_to_throwing_stream<std::runtime_error, std::runtime_error>()), "");
+}
+
+TEST(Log, handles_a_format_error_of_the_stream_as_its_own)
+{
+    // The line that reports the format error meets a stream that is bad by now, whose refusal is no format error.
+    log_to_throwing_stream<fmt::format_error, std::ios::failure>();
 }
 
 } // namespace

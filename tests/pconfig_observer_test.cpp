@@ -15,7 +15,7 @@ namespace {
 
 using PelorinPHPX::ConfigObserver;
 
-/// Writes down what it is told, with the place.
+/// Records each call with its place.
 class Notes final : public ConfigObserver {
 public:
     Texts notes;
@@ -61,7 +61,7 @@ private:
     }
 };
 
-TEST(ConfigObserver, is_told_everything_in_order)
+TEST(ConfigObserver, is_called_for_everything_in_order)
 {
     ConfigFolder const folder;
     auto const main = folder.write("main.conf", "# c\napp.a = \"1\"\nother = 2\napp.b = ${app.none}\n"
@@ -121,7 +121,7 @@ TEST(ConfigObserver, need_not_listen)
     EXPECT_EQ(table(config), (Texts{"a=1", "b=1", "d=4"}));
 }
 
-TEST(ConfigObserver, is_told_of_what_stands_above_a_fault)
+TEST(ConfigObserver, is_called_for_the_lines_above_a_fault)
 {
     ConfigFolder const folder;
     auto const main = folder.write("main.conf", "a = 1\ninclude = part.conf\nb = 2\n");
@@ -138,7 +138,7 @@ TEST(ConfigObserver, is_told_of_what_stands_above_a_fault)
     EXPECT_EQ(observer.notes, Texts{"none:0: opening"});
 }
 
-TEST(ConfigObserver, is_told_of_what_a_program_does_too)
+TEST(ConfigObserver, is_called_for_changes_by_the_program_too)
 {
     Notes observer;
     ConfigFile config(QString(u"f.conf"), QString());
@@ -152,7 +152,7 @@ TEST(ConfigObserver, is_told_of_what_a_program_does_too)
     EXPECT_EQ(table(config), (Texts{"a=1", "b=2", "c=3"}));
 }
 
-TEST(ConfigObserver, is_left_behind_by_what_it_saw_loading)
+TEST(ConfigObserver, is_dropped_when_the_load_ends)
 {
     ConfigFolder const folder;
     Notes observer;
@@ -217,7 +217,7 @@ TEST_P(FaultOfAnObserver, names_the_includes_that_led_to_it)
                        GetParam().text));
 }
 
-// A merge is the including file's, so its own include is not among them.
+// The including file does the merge, so the text names no include.
 INSTANTIATE_TEST_SUITE_P(
     Events, FaultOfAnObserver,
     testing::Values(FaultCase{"opened", true, false, "include='FOLDER/deep.conf' at FOLDER/part.conf:2\n\tenough"},
@@ -253,7 +253,7 @@ TEST(ConfigObserver, can_end_a_load)
     config.set_observer(&fault);
     EXPECT_THROW(config.load(), Fault) << "of the same class, in a file that nothing includes";
 
-    // No include on the way puts its own text around it.
+    // No include adds its own text.
     folder.write("deep.conf", "a = 1\n");
     folder.write("part.conf", "include = deep.*\n");
     auto const main = folder.write("main.conf", "include = part.conf\n");

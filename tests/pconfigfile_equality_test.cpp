@@ -1,5 +1,5 @@
-// Whatever is done for speed, the reader agrees with the plainest form of itself: on random files made of what readers
-// stumble over. A run takes 10,000 of them; TARNWICK_RANDOM_FILES=200000 in the environment takes that many.
+// The reader agrees with a simple implementation of itself on random files of unusual content. A run reads 10,000 files;
+// the environment variable TARNWICK_RANDOM_FILES sets another number.
 
 #include "support/config_files.h"
 #include "support/literal_config_file.h"
@@ -32,9 +32,9 @@ public:
     std::string file()
     {
         std::string content;
-        if (below(20) == 0) // so that the next lines lie where QFile's buffer of 16,384 bytes ends
+        if (below(20) == 0) // so that the next lines cross the end of QFile's buffer of 16,384 bytes
             content = "#" + std::string(16'384 - 3 - below(60), 'x') + "\n";
-        // Some bring so many keys that the table grows several times while it is read.
+        // Some files have so many keys that the table grows several times.
         is_large_ = below(50) == 0;
         for (auto lines = is_large_ ? 64 + below(1'500) : below(12); lines > 0; --lines)
             content += line() + std::string(line_ends[below(line_ends.size())]);
@@ -68,7 +68,7 @@ private:
         return text + space();
     }
 
-    /// Of several pieces, in the size in which the reader takes them, with carriage returns wherever.
+    /// A content of several buffers of the reader, with carriage returns at random places.
     std::string long_value()
     {
         std::string text(below(60'000), 'y');
@@ -127,7 +127,7 @@ private:
     bool is_large_ = false;
 };
 
-/// All that a load leaves behind, the iteration order of keys apart.
+/// The result of a load, without the iteration order of keys.
 template <class File>
 Texts outcome(File &file)
 {
@@ -141,7 +141,7 @@ Texts outcome(File &file)
     return outcome;
 }
 
-TEST(ConfigFileOnRandomFiles, agrees_with_the_literal_loop)
+TEST(ConfigFileOnRandomFiles, agrees_with_the_simple_reader)
 {
     ConfigFolder const folder;
     folder.write("part.conf", "app.a = part\r\na = ${app.a}\napp.b = 1\napp.b = 2\nb=${b}\n");
@@ -150,7 +150,7 @@ TEST(ConfigFileOnRandomFiles, agrees_with_the_literal_loop)
     auto const file = q(folder.path("f.conf"));
     Variable const environment("TARNWICK_TEST_E", " \"env' ");
 
-    // Names with a NUL in them, of which Qt warns on standard error.
+    // Qt warns on standard error of names that contain a NUL.
     auto *const handler = qInstallMessageHandler([](QtMsgType, QMessageLogContext const &, QString const &) {});
     int const count = qEnvironmentVariableIsSet("TARNWICK_RANDOM_FILES")
                           ? qEnvironmentVariableIntValue("TARNWICK_RANDOM_FILES")
@@ -175,7 +175,7 @@ TEST(ConfigFileOnRandomFiles, agrees_with_the_literal_loop)
         });
     }
     qInstallMessageHandler(handler);
-    // Files that are all refused at once, or hold nothing, would show nothing.
+    // If all files failed, or were empty, the comparison would show nothing.
     EXPECT_GT(failures, count / 10);
     EXPECT_LT(failures, count * 8 / 10);
     EXPECT_GT(values, count);

@@ -1,4 +1,4 @@
-// A configuration file that cannot be opened, or read to its end, is told: what was read of it never passes for the whole.
+// A configuration file that cannot be opened or read to its end is reported. A part of a file is never used as the whole.
 
 #include "support/config_files.h"
 #include "support/file_faults.h"
@@ -19,7 +19,7 @@ namespace {
 class FailingConfigFile : public testing::Test {
 protected:
     ConfigFolder folder;
-    /// Longer than what the system is asked for at once, as is the file in it; both have more values behind that.
+    /// Longer than one read, as is the included file; both have values after the first read.
     std::string const file = folder.write("f.conf", "first = 1\n" + lines(3'000) + "include = part.conf\nlast = 2\n");
     std::string const part = folder.write("part.conf", "in = part\n" + lines(2'000));
     Texts const whole = loaded(file);
@@ -33,32 +33,32 @@ protected:
     }
 };
 
-TEST_F(FailingConfigFile, is_told_whichever_read_fails)
+TEST_F(FailingConfigFile, is_reported_whichever_read_fails)
 {
     auto const reason = "\n\t" + std::string("Input/output error");
     auto const in_file = "Failed to load '" + file + "':" + reason;
     auto const in_part = "Failed to load '" + file + "':\n\tinclude='part.conf' at " + file + ":3002" + reason;
     for (bool const once : {true, false}) {
         SCOPED_TRACE(once ? "once" : "once and for good");
-        int told_of_file = 0;
-        int told_of_part = 0;
+        int file_errors = 0;
+        int part_errors = 0;
         for (std::size_t read = 1;; ++read) {
             FailingFiles const failing({.reads = {read, once ? read : FileFaults::from_then_on, EIO}});
             std::optional<ConfigFile> config;
             auto const text = failure_of([&] { config = ConfigFile::load(q(file), QString()); });
-            // What fails behind the last byte is no matter.
+            // A failure after the last byte does not matter.
             if (config) {
                 EXPECT_EQ(table(*config), whole) << "read " << read;
                 if (failing.met() == 0)
                     break;
                 continue;
             }
-            told_of_file += text == in_file;
-            told_of_part += text == in_part;
+            file_errors += text == in_file;
+            part_errors += text == in_part;
             EXPECT_TRUE(text == in_file || text == in_part) << "read " << read << ": '" << text << "'";
         }
-        EXPECT_GT(told_of_file, 3);
-        EXPECT_GT(told_of_part, 2);
+        EXPECT_GT(file_errors, 3);
+        EXPECT_GT(part_errors, 2);
     }
 }
 
@@ -68,12 +68,12 @@ TEST_F(FailingConfigFile, leaves_the_values_of_the_lines_before_it)
     FailingFiles const failing({.reads = {2, 2, EIO}});
     EXPECT_EQ(failure_of([&] { config.load(); }), "Input/output error");
     EXPECT_EQ(config.value(QString(u"first")), QString(u"1"));
-    // The line that was cut short is none of them.
+    // The truncated line is not among them.
     auto const line = config.line_no();
     EXPECT_EQ(config.values().size(), line - 1);
 }
 
-TEST_F(FailingConfigFile, is_told_whichever_file_cannot_be_opened)
+TEST_F(FailingConfigFile, is_reported_whichever_file_cannot_be_opened)
 {
     auto const reason = "\n\t" + std::string("Too many open files");
     FileFaults::Calls const of_file{1, 1, EMFILE};
@@ -86,7 +86,7 @@ TEST_F(FailingConfigFile, is_told_whichever_file_cannot_be_opened)
     EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tinclude='part.conf' at " + file + ":3002" + reason);
 }
 
-TEST_F(FailingConfigFile, is_read_whole_by_a_system_that_interrupts_and_gives_a_byte_at_a_time)
+TEST_F(FailingConfigFile, is_read_completely_when_reads_are_interrupted_or_return_one_byte)
 {
     for (auto const &faults :
          {FileFaults{.piece = 1}, FileFaults{.interrupted = true}, FileFaults{.interrupted = true, .piece = 1}}) {
@@ -96,8 +96,8 @@ TEST_F(FailingConfigFile, is_read_whole_by_a_system_that_interrupts_and_gives_a_
     }
 }
 
-// That a folder has no such file is no fault. That nobody can tell is one.
-TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed)
+// A folder without matching files is no error. A folder that cannot be listed is one.
+TEST_F(FailingConfigFile, with_a_wildcard_is_reported_when_the_folder_cannot_be_listed)
 {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "undefined-behaviour checks take descriptors themselves";
@@ -115,7 +115,7 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_list
                               name, name == some ? "conf" : "none"));
 }
 
-TEST_F(FailingConfigFile, with_a_wildcard_is_told_whatever_its_folder_lacks)
+TEST_F(FailingConfigFile, with_a_wildcard_is_reported_unless_the_folder_is_missing)
 {
     folder.write("conf.d/a.conf", "a = 1\n");
     auto const some = folder.write("some.conf", "b = 1\ninclude = conf.d/*.conf\n");
@@ -127,12 +127,12 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_told_whatever_its_folder_lacks)
         EXPECT_EQ(failure(some),
                   fmt::format("Failed to load '{0}':\n\tinclude='conf.d/*.conf' at {0}:2\n\t{1}", some, reason));
     }
-    // Closed to us: it has no files for us.
+    // A folder without permission counts as one without files.
     FailingFiles const failing({.entries = {1, FileFaults::from_then_on, EACCES}});
     EXPECT_EQ(loaded(some), Texts{"b=1"});
 }
 
-TEST_F(FailingConfigFile, with_a_wildcard_is_told_when_the_folder_cannot_be_listed_to_its_end)
+TEST_F(FailingConfigFile, with_a_wildcard_is_reported_when_the_listing_fails_midway)
 {
     for (auto const *name : {"a", "b", "c"})
         folder.write(fmt::format("conf.d/{}.conf", name), fmt::format("{} = 1\n", name));

@@ -1,4 +1,4 @@
-// Files that were made to harm, or grew beyond measure: each ends in a table or in an exception with its place.
+// Malicious and very large files: each load ends in a table or in an exception with its place.
 
 #include "support/config_files.h"
 #include "support/file_faults.h"
@@ -28,12 +28,12 @@ constexpr bool is_sanitized = true;
 constexpr bool is_sanitized = false;
 #endif
 
-// Sanitizers slow everything down and keep memory back.
+// Sanitizers are slow and delay the release of memory.
 constexpr std::size_t long_line = is_sanitized ? 5'000'000 : 100'000'000;
 constexpr int many_lines = is_sanitized ? 200'000 : 10'000'000;
 constexpr int many_files = is_sanitized ? 1'000 : 10'000;
 
-/// Of this process, in bytes, as the kernel counts them.
+/// Memory of this process in bytes, as the kernel counts it.
 std::int64_t memory(std::string const &figure)
 {
     std::ifstream status("/proc/self/status");
@@ -45,17 +45,17 @@ std::int64_t memory(std::string const &figure)
     return 0;
 }
 
-/// The most memory that an action takes while it runs.
+/// The peak memory of an action.
 template <class Action>
 std::int64_t peak_memory_of(Action &&action)
 {
-    std::ofstream("/proc/self/clear_refs") << "5"; // the peak is counted from here on
+    std::ofstream("/proc/self/clear_refs") << "5"; // resets the peak
     auto const before = memory("VmRSS");
     action();
     return memory("VmHWM") - before;
 }
 
-/// The memory in use when a value is added: the file is still being read then.
+/// The memory in use when a value is added, while the file is still open.
 struct MemoryInUse final : PelorinPHPX::ConfigObserver {
     std::int64_t bytes = 0;
     void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) override
@@ -108,7 +108,7 @@ TEST_F(Hostile, long_line_that_is_dropped_leaves_no_memory_in_use)
     }
 }
 
-TEST_F(Hostile, many_lines_take_memory_for_what_is_kept_alone)
+TEST_F(Hostile, many_lines_take_memory_only_for_stored_values)
 {
     auto const file = folder.path("f.conf");
     {
@@ -156,7 +156,7 @@ TEST_F(Chain, of_a_thousand_includes)
     EXPECT_TRUE(values.contains(QString(u"last")));
 }
 
-TEST_F(Chain, of_a_thousand_includes_tells_a_fault_at_every_level)
+TEST_F(Chain, of_a_thousand_includes_reports_a_fault_at_every_level)
 {
     auto const enough = OpenFiles::at_least(1'100);
     auto const file = chain(1'000, "oops");
@@ -198,7 +198,7 @@ TEST_F(Chain, of_four_thousand_includes_that_a_program_starts_needs_no_deep_stac
     EXPECT_EQ(table(config), Texts{"a=last"});
 }
 
-TEST_F(Chain, deeper_than_there_are_descriptors_fails_at_the_include_that_needs_one_more)
+TEST_F(Chain, deeper_than_the_limit_of_descriptors_fails_at_the_first_include_beyond_it)
 {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "undefined-behaviour checks take descriptors themselves";
@@ -212,7 +212,7 @@ TEST_F(Chain, deeper_than_there_are_descriptors_fails_at_the_include_that_needs_
               "\n\tinclude='30.conf' at " + folder.path("29.conf") + ":1\n\tToo many open files");
 }
 
-/// Qt says on standard error that a name with a NUL in it is no name.
+/// Qt warns on standard error of a name that contains a NUL.
 class SilentQt {
 public:
     SilentQt()
@@ -228,14 +228,14 @@ private:
     QtMessageHandler before_;
 };
 
-// The system opens a name with a NUL in it up to that, and what is behind it makes every name another one.
+// The system opens a name up to its NUL, and the bytes after the NUL make each name a different one.
 TEST_F(Chain, that_the_test_for_recursion_cannot_see_ends_in_an_exception)
 {
     SilentQt const silent;
     using namespace std::string_literals;
     for (auto const &name : {"a.conf\0/x"s, "a.conf\0/"s, "a.conf\0/"s + std::string(200, 'x')}) {
         auto const file = folder.write("a.conf", "b = 1\ninclude = " + name + "\n");
-        // What is behind a NUL is in no text.
+        // No text contains the bytes after the NUL.
         EXPECT_EQ(failure(file), "Failed to load '" + file + "':\n\tinclude='a.conf");
         ConfigFile config(q(file), QString());
         EXPECT_THROW(config.load(), PException);
@@ -244,9 +244,9 @@ TEST_F(Chain, that_the_test_for_recursion_cannot_see_ends_in_an_exception)
     }
 }
 
-TEST_F(Hostile, include_with_a_name_as_long_as_none)
+TEST_F(Hostile, include_with_a_name_that_is_too_long)
 {
-    // With the folder and the slash, 4,095 bytes are the longest name that the system takes.
+    // With the folder and the slash, 4,095 bytes are the longest name that the system accepts.
     auto const longest = static_cast<std::size_t>(4'095) - folder.path().size() - 1;
     for (auto const size : {longest, longest + 1, std::size_t{100'000}}) {
         std::string name;
@@ -271,7 +271,7 @@ TEST_F(NulInAName, opens_the_file_up_to_it)
     EXPECT_EQ(loaded(folder.write("f.conf", "include = " + up_to_it + "and more\n")), Texts{"a=1"});
 }
 
-// A file that includes itself in such a way has a longer name each time.
+// A file that includes itself in this way has a longer name each time.
 TEST_F(NulInAName, hides_nothing_of_its_length)
 {
     auto const longest = static_cast<std::size_t>(4'095) - part.size() - 1;
@@ -284,7 +284,7 @@ TEST_F(NulInAName, hides_nothing_of_its_length)
     }
 }
 
-// Files that the system cannot read to the end that it tells.
+// Files whose reported size cannot be read.
 
 TEST_F(Hostile, file_that_ends_before_its_size)
 {
@@ -296,7 +296,7 @@ TEST_F(Hostile, file_that_ends_before_its_size)
     EXPECT_EQ(table(config), Texts());
 }
 
-// White space: what ends a key or a value, and what is a part of it.
+// White space that ends a key or a value, and white space that is a part of it.
 
 struct SpaceCase {
     char const *name;
@@ -323,24 +323,24 @@ TEST_P(UnicodeSpace, is_stripped_around_key_and_value)
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, UnicodeSpace,
-    testing::Values(SpaceCase{"NextLine", 0x85, true}, SpaceCase{"NoBreakSpace", 0xA0, true},
-                    SpaceCase{"OghamSpaceMark", 0x1680, true}, SpaceCase{"EnQuad", 0x2000, true},
-                    SpaceCase{"EmQuad", 0x2001, true}, SpaceCase{"EnSpace", 0x2002, true},
-                    SpaceCase{"EmSpace", 0x2003, true}, SpaceCase{"ThreePerEmSpace", 0x2004, true},
-                    SpaceCase{"FourPerEmSpace", 0x2005, true}, SpaceCase{"SixPerEmSpace", 0x2006, true},
-                    SpaceCase{"FigureSpace", 0x2007, true}, SpaceCase{"PunctuationSpace", 0x2008, true},
-                    SpaceCase{"ThinSpace", 0x2009, true}, SpaceCase{"HairSpace", 0x200A, true},
-                    SpaceCase{"LineSeparator", 0x2028, true}, SpaceCase{"ParagraphSeparator", 0x2029, true},
-                    SpaceCase{"NarrowNoBreakSpace", 0x202F, true}, SpaceCase{"MathematicalSpace", 0x205F, true},
-                    SpaceCase{"IdeographicSpace", 0x3000, true}, SpaceCase{"UnitSeparator", 0x1F, false},
-                    SpaceCase{"Delete", 0x7F, false}, SpaceCase{"MongolianVowelSeparator", 0x180E, false},
-                    SpaceCase{"ZeroWidthSpace", 0x200B, false}, SpaceCase{"WordJoiner", 0x2060, false}),
+    testing::Values(SpaceCase{"next_line", 0x85, true}, SpaceCase{"no_break_space", 0xA0, true},
+                    SpaceCase{"ogham_space_mark", 0x1680, true}, SpaceCase{"en_quad", 0x2000, true},
+                    SpaceCase{"em_quad", 0x2001, true}, SpaceCase{"en_space", 0x2002, true},
+                    SpaceCase{"em_space", 0x2003, true}, SpaceCase{"three_per_em_space", 0x2004, true},
+                    SpaceCase{"four_per_em_space", 0x2005, true}, SpaceCase{"six_per_em_space", 0x2006, true},
+                    SpaceCase{"figure_space", 0x2007, true}, SpaceCase{"punctuation_space", 0x2008, true},
+                    SpaceCase{"thin_space", 0x2009, true}, SpaceCase{"hair_space", 0x200A, true},
+                    SpaceCase{"line_separator", 0x2028, true}, SpaceCase{"paragraph_separator", 0x2029, true},
+                    SpaceCase{"narrow_no_break_space", 0x202F, true}, SpaceCase{"mathematical_space", 0x205F, true},
+                    SpaceCase{"ideographic_space", 0x3000, true}, SpaceCase{"unit_separator", 0x1F, false},
+                    SpaceCase{"delete", 0x7F, false}, SpaceCase{"mongolian_vowel_separator", 0x180E, false},
+                    SpaceCase{"zero_width_space", 0x200B, false}, SpaceCase{"word_joiner", 0x2060, false}),
     by_name);
 
-// Carriage returns without a line feed: the system's own text mode takes them out of the first line of a file, and of
-// what it reads of a line after its buffer ran empty; elsewhere they stay.
+// Carriage returns without a line feed: QFile's text mode removes them from the first line of a file, and from the part
+// of a line that is read after its buffer ran empty. Elsewhere they are kept.
 
-TEST(CarriageReturn, alone_ends_no_line)
+TEST(CarriageReturn, alone_does_not_end_a_line)
 {
     EXPECT_EQ(read("a = 1\rb = 2\n"), Texts{"a=1b = 2"}) << "in the first line";
     EXPECT_EQ(read("x = 0\na = 1\rb = 2\n"), (Texts{"a=1\rb = 2", "x=0"}));

@@ -14,12 +14,12 @@ namespace {
 
 class Includes : public testing::Test {
 protected:
-    /// Writes main.conf and gives its table.
+    /// Writes main.conf and returns its table.
     [[nodiscard]] Texts main(std::string const &content, std::string const &name = {}) const
     {
         return loaded(folder.write("main.conf", content), name);
     }
-    /// Writes main.conf and gives the fault in it, without the outer line.
+    /// Writes main.conf and returns its fault, without the first line.
     [[nodiscard]] std::string fault(std::string const &content) const
     {
         auto const file = folder.write("main.conf", content);
@@ -32,13 +32,13 @@ protected:
     ConfigFolder folder;
 };
 
-TEST_F(Includes, are_read_where_they_stand)
+TEST_F(Includes, are_read_at_their_place_in_the_file)
 {
     folder.write("part.conf", "b = 2\nc = ${a}\n");
     EXPECT_EQ(main("a = 1\ninclude = part.conf\nd = ${b}\na = 4\n"), (Texts{"a=4", "a=1", "b=2", "c=1", "d=2"}));
 }
 
-TEST_F(Includes, are_found_beside_the_including_file)
+TEST_F(Includes, are_relative_to_the_including_file)
 {
     folder.write("sub/part.conf", "a = 1\ninclude = sub/deep.conf\ninclude = ../top.conf\n");
     folder.write("sub/sub/deep.conf", "b = 2\n");
@@ -71,7 +71,7 @@ TEST_F(Includes, share_the_prefix_of_the_root)
     EXPECT_EQ(main("include = part.conf\n", "app"), (Texts{"deep=2", "port=1"}));
 }
 
-TEST_F(Includes, see_the_file_above_them_and_none_further_up)
+TEST_F(Includes, see_the_including_file_and_none_above_it)
 {
     folder.write("part.conf", "a = 2\nb = ${a}\nc = ${x}\n");
     EXPECT_EQ(main("a = 1\nx = 3\ninclude = part.conf\n"), (Texts{"a=2", "a=1", "b=2", "c=3", "x=3"}));
@@ -96,14 +96,14 @@ TEST_F(Includes, can_be_the_same_file_twice)
 
 // Wildcards.
 
-TEST_F(Includes, take_all_files_that_match_in_the_order_of_their_names)
+TEST_F(Includes, read_matching_files_in_the_order_of_their_names)
 {
     folder.write("conf.d/a.conf", "name = a\nseen = ${TARNWICK_TEST_LAST:-nothing}\n");
     folder.write("conf.d/B.conf", "name = B\nTARNWICK_TEST_LAST = B\n");
     folder.write("conf.d/10.conf", "name = 10\n");
     folder.write("conf.d/9.conf", "name = 9\n");
     folder.write("conf.d/x.txt", "name = x\n");
-    // In plain order of characters: 10, 9, B, a. Each is merged before the next is read.
+    // In ascending order of bytes: 10, 9, B, a. Each is merged before the next is read.
     EXPECT_EQ(main("include = conf.d/*.conf\n"),
               (Texts{"TARNWICK_TEST_LAST=B", "name=a", "name=B", "name=9", "name=10", "seen=B"}));
     EXPECT_EQ(main("include = conf.d/?.conf\n"),
@@ -117,7 +117,7 @@ TEST_F(Includes, match_letters_of_either_case)
     EXPECT_EQ(main("include = conf.d/*.Conf\n"), (Texts{"a=1", "b=2"}));
 }
 
-TEST_F(Includes, pass_over_folders_and_hidden_files_and_take_links_to_files)
+TEST_F(Includes, skip_folders_and_hidden_files_and_follow_links_to_files)
 {
     folder.write("conf.d/folder.conf/x", "");
     folder.write("conf.d/.hidden.conf", "hidden = 1\n");
@@ -128,13 +128,13 @@ TEST_F(Includes, pass_over_folders_and_hidden_files_and_take_links_to_files)
     EXPECT_EQ(main("include = conf.d/*.conf\n"), Texts{"linked=1"});
 }
 
-TEST_F(Includes, of_nothing_do_nothing)
+TEST_F(Includes, that_match_nothing_do_nothing)
 {
     std::filesystem::create_directory(folder.path("empty"));
     EXPECT_EQ(main("include = *.none\ninclude = empty/*\ninclude = no-such-folder/*.conf\na = 1\n"), Texts{"a=1"});
 }
 
-TEST_F(Includes, know_wildcards_in_the_last_part_alone)
+TEST_F(Includes, expand_wildcards_only_in_the_last_part)
 {
     folder.write("sub/x.conf", "a = 1\n");
     EXPECT_EQ(fault("include = */x.conf\n"),
@@ -143,7 +143,7 @@ TEST_F(Includes, know_wildcards_in_the_last_part_alone)
     EXPECT_EQ(main("include = */x.conf\n"), Texts{"b=2"});
 }
 
-TEST_F(Includes, know_brackets_in_a_wildcard_alone)
+TEST_F(Includes, treat_brackets_as_special_only_in_a_wildcard)
 {
     folder.write("[ab].conf", "literal = 1\n");
     folder.write("a.conf", "a = 1\n");
@@ -153,7 +153,7 @@ TEST_F(Includes, know_brackets_in_a_wildcard_alone)
     EXPECT_EQ(main("include = [ab]*.conf\n"), (Texts{"a=1", "b=1"}));
 }
 
-TEST_F(Includes, split_a_wildcard_at_blanks)
+TEST_F(Includes, split_a_wildcard_at_spaces)
 {
     folder.write("a.one", "a = 1\n");
     folder.write("b.two", "b = 1\n");
@@ -161,7 +161,7 @@ TEST_F(Includes, split_a_wildcard_at_blanks)
     EXPECT_EQ(main("include = *.one;*.two\n"), (Texts{"a=1", "b=1"}));
 }
 
-TEST_F(Includes, keep_what_came_before_a_failing_file)
+TEST_F(Includes, keep_values_from_before_a_failing_file)
 {
     folder.write("conf.d/1.conf", "a = 1\n");
     folder.write("conf.d/2.conf", "b = 2\noops\n");
@@ -175,7 +175,7 @@ TEST_F(Includes, keep_what_came_before_a_failing_file)
 
 // Faults.
 
-TEST_F(Includes, tell_a_fault_at_every_level)
+TEST_F(Includes, report_a_fault_at_every_level)
 {
     folder.write("b.conf", "\noops\n");
     EXPECT_EQ(fault("\n\n\ninclude = b.conf\n"),
@@ -187,7 +187,7 @@ TEST_F(Includes, tell_a_fault_at_every_level)
                          "unterminated string literal at FOLDER/sub/c.conf:2"));
 }
 
-TEST_F(Includes, name_files_by_the_way_that_led_to_them)
+TEST_F(Includes, name_files_by_their_path_of_includes)
 {
     WorkingFolder const here(folder.path());
     folder.write("main.conf", "include = b.conf\n");
@@ -200,7 +200,7 @@ TEST_F(Includes, name_files_by_the_way_that_led_to_them)
                                     "invalid line at ./sub//../sub/x.conf:1");
 }
 
-TEST_F(Includes, fail_on_what_cannot_be_opened)
+TEST_F(Includes, fail_when_a_file_cannot_be_opened)
 {
     std::filesystem::create_directory(folder.path("sub"));
     EXPECT_EQ(fault("include = none.conf\n"),
@@ -211,7 +211,7 @@ TEST_F(Includes, fail_on_what_cannot_be_opened)
     EXPECT_EQ(fault("include = \"\"\n"), in(folder, "include='' at FOLDER/main.conf:1\n\tfile to open is a directory"));
 }
 
-TEST_F(Includes, fail_on_links_that_lead_nowhere)
+TEST_F(Includes, fail_on_dangling_links)
 {
     folder.link("nowhere", "dangling.conf");
     folder.link("itself.conf", "itself.conf");
@@ -243,7 +243,7 @@ TEST_F(Includes, of_a_file_in_itself_are_refused_after_other_includes_too)
     EXPECT_EQ(table(config), Texts{"x=1"});
 }
 
-TEST_F(Includes, of_the_parent_that_a_program_gives_are_refused)
+TEST_F(Includes, of_the_parent_that_a_program_passes_are_refused)
 {
     WorkingFolder const here(folder.path());
     folder.write("a.conf", "");
@@ -254,7 +254,7 @@ TEST_F(Includes, of_the_parent_that_a_program_gives_are_refused)
               "Failed to load 'b.conf':\n\tinclude='c.conf' at b.conf:1\n\trecursive include='a.conf' at ./c.conf:1");
 }
 
-TEST_F(Includes, in_a_circle_are_refused_where_it_closes)
+TEST_F(Includes, in_a_cycle_are_refused_where_it_closes)
 {
     WorkingFolder const here(folder.path());
     folder.write("a.conf", "include = b.conf\n");
@@ -265,13 +265,13 @@ TEST_F(Includes, in_a_circle_are_refused_where_it_closes)
     folder.write("c.conf", "include = a.conf\n");
     EXPECT_EQ(failure("a.conf"), "Failed to load 'a.conf':\n\tinclude='b.conf' at a.conf:1\n\t"
                                  "include='c.conf' at ./b.conf:1\n\trecursive include='a.conf' at ./c.conf:1");
-    // The circle need not hold the root.
+    // The cycle need not contain the root.
     folder.write("c.conf", "include = b.conf\n");
     EXPECT_EQ(failure("a.conf"), "Failed to load 'a.conf':\n\tinclude='b.conf' at a.conf:1\n\t"
                                  "include='c.conf' at ./b.conf:1\n\trecursive include='b.conf' at ./c.conf:1");
 }
 
-TEST_F(Includes, in_a_circle_of_any_length_and_through_links_are_refused)
+TEST_F(Includes, in_a_cycle_of_any_length_and_through_links_are_refused)
 {
     WorkingFolder const here(folder.path());
     for (int const length : {1, 2, 3, 10, 100}) {
@@ -290,7 +290,7 @@ TEST_F(Includes, in_a_circle_of_any_length_and_through_links_are_refused)
     }
 }
 
-TEST_F(Includes, test_every_file_above_but_not_themselves)
+TEST_F(Includes, check_every_including_file_for_a_cycle)
 {
     auto const root_file = folder.write("root.conf", "");
     auto const child_file = folder.write("child.conf", "");
@@ -305,7 +305,7 @@ TEST_F(Includes, test_every_file_above_but_not_themselves)
     EXPECT_FALSE(root.test_recursion(q(root_file)));
 }
 
-TEST_F(Includes, can_be_read_into_a_file_that_a_program_holds)
+TEST_F(Includes, can_be_read_into_an_object_of_the_program)
 {
     folder.write("part.conf", "b = ${a}\n");
     ConfigFile config(q(folder.path("none.conf")), QString());

@@ -12,7 +12,7 @@
 namespace tarnwick::test {
 namespace {
 
-// Set for a test alone, and never by the machine that it runs on.
+// Set only by a test, never by the machine.
 constexpr char const *variable = "TARNWICK_TEST_E";
 
 struct ValueCase {
@@ -33,37 +33,38 @@ TEST_P(Value, is_stored)
 
 INSTANTIATE_TEST_SUITE_P(
     Quotes, Value,
-    testing::Values(ValueCase{"Plain", "plain text", "plain text"}, ValueCase{"BlanksInQuotes", "\"  x  \"", "  x  "},
-                    ValueCase{"OnlyBlanksInQuotes", "\"   \"", "   "}, ValueCase{"OtherQuoteInside", "'x\"y'", "x\"y"},
-                    ValueCase{"SameQuoteInside", "'it's'", "it's"}, ValueCase{"OnePairGoes", "\"\"x\"\"", "\"x\""},
-                    ValueCase{"QuoteInside", "it's", "it's"}, ValueCase{"QuoteAtTheEnd", "x\"", "x\""},
-                    ValueCase{"EmptyInQuotes", "\"\"", ""}, ValueCase{"EmptyInSingleQuotes", "''", ""},
-                    ValueCase{"NoEscapes", R"("a\"b\")", R"(a\"b\)"},
-                    ValueCase{"ProtectWhatComesAfterAHash", "\"1 # b\"", "1 # b"}),
+    testing::Values(ValueCase{"plain", "plain text", "plain text"}, ValueCase{"blanks_in_quotes", "\"  x  \"", "  x  "},
+                    ValueCase{"only_blanks_in_quotes", "\"   \"", "   "},
+                    ValueCase{"other_quote_inside", "'x\"y'", "x\"y"}, ValueCase{"same_quote_inside", "'it's'", "it's"},
+                    ValueCase{"one_pair_goes", "\"\"x\"\"", "\"x\""}, ValueCase{"quote_inside", "it's", "it's"},
+                    ValueCase{"quote_at_the_end", "x\"", "x\""}, ValueCase{"empty_in_quotes", "\"\"", ""},
+                    ValueCase{"empty_in_single_quotes", "''", ""}, ValueCase{"no_escapes", R"("a\"b\")", R"(a\"b\)"},
+                    ValueCase{"protect_text_after_a_hash", "\"1 # b\"", "1 # b"}),
     by_name);
 
 INSTANTIATE_TEST_SUITE_P(
     References, Value,
-    testing::Values(ValueCase{"ToAKey", "${Y}", "1"}, ValueCase{"InQuotes", "\"${Y}\"", "${Y}"},
-                    ValueCase{"InSingleQuotes", "'${Y}'", "${Y}"}, ValueCase{"BehindText", "x${Y}", "x${Y}"},
-                    ValueCase{"BeforeText", "${Y}x", "${Y}x"}, ValueCase{"Two", "${Y}${Y}", "${Y}${Y}"},
-                    ValueCase{"ToNothing", "${TARNWICK_TEST_X}", std::nullopt},
-                    ValueCase{"EmptyDefault", "${TARNWICK_TEST_X:-}", std::nullopt},
-                    ValueCase{"Default", "${TARNWICK_TEST_X:-d e}", "d e"},
-                    ValueCase{"DefaultWithBlanks", "${TARNWICK_TEST_X:- d }", " d "},
-                    ValueCase{"DefaultInQuotes", "${TARNWICK_TEST_X:-\"d e\"}", "d e"},
-                    ValueCase{"EmptyDefaultInQuotes", "${TARNWICK_TEST_X:-\"\"}", ""},
-                    ValueCase{"DefaultThatLooksLikeOne", "${TARNWICK_TEST_X:-${Y}}", "${Y}"},
-                    ValueCase{"DefaultWithABrace", "${TARNWICK_TEST_X:-b}c}", "b}c"},
-                    ValueCase{"DefaultUnused", "${Y:-d}", "1"}, ValueCase{"EmptyDefaultUnused", "${Y:-}", "1"},
-                    ValueCase{"NameWithDigitFirst", "${1Y}", "${1Y}"},
-                    ValueCase{"NameWithPointFirst", "${.Y}", "${.Y}"}, ValueCase{"NameWithDash", "${Y-Y}", "${Y-Y}"},
-                    ValueCase{"NameWithBlank", "${ Y}", "${ Y}"}, ValueCase{"NameThatIsEmpty", "${}", "${}"},
-                    ValueCase{"NameOutsideAscii", "${\xC3\xA9}", "${\xC3\xA9}"},
-                    ValueCase{"ColonAlone", "${Y:x}", "${Y:x}"}, ValueCase{"DashAlone", "${Y-x}", "${Y-x}"},
-                    ValueCase{"WithoutBrace", "${Y", "${Y"}, ValueCase{"WithoutBraces", "$Y", "$Y"},
-                    ValueCase{"DollarTwice", "$${Y}", "$${Y}"},
-                    ValueCase{"NameWithEverything", "${_TARNWICK_TEST_aZ9_.}", std::nullopt}),
+    testing::Values(ValueCase{"to_a_key", "${Y}", "1"}, ValueCase{"in_quotes", "\"${Y}\"", "${Y}"},
+                    ValueCase{"in_single_quotes", "'${Y}'", "${Y}"}, ValueCase{"after_text", "x${Y}", "x${Y}"},
+                    ValueCase{"before_text", "${Y}x", "${Y}x"}, ValueCase{"two", "${Y}${Y}", "${Y}${Y}"},
+                    ValueCase{"to_nothing", "${TARNWICK_TEST_X}", std::nullopt},
+                    ValueCase{"empty_default", "${TARNWICK_TEST_X:-}", std::nullopt},
+                    ValueCase{"default", "${TARNWICK_TEST_X:-d e}", "d e"},
+                    ValueCase{"default_with_blanks", "${TARNWICK_TEST_X:- d }", " d "},
+                    ValueCase{"default_in_quotes", "${TARNWICK_TEST_X:-\"d e\"}", "d e"},
+                    ValueCase{"empty_default_in_quotes", "${TARNWICK_TEST_X:-\"\"}", ""},
+                    ValueCase{"default_that_looks_like_one", "${TARNWICK_TEST_X:-${Y}}", "${Y}"},
+                    ValueCase{"default_with_a_brace", "${TARNWICK_TEST_X:-b}c}", "b}c"},
+                    ValueCase{"default_unused", "${Y:-d}", "1"}, ValueCase{"empty_default_unused", "${Y:-}", "1"},
+                    ValueCase{"name_with_digit_first", "${1Y}", "${1Y}"},
+                    ValueCase{"name_with_point_first", "${.Y}", "${.Y}"},
+                    ValueCase{"name_with_dash", "${Y-Y}", "${Y-Y}"}, ValueCase{"name_with_blank", "${ Y}", "${ Y}"},
+                    ValueCase{"name_that_is_empty", "${}", "${}"},
+                    ValueCase{"name_outside_ascii", "${\xC3\xA9}", "${\xC3\xA9}"},
+                    ValueCase{"colon_alone", "${Y:x}", "${Y:x}"}, ValueCase{"dash_alone", "${Y-x}", "${Y-x}"},
+                    ValueCase{"without_brace", "${Y", "${Y"}, ValueCase{"without_braces", "$Y", "$Y"},
+                    ValueCase{"dollar_twice", "$${Y}", "$${Y}"},
+                    ValueCase{"name_with_everything", "${_TARNWICK_TEST_aZ9_.}", std::nullopt}),
     by_name);
 
 TEST(Quotes, that_do_not_end_are_a_fault)
@@ -94,7 +95,7 @@ TEST(Unescaped, removes_one_pair)
     EXPECT_EQ(failure_of([&] { (void)unescaped(u"'"); }), "unterminated string literal at f.conf:0");
 }
 
-TEST(IsVar, delivers_the_parts)
+TEST(IsVar, returns_the_parts)
 {
     ConfigFile const config(QString(u"f.conf"), QString());
     struct Case {
@@ -127,7 +128,7 @@ TEST(IsVar, delivers_the_parts)
     }
 }
 
-TEST(IsVar, leaves_what_it_does_not_deliver)
+TEST(IsVar, leaves_the_output_when_it_returns_false)
 {
     ConfigFile const config(QString(u"f.conf"), QString());
     QString name(u"before");
@@ -139,7 +140,7 @@ TEST(IsVar, leaves_what_it_does_not_deliver)
     EXPECT_EQ(default_value, QString(u"before"));
 }
 
-TEST(GetVar, asks_file_parent_environment_and_default_in_turn)
+TEST(GetVar, looks_in_file_parent_environment_and_default_in_order)
 {
     ConfigFile root(QString(u"root.conf"), QString());
     ConfigFile parent(root, QString(u"parent.conf"));
@@ -164,7 +165,7 @@ TEST(GetVar, asks_file_parent_environment_and_default_in_turn)
     EXPECT_EQ(get(), QString(u"file"));
 }
 
-TEST(GetVar, asks_no_table_for_a_name_outside_the_prefix)
+TEST(GetVar, does_not_look_in_tables_for_a_name_outside_the_prefix)
 {
     QString const name(QLatin1StringView{variable});
     ConfigFile root(QString(u"root.conf"), QString(u"app"));
@@ -177,7 +178,7 @@ TEST(GetVar, asks_no_table_for_a_name_outside_the_prefix)
     EXPECT_EQ(file.get_var(name, std::nullopt), QString(u"environment"));
 }
 
-TEST(GetVar, does_not_look_into_what_it_found)
+TEST(GetVar, does_not_expand_references_in_the_result)
 {
     ConfigFile file(QString(u"file.conf"), QString());
     file.add_value(QString(u"A"), QString(u"${B}"));
@@ -186,24 +187,24 @@ TEST(GetVar, does_not_look_into_what_it_found)
     EXPECT_EQ(file.get_var(QString(u"TARNWICK_TEST_C"), QString(u"${B}")), QString(u"${B}"));
 }
 
-TEST(References, see_the_newest_value_above_them)
+TEST(References, use_the_last_value_above_them)
 {
     EXPECT_EQ(read("a = 1\na = 2\nb = ${a}\na = 3\n"), (Texts{"a=3", "a=2", "a=1", "b=2"}));
     EXPECT_EQ(read("b = ${TARNWICK_TEST_A:-none}\nTARNWICK_TEST_A = 1\n"), (Texts{"TARNWICK_TEST_A=1", "b=none"}));
     EXPECT_EQ(read("a = 1\na = ${a}\n"), (Texts{"a=1", "a=1"}));
 }
 
-TEST(References, tell_capitals_from_small_letters)
+TEST(References, are_case_sensitive)
 {
     EXPECT_EQ(read("TARNWICK_TEST_Y = 1\na = ${tarnwick_test_y}\n"), Texts{"TARNWICK_TEST_Y=1"});
 }
 
-TEST(References, take_names_with_points_as_they_stand)
+TEST(References, accept_names_with_dots)
 {
     EXPECT_EQ(read("db.path = /x\nb = ${db.path}\n"), (Texts{"b=/x", "db.path=/x"}));
 }
 
-TEST(References, hold_the_prefix)
+TEST(References, include_the_prefix)
 {
     Variable const environment("TARNWICK_TEST_E", "environment");
     EXPECT_EQ(read("app.port = 1\napp.b = ${app.port}\n", "app"), (Texts{"b=1", "port=1"}));
@@ -211,13 +212,13 @@ TEST(References, hold_the_prefix)
               (Texts{"TARNWICK_TEST_X=1", "b=none"}));
     EXPECT_EQ(read("app.TARNWICK_TEST_E = 1\napp.b = ${TARNWICK_TEST_E}\n", "app"),
               (Texts{"TARNWICK_TEST_E=1", "b=environment"}));
-    // The environment is asked for the whole name.
+    // The whole name is looked up in the environment.
     Variable const with_prefix("app.TARNWICK_TEST_E", "with prefix");
     EXPECT_EQ(read("app.b = ${app.TARNWICK_TEST_E}\n", "app"), Texts{"b=with prefix"});
     EXPECT_EQ(read("app. = 1\napp.b = ${app.}\n", "app"), (Texts{"=1", "b=1"})) << "the empty key can be referred to";
 }
 
-TEST(References, take_the_environment)
+TEST(References, fall_back_to_the_environment)
 {
     std::string const line = "a = ${TARNWICK_TEST_E:-d}\n";
     EXPECT_EQ(read(line), Texts{"a=d"});
@@ -242,7 +243,7 @@ TEST(References, take_the_environment)
     }
 }
 
-TEST(References, deliver_what_is_unquoted_but_not_stripped)
+TEST(References, return_values_unquoted_but_not_trimmed)
 {
     ConfigFolder const folder;
     auto const file = folder.write("f.conf", "a = ${TARNWICK_TEST_E}\n");

@@ -1,5 +1,5 @@
-// Reading a file: lines, directives, the prefix, the table, what a fault says and what is logged. References and quotes
-// stand in pconfigfile_references_test.cpp, includes in pconfigfile_includes_test.cpp.
+// Reading a file: lines, directives, the prefix, the table, the texts of faults and the log. References and quotes are in
+// pconfigfile_references_test.cpp, includes in pconfigfile_includes_test.cpp.
 
 #include "support/config_files.h"
 #include "support/log_lines.h"
@@ -41,7 +41,7 @@ struct ContentCase {
 
 class Content : public TableTest<ContentCase> {};
 
-TEST_P(Content, becomes_a_table)
+TEST_P(Content, is_read_into_a_table)
 {
     EXPECT_EQ(read(GetParam().content, GetParam().app), GetParam().table);
 }
@@ -49,66 +49,66 @@ TEST_P(Content, becomes_a_table)
 INSTANTIATE_TEST_SUITE_P(
     Lines, Content,
     testing::Values(
-        ContentCase{"EmptyFile", "", {}}, ContentCase{"OnlyALineFeed", "\n", {}},
-        ContentCase{"OnlyComments", "# a = 1\n; b = 2\n", {}},
-        ContentCase{"IndentedComments", " \t # a = 1\n  ; b = 2\n \t\n", {}},
-        ContentCase{"LastLineWithoutLineFeed", "a = 1\nb = 2", {"a=1", "b=2"}},
-        ContentCase{"CommentAsLastLineWithoutLineFeed", "a = 1\n#", {"a=1"}},
-        ContentCase{"CarriageReturns", "a = 1\r\n\r\n# c\r\nb = 2\r\n", {"a=1", "b=2"}},
-        ContentCase{"AllAsciiWhiteSpace", " \t\v\f\ra\t = \v 1 \f\r\n", {"a=1"}},
-        ContentCase{"NoWhiteSpace", "a=1\n", {"a=1"}},
-        ContentCase{"WhiteSpaceInside", "a  b = 1 \t 2\n", {"a  b=1 \t 2"}},
-        ContentCase{"UnicodeWhiteSpaceAroundKeyAndValue",
+        ContentCase{"empty_file", "", {}}, ContentCase{"only_a_line_feed", "\n", {}},
+        ContentCase{"only_comments", "# a = 1\n; b = 2\n", {}},
+        ContentCase{"indented_comments", " \t # a = 1\n  ; b = 2\n \t\n", {}},
+        ContentCase{"last_line_without_line_feed", "a = 1\nb = 2", {"a=1", "b=2"}},
+        ContentCase{"comment_as_last_line_without_line_feed", "a = 1\n#", {"a=1"}},
+        ContentCase{"carriage_returns", "a = 1\r\n\r\n# c\r\nb = 2\r\n", {"a=1", "b=2"}},
+        ContentCase{"all_ascii_white_space", " \t\v\f\ra\t = \v 1 \f\r\n", {"a=1"}},
+        ContentCase{"no_white_space", "a=1\n", {"a=1"}},
+        ContentCase{"white_space_inside", "a  b = 1 \t 2\n", {"a  b=1 \t 2"}},
+        ContentCase{"unicode_white_space_around_key_and_value",
                     "a" + no_break_space + "=" + no_break_space + "1" + no_break_space + "\n",
                     {"a=1"}},
-        ContentCase{"CommentBehindUnicodeWhiteSpaceIsAKey", no_break_space + "# a = 1\n", {"# a=1"}},
-        ContentCase{"MoreEqualsSigns", "a=b=c\nd==\n", {"a=b=c", "d=="}},
-        ContentCase{"EmptyValue", "a =\nb=\n", {"a=", "b="}},
-        ContentCase{"NoCommentBehindAValue", "a = 1 # b\nc = 1 ; d\n", {"a=1 # b", "c=1 ; d"}},
-        ContentCase{"NoContinuation", "a = 1 \\\nb = 2\n", {"a=1 \\", "b=2"}},
-        ContentCase{"NoEscapes", "a = \\t\\\"\n", {"a=\\t\\\""}}, ContentCase{"NoSections", "[a] = 1\n", {"[a]=1"}},
-        ContentCase{"SameKeyTwice", "a = 1\na = 2\n", {"a=2", "a=1"}},
-        ContentCase{"SameValueTwice", "a = 1\na = 1\n", {"a=1", "a=1"}},
-        ContentCase{"KeysOfOtherCase", "a = 1\nA = 2\n", {"A=2", "a=1"}},
+        ContentCase{"comment_after_unicode_white_space_is_a_key", no_break_space + "# a = 1\n", {"# a=1"}},
+        ContentCase{"more_equals_signs", "a=b=c\nd==\n", {"a=b=c", "d=="}},
+        ContentCase{"empty_value", "a =\nb=\n", {"a=", "b="}},
+        ContentCase{"no_comment_after_a_value", "a = 1 # b\nc = 1 ; d\n", {"a=1 # b", "c=1 ; d"}},
+        ContentCase{"no_continuation", "a = 1 \\\nb = 2\n", {"a=1 \\", "b=2"}},
+        ContentCase{"no_escapes", "a = \\t\\\"\n", {"a=\\t\\\""}}, ContentCase{"no_sections", "[a] = 1\n", {"[a]=1"}},
+        ContentCase{"same_key_twice", "a = 1\na = 2\n", {"a=2", "a=1"}},
+        ContentCase{"same_value_twice", "a = 1\na = 1\n", {"a=1", "a=1"}},
+        ContentCase{"keys_of_other_case", "a = 1\nA = 2\n", {"A=2", "a=1"}},
         // e with an acute accent, as one character and as two.
-        ContentCase{"KeysAreNotNormalised", "\xC3\xA9 = 1\ne\xCC\x81 = 2\n", {"e\xCC\x81=2", "\xC3\xA9=1"}},
-        ContentCase{"ByteOrderMarkIsDroppedFromADirective", bom + "a = 1\n", {"a=1"}},
-        ContentCase{"ByteOrderMarkIsDroppedFromEveryLine", "a = 1\n" + bom + "b = 2\n", {"a=1", "b=2"}},
-        ContentCase{"ByteOrderMarkInsideStays", "a = " + bom + "1\n", {"a=" + bom + "1"}},
-        ContentCase{"CommentBehindAByteOrderMarkIsAKey", bom + "# a = 1\n", {"# a=1"}},
+        ContentCase{"keys_are_not_normalised", "\xC3\xA9 = 1\ne\xCC\x81 = 2\n", {"e\xCC\x81=2", "\xC3\xA9=1"}},
+        ContentCase{"byte_order_mark_is_dropped_from_a_directive", bom + "a = 1\n", {"a=1"}},
+        ContentCase{"byte_order_mark_is_dropped_from_every_line", "a = 1\n" + bom + "b = 2\n", {"a=1", "b=2"}},
+        ContentCase{"byte_order_mark_inside_stays", "a = " + bom + "1\n", {"a=" + bom + "1"}},
+        ContentCase{"comment_after_a_byte_order_mark_is_a_key", bom + "# a = 1\n", {"# a=1"}},
         ContentCase{
             "BytesThatAreNotUtf8", "a\xFF = \xC3(\xF0\x9F\n", {"a\xEF\xBF\xBD=\xEF\xBF\xBD(\xEF\xBF\xBD\xEF\xBF\xBD"}},
-        ContentCase{"Utf8", "Größe = \xF0\x9F\x98\x80\n", {"Größe=\xF0\x9F\x98\x80"}},
-        ContentCase{"Nul", std::string("a\0b = c\0d\n", 10), {std::string("a\0b=c\0d", 7)}},
-        ContentCase{"IncludeOfOtherCaseIsAKey", "Include = x\nINCLUDE = y\n", {"INCLUDE=y", "Include=x"}},
-        ContentCase{"IncludeWithMoreIsAKey", "includes = x\nan include = y\n", {"an include=y", "includes=x"}}),
+        ContentCase{"utf8", "Größe = \xF0\x9F\x98\x80\n", {"Größe=\xF0\x9F\x98\x80"}},
+        ContentCase{"nul", std::string("a\0b = c\0d\n", 10), {std::string("a\0b=c\0d", 7)}},
+        ContentCase{"include_of_other_case_is_a_key", "Include = x\nINCLUDE = y\n", {"INCLUDE=y", "Include=x"}},
+        ContentCase{"include_with_more_is_a_key", "includes = x\nan include = y\n", {"an include=y", "includes=x"}}),
     by_name);
 
 INSTANTIATE_TEST_SUITE_P(
     Prefix, Content,
-    testing::Values(ContentCase{"IsRemoved", "app.port = 1\n", {"port=1"}, "app"},
-                    ContentCase{"OfOthersIsDropped", "other.port = 1\nport = 2\n", {}, "app"},
-                    ContentCase{"OfOtherCaseIsDropped", "APP.port = 1\nApp.port = 2\n", {}, "app"},
-                    ContentCase{"IsRemovedOnce", "app.app.port = 1\n", {"app.port=1"}, "app"},
-                    ContentCase{"StandsAtTheStart", "an.app.port = 1\n", {}, "app"},
-                    ContentCase{"EndsWithThePoint", "app = 1\napplication.port = 2\napp-port = 3\n", {}, "app"},
-                    ContentCase{"AloneIsTheEmptyKey", "app. = 1\n", {"=1"}, "app"},
-                    ContentCase{"MakesIncludeAKey", "app.include = x\n", {"include=x"}, "app"},
-                    ContentCase{"MayHavePoints", "a.b.c = 1\na.c = 2\n", {"c=1"}, "a.b"},
-                    ContentCase{"IsNoPattern", "%1.a = 1\napp.a = 2\n", {"a=1"}, "%1"},
-                    ContentCase{"OfNoneKeepsKeysWhole", "app.port = 1\n.a = 2\n", {".a=2", "app.port=1"}}),
+    testing::Values(ContentCase{"is_removed", "app.port = 1\n", {"port=1"}, "app"},
+                    ContentCase{"of_others_is_dropped", "other.port = 1\nport = 2\n", {}, "app"},
+                    ContentCase{"of_other_case_is_dropped", "APP.port = 1\nApp.port = 2\n", {}, "app"},
+                    ContentCase{"is_removed_once", "app.app.port = 1\n", {"app.port=1"}, "app"},
+                    ContentCase{"at_the_start", "an.app.port = 1\n", {}, "app"},
+                    ContentCase{"ends_with_the_point", "app = 1\napplication.port = 2\napp-port = 3\n", {}, "app"},
+                    ContentCase{"alone_is_the_empty_key", "app. = 1\n", {"=1"}, "app"},
+                    ContentCase{"makes_include_a_key", "app.include = x\n", {"include=x"}, "app"},
+                    ContentCase{"may_have_points", "a.b.c = 1\na.c = 2\n", {"c=1"}, "a.b"},
+                    ContentCase{"is_no_pattern", "%1.a = 1\napp.a = 2\n", {"a=1"}, "%1"},
+                    ContentCase{"of_none_keeps_keys_whole", "app.port = 1\n.a = 2\n", {".a=2", "app.port=1"}}),
     by_name);
 
 struct FaultCase {
     std::string name;
     std::string content;
-    std::string fault;    ///< FILE stands for the file's name
+    std::string fault;    ///< FILE is replaced by the name of the file
     std::string app = {}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 class Fault : public TableTest<FaultCase> {};
 
-TEST_P(Fault, is_told_with_its_place)
+TEST_P(Fault, is_reported_with_its_place)
 {
     ConfigFolder const folder;
     auto const file = folder.write("f.conf", GetParam().content);
@@ -116,25 +116,25 @@ TEST_P(Fault, is_told_with_its_place)
     auto const what = GetParam().fault.substr(0, GetParam().fault.find("FILE"));
     EXPECT_EQ(failure(file, GetParam().app), "Failed to load '" + file + "':\n\t" + what + place);
 
-    // Without the outer line when the object is the caller's own.
+    // Without the first line when the caller loads its own object.
     ConfigFile config(q(file), q(GetParam().app));
     EXPECT_EQ(failure_of([&] { config.load(); }), what + place);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, Fault,
-    testing::Values(FaultCase{"NoEqualsSign", "a = 1\nb\n", "invalid line at FILE:2"},
-                    FaultCase{"NoEqualsSignBelowComments", "# one\n\noops\n", "invalid line at FILE:3"},
-                    FaultCase{"NoEqualsSignInTheLastLine", "a = 1\n\noops", "invalid line at FILE:3"},
-                    FaultCase{"EqualsSignFirst", "=x\n", "invalid line at FILE:1"},
-                    FaultCase{"EqualsSignFirstIndented", "  \t=x\n", "invalid line at FILE:1"},
-                    FaultCase{"EqualsSignAlone", "=\n", "invalid line at FILE:1"},
-                    FaultCase{"Section", "[section]\n", "invalid line at FILE:1"},
-                    FaultCase{"ByteOrderMarkAlone", "a = 1\n" + bom + "\n", "invalid line at FILE:2"},
-                    FaultCase{"ByteOrderMarkBeforeAComment", bom + "# note\n", "invalid line at FILE:1"},
-                    FaultCase{"EmptyKey", "a = 1\n" + no_break_space + "= x\n", "empty key at FILE:2"},
-                    FaultCase{"TwoFaultsTellTheFirst", "\none\ntwo\n", "invalid line at FILE:2"},
-                    FaultCase{"OutsideThePrefixToo", "other\n", "invalid line at FILE:1", "app"}),
+    testing::Values(FaultCase{"no_equals_sign", "a = 1\nb\n", "invalid line at FILE:2"},
+                    FaultCase{"no_equals_sign_below_comments", "# one\n\noops\n", "invalid line at FILE:3"},
+                    FaultCase{"no_equals_sign_in_the_last_line", "a = 1\n\noops", "invalid line at FILE:3"},
+                    FaultCase{"equals_sign_first", "=x\n", "invalid line at FILE:1"},
+                    FaultCase{"equals_sign_first_indented", "  \t=x\n", "invalid line at FILE:1"},
+                    FaultCase{"equals_sign_alone", "=\n", "invalid line at FILE:1"},
+                    FaultCase{"section", "[section]\n", "invalid line at FILE:1"},
+                    FaultCase{"byte_order_mark_alone", "a = 1\n" + bom + "\n", "invalid line at FILE:2"},
+                    FaultCase{"byte_order_mark_before_a_comment", bom + "# note\n", "invalid line at FILE:1"},
+                    FaultCase{"empty_key", "a = 1\n" + no_break_space + "= x\n", "empty key at FILE:2"},
+                    FaultCase{"two_faults_report_the_first", "\none\ntwo\n", "invalid line at FILE:2"},
+                    FaultCase{"outside_the_prefix_too", "other\n", "invalid line at FILE:1", "app"}),
     by_name);
 
 TEST(ConfigFile, reads_nothing_before_it_loads)
@@ -158,7 +158,7 @@ TEST(ConfigFile, has_no_prefix_without_a_name)
     EXPECT_EQ(ConfigFile(QString(u"f.conf"), QString(u"")).prefix(), std::nullopt);
 }
 
-TEST(ConfigFile, remembers_its_parent_and_copies_nothing_of_it)
+TEST(ConfigFile, refers_to_its_parent_without_copying_it)
 {
     ConfigFile parent(QString(u"/no/such/main.conf"), QString(u"app"));
     parent.add_value(QString(u"a"), QString(u"1"));
@@ -171,7 +171,7 @@ TEST(ConfigFile, remembers_its_parent_and_copies_nothing_of_it)
     EXPECT_EQ(child.canonical_file_path(), QString());
 }
 
-TEST(ConfigFile, takes_the_prefix_of_the_nearest_file_that_has_one)
+TEST(ConfigFile, uses_the_prefix_of_the_nearest_file_that_has_one)
 {
     ConfigFile const root(QString(u"root.conf"), QString(u"app"));
     ConfigFile const child(root, QString(u"child.conf"));
@@ -181,7 +181,7 @@ TEST(ConfigFile, takes_the_prefix_of_the_nearest_file_that_has_one)
     EXPECT_EQ(table(grandchild), Texts{"port=1"});
 }
 
-TEST(ConfigFile, is_given_another_file_and_keeps_the_rest)
+TEST(ConfigFile, can_get_another_file_and_keeps_the_rest)
 {
     ConfigFile config(QString(u"/a/one.conf"), QString(u"app"));
     config.process_directive(QString(u"app.a = 1"));
@@ -203,7 +203,7 @@ TEST(ConfigFile, counts_every_line)
 }
 
 // A file is read in pieces of 16,384 bytes.
-TEST(ConfigFile, ends_a_line_wherever_a_piece_ends)
+TEST(ConfigFile, reads_lines_across_buffers)
 {
     std::string const key = "a = ";
     for (std::size_t size = 16'380; size < 16'390; ++size) {
@@ -224,7 +224,7 @@ TEST(ConfigFile, adds_everything_again_when_it_loads_again)
     EXPECT_EQ(table(config), (Texts{"a=2", "a=1", "a=2", "a=1"}));
 }
 
-TEST(ConfigFile, keeps_what_stands_above_a_fault)
+TEST(ConfigFile, keeps_the_values_above_a_fault)
 {
     ConfigFolder const folder;
     ConfigFile config(q(folder.write("f.conf", "a = 1\nb = 2\noops\nc = 3\n")), QString());
@@ -233,7 +233,7 @@ TEST(ConfigFile, keeps_what_stands_above_a_fault)
     EXPECT_EQ(config.line_no(), 3);
 }
 
-TEST(ConfigFile, says_what_the_system_says_of_a_file_that_it_cannot_open)
+TEST(ConfigFile, reports_why_a_file_cannot_be_opened)
 {
     ConfigFolder const folder;
     WorkingFolder const here(folder.path());
@@ -244,7 +244,7 @@ TEST(ConfigFile, says_what_the_system_says_of_a_file_that_it_cannot_open)
     EXPECT_EQ(failure_of([] { ConfigFile(QString(u"x.conf"), QString()).load(); }), "No such file or directory");
 }
 
-TEST(ConfigFile, names_the_file_as_it_was_given)
+TEST(ConfigFile, names_the_file_as_the_program_does)
 {
     ConfigFolder const folder;
     WorkingFolder const here(folder.path());
@@ -256,7 +256,7 @@ TEST(ConfigFile, names_the_file_as_it_was_given)
     EXPECT_EQ(failure(name), "Failed to load '" + name + "':\n\tNo such file or directory");
 }
 
-TEST(ConfigFile, loads_a_child_that_reads_its_parent_and_leaves_it_alone)
+TEST(ConfigFile, loads_a_child_that_reads_its_parent_without_changing_it)
 {
     ConfigFolder const folder;
     auto const file = folder.write("child.conf", "app.b = ${app.a}\nother = 1\n");
@@ -272,7 +272,7 @@ TEST(ConfigFile, loads_a_child_that_reads_its_parent_and_leaves_it_alone)
               "Failed to load '" + file + "':\n\tinvalid line at " + file + ":1");
 }
 
-/// Whether a child can be made and loaded from a parent of that type.
+/// Whether a child can be constructed and loaded with a parent of that type.
 template <class Parent>
 concept is_parent = std::is_constructible_v<ConfigFile, Parent, QString> &&
                     requires(QString const &file) { ConfigFile::load(std::declval<Parent>(), file); };
@@ -280,7 +280,7 @@ template <class Parent>
 concept is_no_parent = !std::is_constructible_v<ConfigFile, Parent, QString> &&
                        !requires(QString const &file) { ConfigFile::load(std::declval<Parent>(), file); };
 
-TEST(ConfigFile, takes_no_temporary_as_a_parent)
+TEST(ConfigFile, rejects_a_temporary_as_parent)
 {
     EXPECT_TRUE(is_parent<ConfigFile &>);
     EXPECT_TRUE(is_parent<ConfigFile const &>);
@@ -297,7 +297,7 @@ TEST(ConfigFile, counts_lines_up_to_the_largest_number)
     EXPECT_EQ(next_line_no(largest), largest);
 }
 
-TEST(ConfigFile, handles_a_line_given_by_a_program)
+TEST(ConfigFile, handles_a_line_of_the_program)
 {
     ConfigFile config(QString(u"f.conf"), QString());
     config.process_directive(QString(u" a  =  1 "));
@@ -331,7 +331,7 @@ TEST(ConfigFile, gives_access_to_its_table)
     EXPECT_EQ(config.values().value(QString(u"b")), QString(u"3"));
 }
 
-TEST(ConfigFile, can_be_kept_and_handed_on)
+TEST(ConfigFile, can_be_moved)
 {
     ConfigFolder const folder;
     auto config = ConfigFile::load(q(folder.write("f.conf", "app.a = 1\n")), QString(u"app"));
@@ -342,7 +342,7 @@ TEST(ConfigFile, can_be_kept_and_handed_on)
     EXPECT_EQ(moved.prefix(), QString(u"app."));
 }
 
-TEST(ConfigFile, can_take_the_place_of_another)
+TEST(ConfigFile, can_be_assigned)
 {
     ConfigFolder const folder;
     auto const file = q(folder.write("f.conf", "app.a = 1\nother.b = 2\n"));
@@ -385,16 +385,16 @@ TEST_P(Merge, keeps_all_values_in_this_order)
 
 INSTANTIATE_TEST_SUITE_P(
     Tables, Merge,
-    testing::Values(MergeCase{"IntoAnEmptyOneAsItStands", {}, {"a=1", "a=2", "b=3"}, {"a=2", "a=1", "b=3"}},
-                    MergeCase{"NothingOfAnEmptyOne", {"a=1", "a=2"}, {}, {"a=2", "a=1"}},
-                    MergeCase{"IntoAnotherReversed", {"x=0"}, {"a=1", "a=2", "a=3"}, {"a=1", "a=2", "a=3", "x=0"}},
-                    MergeCase{"ReversedBeforeOlderValues", {"a=0"}, {"a=1", "a=2"}, {"a=1", "a=2", "a=0"}},
-                    MergeCase{"EqualValuesStay", {"a=1"}, {"a=1"}, {"a=1", "a=1"}}),
+    testing::Values(MergeCase{"into_an_empty_one_unchanged", {}, {"a=1", "a=2", "b=3"}, {"a=2", "a=1", "b=3"}},
+                    MergeCase{"nothing_of_an_empty_one", {"a=1", "a=2"}, {}, {"a=2", "a=1"}},
+                    MergeCase{"into_another_reversed", {"x=0"}, {"a=1", "a=2", "a=3"}, {"a=1", "a=2", "a=3", "x=0"}},
+                    MergeCase{"reversed_before_older_values", {"a=0"}, {"a=1", "a=2"}, {"a=1", "a=2", "a=0"}},
+                    MergeCase{"equal_values_stay", {"a=1"}, {"a=1"}, {"a=1", "a=1"}}),
     by_name);
 
 // Log.
 
-TEST(ConfigFileLog, tells_of_files_and_of_values)
+TEST(ConfigFileLog, logs_files_and_values)
 {
     static std::string const stem = "libs/tarnwick/pconfigfile";
     auto const loading = "3 " + place_in_source(stem, "Loading configuration file {}") + " Loading configuration file ";
@@ -446,7 +446,7 @@ TEST(ConfigFileLog, tells_of_files_and_of_values)
     }
 }
 
-/// Makes the stream good again as soon as somebody asks for its text.
+/// Clears the state of the stream when its text is read.
 class PassingFormatError : public fmt::format_error {
 public:
     explicit PassingFormatError(std::ostream &stream)
@@ -464,7 +464,7 @@ private:
     std::ostream *stream_;
 };
 
-TEST(ConfigFileLog, loads_on_after_a_format_error)
+TEST(ConfigFileLog, continues_loading_after_a_format_error)
 {
     struct Failing : std::stringbuf {
         std::ostream *stream = nullptr;
@@ -496,7 +496,7 @@ TEST(ConfigFileLog, loads_on_after_a_format_error)
                                 "Failed to format message: no format\n" + value + "b = '2'\n" + value + "c = '3'\n");
 }
 
-TEST(ConfigFileLog, passes_on_what_the_stream_throws)
+TEST(ConfigFileLog, propagates_exceptions_of_the_stream)
 {
     struct Failing : std::streambuf {
         std::streamsize xsputn(char const * /*data*/, std::streamsize /*size*/) override

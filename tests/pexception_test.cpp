@@ -25,7 +25,7 @@ static_assert(!std::is_default_constructible_v<PException>);
 static_assert(!std::is_convertible_v<std::string, PException>);
 static_assert(!std::is_final_v<PException>);
 
-// The shape that every program of the product knows.
+// The layout that all programs of the product are compiled with.
 struct Shape : std::runtime_error {
     std::string text;
     int number;
@@ -42,45 +42,26 @@ char const *const texts[] = {
     "a text that is too long to be kept inside of any string object, whatever the library",
 };
 
-TEST(PException, is_caught_as_itself_with_its_text)
-{
-    for (char const *const text : texts) {
-        SCOPED_TRACE(text);
-        try {
-            throw PException(text);
-        } catch (PException const &exception) {
-            EXPECT_STREQ(exception.what(), text);
-        }
-    }
-}
+template <class ItselfOrBase>
+class PExceptionCaughtAs : public testing::Test {};
 
-TEST(PException, is_caught_as_runtime_error_with_its_text)
+using ItselfAndBases = testing::Types<PException, std::runtime_error, std::exception>;
+TYPED_TEST_SUITE(PExceptionCaughtAs, ItselfAndBases, );
+
+TYPED_TEST(PExceptionCaughtAs, itself_or_a_base_has_its_text_and_type)
 {
     for (char const *const text : texts) {
         SCOPED_TRACE(text);
         try {
             throw PException(text);
-        } catch (std::runtime_error const &exception) {
+        } catch (TypeParam const &exception) {
             EXPECT_STREQ(exception.what(), text);
             EXPECT_EQ(typeid(exception), typeid(PException));
         }
     }
 }
 
-TEST(PException, is_caught_as_exception_with_its_text)
-{
-    for (char const *const text : texts) {
-        SCOPED_TRACE(text);
-        try {
-            throw PException(text);
-        } catch (std::exception const &exception) {
-            EXPECT_STREQ(exception.what(), text);
-            EXPECT_EQ(typeid(exception), typeid(PException));
-        }
-    }
-}
-
-TEST(PException, is_no_logic_error)
+TEST(PException, is_not_a_logic_error)
 {
     auto const caught_as = [] {
         try {
@@ -104,7 +85,7 @@ TEST(PException, copies_keep_the_text)
     EXPECT_STREQ(first.what(), "first");
 }
 
-TEST(PException, survives_as_exception_pointer)
+TEST(PException, can_be_rethrown_from_an_exception_pointer)
 {
     auto const pointer = std::make_exception_ptr(PException("kept"));
     try {
@@ -114,7 +95,7 @@ TEST(PException, survives_as_exception_pointer)
     }
 }
 
-TEST(PException, carries_an_empty_string_and_zero_behind_its_base)
+TEST(PException, has_an_empty_string_and_zero_after_its_base)
 {
     try {
         throw PException("a text that is too long to be kept inside of any string object");
@@ -129,7 +110,7 @@ TEST(PException, carries_an_empty_string_and_zero_behind_its_base)
     }
 }
 
-TEST(PException, adds_nothing_to_the_virtual_table_of_its_base)
+TEST(PException, has_the_virtual_table_of_its_base)
 {
     // Two destructors, then what().
     constexpr std::size_t what_slot = 2;
@@ -143,7 +124,7 @@ TEST(PException, adds_nothing_to_the_virtual_table_of_its_base)
     EXPECT_EQ(virtual_table(exception)[what_slot], virtual_table(base)[what_slot]);
     EXPECT_NE(virtual_table(exception)[0], virtual_table(base)[0]);
 
-    // The offset to the top and the type information stand before the operations.
+    // The offset to top and the type information precede the virtual functions.
     Dl_info place;
     void *symbol = nullptr;
     ASSERT_NE(dladdr1(static_cast<void const *>(virtual_table(exception)), &place, &symbol, RTLD_DL_SYMENT), 0);

@@ -15,7 +15,7 @@ namespace {
 using tarnwick::test::by_name;
 using tarnwick::test::TableTest;
 
-// Formats {0}, with a width in {1} and a precision in {2} for the formats that ask for them.
+// Formats {0}, with a width in {1} and a precision in {2} for the formats that use them.
 template <typename Text>
 std::string format_one(char const *format, Text const &text, int width, int precision)
 {
@@ -33,14 +33,14 @@ struct Row {
 
 class QStringFormat : public TableTest<Row> {};
 
-TEST_P(QStringFormat, gives_the_text)
+TEST_P(QStringFormat, formats_the_text)
 {
     Row const &row = GetParam();
     QString const text = QString::fromStdString(row.text);
     EXPECT_EQ(format_one(row.format, text, row.width, row.precision), row.expected);
 }
 
-TEST_P(QStringFormat, gives_what_a_std_string_gives)
+TEST_P(QStringFormat, formats_like_a_std_string)
 {
     Row const &row = GetParam();
     QString const text = QString::fromStdString(row.text);
@@ -55,58 +55,59 @@ std::string const emoji = "\xF0\x9F\x98\x80"; // 4 bytes, 2 columns
 
 INSTANTIATE_TEST_SUITE_P(
     Plain, QStringFormat,
-    testing::Values(Row{"NoSpecification", "{}", "text", "text"}, Row{"Index", "{0} {0}", "text", "text text"},
-                    Row{"EmptySpecification", "{:}", "text", "text"}, Row{"TypeS", "{:s}", "text", "text"},
-                    Row{"BracesAround", "{{{}}}", "text", "{text}"},
-                    Row{"BracesInTheText", "'{}'", "{} {0}", "'{} {0}'"}, Row{"Empty", "'{}'", "", "''"},
-                    Row{"EmbeddedNul", "'{}'", nul_text, "'" + nul_text + "'"}, Row{"LineFeed", "{}", "a\nb", "a\nb"},
-                    Row{"MultiByte", "{}", "Größe " + euro + kanji + emoji, "Größe " + euro + kanji + emoji},
-                    Row{"Long", "{}", std::string(5'000, 'x'), std::string(5'000, 'x')}),
+    testing::Values(Row{"no_specification", "{}", "text", "text"}, Row{"index", "{0} {0}", "text", "text text"},
+                    Row{"empty_specification", "{:}", "text", "text"}, Row{"type_s", "{:s}", "text", "text"},
+                    Row{"braces_around", "{{{}}}", "text", "{text}"},
+                    Row{"braces_in_the_text", "'{}'", "{} {0}", "'{} {0}'"}, Row{"empty", "'{}'", "", "''"},
+                    Row{"embedded_nul", "'{}'", nul_text, "'" + nul_text + "'"}, Row{"line_feed", "{}", "a\nb", "a\nb"},
+                    Row{"multi_byte", "{}", "Größe " + euro + kanji + emoji, "Größe " + euro + kanji + emoji},
+                    Row{"long", "{}", std::string(5'000, 'x'), std::string(5'000, 'x')}),
     by_name);
 
 INSTANTIATE_TEST_SUITE_P(
     Width, QStringFormat,
-    testing::Values(Row{"DefaultAlignsLeft", "{:6}|", "abc", "abc   |"}, Row{"Left", "{:<6}|", "abc", "abc   |"},
-                    Row{"Right", "{:>6}|", "abc", "   abc|"}, Row{"Centre", "{:^7}|", "abc", "  abc  |"},
-                    Row{"CentreOdd", "{:^6}|", "abc", " abc  |"}, Row{"FillLeft", "{:*<6}", "abc", "abc***"},
-                    Row{"FillRight", "{:*>6}", "abc", "***abc"}, Row{"FillCentre", "{:*^7}", "abc", "**abc**"},
-                    Row{"FillZero", "{:0>6}", "abc", "000abc"},
-                    Row{"FillWithAnAlignmentSign", "{:<>6}", "abc", "<<<abc"},
-                    Row{"FillMultiByte", "{:\xE2\x82\xAC^5}", "abc", euro + "abc" + euro},
-                    Row{"AlignWithoutWidth", "{:>}", "abc", "abc"}, Row{"ExactlyFilled", "{:3}|", "abc", "abc|"},
-                    Row{"NotCutWhenTooLong", "{:2}|", "abc", "abc|"}, Row{"Empty", "{:3}|", "", "   |"},
-                    Row{"EmptyFilled", "{:*^3}|", "", "***|"}, Row{"WithType", "{:>6s}", "abc", "   abc"},
-                    Row{"CountsColumnsNotBytes", "{:>5}", "Größe", "Größe"},
-                    Row{"MultiByteIsOneColumn", "{:>3}|", euro, "  " + euro + "|"},
-                    Row{"KanjiIsTwoColumns", "{:>4}|", kanji, "  " + kanji + "|"},
-                    Row{"EmojiIsTwoColumns", "{:<4}|", emoji, emoji + "  |"},
-                    Row{"EmbeddedNulCounts", "{:>5}", nul_text, "  " + nul_text},
-                    Row{"Dynamic", "{0:{1}}|", "abc", "abc   |", 6}, Row{"DynamicZero", "{0:{1}}|", "abc", "abc|", 0},
-                    Row{"DynamicByOrder", "{:{}}|", "abc", "abc  |", 5},
-                    Row{"DynamicFilledRight", "{0:->{1}}", "abc", "---abc", 6}),
+    testing::Values(Row{"default_aligns_left", "{:6}|", "abc", "abc   |"}, Row{"left", "{:<6}|", "abc", "abc   |"},
+                    Row{"right", "{:>6}|", "abc", "   abc|"}, Row{"centre", "{:^7}|", "abc", "  abc  |"},
+                    Row{"centre_odd", "{:^6}|", "abc", " abc  |"}, Row{"fill_left", "{:*<6}", "abc", "abc***"},
+                    Row{"fill_right", "{:*>6}", "abc", "***abc"}, Row{"fill_centre", "{:*^7}", "abc", "**abc**"},
+                    Row{"fill_zero", "{:0>6}", "abc", "000abc"},
+                    Row{"fill_with_an_alignment_sign", "{:<>6}", "abc", "<<<abc"},
+                    Row{"fill_multi_byte", "{:\xE2\x82\xAC^5}", "abc", euro + "abc" + euro},
+                    Row{"align_without_width", "{:>}", "abc", "abc"}, Row{"exactly_filled", "{:3}|", "abc", "abc|"},
+                    Row{"not_cut_when_too_long", "{:2}|", "abc", "abc|"}, Row{"empty", "{:3}|", "", "   |"},
+                    Row{"empty_filled", "{:*^3}|", "", "***|"}, Row{"with_type", "{:>6s}", "abc", "   abc"},
+                    Row{"counts_columns_not_bytes", "{:>5}", "Größe", "Größe"},
+                    Row{"multi_byte_is_one_column", "{:>3}|", euro, "  " + euro + "|"},
+                    Row{"kanji_is_two_columns", "{:>4}|", kanji, "  " + kanji + "|"},
+                    Row{"emoji_is_two_columns", "{:<4}|", emoji, emoji + "  |"},
+                    Row{"embedded_nul_counts", "{:>5}", nul_text, "  " + nul_text},
+                    Row{"dynamic", "{0:{1}}|", "abc", "abc   |", 6}, Row{"dynamic_zero", "{0:{1}}|", "abc", "abc|", 0},
+                    Row{"dynamic_by_order", "{:{}}|", "abc", "abc  |", 5},
+                    Row{"dynamic_filled_right", "{0:->{1}}", "abc", "---abc", 6}),
     by_name);
 
 INSTANTIATE_TEST_SUITE_P(Precision, QStringFormat,
-                         testing::Values(Row{"Cuts", "{:.2}", "abc", "ab"}, Row{"CutsToNothing", "{:.0}|", "abc", "|"},
-                                         Row{"LongerThanTheText", "{:.9}|", "abc", "abc|"},
-                                         Row{"WithType", "{:.2s}", "abc", "ab"},
-                                         Row{"WithWidth", "{:5.2}|", "abc", "ab   |"},
-                                         Row{"WithFillAndAlignment", "{:*>5.2}", "abc", "***ab"},
-                                         Row{"CutsBetweenCharactersNotBytes", "{:.3}", "Größe", "Grö"},
-                                         Row{"CutsBehindAFourByteCharacter", "{:.1}", emoji + "x", emoji},
-                                         Row{"EmbeddedNulCounts", "{:.2}", nul_text, std::string("a\0", 2)},
-                                         Row{"Dynamic", "{0:.{2}}", "abcdef", "abcd", 0, 4},
-                                         Row{"DynamicZero", "{0:.{2}}|", "abcdef", "|", 0, 0},
-                                         Row{"DynamicWithDynamicWidth", "{0:.>{1}.{2}}", "abcdef", "..abcd", 6, 4},
-                                         Row{"DynamicByOrder", "{:{}.{}}|", "abcdef", "abcd  |", 6, 4}),
+                         testing::Values(Row{"cuts", "{:.2}", "abc", "ab"},
+                                         Row{"cuts_to_nothing", "{:.0}|", "abc", "|"},
+                                         Row{"longer_than_the_text", "{:.9}|", "abc", "abc|"},
+                                         Row{"with_type", "{:.2s}", "abc", "ab"},
+                                         Row{"with_width", "{:5.2}|", "abc", "ab   |"},
+                                         Row{"with_fill_and_alignment", "{:*>5.2}", "abc", "***ab"},
+                                         Row{"cuts_between_characters_not_bytes", "{:.3}", "Größe", "Grö"},
+                                         Row{"cuts_after_a_four_byte_character", "{:.1}", emoji + "x", emoji},
+                                         Row{"embedded_nul_counts", "{:.2}", nul_text, std::string("a\0", 2)},
+                                         Row{"dynamic", "{0:.{2}}", "abcdef", "abcd", 0, 4},
+                                         Row{"dynamic_zero", "{0:.{2}}|", "abcdef", "|", 0, 0},
+                                         Row{"dynamic_with_dynamic_width", "{0:.>{1}.{2}}", "abcdef", "..abcd", 6, 4},
+                                         Row{"dynamic_by_order", "{:{}.{}}|", "abcdef", "abcd  |", 6, 4}),
                          by_name);
 
 INSTANTIATE_TEST_SUITE_P(Debug, QStringFormat,
-                         testing::Values(Row{"Quotes", "{:?}", "text", "\"text\""}, Row{"Empty", "{:?}", "", "\"\""},
-                                         Row{"Escapes", "{:?}", "a\n\t\r\"\\", R"("a\n\t\r\"\\")"},
-                                         Row{"Nul", "{:?}", nul_text, R"("a\x00b")"},
-                                         Row{"KeepsPrintableMultiByte", "{:?}", "ö" + euro, "\"ö" + euro + "\""},
-                                         Row{"WithWidth", "{:*>8?}", "text", "**\"text\""}),
+                         testing::Values(Row{"quotes", "{:?}", "text", "\"text\""}, Row{"empty", "{:?}", "", "\"\""},
+                                         Row{"escapes", "{:?}", "a\n\t\r\"\\", R"("a\n\t\r\"\\")"},
+                                         Row{"nul", "{:?}", nul_text, R"("a\x00b")"},
+                                         Row{"keeps_printable_multi_byte", "{:?}", "ö" + euro, "\"ö" + euro + "\""},
+                                         Row{"with_width", "{:*>8?}", "text", "**\"text\""}),
                          by_name);
 
 TEST(QStringFormatTest, null_is_an_empty_text)
@@ -126,7 +127,7 @@ TEST(QStringFormatTest, specifications_are_checked_by_the_compiler)
     EXPECT_EQ(fmt::format("{:_>{}.{}s}", QStringLiteral("abcdef"), 5, 3), "__abc");
 }
 
-TEST(QStringFormatTest, stands_beside_other_arguments)
+TEST(QStringFormatTest, formats_beside_other_arguments)
 {
     QString const key = QStringLiteral("key");
     QString const value = QString::fromUtf8("wärts");
@@ -158,16 +159,17 @@ TEST_P(QStringFormatWrong, throws_as_for_a_std_string)
 
 INSTANTIATE_TEST_SUITE_P(
     Specifications, QStringFormatWrong,
-    testing::Values(WrongRow{"Integer", "{:d}"}, WrongRow{"Hexadecimal", "{:x}"}, WrongRow{"Floating", "{:f}"},
-                    WrongRow{"Character", "{:c}"}, WrongRow{"Unknown", "{:k}"}, WrongRow{"TwoTypes", "{:ss}"},
-                    WrongRow{"Sign", "{:+}"}, WrongRow{"Alternate", "{:#}"}, WrongRow{"NoDigitBehindThePoint", "{:.}"},
-                    WrongRow{"FillIsABrace", "{:{<5}"}, WrongRow{"NotClosed", "{:5"},
-                    WrongRow{"WidthTooLarge", "{:99999999999}"}, WrongRow{"NegativeDynamicWidth", "{0:{1}}", -1},
-                    WrongRow{"NegativeDynamicPrecision", "{0:.{2}}", 0, -1}, WrongRow{"WidthFromAText", "{0:{0}}"},
-                    WrongRow{"WidthFromNoArgument", "{0:{9}}"}, WrongRow{"NoSuchArgument", "{9}"}),
+    testing::Values(WrongRow{"integer", "{:d}"}, WrongRow{"hexadecimal", "{:x}"}, WrongRow{"floating", "{:f}"},
+                    WrongRow{"character", "{:c}"}, WrongRow{"unknown", "{:k}"}, WrongRow{"two_types", "{:ss}"},
+                    WrongRow{"sign", "{:+}"}, WrongRow{"alternate", "{:#}"},
+                    WrongRow{"no_digit_after_the_point", "{:.}"}, WrongRow{"fill_is_a_brace", "{:{<5}"},
+                    WrongRow{"not_closed", "{:5"}, WrongRow{"width_too_large", "{:99999999999}"},
+                    WrongRow{"negative_dynamic_width", "{0:{1}}", -1},
+                    WrongRow{"negative_dynamic_precision", "{0:.{2}}", 0, -1}, WrongRow{"width_from_a_text", "{0:{0}}"},
+                    WrongRow{"width_from_no_argument", "{0:{9}}"}, WrongRow{"no_such_argument", "{9}"}),
     by_name);
 
-TEST(QStringFormatTest, a_wrong_specification_throws_at_run_time)
+TEST(QStringFormatTest, throws_on_an_invalid_specification_at_run_time)
 {
     EXPECT_THROW(static_cast<void>(fmt::format(fmt::runtime("{:d}"), QStringLiteral("abc"))), fmt::format_error);
 }

@@ -31,7 +31,7 @@ struct DbPathCase {
     std::string current;
     std::string expected;
     bool result;
-    // What each resolves to.
+    // The resolved paths.
     std::string current_resolved;
     std::string expected_resolved;
 };
@@ -59,25 +59,25 @@ TEST_P(DbPath, is_compared)
 INSTANTIATE_TEST_SUITE_P(
     Paths, DbPath,
     testing::Values(
-        DbPathCase{"SameFile", "FOLDER/db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
-        DbPathCase{"OtherFile", "FOLDER/db", "FOLDER/other", false, "FOLDER/db", "FOLDER/other"},
-        DbPathCase{"EmptyExpected", "FOLDER/db", "", false, "FOLDER/db", ""},
-        DbPathCase{"NeitherExists", "/var/lib/x/db", "/var/lib/./x//db", true, "/var/lib/x/db", "/var/lib/x/db"},
-        DbPathCase{"NeitherExistsAndTheyDiffer", "/var/lib/x/../db", "/var/lib/x/db", false, "/var/lib/db",
+        DbPathCase{"same_file", "FOLDER/db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"other_file", "FOLDER/db", "FOLDER/other", false, "FOLDER/db", "FOLDER/other"},
+        DbPathCase{"empty_expected", "FOLDER/db", "", false, "FOLDER/db", ""},
+        DbPathCase{"neither_exists", "/var/lib/x/db", "/var/lib/./x//db", true, "/var/lib/x/db", "/var/lib/x/db"},
+        DbPathCase{"neither_exists_and_they_differ", "/var/lib/x/../db", "/var/lib/x/db", false, "/var/lib/db",
                    "/var/lib/x/db"},
-        DbPathCase{"LinkAsCurrent", "FOLDER/link", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
-        DbPathCase{"LinkAsExpected", "FOLDER/db", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
-        DbPathCase{"LinkToALink", "FOLDER/link-to-link", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
-        DbPathCase{"LinkInAFolder", "FOLDER/sub-link/db", "FOLDER/sub/db", true, "FOLDER/sub/db", "FOLDER/sub/db"},
-        DbPathCase{"DanglingLinkStaysItsText", "FOLDER/./dangling", "FOLDER/nowhere", false, "FOLDER/dangling",
+        DbPathCase{"link_as_current", "FOLDER/link", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"link_as_expected", "FOLDER/db", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"link_to_a_link", "FOLDER/link-to-link", "FOLDER/link", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"link_in_a_folder", "FOLDER/sub-link/db", "FOLDER/sub/db", true, "FOLDER/sub/db", "FOLDER/sub/db"},
+        DbPathCase{"dangling_link_stays_its_text", "FOLDER/./dangling", "FOLDER/nowhere", false, "FOLDER/dangling",
                    "FOLDER/nowhere"},
-        DbPathCase{"LettersOfOtherCase", "FOLDER/DB", "FOLDER/db", false, "FOLDER/DB", "FOLDER/db"},
-        DbPathCase{"RelativeThatExists", "db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
-        DbPathCase{"RelativeThatDoesNot", "missing", "FOLDER/missing", false, "missing", "FOLDER/missing"},
-        DbPathCase{"RelativeIsCleaned", "./a/../missing", "missing", true, "missing", "missing"}),
+        DbPathCase{"letters_of_other_case", "FOLDER/DB", "FOLDER/db", false, "FOLDER/DB", "FOLDER/db"},
+        DbPathCase{"relative_that_exists", "db", "FOLDER/db", true, "FOLDER/db", "FOLDER/db"},
+        DbPathCase{"relative_that_does_not", "missing", "FOLDER/missing", false, "missing", "FOLDER/missing"},
+        DbPathCase{"relative_is_cleaned", "./a/../missing", "missing", true, "missing", "missing"}),
     by_name);
 
-TEST(DbPathOfNone, is_fine_and_logs_nothing)
+TEST(DbPathOfNone, returns_true_and_logs_nothing)
 {
     LogLines const out(127);
     EXPECT_TRUE(check_obsolete_db_path(QString(), QString(u"/db")));
@@ -88,7 +88,7 @@ TEST(DbPathOfNone, is_fine_and_logs_nothing)
 
 TEST(DbPathLog, formats_nothing_below_its_level)
 {
-    // What the check needs besides: the two paths.
+    // The check needs the two resolved paths.
     auto const resolved = [](QString const &path) {
         auto canonical = QFileInfo(path).canonicalFilePath();
         return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
@@ -110,7 +110,7 @@ TEST(DbPathLog, formats_nothing_below_its_level)
     EXPECT_GT(taken(3), needed);
 }
 
-TEST(DbPathLog, changes_no_result_when_it_is_off)
+TEST(DbPathLog, does_not_affect_the_result_when_it_is_off)
 {
     LogLines const out(2);
     EXPECT_TRUE(check_obsolete_db_path(QString(u"/x//db"), QString(u"/x/db")));

@@ -38,7 +38,7 @@ QVariant from_protobuf(std::string const &textproto)
     return qvariant_from_protobuf_zval(from_text<ProtobufZVal>(textproto));
 }
 
-/// Names the type of a value and of each value in it: Qt's own comparison takes 1, 1.0 and true for the same.
+/// Names the type of a value and of each value in it: Qt's comparison treats 1, 1.0 and true as equal.
 std::string described(QVariant const &value)
 {
     QString text;
@@ -58,13 +58,13 @@ QVariant in_utc(qint64 milliseconds)
     return QDateTime::fromMSecsSinceEpoch(milliseconds, QTimeZone::utc());
 }
 
-struct Read {
+struct MessageCase {
     char const *name;
     std::string textproto;
     QVariant value;
 };
 
-Read const rpc_cases[] = {
+MessageCase const rpc_cases[] = {
     {"case_0_is_invalid", "", {}},
     {"case_1_is_invalid", "null_value: NULL_VALUE", {}},
     {"case_1_with_another_number_is_invalid", "null_value: 7", {}},
@@ -85,16 +85,16 @@ Read const rpc_cases[] = {
     {"case_10_with_nothing_is_the_epoch", "timestamp_value { }", in_utc(0)},
 };
 
-class FromRpc : public TableTest<Read> {};
+class FromRpc : public TableTest<MessageCase> {};
 
-TEST_P(FromRpc, gives)
+TEST_P(FromRpc, is_converted)
 {
     expect_exactly(from_rpc(GetParam().textproto), GetParam().value);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, FromRpc, rows(rpc_cases), by_name);
 
-Read const protobuf_cases[] = {
+MessageCase const protobuf_cases[] = {
     {"type_0_is_invalid", "", {}},
     {"type_0_is_invalid_over_a_member", "bool_value: true", {}},
     {"type_1_is_invalid", "type: TYPE_NULL", {}},
@@ -123,22 +123,22 @@ Read const protobuf_cases[] = {
     {"type_7_without_a_member_is_the_epoch", "type: TYPE_TIMESTAMP", in_utc(0)},
 };
 
-class FromProtobuf : public TableTest<Read> {};
+class FromProtobuf : public TableTest<MessageCase> {};
 
-TEST_P(FromProtobuf, gives)
+TEST_P(FromProtobuf, is_converted)
 {
     expect_exactly(from_protobuf(GetParam().textproto), GetParam().value);
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, FromProtobuf, rows(protobuf_cases), by_name);
 
-struct JsonText {
+struct JsonCase {
     char const *name;
     std::string json;
     QVariant value;
 };
 
-JsonText const json_texts[] = {
+JsonCase const json_texts[] = {
     {"object", R"({"b":2,"a":"x"})", QVariantMap{{u"a"_s, u"x"_s}, {u"b"_s, 2LL}}},
     {"object_empty", "{}", QVariantMap()},
     {"array", R"([3,1,"x"])", QVariantList{3LL, 1LL, u"x"_s}},
@@ -156,14 +156,14 @@ JsonText const json_texts[] = {
     {"bare_null", "null", {}},
     {"empty", "", {}},
     {"broken", R"({"a":)", {}},
-    {"text_behind_it", "[1]x", {}},
-    {"nul_behind_it", std::string("[1]\0", 4), {}},
+    {"text_after_it", "[1]x", {}},
+    {"nul_after_it", std::string("[1]\0", 4), {}},
     {"not_utf8", "[\"\xff\"]", {}},
 };
 
-class FromJson : public TableTest<JsonText> {};
+class FromJson : public TableTest<JsonCase> {};
 
-TEST_P(FromJson, gives)
+TEST_P(FromJson, is_converted)
 {
     RpcZVal rpc;
     rpc.set_json_value(GetParam().json);
@@ -177,13 +177,13 @@ TEST_P(FromJson, gives)
 
 INSTANTIATE_TEST_SUITE_P(Texts, FromJson, rows(json_texts), by_name);
 
-struct Time {
+struct TimeCase {
     char const *name;
     std::string textproto;
     QVariant value;
 };
 
-Time const times[] = {
+TimeCase const times[] = {
     {"nanoseconds_below_a_millisecond_are_dropped", "nanos: 999999", in_utc(0)},
     {"one_millisecond", "nanos: 1000000", in_utc(1)},
     {"almost_two_milliseconds_are_one", "nanos: 1999999", in_utc(1)},
@@ -193,13 +193,13 @@ Time const times[] = {
     {"nanoseconds_beyond_a_second_count", "seconds: 1 nanos: 2147483647", in_utc(3147)},
     {"negative_nanoseconds_beyond_a_second_count", "nanos: -2147483648", in_utc(-2147)},
     {"end_of_the_year_9999", "seconds: 253402300799 nanos: 999000000", in_utc(253402300799999)},
-    {"beyond_what_a_date_holds", "seconds: 9223372036854775807 nanos: 5",
+    {"out_of_the_range_of_a_date", "seconds: 9223372036854775807 nanos: 5",
      QDateTime::fromSecsSinceEpoch(std::numeric_limits<qint64>::max(), QTimeZone::utc())},
 };
 
-class FromTime : public TableTest<Time> {};
+class FromTime : public TableTest<TimeCase> {};
 
-TEST_P(FromTime, gives)
+TEST_P(FromTime, is_converted)
 {
     expect_exactly(from_rpc("timestamp_value { " + GetParam().textproto + " }"), GetParam().value);
     expect_exactly(from_protobuf("type: TYPE_TIMESTAMP timestamp_value { " + GetParam().textproto + " }"),
@@ -219,14 +219,14 @@ TEST(FromMessage, a_time_is_in_utc)
     }
 }
 
-TEST(FromMessage, a_time_that_no_date_holds_is_a_date_that_is_not_valid)
+TEST(FromMessage, converts_a_time_out_of_range_to_an_invalid_date)
 {
     auto const value = from_rpc("timestamp_value { seconds: 9223372036854775807 nanos: 5000000 }");
     ASSERT_EQ(value.typeId(), QMetaType::QDateTime);
     EXPECT_FALSE(value.toDateTime().isValid());
 }
 
-TEST(FromMessage, no_number_and_infinity_are_doubles)
+TEST(FromMessage, nan_and_infinity_are_doubles)
 {
     auto const rpc = from_rpc("double_value: nan");
     auto const protobuf = from_protobuf("type: TYPE_DOUBLE double_value: -inf");
@@ -245,7 +245,7 @@ TEST(FromMessage, an_unknown_member_of_rpc_is_invalid)
     EXPECT_FALSE(qvariant_from_protobuf_zval(message).isValid());
 }
 
-TEST(FromMessage, arrays_objects_and_resources_of_rpc_are_invalid_though_they_hold_data)
+TEST(FromMessage, converts_arrays_objects_and_resources_of_rpc_to_invalid_values)
 {
     EXPECT_FALSE(from_rpc("array_value { elements { string_key: 'k' value { long_value: 1 } } }").isValid());
     EXPECT_FALSE(from_rpc("object_value { class_name: 'A' }").isValid());
@@ -284,7 +284,7 @@ TEST(FromMessage, a_string_without_a_member_is_empty_and_a_bool_is_false)
     EXPECT_FALSE(boolean.toBool());
 }
 
-TEST(FromMessage, nanos_1999999_are_one_added_millisecond)
+TEST(FromMessage, nanos_1999999_add_one_millisecond)
 {
     EXPECT_EQ(from_rpc("timestamp_value { seconds: 5 nanos: 1999999 }").toDateTime().toMSecsSinceEpoch(), 5001);
 }
@@ -297,7 +297,7 @@ TEST(FromMessage, json_of_a_bare_number_or_string_is_invalid)
     EXPECT_FALSE(from_protobuf("type: TYPE_JSON json_value: '\"text\"'").isValid());
 }
 
-struct BothWays {
+struct RoundTripCase {
     char const *name;
     QVariant start;
     QVariant rpc_end;
@@ -306,7 +306,7 @@ struct BothWays {
 
 constexpr auto long_max = std::numeric_limits<qlonglong>::max();
 
-BothWays const both_ways[] = {
+RoundTripCase const both_ways[] = {
     {"bool", true, true, true},
     {"int", -5, -5LL, -5LL},
     {"unsigned_int", 4294967295U, 4294967295LL, 4294967295LL},
@@ -323,7 +323,7 @@ BothWays const both_ways[] = {
      QVariantMap{{u"k"_s, 1LL}, {u"l"_s, QVariantMap{{u"m"_s, QVariantList{true, u"x"_s}}}}},
      QVariantMap{{u"k"_s, 1LL}, {u"l"_s, QVariantMap{{u"m"_s, QVariantList{true, u"x"_s}}}}}},
     {"map_empty", QVariantMap(), QVariantMap(), QVariantMap()},
-    {"list_takes_the_types_of_json", QVariantList{1, 2.0, 0.5, QVariant(), QDate(2024, 1, 2)},
+    {"list_has_the_types_of_json", QVariantList{1, 2.0, 0.5, QVariant(), QDate(2024, 1, 2)},
      QVariantList{1LL, 2LL, 0.5, QVariant::fromValue(nullptr), u"2024-01-02"_s},
      QVariantList{1LL, 2LL, 0.5, QVariant::fromValue(nullptr), u"2024-01-02"_s}},
     {"list_empty", QVariantList(), QVariantList(), QVariantList()},
@@ -332,8 +332,8 @@ BothWays const both_ways[] = {
      QDateTime(QDate(2024, 1, 2), QTime(8, 49, 5, 678), QTimeZone::fromSecondsAheadOfUtc(20700)), in_utc(1704164645678),
      in_utc(1704164645678)},
     {"whole_second_before_1970", in_utc(-1000), in_utc(-1000), in_utc(-1000)},
-    {"half_a_second_before_1970_comes_back_half_a_second_after_it", in_utc(-500), in_utc(500), in_utc(500)},
-    {"no_date_comes_back_a_millisecond_before_1970", QDateTime(), in_utc(-1), in_utc(-1)},
+    {"half_a_second_before_1970_returns_half_a_second_after_it", in_utc(-500), in_utc(500), in_utc(500)},
+    {"no_date_returns_a_millisecond_before_1970", QDateTime(), in_utc(-1), in_utc(-1)},
     {"float", 1.5F, {}, {}},
     {"string_list", QStringList{u"x"_s}, {}, {}},
     {"bytes", QByteArray("x"), {}, {}},
@@ -350,7 +350,7 @@ QVariant there_and_back(QVariant const &value)
     return qvariant_from_protobuf_zval(message);
 }
 
-class VariantBothWays : public TableTest<BothWays> {};
+class VariantBothWays : public TableTest<RoundTripCase> {};
 
 TEST_P(VariantBothWays, rpc)
 {

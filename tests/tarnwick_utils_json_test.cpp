@@ -1,4 +1,4 @@
-// Lists and maps of values, which become JSON text by themselves and inside a variant.
+// Conversion of lists and maps of values to JSON, by themselves and inside a variant.
 
 #include <tarnwick/tarnwick_utils.h>
 
@@ -136,8 +136,8 @@ TEST(Json, of_a_variant_map_and_of_an_equal_map_is_the_same_compact_text)
     EXPECT_EQ(protobuf_json(QVariant(map)), compact);
 }
 
-/// An element that comes out differently when the list or map around it is converted as a whole, as in a variant, and
-/// when it is converted by itself.
+/// An element whose JSON differs between the conversion of the list or map around it as a whole, as in a variant, and
+/// its own conversion.
 struct TwoRoutes {
     char const *name;
     QVariant element;

@@ -4,12 +4,12 @@
 
 #include "support/table.h"
 #include "support/textproto.h"
+#include "support/wire.h"
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
 
 #include <google/protobuf/arena.h>
-#include <google/protobuf/text_format.h>
 
 #include <gtest/gtest.h>
 
@@ -39,31 +39,25 @@ using tarnwick::test::by_name;
 using tarnwick::test::from_text;
 using tarnwick::test::rows;
 using tarnwick::test::TableTest;
+using tarnwick::test::text_of;
 using namespace Qt::StringLiterals;
 
-std::string printed(google::protobuf::Message const &message)
-{
-    std::string text;
-    EXPECT_TRUE(google::protobuf::TextFormat::PrintToString(message, &text));
-    return text;
-}
-
-/// What a message is after it was filled, starting from an empty one or from `before`.
+/// The message that a value is written to, which is empty or `before` at first.
 template <class Message, class Value>
 std::string filled(Value const &value, std::string const &before = {})
 {
     auto message = from_text<Message>(before);
     to_protobuf_zval(message, value);
-    return printed(message);
+    return text_of(message);
 }
 
 template <class Message>
 std::string same_as(std::string const &textproto)
 {
-    return printed(from_text<Message>(textproto));
+    return text_of(from_text<Message>(textproto));
 }
 
-struct Written {
+struct ValueCase {
     char const *name;
     QVariant value;
     std::string rpc;
@@ -79,7 +73,7 @@ QVariant null_of()
     return QVariant(QMetaType::fromType<Number>());
 }
 
-Written const in_the_table[] = {
+ValueCase const in_the_table[] = {
     {"bool_true", true, "bool_value: true", "type: TYPE_BOOL bool_value: true"},
     {"bool_false", false, "bool_value: false", "type: TYPE_BOOL bool_value: false"},
     {"null_of_type_bool", null_of<bool>(), "bool_value: false", "type: TYPE_BOOL bool_value: false"},
@@ -124,7 +118,7 @@ struct OwnType {
 
 #define LOST "null_value: NULL_VALUE", "type: TYPE_NONE"
 
-Written const outside_the_table[] = {
+ValueCase const outside_the_table[] = {
     {"float", 1.5F, LOST},
     {"char16", QChar(u'x'), LOST},
     {"string_list", QStringList{u"x"_s}, LOST},
@@ -151,7 +145,7 @@ Written const outside_the_table[] = {
     {"no_type", QVariant(), LOST},
 };
 
-class ToMessage : public TableTest<Written> {};
+class ToMessage : public TableTest<ValueCase> {};
 
 TEST_P(ToMessage, rpc)
 {
@@ -166,7 +160,7 @@ TEST_P(ToMessage, protobuf)
 INSTANTIATE_TEST_SUITE_P(InTheTable, ToMessage, rows(in_the_table), by_name);
 INSTANTIATE_TEST_SUITE_P(OutsideTheTable, ToMessage, rows(outside_the_table), by_name);
 
-TEST(ToMessage, takes_exactly_ten_of_all_meta_types_that_core_can_make)
+TEST(ToMessage, converts_exactly_ten_metatypes_of_qt_core)
 {
     struct Member {
         RpcZVal::ValueCase rpc = RpcZVal::kNullValue;
@@ -190,7 +184,7 @@ TEST(ToMessage, takes_exactly_ten_of_all_meta_types_that_core_can_make)
 
     int made = 0;
     for (int id = 0; id <= QMetaType::HighestInternalId; ++id) {
-        // A type without values, or of a library that is not there.
+        // A type without values, or of a library that is not linked.
         if (id != QMetaType::UnknownType && (!QMetaType::isRegistered(id) || id == QMetaType::Void))
             continue;
         SCOPED_TRACE(QMetaType(id).name());
@@ -212,7 +206,7 @@ TEST(ToMessage, takes_exactly_ten_of_all_meta_types_that_core_can_make)
     EXPECT_GE(made, 50) << "types of QtCore are missing";
 }
 
-struct Instant {
+struct DateCase {
     char const *name;
     QDateTime value;
     std::int64_t seconds;
@@ -229,7 +223,7 @@ QTimeZone east(int hours, int minutes)
     return QTimeZone::fromSecondsAheadOfUtc((hours * 60 + minutes) * 60);
 }
 
-Instant const instants[] = {
+DateCase const instants[] = {
     {"epoch", at(0), 0, 0},
     {"one_millisecond", at(1), 0, 1'000'000},
     {"last_millisecond_of_a_second", at(1999), 1, 999'000'000},
@@ -241,12 +235,12 @@ Instant const instants[] = {
     {"one_and_a_half_before_1970_land_half_before_it", at(-1500), -1, 500'000'000},
     {"a_millisecond_before_1970_lands_after_it", at(-1), 0, 999'000'000},
     {"far_future", QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), QTimeZone::utc()), 253402300799, 999'000'000},
-    // Qt says 0 for the seconds of no date, and -1 for the millisecond of no time.
+    // Qt returns 0 as the seconds of an invalid date, and -1 as the millisecond of an invalid time.
     {"no_date_and_no_time", QDateTime(), 0, -1'000'000},
     {"no_such_day", QDateTime(QDate(2024, 2, 30), QTime(1, 2, 3, 4), QTimeZone::utc()), 0, 4'000'000},
 };
 
-class DateToMessage : public TableTest<Instant> {};
+class DateToMessage : public TableTest<DateCase> {};
 
 TEST_P(DateToMessage, rpc)
 {
@@ -269,7 +263,7 @@ TEST_P(DateToMessage, protobuf)
 
 INSTANTIATE_TEST_SUITE_P(Instants, DateToMessage, rows(instants), by_name);
 
-TEST(ToMessage, of_no_type_gives_null_value_or_type_0_and_never_type_null)
+TEST(ToMessage, converts_an_invalid_value_to_null_value_or_type_0_and_never_type_null)
 {
     EXPECT_EQ(filled<RpcZVal>(QVariant()), same_as<RpcZVal>("null_value: NULL_VALUE"));
 
@@ -280,31 +274,31 @@ TEST(ToMessage, of_no_type_gives_null_value_or_type_0_and_never_type_null)
     EXPECT_EQ(message.value_case(), ProtobufZVal::VALUE_NOT_SET);
 }
 
-TEST(ToMessage, of_a_float_does_not_give_a_double)
+TEST(ToMessage, does_not_convert_a_float_to_a_double)
 {
     EXPECT_EQ(filled<RpcZVal>(QVariant(1.5F)), same_as<RpcZVal>("null_value: NULL_VALUE"));
     EXPECT_EQ(filled<ProtobufZVal>(QVariant(1.5F)), same_as<ProtobufZVal>("type: TYPE_NONE"));
 }
 
-TEST(ToMessage, of_a_string_list_does_not_give_json)
+TEST(ToMessage, does_not_convert_a_string_list_to_json)
 {
     QVariant const value(QStringList{u"a"_s, u"b"_s});
     EXPECT_EQ(filled<RpcZVal>(value), same_as<RpcZVal>("null_value: NULL_VALUE"));
     EXPECT_EQ(filled<ProtobufZVal>(value), same_as<ProtobufZVal>("type: TYPE_NONE"));
 }
 
-TEST(ToMessage, an_old_member_is_lost_in_rpc_and_hidden_in_protobuf_by_a_value_that_is_lost)
+TEST(ToMessage, a_value_that_cannot_be_converted_removes_an_old_member_in_rpc_and_hides_it_in_protobuf)
 {
     EXPECT_EQ(filled<RpcZVal>(QVariant(1.5F), "long_value: 5"), same_as<RpcZVal>("null_value: NULL_VALUE"));
 
     auto protobuf = from_text<ProtobufZVal>("type: TYPE_LONG long_value: 5");
     to_protobuf_zval(protobuf, QVariant(1.5F));
-    EXPECT_EQ(printed(protobuf), same_as<ProtobufZVal>("type: TYPE_NONE long_value: 5"));
+    EXPECT_EQ(text_of(protobuf), same_as<ProtobufZVal>("type: TYPE_NONE long_value: 5"));
     EXPECT_FALSE(qvariant_from_protobuf_zval(protobuf).isValid());
     EXPECT_EQ(tarnwick::data::php::detail::ZVal(protobuf).kind(), tarnwick::data::php::detail::ZVal::Kind::undefined);
 }
 
-/// What is known of a message when it holds something that this version does not know: field 2047.
+/// The unknown field that these messages contain: field 2047.
 template <class Message>
 Message with_unknown_field()
 {
@@ -321,7 +315,7 @@ bool keeps_unknown_field(Value const &value)
     return !message.GetReflection()->GetUnknownFields(message).empty();
 }
 
-TEST(ToMessage, clears_a_message_of_the_rpc_dialect_alone)
+TEST(ToMessage, clears_only_a_message_of_the_rpc_dialect)
 {
     EXPECT_FALSE(keeps_unknown_field<RpcZVal>(QVariant(true)));
     EXPECT_FALSE(keeps_unknown_field<RpcZVal>(QVariant(1.5F)));
@@ -334,7 +328,7 @@ TEST(ToMessage, clears_a_message_of_the_rpc_dialect_alone)
     EXPECT_TRUE(keeps_unknown_field<ProtobufZVal>(QVariantMap()));
 }
 
-TEST(ToMessage, replaces_the_member_that_was_set)
+TEST(ToMessage, replaces_an_old_member)
 {
     char const *const rpc = "array_value { elements { long_key: 1 } }";
     char const *const protobuf = "type: TYPE_LONG long_value: 5";
@@ -350,7 +344,7 @@ TEST(ToMessage, replaces_the_member_that_was_set)
     EXPECT_EQ(filled<ProtobufZVal>(QVariantMap(), protobuf), same_as<ProtobufZVal>("type: TYPE_JSON json_value: '{}'"));
 }
 
-TEST(ToMessage, replaces_both_parts_of_a_time_that_was_set)
+TEST(ToMessage, replaces_both_parts_of_an_old_time)
 {
     EXPECT_EQ(filled<RpcZVal>(QVariant(at(0)), "timestamp_value { seconds: 5 nanos: 7 }"),
               same_as<RpcZVal>("timestamp_value { }"));
@@ -375,32 +369,32 @@ TYPED_TEST(ToMessageOnArena, puts_a_time_on_the_arena_of_the_message)
     EXPECT_EQ(message.timestamp_value().nanos(), 1'000'000);
 }
 
-TYPED_TEST(ToMessageOnArena, takes_every_value)
+TYPED_TEST(ToMessageOnArena, writes_every_value)
 {
     google::protobuf::Arena arena;
     auto &message = *google::protobuf::Arena::Create<TypeParam>(&arena);
     for (auto const &row : in_the_table) {
         SCOPED_TRACE(row.name);
         to_protobuf_zval(message, row.value);
-        EXPECT_EQ(printed(message), filled<TypeParam>(row.value));
+        EXPECT_EQ(text_of(message), filled<TypeParam>(row.value));
     }
 }
 
-TYPED_TEST(ToMessageOnArena, takes_lists_and_maps)
+TYPED_TEST(ToMessageOnArena, writes_lists_and_maps)
 {
     google::protobuf::Arena arena;
     auto &message = *google::protobuf::Arena::Create<TypeParam>(&arena);
     QVariantList const list{1, u"a text with a block of its own on the heap"_s, QVariantList{true}};
     QVariantMap const map{{u"list"_s, list}, {u"none"_s, QVariant()}};
 
-    // Each replaces the other, and a time that is on the arena.
+    // Each value replaces the previous one, which can be a time on the arena.
     to_protobuf_zval(message, QVariant(at(5001)));
     to_protobuf_zval(message, list);
     EXPECT_EQ(message.json_value(), R"([1,"a text with a block of its own on the heap",[true]])");
-    EXPECT_EQ(printed(message), filled<TypeParam>(list));
+    EXPECT_EQ(text_of(message), filled<TypeParam>(list));
     to_protobuf_zval(message, map);
     EXPECT_EQ(message.json_value(), R"({"list":[1,"a text with a block of its own on the heap",[true]],"none":null})");
-    EXPECT_EQ(printed(message), filled<TypeParam>(map));
+    EXPECT_EQ(text_of(message), filled<TypeParam>(map));
     to_protobuf_zval(message, QVariantList());
     EXPECT_EQ(message.json_value(), "[]");
     EXPECT_EQ(message.GetArena(), &arena);

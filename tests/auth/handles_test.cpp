@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 
 #include <optional>
@@ -47,15 +48,29 @@ protected:
 };
 
 using Handles = testing::Types<Auth::User, Auth::Request, Session>;
-TYPED_TEST_SUITE(IdentityHandle, Handles);
+TYPED_TEST_SUITE(IdentityHandle, Handles, );
 
-TYPED_TEST(IdentityHandle, made_by_default_is_null)
+template <class Handle>
+constexpr char const *full_name = "";
+template <>
+constexpr auto full_name<Auth::User> = "PelorinPHPX::Auth::User";
+template <>
+constexpr auto full_name<Auth::Request> = "PelorinPHPX::Auth::Request";
+template <>
+constexpr auto full_name<Session> = "PelorinPHPX::Session";
+
+TYPED_TEST(IdentityHandle, has_its_full_name_as_metatype)
+{
+    EXPECT_STREQ(QMetaType::fromType<TypeParam>().name(), full_name<TypeParam>);
+}
+
+TYPED_TEST(IdentityHandle, is_null_by_default)
 {
     EXPECT_FALSE(TypeParam());
     EXPECT_EQ(fmt::format("{}", TypeParam()), "none");
 }
 
-TYPED_TEST(IdentityHandle, takes_the_count_from_0_to_1_and_each_copy_counts)
+TYPED_TEST(IdentityHandle, raises_the_count_from_0_to_1_and_for_each_copy)
 {
     auto *const payload = new TestFixture::Data;
     EXPECT_EQ(payload->ref.loadRelaxed(), 0);
@@ -66,7 +81,7 @@ TYPED_TEST(IdentityHandle, takes_the_count_from_0_to_1_and_each_copy_counts)
     EXPECT_EQ(copy.get(), payload);
 }
 
-TYPED_TEST(IdentityHandle, that_is_the_last_one_deletes_the_payload_once)
+TYPED_TEST(IdentityHandle, deletes_the_payload_once_when_it_is_the_last)
 {
     std::optional<TypeParam> first(new TestFixture::Data);
     std::optional copy(first);
@@ -76,7 +91,7 @@ TYPED_TEST(IdentityHandle, that_is_the_last_one_deletes_the_payload_once)
     EXPECT_THAT(frees_of([&] { copy.reset(); }), Contains(payload).Times(1));
 }
 
-TYPED_TEST(IdentityHandle, that_is_assigned_lets_go_of_what_it_held)
+TYPED_TEST(IdentityHandle, releases_its_payload_when_assigned)
 {
     TypeParam const handle(new TestFixture::Data);
     TypeParam other(new TestFixture::Data);
@@ -86,7 +101,7 @@ TYPED_TEST(IdentityHandle, that_is_assigned_lets_go_of_what_it_held)
     EXPECT_EQ(handle->ref.loadRelaxed(), 2);
 }
 
-TYPED_TEST(IdentityHandle, that_is_moved_hands_the_payload_on_and_is_null)
+TYPED_TEST(IdentityHandle, is_null_after_a_move)
 {
     TypeParam handle(new TestFixture::Data);
     auto *const payload = handle.get();
@@ -100,7 +115,7 @@ TYPED_TEST(IdentityHandle, that_is_moved_hands_the_payload_on_and_is_null)
     EXPECT_EQ(payload->ref.loadRelaxed(), 1);
 }
 
-TYPED_TEST(IdentityHandle, that_is_copied_or_moved_allocates_nothing)
+TYPED_TEST(IdentityHandle, allocates_nothing_when_copied_or_moved)
 {
     TypeParam const handle(new TestFixture::Data);
     EXPECT_EQ(allocations_of([&] {
@@ -110,7 +125,7 @@ TYPED_TEST(IdentityHandle, that_is_copied_or_moved_allocates_nothing)
               0U);
 }
 
-TYPED_TEST(IdentityHandle, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TYPED_TEST(IdentityHandle, round_trips_through_a_qvariant)
 {
     TypeParam const handle(new TestFixture::Data);
     auto const variant = QVariant::fromValue(handle);

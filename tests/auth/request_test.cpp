@@ -1,10 +1,8 @@
 #include <tarnwick/auth/request.h>
 
-#include <tarnwick/data/print.h>
+#include "auth/expect_printed.h"
 
 #include <gtest/gtest.h>
-
-#include <QtCore/QMetaType>
 
 #include <algorithm>
 #include <cstdint>
@@ -28,7 +26,7 @@ Request filled()
     return request;
 }
 
-TEST(Request, is_made_empty)
+TEST(Request, is_empty_by_default)
 {
     RequestData const request;
     EXPECT_EQ(request.ref.loadRelaxed(), 0);
@@ -38,7 +36,7 @@ TEST(Request, is_made_empty)
     EXPECT_FALSE(request.optional_text);
 }
 
-TEST(Request, fields_stand_in_their_order_so_that_the_last_text_goes_first)
+TEST(Request, destroys_the_last_text_first)
 {
     RequestData const request;
     std::vector<void const *> const fields{&request.ref, &request.kind, &request.text_1, &request.text_2,
@@ -49,23 +47,13 @@ TEST(Request, fields_stand_in_their_order_so_that_the_last_text_goes_first)
 TEST(Request, prints_every_field)
 {
     auto const *const printed = R"(auth.Request{kind: 255, text_1: "a", text_2: "", optional_text: "c"})";
-    EXPECT_EQ(fmt::format("{}", filled()), printed);
-    EXPECT_EQ(fmt::format("{}", *filled()), printed);
-
-    QString text;
-    QDebug(&text).nospace() << filled();
-    EXPECT_EQ(text, QString::fromUtf8(printed));
+    tarnwick::test::expect_printed(filled(), printed);
 }
 
-TEST(Request, prints_what_is_absent)
+TEST(Request, prints_absent_fields)
 {
     EXPECT_EQ(fmt::format("{}", Request(new RequestData)),
               "auth.Request{kind: 0, text_1: null, text_2: null, optional_text: none}");
-}
-
-TEST(Request, metatype_has_its_full_name)
-{
-    EXPECT_STREQ(QMetaType::fromType<Request>().name(), "PelorinPHPX::Auth::Request");
 }
 
 } // namespace

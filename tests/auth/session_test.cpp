@@ -1,13 +1,10 @@
 #include <tarnwick/auth/session.h>
 
-#include <tarnwick/data/print.h>
-
+#include "auth/expect_printed.h"
 #include "support/allocations.h"
 #include "support/table.h"
 
 #include <gmock/gmock.h>
-
-#include <QtCore/QMetaType>
 
 #include <algorithm>
 #include <cstdint>
@@ -46,7 +43,7 @@ Session filled()
     return session;
 }
 
-TEST(Session, is_made_empty)
+TEST(Session, is_empty_by_default)
 {
     SessionData const session;
     EXPECT_EQ(session.ref.loadRelaxed(), 0);
@@ -73,13 +70,13 @@ TEST(Session, releases_the_blob_and_then_the_user)
     EXPECT_THAT(frees_of([&] { session.reset(); }), ElementsAre(blob, user, payload));
 }
 
-struct Text {
+struct TextCase {
     char const *name;
     std::optional<User> (*user)();
     QString text;
 };
 
-Text const texts[] = {
+TextCase const texts[] = {
     {"without_a_user", [] { return std::optional<User>(); }, u"<unknown>"_s},
     {"with_a_user_just_made", [] { return std::optional<User>(new UserData); }, u"unknown://"_s},
     {"with_a_user_of_unknown_kind", [] { return std::optional(ann(UserData::unknown)); }, u"unknown://"_s},
@@ -89,9 +86,9 @@ Text const texts[] = {
      u"oidc://'ann' (ID: 7)"_s},
 };
 
-class SessionText : public TableTest<Text> {};
+class SessionText : public TableTest<TextCase> {};
 
-TEST_P(SessionText, is)
+TEST_P(SessionText, is_the_text_of_the_user)
 {
     Session const session(new SessionData);
     session->user = GetParam().user();
@@ -100,12 +97,12 @@ TEST_P(SessionText, is)
 
 INSTANTIATE_TEST_SUITE_P(Session, SessionText, rows(texts), by_name);
 
-TEST(Session, text_just_made_says_that_the_user_is_unknown)
+TEST(Session, text_is_unknown_without_a_user)
 {
     EXPECT_EQ(Session(new SessionData).user_as_string(), u"<unknown>"_s);
 }
 
-TEST(Session, text_is_that_of_the_user_as_it_is_now)
+TEST(Session, text_follows_changes_of_the_user)
 {
     auto const session = filled();
     session->user.value()->name = u"%1"_s;
@@ -114,7 +111,7 @@ TEST(Session, text_is_that_of_the_user_as_it_is_now)
     EXPECT_EQ(session.user_as_string(), u"<unknown>"_s);
 }
 
-TEST(Session, leaves_a_user_that_another_handle_holds)
+TEST(Session, does_not_delete_a_user_that_is_shared)
 {
     auto const user = ann(UserData::local);
     {
@@ -131,23 +128,13 @@ TEST(Session, prints_every_field_and_the_user_in_it)
     auto const session = filled();
     auto const printed = fmt::format("auth.Session{{user: {}, blob: \"\\x00\\xff\", word_1: 1, word_2: {}}}",
                                      *session->user, std::numeric_limits<std::uint64_t>::max());
-    EXPECT_EQ(fmt::format("{}", session), printed);
-    EXPECT_EQ(fmt::format("{}", *session), printed);
-
-    QString text;
-    QDebug(&text).nospace() << session;
-    EXPECT_EQ(text, QString::fromStdString(printed));
+    tarnwick::test::expect_printed(session, printed);
 }
 
-TEST(Session, prints_what_is_absent)
+TEST(Session, prints_absent_fields)
 {
     EXPECT_EQ(fmt::format("{}", Session(new SessionData)),
               "auth.Session{user: none, blob: \"\", word_1: 0, word_2: 0}");
-}
-
-TEST(Session, metatype_has_its_full_name)
-{
-    EXPECT_STREQ(QMetaType::fromType<Session>().name(), "PelorinPHPX::Session");
 }
 
 } // namespace

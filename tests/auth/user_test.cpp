@@ -1,13 +1,11 @@
 #include <tarnwick/auth/user.h>
 
-#include <tarnwick/data/print.h>
-
+#include "auth/expect_printed.h"
 #include "support/table.h"
 
 #include <gtest/gtest.h>
 
 #include <QtCore/QLocale>
-#include <QtCore/QMetaType>
 
 #include <algorithm>
 #include <cstdint>
@@ -40,7 +38,7 @@ User filled()
     return user;
 }
 
-TEST(User, is_made_empty)
+TEST(User, is_empty_by_default)
 {
     UserData const user;
     EXPECT_EQ(user.ref.loadRelaxed(), 0);
@@ -52,7 +50,7 @@ TEST(User, is_made_empty)
     EXPECT_TRUE(user.entries.empty());
 }
 
-TEST(User, fields_stand_in_their_order_so_that_entries_go_first_and_the_texts_after_them)
+TEST(User, destroys_the_entries_before_the_texts)
 {
     UserData const user;
     std::vector<void const *> const fields{&user.ref,         &user.kind,        &user.id,     &user.name,
@@ -60,7 +58,7 @@ TEST(User, fields_stand_in_their_order_so_that_entries_go_first_and_the_texts_af
     EXPECT_TRUE(std::ranges::is_sorted(fields));
 }
 
-struct Text {
+struct TextCase {
     char const *name;
     int kind;
     std::optional<QString> user_name;
@@ -68,7 +66,7 @@ struct Text {
     QString text;
 };
 
-Text const texts[] = {
+TextCase const texts[] = {
     {"local_with_name_and_id", 1, u"admin"_s, 7, u"local://'admin' (ID: 7)"_s},
     {"local_with_a_name", 1, u"admin"_s, {}, u"local://'admin'"_s},
     {"local_with_an_id", 1, {}, 7, u"local://<undef> (ID: 7)"_s},
@@ -100,9 +98,9 @@ Text const texts[] = {
     {"name_with_a_nul", 1, u"a\0b"_s, {}, u"local://'a\0b'"_s},
 };
 
-class UserText : public TableTest<Text> {};
+class UserText : public TableTest<TextCase> {};
 
-TEST_P(UserText, is)
+TEST_P(UserText, has_kind_name_and_id)
 {
     User const user(new UserData);
     user->kind = static_cast<std::uint8_t>(GetParam().kind);
@@ -121,7 +119,7 @@ TEST(User, kinds_have_their_numbers)
     EXPECT_EQ(UserData::openid_connect, 3);
 }
 
-TEST(User, text_stays_unknown_while_the_kind_does)
+TEST(User, text_is_unknown_while_the_kind_is)
 {
     User const user(new UserData);
     EXPECT_EQ(user.to_string(), u"unknown://"_s);
@@ -132,7 +130,7 @@ TEST(User, text_stays_unknown_while_the_kind_does)
     EXPECT_EQ(user.to_string(), u"local://'admin' (ID: 7)"_s);
 }
 
-TEST(User, text_does_not_depend_on_what_else_is_known)
+TEST(User, text_depends_only_on_kind_name_and_id)
 {
     auto const user = filled();
     EXPECT_EQ(user.to_string(), u"ldap://'ann' (ID: 7)"_s);
@@ -149,7 +147,7 @@ TEST(User, text_does_not_depend_on_the_locale)
     QLocale::setDefault(before);
 }
 
-TEST(User, what_is_written_through_one_handle_is_read_through_all)
+TEST(User, handles_share_changes)
 {
     User const user(new UserData);
     User const copy(user); // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
@@ -162,23 +160,13 @@ TEST(User, prints_every_field)
 {
     auto const *const printed = R"(auth.User{kind: 2, id: 7, name: "ann", attribute_1: "", attribute_2: "b", )"
                                 "entries: [1, 30, 200]}";
-    EXPECT_EQ(fmt::format("{}", filled()), printed);
-    EXPECT_EQ(fmt::format("{}", *filled()), printed);
-
-    QString text;
-    QDebug(&text).nospace() << filled();
-    EXPECT_EQ(text, QString::fromUtf8(printed));
+    tarnwick::test::expect_printed(filled(), printed);
 }
 
-TEST(User, prints_what_is_absent)
+TEST(User, prints_absent_fields)
 {
     EXPECT_EQ(fmt::format("{}", User(new UserData)),
               "auth.User{kind: 0, id: none, name: none, attribute_1: none, attribute_2: none, entries: []}");
-}
-
-TEST(User, metatype_has_its_full_name)
-{
-    EXPECT_STREQ(QMetaType::fromType<User>().name(), "PelorinPHPX::Auth::User");
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
-// What must compile beside the formatters that {fmt} has for containers and the standard library, whichever is included
-// first.
+// The formatters of records must compile together with those that {fmt} has for containers and the standard library, in
+// either order of inclusion.
 
 #include "support/record_types.h"
 

@@ -149,7 +149,7 @@ php::ZVal number(std::int64_t value)
     return php::ZVal(new php::detail::ZVal(std::in_place_type<std::int64_t>, value));
 }
 
-TEST(HandleConversions, containers_of_the_pointer_take_and_give_handles)
+TEST(HandleConversions, containers_of_pointers_convert_from_and_to_handles)
 {
     php::ZVal const one = number(1);
     QList<php::ZVal::Pointer> list{one};
@@ -197,7 +197,7 @@ TEST(HandleConversions, handles_swap)
     EXPECT_EQ(left.get(), second);
 }
 
-TEST(HandleConversions, an_adopted_count_is_the_handles_own)
+TEST(HandleConversions, an_adopted_count_belongs_to_the_handle)
 {
     auto *const payload = number(1).take();
     EXPECT_EQ(payload->ref.loadRelaxed(), 1);

@@ -29,13 +29,13 @@ php::detail::RShutdown *new_payload()
     return new php::detail::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData(), php::RequestId(7));
 }
 
-TEST(Handle, made_by_default_is_null_and_releases_nothing)
+TEST(Handle, is_null_by_default_and_releases_nothing)
 {
     RShutdown const record;
     EXPECT_FALSE(record);
 }
 
-TEST(Handle, takes_the_count_from_0_to_1_and_each_copy_counts)
+TEST(Handle, raises_the_count_from_0_to_1_and_for_each_copy)
 {
     auto *payload = new_payload();
     EXPECT_EQ(payload->ref.loadRelaxed(), 0);
@@ -49,7 +49,7 @@ TEST(Handle, takes_the_count_from_0_to_1_and_each_copy_counts)
     EXPECT_EQ(payload->ref.loadRelaxed(), 1);
 }
 
-TEST(Handle, is_made_of_the_pointer_that_lists_hold)
+TEST(Handle, is_built_from_the_pointer_type_of_lists)
 {
     Pointer pointer(new_payload());
     RShutdown const shared(pointer);
@@ -89,7 +89,7 @@ TEST(Handle, the_last_one_destroys_the_payload_and_its_parts)
     EXPECT_EQ(destroyed, 1);
 }
 
-TEST(Handle, the_last_one_leaves_a_part_that_another_handle_holds)
+TEST(Handle, the_last_one_does_not_delete_a_shared_part)
 {
     int destroyed = 0;
     Handle<Part> part(new Part(destroyed));
@@ -101,7 +101,7 @@ TEST(Handle, the_last_one_leaves_a_part_that_another_handle_holds)
     EXPECT_EQ(destroyed, 1);
 }
 
-TEST(Handle, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(Handle, round_trips_through_a_qvariant)
 {
     RShutdown const record(new_payload());
     auto const variant = QVariant::fromValue(record);

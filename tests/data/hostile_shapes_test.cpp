@@ -41,7 +41,7 @@ using RpcArray = rpc::php::v1::PelorinArray;
 using RpcStackTrace = rpc::php::v1::StackTrace;
 using RpcValue = rpc::php::v1::ZVal;
 
-/// The most bytes held for a message while it is parsed, and for a record while it is made.
+/// The peak memory of parsing a message, and of building a record.
 struct Peaks {
     std::size_t message = 0;
     std::size_t record = 0;
@@ -168,11 +168,11 @@ Shape const shapes[] = {
 
 class HostileShapes : public test::TableTest<Shape> {};
 
-TEST_P(HostileShapes, take_memory_by_what_was_sent)
+TEST_P(HostileShapes, take_memory_in_proportion_to_the_message)
 {
     auto const &[name, words, factor, make_bytes, measure] = GetParam();
     auto const bytes = make_bytes();
-    measure(bytes); // what is made once for all messages is there now
+    measure(bytes); // allocates what all messages share
     auto const [message, record] = measure(bytes);
     auto const per_byte = static_cast<double>(message + record) / static_cast<double>(bytes.size());
     std::cout << fmt::format("| {} | {} | {} | {} | {:.1f} |\n", words, bytes.size(), message, record, per_byte);

@@ -16,7 +16,7 @@ namespace {
 
 static_assert(test::all_format_as_records);
 
-TEST(PrintAfterFmt, a_table_prints_as_the_record_that_it_is)
+TEST(PrintAfterFmt, a_table_prints_as_a_record)
 {
     EXPECT_EQ(fmt::format("{}", glimmet::SqlConnections()), "glimmet.SqlConnections{connections: []}");
     EXPECT_EQ(fmt::format("{}", glimmet::SqlTransactions()), "glimmet.SqlTransactions{transactions: []}");

@@ -58,13 +58,13 @@ concept Walkable = requires(TextWriter writer, T const &value) { walk(writer, va
 static_assert(Walkable<bool> && Walkable<php::RShutdown>);
 static_assert(!Walkable<php::detail::RShutdown *> && !Walkable<char const *> && !Walkable<void *>);
 
-TEST(Print, fmt_prints_a_record_and_its_handle_alike)
+TEST(Print, fmt_prints_a_record_like_its_handle)
 {
     EXPECT_EQ(fmt::format("{}", *record()), printed);
     EXPECT_EQ(fmt::format("{}", record()), printed);
 }
 
-TEST(Print, qdebug_prints_a_record_and_its_handle_alike)
+TEST(Print, qdebug_prints_a_record_like_its_handle)
 {
     EXPECT_EQ(debug_text(*record()), QString::fromUtf8(printed));
     EXPECT_EQ(debug_text(record()), QString::fromUtf8(printed));
@@ -75,7 +75,7 @@ TEST(Print, a_null_handle_is_none)
     EXPECT_EQ(fmt::format("{}", php::RShutdown()), "none");
 }
 
-TEST(Print, the_pointers_that_lists_hold_print_like_handles)
+TEST(Print, pointers_in_lists_print_like_handles)
 {
     php::RShutdown::Pointer const pointer = record();
     EXPECT_EQ(fmt::format("{}", pointer), printed);
@@ -90,12 +90,12 @@ TEST(Print, ids_and_times_print_by_themselves)
     EXPECT_EQ(debug_text(php::RequestId(7)), QStringLiteral("7"));
 }
 
-TEST(Print, takes_the_format_of_a_string)
+TEST(Print, accepts_the_format_of_a_string)
 {
     EXPECT_EQ(fmt::format("{:>5}|{:.1}", php::RequestId(7), php::RequestId(42)), "    7|4");
 }
 
-TEST(TextWriter, tells_null_empty_and_absent_apart)
+TEST(TextWriter, distinguishes_null_empty_and_absent)
 {
     EXPECT_EQ(written(QString()), "null");
     EXPECT_EQ(written(QStringLiteral("")), "\"\"");
@@ -105,7 +105,7 @@ TEST(TextWriter, tells_null_empty_and_absent_apart)
               "php.SourceLocation{file: \"a\", line: 1, line_extra: 2}");
 }
 
-TEST(TextWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_of_a_chunk)
+TEST(TextWriter, writes_a_block_of_bytes_in_hexadecimal_and_the_first_bytes_of_a_chunk)
 {
     EXPECT_EQ(written(std::array{'C', '\0', '\xfe'}), "4300fe");
     EXPECT_EQ(written(std::optional<std::string_view>()), "none");
@@ -114,7 +114,7 @@ TEST(TextWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_of_a_
     EXPECT_EQ(written(std::string_view(std::string(33, 'x'))), '"' + std::string(32, 'x') + "\"...");
 }
 
-TEST(Print, a_php_value_reads_as_a_person_would_write_it)
+TEST(Print, a_php_value_is_easy_to_read)
 {
     auto const value = test::value_from_text(R"pb(
         array_value {
@@ -147,7 +147,7 @@ TEST(Print, calls_and_traces_print)
     EXPECT_EQ(fmt::format("{}", trace), '[' + fmt::format("{}", trace.frames().front()) + ']');
 }
 
-TEST(TextWriter, writes_the_alternative_that_a_variant_holds)
+TEST(TextWriter, writes_the_current_alternative_of_a_variant)
 {
     using Variant = std::variant<std::monostate, php::SourceLocation>;
     EXPECT_EQ(written(Variant()), "none");
@@ -172,7 +172,7 @@ TEST(TextWriter, writes_a_variant_without_a_value_as_none)
 {
     struct Failing {
         [[noreturn]] explicit Failing(int /*number*/) { throw std::domain_error("no value"); }
-        std::string text; // what copies without throwing would leave the old value in place
+        std::string text; // a type whose copy cannot throw would keep the old value
     };
     std::variant<php::SourceLocation, Failing> variant(php::SourceLocation(QStringLiteral("a"), 1, 2));
     EXPECT_THROW(variant.emplace<Failing>(1), std::domain_error);
@@ -181,14 +181,14 @@ TEST(TextWriter, writes_a_variant_without_a_value_as_none)
     EXPECT_EQ(written(test::php_valueless()), "none");
 }
 
-TEST(TextWriter, writes_doubles_so_that_they_are_told_from_integers)
+TEST(TextWriter, writes_doubles_distinct_from_integers)
 {
     EXPECT_EQ(written(1.5), "1.5");
     EXPECT_EQ(written(-2.0), "-2.0");
     EXPECT_EQ(written(1e30), "1e+30");
 }
 
-TEST(TextWriter, writes_a_set_in_order_whatever_the_order_in_it)
+TEST(TextWriter, writes_a_set_in_ascending_order)
 {
     EXPECT_EQ(written(std::unordered_set<int>()), "[]");
     EXPECT_EQ(written(std::unordered_set{3, -1, 20, 1}), "[-1, 1, 3, 20]");

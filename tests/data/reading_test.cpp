@@ -58,7 +58,7 @@ TEST(Text, is_the_bytes_decoded_as_utf8)
     }
 }
 
-TEST(Text, of_nothing_but_a_byte_order_mark_is_empty_but_not_null)
+TEST(Text, of_only_a_byte_order_mark_is_empty_and_not_null)
 {
     for (auto const *bytes : {"", "\xef\xbb\xbf"}) {
         EXPECT_TRUE(text(bytes).isEmpty());
@@ -66,7 +66,7 @@ TEST(Text, of_nothing_but_a_byte_order_mark_is_empty_but_not_null)
     }
 }
 
-TEST(TimePair, takes_timestamps_and_durations_as_they_came)
+TEST(TimePair, copies_timestamps_and_durations_unchanged)
 {
     struct Row {
         char const *textproto;
@@ -87,7 +87,7 @@ TEST(TimePair, takes_timestamps_and_durations_as_they_came)
     }
 }
 
-TEST(LocationWhenPresent, needs_the_sub_message_alone)
+TEST(LocationWhenPresent, is_present_with_the_sub_message)
 {
     EXPECT_FALSE(location_when_present(from_text<rpc::php::v1::Error>("message: 'm'")));
 
@@ -110,7 +110,7 @@ TEST(LocationWhenFileNamed, drops_the_line_of_an_empty_file)
     EXPECT_FALSE(location_when_file_named("", 17));
 }
 
-TEST(LocationWhenFileNamed, takes_file_and_line_and_has_no_second_number)
+TEST(LocationWhenFileNamed, reads_file_and_line_and_has_no_second_number)
 {
     auto const location = location_when_file_named("a.php", 17);
     ASSERT_TRUE(location);
@@ -122,7 +122,7 @@ TEST(LocationWhenFileNamed, takes_file_and_line_and_has_no_second_number)
 enum Small : std::int32_t { none = 0, small_top = 2 };
 enum Wide : std::int32_t { nothing = 0, wide_top = 13 };
 
-TEST(Classification, is_the_low_byte_and_at_most_the_top)
+TEST(Classification, is_truncated_to_8_bits_and_clamped_to_the_top)
 {
     struct Row {
         std::int32_t number;
@@ -140,7 +140,7 @@ TEST(Classification, is_the_low_byte_and_at_most_the_top)
     }
 }
 
-TEST(NumberUnlessNegative, is_absent_below_0_alone)
+TEST(NumberUnlessNegative, is_absent_only_below_0)
 {
     EXPECT_EQ(number_unless_negative(0), 0U);
     EXPECT_EQ(number_unless_negative(2147483647), 2147483647U);

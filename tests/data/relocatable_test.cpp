@@ -1,4 +1,4 @@
-// Lists move handles and values as bytes, and a QVariant has room for three pointers.
+// Lists move handles and values as bytes, and a QVariant stores up to three pointers in place.
 
 #include "support/allocations.h"
 #include "support/record_types.h"
@@ -25,14 +25,14 @@ static_assert(for_all<Handles>([]<class Handle> { return QTypeInfo<Handle>::isRe
 static_assert(for_all<Handles>([]<class Handle> { return QTypeInfo<typename Handle::Pointer>::isRelocatable; }));
 static_assert(for_all<Values>([]<class Value> { return QTypeInfo<Value>::isRelocatable; }));
 
-/// A handle that somebody points to cannot be moved as bytes.
+/// A handle that another object points to cannot be moved as bytes.
 struct Tracked : php::ZVal {
     Tracked *self = this;
 };
 static_assert(!QTypeInfo<Tracked>::isRelocatable);
 static_assert(!QTypeInfo<std::optional<php::ZVal>>::isRelocatable);
 
-/// Of a type that is registered, which its first variant does.
+/// Number of blocks that a variant of the value allocates. The first variant of a type registers the type.
 template <class T>
 std::size_t allocations_in_a_variant(T const &value)
 {
@@ -65,7 +65,7 @@ TEST(Relocatable, a_variant_of_a_small_value_allocates_nothing_and_of_a_large_on
     EXPECT_EQ(allocations_in_a_variant(php::Exception()), 1U);
 }
 
-TEST(Relocatable, a_variant_gives_a_value_of_another_type_as_a_default_made_one)
+TEST(Relocatable, a_variant_returns_a_default_value_for_another_type)
 {
     EXPECT_TRUE(QVariant().value<php::SourceLocation>().file().isNull());
     EXPECT_EQ(QVariant().value<php::SourceLocation>().line(), 0U);

@@ -6,7 +6,7 @@
 #include "fuzz/target.h"
 
 #include "support/records/constructors.h"
-#include "support/told.h"
+#include "support/record_content.h"
 
 #include <google/protobuf/descriptor.h>
 
@@ -25,7 +25,7 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 using test::Constructor;
-using test::Told;
+using test::RecordContent;
 
 /// The texts of a message, which it then holds by their numbers instead: what a record has of a text can be held against
 /// what was sent in its place.
@@ -100,18 +100,18 @@ private:
 
 /// Where the record of the numbered message has a number, the record of the message has what was sent there: in a text
 /// decoded, in bytes as it was.
-void hold_texts(Told const &told, Told const &numbered, NumberedTexts const &sent)
+void hold_texts(RecordContent const &content, RecordContent const &numbered, NumberedTexts const &sent)
 {
-    hold(told.structure() == numbered.structure(), "numbers and kinds do not depend on what is in a text");
-    for (std::size_t i = 0; i < told.texts().size(); ++i) {
+    hold(content.structure() == numbered.structure(), "numbers and kinds do not depend on what is in a text");
+    for (std::size_t i = 0; i < content.texts().size(); ++i) {
         auto const number = numbered.texts()[i];
         auto const bytes = sent.at(number.toUtf8().toStdString());
-        hold(bytes ? told.texts()[i] == QStringView(naive_text(*bytes)) : told.texts()[i] == number,
+        hold(bytes ? content.texts()[i] == QStringView(naive_text(*bytes)) : content.texts()[i] == number,
              "a text is what a naive decoder makes of it");
     }
-    for (std::size_t i = 0; i < told.byte_strings().size(); ++i) {
+    for (std::size_t i = 0; i < content.byte_strings().size(); ++i) {
         auto const number = numbered.byte_strings()[i];
-        hold(told.byte_strings()[i] == sent.at(number).value_or(number), "bytes are as they came");
+        hold(content.byte_strings()[i] == sent.at(number).value_or(number), "bytes are as they came");
     }
 }
 
@@ -194,8 +194,8 @@ private:
     std::map<std::string, std::vector<Constructor const *>, std::less<>> by_name_; ///< by the class of what they read
     MessageInputs inputs_;
     NumberedTexts texts_;
-    Told first_;
-    Told second_;
+    RecordContent first_;
+    RecordContent second_;
 };
 
 Reports &rpc()

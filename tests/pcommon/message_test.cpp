@@ -31,14 +31,14 @@ std::string bytes_of(zmq_msg_t *message)
     return {static_cast<char const *>(zmq_msg_data(message)), zmq_msg_size(message)};
 }
 
-TEST(Message, made_from_nothing_holds_the_empty_message)
+TEST(Message, is_empty_by_default)
 {
     Message message;
     EXPECT_TRUE(message.holds_message());
     EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
 }
 
-TEST(Message, shows_the_bytes_that_it_holds)
+TEST(Message, returns_its_bytes)
 {
     Message source{std::string_view("a\0b", 3)};
     EXPECT_EQ(std::string_view(std::as_const(source).data(), std::as_const(source).size()),
@@ -63,7 +63,7 @@ struct Row {
 
 class MessageBytes : public TableTest<Row> {};
 
-TEST_P(MessageBytes, are_held_as_a_copy)
+TEST_P(MessageBytes, are_copied)
 {
     std::string source = GetParam().bytes;
     Message message{source};
@@ -125,13 +125,13 @@ TEST_P(MessageBytes, move_to_a_message_of_the_caller)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, MessageBytes,
-                         testing::Values(Row{"None", "", false}, Row{"EmbeddedNul", std::string("a\0b\0", 4), false},
-                                         Row{"Small", std::string(30, 's'), false},
-                                         Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), true},
-                                         Row{"Large", std::string(1'000'000, 'L'), true}),
+                         testing::Values(Row{"none", "", false}, Row{"embedded_nul", std::string("a\0b\0", 4), false},
+                                         Row{"small", std::string(30, 's'), false},
+                                         Row{"larger_than_the_struct", std::string(sizeof(zmq_msg_t) + 1, 'l'), true},
+                                         Row{"large", std::string(1'000'000, 'L'), true}),
                          by_name);
 
-TEST(Message, moved_from_gives_on_that_it_holds_nothing)
+TEST(Message, moved_from_passes_on_that_it_is_empty)
 {
     Message source{"bytes"};
     Message const first(std::move(source));
@@ -145,7 +145,7 @@ TEST(Message, moved_from_gives_on_that_it_holds_nothing)
     EXPECT_EQ(zmq_msg_size(third.handle()), 0U);
 }
 
-TEST(Message, holds_again_what_is_assigned)
+TEST(Message, is_valid_again_after_assignment)
 {
     Message message{"bytes"};
     Message const taken(std::move(message));
@@ -154,7 +154,7 @@ TEST(Message, holds_again_what_is_assigned)
     EXPECT_EQ(bytes_of(message.handle()), "again");
 }
 
-TEST(Message, keeps_its_flag_and_bytes_when_the_target_is_no_message)
+TEST(Message, keeps_its_flag_and_bytes_if_the_target_is_not_a_message)
 {
     Message source{"bytes"};
     zmq_msg_t closed;
@@ -176,7 +176,7 @@ TEST(Message, keeps_its_flag_when_its_own_message_was_closed)
     EXPECT_EQ(bytes_of(target.handle()), "former");
 }
 
-TEST(Message, takes_neither_bytes_nor_flag_of_one_whose_message_was_closed)
+TEST(Message, moves_neither_bytes_nor_flag_from_a_closed_message)
 {
     Message source{"bytes"};
     zmq_msg_close(source.handle());

@@ -70,7 +70,7 @@ struct Row {
 
 class MsgBytes : public TableTest<Row> {};
 
-TEST_P(MsgBytes, are_a_copy)
+TEST_P(MsgBytes, are_copied)
 {
     std::string source = GetParam().bytes;
     msg_t message{source};
@@ -111,7 +111,7 @@ TEST_P(MsgBytes, stay_when_moved_into_themselves)
     EXPECT_EQ(bytes_of(message), GetParam().bytes);
 }
 
-TEST_P(MsgBytes, can_be_put_into_a_moved_from_one)
+TEST_P(MsgBytes, can_be_assigned_to_a_moved_from_message)
 {
     msg_t message{std::string(100, 'x')};
     msg_t const taken(std::move(message));
@@ -120,11 +120,12 @@ TEST_P(MsgBytes, can_be_put_into_a_moved_from_one)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, MsgBytes,
-                         testing::Values(Row{"None", "", true}, Row{"One", "x", true},
-                                         Row{"EmbeddedNul", std::string("a\0b\0", 4), true},
-                                         Row{"NotUtf8", "\xFF\xFE\x80", true}, Row{"Small", std::string(30, 's'), true},
-                                         Row{"LargerThanTheStruct", std::string(sizeof(zmq_msg_t) + 1, 'l'), false},
-                                         Row{"Large", std::string(1'000'000, 'L'), false}),
+                         testing::Values(Row{"none", "", true}, Row{"one", "x", true},
+                                         Row{"embedded_nul", std::string("a\0b\0", 4), true},
+                                         Row{"not_utf8", "\xFF\xFE\x80", true},
+                                         Row{"small", std::string(30, 's'), true},
+                                         Row{"larger_than_the_struct", std::string(sizeof(zmq_msg_t) + 1, 'l'), false},
+                                         Row{"large", std::string(1'000'000, 'L'), false}),
                          by_name);
 
 void note_release(void *, void *hint)

@@ -35,7 +35,7 @@ static_assert(static_cast<int>(PLogger::Level::debug) == 5);
 static_assert(!std::is_copy_constructible_v<PLogger> && !std::is_copy_assignable_v<PLogger>);
 static_assert(!std::is_default_constructible_v<PLogger>);
 
-// Read before any test could change them.
+// Read before any test changes them.
 std::int8_t const level_at_start = PLogger::instance().level();
 std::ostream *const output_at_start = PLogger::instance().output();
 
@@ -50,7 +50,7 @@ protected:
     PLogger &logger = PLogger::instance();
 };
 
-// Counts how it is used and stores what it is given.
+// Counts the calls and stores the text.
 class CountingBuffer : public std::streambuf {
 public:
     std::string text;
@@ -90,7 +90,7 @@ TEST_F(PLoggerTest, is_one_object)
     EXPECT_EQ(&PLogger::instance(), &PLogger::instance());
 }
 
-TEST_F(PLoggerTest, level_is_the_one_that_was_set)
+TEST_F(PLoggerTest, returns_the_level_that_was_set)
 {
     for (int const level : {-128, -1, 0, 2, 3, 5, 127}) {
         logger.set_level(static_cast<std::int8_t>(level));
@@ -98,7 +98,7 @@ TEST_F(PLoggerTest, level_is_the_one_that_was_set)
     }
 }
 
-TEST_F(PLoggerTest, output_is_the_one_that_was_set)
+TEST_F(PLoggerTest, returns_the_output_that_was_set)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -131,17 +131,18 @@ using namespace std::string_view_literals;
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, PLoggerLine,
-    testing::Values(LineRow{"LevelThree", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
-                    LineRow{"LevelFive", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
-                    LineRow{"OtherLevels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
-                    LineRow{"NegativeLevel", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
-                    LineRow{"EmptyMessage", 3, "f", 2, ""sv, "3 f:2 \n"sv},
-                    LineRow{"MessageWithoutAddress", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
-                    LineRow{"EmptyFile", 3, "", 0, "m"sv, "3 :0 m\n"sv},
-                    LineRow{"LargestLineNumber", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
-                    LineRow{"Utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
-                    LineRow{"EmbeddedNul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
-                    LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
+    testing::Values(LineRow{"level_three", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
+                    LineRow{"level_five", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
+                    LineRow{"other_levels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
+                    LineRow{"negative_level", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
+                    LineRow{"empty_message", 3, "f", 2, ""sv, "3 f:2 \n"sv},
+                    LineRow{"message_without_address", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
+                    LineRow{"empty_file", 3, "", 0, "m"sv, "3 :0 m\n"sv},
+                    LineRow{"largest_line_number", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
+                    LineRow{"utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
+                    LineRow{"embedded_nul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
+                    LineRow{"part_of_a_longer_text", 3, "f", 2, "message and more"sv.substr(0, 7),
+                            "3 f:2 message\n"sv}),
     by_name);
 
 TEST_F(PLoggerTest, writes_nothing_without_output)
@@ -155,7 +156,7 @@ TEST_F(PLoggerTest, writes_nothing_without_output)
     EXPECT_EQ(buffer.flushes, 0);
 }
 
-TEST_F(PLoggerTest, leaves_the_level_to_its_callers)
+TEST_F(PLoggerTest, does_not_filter_by_level)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -193,7 +194,7 @@ protected:
     std::streamsize xsputn(char const *, std::streamsize) override { return 0; }
 };
 
-TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
+TEST_F(PLoggerTest, propagates_the_exception_of_a_stream_and_stays_usable)
 {
     FailingBuffer buffer;
     std::ostream broken(&buffer);
@@ -201,7 +202,7 @@ TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
     logger.set_output(&broken);
     EXPECT_THROW(logger.println(PLogger::Level::info, "f", 1, "lost"), std::ios::failure);
 
-    // In a thread of its own, so that a lock left behind is a failed test and not a test that hangs.
+    // In another thread, so that a lock that stays locked fails the test instead of blocking it.
     std::ostringstream stream;
     std::promise<void> written;
     std::thread([&] {
@@ -213,7 +214,7 @@ TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
     EXPECT_EQ(stream.view(), "3 f:2 m\n");
 }
 
-// Takes characters one by one and gives way between them, so that unguarded writers mix.
+// Writes one character at a time and yields between them, so that unsynchronised writers interleave.
 class SlowBuffer : public std::streambuf {
 public:
     std::string text;
@@ -250,7 +251,7 @@ TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
     writers.clear();
     logger.set_output(nullptr);
 
-    // Each thread's lines are whole and in the thread's own order.
+    // The lines of each thread are complete and in order.
     std::map<std::string, int> next;
     std::istringstream written(buffer.text);
     for (std::string line; std::getline(written, line);) {
@@ -262,7 +263,7 @@ TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
         EXPECT_EQ(next[std::string(20, static_cast<char>('a' + thread))], lines);
 }
 
-TEST_F(PLoggerTest, level_and_output_may_change_while_others_log)
+TEST_F(PLoggerTest, level_and_output_can_change_while_other_threads_log)
 {
     std::array<std::unique_ptr<std::ostringstream>, 2> streams{std::make_unique<std::ostringstream>(),
                                                                std::make_unique<std::ostringstream>()};
@@ -293,7 +294,7 @@ TEST_F(PLoggerTest, level_and_output_may_change_while_others_log)
     }
 }
 
-// Stays inside a write until it is let go.
+// Blocks inside a write until it is released.
 class StuckBuffer : public std::streambuf {
 public:
     std::latch entered{1};
@@ -332,7 +333,7 @@ TEST_F(PLoggerStuckTest, reading_and_the_level_do_not_wait_for_a_line)
     buffer.let_go.count_down();
 }
 
-TEST_F(PLoggerStuckTest, taking_the_output_away_waits_for_the_line_being_written)
+TEST_F(PLoggerStuckTest, removing_the_output_waits_for_the_line_being_written)
 {
     auto const taken = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
     EXPECT_EQ(taken.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);

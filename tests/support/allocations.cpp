@@ -13,7 +13,7 @@ using tarnwick::test::FailingAllocations;
 thread_local constinit std::size_t count = 0;
 thread_local constinit std::ptrdiff_t live = 0;
 
-/// Bytes since somebody watches.
+/// Bytes since watch_peak().
 struct Bytes {
     std::ptrdiff_t live = 0;
     std::ptrdiff_t most = 0;
@@ -21,14 +21,14 @@ struct Bytes {
 };
 thread_local constinit Bytes bytes;
 
-/// The allocations that fail, by what `count` is at them.
+/// The allocations that fail, by the value of `count`.
 struct Failing {
     std::size_t first = FailingAllocations::from_then_on;
     std::size_t last = 0;
 };
 thread_local constinit Failing failing;
 
-/// A place that itself takes no heap memory.
+/// Storage outside the heap.
 struct Frees {
     std::array<void const *, 1'000> blocks{};
     std::size_t count = 0;
@@ -62,7 +62,7 @@ void add_bytes(std::ptrdiff_t added) noexcept
     bytes.most = std::max(bytes.most, bytes.live);
 }
 
-void *given(void *block) noexcept
+void *counted(void *block) noexcept
 {
     live += block != nullptr;
     add_bytes(bytes_of(block));
@@ -110,21 +110,21 @@ std::size_t tarnwick::test::FailingAllocations::stop() noexcept
     return failed;
 }
 
-void tarnwick::test::note_frees() noexcept
+void tarnwick::test::record_frees() noexcept
 {
     frees.count = 0;
     frees.noting = true;
 }
 
-std::vector<void const *> tarnwick::test::noted_frees()
+std::vector<void const *> tarnwick::test::recorded_frees()
 {
     frees.noting = false;
-    // Not in braces: a pointer to pointers would do as a pointer.
+    // Not in braces, which would convert a pointer to pointers to an element.
     return std::vector<void const *>(frees.blocks.data(), frees.blocks.data() + frees.count);
 }
 
-// The functions below stand in front of those of the C library, or of a sanitizer that has taken their place, for every
-// library of the process. Those are reached by their other names.
+// The functions below replace those of the C library or of a sanitizer in all libraries of the process. The replaced
+// functions are called by their other names.
 #ifdef TARNWICK_BEFORE_SANITIZER
 #define TARNWICK_BEHIND(function) __interceptor_##function
 #else
@@ -143,12 +143,12 @@ void TARNWICK_BEHIND(free)(void *block) noexcept;
 
 void *malloc(std::size_t size) noexcept
 {
-    return refused() ? nullptr : given(TARNWICK_BEHIND(malloc)(size));
+    return refused() ? nullptr : counted(TARNWICK_BEHIND(malloc)(size));
 }
 
 void *calloc(std::size_t number, std::size_t size) noexcept
 {
-    return refused() ? nullptr : given(TARNWICK_BEHIND(calloc)(number, size));
+    return refused() ? nullptr : counted(TARNWICK_BEHIND(calloc)(number, size));
 }
 
 void *realloc(void *block, std::size_t size) noexcept
@@ -158,7 +158,7 @@ void *realloc(void *block, std::size_t size) noexcept
     auto const size_before = bytes_of(block);
     auto *const moved = TARNWICK_BEHIND(realloc)(block, size);
     if (block == nullptr)
-        return given(moved);
+        return counted(moved);
     if (moved != nullptr) {
         add_bytes(bytes_of(moved) - size_before);
     } else if (size == 0) {
@@ -170,7 +170,7 @@ void *realloc(void *block, std::size_t size) noexcept
 
 void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept
 {
-    return refused() ? nullptr : given(TARNWICK_BEHIND(memalign)(alignment, size));
+    return refused() ? nullptr : counted(TARNWICK_BEHIND(memalign)(alignment, size));
 }
 
 int posix_memalign(void **block, std::size_t alignment, std::size_t size) noexcept
@@ -192,8 +192,7 @@ void free(void *block) noexcept
 
 } // extern "C"
 
-// The C++ library's operators lead to the functions above. Sanitizers and memcheck have operators of their own, which do
-// not.
+// The operators of the C++ library call the functions above. Those of sanitizers and memcheck do not.
 
 namespace {
 

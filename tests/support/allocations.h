@@ -2,14 +2,16 @@
 
 #include <cstddef>
 #include <limits>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::test {
 
-/// How many blocks of heap memory this thread has asked for so far, by `new` or `malloc`, in whatever library.
+/// Number of heap blocks that this thread has requested so far by `new` or `malloc`, in any library.
 std::size_t allocations() noexcept;
 
-/// How many blocks of heap memory an action asks for on this thread.
+/// Number of heap blocks that an action requests on this thread.
 template <class Action>
 std::size_t allocations_of(Action &&action)
 {
@@ -18,12 +20,19 @@ std::size_t allocations_of(Action &&action)
     return allocations() - before;
 }
 
-/// How many blocks of heap memory this thread holds: what it was given and has not given back. Negative where it gives
-/// back what others took.
+/// Number of heap blocks that the construction of a `Value` requests.
+template <class Value, class... Arguments>
+std::size_t allocations_to_build(Arguments &&...arguments)
+{
+    alignas(Value) std::byte place[sizeof(Value)];
+    return allocations_of([&] { (new (place) Value(std::forward<Arguments>(arguments)...))->~Value(); });
+}
+
+/// Number of heap blocks that this thread has allocated and not freed. Negative if it frees blocks of other threads.
 std::ptrdiff_t live_blocks() noexcept;
 
-/// The most bytes of heap memory that an action holds on this thread at one time, beside what is held before it. Blocks
-/// count with the size that the heap gives them, which can be more than was asked for.
+/// Peak heap memory of this thread from here on, in bytes beyond the current use. Blocks count with their real size, which
+/// can exceed the requested one.
 void watch_peak() noexcept;
 std::size_t peak_bytes() noexcept; ///< ends watching
 
@@ -35,8 +44,8 @@ std::size_t peak_bytes_of(Action &&action)
     return peak_bytes();
 }
 
-/// Allocations of this thread fail, as on an exhausted heap, while it lives: of those that come, counted from 1, the ones
-/// from `first` to `last`. One at a time.
+/// Makes allocations of this thread fail as on an exhausted heap during its lifetime: the next ones, counted from 1, from
+/// `first` to `last`. There can be one such object at a time.
 class FailingAllocations {
 public:
     static constexpr std::size_t from_then_on = std::numeric_limits<std::size_t>::max();
@@ -46,22 +55,22 @@ public:
     FailingAllocations(FailingAllocations const &) = delete;
     FailingAllocations &operator=(FailingAllocations const &) = delete;
 
-    /// How many failed.
-    std::size_t stop() noexcept; // NOLINT(modernize-use-nodiscard): who wants to end it need not ask
+    /// Ends the failures. Returns how many allocations failed.
+    std::size_t stop() noexcept; // NOLINT(modernize-use-nodiscard): the number is optional
 };
 
-/// Notes the blocks of heap memory that this thread gives back from here on, the first 1,000 of them.
-void note_frees() noexcept;
-/// What was noted, in order; ends noting.
-std::vector<void const *> noted_frees();
+/// Records the first 1,000 heap blocks that this thread frees from here on.
+void record_frees() noexcept;
+/// Ends the recording. Returns the blocks in order.
+std::vector<void const *> recorded_frees();
 
-/// The blocks of heap memory that an action gives back on this thread, in order.
+/// The heap blocks that an action frees on this thread, in order.
 template <class Action>
 std::vector<void const *> frees_of(Action &&action)
 {
-    note_frees();
+    record_frees();
     action();
-    return noted_frees();
+    return recorded_frees();
 }
 
 } // namespace tarnwick::test

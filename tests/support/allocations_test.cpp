@@ -23,18 +23,18 @@ TEST(Allocations, count_new_of_a_test)
     EXPECT_EQ(allocations_of([&] { number = std::make_unique<int>(7); }), 1U);
 }
 
-TEST(Allocations, count_what_a_library_takes_with_malloc)
+TEST(Allocations, count_malloc_in_libraries)
 {
     QString text;
     EXPECT_EQ(allocations_of([&] { text = QString::fromUtf8("a text of its own"); }), 1U);
 }
 
-TEST(Allocations, count_nothing_where_nothing_is_taken)
+TEST(Allocations, are_0_without_an_allocation)
 {
     EXPECT_EQ(allocations_of([] {}), 0U);
 }
 
-TEST(Allocations, frees_are_noted_in_order)
+TEST(Allocations, record_frees_in_order)
 {
     auto one = std::make_unique<int>(1);
     auto other = std::make_unique<int>(2);
@@ -46,13 +46,13 @@ TEST(Allocations, frees_are_noted_in_order)
                 testing::ElementsAreArray(blocks));
 }
 
-TEST(Allocations, frees_are_noted_of_the_action_alone)
+TEST(Allocations, record_frees_of_the_action_only)
 {
     auto const before = std::make_unique<int>(1);
     EXPECT_THAT(frees_of([] {}), testing::IsEmpty());
 }
 
-TEST(Allocations, live_blocks_are_those_given_and_not_given_back)
+TEST(Allocations, live_blocks_are_allocated_and_not_freed)
 {
     auto const before = live_blocks();
     {
@@ -63,7 +63,7 @@ TEST(Allocations, live_blocks_are_those_given_and_not_given_back)
     EXPECT_EQ(live_blocks(), before);
 }
 
-TEST(Allocations, live_blocks_stay_as_many_when_one_grows)
+TEST(Allocations, live_blocks_do_not_change_when_a_block_grows)
 {
     auto const before = live_blocks();
     auto *const block = std::realloc(nullptr, 10);
@@ -74,31 +74,31 @@ TEST(Allocations, live_blocks_stay_as_many_when_one_grows)
     EXPECT_EQ(live_blocks(), before);
 }
 
-/// Which of an action's allocations fail, as `x` among those that do not.
+/// The allocations of an action, each as `x` where it failed.
 template <class Action>
-std::string fates(std::size_t first, std::size_t last, Action &&action)
+std::string outcomes(std::size_t first, std::size_t last, Action &&action)
 {
-    std::string fates;
-    fates.reserve(100);
+    std::string outcomes;
+    outcomes.reserve(100);
     FailingAllocations failing(first, last);
     for (int i = 0; i < 5; ++i)
-        fates += action() ? '.' : 'x';
+        outcomes += action() ? '.' : 'x';
     failing.stop();
-    return fates;
+    return outcomes;
 }
 
-/// Nobody can tell that the block is not needed, so nobody leaves it out.
-bool is_given(void *block)
+/// Hides from the compiler that the block is unused, so that the allocation is not removed.
+bool is_allocated(void *block)
 {
-    void const *const volatile seen = block;
-    return seen != nullptr;
+    void const *const volatile observed = block;
+    return observed != nullptr;
 }
 
 template <class Content>
 bool by_new()
 {
     try {
-        return is_given(std::make_unique<Content>().get());
+        return is_allocated(std::make_unique<Content>().get());
     } catch (std::bad_alloc const &) {
         return false;
     }
@@ -108,13 +108,13 @@ struct alignas(256) Aligned {};
 
 bool by_nothrow_new()
 {
-    return is_given(std::unique_ptr<int>(new (std::nothrow) int(7)).get());
+    return is_allocated(std::unique_ptr<int>(new (std::nothrow) int(7)).get());
 }
 
 bool by_calloc()
 {
     auto *const block = std::calloc(1, 1);
-    auto const given = is_given(block);
+    auto const given = is_allocated(block);
     std::free(block);
     return given;
 }
@@ -122,7 +122,7 @@ bool by_calloc()
 bool by_realloc()
 {
     auto *const block = std::realloc(nullptr, 1);
-    auto const given = is_given(block);
+    auto const given = is_allocated(block);
     std::free(block);
     return given;
 }
@@ -136,38 +136,39 @@ bool by_a_library()
     }
 }
 
-struct Way {
+struct AllocationCase {
     char const *name;
     bool (*allocate)();
 };
 
-class FailingAllocation : public TableTest<Way> {};
+class FailingAllocation : public TableTest<AllocationCase> {};
 
 TEST_P(FailingAllocation, fails_from_the_first_to_the_last)
 {
     auto *const allocate = GetParam().allocate;
-    EXPECT_EQ(fates(1, 1, allocate), "x....");
-    EXPECT_EQ(fates(2, FailingAllocations::from_then_on, allocate), ".xxxx");
-    EXPECT_EQ(fates(6, 6, allocate), ".....");
+    EXPECT_EQ(outcomes(1, 1, allocate), "x....");
+    EXPECT_EQ(outcomes(2, FailingAllocations::from_then_on, allocate), ".xxxx");
+    EXPECT_EQ(outcomes(6, 6, allocate), ".....");
 }
 
-TEST_P(FailingAllocation, gives_nothing_that_could_be_lost)
+TEST_P(FailingAllocation, returns_no_block)
 {
     auto const before = live_blocks();
-    fates(2, 2, GetParam().allocate);
+    outcomes(2, 2, GetParam().allocate);
     EXPECT_EQ(live_blocks(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(, FailingAllocation,
-                         testing::Values(Way{"by_new", by_new<int>}, Way{"by_aligned_new", by_new<Aligned>},
-                                         Way{"by_nothrow_new", by_nothrow_new}, Way{"by_calloc", by_calloc},
-                                         Way{"by_realloc", by_realloc}, Way{"by_a_library", by_a_library}),
-                         by_name);
+INSTANTIATE_TEST_SUITE_P(
+    , FailingAllocation,
+    testing::Values(AllocationCase{"by_new", by_new<int>}, AllocationCase{"by_aligned_new", by_new<Aligned>},
+                    AllocationCase{"by_nothrow_new", by_nothrow_new}, AllocationCase{"by_calloc", by_calloc},
+                    AllocationCase{"by_realloc", by_realloc}, AllocationCase{"by_a_library", by_a_library}),
+    by_name);
 
-// What is thrown takes heap memory too, where there is some.
+// Throwing an exception allocates too, if there is memory.
 TEST(FailingAllocations, fail_for_an_exception_too)
 {
-    EXPECT_EQ(fates(1, FailingAllocations::from_then_on, by_new<int>), "xxxxx");
+    EXPECT_EQ(outcomes(1, FailingAllocations::from_then_on, by_new<int>), "xxxxx");
     FailingAllocations failing(2, FailingAllocations::from_then_on);
     EXPECT_TRUE(by_calloc());
     EXPECT_FALSE(by_new<int>());
@@ -183,7 +184,7 @@ TEST(FailingAllocations, are_counted)
     EXPECT_EQ(failing.stop(), 0U);
 }
 
-TEST(FailingAllocations, are_none_where_too_few_come)
+TEST(FailingAllocations, are_none_when_too_few_are_requested)
 {
     FailingAllocations failing(2, FailingAllocations::from_then_on);
     by_calloc();
@@ -198,10 +199,10 @@ TEST(FailingAllocations, end_with_the_object)
     EXPECT_TRUE(by_calloc());
 }
 
-TEST(PeakBytes, are_those_held_at_one_time)
+TEST(PeakBytes, are_the_most_at_one_time)
 {
     constexpr std::size_t size = 100'000;
-    constexpr std::size_t more = 1'000; // that the heap may give
+    constexpr std::size_t more = 1'000; // that the heap may add
     auto const kept = std::make_unique<char[]>(size);
     auto const one_after_the_other = peak_bytes_of([] {
         for (int i = 0; i < 10; ++i)
@@ -221,7 +222,7 @@ TEST(PeakBytes, are_those_held_at_one_time)
     EXPECT_LT(peak_bytes_of([] {}), more);
 }
 
-TEST(FailingAllocations, leave_other_threads_alone)
+TEST(FailingAllocations, do_not_affect_other_threads)
 {
     bool elsewhere = false;
     std::atomic<bool> go = false;

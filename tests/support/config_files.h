@@ -1,7 +1,7 @@
 #pragma once
 
-// What tests of configuration files need around them: real files in a folder, the working folder, the environment. All
-// is as before when the test is done.
+// The environment of tests of configuration files: files in a folder, the working folder, environment variables. All is
+// restored when the test ends.
 
 #include <gtest/gtest.h>
 
@@ -31,8 +31,8 @@ inline QString q(std::string_view utf8)
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
-/// The folder in memory where tests may write and where that many bytes are free, otherwise the temporary folder. Some
-/// tests write thousands of files; a container often has 64 MB of /dev/shm.
+/// A folder in memory if it has that many free bytes, otherwise the temporary folder. Some tests write thousands of files;
+/// a container often has 64 MB of /dev/shm.
 inline QString scratch_folder(QString const &in_memory, std::uintmax_t least)
 {
     std::error_code error;
@@ -48,7 +48,7 @@ public:
         EXPECT_TRUE(folder_.isValid());
     }
 
-    // Names that are not UTF-8 would stay.
+    // QDir would leave files whose names are not UTF-8.
     ~ConfigFolder()
     {
         std::error_code error;
@@ -61,7 +61,7 @@ public:
     [[nodiscard]] std::string path() const { return QDir(folder_.path()).canonicalPath().toStdString(); }
     [[nodiscard]] std::string path(std::string const &name) const { return path() + "/" + name; }
 
-    /// Writes a file, and the folders that it is in; gives its whole name.
+    /// Writes a file and creates its folders. Returns its full name.
     std::string write(std::string const &name, std::string_view content) const // NOLINT(modernize-use-nodiscard)
     {
         auto const file = path(name);
@@ -131,7 +131,7 @@ inline Texts table(ConfigFile const &config)
     return table;
 }
 
-/// The table of a file that is read without fault.
+/// The table of a file without faults.
 inline Texts loaded(std::string const &file, std::string_view name = {})
 {
     try {
@@ -149,7 +149,7 @@ inline Texts read(std::string_view content, std::string_view name = {})
     return loaded(folder.write("f.conf", content), name);
 }
 
-/// The text of the exception in which an action ends; empty when there is none.
+/// The text of the exception that an action throws; empty if it throws none.
 template <class Action>
 std::string failure_of(Action &&action)
 {
@@ -161,13 +161,13 @@ std::string failure_of(Action &&action)
     return {};
 }
 
-/// The text of the exception in which a load ends; empty when there is none.
+/// The text of the exception that a load throws; empty if it throws none.
 inline std::string failure(std::string const &file, std::string_view name = {})
 {
     return failure_of([&] { (void)ConfigFile::load(q(file), q(name)); });
 }
 
-/// `FOLDER` in an expected text stands for the folder's name.
+/// Replaces `FOLDER` in an expected text by the name of the folder.
 inline std::string in(ConfigFolder const &folder, std::string text)
 {
     constexpr std::string_view word = "FOLDER";

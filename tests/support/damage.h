@@ -16,17 +16,17 @@ struct Damage {
     std::size_t begin = 0;
     std::size_t removed = 0;
     // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
-    std::string inserted = {}; ///< in their place
+    std::string inserted = {}; ///< instead of them
 
     [[nodiscard]] std::string apply(std::string bytes) const { return bytes.replace(begin, removed, inserted); }
     [[nodiscard]] std::size_t end() const { return begin + removed; }
 
-    /// Whether it changes something from `first` up to `last`.
+    /// Whether the damage changes bytes from `first` up to `last`.
     [[nodiscard]] bool touches(std::size_t first, std::size_t last) const
     {
         return begin < last && (end() > first || (removed == 0 && begin > first));
     }
-    /// Where a byte after the damage has come to be.
+    /// The new offset of a byte after the damage.
     [[nodiscard]] std::size_t moved(std::size_t place) const
     {
         return place < end() ? place : place - removed + inserted.size();

@@ -25,7 +25,7 @@ thread_local constinit Count reads;
 thread_local constinit Count opens;
 thread_local constinit Count entries;
 
-/// Whether a call meets a fault; `errno` says which, 0 being the end of the file.
+/// Whether a call fails; sets `errno` to the error, or to 0 for the end of the file.
 bool fails(Count &count, FileFaults::Calls const &failing)
 {
     if (faults->interrupted && !count.is_interrupted) {
@@ -56,7 +56,7 @@ dirent64 *entry_of(DIR *listing)
 {
     static auto *const next = reinterpret_cast<Readdir *>(::dlsym(RTLD_NEXT, "readdir64"));
     auto *const entry = faults != nullptr && fails(entries, faults->entries) ? nullptr : next(listing);
-    if (entry == nullptr) // the next one is of another listing
+    if (entry == nullptr) // the next entry belongs to another listing
         entries = {};
     return entry;
 }
@@ -105,7 +105,7 @@ std::size_t FailingFiles::met() const
 
 } // namespace tarnwick::test
 
-// In place of the C library's own, for all libraries of the process.
+// These replace the functions of the C library in all libraries of the process.
 extern "C" {
 
 ssize_t read(int descriptor, void *buffer, size_t size)

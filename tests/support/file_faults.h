@@ -6,11 +6,11 @@
 
 namespace tarnwick::test {
 
-/// What goes wrong when files are opened and read, and folders listed.
+/// Faults in opening and reading files and in listing folders.
 struct FileFaults {
     static constexpr std::size_t from_then_on = std::numeric_limits<std::size_t>::max();
 
-    /// The calls that fail, counted from 1, and with which `errno`; with 0, reading gives the end of the file.
+    /// The calls that fail, counted from 1, and their `errno`. With 0, a read reports the end of the file.
     struct Calls {
         std::size_t first = 0;
         std::size_t last = 0;
@@ -20,15 +20,15 @@ struct FileFaults {
     Calls reads = {};                 // NOLINT(readability-redundant-member-init): designators leave it out
     Calls opens = {};                 // NOLINT(readability-redundant-member-init)
     Calls entries = {};               // NOLINT(readability-redundant-member-init): of each listing of a folder
-    bool interrupted = false;         ///< each call comes back with EINTR before it does anything
-    std::size_t piece = from_then_on; ///< the most bytes that a read gives
+    bool interrupted = false;         ///< each call first fails with EINTR
+    std::size_t piece = from_then_on; ///< the most bytes that a read returns
 
-    /// As the value of an environment variable, for another process, and back.
+    /// Converts to the value of an environment variable for another process, and back.
     [[nodiscard]] std::string text() const;
     static FileFaults from(std::string const &text);
 };
 
-/// From here on, until it goes, this thread meets those faults. One at a time.
+/// Applies faults to the calls of this thread during its lifetime. There can be one such object at a time.
 class FailingFiles {
 public:
     explicit FailingFiles(FileFaults const &faults);
@@ -36,7 +36,7 @@ public:
     FailingFiles(FailingFiles const &) = delete;
     FailingFiles &operator=(FailingFiles const &) = delete;
 
-    /// How many calls met one so far.
+    /// Number of calls that met a fault so far.
     [[nodiscard]] std::size_t met() const;
 };
 

@@ -7,8 +7,7 @@
 
 namespace tarnwick::test {
 
-/// The reader of configuration files in its plainest form, step for step and with no thought of speed: what the library's
-/// own must agree with.
+/// A simple and slow reader of configuration files. The library's reader must agree with it.
 class LiteralConfigFile {
 public:
     LiteralConfigFile(QString const &file, QString const &name);

@@ -12,7 +12,7 @@
 
 namespace tarnwick::test {
 
-/// Takes the lines that are logged, until it goes.
+/// Collects the lines that are logged during its lifetime.
 class LogLines {
 public:
     explicit LogLines(std::int8_t level)

@@ -10,8 +10,8 @@
 
 namespace tarnwick::test {
 
-/// The names of a message's fields, in the order of their numbers. A test that compares them with what a record reads
-/// and what it ignores fails when a message gains a field that nobody thought about.
+/// The names of a message's fields, in the order of their numbers. A test that compares them with the fields that records
+/// read and ignore fails when a message gains a field.
 template <class Message>
 std::vector<std::string> field_names()
 {

@@ -8,12 +8,12 @@
 
 namespace tarnwick::test {
 
-/// Changes how many files this process can have open, until it goes.
+/// Changes the limit of open files of this process during its lifetime.
 class OpenFiles {
 public:
-    /// So that descriptors do not run out first.
+    /// Raises the limit, so that descriptors do not run out first.
     static OpenFiles at_least(rlim_t count) { return OpenFiles(std::max(count, limit().rlim_cur)); }
-    /// That many more than are open.
+    /// Leaves that many descriptors.
     static OpenFiles left(rlim_t count)
     {
         int descriptor = 0;

@@ -7,9 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
-// One php report of each case, with every field set, and what a record makes of each. All are of request 7, reported at
-// 8 s and 9 ns.
+// Reports of the php family in the rpc dialect, one of each case, with every field set. All are of request 7, reported
+// at 8 s and 9 ns.
 
 namespace tarnwick::test {
 
@@ -92,11 +94,40 @@ inline rpc::php::v1::NotifyRequest unknown_payload()
     return message;
 }
 
-/// What a record of one case's report prints as.
+struct PhpReport {
+    std::string_view name;
+    rpc::php::v1::NotifyRequest message;
+};
+
+/// All reports above.
+inline std::vector<PhpReport> php_reports()
+{
+    return {{"request_start", request_start()},
+            {"request_end", request_end()},
+            {"php_error", php_error()},
+            {"no_payload", no_payload()},
+            {"unknown_payload", unknown_payload()}};
+}
+
+/// A row of a table: a report, and what its record prints as.
 struct PhpReportCase {
     char const *name;
     rpc::php::v1::NotifyRequest message;
     std::string printed;
+};
+
+/// The report that carries the records of the request, and their place in it.
+struct InRequest {
+    static constexpr std::string_view report = "request_start";
+    static std::string empty_payload() { return "rinit { }"; }
+    static std::string with(std::string const &fields) { return "rinit { request {" + fields + "} }"; }
+};
+
+/// The report that carries the records of the response, and their place in it.
+struct InResponse {
+    static constexpr std::string_view report = "request_end";
+    static std::string empty_payload() { return "rshutdown { }"; }
+    static std::string with(std::string const &fields) { return "rshutdown { response {" + fields + "} }"; }
 };
 
 } // namespace tarnwick::test

@@ -1,6 +1,6 @@
 #pragma once
 
-// A notation in which a test can write down a whole PHP value, and the values that no factory makes.
+// A text notation of PHP values, and the values that no factory creates.
 
 #include <tarnwick/data/php/make_values.h>
 
@@ -112,7 +112,7 @@ inline std::string notation(data::php::detail::ZVal const &value)
 
 inline std::size_t null_handles(data::php::detail::ZVal const &value);
 
-/// How many handles of a tree are null. There should be none at any depth.
+/// Number of null handles in a tree. There should be none at any depth.
 inline std::size_t null_handles(data::php::detail::PelorinArray const &array)
 {
     std::size_t count = 0;

@@ -18,13 +18,13 @@ TEST(PhpValues, null_handles_are_found_at_any_depth)
     EXPECT_EQ(null_handles(*php_resource(PelorinResource())), 1U);
 }
 
-TEST(PhpValues, notation_tells_null_handles_and_lost_values)
+TEST(PhpValues, notation_shows_null_handles_and_valueless_variants)
 {
     EXPECT_EQ(notation(*php_array({{php_long(1), ZVal()}})), "[long 1 => NULL HANDLE]");
     EXPECT_EQ(notation(*php_valueless()), "valueless");
 }
 
-TEST(PhpValues, notation_tells_kinds_and_bytes_apart)
+TEST(PhpValues, notation_distinguishes_kinds_and_bytes)
 {
     EXPECT_EQ(notation(*php_array({{php_string("5"), php_long(5)}, {php_long(5), php_double(5.0)}})),
               "[string '5' => long 5, long 5 => double 5]");

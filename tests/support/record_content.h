@@ -41,22 +41,24 @@ private:
     std::vector<std::size_t> ends_;
 };
 
-/// All that is in a record, without loss, its texts and bytes apart from the rest: a `data::Writer`. Serves one record
-/// after the other without taking memory anew.
-class Told {
+/// The complete content of a record, with its texts and byte strings apart from the rest: a `data::Writer`. One object
+/// can be assigned many records, and reuses its memory.
+class RecordContent {
 public:
-    /// Numbers, kinds and how all hangs together, also whether a text is null.
-    [[nodiscard]] std::string const &structure() const { return structure_; }
-    [[nodiscard]] TextSequence<QStringView> const &texts() const { return texts_; }
-    [[nodiscard]] TextSequence<std::string_view> const &byte_strings() const { return byte_strings_; }
-    bool operator==(Told const &) const = default;
-
-    void clear()
+    template <class Record>
+    void assign(Record const &record)
     {
         structure_.clear();
         texts_.clear();
         byte_strings_.clear();
+        data::walk(*this, record);
     }
+
+    /// Numbers, kinds, nesting, and whether a text is null.
+    [[nodiscard]] std::string const &structure() const { return structure_; }
+    [[nodiscard]] TextSequence<QStringView> const &texts() const { return texts_; }
+    [[nodiscard]] TextSequence<std::string_view> const &byte_strings() const { return byte_strings_; }
+    bool operator==(RecordContent const &) const = default;
 
     void begin_record(std::string_view name) { named('{', name); }
     void field(std::string_view /*name*/, data::Sense /*sense*/) { structure_ += ','; }
@@ -108,7 +110,7 @@ private:
         structure_ += name;
         structure_ += ' ';
     }
-    /// The number's own bytes: not a NaN is like another.
+    /// The bytes of the number, so that two NaNs differ where their bits do.
     template <class Number>
     void number(char what, Number value)
     {
@@ -120,13 +122,5 @@ private:
     TextSequence<QStringView> texts_;
     TextSequence<std::string_view> byte_strings_;
 };
-
-/// Tells what a record holds, in place of what was told before.
-template <class Record>
-void print_error(Record const &record, Told &told)
-{
-    told.clear();
-    data::walk(told, record);
-}
 
 } // namespace tarnwick::test

@@ -1,6 +1,6 @@
 #pragma once
 
-// All handles and values of the library, for tests of what holds for each type.
+// All handles and values of the library, for tests that apply to each type.
 
 #include <tarnwick/auth/request.h>
 #include <tarnwick/auth/session.h>
@@ -31,7 +31,7 @@ namespace tarnwick::test {
 template <class... Members>
 struct Types {};
 
-/// Whether something holds for every type of a list: `for_all<Handles>([]<class Handle> { return ...; })`.
+/// Whether a condition is true for every type of a list: `for_all<Handles>([]<class Handle> { return ...; })`.
 template <class List, class Condition>
 constexpr bool for_all(Condition condition)
 {
@@ -48,7 +48,7 @@ using Handles =
           data::php::RShutdown, data::php::Superglobals, data::php::ZVal, PelorinPHPX::Auth::Request,
           PelorinPHPX::Auth::User, PelorinPHPX::Session>;
 
-/// What is copied by value and has no count of its own.
+/// Types that are copied by value and have no reference count.
 using Values = Types<data::TimePair, data::glimmet::FunctionStats, data::glimmet::SqlConnections,
                      data::glimmet::SqlError, data::glimmet::SqlTransactions, data::glimmet::detail::StorageEntry,
                      data::monitor::detail::Event::CustomEvent, data::monitor::detail::Event::FunctionError,

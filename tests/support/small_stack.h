@@ -7,14 +7,14 @@
 
 namespace tarnwick::test {
 
-/// A thirtieth of what programs start with. Code that is instrumented or not optimised takes several times as much.
+/// A thirtieth of the usual stack. Instrumented or unoptimised code needs several times as much.
 #if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__)
 inline constexpr std::size_t small_stack = std::size_t{256} * 1024;
 #else
 inline constexpr std::size_t small_stack = std::size_t{2} * 1024 * 1024;
 #endif
 
-/// Runs an action on a thread of its own that has such a stack, or one of another size.
+/// Runs an action on a new thread with a stack of this size.
 template <class Action>
 void on_small_stack(Action action, std::size_t stack = small_stack)
 {

@@ -10,7 +10,7 @@
 
 namespace tarnwick::test {
 
-/// Reads a message from its bytes, for what textproto cannot say: numbers that the message does not know.
+/// Parses a message from its bytes, for content that textproto cannot express, such as unknown fields.
 template <class Message>
 Message from_wire(std::string_view bytes)
 {
@@ -28,7 +28,7 @@ inline std::string text_of(google::protobuf::Message const &message)
     return text;
 }
 
-/// A target to write into, on the heap or on an arena.
+/// A message to write to, on the heap or on an arena.
 template <class Message>
 class Target {
 public:

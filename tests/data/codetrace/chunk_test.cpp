@@ -1,4 +1,4 @@
-// Both records of chunks, by the same tests.
+// Both records of chunks follow the same rules.
 
 #include <tarnwick/data/codetrace/add_data.h>
 #include <tarnwick/data/codetrace/data.h>
@@ -25,7 +25,7 @@ namespace {
 
 using php::RequestId;
 
-// One cannot pass for the other.
+// Neither converts to the other.
 static_assert(!std::is_same_v<detail::Data, detail::AddData>);
 static_assert(!std::is_convertible_v<detail::Data *, detail::AddData *>);
 static_assert(!std::is_convertible_v<detail::AddData *, detail::Data *>);
@@ -37,7 +37,7 @@ static_assert(std::is_nothrow_constructible_v<detail::Data, zeromq::msg_t, Reque
 static_assert(std::is_nothrow_constructible_v<detail::AddData, ZMQ::Message, RequestId, long>);
 static_assert(std::is_nothrow_constructible_v<detail::AddData, zeromq::msg_t, RequestId>);
 
-/// A message as large as ZeroMQ keeps inside the zmq_msg_t, one as small as it does not, and so on.
+/// Sizes around the largest message that ZeroMQ keeps inside the zmq_msg_t.
 constexpr std::size_t sizes[] = {1, 10, 33, 34, 64, 1000, 5'000'000};
 
 std::string bytes_of_size(std::size_t size)
@@ -48,7 +48,7 @@ std::string bytes_of_size(std::size_t size)
     return bytes;
 }
 
-bool lies_inside(void const *pointer, zmq_msg_t const *message)
+bool is_inside(void const *pointer, zmq_msg_t const *message)
 {
     auto const *const begin = reinterpret_cast<char const *>(message);
     return pointer >= begin && pointer < begin + sizeof *message;
@@ -140,7 +140,7 @@ TYPED_TEST(ChunkOf, rpc_is_the_whole_message)
     }
 }
 
-TYPED_TEST(ChunkOf, rpc_has_a_view_even_when_the_data_pointer_is_null)
+TYPED_TEST(ChunkOf, rpc_has_a_view_even_if_the_data_pointer_is_null)
 {
     zeromq::msg_t message;
     ASSERT_EQ(zmq_msg_init_data(message.handle(), nullptr, 0, nullptr, nullptr), 0);
@@ -152,7 +152,7 @@ TYPED_TEST(ChunkOf, rpc_has_a_view_even_when_the_data_pointer_is_null)
     EXPECT_EQ(record->view(), std::string_view());
 }
 
-TYPED_TEST(ChunkOf, protobuf_is_what_stands_behind_the_bytes_to_skip)
+TYPED_TEST(ChunkOf, of_protobuf_starts_after_the_bytes_to_skip)
 {
     for (auto const size : sizes) {
         SCOPED_TRACE(size);
@@ -166,7 +166,7 @@ TYPED_TEST(ChunkOf, protobuf_is_what_stands_behind_the_bytes_to_skip)
     }
 }
 
-TYPED_TEST(ChunkOf, protobuf_has_a_view_only_where_bytes_are_skipped_and_some_are_left)
+TYPED_TEST(ChunkOf, protobuf_has_a_view_only_if_bytes_are_skipped_and_some_remain)
 {
     std::string const bytes = "0123456789";
     EXPECT_EQ(chunk(this->from_protobuf(bytes, 1)), "123456789");
@@ -189,7 +189,7 @@ TYPED_TEST(ChunkOf, an_empty_rpc_message_is_an_empty_chunk)
     EXPECT_EQ(record->view(), "");
 }
 
-TYPED_TEST(ChunkOf, no_byte_of_a_large_message_is_copied)
+TYPED_TEST(ChunkOf, does_not_copy_a_large_message)
 {
     std::string const bytes(5'000'000, 'x');
 
@@ -202,7 +202,7 @@ TYPED_TEST(ChunkOf, no_byte_of_a_large_message_is_copied)
     EXPECT_EQ(this->from_protobuf(std::move(protobuf), 4)->data(), protobuf_bytes + 4);
 }
 
-TYPED_TEST(ChunkOf, a_small_messages_bytes_are_seen_where_they_moved_to)
+TYPED_TEST(ChunkOf, views_the_bytes_of_a_small_message_inside_the_record)
 {
     using Payload = TestFixture::Payload;
     alignas(Payload) std::byte place[sizeof(Payload)];
@@ -212,14 +212,14 @@ TYPED_TEST(ChunkOf, a_small_messages_bytes_are_seen_where_they_moved_to)
     };
 
     zeromq::msg_t rpc("small");
-    ASSERT_TRUE(lies_inside(zmq_msg_data(rpc.handle()), rpc.handle())) << "no message of the kind that is tested";
+    ASSERT_TRUE(is_inside(zmq_msg_data(rpc.handle()), rpc.handle())) << "no message of the kind that is tested";
     auto *record = new (place) Payload(std::move(rpc), RequestId(7));
     EXPECT_TRUE(is_inside_the_record(record->data()));
     EXPECT_EQ(chunk(record), "small");
     record->~Payload();
 
     ZMQ::Message protobuf("small");
-    ASSERT_TRUE(lies_inside(zmq_msg_data(protobuf.handle()), protobuf.handle()));
+    ASSERT_TRUE(is_inside(zmq_msg_data(protobuf.handle()), protobuf.handle()));
     record = new (place) Payload(std::move(protobuf), RequestId(7), 1);
     EXPECT_TRUE(is_inside_the_record(record->data()));
     EXPECT_EQ(chunk(record), "mall");
@@ -257,7 +257,7 @@ Message lent(std::string &bytes, int &releases)
     return message;
 }
 
-TYPED_TEST(ChunkOf, holds_the_message_until_its_last_handle_goes)
+TYPED_TEST(ChunkOf, owns_the_message_until_the_last_handle_is_gone)
 {
     std::string bytes = "lent bytes";
     int releases = 0;
@@ -275,7 +275,7 @@ TYPED_TEST(ChunkOf, holds_the_message_until_its_last_handle_goes)
     }
 }
 
-TYPED_TEST(ChunkOf, holds_a_message_of_which_it_has_no_view)
+TYPED_TEST(ChunkOf, owns_a_message_without_a_view_of_it)
 {
     std::string bytes = "lent bytes";
     int releases = 0;
@@ -307,7 +307,7 @@ TYPED_TEST(ChunkOf, more_follows_the_parts_of_a_received_rpc_message)
     }
 }
 
-TYPED_TEST(ChunkOf, more_is_false_in_protobuf_whatever_the_transport_says)
+TYPED_TEST(ChunkOf, more_is_always_false_in_protobuf)
 {
     Connection connection;
     connection.send("first", true);
@@ -319,7 +319,7 @@ TYPED_TEST(ChunkOf, more_is_false_in_protobuf_whatever_the_transport_says)
     EXPECT_FALSE(this->from_protobuf(connection.receive<ZMQ::Message>(), 1)->more());
 }
 
-TYPED_TEST(ChunkOf, a_received_message_is_not_copied_either)
+TYPED_TEST(ChunkOf, does_not_copy_a_received_message)
 {
     Connection connection;
     connection.send(std::string(5'000'000, 'x'), false);
@@ -343,7 +343,7 @@ TYPED_TEST(ChunkOf, of_a_message_that_cannot_be_moved_is_empty)
     EXPECT_TRUE(protobuf.holds_message());
 }
 
-TYPED_TEST(ChunkOf, of_an_argument_that_was_moved_from_is_empty)
+TYPED_TEST(ChunkOf, of_a_moved_from_argument_is_empty)
 {
     ZMQ::Message protobuf("bytes");
     ZMQ::Message const taken(std::move(protobuf));
@@ -354,17 +354,15 @@ TYPED_TEST(ChunkOf, of_an_argument_that_was_moved_from_is_empty)
     EXPECT_EQ(this->from_rpc(std::move(rpc))->view(), "");
 }
 
-TYPED_TEST(ChunkOf, takes_no_heap_memory_to_build)
+TYPED_TEST(ChunkOf, is_built_without_heap_memory)
 {
     using Payload = TestFixture::Payload;
-    alignas(Payload) std::byte place[sizeof(Payload)];
     for (auto const size : sizes) {
         SCOPED_TRACE(size);
         zeromq::msg_t rpc(bytes_of_size(size));
         ZMQ::Message protobuf(bytes_of_size(size));
-        EXPECT_EQ(test::allocations_of([&] { (new (place) Payload(std::move(rpc), RequestId(7)))->~Payload(); }), 0U);
-        EXPECT_EQ(
-            test::allocations_of([&] { (new (place) Payload(std::move(protobuf), RequestId(7), 1))->~Payload(); }), 0U);
+        EXPECT_EQ(test::allocations_to_build<Payload>(std::move(rpc), RequestId(7)), 0U);
+        EXPECT_EQ(test::allocations_to_build<Payload>(std::move(protobuf), RequestId(7), 1), 0U);
     }
 }
 
@@ -378,7 +376,7 @@ TYPED_TEST(ChunkOf, prints_its_first_bytes)
     EXPECT_EQ(to_text(this->from_protobuf("bytes", 0)), name + "{request_id: 7, data: none, size: 0, more: false}");
 }
 
-TYPED_TEST(ChunkOf, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TYPED_TEST(ChunkOf, round_trips_through_a_qvariant)
 {
     auto const record = this->from_rpc(zeromq::msg_t("bytes"));
     EXPECT_EQ(QVariant::fromValue(record).template value<TypeParam>().get(), record.get());

@@ -46,14 +46,11 @@ static_assert(static_cast<int>(TraceKind::kind_1) == 1);
 static_assert(static_cast<int>(TraceKind::kind_2) == 2);
 static_assert(static_cast<int>(TraceKind::unknown) == 3);
 
-Header from_rpc(std::string const &textproto)
-{
-    return Header(new detail::Header(from_text<RpcHeader>(textproto)));
-}
+constexpr auto from_rpc = test::record_from_text<Header, RpcHeader>;
 
 Header from_protobuf(std::uint64_t request_id, std::string const &textproto)
 {
-    return Header(new detail::Header(from_text<ProtobufHeader>(textproto), RequestId(request_id)));
+    return test::record_from_text<Header, ProtobufHeader>(textproto, RequestId(request_id));
 }
 
 Header from_either(bool rpc, std::uint64_t request_id, std::string const &fields)
@@ -62,7 +59,7 @@ Header from_either(bool rpc, std::uint64_t request_id, std::string const &fields
                : from_protobuf(request_id, fields);
 }
 
-/// The dump header as hexadecimal digits, a blank between its fields.
+/// The dump header as hexadecimal digits, separated by spaces between its fields.
 std::string dump(Header const &header)
 {
     auto const &bytes = header->dump_header();
@@ -154,7 +151,7 @@ KindRow const kinds[] = {
 
 class HeaderKind : public test::TableTest<KindRow> {};
 
-TEST_P(HeaderKind, is_counted_from_another_number_in_each_dialect)
+TEST_P(HeaderKind, starts_at_a_different_number_in_each_dialect)
 {
     auto const kind = fmt::format("kind: {}", GetParam().sent);
     EXPECT_EQ(static_cast<int>(from_protobuf(7, kind)->trace_kind()), GetParam().in_protobuf);
@@ -170,7 +167,7 @@ TEST(Header, an_unset_kind_is_kind_0_in_protobuf_and_unknown_in_rpc)
         EXPECT_EQ(from_rpc(report)->trace_kind(), TraceKind::unknown) << report;
 }
 
-TEST(Header, an_rpc_report_without_a_header_gives_the_id_but_not_in_the_dump_header)
+TEST(Header, of_an_rpc_report_without_a_header_has_the_id_but_a_dump_header_of_zeroes)
 {
     // Field 4 is a member of the payload that this library does not know.
     auto const unknown_member = from_wire<RpcHeader>(std::string("\x0a\x02\x08\x07\x22\x00", 6));
@@ -194,7 +191,7 @@ TEST(Header, an_rpc_report_without_an_id_has_id_0)
     EXPECT_EQ(dump(header).substr(0, 28), "4354 00 00 00000000 00000001");
 }
 
-TEST(Header, equal_headers_are_equal_byte_for_byte_whatever_was_in_their_memory)
+TEST(Header, equal_headers_are_equal_byte_for_byte)
 {
     auto const rpc = from_text<RpcHeader>("request_id { id: 7 } header { format_major: 1 word_8: 5 long_32: 6 }");
     auto const protobuf = from_text<ProtobufHeader>("format_major: 1 word_8: 5 long_32: 6");
@@ -212,24 +209,23 @@ TEST(Header, equal_headers_are_equal_byte_for_byte_whatever_was_in_their_memory)
     other->~Header();
 }
 
-TEST(Header, prints_its_bytes_as_digits)
+TEST(Header, prints_its_bytes_in_hexadecimal)
 {
     EXPECT_EQ(to_text(from_rpc("request_id { id: 4294967298 } header { request { kind: KIND_2 } format_major: 1 }")),
               "codetrace.Header{request_id: 4294967298, trace_kind: 1, dump_header: "
               "43540100000000020000000000000000000000000000000000000000000000000000000000000000}");
 }
 
-TEST(Header, takes_no_heap_memory_to_build)
+TEST(Header, is_built_without_heap_memory)
 {
     auto const rpc = from_text<RpcHeader>("request_id { id: 7 } header { request { kind: KIND_2 } }");
     auto const protobuf = from_text<ProtobufHeader>("kind: KIND_2");
-    alignas(detail::Header) std::byte place[sizeof(detail::Header)];
 
-    EXPECT_EQ(test::allocations_of([&] { (new (place) detail::Header(rpc))->~Header(); }), 0U);
-    EXPECT_EQ(test::allocations_of([&] { (new (place) detail::Header(protobuf, RequestId(7)))->~Header(); }), 0U);
+    EXPECT_EQ(test::allocations_to_build<detail::Header>(rpc), 0U);
+    EXPECT_EQ(test::allocations_to_build<detail::Header>(protobuf, RequestId(7)), 0U);
 }
 
-TEST(Header, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(Header, round_trips_through_a_qvariant)
 {
     auto const header = from_rpc("");
     EXPECT_EQ(QVariant::fromValue(header).value<Header>().get(), header.get());

@@ -43,13 +43,8 @@ FunctionStats from(std::string const &textproto)
     return FunctionStats(from_text<Message>(textproto));
 }
 
-TEST(FunctionStats, reads_every_field_of_an_rpc_line)
+void expect_every_field(FunctionStats const &line)
 {
-    auto const line = from<RpcFunction>(R"pb(
-        name: "A\\B::c"
-        location { file: "/srv/../a.php" line: 4294967295 line_extra: 3 }
-        stats { time_first { seconds: 1 nanos: 2 } time_second { seconds: 3 nanos: 4 } count: 5 })pb");
-
     EXPECT_TRUE(line.has_location());
     EXPECT_EQ(line.name(), u"A\\B::c"_s);
     ASSERT_TRUE(line.location());
@@ -61,9 +56,17 @@ TEST(FunctionStats, reads_every_field_of_an_rpc_line)
     EXPECT_EQ(line.time_second(), (TimePair{3, 4}));
 }
 
+TEST(FunctionStats, reads_every_field_of_an_rpc_line)
+{
+    expect_every_field(from<RpcFunction>(R"pb(
+        name: "A\\B::c"
+        location { file: "/srv/../a.php" line: 4294967295 line_extra: 3 }
+        stats { time_first { seconds: 1 nanos: 2 } time_second { seconds: 3 nanos: 4 } count: 5 })pb"));
+}
+
 TEST(FunctionStats, reads_every_field_of_a_protobuf_line)
 {
-    auto const line = from<ProtobufFunction>(R"pb(
+    expect_every_field(from<ProtobufFunction>(R"pb(
         name: "A\\B::c"
         file: "/srv/../a.php"
         time_first { seconds: 1 nanos: 2 }
@@ -71,20 +74,10 @@ TEST(FunctionStats, reads_every_field_of_a_protobuf_line)
         kind: KIND_IN_SOURCE
         count: 5
         line: 4294967295
-        line_extra: 3)pb");
-
-    EXPECT_TRUE(line.has_location());
-    EXPECT_EQ(line.name(), u"A\\B::c"_s);
-    ASSERT_TRUE(line.location());
-    EXPECT_EQ(line.location()->file(), u"/srv/../a.php"_s);
-    EXPECT_EQ(line.location()->line(), 4294967295U);
-    EXPECT_EQ(line.location()->line_extra(), 3U);
-    EXPECT_EQ(line.count(), 5U);
-    EXPECT_EQ(line.time_first(), (TimePair{1, 2}));
-    EXPECT_EQ(line.time_second(), (TimePair{3, 4}));
+        line_extra: 3)pb"));
 }
 
-TEST(FunctionStats, dialects_agree_on_what_both_carry)
+TEST(FunctionStats, is_the_same_in_both_dialects)
 {
     EXPECT_EQ(to_text(from<RpcFunction>(R"pb(
                   name: "f"
@@ -151,7 +144,7 @@ Case const cases[] = {
 
 class FunctionStatsFromMessage : public test::TableTest<Case> {};
 
-TEST_P(FunctionStatsFromMessage, is)
+TEST_P(FunctionStatsFromMessage, is_read)
 {
     auto const line = GetParam().read(GetParam().textproto);
     EXPECT_EQ(to_text(line), GetParam().printed);
@@ -160,7 +153,7 @@ TEST_P(FunctionStatsFromMessage, is)
 
 INSTANTIATE_TEST_SUITE_P(Cases, FunctionStatsFromMessage, test::rows(cases), test::by_name);
 
-TEST(FunctionStats, texts_that_were_not_set_are_empty_but_not_null)
+TEST(FunctionStats, absent_texts_are_empty_and_not_null)
 {
     for (auto const &line : {from<RpcFunction>("location { }"), from<ProtobufFunction>("kind: 1")}) {
         EXPECT_FALSE(line.name().isNull());
@@ -168,14 +161,14 @@ TEST(FunctionStats, texts_that_were_not_set_are_empty_but_not_null)
     }
 }
 
-TEST(FunctionStats, names_keep_nul_and_blanks_and_replace_what_is_not_utf8)
+TEST(FunctionStats, names_keep_nul_bytes_and_spaces_and_replace_invalid_utf8)
 {
     for (auto const &line :
          {from<RpcFunction>(R"(name: ' {Closure}\000\377')"), from<ProtobufFunction>(R"(name: ' {Closure}\000\377')")})
         EXPECT_EQ(line.name(), u" {Closure}\0\ufffd"_s);
 }
 
-TEST(FunctionStats, cost_a_block_for_each_text)
+TEST(FunctionStats, allocate_a_block_for_each_text)
 {
     auto const rpc = from_text<RpcFunction>("name: 'some_function' location { file: 'a.php' } stats { count: 1 }");
     auto const protobuf = from_text<ProtobufFunction>("name: 'some_function' file: 'a.php' kind: 1 count: 1");
@@ -183,7 +176,7 @@ TEST(FunctionStats, cost_a_block_for_each_text)
     EXPECT_EQ(allocations_of([&] { FunctionStats const line(protobuf); }), 2U);
 }
 
-TEST(FunctionStats, copies_share_their_texts_and_moves_hand_them_on)
+TEST(FunctionStats, copies_share_their_texts_and_moves_keep_them)
 {
     auto line = from<ProtobufFunction>("name: 'f' file: 'a.php' kind: 1 count: 7");
     auto const printed = to_text(line);
@@ -202,7 +195,7 @@ TEST(FunctionStats, copies_share_their_texts_and_moves_hand_them_on)
     EXPECT_EQ(allocations_of([&] { std::optional<FunctionStats> const another(moved); }), 0U);
 }
 
-TEST(FunctionStats, go_through_a_variant_as_they_go_through_a_queued_signal)
+TEST(FunctionStats, round_trip_through_a_qvariant)
 {
     auto const line = from<RpcFunction>("name: 'f' stats { count: 7 }");
     auto const variant = QVariant::fromValue(line);

@@ -44,14 +44,14 @@ TYPED_TEST(SqlConnectionFrom, reads_every_field)
     EXPECT_EQ(connection->name(), u"mysql:host=db"_s);
 }
 
-TYPED_TEST(SqlConnectionFrom, an_empty_message_is_zeroes_and_an_empty_name_that_is_not_null)
+TYPED_TEST(SqlConnectionFrom, an_empty_message_is_zeroes_and_an_empty_name)
 {
     auto const connection = this->read("");
     EXPECT_EQ(to_text(connection), R"(glimmet.SqlConnection{id: 0, kind: 0, name: ""})");
     EXPECT_FALSE(connection->name().isNull());
 }
 
-TYPED_TEST(SqlConnectionFrom, the_low_byte_of_kind_counts_and_is_at_most_6)
+TYPED_TEST(SqlConnectionFrom, kind_is_truncated_to_8_bits_and_clamped_to_6)
 {
     struct Row {
         int sent;
@@ -83,18 +83,18 @@ TYPED_TEST(SqlConnectionFrom, the_low_byte_of_kind_counts_and_is_at_most_6)
         EXPECT_EQ(this->read(fmt::format("kind: {}", sent))->kind(), kind) << sent;
 }
 
-TYPED_TEST(SqlConnectionFrom, a_name_keeps_nul_and_replaces_what_is_not_utf8)
+TYPED_TEST(SqlConnectionFrom, a_name_keeps_nul_bytes_and_replaces_invalid_utf8)
 {
     EXPECT_EQ(this->read(R"(name: ' a\000\377 ')")->name(), u" a\0\ufffd "_s);
 }
 
-TYPED_TEST(SqlConnectionFrom, costs_a_block_for_the_payload_and_one_for_the_name)
+TYPED_TEST(SqlConnectionFrom, allocates_a_block_for_the_payload_and_one_for_the_name)
 {
     auto const message = from_text<TypeParam>("name: 'mysql:host=db'");
     EXPECT_EQ(test::allocations_of([&] { SqlConnection const connection(new detail::SqlConnection(message)); }), 2U);
 }
 
-TEST(SqlConnection, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(SqlConnection, round_trips_through_a_qvariant)
 {
     SqlConnection const record(new detail::SqlConnection(rpc::glimmet::v1::SqlConnection()));
     auto const variant = QVariant::fromValue(record);

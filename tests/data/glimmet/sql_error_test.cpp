@@ -30,7 +30,7 @@ TYPED_TEST(SqlErrorFrom, reads_the_text)
     EXPECT_EQ(error.message(), u" no such table\0\ufffd"_s);
 }
 
-TYPED_TEST(SqlErrorFrom, a_text_that_was_not_set_is_empty_but_not_null)
+TYPED_TEST(SqlErrorFrom, an_absent_text_is_empty_and_not_null)
 {
     SqlError const error{TypeParam()};
     EXPECT_TRUE(error.message().isEmpty());
@@ -42,7 +42,7 @@ TYPED_TEST(SqlErrorFrom, every_message_field_is_read)
     EXPECT_THAT(test::field_names<TypeParam>(), ElementsAre("message"));
 }
 
-TEST(SqlError, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(SqlError, round_trips_through_a_qvariant)
 {
     SqlError const error(test::from_text<rpc::glimmet::v1::SqlError>("message: 'm'"));
     auto const variant = QVariant::fromValue(error);

@@ -36,7 +36,7 @@ SqlTransactions const transactions(from_text<pelorin::protobuf::Glimmet::SqlTran
 template <class Message>
 SqlQuery read(std::string const &textproto)
 {
-    return SqlQuery(new detail::SqlQuery(from_text<Message>(textproto), connections, transactions));
+    return test::record_from_text<SqlQuery, Message>(textproto, connections, transactions);
 }
 
 template <class Message>
@@ -76,7 +76,7 @@ TYPED_TEST(SqlQueryFrom, reads_every_field)
     EXPECT_EQ(query->stack_trace()->frames()[1].frame_number(), 4U);
 }
 
-TYPED_TEST(SqlQueryFrom, each_classification_is_its_low_byte_up_to_its_own_top)
+TYPED_TEST(SqlQueryFrom, classifications_are_truncated_to_8_bits_and_clamped_to_their_top)
 {
     struct Row {
         int sent;
@@ -99,7 +99,7 @@ TYPED_TEST(SqlQueryFrom, each_classification_is_its_low_byte_up_to_its_own_top)
     }
 }
 
-TYPED_TEST(SqlQueryFrom, links_share_their_records_and_count_once_each)
+TYPED_TEST(SqlQueryFrom, links_share_their_records_and_raise_each_count_by_one)
 {
     auto const connection = connections.value(4);
     auto const transaction = transactions.value(6);
@@ -114,21 +114,21 @@ TYPED_TEST(SqlQueryFrom, links_share_their_records_and_count_once_each)
     EXPECT_EQ(transaction->ref.loadRelaxed(), before_transaction);
 }
 
-TYPED_TEST(SqlQueryFrom, ids_of_0_are_looked_up_when_they_were_sent)
+TYPED_TEST(SqlQueryFrom, ids_of_0_are_looked_up_when_present)
 {
     auto const query = read<TypeParam>("connection_id: 0 transaction_id: 0");
     EXPECT_EQ(query->connection().get(), connections.value(0).get());
     EXPECT_EQ(query->transaction().get(), transactions.value(0).get());
 }
 
-TYPED_TEST(SqlQueryFrom, ids_that_were_not_sent_are_not_looked_up)
+TYPED_TEST(SqlQueryFrom, absent_ids_are_not_looked_up)
 {
     auto const query = read<TypeParam>("text: 'q'");
     EXPECT_FALSE(query->connection());
     EXPECT_FALSE(query->transaction());
 }
 
-TYPED_TEST(SqlQueryFrom, each_link_is_asked_for_on_its_own)
+TYPED_TEST(SqlQueryFrom, links_are_looked_up_independently)
 {
     auto const connected = read<TypeParam>("connection_id: 4294967295");
     EXPECT_EQ(connected->connection().get(), connections.value(4294967295).get());
@@ -159,7 +159,7 @@ TYPED_TEST(SqlQueryFrom, links_into_empty_tables_are_null)
     EXPECT_FALSE(query.transaction());
 }
 
-TYPED_TEST(SqlQueryFrom, an_empty_error_is_there_and_an_absent_one_is_not)
+TYPED_TEST(SqlQueryFrom, an_empty_error_is_present)
 {
     auto const query = read<TypeParam>("error { }");
     ASSERT_TRUE(query->error());
@@ -168,7 +168,7 @@ TYPED_TEST(SqlQueryFrom, an_empty_error_is_there_and_an_absent_one_is_not)
     EXPECT_FALSE(read<TypeParam>("status: STATUS_1")->error());
 }
 
-TYPED_TEST(SqlQueryFrom, an_empty_stack_trace_is_there_and_an_absent_one_is_not)
+TYPED_TEST(SqlQueryFrom, an_empty_stack_trace_is_present)
 {
     auto const query = read<TypeParam>("stack_trace { }");
     ASSERT_TRUE(query->stack_trace());
@@ -176,13 +176,13 @@ TYPED_TEST(SqlQueryFrom, an_empty_stack_trace_is_there_and_an_absent_one_is_not)
     EXPECT_FALSE(read<TypeParam>("text: 'q'")->stack_trace());
 }
 
-TYPED_TEST(SqlQueryFrom, a_text_keeps_nul_and_replaces_what_is_not_utf8)
+TYPED_TEST(SqlQueryFrom, a_text_keeps_nul_bytes_and_replaces_invalid_utf8)
 {
     EXPECT_EQ(read<TypeParam>(R"(text: ' SELECT\000\377\n')")->text(), u" SELECT\0\ufffd\n"_s);
     EXPECT_FALSE(read<TypeParam>("")->text().isNull());
 }
 
-TYPED_TEST(SqlQueryFrom, keeps_what_it_links_to_alive)
+TYPED_TEST(SqlQueryFrom, keeps_its_links_alive)
 {
     auto const query = [] {
         SqlConnections const own_connections(
@@ -198,7 +198,7 @@ TYPED_TEST(SqlQueryFrom, keeps_what_it_links_to_alive)
     EXPECT_EQ(query->transaction()->ref.loadRelaxed(), 1);
 }
 
-TYPED_TEST(SqlQueryFrom, costs_a_block_for_the_payload_and_one_for_each_text)
+TYPED_TEST(SqlQueryFrom, allocates_a_block_for_the_payload_and_one_for_each_text)
 {
     auto const message = from_text<TypeParam>("text: 'SELECT 1' error { message: 'no' } connection_id: 4");
     EXPECT_EQ(
@@ -234,14 +234,14 @@ Case const cases[] = {
 
 class SqlQueryFromMessage : public test::TableTest<Case> {};
 
-TEST_P(SqlQueryFromMessage, is)
+TEST_P(SqlQueryFromMessage, is_read)
 {
     EXPECT_EQ(to_text(GetParam().read(GetParam().textproto)), GetParam().printed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SqlQueryFromMessage, test::rows(cases), test::by_name);
 
-TEST(SqlQuery, dialects_agree_on_what_both_carry)
+TEST(SqlQuery, is_the_same_in_both_dialects)
 {
     EXPECT_EQ(to_text(read<RpcQuery>(R"pb(
                   text: "SELECT 1"
@@ -275,7 +275,7 @@ TEST(SqlQuery, prints_its_links_as_ids)
     EXPECT_THAT(printed, testing::HasSubstr("connection: 0, transaction: 6, "));
 }
 
-TEST(SqlQuery, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(SqlQuery, round_trips_through_a_qvariant)
 {
     auto const record = read<RpcQuery>("text: 'q'");
     auto const variant = QVariant::fromValue(record);

@@ -62,14 +62,14 @@ std::vector<Pointer> links_of(Pointer link)
     return links;
 }
 
-TEST(SqlTransactionChain, is_released_on_a_small_stack_however_long_it_is)
+TEST(SqlTransactionChain, is_released_on_a_small_stack_whatever_its_length)
 {
     auto child = chain(very_many);
     auto const root = ancestor(child, very_many - 1);
     ASSERT_EQ(root->id(), 0U);
     ASSERT_EQ(root->ref.loadRelaxed(), 2);
     test::on_small_stack([&] { child.reset(); });
-    EXPECT_EQ(root->ref.loadRelaxed(), 1); // all that stood before it is gone
+    EXPECT_EQ(root->ref.loadRelaxed(), 1); // the whole chain before it is gone
 }
 
 TEST(SqlTransactionChain, is_built_and_released_with_a_table_and_a_record_on_a_small_stack)
@@ -90,7 +90,7 @@ TEST(SqlTransactionChain, is_built_and_released_with_a_table_and_a_record_on_a_s
         SqlQueries record(new detail::SqlQueries(message));
         root = record->transactions().front();
         auto query = record->queries().front();
-        record.reset(); // the query holds the chain
+        record.reset(); // the query owns the chain
         ASSERT_EQ(ancestor(query->transaction(), many - 1).get(), root.get());
         query.reset();
     });
@@ -98,7 +98,7 @@ TEST(SqlTransactionChain, is_built_and_released_with_a_table_and_a_record_on_a_s
     EXPECT_EQ(root->ref.loadRelaxed(), 1);
 }
 
-TEST(SqlTransactionChain, of_one_id_alone_is_released_on_a_small_stack)
+TEST(SqlTransactionChain, of_one_id_is_released_on_a_small_stack)
 {
     rpc::glimmet::v1::SqlQueries message;
     for (unsigned int i = 0; i < many; ++i) {
@@ -132,7 +132,7 @@ TEST(SqlTransactionChain, releases_each_link_before_its_parent)
     EXPECT_EQ(freed_parents, parents);
 }
 
-TEST(SqlTransactionChain, keeps_its_tail_where_a_second_owner_holds_a_link)
+TEST(SqlTransactionChain, keeps_the_links_that_another_owner_has)
 {
     auto child = chain(many);
     auto const middle = ancestor(child, many / 2);
@@ -146,7 +146,7 @@ TEST(SqlTransactionChain, keeps_its_tail_where_a_second_owner_holds_a_link)
         ASSERT_EQ(tail[i]->id(), many / 2 - 1 - i);
 }
 
-TEST(SqlTransactionChain, stops_at_a_second_owner_and_frees_nothing_behind_it)
+TEST(SqlTransactionChain, stops_at_a_second_owner_and_frees_nothing_after_it)
 {
     auto child = chain(6);
     auto const middle = ancestor(child, 3);
@@ -154,14 +154,14 @@ TEST(SqlTransactionChain, stops_at_a_second_owner_and_frees_nothing_behind_it)
     EXPECT_EQ(links_of(middle).size(), 3U);
 }
 
-TEST(SqlTransactionChain, with_two_children_goes_with_the_later_one)
+TEST(SqlTransactionChain, with_two_children_is_released_with_the_last_child)
 {
     auto shared = chain(many);
     auto one = chain(10, shared);
     auto other = chain(10, std::exchange(shared, {}));
     auto const root = ancestor(one, 10 + many - 1);
     one.reset();
-    EXPECT_EQ(ancestor(other, 10)->ref.loadRelaxed(), 2); // its child, and the one that asks
+    EXPECT_EQ(ancestor(other, 10)->ref.loadRelaxed(), 2); // its child, and the temporary
     EXPECT_EQ(root->ref.loadRelaxed(), 2);
     test::on_small_stack([&] { other.reset(); });
     EXPECT_EQ(root->ref.loadRelaxed(), 1);

@@ -65,10 +65,10 @@ TYPED_TEST(SqlTransactionFrom, reads_every_field)
     EXPECT_EQ(transaction->time(), (TimePair{1, 2}));
 }
 
-TYPED_TEST(SqlTransactionFrom, a_link_shares_the_parent_and_counts_once)
+TYPED_TEST(SqlTransactionFrom, a_link_shares_the_parent_and_raises_its_count_by_one)
 {
     auto const table = table_of({4});
-    EXPECT_EQ(table.value(4)->ref.loadRelaxed(), 2); // with the copy that asks
+    EXPECT_EQ(table.value(4)->ref.loadRelaxed(), 2); // the table, and the temporary
     auto const transaction = read<TypeParam>("parent_id: 4", table);
     EXPECT_EQ(transaction->parent()->ref.loadRelaxed(), 2);
 }
@@ -84,13 +84,13 @@ TYPED_TEST(SqlTransactionFrom, any_parent_in_an_empty_table_is_a_null_link)
     EXPECT_FALSE(read<TypeParam>("id: 1 parent_id: 0", {})->parent());
 }
 
-TYPED_TEST(SqlTransactionFrom, a_parent_id_of_0_is_looked_up_when_it_was_sent)
+TYPED_TEST(SqlTransactionFrom, a_parent_id_of_0_is_looked_up_when_present)
 {
     auto const table = table_of({0, 1});
     EXPECT_EQ(read<TypeParam>("id: 5 parent_id: 0", table)->parent().get(), table.value(0).get());
 }
 
-TYPED_TEST(SqlTransactionFrom, a_parent_id_that_was_not_sent_is_not_looked_up)
+TYPED_TEST(SqlTransactionFrom, an_absent_parent_id_is_not_looked_up)
 {
     EXPECT_FALSE(read<TypeParam>("id: 5", table_of({0, 5}))->parent());
 }
@@ -144,14 +144,14 @@ Case const cases[] = {
 
 class SqlTransactionFromMessage : public test::TableTest<Case> {};
 
-TEST_P(SqlTransactionFromMessage, is)
+TEST_P(SqlTransactionFromMessage, is_read)
 {
     EXPECT_EQ(to_text(*GetParam().read(GetParam().textproto, table_of({0, 1, 7}))), GetParam().printed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SqlTransactionFromMessage, test::rows(cases), test::by_name);
 
-TEST(SqlTransaction, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(SqlTransaction, round_trips_through_a_qvariant)
 {
     SqlTransaction const record(read<RpcTransaction>("id: 1", {}));
     auto const variant = QVariant::fromValue(record);

@@ -65,7 +65,7 @@ TYPED_TEST(StorageEntryFrom, reads_every_field)
     EXPECT_THAT(entry.values(), ElementsAre("b"_ba, "a"_ba, "b"_ba));
 }
 
-TYPED_TEST(StorageEntryFrom, one_without_anything_is_there_with_no_values_and_an_empty_name)
+TYPED_TEST(StorageEntryFrom, an_empty_entry_has_no_values_and_an_empty_name)
 {
     auto const entry = this->read("");
     EXPECT_THAT(entry.values(), IsEmpty());
@@ -73,7 +73,7 @@ TYPED_TEST(StorageEntryFrom, one_without_anything_is_there_with_no_values_and_an
     EXPECT_FALSE(entry.name().isNull());
 }
 
-TYPED_TEST(StorageEntryFrom, empty_values_stay)
+TYPED_TEST(StorageEntryFrom, keeps_empty_values)
 {
     EXPECT_THAT(this->read("values: '' values: 'a' values: ''").values(), ElementsAre(""_ba, "a"_ba, ""_ba));
 }
@@ -84,13 +84,13 @@ TYPED_TEST(StorageEntryFrom, values_keep_every_byte)
                 ElementsAre(QByteArray("a\0b\0", 4), QByteArray("\xff\xc3(")));
 }
 
-TYPED_TEST(StorageEntryFrom, values_that_look_like_json_are_bytes)
+TYPED_TEST(StorageEntryFrom, values_of_json_text_are_bytes)
 {
     EXPECT_THAT(this->read(R"(values: ' {"a": 1, "a":2}' values: '[1,')").values(),
                 ElementsAre(R"( {"a": 1, "a":2})"_ba, "[1,"_ba));
 }
 
-TYPED_TEST(StorageEntryFrom, the_list_grows_and_each_value_is_copied_once)
+TYPED_TEST(StorageEntryFrom, does_not_reserve_memory_and_copies_each_value_once)
 {
     std::string values;
     for (int i = 0; i < 100; ++i)
@@ -107,7 +107,7 @@ TYPED_TEST(StorageEntryFrom, the_list_grows_and_each_value_is_copied_once)
     EXPECT_EQ(test::allocations_of([&] { TypeParam::entry(message); }), payload_and_list_of_entries + growth + 100U);
 }
 
-TYPED_TEST(StorageEntryFrom, prints)
+TYPED_TEST(StorageEntryFrom, prints_every_field)
 {
     EXPECT_EQ(to_text(this->read("values: 'a' values: '' name: 'e'")),
               R"(glimmet.StorageEntry{name: "e", values: ["a", ""]})");

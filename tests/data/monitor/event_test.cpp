@@ -47,14 +47,11 @@ using test::from_wire;
 using testing::ElementsAre;
 using namespace Qt::StringLiterals;
 
-Event from_rpc(std::string const &textproto)
-{
-    return Event(new detail::Event(from_text<RpcEvent>(textproto)));
-}
+constexpr auto from_rpc = test::record_from_text<Event, RpcEvent>;
 
 Event from_protobuf(std::string const &textproto)
 {
-    return Event(new detail::Event(from_text<ProtobufEvent>(textproto), RequestId(7)));
+    return test::record_from_text<Event, ProtobufEvent>(textproto, RequestId(7));
 }
 
 // The three numberings, which are not each other's.
@@ -320,7 +317,7 @@ Row const rows[] = {
 
 class EventFromMessage : public test::TableTest<Row> {};
 
-TEST_P(EventFromMessage, is)
+TEST_P(EventFromMessage, is_read)
 {
     auto const printed = to_text(GetParam().read(GetParam().textproto));
     std::string_view const kind = "kind: ";
@@ -347,7 +344,7 @@ TEST_P(EventEnvelope, is_read_from_rpc)
     EXPECT_TRUE(event->event_flag());
 }
 
-TEST_P(EventEnvelope, is_zero_and_empty_where_rpc_sends_none)
+TEST_P(EventEnvelope, is_zero_and_empty_where_absent)
 {
     auto const event = from_rpc(GetParam());
 
@@ -365,7 +362,7 @@ INSTANTIATE_TEST_SUITE_P(Members, EventEnvelope,
 
 class EventOfType : public testing::TestWithParam<int> {};
 
-TEST_P(EventOfType, has_what_every_protobuf_event_has)
+TEST_P(EventOfType, has_the_fields_of_every_protobuf_event)
 {
     auto const event = from_protobuf(fmt::format(R"pb(
         text: "t\000\377"
@@ -380,7 +377,7 @@ TEST_P(EventOfType, has_what_every_protobuf_event_has)
     EXPECT_TRUE(event->event_flag());
 }
 
-TEST_P(EventOfType, has_zero_and_empty_where_protobuf_sends_none)
+TEST_P(EventOfType, has_zero_and_empty_where_absent)
 {
     auto const event = from_protobuf(fmt::format("type: {}", GetParam()));
 
@@ -454,7 +451,7 @@ TEST(Event, the_place_of_a_function_follows_its_dialect)
     EXPECT_FALSE(from_protobuf("function { line: 17 }")->function()->location());
 }
 
-TEST(Event, texts_that_no_message_reached_are_null)
+TEST(Event, texts_of_absent_messages_are_null)
 {
     auto const error = std::get<PhpError>(from_protobuf("type: TYPE_PHP_ERROR")->details());
     EXPECT_TRUE(error.error_name.isNull() && error.message.isNull());
@@ -462,7 +459,7 @@ TEST(Event, texts_that_no_message_reached_are_null)
     EXPECT_TRUE(custom.text_0.isNull() && custom.text_1.isNull());
 }
 
-TEST(Event, texts_that_their_message_leaves_unset_are_empty_but_not_null)
+TEST(Event, absent_texts_of_a_message_are_empty_and_not_null)
 {
     auto const is_empty = [](QString const &text) { return text.isEmpty() && !text.isNull(); };
     for (auto const &event :
@@ -497,7 +494,7 @@ TEST(Event, the_value_of_a_custom_event_is_never_a_null_handle)
 }
 
 // What both can carry: no call value, no second line, no nested value, and a trace that has frames.
-TEST(Event, dialects_agree_on_what_both_carry)
+TEST(Event, is_the_same_in_both_dialects)
 {
     struct Pair {
         char const *rpc;
@@ -527,7 +524,7 @@ TEST(Event, dialects_agree_on_what_both_carry)
     }
 }
 
-TEST(Event, the_message_can_go)
+TEST(Event, does_not_refer_to_the_message)
 {
     auto rpc =
         from_text<RpcEvent>("text: 'some text' custom { text_0: 'some other text' value { string_value: 's' } }");
@@ -537,12 +534,9 @@ TEST(Event, the_message_can_go)
     EXPECT_EQ(to_text(event), before);
 }
 
-TEST(Event, takes_no_heap_memory_beyond_what_its_fields_need)
+TEST(Event, allocates_only_what_its_fields_need)
 {
-    alignas(detail::Event) std::byte place[sizeof(detail::Event)];
-    auto const cost = [&](auto const &...parts) {
-        return test::allocations_of([&] { (new (place) detail::Event(parts...))->~Event(); });
-    };
+    auto const cost = [&](auto const &...parts) { return test::allocations_to_build<detail::Event>(parts...); };
     EXPECT_EQ(cost(from_text<RpcEvent>("slow_request { duration { seconds: 1 } }")), 0U);
     EXPECT_EQ(cost(from_text<RpcEvent>("high_memory_usage { usage: 1 }")), 0U);
     EXPECT_EQ(cost(from_text<ProtobufEvent>("type: TYPE_SLOW_REQUEST duration { }"), RequestId(7)), 0U);
@@ -552,7 +546,7 @@ TEST(Event, takes_no_heap_memory_beyond_what_its_fields_need)
     EXPECT_EQ(cost(from_text<ProtobufEvent>("type: TYPE_CUSTOM"), RequestId(7)), value);
 }
 
-TEST(Event, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(Event, round_trips_through_a_qvariant)
 {
     auto const event = from_rpc("slow_request { }");
     EXPECT_EQ(QVariant::fromValue(event).value<Event>().get(), event.get());

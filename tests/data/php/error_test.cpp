@@ -23,7 +23,7 @@ using test::field_names;
 using test::from_text;
 using testing::ElementsAre;
 
-TEST(Error, reads_its_share_of_an_rpc_message)
+TEST(Error, reads_its_fields_of_an_rpc_message)
 {
     EXPECT_EQ(to_text(Error(from_text<RpcError>(R"pb(
                   message: "m"
@@ -34,7 +34,7 @@ TEST(Error, reads_its_share_of_an_rpc_message)
               R"(php.Error{category: 2, number: 2, name: "E_WARNING"})");
 }
 
-TEST(Error, reads_its_share_of_a_protobuf_message)
+TEST(Error, reads_its_fields_of_a_protobuf_message)
 {
     EXPECT_EQ(to_text(Error(from_text<ProtobufError>(R"pb(
                   name: "E_WARNING"
@@ -48,7 +48,7 @@ TEST(Error, reads_its_share_of_a_protobuf_message)
               R"(php.Error{category: 2, number: 2, name: "E_WARNING"})");
 }
 
-TEST(Error, dialects_agree)
+TEST(Error, is_the_same_in_both_dialects)
 {
     EXPECT_EQ(to_text(Error(from_text<RpcError>(R"(type { name: "a\377" number: -2147483648 } category: CATEGORY_1)"))),
               to_text(Error(from_text<ProtobufError>(R"(name: "a\377" category: CATEGORY_1 number: -2147483648)"))));
@@ -60,13 +60,13 @@ TEST(Error, without_a_type_keeps_its_category)
               R"(php.Error{category: 2, number: 0, name: ""})");
 }
 
-TEST(Error, of_an_empty_message_has_an_empty_name_that_is_not_null)
+TEST(Error, of_an_empty_message_has_an_empty_name_and_not_a_null_one)
 {
     EXPECT_EQ(to_text(Error(RpcError())), R"(php.Error{category: 0, number: 0, name: ""})");
     EXPECT_EQ(to_text(Error(ProtobufError())), R"(php.Error{category: 0, number: 0, name: ""})");
 }
 
-TEST(Error, knows_three_categories_by_their_full_number)
+TEST(Error, compares_categories_without_truncation)
 {
     struct Case {
         int sent;
@@ -96,7 +96,7 @@ TEST(Error, categories_have_the_numbers_of_the_messages)
     EXPECT_EQ(static_cast<int>(Error::Category::category_3), 3);
 }
 
-TEST(Error, travels_in_a_qvariant)
+TEST(Error, round_trips_through_a_qvariant)
 {
     auto const variant =
         QVariant::fromValue(Error(from_text<RpcError>("type { name: 'E_WARNING' } category: CATEGORY_2")));

@@ -21,7 +21,7 @@ using test::field_names;
 using test::from_text;
 using testing::ElementsAre;
 
-TEST(Exception, reads_its_share_of_an_rpc_message)
+TEST(Exception, reads_its_fields_of_an_rpc_message)
 {
     EXPECT_EQ(to_text(Exception(from_text<RpcException>(R"pb(
                   exception_name: "LogicException"
@@ -32,7 +32,7 @@ TEST(Exception, reads_its_share_of_an_rpc_message)
               R"(php.Exception{exception_name: "LogicException", exception_text: "caught"})");
 }
 
-TEST(Exception, reads_its_share_of_a_protobuf_message)
+TEST(Exception, reads_its_fields_of_a_protobuf_message)
 {
     EXPECT_EQ(to_text(Exception(from_text<ProtobufError>(R"pb(
                   name: "LogicException"
@@ -45,20 +45,20 @@ TEST(Exception, reads_its_share_of_a_protobuf_message)
               R"(php.Exception{exception_name: "LogicException", exception_text: "caught"})");
 }
 
-TEST(Exception, dialects_agree)
+TEST(Exception, is_the_same_in_both_dialects)
 {
     EXPECT_EQ(to_text(Exception(from_text<RpcException>(R"(exception_name: "a\000b" exception_text: "\377")"))),
               to_text(Exception(from_text<ProtobufError>(R"(name: "a\000b" exception_text: "\377")"))));
 }
 
-TEST(Exception, of_an_empty_message_has_empty_texts_that_are_not_null)
+TEST(Exception, of_an_empty_message_has_empty_texts_and_not_null_ones)
 {
     auto const *const empty = R"(php.Exception{exception_name: "", exception_text: ""})";
     EXPECT_EQ(to_text(Exception(RpcException())), empty);
     EXPECT_EQ(to_text(Exception(ProtobufError())), empty);
 }
 
-TEST(Exception, travels_in_a_qvariant)
+TEST(Exception, round_trips_through_a_qvariant)
 {
     auto const variant = QVariant::fromValue(Exception(from_text<RpcException>("exception_name: 'LogicException'")));
     auto const *exception = get_if<Exception>(&variant);

@@ -73,6 +73,21 @@ std::string printed(Function const &function)
     return line + fmt::format(", frame {}", function.frame_number());
 }
 
+/// The parts of a call that all messages have.
+void expect_call(Function const &function)
+{
+    EXPECT_EQ(function.name(), u"A\\B::c"_s);
+    EXPECT_EQ(listed(function.args()), "0=x n=y ");
+    ASSERT_TRUE(function.location());
+    EXPECT_EQ(function.location()->file(), u"/srv/../a.php"_s);
+    EXPECT_EQ(function.location()->line(), 4294967295U);
+}
+
+std::int64_t call_value(Function const &function)
+{
+    return std::get<std::int64_t>(function.call_value().value()->value());
+}
+
 TEST(Function, reads_every_field_of_function_data)
 {
     auto const function = from<FunctionData>(R"pb(
@@ -84,12 +99,8 @@ TEST(Function, reads_every_field_of_function_data)
         }
         line: 4294967295)pb");
 
-    EXPECT_EQ(function.name(), u"A\\B::c"_s);
-    EXPECT_EQ(listed(function.args()), "0=x n=y ");
+    expect_call(function);
     EXPECT_FALSE(function.call_value());
-    ASSERT_TRUE(function.location());
-    EXPECT_EQ(function.location()->file(), u"/srv/../a.php"_s);
-    EXPECT_EQ(function.location()->line(), 4294967295U);
     EXPECT_EQ(function.location()->line_extra(), 0U);
     EXPECT_EQ(function.frame_number(), 0U);
 }
@@ -106,12 +117,8 @@ TEST(Function, reads_every_field_of_a_protobuf_frame)
         frame_number: 4294967294
         line: 4294967295)pb");
 
-    EXPECT_EQ(function.name(), u"A\\B::c"_s);
-    EXPECT_EQ(listed(function.args()), "0=x n=y ");
+    expect_call(function);
     EXPECT_FALSE(function.call_value());
-    ASSERT_TRUE(function.location());
-    EXPECT_EQ(function.location()->file(), u"/srv/../a.php"_s);
-    EXPECT_EQ(function.location()->line(), 4294967295U);
     EXPECT_EQ(function.location()->line_extra(), 0U);
     EXPECT_EQ(function.frame_number(), 4294967294U);
 }
@@ -127,13 +134,8 @@ TEST(Function, reads_every_field_of_an_rpc_function)
         }
         call_value { long_value: 5 })pb");
 
-    EXPECT_EQ(function.name(), u"A\\B::c"_s);
-    EXPECT_EQ(listed(function.args()), "0=x n=y ");
-    ASSERT_TRUE(function.call_value());
-    EXPECT_EQ(std::get<std::int64_t>((*function.call_value())->value()), 5);
-    ASSERT_TRUE(function.location());
-    EXPECT_EQ(function.location()->file(), u"/srv/../a.php"_s);
-    EXPECT_EQ(function.location()->line(), 4294967295U);
+    expect_call(function);
+    EXPECT_EQ(call_value(function), 5);
     EXPECT_EQ(function.location()->line_extra(), 3U);
     EXPECT_EQ(function.frame_number(), 0U);
 }
@@ -152,13 +154,8 @@ TEST(Function, reads_every_field_of_an_rpc_frame)
         }
         frame_number: 4294967294)pb");
 
-    EXPECT_EQ(function.name(), u"A\\B::c"_s);
-    EXPECT_EQ(listed(function.args()), "0=x n=y ");
-    ASSERT_TRUE(function.call_value());
-    EXPECT_EQ(std::get<std::int64_t>((*function.call_value())->value()), 5);
-    ASSERT_TRUE(function.location());
-    EXPECT_EQ(function.location()->file(), u"/srv/../a.php"_s);
-    EXPECT_EQ(function.location()->line(), 4294967295U);
+    expect_call(function);
+    EXPECT_EQ(call_value(function), 5);
     EXPECT_EQ(function.location()->line_extra(), 3U);
     EXPECT_EQ(function.frame_number(), 4294967294U);
 }
@@ -199,7 +196,7 @@ Case const cases[] = {
 
 class FunctionFromMessage : public test::TableTest<Case> {};
 
-TEST_P(FunctionFromMessage, is)
+TEST_P(FunctionFromMessage, is_read)
 {
     EXPECT_EQ(printed(GetParam().read(GetParam().textproto)), GetParam().printed);
 }
@@ -233,7 +230,7 @@ TYPED_TEST(FunctionFrom, absent_and_empty_arguments_are_an_array_without_element
     }
 }
 
-TYPED_TEST(FunctionFrom, each_call_has_arguments_of_its_own)
+TYPED_TEST(FunctionFrom, each_call_has_its_own_arguments)
 {
     for (auto const *arguments : {"", "arguments { }", "arguments { elements { } }"}) {
         SCOPED_TRACE(arguments);
@@ -242,7 +239,7 @@ TYPED_TEST(FunctionFrom, each_call_has_arguments_of_its_own)
     }
 }
 
-TYPED_TEST(FunctionFrom, an_element_without_key_and_value_keeps_its_place)
+TYPED_TEST(FunctionFrom, an_element_without_key_and_value_keeps_its_position)
 {
     Function const function(with_call<TypeParam>("arguments { elements { } elements { string_key: 'k' } }"));
     auto const &elements = function.args()->elements();
@@ -252,20 +249,20 @@ TYPED_TEST(FunctionFrom, an_element_without_key_and_value_keeps_its_place)
     EXPECT_EQ(std::get<std::string>(elements[1].first->value()), "k");
 }
 
-TYPED_TEST(FunctionFrom, a_name_that_was_not_set_is_empty_but_not_null)
+TYPED_TEST(FunctionFrom, an_absent_name_is_empty_and_not_null)
 {
     Function const function{TypeParam()};
     EXPECT_TRUE(function.name().isEmpty());
     EXPECT_FALSE(function.name().isNull());
 }
 
-TYPED_TEST(FunctionFrom, a_name_keeps_nul_case_and_blanks_and_replaces_what_is_not_utf8)
+TYPED_TEST(FunctionFrom, a_name_keeps_nul_bytes_case_and_spaces_and_replaces_invalid_utf8)
 {
     EXPECT_EQ(Function(with_call<TypeParam>(R"(name: ' {Closure}\000\303\251\377 ')")).name(),
               u" {Closure}\0é\ufffd "_s);
 }
 
-TYPED_TEST(FunctionFrom, the_message_can_go)
+TYPED_TEST(FunctionFrom, does_not_refer_to_the_message)
 {
     auto message = with_call<TypeParam>("name: 'some_function'");
     Function const function(message);
@@ -273,19 +270,19 @@ TYPED_TEST(FunctionFrom, the_message_can_go)
     EXPECT_EQ(function.name(), u"some_function"_s);
 }
 
-TYPED_TEST(FunctionFrom, an_empty_message_costs_one_block_for_the_arguments)
+TYPED_TEST(FunctionFrom, an_empty_message_allocates_one_block_for_the_arguments)
 {
     TypeParam const message;
     EXPECT_EQ(allocations_of([&] { Function const function(message); }), 1U);
 }
 
-TYPED_TEST(FunctionFrom, without_arguments_costs_one_block_for_them_and_one_for_the_name)
+TYPED_TEST(FunctionFrom, without_arguments_allocates_one_block_for_them_and_one_for_the_name)
 {
     auto const message = with_call<TypeParam>("name: 'some_function'");
     EXPECT_EQ(allocations_of([&] { Function const function(message); }), 2U);
 }
 
-TEST(Function, costs_two_payloads_for_an_argument_and_one_block_for_all_elements)
+TEST(Function, allocates_two_payloads_for_an_argument_and_one_block_for_all_elements)
 {
     auto const message = from_text<FunctionData>(R"pb(
         name: "f"
@@ -333,7 +330,7 @@ TEST(Function, the_protobuf_dialect_never_has_a_call_value)
     EXPECT_FALSE(from<ProtobufFrame>(full).call_value());
 }
 
-TEST(Function, an_empty_call_value_of_rpc_is_there_and_undefined)
+TEST(Function, an_empty_call_value_of_rpc_is_present_and_undefined)
 {
     auto const function = from<RpcFunction>("call_value { }");
     ASSERT_TRUE(function.call_value());
@@ -372,7 +369,7 @@ void expect_shared(Function const &left, Function const &right)
     EXPECT_EQ(printed(left), printed(right));
 }
 
-TEST(Function, a_copy_shares_everything_and_counts)
+TEST(Function, a_copy_shares_everything_and_raises_the_counts)
 {
     auto const function = full_function();
     {
@@ -386,7 +383,7 @@ TEST(Function, a_copy_shares_everything_and_counts)
     EXPECT_EQ(call_value_count(function), 1);
 }
 
-TEST(Function, a_copy_takes_no_heap_memory)
+TEST(Function, a_copy_allocates_nothing)
 {
     auto const function = full_function();
     std::optional<Function> copy;
@@ -394,7 +391,7 @@ TEST(Function, a_copy_takes_no_heap_memory)
     expect_shared(*copy, function);
 }
 
-TEST(Function, assigning_a_copy_shares_and_releases_what_was_there)
+TEST(Function, copy_assignment_shares_and_releases_the_old_parts)
 {
     auto const function = full_function();
     auto target = full_function();
@@ -407,7 +404,7 @@ TEST(Function, assigning_a_copy_shares_and_releases_what_was_there)
     EXPECT_EQ(replaced->ref.loadRelaxed(), 1);
 }
 
-TEST(Function, a_move_hands_on_the_payloads_without_touching_their_counts)
+TEST(Function, a_move_does_not_change_the_counts)
 {
     auto function = full_function();
     auto const copy = function;
@@ -418,7 +415,7 @@ TEST(Function, a_move_hands_on_the_payloads_without_touching_their_counts)
     EXPECT_EQ(call_value_count(moved), 2);
 }
 
-TEST(Function, assigning_a_move_hands_on_and_releases_what_was_there)
+TEST(Function, move_assignment_releases_the_old_parts)
 {
     auto function = full_function();
     auto const copy = function;
@@ -432,7 +429,7 @@ TEST(Function, assigning_a_move_hands_on_and_releases_what_was_there)
     EXPECT_EQ(replaced->ref.loadRelaxed(), 1);
 }
 
-TEST(Function, one_that_was_moved_from_takes_a_new_value)
+TEST(Function, a_moved_from_function_can_be_assigned)
 {
     auto function = full_function();
     Function const moved(std::move(function));
@@ -441,7 +438,7 @@ TEST(Function, one_that_was_moved_from_takes_a_new_value)
     expect_shared(function, moved);
 }
 
-TEST(Function, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(Function, round_trips_through_a_qvariant)
 {
     auto const function = full_function();
     auto const variant = QVariant::fromValue(function);

@@ -60,7 +60,7 @@ TEST(MakeValues, has_a_factory_for_each_kind)
     }
 }
 
-TEST(MakeValues, picks_no_kind_by_the_type_of_the_argument)
+TEST(MakeValues, does_not_choose_the_kind_by_the_type_of_the_argument)
 {
     EXPECT_EQ(notation(*php_long('c')), "long 99");
     EXPECT_EQ(notation(*php_double(1)), "double 1");
@@ -74,14 +74,14 @@ TEST(MakeValues, keeps_all_bytes_of_a_string)
     EXPECT_EQ(notation(*php_string({})), "string ''");
 }
 
-TEST(MakeValues, makes_an_empty_array_without_elements)
+TEST(MakeValues, returns_an_empty_array_without_elements)
 {
     EXPECT_EQ(notation(*php_array()), "[]");
     EXPECT_EQ(notation(*php_array({})), "[]");
     EXPECT_EQ(notation(*php_elements()), "[]");
 }
 
-TEST(MakeValues, shares_the_handles_that_it_is_given)
+TEST(MakeValues, shares_the_handles_it_gets)
 {
     auto const key = php_string("k");
     auto const elements = php_elements({{key, php_null()}});

@@ -21,10 +21,7 @@ using test::PhpElements;
 using test::PhpKind;
 using namespace Qt::StringLiterals;
 
-ZVal from_rpc(std::string const &textproto)
-{
-    return ZVal(new detail::ZVal(test::from_text<rpc::php::v1::ZVal>(textproto)));
-}
+constexpr auto from_rpc = test::record_from_text<ZVal, rpc::php::v1::ZVal>;
 
 std::string diff(PhpElements own, PhpElements other)
 {
@@ -39,7 +36,7 @@ bool same_key(ZVal const &left, ZVal const &right)
     return own->diff_keys(*other)->elements().empty();
 }
 
-TEST(DiffKeys, an_empty_array_lacks_everything_in_order_with_nested_arrays_whole)
+TEST(DiffKeys, of_an_empty_array_has_all_elements_in_order)
 {
     EXPECT_EQ(diff({}, {{php_string("b"), php_long(1)},
                         {php_long(9), php_array({{php_long(1), php_array({})}})},
@@ -47,7 +44,7 @@ TEST(DiffKeys, an_empty_array_lacks_everything_in_order_with_nested_arrays_whole
               "[string 'b' => long 1, long 9 => [long 1 => []], string 'a' => null]");
 }
 
-TEST(DiffKeys, an_empty_array_has_nothing_that_another_lacks)
+TEST(DiffKeys, of_another_array_with_an_empty_one_is_empty)
 {
     EXPECT_EQ(diff({{php_long(1), php_long(1)}, {php_undefined(), php_array({})}}, {}), "[]");
     EXPECT_EQ(diff({}, {}), "[]");
@@ -66,7 +63,7 @@ TEST(DiffKeys, equal_arrays_have_no_difference)
     EXPECT_EQ(notation(*same->diff_keys(*same)), "[]");
 }
 
-TEST(DiffKeys, what_is_missing_depends_on_which_array_is_asked)
+TEST(DiffKeys, is_not_symmetric)
 {
     auto const a = [] {
         return PhpElements{{php_string("both"), php_long(1)},
@@ -82,14 +79,14 @@ TEST(DiffKeys, what_is_missing_depends_on_which_array_is_asked)
     EXPECT_EQ(diff(b(), a()), "[string 'a' => long 2, long 1 => [string 'only a' => null]]");
 }
 
-TEST(DiffKeys, a_changed_value_is_no_difference)
+TEST(DiffKeys, ignores_changed_values)
 {
     EXPECT_EQ(diff({{php_long(1), php_long(1)}, {php_long(2), php_string("a")}},
                    {{php_long(1), php_long(2)}, {php_long(2), php_null()}}),
               "[]");
 }
 
-TEST(DiffKeys, an_array_against_another_kind_is_no_difference)
+TEST(DiffKeys, ignores_an_array_against_another_kind)
 {
     EXPECT_EQ(diff({{php_long(1), php_long(1)}}, {{php_long(1), php_array({{php_long(2), php_null()}})}}), "[]");
     EXPECT_EQ(diff({{php_long(1), php_array({{php_long(2), php_null()}})}}, {{php_long(1), php_long(1)}}), "[]");
@@ -97,14 +94,14 @@ TEST(DiffKeys, an_array_against_another_kind_is_no_difference)
               "[]");
 }
 
-TEST(DiffKeys, properties_of_objects_are_not_opened)
+TEST(DiffKeys, does_not_compare_properties_of_objects)
 {
     EXPECT_EQ(diff({{php_long(1), from_rpc("object_value { }")}},
                    {{php_long(1), from_rpc("object_value { properties { elements { long_key: 5 } } }")}}),
               "[]");
 }
 
-TEST(DiffKeys, new_keys_three_levels_down_come_with_the_path_to_them_alone)
+TEST(DiffKeys, new_keys_three_levels_down_have_only_the_path_to_them)
 {
     auto const own = php_elements(
         {{php_string("1"),
@@ -125,7 +122,7 @@ TEST(DiffKeys, new_keys_three_levels_down_come_with_the_path_to_them_alone)
     EXPECT_EQ(notation(*other->diff_keys(*own)), "[]");
 }
 
-TEST(DiffKeys, a_nested_difference_that_is_empty_leaves_no_trace)
+TEST(DiffKeys, an_empty_nested_difference_is_omitted)
 {
     EXPECT_EQ(diff({{php_long(1), php_array({{php_long(2), php_array({})}})}},
                    {{php_long(1), php_array({{php_long(2), php_array({})}})}, {php_long(3), php_null()}}),
@@ -138,14 +135,14 @@ TEST(DiffKeys, an_empty_array_under_a_new_key_is_reported)
     EXPECT_EQ(diff({{php_long(1), php_array({})}}, {{php_long(2), php_array({})}}), "[long 2 => []]");
 }
 
-TEST(DiffKeys, a_new_key_that_stands_twice_is_reported_twice)
+TEST(DiffKeys, a_new_key_that_occurs_twice_is_reported_twice)
 {
     EXPECT_EQ(diff({{php_long(1), php_null()}},
                    {{php_string("k"), php_long(2)}, {php_long(1), php_null()}, {php_string("k"), php_long(1)}}),
               "[string 'k' => long 2, string 'k' => long 1]");
 }
 
-TEST(DiffKeys, a_common_key_that_the_other_has_twice_is_opened_twice)
+TEST(DiffKeys, a_common_key_that_the_other_has_twice_is_compared_twice)
 {
     EXPECT_EQ(diff({{php_string("k"), php_array({{php_long(1), php_null()}})}},
                    {{php_string("k"), php_array({{php_long(1), php_null()}, {php_long(2), php_null()}})},
@@ -153,13 +150,13 @@ TEST(DiffKeys, a_common_key_that_the_other_has_twice_is_opened_twice)
               "[string 'k' => [long 2 => null], string 'k' => [long 3 => null]]");
 }
 
-TEST(DiffKeys, the_first_of_two_own_elements_with_the_key_counts)
+TEST(DiffKeys, the_first_of_two_own_elements_with_the_key_is_compared)
 {
     EXPECT_EQ(diff({{php_string("k"), php_array({{php_long(1), php_null()}})},
                     {php_string("k"), php_array({{php_long(2), php_null()}})}},
                    {{php_string("k"), php_array({{php_long(1), php_null()}, {php_long(2), php_null()}})}}),
               "[string 'k' => [long 2 => null]]");
-    // The search stops there even when that element is no array.
+    // The search stops there even if that element is no array.
     EXPECT_EQ(diff({{php_string("k"), php_long(1)}, {php_string("k"), php_array({})}},
                    {{php_string("k"), php_array({{php_long(1), php_null()}})}}),
               "[]");
@@ -206,7 +203,7 @@ TEST(DiffKeys, shares_keys_and_values_of_the_other_array)
     }
 }
 
-TEST(DiffKeys, makes_one_value_and_one_array_for_a_nested_difference)
+TEST(DiffKeys, allocates_one_value_and_one_array_for_a_nested_difference)
 {
     auto const own = php_elements({{php_string("k"), php_array({{php_long(1), php_null()}})}});
     auto const other =
@@ -246,7 +243,7 @@ TEST(DiffKeys, the_result_outlives_both_arrays)
     EXPECT_EQ(test::null_handles(*result), 0U);
 }
 
-TEST(DiffKeys, without_a_difference_is_a_new_array_and_takes_no_other_memory)
+TEST(DiffKeys, without_a_difference_allocates_only_a_new_array)
 {
     auto const own = php_elements({{php_long(1), php_null()}, {php_long(2), php_null()}});
     auto const empty = php_elements({});
@@ -314,7 +311,7 @@ KeyCase const key_cases[] = {
     {"string_empty", [] { return php_string(""); }, [] { return php_string(""); }, true},
     {"strings_differ_in_case", [] { return php_string("a"); }, [] { return php_string("A"); }, false},
     {"strings_differ_in_length", [] { return php_string("a"); }, [] { return php_string("ab"); }, false},
-    {"strings_differ_behind_a_nul", [] { return php_string({"a\0b", 3}); }, [] { return php_string({"a\0c", 3}); },
+    {"strings_differ_after_a_nul", [] { return php_string({"a\0b", 3}); }, [] { return php_string({"a\0c", 3}); },
      false},
     {"strings_differ_by_a_nul", [] { return php_string("a"); }, [] { return php_string({"a\0", 2}); }, false},
     {"strings_that_are_the_same_number", [] { return php_string("5"); }, [] { return php_string("05"); }, false},
@@ -334,7 +331,7 @@ KeyCase const key_cases[] = {
     {"json", [] { return php_json("{\"a\":1}"); }, [] { return php_json("{\"a\":1}"); }, true},
     {"json_empty", [] { return php_json({}); }, [] { return php_json(""); }, true},
     {"json_differs_in_blanks", [] { return php_json("[1]"); }, [] { return php_json("[1] "); }, false},
-    {"json_differs_behind_a_nul", [] { return php_json({"a\0b", 3}); }, [] { return php_json({"a\0c", 3}); }, false},
+    {"json_differs_after_a_nul", [] { return php_json({"a\0b", 3}); }, [] { return php_json({"a\0c", 3}); }, false},
     {"json_differs_in_case", [] { return php_json("a"); }, [] { return php_json("A"); }, false},
     {"timestamp", [] { return php_timestamp({5, 6}); }, [] { return php_timestamp({5, 6}); }, true},
     {"timestamps_differ_in_seconds", [] { return php_timestamp({5, 6}); }, [] { return php_timestamp({4, 6}); }, false},
@@ -359,7 +356,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, DiffKeysEquality, test::rows(key_cases), test::b
 
 TEST(DiffKeysEquality, every_kind_but_nan_equals_itself_and_no_other_kind)
 {
-    // Where a kind has a zero it is the zero, so that nothing but the kind tells them apart.
+    // Kinds that have a zero are zero, so that only the kinds differ.
     std::vector<ZVal> const keys{
         php_undefined(),
         php_null(),
@@ -381,13 +378,13 @@ TEST(DiffKeysEquality, every_kind_but_nan_equals_itself_and_no_other_kind)
     }
 }
 
-TEST(DiffKeysEquality, the_integer_5_and_the_string_of_the_digit_5_are_two_keys)
+TEST(DiffKeysEquality, the_integer_5_and_the_string_5_are_different_keys)
 {
     EXPECT_EQ(diff({{php_long(5), php_null()}}, {{php_string("5"), php_null()}}), "[string '5' => null]");
     EXPECT_EQ(diff({{php_string("5"), php_null()}}, {{php_long(5), php_null()}}), "[long 5 => null]");
 }
 
-TEST(DiffKeysEquality, two_elements_without_a_key_have_one_key)
+TEST(DiffKeysEquality, two_elements_without_a_key_have_equal_keys)
 {
     EXPECT_EQ(diff({{php_undefined(), php_array({{php_long(1), php_null()}})}},
                    {{php_undefined(), php_array({{php_long(2), php_null()}})}, {php_undefined(), php_long(1)}}),
@@ -412,7 +409,7 @@ TEST(DiffKeysEquality, of_arrays_is_the_identity_of_their_keys_and_values)
     EXPECT_FALSE(same_key(array({{a, b}, {b, c}}), array({{a, b}, {b, a}})));
 }
 
-TEST(DiffKeysEquality, of_arrays_needs_not_the_same_array)
+TEST(DiffKeysEquality, of_arrays_does_not_need_the_same_array)
 {
     auto const payload = php_elements({{php_long(1), php_null()}});
     auto const twin = php_elements(payload->elements());
@@ -429,10 +426,10 @@ TEST(DiffKeysEquality, of_objects_and_resources_is_the_identity_of_their_parts)
 
     EXPECT_TRUE(same_key(an_object, an_object));
     EXPECT_TRUE(same_key(a_resource, a_resource));
-    // Another value that holds the same object.
+    // Another value of the same object.
     EXPECT_TRUE(same_key(an_object, php_object(std::get<PelorinObject>(an_object->value()))));
     EXPECT_TRUE(same_key(a_resource, php_resource(std::get<PelorinResource>(a_resource->value()))));
-    // Another class or type, and with it other parts.
+    // Another class or type, and other parts.
     EXPECT_FALSE(same_key(an_object, from_rpc("object_value { class_name: 'D' }")));
     EXPECT_FALSE(same_key(a_resource, from_rpc("resource_value { type_name: 's' }")));
 }

@@ -34,7 +34,7 @@ using test::Target;
 using test::text_of;
 using testing::ElementsAre;
 
-// An array is never changed, and never copied: it is shared.
+// Arrays are shared and never change, so they are never copied.
 static_assert(!std::is_copy_constructible_v<detail::PelorinArray>);
 static_assert(!std::is_move_constructible_v<detail::PelorinArray>);
 static_assert(!std::is_copy_assignable_v<detail::PelorinArray>);
@@ -45,10 +45,7 @@ static_assert(std::is_nothrow_default_constructible_v<detail::PelorinArray>);
 static_assert(sizeof(PelorinArray) == sizeof(void *));
 
 template <class Message>
-PelorinArray from(std::string const &textproto)
-{
-    return PelorinArray(new detail::PelorinArray(from_text<Message>(textproto)));
-}
+constexpr auto from = test::record_from_text<PelorinArray, Message>;
 
 struct Rpc {
     using Message = RpcMessage;
@@ -80,7 +77,7 @@ struct DialectName {
 using Dialects = testing::Types<Rpc, Protobuf>;
 TYPED_TEST_SUITE(PelorinArrayOf, Dialects, DialectName);
 
-TYPED_TEST(PelorinArrayOf, elements_keeps_the_order_of_the_message)
+TYPED_TEST(PelorinArrayOf, elements_keep_the_order_of_the_message)
 {
     auto const array =
         this->read("elements { long_key: 9 " + TypeParam::number(1) + " } elements { string_key: 'b' " +
@@ -91,20 +88,20 @@ TYPED_TEST(PelorinArrayOf, elements_keeps_the_order_of_the_message)
                                 "string 'a' => long 3]");
 }
 
-TYPED_TEST(PelorinArrayOf, a_string_key_of_digits_stays_a_string)
+TYPED_TEST(PelorinArrayOf, a_string_key_of_digits_is_a_string)
 {
     auto const array = this->read("elements { string_key: '5' " + TypeParam::number(1) + " }");
     EXPECT_EQ(array->elements().front().first->kind(), PhpKind::string);
     EXPECT_EQ(notation(*array), "[string '5' => long 1]");
 }
 
-TYPED_TEST(PelorinArrayOf, a_key_of_its_zero_is_still_a_key)
+TYPED_TEST(PelorinArrayOf, a_key_of_0_or_an_empty_string_is_a_key)
 {
     EXPECT_EQ(notation(*this->read("elements { long_key: 0 } elements { string_key: '' }")),
               "[long 0 => undefined, string '' => undefined]");
 }
 
-TYPED_TEST(PelorinArrayOf, an_element_without_a_key_keeps_its_place_and_its_value)
+TYPED_TEST(PelorinArrayOf, an_element_without_a_key_keeps_its_position_and_its_value)
 {
     auto const array = this->read("elements { long_key: 1 " + TypeParam::number(1) + " } elements { " +
                                   TypeParam::number(2) + " } elements { long_key: 3 " + TypeParam::number(3) + " }");
@@ -113,7 +110,7 @@ TYPED_TEST(PelorinArrayOf, an_element_without_a_key_keeps_its_place_and_its_valu
     EXPECT_EQ(test::null_handles(*array), 0U);
 }
 
-TYPED_TEST(PelorinArrayOf, an_element_without_a_value_holds_an_undefined_one_and_no_null_handle)
+TYPED_TEST(PelorinArrayOf, an_element_without_a_value_has_an_undefined_one_and_no_null_handle)
 {
     auto const array = this->read("elements { long_key: 1 } elements { }");
 
@@ -121,7 +118,7 @@ TYPED_TEST(PelorinArrayOf, an_element_without_a_value_holds_an_undefined_one_and
     EXPECT_EQ(test::null_handles(*array), 0U);
 }
 
-TYPED_TEST(PelorinArrayOf, two_elements_with_one_key_both_survive_in_order)
+TYPED_TEST(PelorinArrayOf, two_elements_with_one_key_are_both_kept_in_order)
 {
     auto const array =
         this->read("elements { string_key: 'k' " + TypeParam::number(2) + " } elements { string_key: 'k' " +
@@ -133,15 +130,14 @@ TYPED_TEST(PelorinArrayOf, two_elements_with_one_key_both_survive_in_order)
 TYPED_TEST(PelorinArrayOf, without_elements_is_empty_and_allocates_nothing)
 {
     auto const message = from_text<typename TypeParam::Message>("");
-    alignas(detail::PelorinArray) std::byte place[sizeof(detail::PelorinArray)];
-    EXPECT_EQ(test::allocations_of([&] { (new (place) detail::PelorinArray(message))->~PelorinArray(); }), 0U);
+    EXPECT_EQ(test::allocations_to_build<detail::PelorinArray>(message), 0U);
 
     auto const array = this->read("");
     EXPECT_TRUE(array->elements().empty());
     EXPECT_EQ(array->elements().capacity(), 0U);
 }
 
-TYPED_TEST(PelorinArrayOf, takes_one_block_for_all_elements_and_one_for_each_key_and_value)
+TYPED_TEST(PelorinArrayOf, allocates_one_block_for_all_elements_and_one_for_each_key_and_value)
 {
     for (std::size_t const n : {1U, 2U, 3U, 100U, 1000U}) {
         typename TypeParam::Message message;
@@ -156,7 +152,7 @@ TYPED_TEST(PelorinArrayOf, takes_one_block_for_all_elements_and_one_for_each_key
     }
 }
 
-TYPED_TEST(PelorinArrayOf, no_key_or_value_is_made_and_thrown_away)
+TYPED_TEST(PelorinArrayOf, allocates_no_temporary_keys_or_values)
 {
     struct {
         std::string element;
@@ -170,12 +166,9 @@ TYPED_TEST(PelorinArrayOf, no_key_or_value_is_made_and_thrown_away)
         {"long_key: 1 " + TypeParam::string("a string with a block of its own"), 3},
         {"string_key: 'a key with a block of its own' " + TypeParam::string("a string with a block of its own"), 4},
     };
-    alignas(detail::PelorinArray) std::byte place[sizeof(detail::PelorinArray)];
     for (auto const &row : cases) {
         auto const message = from_text<typename TypeParam::Message>("elements { " + row.element + " }");
-        EXPECT_EQ(test::allocations_of([&] { (new (place) detail::PelorinArray(message))->~PelorinArray(); }),
-                  1 + row.blocks)
-            << row.element;
+        EXPECT_EQ(test::allocations_to_build<detail::PelorinArray>(message), 1 + row.blocks) << row.element;
     }
 }
 
@@ -213,7 +206,7 @@ TEST(PelorinArray, has_no_elements_by_default)
     EXPECT_EQ(array.elements().capacity(), 0U);
 }
 
-// Member 1 is the integer key of the one dialect and the string key of the other. The bytes are an array of one element
+// Member 1 is the integer key of one dialect and the string key of the other. The bytes are an array of one element
 // (0a, its length) whose member 1 is a number (08 05) or bytes (0a 01 'k'), or member 2 (10 05, 12 01 'k').
 
 TEST(PelorinArrayDialects, member_1_is_the_integer_key_in_rpc_and_the_string_key_in_protobuf)
@@ -229,7 +222,7 @@ TEST(PelorinArrayDialects, member_2_is_the_string_key_in_rpc_and_the_integer_key
     EXPECT_EQ(notation(detail::PelorinArray(from_wire<ProtobufMessage>("\x0a\x02\x10\x05"))), "[long 5 => undefined]");
 }
 
-TEST(PelorinArrayDialects, the_key_of_the_other_dialect_is_no_key)
+TEST(PelorinArrayDialects, ignore_the_key_of_the_other_dialect)
 {
     EXPECT_EQ(notation(detail::PelorinArray(from_wire<ProtobufMessage>("\x0a\x02\x08\x05"))),
               "[undefined => undefined]");
@@ -260,7 +253,7 @@ TEST(PelorinArrayDialects, agree_on_keys_and_flat_values)
     EXPECT_EQ(notation(*rpc), notation(*protobuf));
 }
 
-// The way back.
+// Writing to messages.
 
 struct WritingCase {
     char const *name;
@@ -329,7 +322,7 @@ WritingCase const writing_cases[] = {
 
 class PelorinArrayWriting : public test::TableTest<WritingCase> {};
 
-TEST_P(PelorinArrayWriting, and_reading_back)
+TEST_P(PelorinArrayWriting, and_reading_back_returns_what_the_message_can_carry)
 {
     for (bool const on_arena : {false, true}) {
         Target<RpcMessage> message(on_arena);
@@ -341,7 +334,7 @@ TEST_P(PelorinArrayWriting, and_reading_back)
 
 INSTANTIATE_TEST_SUITE_P(Cases, PelorinArrayWriting, test::rows(writing_cases), test::by_name);
 
-TEST(PelorinArrayToProtobuf, a_value_that_is_null_goes_out_as_a_present_and_empty_one)
+TEST(PelorinArrayToProtobuf, writes_null_as_a_present_and_empty_value)
 {
     RpcMessage message;
     php_elements({{php_long(1), php_null()}})->to_protobuf(message);
@@ -351,7 +344,7 @@ TEST(PelorinArrayToProtobuf, a_value_that_is_null_goes_out_as_a_present_and_empt
     EXPECT_EQ(message.elements(0).value().value_case(), rpc::php::v1::ZVal::VALUE_NOT_SET);
 }
 
-TEST(PelorinArrayToProtobuf, writing_twice_doubles_the_elements)
+TEST(PelorinArrayToProtobuf, writing_twice_appends_the_elements_twice)
 {
     auto const array = from<RpcMessage>("elements { long_key: 1 value { } } elements { string_key: 'k' value { } }");
     RpcMessage message;
@@ -362,7 +355,7 @@ TEST(PelorinArrayToProtobuf, writing_twice_doubles_the_elements)
                                                        "long 1 => undefined, string 'k' => undefined]");
 }
 
-TEST(PelorinArrayToProtobuf, elements_go_behind_those_that_are_there)
+TEST(PelorinArrayToProtobuf, appends_elements_to_those_of_the_message)
 {
     auto message = from_text<RpcMessage>("elements { long_key: 1 value { bool_value: true } }");
     auto const *there = &message.elements(0);
@@ -373,7 +366,7 @@ TEST(PelorinArrayToProtobuf, elements_go_behind_those_that_are_there)
     EXPECT_EQ(&message.elements(0), there);
 }
 
-TEST(PelorinArrayToProtobuf, no_elements_leave_the_message_as_it_was)
+TEST(PelorinArrayToProtobuf, without_elements_leaves_the_message_unchanged)
 {
     auto message = from_text<RpcMessage>("elements { long_key: 1 }");
     php_elements({})->to_protobuf(message);
@@ -396,7 +389,7 @@ TEST(PelorinArrayToProtobuf, elements_live_on_the_arena_of_the_target)
     EXPECT_EQ(text_of(on_heap), text_of(on_arena));
 }
 
-TEST(PelorinArray, goes_through_a_variant)
+TEST(PelorinArray, round_trips_through_a_qvariant)
 {
     auto const array = from<RpcMessage>("elements { long_key: 1 }");
     auto const variant = QVariant::fromValue(array);

@@ -1,93 +1,19 @@
+// What request and response headers have in common is in headers_test.cpp.
+
 #include <tarnwick/data/php/request_headers.h>
 
-#include <tarnwick/data/print.h>
-
 #include "support/message_fields.h"
-#include "support/php_reports.h"
-#include "support/table.h"
-#include "support/textproto.h"
 
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
-#include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 #include <gmock/gmock.h>
-
-#include <QtCore/QVariant>
 
 namespace tarnwick::data::php {
 namespace {
 
-using rpc::php::v1::NotifyRequest;
-using test::field_names;
-using test::from_text;
-using testing::ElementsAre;
-using ProtobufMessage = pelorin::protobuf::Glimmet::RequestHeaders;
-
-constexpr char const *nothing_read = "php.RequestHeaders{request_id: 7, headers: []}";
-
-test::PhpReportCase const report_cases[] = {
-    {"no_payload", test::no_payload(), nothing_read},
-    {"unknown_payload", test::unknown_payload(), nothing_read},
-    {"request_start", test::request_start(),
-     R"(php.RequestHeaders{request_id: 7, headers: ["Accept" => "text/html"]})"},
-    {"request_end", test::request_end(), nothing_read},
-    {"php_error", test::php_error(), nothing_read},
-    {"nothing_in_the_request_start", from_text<NotifyRequest>("request_id { id: 7 } rinit { }"), nothing_read},
-    {"no_headers_in_the_request", from_text<NotifyRequest>("request_id { id: 7 } rinit { request { } }"), nothing_read},
-    {"headers_without_elements", from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { } } }"),
-     nothing_read},
-    {"a_missing_id_is_0", from_text<NotifyRequest>("rinit { request { headers { elements { } } } }"),
-     "php.RequestHeaders{request_id: 0, headers: [undefined => undefined]}"},
-    {"a_header_that_is_there_twice_and_is_no_string",
-     from_text<NotifyRequest>("request_id { id: 7 } rinit { request { headers { elements { string_key: 'A' value { "
-                              "long_value: 1 } } elements { string_key: 'A' } } } }"),
-     R"(php.RequestHeaders{request_id: 7, headers: ["A" => 1, "A" => undefined]})"},
-};
-
-class RequestHeadersFromReport : public test::TableTest<test::PhpReportCase> {};
-
-TEST_P(RequestHeadersFromReport, gives)
+TEST(RequestHeaders, message_fields_are_all_read)
 {
-    EXPECT_EQ(to_text(detail::RequestHeaders(GetParam().message)), GetParam().printed);
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, RequestHeadersFromReport, test::rows(report_cases), test::by_name);
-
-TEST(RequestHeaders, dialects_agree_on_what_both_carry)
-{
-    detail::RequestHeaders const rpc(from_text<NotifyRequest>(R"pb(
-        request_id { id: 7 }
-        rinit {
-            request {
-                headers {
-                    elements { string_key: "A" value { string_value: "b\377" } }
-                    elements { string_key: "A" value { string_value: "" } }
-                }
-            }
-        })pb"));
-    detail::RequestHeaders const protobuf(from_text<ProtobufMessage>(R"pb(lines: "A: b\377" lines: "A: ")pb"),
-                                          RequestId(7));
-
-    EXPECT_EQ(to_text(rpc), to_text(protobuf));
-}
-
-TEST(RequestHeaders, travel_in_a_qvariant)
-{
-    RequestHeaders const record(new detail::RequestHeaders(from_text<ProtobufMessage>("lines: 'A: b'"), RequestId(7)));
-
-    EXPECT_EQ(QVariant::fromValue(record).value<RequestHeaders>(), record);
-}
-
-TEST(RequestHeaders, message_fields_are_all_read_or_known_to_be_ignored)
-{
-    EXPECT_THAT(field_names<NotifyRequest>(), ElementsAre("request_id", "timestamp" /* ignored */, "rinit",
-                                                          "rshutdown" /* ignored */, "error" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::RInitPayload>(),
-                ElementsAre("info" /* ignored */, "request", "superglobals" /* ignored */));
-    EXPECT_THAT(field_names<rpc::php::v1::Request>(),
-                ElementsAre("text_0" /* ignored */, "text_1" /* ignored */, "bytes_0" /* ignored */,
-                            "bytes_1" /* ignored */, "headers", "post_data" /* ignored */));
-    EXPECT_THAT(field_names<ProtobufMessage>(), ElementsAre("lines"));
+    EXPECT_THAT(test::field_names<pelorin::protobuf::Glimmet::RequestHeaders>(), testing::ElementsAre("lines"));
 }
 
 } // namespace

@@ -24,7 +24,7 @@ static_assert(RequestId(7).id() == 7);
 static_assert(!std::is_convertible_v<std::uint64_t, RequestId>);
 static_assert(std::is_nothrow_constructible_v<RequestId, rpc::php::v1::RequestId const &>);
 
-TEST(RequestId, takes_all_64_bits_of_the_message)
+TEST(RequestId, reads_all_64_bits_of_the_message)
 {
     EXPECT_EQ(RequestId(test::from_text<rpc::php::v1::RequestId>("id: 18446744073709551615")).id(),
               18446744073709551615U);
@@ -35,7 +35,7 @@ TEST(RequestId, of_an_empty_message_is_0)
     EXPECT_EQ(RequestId(rpc::php::v1::RequestId()).id(), 0U);
 }
 
-TEST(RequestId, travels_in_a_variant)
+TEST(RequestId, round_trips_through_a_qvariant)
 {
     EXPECT_EQ(QVariant::fromValue(RequestId(7)).value<RequestId>().id(), 7U);
 }

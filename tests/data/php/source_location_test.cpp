@@ -26,7 +26,7 @@ TEST(SourceLocation, reads_every_field)
     EXPECT_EQ(location.line_extra(), 9U);
 }
 
-TEST(SourceLocation, of_an_empty_message_has_an_empty_file_that_is_not_null)
+TEST(SourceLocation, of_an_empty_message_has_an_empty_file_and_not_a_null_one)
 {
     SourceLocation const location{rpc::php::v1::SourceLocation()};
 
@@ -36,7 +36,7 @@ TEST(SourceLocation, of_an_empty_message_has_an_empty_file_that_is_not_null)
     EXPECT_EQ(location.line_extra(), 0U);
 }
 
-TEST(SourceLocation, travels_in_a_variant)
+TEST(SourceLocation, round_trips_through_a_qvariant)
 {
     auto const variant = QVariant::fromValue(SourceLocation(QStringLiteral("a.php"), 17, 3));
     auto const *const location = get_if<SourceLocation>(&variant);

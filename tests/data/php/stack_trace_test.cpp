@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/stack_trace.h>
 
 #include "support/allocations.h"
+#include "support/lists.h"
 #include "support/message_fields.h"
 #include "support/textproto.h"
 
@@ -30,7 +31,7 @@ using namespace Qt::StringLiterals;
 static_assert(std::is_nothrow_move_constructible_v<StackTrace>);
 static_assert(std::is_nothrow_move_assignable_v<StackTrace>);
 
-/// How a program comes by a stack trace: the three sources as types.
+/// The three messages that a stack trace is built from.
 struct Rpc {
     using Message = RpcStackTrace;
     static StackTrace trace(Message const &message) { return StackTrace(message); }
@@ -70,14 +71,14 @@ public:
 using Sources = testing::Types<Rpc, Protobuf, FramesOfProtobuf>;
 TYPED_TEST_SUITE(StackTraceFrom, Sources);
 
-TYPED_TEST(StackTraceFrom, no_frames_is_an_empty_list_that_takes_no_memory)
+TYPED_TEST(StackTraceFrom, without_frames_is_an_empty_list_without_memory)
 {
     typename TypeParam::Message const message;
     EXPECT_TRUE(TypeParam::trace(message).frames().isEmpty());
     EXPECT_EQ(allocations_of([&] { TypeParam::trace(message); }), 0U);
 }
 
-TYPED_TEST(StackTraceFrom, frames_stay_in_order_and_repetitions_stay)
+TYPED_TEST(StackTraceFrom, keeps_the_order_and_repetitions_of_frames)
 {
     auto const trace = TypeParam::trace(
         from_text<typename TypeParam::Message>(TypeParam::frame("inner", 9) + TypeParam::frame("again", 2) +
@@ -106,7 +107,7 @@ TYPED_TEST(StackTraceFrom, an_empty_frame_is_a_call_without_a_name)
     EXPECT_TRUE(trace.frames()[1].args()->elements().empty());
 }
 
-TYPED_TEST(StackTraceFrom, the_list_alone_holds_what_its_frames_hold)
+TYPED_TEST(StackTraceFrom, the_list_is_the_only_owner_of_its_frames)
 {
     auto const trace = TypeParam::trace(this->message_of(100));
 
@@ -119,26 +120,17 @@ TYPED_TEST(StackTraceFrom, the_list_alone_holds_what_its_frames_hold)
     }
 }
 
-/// What a list of Qt's does by itself when frames are appended one by one.
-QList<Function> grown(QList<Function> const &frames)
-{
-    QList<Function> list;
-    for (auto const &frame : frames)
-        list.append(frame);
-    return list;
-}
-
-TYPED_TEST(StackTraceFrom, the_list_grows_and_is_not_sized_in_advance)
+TYPED_TEST(StackTraceFrom, does_not_reserve_memory_for_its_list)
 {
     auto const trace = TypeParam::trace(this->message_of(100));
-    EXPECT_EQ(trace.frames().capacity(), grown(trace.frames()).capacity());
+    EXPECT_EQ(trace.frames().capacity(), test::appended_one_by_one(trace.frames()).capacity());
 }
 
-TYPED_TEST(StackTraceFrom, a_frame_without_arguments_costs_their_payload_and_its_name)
+TYPED_TEST(StackTraceFrom, a_frame_without_arguments_allocates_their_payload_and_its_name)
 {
     auto const message = this->message_of(100);
     auto const trace = TypeParam::trace(message);
-    auto const growth = allocations_of([&] { grown(trace.frames()); });
+    auto const growth = allocations_of([&] { test::appended_one_by_one(trace.frames()); });
     EXPECT_EQ(allocations_of([&] { TypeParam::trace(message); }), 100U * 2U + growth);
 }
 
@@ -151,7 +143,7 @@ TYPED_TEST(StackTraceFrom, a_copy_shares_its_frames)
     EXPECT_EQ(trace.frames()[0].args()->ref.loadRelaxed(), 1);
 }
 
-TYPED_TEST(StackTraceFrom, a_move_hands_on_its_frames)
+TYPED_TEST(StackTraceFrom, a_move_keeps_the_frames_in_place)
 {
     auto trace = TypeParam::trace(this->message_of(3));
     auto const *const frames = trace.frames().constData();
@@ -160,7 +152,7 @@ TYPED_TEST(StackTraceFrom, a_move_hands_on_its_frames)
     EXPECT_EQ(moved.frames()[0].args()->ref.loadRelaxed(), 1);
 }
 
-TYPED_TEST(StackTraceFrom, a_frame_taken_out_shares_its_arguments_and_outlives_the_trace)
+TYPED_TEST(StackTraceFrom, a_copied_frame_shares_its_arguments_and_outlives_the_trace)
 {
     auto trace = TypeParam::trace(this->message_of(2));
     auto const frame = trace.frames()[1];
@@ -170,7 +162,7 @@ TYPED_TEST(StackTraceFrom, a_frame_taken_out_shares_its_arguments_and_outlives_t
     EXPECT_EQ(frame.name(), u"function_1"_s);
 }
 
-TEST(StackTrace, made_by_default_is_an_empty_list)
+TEST(StackTrace, is_empty_by_default)
 {
     EXPECT_TRUE(StackTrace().frames().isEmpty());
 }
@@ -224,7 +216,7 @@ TEST(StackTrace, reads_every_part_of_a_protobuf_frame_by_either_constructor)
     }
 }
 
-TEST(StackTrace, frames_without_a_message_of_their_own_are_read_too)
+TEST(StackTrace, can_be_built_from_frames_without_a_message)
 {
     ProtobufFrames frames;
     frames.Add()->set_name("f");
@@ -233,7 +225,7 @@ TEST(StackTrace, frames_without_a_message_of_their_own_are_read_too)
     EXPECT_EQ(trace.frames()[0].name(), u"f"_s);
 }
 
-TEST(StackTrace, goes_through_a_variant_as_it_goes_through_a_queued_signal)
+TEST(StackTrace, round_trips_through_a_qvariant)
 {
     StackTrace const trace(from_text<RpcStackTrace>("frames { }"));
     auto const variant = QVariant::fromValue(trace);

@@ -47,14 +47,14 @@ static_assert(std::is_same_v<std::variant_alternative_t<8, Value>, PelorinResour
 static_assert(std::is_same_v<std::variant_alternative_t<9, Value>, QByteArray>);
 static_assert(std::is_same_v<std::variant_alternative_t<10, Value>, TimePair>);
 
-// A value is never changed, and never copied: it is shared.
+// Values are shared and never change, so they are never copied.
 static_assert(!std::is_copy_constructible_v<detail::ZVal> && !std::is_move_constructible_v<detail::ZVal>);
 static_assert(!std::is_copy_assignable_v<detail::ZVal> && !std::is_move_assignable_v<detail::ZVal>);
 static_assert(!std::is_polymorphic_v<detail::ZVal>);
 static_assert(std::is_const_v<std::remove_reference_t<decltype(std::declval<detail::ZVal &>().value())>>);
 static_assert(std::is_nothrow_default_constructible_v<detail::ZVal>);
 
-// No spelling without arguments makes a null handle.
+// No constructor without arguments creates a null handle.
 static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinArray>>);
 static_assert(!std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinObject>>);
 static_assert(!std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinResource>>);
@@ -62,15 +62,9 @@ static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<Pelorin
 static_assert(std::is_constructible_v<detail::ZVal, std::in_place_type_t<PelorinResource>, PelorinResource>);
 static_assert(sizeof(ZVal) == sizeof(void *));
 
-ZVal from_rpc(std::string const &textproto)
-{
-    return ZVal(new detail::ZVal(from_text<RpcMessage>(textproto)));
-}
+constexpr auto from_rpc = test::record_from_text<ZVal, RpcMessage>;
 
-ZVal from_protobuf(std::string const &textproto)
-{
-    return ZVal(new detail::ZVal(from_text<ProtobufMessage>(textproto)));
-}
+constexpr auto from_protobuf = test::record_from_text<ZVal, ProtobufMessage>;
 
 TEST(ZVal, is_undefined_by_default)
 {
@@ -187,7 +181,7 @@ TEST(ZVal, of_rpc_without_a_member_is_undefined_and_not_null)
     EXPECT_NE(from_rpc("")->kind(), PhpKind::null);
 }
 
-TEST(ZVal, of_rpc_is_null_whatever_number_null_value_holds)
+TEST(ZVal, of_rpc_is_null_for_any_number_of_null_value)
 {
     EXPECT_EQ(detail::ZVal(from_wire<RpcMessage>("\x08\x07")).kind(), PhpKind::null);
     EXPECT_EQ(detail::ZVal(from_wire<RpcMessage>("\x08\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01")).kind(),
@@ -222,7 +216,7 @@ TEST(ZVal, keeps_every_byte_of_a_string)
     EXPECT_EQ(std::get<std::string>(detail::ZVal(protobuf).value()), bytes);
 }
 
-TEST(ZVal, keeps_every_byte_of_json_that_is_none)
+TEST(ZVal, keeps_every_byte_of_invalid_json)
 {
     std::string const bytes("{\0\xff", 3);
     RpcMessage rpc;
@@ -275,7 +269,7 @@ TEST(ZVal, of_rpc_builds_an_array_in_an_object_in_an_array)
     EXPECT_EQ(test::null_handles(*value), 0U);
 }
 
-// What tells the dialects apart, on the bytes of the wire.
+// The differences between the dialects, in the bytes of the messages.
 
 TEST(ZValDialects, the_member_decides_in_rpc_and_the_type_in_protobuf)
 {
@@ -285,45 +279,34 @@ TEST(ZValDialects, the_member_decides_in_rpc_and_the_type_in_protobuf)
     EXPECT_EQ(RpcMessage::descriptor()->FindFieldByName("type"), nullptr);
 }
 
-TEST(ZValDialects, long_is_3_in_rpc_and_4_in_protobuf)
+struct DialectCase {
+    char const *name;
+    std::string_view rpc;
+    std::string_view protobuf;
+    char const *notation;
+};
+
+using namespace std::string_view_literals;
+DialectCase const dialect_cases[] = {
+    {"null_has_one_number_in_both", "\x08\0"sv, "\x08\x01"sv, "null"},
+    {"bool_has_one_number_in_both", "\x10\x01"sv, "\x08\x02\x10\x01"sv, "true"},
+    {"long_is_3_in_rpc_and_4_in_protobuf", "\x18\x05"sv, "\x08\x04\x20\x05"sv, "long 5"},
+    {"double_is_4_in_rpc_and_5_in_protobuf", "\x21\0\0\0\0\0\0\x04\x40"sv, "\x08\x05\x29\0\0\0\0\0\0\x04\x40"sv,
+     "double 2.5"},
+    {"string_is_5_in_rpc_and_3_in_protobuf", "\x2a\x01s"sv, "\x08\x03\x1a\x01s"sv, "string 's'"},
+    {"json_is_9_in_rpc_and_6_in_protobuf", "\x4a\x01j"sv, "\x08\x06\x32\x01j"sv, "json 'j'"},
+    {"timestamp_is_10_in_rpc_and_7_in_protobuf", "\x52\x02\x08\x05"sv, "\x08\x07\x3a\x02\x08\x05"sv, "time 5 s 0 ns"},
+};
+
+class ZValOnTheWire : public test::TableTest<DialectCase> {};
+
+TEST_P(ZValOnTheWire, is_read_in_both_dialects)
 {
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x18\x05"))), "long 5");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x04\x20\x05"))), "long 5");
+    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>(GetParam().rpc))), GetParam().notation);
+    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>(GetParam().protobuf))), GetParam().notation);
 }
 
-TEST(ZValDialects, double_is_4_in_rpc_and_5_in_protobuf)
-{
-    using namespace std::string_view_literals;
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x21\0\0\0\0\0\0\x04\x40"sv))), "double 2.5");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x05\x29\0\0\0\0\0\0\x04\x40"sv))), "double 2.5");
-}
-
-TEST(ZValDialects, string_is_5_in_rpc_and_3_in_protobuf)
-{
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x2a\x01s"))), "string 's'");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x03\x1a\x01s"))), "string 's'");
-}
-
-TEST(ZValDialects, json_is_9_in_rpc_and_6_in_protobuf)
-{
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x4a\x01j"))), "json 'j'");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x06\x32\x01j"))), "json 'j'");
-}
-
-TEST(ZValDialects, timestamp_is_10_in_rpc_and_7_in_protobuf)
-{
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x52\x02\x08\x05"))), "time 5 s 0 ns");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x07\x3a\x02\x08\x05"))), "time 5 s 0 ns");
-}
-
-TEST(ZValDialects, null_and_bool_have_one_number_in_both)
-{
-    using namespace std::string_view_literals;
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x08\0"sv))), "null");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x01"))), "null");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<RpcMessage>("\x10\x01"))), "true");
-    EXPECT_EQ(notation(detail::ZVal(from_wire<ProtobufMessage>("\x08\x02\x10\x01"))), "true");
-}
+INSTANTIATE_TEST_SUITE_P(Kinds, ZValOnTheWire, test::rows(dialect_cases), test::by_name);
 
 TEST(ZValDialects, only_rpc_nests_in_a_value)
 {
@@ -334,7 +317,7 @@ TEST(ZValDialects, only_rpc_nests_in_a_value)
         EXPECT_EQ(ProtobufMessage::descriptor()->FindFieldByName(member), nullptr) << member;
 }
 
-TEST(ZVal, takes_memory_for_content_that_is_kept_and_no_other)
+TEST(ZVal, allocates_only_for_stored_content)
 {
     struct {
         char const *textproto;
@@ -356,17 +339,14 @@ TEST(ZVal, takes_memory_for_content_that_is_kept_and_no_other)
     alignas(detail::ZVal) std::byte place[sizeof(detail::ZVal)];
     for (auto const &row : cases) {
         auto const message = from_text<RpcMessage>(row.textproto);
-        EXPECT_EQ(test::allocations_of([&] { (new (place) detail::ZVal(message))->~ZVal(); }), row.blocks)
-            << row.textproto;
+        EXPECT_EQ(test::allocations_to_build<detail::ZVal>(message), row.blocks) << row.textproto;
     }
     auto const mismatch =
         from_text<ProtobufMessage>("type: TYPE_LONG string_value: 'a string with a block of its own'");
-    EXPECT_EQ(test::allocations_of([&] { (new (place) detail::ZVal(mismatch))->~ZVal(); }), 0U);
+    EXPECT_EQ(test::allocations_to_build<detail::ZVal>(mismatch), 0U);
 }
 
-// The way back.
-
-TEST(ZVal, goes_through_a_variant)
+TEST(ZVal, round_trips_through_a_qvariant)
 {
     auto const value = from_rpc("long_value: 5");
     auto const variant = QVariant::fromValue(value);
@@ -375,16 +355,16 @@ TEST(ZVal, goes_through_a_variant)
     EXPECT_EQ(variant.value<ZVal>().get(), value.get());
 }
 
-TEST(ZVal, holds_what_was_put_in_by_hand)
+TEST(ZVal, can_be_built_from_a_variant_or_in_place)
 {
     detail::ZVal const from_variant{Value(std::in_place_type<std::string>, "bytes")};
-    detail::ZVal const made_in_place(std::in_place_type<std::string>, 3U, 'x');
+    detail::ZVal const built_in_place(std::in_place_type<std::string>, 3U, 'x');
 
     EXPECT_EQ(notation(from_variant), "string 'bytes'");
-    EXPECT_EQ(notation(made_in_place), "string 'xxx'");
+    EXPECT_EQ(notation(built_in_place), "string 'xxx'");
 }
 
-TEST(ZVal, made_in_place_as_an_array_without_arguments_is_an_empty_one)
+TEST(ZVal, built_in_place_as_an_array_without_arguments_is_empty)
 {
     detail::ZVal const value(std::in_place_type<PelorinArray>);
     EXPECT_EQ(notation(value), "[]");

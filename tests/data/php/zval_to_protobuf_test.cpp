@@ -25,17 +25,14 @@ using test::text_of;
 
 using Value = detail::ZVal::Value;
 
-ZVal from_rpc(std::string const &textproto)
-{
-    return ZVal(new detail::ZVal(from_text<RpcMessage>(textproto)));
-}
+constexpr auto from_rpc = test::record_from_text<ZVal, RpcMessage>;
 
 struct WritingCase {
     char const *name;
     char const *textproto;
     /// The message after writing into an empty one.
     char const *written;
-    /// The message after writing into one that holds `bool_value: true`.
+    /// The message after writing into one with `bool_value: true`.
     char const *written_over_bool;
     char const *read_back;
 };
@@ -92,7 +89,7 @@ TEST_P(ZValWriting, into_an_empty_message)
     EXPECT_EQ(text_of(*message), text_of(from_text<RpcMessage>(row.written)));
 }
 
-TEST_P(ZValWriting, into_a_message_that_holds_another_member)
+TEST_P(ZValWriting, into_a_message_with_another_member)
 {
     auto const &[row, on_arena] = GetParam();
     Target<RpcMessage> message(on_arena);
@@ -101,7 +98,7 @@ TEST_P(ZValWriting, into_a_message_that_holds_another_member)
     EXPECT_EQ(text_of(*message), text_of(from_text<RpcMessage>(row.written_over_bool)));
 }
 
-TEST_P(ZValWriting, and_reading_back)
+TEST_P(ZValWriting, and_reading_back_returns_what_the_message_can_carry)
 {
     auto const &[row, on_arena] = GetParam();
     Target<RpcMessage> message(on_arena);
@@ -122,7 +119,7 @@ TEST(ZValToProtobuf, null_leaves_a_new_message_without_a_member)
     EXPECT_EQ(message.value_case(), RpcMessage::VALUE_NOT_SET);
 }
 
-TEST(ZValToProtobuf, a_string_goes_out_byte_for_byte)
+TEST(ZValToProtobuf, writes_a_string_byte_for_byte)
 {
     std::string const bytes("\0a\xff\xc3(\0", 6);
     RpcMessage message;
@@ -130,7 +127,7 @@ TEST(ZValToProtobuf, a_string_goes_out_byte_for_byte)
     EXPECT_EQ(message.string_value(), bytes);
 }
 
-TEST(ZValToProtobuf, a_timestamp_goes_out_as_stored)
+TEST(ZValToProtobuf, writes_a_timestamp_unchanged)
 {
     RpcMessage message;
     php_timestamp({-1, -1'999'999'999})->to_protobuf(message);
@@ -138,7 +135,7 @@ TEST(ZValToProtobuf, a_timestamp_goes_out_as_stored)
     EXPECT_EQ(message.timestamp_value().nanos(), -1'999'999'999);
 }
 
-TEST(ZValToProtobuf, undefined_and_null_leave_every_member_as_it_was)
+TEST(ZValToProtobuf, undefined_and_null_leave_every_member_unchanged)
 {
     for (auto const &row : writing_cases) {
         auto const before = from_text<RpcMessage>(row.written);
@@ -149,7 +146,7 @@ TEST(ZValToProtobuf, undefined_and_null_leave_every_member_as_it_was)
     }
 }
 
-TEST(ZValToProtobuf, a_value_that_was_lost_writes_nothing)
+TEST(ZValToProtobuf, writes_nothing_for_a_valueless_variant)
 {
     auto const value = test::php_valueless();
     ASSERT_TRUE(value->value().valueless_by_exception());
@@ -163,7 +160,7 @@ TEST(ZValToProtobuf, a_value_that_was_lost_writes_nothing)
     EXPECT_EQ(text_of(message), text_of(from_text<RpcMessage>("long_value: 5")));
 }
 
-TEST(ZValToProtobuf, every_member_drops_every_other_one)
+TEST(ZValToProtobuf, every_member_replaces_every_other)
 {
     for (auto const &before : writing_cases) {
         for (auto const &row : writing_cases) {
@@ -197,7 +194,7 @@ TEST(ZValToProtobuf, a_scalar_is_overwritten)
     }
 }
 
-TEST(ZValToProtobuf, a_sub_message_that_is_there_is_merged_into)
+TEST(ZValToProtobuf, merges_into_a_present_sub_message)
 {
     struct {
         char const *before, *value, *after;
@@ -225,7 +222,7 @@ TEST(ZValToProtobuf, a_sub_message_that_is_there_is_merged_into)
     }
 }
 
-TEST(ZValToProtobuf, a_sub_message_that_is_there_is_reused)
+TEST(ZValToProtobuf, reuses_a_present_sub_message)
 {
     RpcMessage array;
     auto const *array_value = array.mutable_array_value();

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <type_traits>
 
-// How many texts of variants are wrong, as two sources see them. Only one includes `data/print.h`.
+// The number of wrong texts of variants in each of two sources. Only one includes `data/print.h`.
 int wrong_texts_with_print();
 int wrong_texts_without_print();
 
@@ -31,7 +31,7 @@ int wrong_text(T const &value)
     return 1;
 }
 
-/// Of every handle, every pointer that a list can hold, and every value that a program can make.
+/// Checks each handle, each pointer that can be in a list, and each value that a program can build.
 int wrong_texts()
 {
     using namespace tarnwick;

@@ -3,7 +3,7 @@
 #include "support/allocation_faults.h"
 #include "support/records/make_record.h"
 #include "support/records/message_filler.h"
-#include "support/told.h"
+#include "support/record_content.h"
 
 #include <tarnwick/data/print.h>
 
@@ -34,8 +34,8 @@ struct Constructor {
     google::protobuf::Message const *prototype = nullptr;
     /// Builds the record of a message of the prototype's class, or of a transport message of those bytes, and stores the
     /// content of the record. Each constructor has one of the two.
-    std::function<void(google::protobuf::Message const &, Told &)> build_from_message = nullptr;
-    std::function<void(std::string_view bytes, Told &)> build_from_bytes = nullptr;
+    std::function<void(google::protobuf::Message const &, RecordContent &)> build_from_message = nullptr;
+    std::function<void(std::string_view bytes, RecordContent &)> build_from_bytes = nullptr;
 };
 
 /// Builds the record of 20 shapes of the message, and of more until `faults_wanted` allocations have failed. Stops at the
@@ -75,8 +75,8 @@ Constructor constructor_of(std::string name, Arguments const &...arguments)
                 },
             .prototype = &Message::default_instance(),
             .build_from_message =
-                [arguments...](google::protobuf::Message const &message, Told &all) {
-                    print_error(make_record<Record>(static_cast<Message const &>(message), arguments...), all);
+                [arguments...](google::protobuf::Message const &message, RecordContent &content) {
+                    content.assign(make_record<Record>(static_cast<Message const &>(message), arguments...));
                 }};
 }
 

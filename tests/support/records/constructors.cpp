@@ -27,7 +27,7 @@ Constructor stack_trace_of_a_list(std::string name)
                 },
             .prototype = &Frames::default_instance(),
             .build_from_message = [](google::protobuf::Message const &message,
-                       Told &all) { print_error(data::php::StackTrace(static_cast<Frames const &>(message).frames()), all); }};
+                       RecordContent &content) { content.assign(data::php::StackTrace(static_cast<Frames const &>(message).frames())); }};
 }
 
 /// A chunk takes ownership of its transport message, so each run needs a new one.
@@ -48,10 +48,10 @@ Constructor constructor_of_chunk(std::string name, Arguments const &...arguments
                         [&](auto const &message) { return make_record<Record>(std::move(*message), arguments...); }, record_text});
                 },
             .build_from_bytes =
-                [arguments...](std::string_view bytes, Told &all) {
+                [arguments...](std::string_view bytes, RecordContent &content) {
                     Message message;
                     fill(message.handle(), bytes);
-                    print_error(make_record<Record>(std::move(message), arguments...), all);
+                    content.assign(make_record<Record>(std::move(message), arguments...));
                 }};
 }
 
