@@ -8,9 +8,9 @@
 #include "fuzz/promise.h"
 #include "fuzz/target.h"
 
-#include <capture_reader.h>
-#include <input_file.h>
-#include <report_check.h>
+#include <capture/capture_reader.h>
+#include <capture/input_file.h>
+#include <capture/report_check.h>
 
 #include <tarnwick/capture/v1/capture.pb.h>
 

@@ -2,7 +2,7 @@
 
 #include "fuzz/message_mutator.h"
 
-#include <record_feed.h>
+#include <print/record_feed.h>
 
 #include <google/protobuf/io/coded_stream.h>
 

@@ -7,8 +7,8 @@
 #include "support/records/constructors.h"
 #include "support/records/message_filler.h"
 
-#include <capture_reader.h>
-#include <input_file.h>
+#include <capture/capture_reader.h>
+#include <capture/input_file.h>
 
 #include <tarnwick/capture/v1/capture.pb.h>
 
