@@ -1,5 +1,5 @@
-// Runs a target's committed inputs: `fuzz_replay TARGET FOLDER`, by any compiler. A broken promise ends the process, and
-// the name of the input stands before it.
+// Replays a target's committed inputs: `fuzz_replay TARGET FOLDER...`. Builds with any compiler. A broken promise aborts
+// the process; the last line printed before it is the name of the input.
 
 #include "fuzz/target.h"
 
@@ -10,6 +10,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,23 +25,24 @@ std::string content_of(std::filesystem::path const &file)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-int replay(Target const &target, std::string const &folder)
+int replay(Target const &target, std::span<char *const> folders)
 {
-    std::filesystem::directory_iterator const entries(folder);
-    std::vector<std::filesystem::path> const files(begin(entries), end(entries));
+    std::vector<std::filesystem::path> files;
+    for (auto const *folder : folders)
+        std::ranges::copy(std::filesystem::directory_iterator(folder), std::back_inserter(files));
     std::size_t parsed = 0;
     auto classes = target.classes();
     for (auto const &file : files) {
-        // What is printed last names the input that ends the process.
+        // Flushed before the check, which may abort.
         std::cout << file.filename().string() << std::endl; // NOLINT(performance-avoid-endl)
         auto const content = content_of(file);
         parsed += target.check(content) ? 1U : 0U;
         std::erase(classes, std::string_view(content).substr(0, content.find('\n')));
     }
     for (auto const name : classes)
-        std::cout << "no input is of " << name << "\n";
-    std::cout << target.name << ": " << files.size() << " inputs, of which " << parsed << " parse\n";
-    // Seeds that no longer mean anything to their target would show nothing.
+        std::cout << "no input of class " << name << "\n";
+    std::cout << target.name << ": " << files.size() << " inputs, " << parsed << " of them parse\n";
+    // Inputs that no longer parse test nothing.
     return classes.empty() && parsed > 0 && parsed * 4 >= files.size() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
@@ -49,10 +52,10 @@ int main(int argc, char **argv)
 {
     using namespace tarnwick::fuzz;
     std::array const targets{&rpc_reports, &protobuf_reports, &capture, &configuration, &bridge};
-    auto const target = std::ranges::find(targets, argc == 3 ? argv[1] : "", &Target::name);
+    auto const target = std::ranges::find(targets, argc > 2 ? argv[1] : "", &Target::name);
     if (target == targets.end()) {
-        std::cerr << "usage: fuzz_replay TARGET FOLDER\n";
+        std::cerr << "usage: fuzz_replay TARGET FOLDER...\n";
         return 2;
     }
-    return replay(**target, argv[2]);
+    return replay(**target, std::span(argv + 2, argv + argc));
 }

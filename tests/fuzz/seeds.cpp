@@ -1,5 +1,6 @@
-// Makes inputs of captures: `fuzz_seeds FOLDER CAPTURE...` writes frames and reports, and what is in the reports, into a
-// folder for each target. Which of them are committed, the fuzzers chose (`-merge=1`).
+// Writes fuzzer inputs from captures: `fuzz_seeds FOLDER CAPTURE...` writes frames, reports and the messages nested in
+// reports to one folder for each target. A fuzzer chooses the inputs that add coverage (`fuzz_TARGET -merge=1 CHOSEN
+// FOLDER/TARGET`); `add_inputs` adds these to the committed inputs.
 
 #include "fuzz/message_inputs.h"
 #include "fuzz/message_mutator.h"
@@ -30,7 +31,7 @@ using google::protobuf::Message;
 using tarnwick::capture::v1::Frame;
 using tarnwick::fuzz::MessageInputs;
 
-/// What the reports of a frame are.
+/// The message class of each report field of a frame.
 std::map<std::string_view, std::string_view> const reports{
     {"rpc_php", "tarnwick.rpc.php.v1.NotifyRequest"},
     {"rpc_monitor", "tarnwick.rpc.monitor.v1.NotifyRequest"},
@@ -69,7 +70,7 @@ public:
         }
     }
 
-    /// Of each class that records are made of, some filled at random.
+    /// Writes randomly filled messages of each class that records are built from.
     void write_filled() const
     {
         constexpr std::uint32_t shapes = 12;
@@ -105,7 +106,7 @@ public:
     }
 
 private:
-    /// A message and those in it, where records are made of them.
+    /// Writes the message and its nested messages, if records are built from their class.
     void write_all_in(Message &message) const
     {
         for (auto const *part : tarnwick::fuzz::parts_of(message)) {
@@ -121,7 +122,7 @@ private:
     void write(std::string const &target, std::string const &input) const
     {
         static std::set<std::string> written;
-        constexpr std::size_t longest = 1'024; // that fuzzers are given
+        constexpr std::size_t longest = 1'024; // the -max_len of the fuzzers
         if (input.size() > longest || !written.insert(target + input).second)
             return;
         std::filesystem::create_directories(folder_ / target);
