@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Says which code of libs/tarnwick the tests have run: lines, branches and conditions.
+"""Reports which lines, branches and conditions of libs/tarnwick the tests cover.
 
-Reads what gcov has of a build tree of the preset `coverage`. A line has run when it has in any source that includes it,
-and in any instance of a template; branches and conditions of those are put together the same way. Left out are the
-branches that the compiler makes for exceptions: from a call to what is done when it throws; and templates of which
-there is no instance.
+Reads the gcov data of a build tree of the preset `coverage`. A line is covered if it ran in any source that includes it
+and in any instance of a template; branches and conditions are merged in the same way. Two things are left out: the
+branches from a call to the code that runs when the call throws, and templates without an instance.
 
-Fails when a line has not run and is not in uncovered.tsv (file, text of the line, how many such lines, reason), or is in
-it and has run.
+uncovered.tsv lists the lines that no test covers: file, text of the line, number of such lines, reason. The script fails
+if an uncovered line is missing from this list, or if a listed line is covered. Otherwise it writes the totals to
+docs/figures/coverage.md.
 """
 
 import argparse
@@ -25,13 +25,13 @@ FOLDER = "libs/tarnwick/"
 
 class File:
     def __init__(self):
-        self.lines = collections.Counter()  # {line: how often it ran}
-        self.branches = collections.Counter()  # {(line, of how many, number): how often it was taken}
-        self.conditions = {}  # {(line, number, outcomes of all terms): those that no run depended on}
+        self.lines = collections.Counter()  # {line: execution count}
+        self.branches = collections.Counter()  # {(line, branches of the line, index): execution count}
+        self.conditions = {}  # {(line, index, number of outcomes): outcomes that never decided}
 
 
 def gcov(notes):
-    """What gcov knows of one object."""
+    """The gcov reports of one object file."""
     command = ["gcov", "--json-format", "--stdout", "--branch-probabilities", "--conditions", str(notes)]
     run = subprocess.run(command, cwd=repository, capture_output=True, text=True, check=True)
     return [json.loads(line) for line in run.stdout.splitlines() if line.startswith("{")]
@@ -43,7 +43,7 @@ def source_of(report, file):
 
 
 def branches_of(line):
-    """Those of a line that are the program's own."""
+    """The branches of a line, without those of exceptions."""
     throwing = {branch["source_block_id"] for branch in line["branches"] if branch["throw"]}
     return [branch for branch in line["branches"] if branch["source_block_id"] not in throwing]
 
@@ -72,7 +72,7 @@ def read(build):
     for part in ("libs/tarnwick", "tests/CMakeFiles/tarnwick_tests.dir", "tests/coverage"):
         found = sorted((build / part).rglob("*.gcno"))
         if not found:
-            sys.exit(f"coverage: {build / part} holds no build with coverage")
+            sys.exit(f"coverage: {build / part} has no coverage build")
         objects += found
     files = collections.defaultdict(File)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
@@ -87,7 +87,7 @@ def share(done, of):
 
 
 def figures(files):
-    """(lines, those that ran, branches, those taken, outcomes of conditions, those that mattered)"""
+    """(lines, covered lines, branches, taken branches, outcomes of conditions, covered outcomes)"""
     lines = [count for file in files for count in file.lines.values()]
     branches = [count for file in files for count in file.branches.values()]
     outcomes = sum(key[2] for file in files for key in file.conditions)
@@ -96,12 +96,27 @@ def figures(files):
     return len(lines), ran, len(branches), taken, outcomes, outcomes - missed
 
 
+def page(totals):
+    """The totals of `figures` as a page of the documentation."""
+    lines = [
+        "# Figures: coverage",
+        "",
+        "`./dev coverage` writes this page when `tests/coverage/uncovered.tsv` explains every line that is not covered.",
+        "",
+        "| Of `libs/tarnwick` | All | Covered |",
+        "|---|---:|---:|",
+    ]
+    for name, of, covered in zip(("lines", "branches", "outcomes of conditions"), totals[::2], totals[1::2]):
+        lines.append(f"| {name} | {of:,} | {covered:,} ({covered / of:.1%}) |")
+    return "\n".join(lines) + "\n"
+
+
 def table(files):
     rows = [(path, *figures([file])) for path, file in files.items()]
     rows.append(("all", *figures(files.values())))
     print(f"{'':58}{'lines':>18}{'branches':>18}{'conditions':>18}")
-    for path, lines, ran, branches, taken, outcomes, mattered in rows:
-        cells = share(ran, lines), share(taken, branches), share(mattered, outcomes)
+    for path, lines, ran, branches, taken, outcomes, covered in rows:
+        cells = share(ran, lines), share(taken, branches), share(covered, outcomes)
         print(f"{path:58}" + "".join(f"{cell:>18}" for cell in cells))
 
 
@@ -122,7 +137,7 @@ def missed_branches(files):
 
 
 def unlisted(files):
-    """Compares the lines that did not run with those that are listed; whether there is a difference."""
+    """Prints the uncovered lines. True if they differ from those in uncovered.tsv."""
     rows = (pathlib.Path(__file__).parent / "uncovered.tsv").read_text().splitlines()
     listed = {(path, text): (int(count), reason) for path, text, count, reason in (row.split("\t") for row in rows)}
     missed = collections.Counter()
@@ -131,10 +146,10 @@ def unlisted(files):
             line = path, text_of(path, number)
             missed[line] += 1
             count, reason = listed.get(line, (0, ""))
-            print(f"  {path}:{number}: {line[1]}  [{reason if missed[line] <= count else 'COVERED BY NO TEST'}]")
+            print(f"  {path}:{number}: {line[1]}  [{reason if missed[line] <= count else 'NOT COVERED'}]")
     for line, (count, _) in sorted(listed.items()):
         if missed[line] < count:
-            print(f"  {line[0]}: {line[1]}  [COVERED, OR GONE: uncovered.tsv lists {count}]")
+            print(f"  {line[0]}: {line[1]}  [COVERED OR REMOVED, but uncovered.tsv lists {count}]")
     return missed != {line: count for line, (count, _) in listed.items()}
 
 
@@ -143,10 +158,15 @@ def main():
     arguments.add_argument("build", type=pathlib.Path)
     files = read(arguments.parse_args().build.resolve())
     table(files)
-    print("\nbranches that no test takes, and terms of conditions on which no outcome depended:")
+    print("\nbranches that no test takes, and condition terms that never decide the outcome:")
     missed_branches(files)
-    print("\nlines that no test runs:")
-    sys.exit(unlisted(files))
+    print("\nlines that no test covers:")
+    if unlisted(files):
+        sys.exit(1)
+    written = repository / "docs/figures/coverage.md"
+    written.parent.mkdir(exist_ok=True)
+    written.write_text(page(figures(files.values())))
+    print(f"\ncoverage: wrote {written.relative_to(repository)}")
 
 
 if __name__ == "__main__":

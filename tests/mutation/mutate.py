@@ -1,17 +1,18 @@
 #!/usr/bin/env python3
-"""Changes libs/tarnwick in small ways, one at a time, and sees whether a test fails.
+"""Mutation testing of libs/tarnwick: changes one place at a time and checks that a test fails.
 
-A random sample of the changes that candidates.py finds. Sources and build tree stay as they are: what is changed is
+Draws a random sample from the changes that candidates.py finds. Sources and build tree stay unchanged: the mutant is
 compiled into a folder of its own, and the tests load the library from there. A change that does not compile is no
-mutant, nor is one of which g++ -O2 makes the same code as of the original.
+mutant. Neither is one for which g++ -O2 generates the same code as for the original.
 
-A changed header goes into everything that includes it. Before that, into the few sources that bear its name, with their
-objects first in the link, where their copies of inline functions are the ones that are taken: most mutants end there.
-No change moves a data member, so such objects fit the others.
+A changed header affects every source that includes it. To save time, the first attempt compiles only the few sources
+with the header's name and links their objects first, so that their copies of inline functions are used. Most mutants
+are killed there. No change moves a data member, so these objects are compatible with the others.
 
-survivors.tsv lists survivors with a reason: `same` where no caller can see a difference, so that there is nothing to
-kill, and `open` otherwise. Fails when fewer than 95% of the mutants that make a difference are killed, or when a survivor
-is not listed. The figure without that allowance is printed too.
+survivors.tsv lists survivors with a reason: `same` if no caller can see a difference, otherwise `open`. The script fails
+if a survivor is not listed, or if the tests kill less than 95% of the mutants that change behaviour. It prints the share
+of all mutants too. A successful run of the default size writes its figures to docs/figures/mutation.md, any other run to
+the build tree.
 """
 
 import argparse
@@ -33,14 +34,15 @@ import threading
 sys.dont_write_bytecode = True
 import candidates
 
+DEFAULT_COUNT = 250
 LEAST_KILLED = 0.95
 PROGRAMS = ("tarnwick_tests", "program_tests")
-# Those of large reports and files take nine tenths of the time. Files that bear the name are tried on them too.
+# Leaves out tests of large reports and files, which take nine tenths of the time. They run only for files of their name.
 QUICK = (
     "-Hostile.*:HostileArray.*:HostileWidth/*:Chain.of_*:Chain.that_*:SqlTransactionChain.is_*"
     ":ConfigFileOnRandomFiles.*"
 )
-# A changed loop can ask for all there is, without an end. The tests take 16 seconds.
+# A mutated loop may not end and may allocate without limit. The unchanged tests take 16 seconds.
 MEMORY, PROCESSOR_SECONDS, SECONDS = 16 << 30, 60, 1200
 
 repository = pathlib.Path(__file__).resolve().parents[2]
@@ -48,7 +50,7 @@ sources = repository / "libs/tarnwick"
 
 
 class Build:
-    """What a build tree knows: how sources are compiled, what they include, how library and tests are linked."""
+    """A build tree: the commands that compile each source, its includes, and the commands that link library and tests."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -66,9 +68,9 @@ class Build:
         run = subprocess.run(["ninja", *arguments], cwd=self.folder, check=True, text=True, stdout=subprocess.PIPE)
         return run.stdout
 
-    def link(self, target, made):
+    def link(self, target, output):
         """The words of the command that links a target."""
-        commands = [line for line in self.ninja("-t", "commands", target).splitlines() if f" -o {made}" in line]
+        commands = [line for line in self.ninja("-t", "commands", target).splitlines() if f" -o {output}" in line]
         command = next(part for part in commands[-1].split(" && ") if " -o " in part)
         return [word for word in shlex.split(command) if not word.startswith("-Wl,--dependency-file")]
 
@@ -76,15 +78,15 @@ class Build:
         return pathlib.Path(self.units[output]["file"])
 
     def objects(self, link):
-        """Those of a link, and those in the archives that it takes."""
+        """The objects of a link command, including those in its archives."""
         objects = [word for word in link if word in self.units]
         for archive in (pathlib.PurePath(word) for word in link if word.endswith(".a")):
             folder = f"{archive.parent}/CMakeFiles/{archive.stem.removeprefix('lib')}.dir/"
             objects += [output for output in self.units if output.startswith(folder)]
         return objects
 
-    def having(self, link, file):
-        """Those objects of a link that a source or header goes into."""
+    def depending(self, link, file):
+        """The objects of a link command that depend on a source or header."""
         return [output for output in self.objects(link) if str(file) in self.includes[output]]
 
 
@@ -98,26 +100,26 @@ class Mutant:
         shutil.rmtree(folder, ignore_errors=True)
         self.place.parent.mkdir(parents=True)
 
-    def compiled(self, output, text, *options):
-        """The object that this text gives, or None where it does not compile."""
+    def compile(self, output, text, *options):
+        """The object compiled from this text, or None if it does not compile."""
         self.place.write_text(text)
         words = shlex.split(self.build.units[output]["command"])
-        made = self.folder / (output.replace("/", "_") + "".join(options))
-        words[words.index("-o") + 1] = str(made)
+        compiled = self.folder / (output.replace("/", "_") + "".join(options))
+        words[words.index("-o") + 1] = str(compiled)
         if self.build.source(output) == self.file:
             words[words.index("-c") + 1] = str(self.place)
         words[1:1] = ["-I", str(self.folder / "include")]
         run = subprocess.run([*words, "-w", *options], cwd=self.build.folder, stderr=subprocess.DEVNULL)
-        return made if run.returncode == 0 else None
+        return compiled if run.returncode == 0 else None
 
     def compile_into(self, outputs):
         for output in outputs:
             if output not in self.objects:
-                self.objects[output] = self.compiled(output, self.text)
+                self.objects[output] = self.compile(output, self.text)
         return None not in self.objects.values()
 
     def link(self, link, name):
-        """A library or program with the changed objects in front, also of those in archives, which then stay there."""
+        """Links a library or program with the changed objects first, so that they replace those in archives."""
         changed = [str(self.objects[word]) for word in self.build.objects(link) if word in self.objects]
         words = [word for word in link if word not in self.objects]
         at = words.index("-o")
@@ -127,7 +129,7 @@ class Mutant:
 
     def is_same_code(self):
         def code(output, text):
-            return self.compiled(output, text, "-O2").read_bytes()
+            return self.compile(output, text, "-O2").read_bytes()
 
         original = self.file.read_text()
         return all(code(output, self.text) == code(output, original) for output in self.objects)
@@ -139,9 +141,9 @@ def limit():
 
 
 def run_tests(build, name, program, library, chosen):
-    """The test that fails, or how the program ended otherwise; None when all pass."""
+    """The name of the test that fails, or the exit status if none was named; None if all pass."""
     run = subprocess.Popen(
-        # Nothing outlives this script.
+        # No child process outlives this script.
         ["setpriv", "--pdeathsig", "KILL", program, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={chosen}"],
         cwd=build.folder / "tests",
         env=os.environ | {"LD_LIBRARY_PATH": str(library)},
@@ -153,39 +155,39 @@ def run_tests(build, name, program, library, chosen):
         start_new_session=True,
         preexec_fn=limit,
     )
-    killer = threading.Timer(SECONDS, os.killpg, (run.pid, signal.SIGKILL))  # with all that it started
+    killer = threading.Timer(SECONDS, os.killpg, (run.pid, signal.SIGKILL))  # the process group
     killer.start()
     printed, _ = run.communicate()
     killer.cancel()
     if run.returncode == 0:
         return None
     failed = re.search(r"^\[  FAILED  \] ([^\s,]+[.][^\s,]+)", printed, re.MULTILINE)
-    return f"{name}: {failed[1] if failed else f'ended with {run.returncode}'}"
+    return f"{name}: {failed[1] if failed else f'exit status {run.returncode}'}"
 
 
 class Trial:
-    """Tries changes on a build whose tests pass."""
+    """Runs the tests on mutants of a build whose tests pass."""
 
     def __init__(self, build):
         self.build = build
         for name in PROGRAMS:
             failure = run_tests(build, name, build.folder / "tests" / name, "", "*")
             if failure:
-                sys.exit(f"mutate: a test fails without a change: {failure}")
+                sys.exit(f"mutate: a test fails on the unchanged library: {failure}")
 
     def near(self, link, file):
-        """The objects whose sources bear the name of a file."""
+        """The objects whose source names start with the name of a file."""
         return [output for output in self.build.objects(link) if self.build.source(output).stem.startswith(file.stem)]
 
     def naming(self, link, file):
-        """The objects whose sources include a header by its name."""
+        """The objects whose sources include a header directly."""
         include = f"#include <{file.relative_to(sources.parent)}>"
-        return [output for output in self.build.having(link, file) if include in self.build.source(output).read_text()]
+        return [output for output in self.build.depending(link, file) if include in self.build.source(output).read_text()]
 
     def steps(self, file):
-        """(objects of the library, test program, its objects, its tests): what is tried one after the other"""
+        """Yields the steps of a trial: (objects of the library, test program, its objects, filter of its tests)"""
         library, tests = self.build.library, self.build.programs[PROGRAMS[0]]
-        everywhere, in_tests = self.build.having(library, file), self.build.having(tests, file)
+        everywhere, in_tests = self.build.depending(library, file), self.build.depending(tests, file)
         in_library = [output for output in self.near(library, file) if output in everywhere] or everywhere
         for first, left_out in ((self.near(tests, file), ""), (self.naming(tests, file), QUICK)):
             names = set()
@@ -196,10 +198,10 @@ class Trial:
                 chosen = ":".join(f"{name}.*:*/{name}.*:{name}/*:*/{name}/*" for name in sorted(names))
                 yield in_library, PROGRAMS[0], [output for output in first if output in in_tests], chosen + left_out
         for name in PROGRAMS:
-            yield everywhere, name, self.build.having(self.build.programs[name], file), QUICK
+            yield everywhere, name, self.build.depending(self.build.programs[name], file), QUICK
 
     def verdict(self, mutant):
-        """(what became of it, by what)"""
+        """(result, killing test)"""
         for in_library, program, in_program, chosen in self.steps(mutant.file):
             if not mutant.compile_into(in_library + in_program):
                 return "not compiled", ""
@@ -215,9 +217,9 @@ class Trial:
 
 
 def one_line(change, text):
-    """What stood there and what stands there now."""
+    """The change as `old text -> new text` on one line."""
     begin, end = change.start, change.end
-    if "\n" not in text[begin:end]:  # with what stands around it
+    if "\n" not in text[begin:end]:  # show the whole line
         begin, end = text.rfind("\n", 0, begin) + 1, text.find("\n", end)
     new = text[begin : change.start] + change.new + text[change.end : end]
     return " -> ".join(re.sub(r"\s+", " ", piece).strip() for piece in (text[begin:end], new))
@@ -237,7 +239,7 @@ def all_changes(part, kinds):
 
 
 class Sample:
-    """Takes changes until enough of them are mutants, and tells what became of each."""
+    """Draws changes until enough of them are mutants, and prints the result of each."""
 
     def __init__(self, changes, count, known):
         self.changes, self.count = iter(changes), count
@@ -245,7 +247,7 @@ class Sample:
         self.condition = threading.Condition()
         rows = (pathlib.Path(__file__).parent / "survivors.tsv").read_text().splitlines()
         self.listed = {(path, what): kind for path, what, kind, reason in (row.split("\t") for row in rows)}
-        self.known = {tuple(rest[:3]): (became, rest[3]) for became, *rest in known}
+        self.known = {tuple(rest[:3]): (result, rest[3]) for result, *rest in known}
 
     @property
     def mutants(self):
@@ -253,37 +255,71 @@ class Sample:
 
     def take(self):
         with self.condition:
-            # Any that is open can turn out to be a mutant.
+            # Each open change may turn out to be a mutant.
             self.condition.wait_for(lambda: self.open == 0 or self.mutants + self.open < self.count)
             taken = next(self.changes, None) if self.mutants < self.count else None
             self.open += taken is not None
             return taken
 
     def judge(self, file, text, change, verdict):
-        """Notes what `verdict()` says of a change, or what an earlier run said."""
+        """Counts and prints the result of a change: that of an earlier run, or else of `verdict()`."""
         path, line, what = file.relative_to(repository), text.count("\n", 0, change.start) + 1, one_line(change, text)
         place = f"{path}:{line}", change.kind, what
-        became, by = self.known.get(place) or verdict()
+        result, by = self.known.get(place) or verdict()
         with self.condition:
             self.open -= 1
-            self.counts[became] += 1
-            if became == "survived":
+            self.counts[result] += 1
+            if result == "survived":
                 by = self.listed.get((str(path), what), "not listed")
                 self.counts[by] += 1
                 if by == "not listed":
                     self.unlisted.append(f"{path}\t{what}")
-            print(became, *place, by, sep="\t", flush=True)
+            print(result, *place, by, sep="\t", flush=True)
             self.condition.notify_all()
+
+
+def share_killed(counts):
+    """The share of the mutants that change behaviour."""
+    return counts["killed"] / max(counts["killed"] + counts["survived"] - counts["same"], 1)
+
+
+def table(given, counts):
+    mutants = counts["killed"] + counts["survived"]
+    yield f"| `./dev mutate {given.count} {given.seed}` | |"
+    yield "|---|---:|"
+    yield f"| mutants | {mutants} |"
+    yield f"| killed | {counts['killed']} ({counts['killed'] / max(mutants, 1):.1%}) |"
+    yield f"| survived | {counts['survived']} |"
+    yield f"| survived without a change of behaviour | {counts['same']} |"
+    yield f"| killed of those that change behaviour | {share_killed(counts):.1%} |"
+    yield f"| changes that do not compile, and no mutants | {counts['not compiled']} |"
+    yield f"| changes that generate the same code, and no mutants | {counts['same code']} |"
+
+
+def page(given, counts):
+    """The result of a run as a page of the documentation."""
+    head = [
+        "# Figures: mutation testing",
+        "",
+        f"`./dev mutate` writes this page after a successful run of the default size, {DEFAULT_COUNT} mutants.",
+        "",
+    ]
+    return "\n".join([*head, *table(given, counts)]) + "\n"
+
+
+def place_of_page(given, fails):
+    is_default = given.count == DEFAULT_COUNT and not given.kinds and not given.files
+    return "docs/figures/mutation.md" if is_default and not fails else "build/mutation/figures.md"
 
 
 def main():
     arguments = argparse.ArgumentParser(prog="./dev mutate", description=__doc__.splitlines()[0])
-    arguments.add_argument("count", nargs="?", type=int, default=250, help="mutants (250)")
+    arguments.add_argument("count", nargs="?", type=int, default=DEFAULT_COUNT, help=f"mutants ({DEFAULT_COUNT})")
     arguments.add_argument("seed", nargs="?", type=int, default=random.SystemRandom().randrange(10**6))
-    arguments.add_argument("--kinds", help="only these kinds of changes, like comparison,has-bit")
-    arguments.add_argument("--files", default="", help="only files with this in their path")
+    arguments.add_argument("--kinds", help="only changes of these kinds, such as comparison,has-bit")
+    arguments.add_argument("--files", default="", help="only files whose path contains this")
     arguments.add_argument("--jobs", type=int, default=os.cpu_count())
-    arguments.add_argument("--known", type=pathlib.Path, help="what a run of the same seed printed until it was ended")
+    arguments.add_argument("--known", type=pathlib.Path, help="output of an interrupted run with the same seed, to continue it")
     given = arguments.parse_args()
 
     trial = Trial(Build(repository / "build/mutation"))
@@ -305,16 +341,15 @@ def main():
             pass
 
     counts = sample.counts
-    share = counts["killed"] / max(sample.mutants - counts["same"], 1)
-    print(
-        f"mutate: {sample.mutants} mutants, {counts['killed']} killed, {counts['survived']} survived, of which"
-        f" {counts['same']} make no difference: {counts['killed'] / max(sample.mutants, 1):.1%} of all are killed, and"
-        f" {share:.1%} of those that make a difference; besides, {counts['not compiled']} changes do not compile and"
-        f" {counts['same code']} give the same code"
-    )
+    fails = share_killed(counts) < LEAST_KILLED or bool(sample.unlisted)
+    written = repository / place_of_page(given, fails)
+    written.parent.mkdir(exist_ok=True)
+    written.write_text(page(given, counts))
+    print(*table(given, counts), sep="\n")
+    print(f"mutate: wrote {written.relative_to(repository)}")
     if sample.unlisted:
-        print("mutate: survivors that survivors.tsv does not have:", *sample.unlisted, sep="\n")
-    sys.exit(share < LEAST_KILLED or bool(sample.unlisted))
+        print("mutate: survivors that are not in survivors.tsv:", *sample.unlisted, sep="\n")
+    sys.exit(fails)
 
 
 if __name__ == "__main__":
