@@ -17,9 +17,9 @@ Message::Message(Message &&other) noexcept
 Message &Message::operator=(Message &&other) noexcept
 {
     if (this != &other) {
-        bool const held = other.holds_message_;
+        bool const held_message = other.holds_message_;
         if (other.move_to(handle()) == 0)
-            holds_message_ = held;
+            holds_message_ = held_message;
     }
     return *this;
 }

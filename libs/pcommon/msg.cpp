@@ -12,7 +12,7 @@ msg_t::msg_t() noexcept
 
 msg_t::msg_t(std::string_view bytes)
 {
-    // Lack of memory is the only failure that zmq_msg_init_size() has.
+    // zmq_msg_init_size() only fails if memory runs out.
     if (zmq_msg_init_size(&message_, bytes.size()) != 0)
         throw std::bad_alloc();
     std::ranges::copy(bytes, static_cast<char *>(zmq_msg_data(&message_)));
@@ -26,7 +26,7 @@ msg_t::msg_t(msg_t &&other) noexcept
 
 msg_t &msg_t::operator=(msg_t &&other) noexcept
 {
-    // Moved into itself, ZeroMQ would close the message and then go on with it.
+    // zmq_msg_move() of a message into itself would close the message and then use it.
     if (this != &other)
         zmq_msg_move(&message_, &other.message_);
     return *this;
@@ -39,7 +39,7 @@ msg_t::~msg_t()
 
 char const *msg_t::data() const noexcept
 {
-    // ZeroMQ does not change the message here.
+    // zmq_msg_data() does not change the message.
     return static_cast<char const *>(zmq_msg_data(const_cast<zmq_msg_t *>(&message_)));
 }
 

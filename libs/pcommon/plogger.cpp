@@ -5,7 +5,8 @@
 
 PLogger &PLogger::instance() noexcept
 {
-    // Neither built nor destroyed at run time: static objects of other sources may log before main() and after it.
+    // Neither constructed nor destroyed at run time: static objects of other sources may log before main() and after
+    // it.
     static_assert(std::is_trivially_destructible_v<PLogger>);
     static constinit PLogger logger;
     return logger;
@@ -26,7 +27,7 @@ void PLogger::println(Level level, char const *file, int line, std::string_view 
     text.append(" ").append(file).append(":").append(std::to_string(line)).append(" ").append(message).append("\n");
 
     std::scoped_lock const lock(writing_);
-    // Read again: set_output() may have taken the stream away, and from here on it waits.
+    // Read again: set_output() may have removed the stream meanwhile. From here on it waits.
     if (std::ostream *const stream = output(); stream != nullptr) {
         stream->write(text.data(), static_cast<std::streamsize>(text.size()));
         stream->flush();

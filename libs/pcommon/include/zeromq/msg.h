@@ -9,31 +9,33 @@
 
 namespace zeromq {
 
-/// Owner of one `zmq_msg_t`, which is initialised for the whole life of the object and closed at its end.
+/// Owner of one `zmq_msg_t`. The message is initialised for the whole life of the object and closed at its end.
 ///
-/// ZeroMQ keeps the bytes of a small message inside the `zmq_msg_t`, so a pointer to them does not survive a move; the
-/// bytes of a large one stay where they are.
+/// ZeroMQ stores the bytes of a small message inside the `zmq_msg_t`, so a move invalidates pointers to them. The bytes
+/// of a large message keep their address.
 class PCOMMON_EXPORT msg_t {
 public:
-    /// The message of 0 bytes.
+    /// Constructs a message of 0 bytes.
     msg_t() noexcept;
 
-    /// A message that holds a copy of the bytes. Throws std::bad_alloc.
+    /// Constructs a message with a copy of the bytes. Throws std::bad_alloc.
     explicit msg_t(std::string_view bytes);
 
-    /// Leaves `other` the message of 0 bytes.
+    /// Moves the message out of `other`, which becomes a message of 0 bytes.
     msg_t(msg_t &&other) noexcept;
 
-    /// Releases what this held and leaves `other` the message of 0 bytes. Assigned to itself, a message is unchanged.
+    /// Releases the current message and moves that of `other`, which becomes a message of 0 bytes. Self-assignment
+    /// changes nothing.
     msg_t &operator=(msg_t &&other) noexcept;
 
     ~msg_t();
 
-    /// The bytes, until the message is changed, moved from or destroyed. Can be null where `size()` is 0.
+    /// Returns the bytes. They are valid until the message is changed, moved from or destroyed. May be null if `size()`
+    /// is 0.
     [[nodiscard]] char const *data() const noexcept;
     [[nodiscard]] std::size_t size() const noexcept;
 
-    /// For the functions of ZeroMQ. Whatever is done with it, it must be left initialised.
+    /// Returns the message for functions of ZeroMQ. It must remain initialised.
     zmq_msg_t *handle() noexcept { return &message_; }
 
 private:
