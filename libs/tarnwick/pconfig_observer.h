@@ -1,6 +1,6 @@
 #pragma once
 
-// For programs that show what the reader of configuration files does; see pconfigfile.h.
+// Interface for programs that show what the reader of configuration files does; see pconfigfile.h.
 
 #include <QtCore/QString>
 #include <QtCore/QStringView>
@@ -9,9 +9,9 @@ namespace PelorinPHPX {
 
 class ConfigFile;
 
-/// Is told what a ConfigFile does, and each file that it includes, at the moment it happens: `file.line_no()` is the line
-/// and `file.parent()` the file that includes this one. It changes nothing of what is read. What an observer throws ends
-/// the load.
+/// Observer of a ConfigFile and of the files that it includes. Each function is called when its event happens:
+/// `file.line_no()` is the current line, `file.parent()` the including file. An observer cannot change what is read. An
+/// exception from an observer ends the load.
 class ConfigObserver {
 public:
     /// Where the value of a reference was found.
@@ -19,31 +19,31 @@ public:
 
     /// A file was opened; its lines follow.
     virtual void opened(ConfigFile const & /*file*/) {}
-    /// A line that is neither empty nor a comment; what comes of it follows.
+    /// A line was read that is neither empty nor a comment. Its effects follow.
     virtual void directive(ConfigFile const & /*file*/, QStringView /*line*/) {}
-    /// The value is a reference, and has been replaced.
+    /// The value was a reference, and has been replaced.
     virtual void resolved(ConfigFile const & /*file*/, QString const & /*name*/, Source /*source*/) {}
-    /// The value is a reference to what is nowhere: the directive ends here.
+    /// The value was a reference that could not be resolved. The directive is ignored.
     virtual void unresolved(ConfigFile const & /*file*/, QStringView /*key*/, QString const & /*name*/) {}
-    /// The key does not begin with the prefix: the directive ends here.
+    /// The key does not begin with the prefix. The directive is ignored.
     virtual void outside_prefix(ConfigFile const & /*file*/, QStringView /*key*/, QString const & /*prefix*/) {}
-    /// A value came into the file's table, under a key without the prefix.
+    /// A value was added to the file's table, under a key without the prefix.
     virtual void added(ConfigFile const & /*file*/, QString const & /*key*/, QString const & /*value*/) {}
-    /// The include is a wildcard, which that many files of the folder match; they are read next.
+    /// An include is a wildcard that matches `files` files of `folder`. These are read next.
     virtual void matched(ConfigFile const & /*file*/, QString const & /*include*/, QString const & /*folder*/,
                          qsizetype /*files*/)
     {
     }
-    /// An included file has been read, and its table was added to the file's own by ConfigFile::merge.
+    /// An included file has been read, and ConfigFile::merge has added its table to that of the including file.
     virtual void merged(ConfigFile const & /*file*/, ConfigFile const & /*included*/) {}
-    /// A file is opened next, which can take long: a pipe waits for a program that writes to it.
+    /// A file is about to be opened. Opening can block: a pipe waits for a writer.
     virtual void opening(ConfigFile const & /*file*/) {}
 
 protected:
     ConfigObserver() = default;
     ConfigObserver(ConfigObserver const &) = default;
     ConfigObserver &operator=(ConfigObserver const &) = default;
-    ~ConfigObserver() = default; // nobody owns an observer by this type
+    ~ConfigObserver() = default; // not virtual: no observer is deleted through this type
 };
 
 } // namespace PelorinPHPX

@@ -27,7 +27,7 @@ void load_named(ConfigFile &config, QString const &file)
     } catch (PException const &error) {
         throw PException(fmt::format("Failed to load '{}':\n\t{}", file, error.what()));
     }
-    config.set_observer(nullptr); // it need not outlive the result
+    config.set_observer(nullptr); // the observer need not outlive the result
 }
 
 } // namespace
@@ -80,7 +80,7 @@ void ConfigFile::open(OpenFile &open_file)
     log(PLogger::Level::info, "Loading configuration file {}", file_path_);
     line_no_ = 0;
     if (parent_ != nullptr)
-        refuse_endless_name();
+        check_path_length();
     if (observer_ != nullptr)
         observer_->opening(*this);
     if (!open_file.file.open(QIODevice::ReadOnly | QIODevice::Text))
@@ -96,9 +96,9 @@ std::optional<QString> ConfigFile::next_include(OpenFile &open_file)
         auto const line = lines.next().trimmed();
         bool const failed = file.error() != QFileDevice::NoError;
         if (lines.is_stuck() && !failed)
-            break; // it is shorter than the system says, as some files of the kernel are
+            break; // the file is shorter than its reported size, as some files of the kernel are
         line_no_ = next_line_no(line_no_);
-        // Also where a part of the line came before that: a later read can go well, and give the rest as a line.
+        // Even if a part of the line was read before the error: a later read can succeed and return the rest as a line.
         if (failed)
             throw PException(fmt::format("{}", file.errorString()));
         if (line.isEmpty() || line.front() == ';' || line.front() == '#')
@@ -128,9 +128,9 @@ std::optional<QString> ConfigFile::process(QStringView line)
         throw PException(fmt::format("empty key at {}:{}", file_path_, line_no_));
     auto value = line.sliced(equals + 1).trimmed();
 
-    // Before quotes are removed: they protect a value from being a reference, and what a reference delivers loses its
-    // own.
-    QString delivered;
+    // Before quotes are removed: quotes protect a value from being a reference. The value of a reference loses its own
+    // quotes.
+    QString resolved_text;
     if (may_be_reference(value)) {
         QString name;
         std::optional<QString> default_value;
@@ -143,15 +143,15 @@ std::optional<QString> ConfigFile::process(QStringView line)
             }
             if (observer_ != nullptr)
                 observer_->resolved(*this, name, found.source);
-            delivered = *std::move(found.value);
-            value = delivered;
+            resolved_text = *std::move(found.value);
+            value = resolved_text;
         }
     }
     value = unquoted(value);
 
     if (key == u"include")
         return value.toString();
-    if (QString const *const prefix = prefix_in_force(); prefix != nullptr) {
+    if (QString const *const prefix = effective_prefix(); prefix != nullptr) {
         if (!key.startsWith(*prefix)) {
             if (observer_ != nullptr)
                 observer_->outside_prefix(*this, key, *prefix);
@@ -176,14 +176,14 @@ void ConfigFile::insert(QString &&key, QString &&value)
     values_.emplace(std::move(key), std::move(value));
 }
 
-// Programs rely on which value of a key is found first, and that follows from how unite() goes about it: no loop in its
-// place, and nothing is left out that is there already.
+// Programs rely on the order of the values that unite() produces. A loop would change it, and so would skipping values
+// that exist already.
 void ConfigFile::merge(ConfigFile const &other)
 {
     values_.unite(other.values_);
 }
 
-QString const *ConfigFile::prefix_in_force() const noexcept
+QString const *ConfigFile::effective_prefix() const noexcept
 {
     for (ConfigFile const *file = this; file != nullptr; file = file->parent_) {
         if (file->prefix_)

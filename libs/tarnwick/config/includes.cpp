@@ -1,4 +1,4 @@
-// ConfigFile: a load, with its includes.
+// ConfigFile: loading a file and its includes.
 
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
@@ -31,52 +31,52 @@ bool is_wildcard(QString const &file_name)
     return file_name.contains(u'?') || file_name.contains(u'*');
 }
 
-/// Why a folder cannot be listed to its end, where that is for lack of something: QDir takes what it got until then for
-/// all there is. Nothing of a folder that is not there, or closed to us: it has no files for us.
-std::string lack_at_listing(QString const &folder)
+/// Returns why a folder cannot be listed completely. QDir does not report it: it returns the entries that it read until
+/// then. A folder that does not exist, or that may not be read, has no files; that is no error.
+std::optional<std::string> listing_error(QString const &folder)
 {
     std::error_code error;
     std::filesystem::directory_iterator entry(QFile::encodeName(folder).toStdString(), error);
     while (!error && entry != std::filesystem::directory_iterator())
         entry.increment(error);
-    bool const is_lack = error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system ||
-                         error == std::errc::not_enough_memory || error == std::errc::io_error;
-    return is_lack ? error.message() : std::string();
+    bool const failed = error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system ||
+                        error == std::errc::not_enough_memory || error == std::errc::io_error;
+    return failed ? std::optional(error.message()) : std::nullopt;
 }
 
 } // namespace
 
-/// Reads a file and, at each include, the files that it names. Files nest on a list and not on the stack of the thread:
-/// how deep they can nest is up to the number of open files alone, since each stays open while its includes are read.
+/// Reads a file and, at each include, the included files. Nested files are on a list, not on the stack, so only the
+/// number of open files limits their depth: each stays open while its includes are read.
 class ConfigFile::Loader {
 public:
     explicit Loader(ConfigFile &root)
     {
         for (auto const *file = root.parent_; file != nullptr; file = file->parent_)
-            above_.insert(file->canonical_file_path_);
+            ancestors_.insert(file->canonical_file_path_);
         levels_.emplace_back(root);
     }
 
-    /// Reads the file of the root.
+    /// Reads the root file.
     void load()
     {
         open(levels_.back());
         run();
     }
-    /// Reads what the root includes by a directive that is not in its file.
+    /// Reads the files that an include of the root names, where the directive is not in the root's file.
     void include(QString name)
     {
-        levels_.back().includes = included_by(levels_.back().config, std::move(name));
+        levels_.back().includes = files_of(levels_.back().config, std::move(name));
         run();
     }
 
 private:
     using Names = std::multiset<QString>;
     struct Include {
-        QString name; ///< in messages
+        QString name; ///< as messages show it
         QFileInfo file;
     };
-    /// A file that is being read, up to a line that includes others.
+    /// A file that is being read, and the includes of its current line.
     struct Level {
         explicit Level(ConfigFile &level_config)
             : config(level_config)
@@ -84,10 +84,10 @@ private:
         }
 
         ConfigFile &config;
-        std::optional<OpenFile> file;    ///< none where the directive is not in the file
-        std::list<Include> includes;     ///< of the line, from the one that is being read on
-        std::optional<ConfigFile> child; ///< which is being read
-        Names::iterator name;            ///< of `config` in the names of files above, while the child is read
+        std::optional<OpenFile> file;    ///< absent if the directive is not in the file
+        std::list<Include> includes;     ///< of the current line, starting with the current file
+        std::optional<ConfigFile> child; ///< the file that is being read
+        Names::iterator name;            ///< of `config` in `ancestors_`, while the child is read
     };
 
     void run()
@@ -108,7 +108,7 @@ private:
         if (!level.includes.empty()) {
             enter(level);
         } else if (auto include = level.file ? level.config.next_include(*level.file) : std::nullopt) {
-            level.includes = included_by(level.config, *std::move(include));
+            level.includes = files_of(level.config, *std::move(include));
         } else {
             if (levels_.size() == 1)
                 return false;
@@ -119,24 +119,24 @@ private:
 
     static void open(Level &level) { level.config.open(level.file.emplace(level.config.file_path_)); }
 
-    /// Goes on with the file that is to be read next.
+    /// Opens the next included file.
     void enter(Level &level)
     {
         auto &config = level.config;
         auto const &[name, file] = level.includes.front();
-        if (above_.contains(file.canonicalFilePath()))
+        if (ancestors_.contains(file.canonicalFilePath()))
             throw PException(fmt::format("recursive include='{}' at {}:{}", name, config.file_path_, config.line_no_));
-        level.name = above_.insert(config.canonical_file_path_);
+        level.name = ancestors_.insert(config.canonical_file_path_);
         open(levels_.emplace_back(level.child.emplace(config, file.filePath())));
     }
 
-    /// Goes back to the including file. The values of this one are there before the next one is read, which sees them.
+    /// Returns to the including file and merges the values of the included one. The next included file sees them.
     void leave()
     {
         levels_.pop_back();
         auto &[config, file, includes, child, name] = levels_.back();
-        above_.erase(name);
-        ConfigFile const &included = *child; // NOLINT(bugprone-unchecked-optional-access): the file that was just left
+        ancestors_.erase(name);
+        ConfigFile const &included = *child; // NOLINT(bugprone-unchecked-optional-access): set while its file was read
         config.merge(included);
         if (config.observer_ != nullptr)
             config.observer_->merged(config, included);
@@ -146,7 +146,7 @@ private:
             file->table_size.follow(config.values_);
     }
 
-    /// The lines that led to the file that is being read, for the text of an exception.
+    /// Returns the chain of includes that led to the current file, for the text of an exception.
     [[nodiscard]] std::string including_lines() const
     {
         std::string lines;
@@ -156,14 +156,14 @@ private:
         return lines;
     }
 
-    static std::list<Include> included_by(ConfigFile const &config, QString include);
+    static std::list<Include> files_of(ConfigFile const &config, QString include);
 
-    std::list<Level> levels_; ///< the root first; children point to their parents
-    // What test_recursion() looks for in a walk along all files above, whose cost grows with the depth of each include.
-    Names above_; ///< canonical; of the files above the last level
+    std::list<Level> levels_; ///< the root first; a list, since children point to their parents
+    // The files that test_recursion() finds by a walk along all parents, whose cost grows with the depth.
+    Names ancestors_; ///< canonical paths of the files above the last level
 };
 
-std::list<ConfigFile::Loader::Include> ConfigFile::Loader::included_by(ConfigFile const &config, QString include)
+std::list<ConfigFile::Loader::Include> ConfigFile::Loader::files_of(ConfigFile const &config, QString include)
 {
     QFileInfo const target(QDir::isRelativePath(include) ? config.path_ + u'/' + include : include);
     auto const file_name = target.fileName();
@@ -176,9 +176,12 @@ std::list<ConfigFile::Loader::Include> ConfigFile::Loader::included_by(ConfigFil
     folder.setFilter(QDir::Files);
     folder.setSorting(QDir::Name);
     auto entries = folder.entryInfoList();
-    if (auto const lack = lack_at_listing(folder.path()); !lack.empty())
-        throw PException(fmt::format("include='{}' at {}:{}\n\t{}", include, config.file_path_, config.line_no_, lack));
-    if (entries.isEmpty()) { // What was lacking may be there again by now.
+    if (auto const error = listing_error(folder.path())) {
+        throw PException(
+            fmt::format("include='{}' at {}:{}\n\t{}", include, config.file_path_, config.line_no_, *error));
+    }
+    if (entries.isEmpty()) {
+        // The first listing may have failed, and a later one succeeded.
         folder.refresh();
         entries = folder.entryInfoList();
     }
@@ -200,15 +203,16 @@ void ConfigFile::include_file(QString include)
     Loader(*this).include(std::move(include));
 }
 
-// What the system can open has no longer name, unless there is a NUL in it: it is opened up to that then, the test for
-// recursion knows only the whole, and a file that includes itself in such a way, its name growing, would have no end.
-void ConfigFile::refuse_endless_name() const
+// A longer name cannot be opened, except with a NUL in it: the system opens the part before the NUL, but
+// test_recursion() compares the whole. A file that includes itself in this way, with a growing name, would never end.
+void ConfigFile::check_path_length() const
 {
     if (file_path_.toUtf8().size() >= PATH_MAX)
         throw PException(std::generic_category().message(ENAMETOOLONG));
 }
 
-// This file itself is left out: one that includes itself is read once more, as its own child, and refused there.
+// This file itself is not compared: a file that includes itself is opened once more, as its own child, and rejected
+// there.
 bool ConfigFile::test_recursion(QString const &canonical_path) const
 {
     for (ConfigFile const *file = parent_; file != nullptr; file = file->parent_) {

@@ -13,14 +13,14 @@
 
 namespace PelorinPHPX {
 
-/// The number of the next line. It stays at the largest number that there is.
+/// Returns the number of the next line. It saturates at the largest number.
 constexpr std::int32_t next_line_no(std::int32_t line_no) noexcept
 {
     return line_no == std::numeric_limits<std::int32_t>::max() ? line_no : line_no + 1;
 }
 
-/// The lines of an open file, as QFile::readLine() gives them, and their text, as QString::fromUtf8() does: in buffers
-/// that serve all lines, instead of fresh ones each.
+/// Reads the lines of an open file. The bytes equal those of QFile::readLine(), the text that of QString::fromUtf8().
+/// All lines share one pair of buffers, so most lines need no allocation.
 class LineReader {
 public:
     explicit LineReader(QFile &file)
@@ -28,7 +28,8 @@ public:
     {
     }
 
-    /// Stays until the next call. Can be empty before the end, as a file that ends in a carriage return shows.
+    /// Returns the next line; it is valid until the next call. A line can be empty before the end of the file, for
+    /// example if the file ends in a carriage return.
     QByteArrayView next()
     {
         if (buffer_.capacity() > kept)
@@ -47,15 +48,15 @@ public:
         return QByteArrayView(buffer_).first(size);
     }
 
-    /// Stays until the next call of next().
+    /// Decodes a line; the text is valid until the next call of next().
     QString const &decoded(QByteArrayView line) { return text_.assign(QUtf8StringView(line)); }
 
-    /// Whether the file gives nothing more, though it is not at its end.
+    /// Returns whether the last call read nothing although the file is not at its end.
     [[nodiscard]] bool is_stuck() const { return is_stuck_; }
 
 private:
-    // What QFile takes out of its own buffer at once: in text mode it makes a difference to carriage returns where one
-    // piece ends and the next begins.
+    // The amount that QFile::readLine() reads at once. In text mode a carriage return at the end of a read is treated
+    // differently, so reads must end at the same places.
     static constexpr qsizetype piece = 16'384;
     static constexpr qsizetype kept = 1'048'576; ///< no long line takes memory for the rest of the file
 

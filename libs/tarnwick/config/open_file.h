@@ -13,8 +13,8 @@
 
 namespace PelorinPHPX {
 
-/// Gives a table room for what a file will probably bring, by what its part so far has brought: growing in small steps
-/// would look at every key again and again. The room is in proportion to what is there: 16 times that at most.
+/// Reserves space in a table while a file is read. The size that the table will need is extrapolated from the part read
+/// so far, because each small step of growth rehashes every key. One call grows the table at most 16-fold.
 class TableSize {
 public:
     explicit TableSize(QFile const &file)

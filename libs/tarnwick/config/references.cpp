@@ -34,13 +34,13 @@ std::optional<QString> ConfigFile::get_var(QString const &name, std::optional<QS
 ConfigFile::Resolved ConfigFile::resolved(QString const &name, std::optional<QString> const &default_value) const
 {
     using Source = ConfigObserver::Source;
-    QString const *const prefix = prefix_in_force();
-    // Tables hold keys of the prefix alone: they are not asked for others.
+    QString const *const prefix = effective_prefix();
+    // A table has only keys of its prefix, so other names are not looked up.
     if (prefix == nullptr || name.startsWith(*prefix)) {
         auto const key = prefix == nullptr ? name : name.sliced(prefix->size());
         if (auto found = this->value(key))
             return {std::move(found), Source::file};
-        // No higher than this: what stands further up is not visible to a file, though the prefix is.
+        // Only the direct parent: values further up are not visible, although the prefix is.
         if (parent_ != nullptr) {
             if (auto found = parent_->value(key))
                 return {std::move(found), Source::parent};

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the sources of ConfigFile share. Not installed.
+// Declarations shared by the sources of ConfigFile. Not installed.
 
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
@@ -12,13 +12,13 @@
 
 namespace PelorinPHPX {
 
-/// What a reference stands for, and where that was found.
+/// Value of a reference, and where it was found.
 struct ConfigFile::Resolved {
     std::optional<QString> value;
     ConfigObserver::Source source;
 };
 
-/// False for most values, at less cost than to look closer: ConfigFile::is_var decides.
+/// Quickly rules out most values as references. ConfigFile::is_var decides about the rest.
 inline bool may_be_reference(QStringView value)
 {
     return value.startsWith(u"${");
