@@ -1,6 +1,6 @@
 #pragma once
 
-// How this library logs: one sequence, and nothing is formatted unless the line is wanted. Not installed.
+// Logging of this library. A line is formatted only if it is wanted. Not installed.
 //
 //     constexpr tarnwick::Log log{"libs/tarnwick/pconfigfile"};
 //     log(PLogger::Level::info, "Loading configuration file {}", file_path);
@@ -14,10 +14,10 @@
 
 namespace tarnwick {
 
-/// The format string of a log line, and the line number of the call. Compilers differ about a call of several lines: g++
-/// reports the line of its opening parenthesis. So a call has its level and its format string on that line.
+/// Format string of a log line, with the line number of the call. Compilers differ about a call that spans several
+/// lines; g++ reports the line of its opening parenthesis. So the level and the format string must be on that line.
 struct LogMessage {
-    // Not explicit: a call gives the bare text.
+    // Not explicit, so that a call can pass a plain string.
     constexpr LogMessage(char const *text, std::source_location place = std::source_location::current())
         : format(text)
         , line(static_cast<int>(place.line()))
@@ -28,7 +28,7 @@ struct LogMessage {
     int line;
 };
 
-/// The log of one source file, which is named by its path without the ending, whatever folder it was built in.
+/// Log of one source file. `file` is the path in the repository without the extension, independent of the build folder.
 struct Log {
     char const *file;
 

@@ -6,7 +6,7 @@
 
 #include <string>
 
-/// A QString as an argument of {fmt}: its UTF-8 text, with everything that a format specification can say of a string.
+/// Formatter of QString: formats its UTF-8 text, with all format specifications of a string.
 template <>
 struct fmt::formatter<QString> : fmt::formatter<std::string> {
     template <typename Context>

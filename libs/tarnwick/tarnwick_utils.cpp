@@ -44,7 +44,7 @@ QByteArray compact(QJsonArray const &array)
     return QJsonDocument(array).toJson(QJsonDocument::Compact);
 }
 
-// Element by element: what Qt makes of a nested value without a JSON form can differ from QVariant's own conversion.
+// Element by element: for a nested value without a JSON form, Qt's result can differ from QVariant's own conversion.
 QByteArray json_of(QList<QVariant> const &values)
 {
     QJsonArray array;
@@ -61,7 +61,7 @@ QByteArray json_of(QMap<QString, QVariant> const &values)
     return compact(object);
 }
 
-// Senders of the protobuf dialect measure their texts as C strings.
+// Senders of the protobuf dialect treat texts as C strings.
 std::string_view view_to_nul(QByteArray const &bytes)
 {
     return bytes.constData();
@@ -111,7 +111,7 @@ public:
         message_.set_type(ProtobufZVal::TYPE_TIMESTAMP);
         set_time(*message_.mutable_timestamp_value(), value);
     }
-    // Not TYPE_NULL, and a member that was set stays: readers do not look at it under this type.
+    // Not TYPE_NULL. The member that was set stays, but readers ignore it under this type.
     void unsupported() { message_.set_type(ProtobufZVal::TYPE_NONE); }
 
 private:
@@ -139,7 +139,7 @@ private:
     RpcZVal &message_;
 };
 
-/// Chooses the kind of value by the meta type.
+/// Selects the kind of value by the meta type.
 template <class Writer>
 void write(Writer writer, QVariant const &value)
 {
@@ -228,7 +228,7 @@ void to_protobuf_zval(RpcZVal &message, QMap<QString, QVariant> const &values)
     RpcWriter(message).json(json_of(values));
 }
 
-// The type chooses; a member that is not set reads as its default.
+// The type selects the member; one that is not set reads as its default.
 QVariant qvariant_from_protobuf_zval(ProtobufZVal const &message)
 {
     switch (message.type()) {

@@ -13,13 +13,14 @@
 
 namespace PelorinPHPX::Auth {
 
-/// An authentication request. Programs fill the fields and know what they mean; the library carries and prints them.
+/// Data of an authentication request. Programs fill the fields and define their meaning; the library stores and prints
+/// them.
 ///
 /// | Field              | Meaning                             | Unfilled |
 /// |--------------------|-------------------------------------|----------|
-/// | `kind`             | a number like the `kind` of a user  | 0        |
+/// | `kind`             | number like the `kind` of a user    | 0        |
 /// | `text_1`, `text_2` | texts that every request has        | null     |
-/// | `optional_text`    | a text that some requests have      | absent   |
+/// | `optional_text`    | text that some requests have        | absent   |
 struct TARNWICK_EXPORT RequestData : QSharedData {
     RequestData();
     Q_DISABLE_COPY_MOVE(RequestData)
@@ -31,7 +32,7 @@ struct TARNWICK_EXPORT RequestData : QSharedData {
     std::optional<QString> optional_text;
 };
 
-/// Shared handle. Nothing detaches: a field written through one is written for all that share it.
+/// Shared handle of a `RequestData`. A write through one handle is visible through all.
 class TARNWICK_EXPORT Request : public tarnwick::data::Handle<RequestData> {
 public:
     using Handle::Handle;

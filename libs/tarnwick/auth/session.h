@@ -15,13 +15,14 @@
 
 namespace PelorinPHPX {
 
-/// A session, which may be bound to a user. Programs fill the fields; the library reads `user` alone, to print it.
+/// Data of a session, which may be bound to a user. Programs fill the fields; the library only reads `user`, to print
+/// it.
 ///
 /// | Field              | Meaning                                              | Unfilled |
 /// |--------------------|------------------------------------------------------|----------|
-/// | `user`             | the session's user; one that is there is never null  | absent   |
+/// | `user`             | the session's user; never null if present            | absent   |
 /// | `blob`             | bytes of the session                                 | null     |
-/// | `word_1`, `word_2` | two numbers, told apart by their place alone         | 0        |
+/// | `word_1`, `word_2` | two numbers, distinguished only by position          | 0        |
 struct TARNWICK_EXPORT SessionData : QSharedData {
     SessionData();
     Q_DISABLE_COPY_MOVE(SessionData)
@@ -33,7 +34,7 @@ struct TARNWICK_EXPORT SessionData : QSharedData {
     std::uint64_t word_2 = 0;
 };
 
-/// Shared handle. Nothing detaches: a field written through one is written for all that share it.
+/// Shared handle of a `SessionData`. A write through one handle is visible through all.
 class TARNWICK_EXPORT Session : public tarnwick::data::Handle<SessionData> {
 public:
     using Handle::Handle;
@@ -45,7 +46,8 @@ public:
     Session &operator=(Session &&other) noexcept;
     ~Session();
 
-    /// The user as `Auth::User::to_string()` has it, `<unknown>` without one. Not for a null handle.
+    /// Returns the user as `Auth::User::to_string()` does, or `<unknown>` without a user. REQUIRES: the handle is not
+    /// null.
     [[nodiscard]] QString user_as_string() const;
 };
 

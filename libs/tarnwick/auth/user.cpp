@@ -31,7 +31,7 @@ QString User::to_string() const
         return u"unknown://"_s;
     }
 
-    // The name and the id have a format each: in a common one, a name that holds %1 would take the id.
+    // Two separate formats: in a common one, a %1 in the name would be replaced by the id.
     text += user.name ? u"'%1'"_s.arg(*user.name) : u"<undef>"_s;
     if (user.id)
         text += u" (ID: %1)"_s.arg(*user.id);

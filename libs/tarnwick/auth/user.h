@@ -14,14 +14,14 @@
 
 namespace PelorinPHPX::Auth {
 
-/// What is known of a user. Programs fill the fields; the library reads `kind`, `name` and `id`, to print them.
+/// Data of a user. Programs fill the fields; the library only reads `kind`, `name` and `id`, to print them.
 ///
 /// | Field                          | Meaning                                                | Unfilled |
 /// |--------------------------------|--------------------------------------------------------|----------|
-/// | `kind`                         | where the user comes from, one of `Kind`; all other    | 0        |
-/// |                                | numbers mean `unknown`                                 |          |
-/// | `id`                           | number of the user; 0 is an id like others             | absent   |
-/// | `name`                         | the user's name; one that is there can be empty        | absent   |
+/// | `kind`                         | source of the user, one of `Kind`; any other number    | 0        |
+/// |                                | means `unknown`                                        |          |
+/// | `id`                           | number of the user; 0 is a valid id                    | absent   |
+/// | `name`                         | the user's name; may be empty if present               | absent   |
 /// | `attribute_1`, `attribute_2`   | further texts                                          | absent   |
 /// | `entries`                      | further numbers                                        | none     |
 struct TARNWICK_EXPORT UserData : QSharedData {
@@ -44,7 +44,7 @@ struct TARNWICK_EXPORT UserData : QSharedData {
     std::unordered_set<std::uint32_t> entries;
 };
 
-/// Shared handle. Nothing detaches: a field written through one is written for all that share it.
+/// Shared handle of a `UserData`. A write through one handle is visible through all.
 class TARNWICK_EXPORT User : public tarnwick::data::Handle<UserData> {
 public:
     using Handle::Handle;
@@ -57,8 +57,9 @@ public:
     User &operator=(User &&other) noexcept;
     ~User();
 
-    /// `ldap://'ann' (ID: 7)`: where the user comes from, the name as it is, and the id if there is one. Without a name
-    /// `ldap://<undef> (ID: 7)`. Where the kind is unknown `unknown://`, whatever else is known. Not for a null handle.
+    /// Returns a text such as `ldap://'ann' (ID: 7)`: the kind, the name unescaped, and the id if there is one. Without
+    /// a name the text is `ldap://<undef> (ID: 7)`. If the kind is unknown the text is `unknown://`, whatever else is
+    /// set. REQUIRES: the handle is not null.
     [[nodiscard]] QString to_string() const;
 };
 

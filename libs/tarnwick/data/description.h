@@ -23,32 +23,32 @@ class ZVal;
 } // namespace detail
 } // namespace php
 
-/// How a field wants to be read by a person, where its type does not tell.
+/// How to present a field to a person, where its type does not show it.
 enum class Sense {
     plain,
     instant, ///< a `TimePair` that is a point in time
     span,    ///< a `TimePair` that is a length of time
 };
 
-/// A value of a classification and what it means.
+/// A value of a classification and its meaning.
 struct Label {
     std::int64_t value;
     std::string_view meaning;
 };
 
-/// One field of a record: its name and what reads it, the accessor of that name as a rule, or the member itself where a
-/// record is a plain struct.
+/// A field of a record: its name and how to read it. `read` is usually the accessor of that name; for a plain struct it
+/// is the data member.
 template <class Record, class Member>
 struct Field {
     std::string_view name;
     Member Record::*read;
     Sense sense = Sense::plain;
     // NOLINTNEXTLINE(readability-redundant-member-init): fields leave them out
-    std::span<Label const> labels = {}; ///< of a classification whose values have a known meaning
+    std::span<Label const> labels = {}; ///< of a classification with known meanings
 };
 
-/// A field that holds a handle of a record which stands elsewhere, and which can be null: it is told by the `id` of that
-/// record.
+/// A field that refers to a record printed elsewhere. Its value is a handle, which may be null; it is printed as that
+/// record's `id`.
 template <class Record, class Member>
 struct Link {
     std::string_view name;
@@ -56,14 +56,16 @@ struct Link {
     static constexpr Sense sense = Sense::plain;
 };
 
-/// The one description of a record, from which everything that prints it is made. A specialisation stands beside each
-/// record, with `name` (family dot class, `php.RShutdown`) and `fields`, a tuple of `Field` and `Link` in the record's
-/// order. A program that describes a record of its own includes `<tarnwick/data/print.h>` in the same header: without it,
-/// a `QVariant` or `QDebug` of that record does not link.
+/// Description of a record, on which all printing is based. Each record has a specialisation in its own header. `name`
+/// is the family, a dot and the class: `php.RShutdown`. `fields` is a tuple of `Field` and `Link` in the record's
+/// order.
+///
+/// A program may describe its own records. The header with the specialisation must then include
+/// `<tarnwick/data/print.h>`; otherwise a `QVariant` or `QDebug` of that record does not link.
 template <class Record>
 struct Description;
 
-/// The name without the family: `RShutdown`.
+/// Returns the name without the family: `RShutdown`.
 template <class Record>
 constexpr std::string_view class_name()
 {
@@ -71,6 +73,7 @@ constexpr std::string_view class_name()
     return name.substr(name.rfind('.') + 1);
 }
 
+/// A type with a `Description`.
 template <class T>
 concept Described = requires {
     { Description<T>::name } -> std::convertible_to<std::string_view>;
@@ -84,19 +87,20 @@ constexpr void for_each_field(Visit &&visit)
     std::apply([&](auto const &...field) { (visit(field), ...); }, Description<Record>::fields);
 }
 
-/// What prints by the description of its fields: records and their parts.
+/// Types that print through a `Description`, and the parts of records that print without one.
 template <class T>
 concept PrintablePart =
     Described<T> || std::same_as<T, php::RequestId> || std::same_as<T, TimePair> || std::same_as<T, php::StackTrace> ||
     std::same_as<T, php::detail::ZVal> || std::same_as<T, php::detail::PelorinArray>;
 
-// Not `detail`: a program that uses the namespaces of the records, where payloads are in `detail`, would find two.
+// Not named `detail`: payloads of records are in a namespace `detail`, and a program that uses both namespaces would
+// make the name ambiguous.
 namespace internal {
 
 template <class Payload>
 Payload const &payload_of(QExplicitlySharedDataPointer<Payload> const &);
 
-/// The library defines this for its own records and parts, `data/print.h` for those of programs.
+/// Text of a part. The library instantiates it for its own records and parts, `data/print.h` for those of programs.
 template <PrintablePart T>
 struct PartText {
     static std::string of(T const *part);
@@ -104,13 +108,13 @@ struct PartText {
 
 } // namespace internal
 
-/// Records, their parts, their handles, and the pointers that lists hold.
+/// Types that print: records, their parts, handles of either, and the pointers that lists contain.
 template <class T>
 concept Printable = PrintablePart<T> || requires(T const &value) {
     requires PrintablePart<std::remove_cvref_t<decltype(internal::payload_of(value))>>;
 };
 
-/// One line, `none` for a null handle; see `TextWriter` for its form.
+/// Returns a value as one line, `none` for a null handle. `TextWriter` describes the format.
 template <Printable T>
 std::string to_text(T const &value)
 {
@@ -122,7 +126,7 @@ std::string to_text(T const &value)
 
 } // namespace tarnwick::data
 
-// Visible wherever a record is: a QVariant prints what is visible where its metatype is made.
+// Declared with every record: a QVariant prints with the operator that is visible where its metatype is instantiated.
 template <tarnwick::data::Printable T>
 QDebug operator<<(QDebug debug, T const &value)
 {

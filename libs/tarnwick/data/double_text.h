@@ -8,8 +8,8 @@
 
 namespace tarnwick::data {
 
-/// A double for people: the shortest text that reads back, apart from an integer also where nothing stands behind the
-/// point.
+/// Formats a double for people: the shortest text that reads back as the same number. `.0` is appended where the text
+/// would look like an integer.
 inline std::string double_text(double value)
 {
     auto shortest = fmt::to_string(value);

@@ -10,15 +10,16 @@
 
 namespace tarnwick::data {
 
-/// Shared handle of a payload: one pointer wide, copied at the cost of one atomic increment. The last handle deletes the
-/// payload. Every handle class of the library derives from this one and is a `QExplicitlySharedDataPointer`, so functions
-/// of Qt and of programs that take the pointer type take handles.
+/// Shared handle of a payload. A handle is one pointer wide, and a copy costs one atomic increment. The last handle
+/// deletes the payload. Every handle class of the library derives from `Handle` and is a
+/// `QExplicitlySharedDataPointer`, so functions that take that pointer type also take handles.
 ///
-/// The pointer type converts to the handle of the same payload, because lists and tables hold it. Nothing else converts:
-/// a handle is no `bool` except in a condition, no number, and no handle of another record.
+/// The pointer type converts implicitly to the handle of the same payload, because lists and tables contain pointers.
+/// Nothing else converts. A handle is usable as a condition, but converts to no `bool`, number or handle of another
+/// record.
 ///
-/// Records have no operation that changes them, so there is no handle of a const payload. The fields of users,
-/// authentication requests and sessions are written through their handles.
+/// Records are immutable, so there is no handle of a const payload. Users, authentication requests and sessions are the
+/// exception: programs write their fields through the handles.
 template <class Payload>
 class Handle : public QExplicitlySharedDataPointer<Payload> {
 public:
@@ -29,24 +30,24 @@ public:
         : Pointer(payload)
     {
     }
-    /// Takes over one count that the caller holds.
+    /// Adopts a reference that the caller already counted.
     Handle(Payload *payload, QAdoptSharedDataTag tag) noexcept
         : Pointer(payload, tag)
     {
     }
-    Handle(Pointer const &pointer) noexcept // NOLINT(google-explicit-constructor): elements of lists pass for handles
+    Handle(Pointer const &pointer) noexcept // NOLINT(google-explicit-constructor): list elements convert to handles
         : Pointer(pointer)
     {
     }
-    Handle(Pointer &&pointer) noexcept // NOLINT(google-explicit-constructor): elements of lists pass for handles
+    Handle(Pointer &&pointer) noexcept // NOLINT(google-explicit-constructor): list elements convert to handles
         : Pointer(std::move(pointer))
     {
     }
 
-    /// Whether the handle is not null. Hides the implicit conversion of the base class.
+    /// Returns whether the handle is not null. Hides the implicit conversion of the base class.
     explicit operator bool() const noexcept { return this->get() != nullptr; }
 
-    // Qt's pointer type claims to convert from and to that of every other type.
+    // Deleted because Qt's pointer type declares conversions from and to the pointer type of every class.
     template <class Other>
         requires(!std::convertible_to<Other *, Payload *>)
     explicit Handle(QExplicitlySharedDataPointer<Other> const &) = delete;
@@ -62,12 +63,12 @@ void as_handle(Handle<Payload> const &);
 
 } // namespace internal
 
-/// A class that derives from `Handle` and adds no member.
+/// A class that derives from `Handle` and adds no data member.
 template <class T>
 concept HandleClass = requires(T const &handle) { internal::as_handle(handle); } && sizeof(T) == sizeof(void *);
 
 } // namespace tarnwick::data
 
-// Lists move handles as bytes, and a QVariant holds one without an allocation.
+// Handles are relocatable: lists move them as bytes, and a QVariant stores one without an allocation.
 template <tarnwick::data::HandleClass T>
 Q_DECLARE_TYPEINFO_BODY(T, Q_RELOCATABLE_TYPE);

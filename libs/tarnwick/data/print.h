@@ -1,7 +1,7 @@
 #pragma once
 
-// Printing of records: include it to give them, their handles and their parts to `fmt::format`, and to print a record of
-// your own that has a `Description`. `QDebug` prints the library's records without it.
+// Printing of records with {fmt}. Include it to pass records, handles and parts to `fmt::format`, or to print a record
+// of your own that has a `Description`. `QDebug` prints the library's records without it.
 
 #include <tarnwick/data/text_writer.h>
 #include <tarnwick/data/walk.h>
@@ -22,7 +22,8 @@ std::string tarnwick::data::internal::PartText<T>::of(T const *part)
     return writer.line();
 }
 
-/// Takes the format specifications of a string. A list of records does not quote them as it quotes strings.
+/// Formatter of records, handles and parts. Takes the format specifications of a string. Elements of a formatted list
+/// are not quoted, unlike strings.
 template <tarnwick::data::Printable T>
 struct fmt::formatter<T, char> : private fmt::formatter<fmt::string_view> {
     using fmt::formatter<fmt::string_view>::parse;
@@ -38,7 +39,7 @@ FMT_BEGIN_NAMESPACE
 template <typename T, typename Char>
 struct is_range;
 
-/// Tables of records are containers, and print as the records that they are.
+/// Disables {fmt}'s range formatting for tables of records, which are both containers and records.
 template <tarnwick::data::Printable T, typename Char>
 struct is_range<T, Char> : std::false_type {};
 FMT_END_NAMESPACE

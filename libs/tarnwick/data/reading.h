@@ -1,6 +1,6 @@
 #pragma once
 
-// The vocabulary of all constructors: how a value is read out of a message. Not installed.
+// Helpers of the constructors: they read values from messages. Not installed.
 //
 // What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case
 // of a oneof against its generated constant, and no test where the default of an absent field is the zero that the
@@ -22,35 +22,35 @@
 
 namespace tarnwick::data {
 
-/// All bytes decoded as UTF-8: a NUL does not end the text, a byte-order mark at the start is dropped, each byte that is
-/// not UTF-8 becomes a replacement character, and an empty text is empty but not null. Null is left for texts that no
-/// message reached.
+/// Decodes bytes as UTF-8. A NUL does not end the text. A byte-order mark at the start is dropped. Each byte that is
+/// not UTF-8 becomes a replacement character. An empty text is empty but not null: null means that no message had the
+/// text.
 inline QString text(std::string const &bytes)
 {
     return QString::fromUtf8(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
 }
 
-/// All bytes as they came, for what is not text.
+/// Copies bytes unchanged, for fields that are not text.
 inline QByteArray bytes(std::string const &bytes)
 {
     return QByteArray::fromStdString(bytes);
 }
 
-/// The way back: what a message's setter takes.
+/// Views bytes in the form that setters of messages take.
 inline std::string_view view(QByteArray const &bytes)
 {
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
-/// A google.protobuf.Timestamp or Duration, as it came.
+/// Copies a google.protobuf.Timestamp or Duration unchanged.
 template <class Message>
 TimePair time_pair(Message const &message)
 {
     return {message.seconds(), message.nanos()};
 }
 
-/// The location of the rpc dialect, where the sub-message alone decides: a present one is a location even when its file
-/// is empty. `Message` is any message with a `location` field.
+/// Reads a location of the rpc dialect. A present sub-message is a location even if its file name is empty. `Message`
+/// is any message with a `location` field.
 template <class Message>
 std::optional<php::SourceLocation> location_when_present(Message const &message)
 {
@@ -59,7 +59,7 @@ std::optional<php::SourceLocation> location_when_present(Message const &message)
     return php::SourceLocation(message.location());
 }
 
-/// The location of the protobuf dialect, where the file name decides: without one the line is dropped, whatever it is.
+/// Reads a location of the protobuf dialect. Without a file name there is no location, and the line is ignored.
 inline std::optional<php::SourceLocation> location_when_file_named(std::string const &file, std::uint32_t line)
 {
     if (file.empty())
@@ -74,8 +74,8 @@ constexpr std::uint8_t classification(decltype(top) number)
     return std::min(static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(top));
 }
 
-/// The optional number of the protobuf dialect, where a negative one stands for none: one that was never set is a 0 that
-/// is there.
+/// Reads an optional number of the protobuf dialect, where a negative number means absent. A number that was never set
+/// is a present 0.
 constexpr std::optional<std::uint32_t> number_unless_negative(std::int32_t number)
 {
     if (number < 0)

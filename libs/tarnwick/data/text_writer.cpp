@@ -51,7 +51,7 @@ void TextWriter::entry_value()
     out_.append(" => ");
 }
 
-// Exported, so not inline like the other operations that print nothing.
+// Not inline like the other empty operations: the symbol is exported.
 void TextWriter::begin_value(std::string_view /*kind*/) {}
 
 void TextWriter::bare_value(std::string_view kind)

@@ -12,11 +12,12 @@ class QString;
 
 namespace tarnwick::data {
 
-/// Writes records on one line, for logs and debuggers, like `php.RShutdown{request_id: 7, duration: {0 s, 5 ns}, ...}`.
-/// Texts and bytes stand in quotes with escapes, a null text is `null`, what is absent is `none`. PHP arrays are
-/// `["key" => value]`. Of a chunk of a trace the first bytes are shown.
+/// Writes a record as one line of text for logs and debuggers, such as `php.RShutdown{request_id: 7, duration: {0 s, 5
+/// ns}, ...}`. Texts and bytes are quoted and escaped. A null text is `null`, an absent value `none`, a PHP array
+/// `["key" => value]`. Only the first bytes of a trace chunk are written.
 class TARNWICK_EXPORT TextWriter {
 public:
+    /// Returns the text written so far.
     [[nodiscard]] std::string const &line() const noexcept { return out_; }
 
     void begin_record(std::string_view name);
@@ -50,7 +51,7 @@ private:
     void separate();
 
     std::string out_;
-    bool first_ = true; ///< nothing stands in the innermost record or list yet
+    bool first_ = true; ///< whether the innermost record or list is still empty
 };
 
 } // namespace tarnwick::data

@@ -67,11 +67,11 @@ concept Writer = requires(W writer, std::string_view name, QString const &text) 
     writer.chunk(name);
 };
 
-/// The kinds of PHP values by their numbers.
+/// Names of the kinds of PHP values, by number.
 inline constexpr std::array<std::string_view, std::variant_size_v<php::detail::ZVal::Value>> kind_names{
     "undefined", "null", "bool", "long", "double", "string", "array", "object", "resource", "json", "timestamp"};
 
-// Not a plain `bool`, to which any pointer would convert.
+// Not plain `bool`: any pointer would convert to it.
 template <Writer W, std::same_as<bool> T>
 void walk(W &writer, T value)
 {
@@ -141,14 +141,14 @@ void walk(W &writer, std::array<char, size> const &block)
     writer.digits({hex.constData(), static_cast<std::size_t>(hex.size())});
 }
 
-/// A view is how a record shows what it owns in a form that is no value: a chunk of a trace.
+/// A view is a chunk of a trace: large bytes that a record owns.
 template <Writer W>
 void walk(W &writer, std::string_view chunk)
 {
     writer.chunk(chunk);
 }
 
-// Values hold each other, so each is declared before any is told.
+// Values nest, so all overloads are declared before the first definition.
 template <Writer W, class T>
 void walk(W &writer, std::optional<T> const &value);
 template <Writer W, class... Alternatives>
@@ -179,7 +179,7 @@ void walk(W &writer, std::optional<T> const &value)
         writer.absent();
 }
 
-// An alternative that is no record stands for none of them.
+// An alternative without a description means that none of the others is present.
 template <Writer W, class... Alternatives>
 void walk(W &writer, std::variant<Alternatives...> const &alternatives)
 {
@@ -217,14 +217,14 @@ void walk(W &writer, QList<T> const &list)
     walk_items(writer, list);
 }
 
-// The values hold their keys.
+// The keys are left out: each value contains its key.
 template <Writer W, class Key, class T>
 void walk(W &writer, QMap<Key, T> const &table)
 {
     walk_items(writer, table);
 }
 
-// In order: two sets that hold the same print the same.
+// Sorted, so that equal sets print the same text.
 template <Writer W, class T>
 void walk(W &writer, std::unordered_set<T> const &set)
 {
@@ -309,7 +309,7 @@ void walk_value(W &writer, Link<Record, Member> const &link, std::type_identity_
         writer.absent();
 }
 
-/// Tells the fields of a record to a writer, in the record's order.
+/// Writes the fields of a record, in the record's order.
 template <Writer W, Described Record>
 void walk_fields(W &writer, Record const &record)
 {

@@ -1,4 +1,4 @@
-"""Pretty printers for gdb: PHP values, and the QString that stands in them, as a person would write them.
+"""Pretty printers for gdb: PHP values and QString in readable form.
 
     (gdb) source PREFIX/share/tarnwick/gdb/tarnwick_gdb.py
 """
@@ -6,11 +6,11 @@
 import gdb
 import gdb.printing
 
-LONGEST_ARRAY = 20  # elements of an array that are shown where it stands inside something else
+LONGEST_ARRAY = 20  # number of elements that are shown of a nested array
 
 
 def payload_of(handle):
-    """What a handle points to, or None."""
+    """Returns the payload of a handle, or None."""
     pointer = handle["d"]
     if pointer.type.strip_typedefs().code != gdb.TYPE_CODE_PTR:
         pointer = pointer["ptr"]  # later versions of Qt wrap the pointer
@@ -106,7 +106,7 @@ def value_text(value):
     index = int(variant["_M_index"])
     if index >= len(KIND_TEXTS):
         return "valueless"
-    # All alternatives lie at the start of the variant's storage.
+    # Every alternative is at the start of the variant's storage.
     kind = variant.type.strip_typedefs().template_argument(index)
     return KIND_TEXTS[index](variant["_M_u"].address.cast(kind.pointer()).dereference())
 

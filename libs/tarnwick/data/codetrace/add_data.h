@@ -19,11 +19,14 @@
 namespace tarnwick::data::codetrace {
 namespace detail {
 
-/// One chunk of a code trace's additional data: in all else as `Data`, and yet no `Data`.
+/// One chunk of a code trace's additional data. Same fields, ownership and cost as `Data`, but a type of its own:
+/// neither converts to the other.
 class TARNWICK_EXPORT AddData : public QSharedData {
 public:
-    /// The chunk starts after `skip` bytes; if `skip` <= 0 or nothing follows, `data()` is null.
+    /// Takes over a message of the protobuf dialect. The chunk starts after `skip` bytes; if `skip` <= 0 or nothing
+    /// follows, `data()` is null.
     AddData(ZMQ::Message message, php::RequestId request_id, long skip) noexcept;
+    /// Takes over a message of the rpc dialect. The chunk is the whole message.
     AddData(zeromq::msg_t &&message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(AddData)
 
@@ -40,7 +43,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::AddData`.
 class AddData : public Handle<detail::AddData> {
 public:
     using Handle::Handle;

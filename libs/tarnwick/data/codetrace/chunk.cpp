@@ -4,7 +4,8 @@
 
 namespace tarnwick::data::codetrace::detail {
 
-// The view is of the record's own message: a small one's bytes moved with it. A move that fails leaves that empty.
+// The view refers to the record's own message, since the bytes of a small message move with it. A failed move leaves
+// that message empty.
 
 Chunk::Chunk(ZMQ::Message &message, long skip) noexcept
 {

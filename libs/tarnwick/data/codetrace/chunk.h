@@ -14,15 +14,17 @@
 namespace tarnwick::data::codetrace {
 namespace detail {
 
-/// What `Data` and `AddData` share: a transport message and the view into it. A member of both and no base class, so
-/// that neither can pass for the other. It stays where it was made: ZeroMQ keeps a small message's bytes inside the
-/// `zmq_msg_t`, and the view points there.
+/// A transport message and a view of its bytes: the common part of `Data` and `AddData`. Both have it as a member. With
+/// a common base class each would convert to that base.
+///
+/// A chunk is neither copied nor moved. ZeroMQ stores the bytes of a small message inside the `zmq_msg_t`, and the view
+/// points there.
 class Chunk {
 public:
-    /// Of the protobuf dialect: what follows the first `skip` bytes. If `skip` <= 0 or nothing follows, there is no view,
-    /// though the message is kept.
+    /// Takes over a message of the protobuf dialect and views the bytes after the first `skip`. If `skip` <= 0 or
+    /// nothing follows, there is no view, but the message is kept.
     Chunk(ZMQ::Message &message, long skip) noexcept;
-    /// Of the rpc dialect: the whole message.
+    /// Takes over a message of the rpc dialect and views all of its bytes.
     explicit Chunk(zeromq::msg_t &message) noexcept;
     Q_DISABLE_COPY_MOVE(Chunk)
     ~Chunk() = default;
@@ -39,11 +41,11 @@ private:
     char const *data_ = nullptr;
     std::uint64_t size_ = 0;
     bool more_ = false;
-    bool has_view_ = false; ///< `data_` does not decide it: ZeroMQ allows null for a message of 0 bytes
+    bool has_view_ = false; ///< not `data_ != nullptr`: ZeroMQ may return null for a message of 0 bytes
     zeromq::msg_t message_;
 };
 
-/// The description of both records.
+/// The fields of both records, for their `Description`.
 template <class Record>
 inline constexpr std::tuple chunk_fields{
     Field{"request_id", &Record::request_id},

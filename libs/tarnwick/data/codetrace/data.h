@@ -19,23 +19,28 @@
 namespace tarnwick::data::codetrace {
 namespace detail {
 
-/// One chunk of a code trace's body. It owns the transport message that it was made from: the bytes stay where they came
-/// as long as the record lives, but for the few that ZeroMQ keeps inside a small message. Its constructors touch no heap
-/// and leave their argument empty.
+/// One chunk of a code trace's body.
+///
+/// The record owns the transport message from which it is constructed. Large messages are not copied: their bytes keep
+/// their address. ZeroMQ copies the few bytes of a small message. The constructors allocate nothing and leave their
+/// argument empty.
 ///
 /// | Accessor       | Meaning, unit                   | rpc                       | protobuf                         |
 /// |----------------|---------------------------------|---------------------------|----------------------------------|
 /// | `request_id()` | traced request                  | constructor argument      | constructor argument             |
-/// | `data()`       | first byte of the chunk, not to | first byte of the message | after the bytes to skip; null    |
-/// |                | be read where `size()` is 0     |                           | if none are, or none follow      |
-/// | `size()`       | bytes of the chunk              | bytes of the message      | bytes after those to skip, or 0  |
-/// | `more()`       | further parts of the transport  | what the transport says   | false, whatever it says          |
-/// |                | message follow                  |                           |                                  |
-/// | `view()`       | `data()` and `size()` as one    | always present            | absent where `data()` is null    |
+/// | `data()`       | first byte of the chunk; do not | first byte of the message | after the skipped bytes; null if |
+/// |                | read it if `size()` is 0        |                           | `skip` <= 0 or nothing follows   |
+/// | `size()`       | bytes of the chunk              | bytes of the message      | bytes after the skipped ones; 0  |
+/// |                |                                 |                           | where `data()` is null           |
+/// | `more()`       | whether more parts of the       | the message's own flag    | always false                     |
+/// |                | transport message follow        |                           |                                  |
+/// | `view()`       | `data()` and `size()` together  | always present            | absent where `data()` is null    |
 class TARNWICK_EXPORT Data : public QSharedData {
 public:
-    /// The chunk starts after `skip` bytes; if `skip` <= 0 or nothing follows, `data()` is null.
+    /// Takes over a message of the protobuf dialect. The chunk starts after `skip` bytes; if `skip` <= 0 or nothing
+    /// follows, `data()` is null.
     Data(ZMQ::Message message, php::RequestId request_id, long skip) noexcept;
+    /// Takes over a message of the rpc dialect. The chunk is the whole message.
     Data(zeromq::msg_t &&message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(Data)
 
@@ -52,7 +57,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Data`.
 class Data : public Handle<detail::Data> {
 public:
     using Handle::Handle;

@@ -26,7 +26,7 @@ TraceKind kind_of(ProtobufHeader::Kind kind)
     }
 }
 
-// This dialect counts from 1; 0 is what an unset kind reads as.
+// This dialect counts from 1; an unset kind reads as 0.
 TraceKind kind_of(RpcRequest::Kind kind)
 {
     switch (kind) {
@@ -50,7 +50,7 @@ constexpr std::size_t word_16_offset = 16;
 constexpr std::size_t long_24_offset = 24;
 constexpr std::size_t long_32_offset = 32;
 
-/// Writes behind the magic what a message of either dialect holds: of the version's numbers and of the id the low bits.
+/// Writes the fields of a message of either dialect after the magic bytes. Version numbers and the id are truncated.
 template <class Message>
 void write(Header::DumpHeader &header, php::RequestId request_id, Message const &message)
 {

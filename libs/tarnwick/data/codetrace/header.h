@@ -22,24 +22,24 @@ class NotifyRequest;
 namespace tarnwick::data::codetrace {
 namespace detail {
 
-/// The start of a code trace, with the bytes that stand before its chunks in a dump. Its constructors touch no heap.
+/// The start of a code trace, and the header that a dump of the trace begins with. The constructors allocate nothing.
 ///
 /// | Accessor        | Meaning, unit                    | rpc                            | protobuf             |
 /// |-----------------|----------------------------------|--------------------------------|----------------------|
 /// | `request_id()`  | traced request                   | envelope, 0 when absent        | constructor argument |
 /// | `trace_kind()`  | 0, 1, 2, or 3 for unknown        | sent as 1, 2, 3; unknown if    | sent as 0, 1, 2;     |
 /// |                 |                                  | unset, or without a header     | 0 when unset         |
-/// | `dump_header()` | 40 bytes, ready to be written    | `C`, `T`, 1 and zeroes without | all fields as sent   |
-/// |                 |                                  | a header, even of the id       |                      |
+/// | `dump_header()` | 40 bytes, ready to be written    | without a header: `C`, `T`, 1  | all fields as sent   |
+/// |                 |                                  | and zeroes, also for the id    |                      |
 ///
-/// What stands in the dump header, numbers with their most significant byte first:
+/// Layout of the dump header. Numbers are big-endian:
 ///
 /// | Offset | Bytes | Content                        |
 /// |--------|-------|--------------------------------|
 /// | 0      | 2     | `C`, `T`                       |
 /// | 2      | 1     | low byte of `format_major`     |
 /// | 3      | 1     | low byte of `format_minor`     |
-/// | 4      | 4     | low half of the request's id   |
+/// | 4      | 4     | low 32 bits of the request id  |
 /// | 8      | 4     | `word_8`                       |
 /// | 12     | 4     | `word_12`                      |
 /// | 16     | 4     | `word_16`                      |
@@ -50,14 +50,15 @@ namespace detail {
 /// Messages: `<tarnwick/rpc/codetrace/v1/notify_request.pb.h>` and `<pelorin/protobuf/CT/header.pb.h>`.
 class TARNWICK_EXPORT Header : public QSharedData {
 public:
-    /// The dialects count the kinds from different numbers, neither of which a reader of this one sees.
+    /// Kind of a trace, the same for both dialects, although they number the kinds differently.
     enum class TraceKind : std::uint8_t { kind_0, kind_1, kind_2, unknown };
 
     static constexpr std::size_t dump_header_size = 40;
     using DumpHeader = std::array<char, dump_header_size>;
 
-    /// A report of something else than a header gives its id.
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id.
     explicit Header(rpc::codetrace::v1::NotifyRequest const &message) noexcept;
+    /// Reads a report of the protobuf dialect.
     Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(Header)
 
@@ -73,7 +74,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Header`.
 class Header : public Handle<detail::Header> {
 public:
     using Handle::Handle;

@@ -7,7 +7,7 @@
 
 namespace tarnwick::data::glimmet {
 
-// Absent numbers read as an empty message, which gives zeroes.
+// Absent statistics read as an empty message: zeroes.
 FunctionStats::FunctionStats(rpc::glimmet::v1::Function const &message)
     : has_location_(message.has_location())
     , name_(text(message.name()))
@@ -18,8 +18,8 @@ FunctionStats::FunctionStats(rpc::glimmet::v1::Function const &message)
 {
 }
 
-// Here the kind decides on a location, not the file name as elsewhere in this dialect: of a function of another kind the
-// file is not read, and one without a file keeps its lines.
+// Unlike elsewhere in this dialect, the kind decides whether there is a location, not the file name. Otherwise the file
+// is not read; with this kind even an empty file keeps its lines.
 FunctionStats::FunctionStats(pelorin::protobuf::Glimmet::Function const &message)
     : has_location_(message.kind() == pelorin::protobuf::Glimmet::Function::KIND_IN_SOURCE)
     , name_(text(message.name()))

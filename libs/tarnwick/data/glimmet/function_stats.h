@@ -20,17 +20,17 @@ class Function;
 
 namespace tarnwick::data::glimmet {
 
-/// What the profiler measured of one function in one request. Lines know nothing of each other: there is no caller and
-/// no tree. One that was moved from can only be assigned to or destroyed.
+/// Profiler statistics of one function in one request. Entries are independent: there is no caller and no call tree. A
+/// moved-from object can only be assigned to or destroyed.
 ///
 /// | Accessor         | Meaning, unit                       | rpc                          | protobuf                      |
 /// |------------------|-------------------------------------|------------------------------|-------------------------------|
 /// | `has_location()` | whether `location()` is there       | by presence of the location  | `kind` 1, whatever the file   |
 /// | `name()`         | name of the function as reported    | may be empty                 | may be empty                  |
-/// | `location()`     | where the function stands           | by presence, also if no file | for `kind` 1, also if no file |
+/// | `location()`     | where the function is defined       | by presence, also if no file | for `kind` 1, also if no file |
 /// | `count()`        | counter of the function             | 0 without `stats`            | 0 when unset                  |
-/// | `time_first()`,  | two times measured, told apart by   | 0, 0 when absent             | 0, 0 when absent              |
-/// | `time_second()`  | their place alone                   |                              |                               |
+/// | `time_first()`,  | two measured times, distinguished   | 0, 0 when absent             | 0, 0 when absent              |
+/// | `time_second()`  | only by position                    |                              |                               |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/functions.pb.h>` and `<pelorin/protobuf/Glimmet/functions.pb.h>`.
 class TARNWICK_EXPORT FunctionStats {

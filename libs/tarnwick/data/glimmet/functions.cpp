@@ -5,7 +5,7 @@
 
 namespace tarnwick::data::glimmet::detail {
 
-// The list grows as it is filled: what a line costs does not depend on how many were announced.
+// No reserve(): memory then depends on the functions that exist, not on the number that a message announces.
 
 Functions::Functions(rpc::glimmet::v1::NotifyRequest const &message)
     : request_id_(message.request_id())

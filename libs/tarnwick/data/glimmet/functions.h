@@ -20,18 +20,20 @@ class NotifyRequest;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// What the profiler measured of the functions of one request. Nothing is sorted, summed or merged.
+/// Profiler statistics of the functions of one request. Nothing is sorted, summed or merged.
 ///
 /// | Accessor       | Meaning                    | rpc                                | protobuf             |
 /// |----------------|----------------------------|------------------------------------|----------------------|
 /// | `request_id()` | request that was measured  | envelope, 0 when absent            | constructor argument |
-/// | `functions()`  | a line a function, in the  | empty in a report of another case  | may be empty         |
-/// |                | order of the message       |                                    |                      |
+/// | `functions()`  | one entry a function, in   | empty in a report of another case  | may be empty         |
+/// |                | the order of the message   |                                    |                      |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/functions.pb.h>`.
 class TARNWICK_EXPORT Functions : public QSharedData {
 public:
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id.
     explicit Functions(rpc::glimmet::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     Functions(pelorin::protobuf::Glimmet::Functions const &message, php::RequestId request_id);
     Q_DISABLE_COPY_MOVE(Functions)
 
@@ -45,7 +47,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Functions`.
 class Functions : public Handle<detail::Functions> {
 public:
     using Handle::Handle;

@@ -20,12 +20,12 @@ class SqlConnection;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// A connection to a database. Both dialects send the same.
+/// A database connection. Both dialects send the same fields.
 ///
 /// | Accessor | Meaning                                                         | rpc and protobuf     |
 /// |----------|-----------------------------------------------------------------|----------------------|
-/// | `id()`   | what queries of the report name it by; 0 is an id like others   | 0 when unset         |
-/// | `kind()` | classification from 0 to 6, 6 for what is none of the others    | 0 when unset         |
+/// | `id()`   | id by which queries of the report refer to it; 0 is a valid id  | 0 when unset         |
+/// | `kind()` | classification from 0 to 6; 6 is the catch-all                  | 0 when unset         |
 /// | `name()` | text as reported                                                | may be empty         |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
@@ -47,7 +47,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::SqlConnection`.
 class SqlConnection : public Handle<detail::SqlConnection> {
 public:
     using Handle::Handle;

@@ -17,12 +17,13 @@ class SqlQueries;
 
 namespace tarnwick::data::glimmet {
 
-/// The connections of a report by their ids, in ascending order. Of several connections with one id the last one counts.
-/// A table that was read from a message holds no null pointer. Any number of threads may read one table.
+/// The connections of a report, in ascending order of id. If several connections have the same id, the table has the
+/// last of them. A table that is read from a message contains no null pointer. Any number of threads may read one
+/// table.
 ///
 /// | Accessor        | Meaning          | rpc                           | protobuf                       |
 /// |-----------------|------------------|-------------------------------|--------------------------------|
-/// | `connections()` | the whole table  | out of the report of queries  | a report of its own            |
+/// | `connections()` | the whole table  | part of the queries' report   | a separate report              |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlConnections : public QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlConnection>> {
@@ -30,7 +31,9 @@ public:
     using Table = QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlConnection>>;
 
     SqlConnections() noexcept = default;
+    /// Reads the connections of the rpc dialect.
     explicit SqlConnections(rpc::glimmet::v1::SqlQueries const &message);
+    /// Reads the connections of the protobuf dialect.
     explicit SqlConnections(pelorin::protobuf::Glimmet::SqlConnections const &message);
 
     [[nodiscard]] Table const &connections() const noexcept { return *this; }

@@ -15,7 +15,7 @@ class SqlError;
 
 namespace tarnwick::data::glimmet {
 
-/// The error that a query reported. Both dialects send the same.
+/// The error that a query reported. Both dialects send the same field.
 ///
 /// | Accessor    | Meaning                    | rpc and protobuf |
 /// |-------------|----------------------------|------------------|

@@ -23,25 +23,29 @@ class NotifyRequest;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// The SQL activity of one request. No pointer in the lists is null.
+/// The SQL activity of one request: its queries, connections and transactions. No pointer in the lists is null.
 ///
 /// | Accessor         | Meaning                              | rpc                              | protobuf               |
 /// |------------------|--------------------------------------|----------------------------------|------------------------|
 /// | `request_id()`   | request that was measured            | envelope, 0 when absent          | constructor argument   |
-/// | `connections()`  | by ascending ids, used or not        | of the same report               | the whole table given  |
-/// | `transactions()` | by ascending ids, used or not        | of the same report               | the whole table given  |
-/// | `queries()`      | in the order of the message          | of the same report               | may be empty           |
+/// | `connections()`  | by ascending id, used or not         | from the same report             | the whole argument     |
+/// | `transactions()` | by ascending id, used or not         | from the same report             | the whole argument     |
+/// | `queries()`      | in the order of the message          | from the same report             | may be empty           |
 ///
-/// In a report of another case the lists are empty. Records of the protobuf dialect share what their tables share.
+/// In a report of another case the lists are empty. Records of the protobuf dialect share the connections and
+/// transactions of the tables from which they are constructed.
 ///
-/// The elements of the lists convert to handles, so `for (SqlQuery const query : record->queries())` holds each query in
-/// turn, at the cost of its count. `for (auto const &query : record->queries())` changes no count.
+/// List elements convert to handles. `for (SqlQuery const query : record->queries())` makes a handle of each query,
+/// which costs an atomic increment and decrement. `for (auto const &query : record->queries())` costs neither.
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlQueries : public QSharedData {
 public:
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id.
     explicit SqlQueries(rpc::glimmet::v1::NotifyRequest const &message);
-    /// REQUIRES: no pointer in `connections` or in `transactions` is null. The lists take them over unchecked.
+    /// Reads a report of the protobuf dialect. The lists copy the pointers of both tables without checking them.
+    ///
+    /// REQUIRES: no pointer in `connections` or in `transactions` is null.
     SqlQueries(pelorin::protobuf::Glimmet::SqlQueries const &message, php::RequestId request_id,
                SqlConnections::Table const &connections, SqlTransactions::Table const &transactions);
     Q_DISABLE_COPY_MOVE(SqlQueries)
@@ -60,7 +64,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::SqlQueries`.
 class SqlQueries : public Handle<detail::SqlQueries> {
 public:
     using Handle::Handle;

@@ -27,8 +27,8 @@ class SqlQuery;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// A query, with the connection and the transaction in which it ran. A link that names an id which nothing has is null,
-/// like one that was not sent; the id itself is not kept.
+/// A query, with the connection and the transaction in which it ran. The links are resolved by id on construction, and
+/// the ids are not kept. A link to an unknown id is null, like an absent link.
 ///
 /// | Accessor         | Meaning, unit                           | rpc                      | protobuf                 |
 /// |------------------|-----------------------------------------|--------------------------|--------------------------|
@@ -36,21 +36,23 @@ namespace detail {
 /// | `source_kind()`  | classification from 0 to 6              | 0 when unset             | 0 when its oneof is unset |
 /// | `text()`         | the statement as reported               | may be empty             | may be empty             |
 /// | `status()`       | state from 0 to 2                       | 0 when unset             | 0 when unset             |
-/// | `wide_number()`  | number that travels along               | 0 when unset             | 0 when unset             |
-/// | `error()`        | what went wrong                         | by presence, also if empty | by presence, also if empty |
+/// | `wide_number()`  | number passed through unchanged         | 0 when unset             | 0 when unset             |
+/// | `error()`        | error of the query                      | by presence, also if empty | by presence, also if empty |
 /// | `time()`         | how long it took                        | 0, 0 when absent         | 0, 0 when absent         |
-/// | `extra_number()` | number that travels along               | by presence              | absent when negative     |
-/// | `connection()`   | null when none is named or has the id   | named by presence        | named by its oneof       |
-/// | `transaction()`  | null when none is named or has the id   | named by presence        | named by its oneof       |
+/// | `extra_number()` | number passed through unchanged         | by presence              | absent when negative     |
+/// | `connection()`   | null when absent or of an unknown id    | id by presence           | id by its oneof          |
+/// | `transaction()`  | null when absent or of an unknown id    | id by presence           | id by its oneof          |
 /// | `stack_trace()`  | where the query was issued              | by presence, also if empty | by presence, also if empty |
 ///
-/// The highest number of each classification stands for what is none of the others.
+/// The highest number of each classification is its catch-all.
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlQuery : public QSharedData {
 public:
+    /// Reads a query of the rpc dialect and looks up its links in the tables.
     SqlQuery(rpc::glimmet::v1::SqlQuery const &message, SqlConnections::Table const &connections,
              SqlTransactions::Table const &transactions);
+    /// Reads a query of the protobuf dialect and looks up its links in the tables.
     SqlQuery(pelorin::protobuf::Glimmet::SqlQuery const &message, SqlConnections::Table const &connections,
              SqlTransactions::Table const &transactions);
     Q_DISABLE_COPY_MOVE(SqlQuery)
@@ -83,7 +85,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::SqlQuery`.
 class SqlQuery : public Handle<detail::SqlQuery> {
 public:
     using Handle::Handle;

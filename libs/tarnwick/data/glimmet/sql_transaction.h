@@ -23,16 +23,16 @@ class SqlTransaction;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// A transaction. It keeps the transactions around it alive, which were there before it: parents form chains of any
-/// length, never a cycle.
+/// A transaction. It shares ownership of its parent, the transaction in which it is nested. A parent precedes its
+/// children in the message, so parents form chains of any length but never a cycle.
 ///
 /// | Accessor         | Meaning                                | rpc                        | protobuf                   |
 /// |------------------|----------------------------------------|----------------------------|----------------------------|
-/// | `id()`           | what queries and children name it by;  | 0 when unset               | 0 when unset               |
-/// |                  | 0 is an id like others                 |                            |                            |
-/// | `parent()`       | the transaction around it              | null when none is named or | null when none is named or |
-/// |                  |                                        | none has the id            | none has the id            |
-/// | `extra_number()` | number that travels along              | by presence                | absent when negative       |
+/// | `id()`           | id by which queries and children refer | 0 when unset               | 0 when unset               |
+/// |                  | to it; 0 is a valid id                 |                            |                            |
+/// | `parent()`       | the enclosing transaction              | null when absent or of an  | null when absent or of an  |
+/// |                  |                                        | unknown id                 | unknown id                 |
+/// | `extra_number()` | number passed through unchanged        | by presence                | absent when negative       |
 /// | `time()`         | how long it took                       | 0, 0 when absent           | 0, 0 when absent           |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
@@ -40,13 +40,14 @@ class TARNWICK_EXPORT SqlTransaction : public QSharedData {
 public:
     using Pointer = QExplicitlySharedDataPointer<SqlTransaction>;
 
-    /// `transactions`: those that can be the parent.
+    /// Reads a transaction of the rpc dialect and looks up its parent in `transactions`.
     SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
                    QMap<unsigned int, Pointer> const &transactions) noexcept;
+    /// The same for the protobuf dialect.
     SqlTransaction(pelorin::protobuf::Glimmet::SqlTransaction const &message,
                    QMap<unsigned int, Pointer> const &transactions) noexcept;
     Q_DISABLE_COPY_MOVE(SqlTransaction)
-    /// Releases the parents in a loop: a report can nest more transactions than a stack has room for.
+    /// Releases the parents in a loop. Recursion could overflow the stack: a report can nest transactions to any depth.
     ~SqlTransaction();
 
     [[nodiscard]] std::uint32_t id() const noexcept { return id_; }
@@ -63,7 +64,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::SqlTransaction`.
 class SqlTransaction : public Handle<detail::SqlTransaction> {
 public:
     using Handle::Handle;

@@ -6,7 +6,8 @@
 namespace tarnwick::data::glimmet {
 namespace {
 
-// A transaction is made before it is in the table: it can be the child of an earlier one with its id, never of itself.
+// A transaction is constructed before it is in the table. Its parent can be an earlier transaction with the same id,
+// but never the transaction itself.
 template <class Messages>
 void fill(SqlTransactions &table, Messages const &messages)
 {

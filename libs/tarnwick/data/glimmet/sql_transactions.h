@@ -17,14 +17,14 @@ class SqlQueries;
 
 namespace tarnwick::data::glimmet {
 
-/// The transactions of a report by their ids, in ascending order. Of several transactions with one id the last one counts,
-/// though what was linked to an earlier one stays so. A transaction is linked to a parent that precedes it in the message,
-/// never to a later one. A table that was read from a message holds no null pointer. Any number of threads may read one
-/// table.
+/// The transactions of a report, in ascending order of id. If several transactions have the same id, the table has the
+/// last of them, but links to an earlier one are unchanged. A parent is only looked up among the transactions that
+/// precede its child in the message. A table that is read from a message contains no null pointer. Any number of
+/// threads may read one table.
 ///
 /// | Accessor         | Meaning          | rpc                           | protobuf                       |
 /// |------------------|------------------|-------------------------------|--------------------------------|
-/// | `transactions()` | the whole table  | out of the report of queries  | a report of its own            |
+/// | `transactions()` | the whole table  | part of the queries' report   | a separate report              |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/sql.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.
 class TARNWICK_EXPORT SqlTransactions
@@ -33,7 +33,9 @@ public:
     using Table = QMap<unsigned int, QExplicitlySharedDataPointer<detail::SqlTransaction>>;
 
     SqlTransactions() noexcept = default;
+    /// Reads the transactions of the rpc dialect.
     explicit SqlTransactions(rpc::glimmet::v1::SqlQueries const &message);
+    /// Reads the transactions of the protobuf dialect.
     explicit SqlTransactions(pelorin::protobuf::Glimmet::SqlTransactions const &message);
 
     [[nodiscard]] Table const &transactions() const noexcept { return *this; }

@@ -7,7 +7,7 @@
 
 namespace tarnwick::data::glimmet::detail {
 
-// The list grows as it is filled: what an entry costs does not depend on how many were announced.
+// No reserve(): memory then depends on the entries that exist, not on the number that a message announces.
 
 Storage::Storage(rpc::glimmet::v1::NotifyRequest const &message)
     : request_id_(message.request_id())

@@ -21,21 +21,23 @@ class NotifyRequest;
 namespace tarnwick::data::glimmet {
 namespace detail {
 
-/// A block of free-form data that the profiler collected for one request: named lists of byte strings. Nothing is sorted
-/// or merged.
+/// A named block of free-form data that the profiler collected for one request: lists of byte strings, each with a
+/// name. Nothing is sorted or merged.
 ///
 /// | Accessor       | Meaning                       | rpc                               | protobuf             |
 /// |----------------|-------------------------------|-----------------------------------|----------------------|
 /// | `request_id()` | request of the block          | envelope, 0 when absent           | constructor argument |
 /// | `name()`       | name of the block             | null in a report of another case, | may be empty         |
-/// |                |                               | otherwise at most empty           |                      |
+/// |                |                               | otherwise never null              |                      |
 /// | `entries()`    | the lists, in the order of    | empty in a report of another case | may be empty         |
 /// |                | the message                   |                                   |                      |
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/storage.pb.h>`.
 class TARNWICK_EXPORT Storage : public QSharedData {
 public:
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id.
     explicit Storage(rpc::glimmet::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     Storage(pelorin::protobuf::Glimmet::Storage const &message, php::RequestId request_id);
     Q_DISABLE_COPY_MOVE(Storage)
 
@@ -51,7 +53,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Storage`.
 class Storage : public Handle<detail::Storage> {
 public:
     using Handle::Handle;

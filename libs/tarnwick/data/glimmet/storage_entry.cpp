@@ -8,7 +8,7 @@
 namespace tarnwick::data::glimmet::detail {
 namespace {
 
-// The list grows as it is filled: what a value costs does not depend on how many were announced.
+// No reserve(): memory then depends on the values that exist, not on the number that a message announces.
 template <class Values>
 QList<QByteArray> list_of(Values const &values)
 {

@@ -15,12 +15,13 @@ class StorageEntry;
 
 namespace tarnwick::data::glimmet::detail {
 
-/// A named list of a storage block. Both dialects send the same. Only the library makes them.
+/// A named list of byte strings in a storage block. Both dialects send the same fields. Only the library creates
+/// entries.
 ///
 /// | Accessor   | Meaning                                                            | rpc and protobuf |
 /// |------------|--------------------------------------------------------------------|------------------|
-/// | `name()`   | name of the list; others of the block can have it too              | may be empty     |
-/// | `values()` | byte strings as they came, neither decoded nor parsed, in order    | may be empty     |
+/// | `name()`   | name of the list; not unique within the block                      | may be empty     |
+/// | `values()` | byte strings as sent, in order, neither decoded nor parsed         | may be empty     |
 class StorageEntry {
 public:
     explicit StorageEntry(rpc::glimmet::v1::StorageEntry const &message);

@@ -52,8 +52,8 @@ Kind kind_of(ProtobufEvent::Type type)
     }
 }
 
-// The message can hold a second line number, the trace and the category too. An event's error has none of them, in either
-// dialect: who wants them reads the report of the error itself.
+// The message may also have a second line number, a stack trace and a category. An event's error has none of them in
+// either dialect; the report of the error itself does.
 Event::PhpError php_error(rpc::php::v1::Error const &message)
 {
     Event::PhpError error;
@@ -82,7 +82,7 @@ std::int32_t level(std::int32_t number)
     return number >= -1 && number <= 1 ? number : Event::CustomEvent::other_level;
 }
 
-/// Of either dialect. An absent value reads as an empty message, which gives kind `undefined`.
+/// Reads the message of either dialect. An absent value reads as an empty message: kind `undefined`.
 template <class Message>
 Event::CustomEvent custom_event(Message const &message)
 {
@@ -141,7 +141,7 @@ Event::Event(rpc::monitor::v1::NotifyRequest const &message)
     }
 }
 
-// A member of `details` that belongs to another kind reads as its default: it is no data of this kind.
+// A member of `details` that belongs to another kind is not read: the details are then defaults.
 Event::Event(pelorin::protobuf::Monitor::Event const &message, php::RequestId request_id)
     : request_id_(request_id)
     , kind_(kind_of(message.type()))
@@ -167,7 +167,7 @@ Event::Event(pelorin::protobuf::Monitor::Event const &message, php::RequestId re
     case Kind::high_memory_usage:
         details_ = HighMemoryUsage{message.usage()};
         break;
-    // These two hold texts, and a text that did not come is null, not empty.
+    // These two have texts, and without the member their texts are null, not empty.
     case Kind::php_error:
         details_ = message.has_php_error() ? php_error(message.php_error()) : PhpError();
         break;

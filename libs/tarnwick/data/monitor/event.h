@@ -28,29 +28,31 @@ class NotifyRequest;
 namespace tarnwick::data::monitor {
 namespace detail {
 
-/// One monitoring event of a PHP request. It arrives decided: what counts as slow or as high is the sender's business.
+/// One monitoring event of a PHP request. The sender decides what counts as slow or high; the library applies no
+/// thresholds.
 ///
 /// | Accessor        | Meaning, unit                 | rpc                              | protobuf                   |
 /// |-----------------|-------------------------------|----------------------------------|----------------------------|
-/// | `request_id()`  | request in which it arose     | envelope, 0 when absent          | constructor argument       |
+/// | `request_id()`  | request in which it occurred  | envelope, 0 when absent          | constructor argument       |
 /// | `timestamp()`   | time of the report            | envelope, 0, 0 when absent       | 0, 0 when absent           |
 /// | `kind()`        | what happened                 | by the member that is set        | by `type`, unset is 0      |
-/// | `event_text()`  | a text that every event has   | empty when unset                 | empty when unset           |
-/// | `function()`    | function concerned            | by presence, kinds 0 and 1 alone | by presence, every kind    |
-/// | `stack_trace()` | calls that led there          | by presence, also if without     | absent without frames,     |
-/// |                 |                               | frames; kinds 0, 1 and 5 alone   | every kind                 |
-/// | `event_flag()`  | a flag that every event has   | false when unset                 | false when unset           |
-/// | `details()`     | what is particular to a kind, | as sent; zeroes and no location  | as sent; defaults when no  |
-/// |                 | an empty `FunctionError` when | for absent sub-messages          | member or that of another  |
-/// |                 | the kind is unknown           |                                  | kind is set                |
+/// | `event_text()`  | text that every event has     | empty when unset                 | empty when unset           |
+/// | `function()`    | function concerned            | by presence, kinds 0 and 1 only  | by presence, every kind    |
+/// | `stack_trace()` | calls that led to the event   | by presence, even without        | absent without frames,     |
+/// |                 |                               | frames; kinds 0, 1 and 5 only    | every kind                 |
+/// | `event_flag()`  | flag that every event has     | false when unset                 | false when unset           |
+/// | `details()`     | fields specific to the kind;  | as sent; zeroes and no location  | as sent; defaults when no  |
+/// |                 | `FunctionError` when the kind | for absent sub-messages          | member or that of another  |
+/// |                 | is unknown                    |                                  | kind is set                |
 ///
-/// A text in `details()` is empty when the message that has it leaves it unset, and null when there is no such message,
-/// except for `PhpError::message` of the rpc dialect, which is never null.
+/// Null and empty texts in `details()` differ. A text is empty if its message leaves it unset, and null if there is no
+/// such message. `PhpError::message` of the rpc dialect is never null.
 ///
 /// Messages: `<tarnwick/rpc/monitor/v1/notify_request.pb.h>` and `<pelorin/protobuf/Monitor/event.pb.h>`.
 class TARNWICK_EXPORT Event : public QSharedData {
 public:
-    /// Neither the indices of `Details` nor the members of a message; 6 and 7 are no kinds.
+    /// Kind of an event. The numbers differ from the indices of `Details` and from the field numbers of the messages; 6
+    /// and 7 are unused.
     enum class Kind : std::uint32_t {
         slow_function_exec = 0,
         function_error = 1,
@@ -61,13 +63,15 @@ public:
         unknown = 8,
     };
 
-    /// The function and the calls that led to it are the event's own.
+    /// Details of `function_error`: none. The function and the stack trace are fields of the event.
     struct FunctionError {};
 
+    /// Details of `slow_function_exec`.
     struct SlowFunctionExec {
         TimePair duration;
     };
 
+    /// Details of `php_error`.
     struct PhpError {
         std::int32_t error_number = 0;
         QString error_name;                          ///< rpc: null without a `type`; protobuf: null without the member
@@ -75,28 +79,32 @@ public:
         std::optional<php::SourceLocation> location; ///< `line_extra` is always 0
     };
 
+    /// Details of `slow_request`.
     struct SlowRequest {
         TimePair duration;
     };
 
+    /// Details of `high_memory_usage`.
     struct HighMemoryUsage {
         std::int64_t usage = 0; ///< in the sender's unit
     };
 
-    /// An event that the application defined. Its texts are null, its value is `undefined` and its level is 2 when a report
-    /// of the protobuf dialect lacks the member.
+    /// Details of an event that the application defined. In a report of the protobuf dialect without this member the
+    /// texts are null, the value is `undefined` and the level is 2.
     struct CustomEvent {
         static constexpr std::int32_t other_level = 2;
 
         QString text_0;
         QString text_1;
         php::ZVal value{new php::detail::ZVal}; ///< never null
-        std::int32_t level = other_level;       ///< -1, 0, 1, or 2 for all others
+        std::int32_t level = other_level;       ///< -1, 0, 1, or 2 for any other number
     };
 
     using Details = std::variant<FunctionError, SlowFunctionExec, PhpError, SlowRequest, HighMemoryUsage, CustomEvent>;
 
+    /// Reads a report of the rpc dialect.
     explicit Event(rpc::monitor::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     Event(pelorin::protobuf::Monitor::Event const &message, php::RequestId request_id);
     Q_DISABLE_COPY_MOVE(Event)
 
@@ -122,7 +130,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Event`.
 class Event : public Handle<detail::Event> {
 public:
     using Handle::Handle;

@@ -7,8 +7,8 @@
 
 namespace tarnwick::data::php::detail {
 
-/// The fields that `PostData` and `ResponseBody` have in common, as a member of both: a base class would make each of
-/// them convert to it.
+/// The common fields of `PostData` and `ResponseBody`. Both have it as a member. With a common base class each would
+/// convert to that base.
 class Body {
 public:
     Body() noexcept = default;

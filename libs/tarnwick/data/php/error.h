@@ -17,11 +17,11 @@ class Error;
 
 namespace tarnwick::data::php {
 
-/// What is particular to a PHP error. Its message, its place and its stack are in the report that holds it.
+/// The fields specific to a PHP error. The report that contains it has the message, the location and the stack trace.
 ///
 /// | Accessor     | Meaning                   | rpc                    | protobuf                          |
 /// |--------------|---------------------------|------------------------|-----------------------------------|
-/// | `category()` | 1, 2 or 3                 | `none` for all else    | `none` for all else               |
+/// | `category()` | 1, 2 or 3                 | `none` for any other   | `none` for any other              |
 /// | `number()`   | PHP's number of the error | 0 without a type       | as sent, not 0 in a report's error |
 /// | `name()`     | PHP's name of the error   | empty without a type   | empty when unset                  |
 ///

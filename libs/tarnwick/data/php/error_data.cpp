@@ -16,7 +16,7 @@ ErrorData::ErrorData(rpc::php::v1::NotifyRequest const &message)
     if (message.payload_case() != rpc::php::v1::NotifyRequest::kError)
         return;
 
-    // A report of an error that holds neither is an error of which nothing is known.
+    // A report of an error with neither member is an error without any details.
     auto const &payload = message.error();
     if (payload.error_or_exception_case() == rpc::php::v1::ErrorPayload::kException)
         read<Exception>(payload.exception());
@@ -43,7 +43,7 @@ ErrorData::ErrorData(pelorin::protobuf::Glimmet::Error const &message, RequestId
         timestamp_ = time_pair(message.timestamp());
     if (message.has_stack_trace())
         stack_trace_.emplace(message.stack_trace());
-    // Errors and exceptions share a message here: the number alone tells them apart, whatever else is set.
+    // Errors and exceptions share one message in this dialect. Only the number distinguishes them.
     if (message.number() != 0)
         details_.emplace<Error>(message);
     else

@@ -31,25 +31,27 @@ namespace detail {
 ///
 /// | Accessor        | Meaning                     | rpc                                   | protobuf                   |
 /// |-----------------|-----------------------------|---------------------------------------|----------------------------|
-/// | `request_id()`  | request that it arose in    | envelope, 0 when absent               | constructor argument       |
+/// | `request_id()`  | request that it occurred in | envelope, 0 when absent               | constructor argument       |
 /// | `timestamp()`   | time of the report          | envelope, 0, 0 when absent            | 0, 0 when absent           |
-/// | `message()`     | message of either           | null when no error was reported       | empty when unset           |
-/// | `details()`     | what is particular to it    | by the member that is set, an `Error` | an `Exception` when        |
-/// |                 |                             | when none is; `undef_t` when no error | `number` is 0, otherwise   |
-/// |                 |                             | was reported                          | an `Error`                 |
-/// | `location()`    | where it happened           | by presence, also if no file          | absent when no file        |
-/// | `stack_trace()` | calls that led to it        | by presence, also if no frames        | the same                   |
+/// | `message()`     | message of the error or     | null in a report of another case      | empty when unset           |
+/// |                 | exception                   |                                       |                            |
+/// | `details()`     | fields specific to either   | by the member that is set, `Error` if | an `Exception` when        |
+/// |                 |                             | none is; `undef_t` in a report of     | `number` is 0, otherwise   |
+/// |                 |                             | another case                          | an `Error`                 |
+/// | `location()`    | where it occurred           | by presence, even without a file      | absent without a file      |
+/// | `stack_trace()` | calls that led to it        | by presence, even without frames      | the same                   |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/error.pb.h>`.
 class TARNWICK_EXPORT ErrorData : public QSharedData {
 public:
-    /// The report held neither an error nor an exception.
+    /// Details of a report of the rpc dialect that is not about an error.
     struct undef_t {};
 
     using Details = std::variant<undef_t, Error, Exception>;
 
-    /// A report of something else than an error gives its id and time, and nothing else.
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id and the time stamp.
     explicit ErrorData(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     ErrorData(pelorin::protobuf::Glimmet::Error const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(ErrorData)
 
@@ -61,7 +63,7 @@ public:
     [[nodiscard]] std::optional<StackTrace> const &stack_trace() const noexcept { return stack_trace_; }
 
 private:
-    /// Either message of the rpc dialect, for the details that are made of it.
+    /// Reads the error or the exception of a report of the rpc dialect.
     template <class Detail, class Message>
     void read(Message const &message);
 
@@ -75,7 +77,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::ErrorData`.
 class ErrorData : public Handle<detail::ErrorData> {
 public:
     using Handle::Handle;

@@ -15,11 +15,12 @@ class Exception;
 
 namespace tarnwick::data::php {
 
-/// What is particular to an uncaught PHP exception. Its message, its place and its stack are in the report that holds it.
+/// The fields specific to an uncaught PHP exception. The report that contains it has the message, the location and the
+/// stack trace.
 ///
 /// | Accessor           | Meaning                                              | rpc              | protobuf         |
 /// |--------------------|------------------------------------------------------|------------------|------------------|
-/// | `exception_name()` | first text, in the place where an error has its name | empty when unset | empty when unset |
+/// | `exception_name()` | first text, in the field of an error's name          | empty when unset | empty when unset |
 /// | `exception_text()` | second text                                          | empty when unset | empty when unset |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/error.pb.h>` and `<pelorin/protobuf/Glimmet/error.pb.h>`.

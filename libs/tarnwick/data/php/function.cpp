@@ -8,7 +8,7 @@
 
 namespace tarnwick::data::php {
 
-// Absent arguments read as an empty message, which gives an array without elements.
+// Absent arguments read as an empty message: an array without elements.
 
 Function::Function(pelorin::protobuf::Monitor::FunctionData const &message)
     : name_(text(message.name()))

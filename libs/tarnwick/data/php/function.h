@@ -24,16 +24,16 @@ class StackTraceFrame;
 
 namespace tarnwick::data::php {
 
-/// One call of a PHP function. Copies share their arguments and values. One that was moved from can only be assigned to
-/// or destroyed.
+/// One call of a PHP function. Copies share the arguments and values. A moved-from object can only be assigned to or
+/// destroyed.
 ///
 /// | Accessor         | Meaning                              | rpc                          | protobuf                |
 /// |------------------|--------------------------------------|------------------------------|-------------------------|
 /// | `name()`         | name of the function as sent         | may be empty                 | may be empty            |
 /// | `args()`         | arguments as a PHP array, never null | no elements when absent      | no elements when absent |
-/// | `call_value()`   | one further value of the call        | by presence, also if empty   | never sent: absent      |
-/// | `location()`     | where it stands                      | by presence, also if no file | absent when no file     |
-/// | `frame_number()` | number that only frames carry        | 0 in a call that is no frame | the same                |
+/// | `call_value()`   | one further value of the call        | by presence, even if empty   | never sent: absent      |
+/// | `location()`     | source location of the call          | by presence, even if no file | absent when no file     |
+/// | `frame_number()` | number of a stack frame              | 0 if the call is not a frame | the same                |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/function.pb.h>`, `<pelorin/protobuf/Monitor/function_data.pb.h>` and
 /// `<pelorin/protobuf/PelorinPHP/stack_trace.pb.h>`.

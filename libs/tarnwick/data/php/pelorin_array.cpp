@@ -12,7 +12,7 @@
 namespace tarnwick::data::php::detail {
 namespace {
 
-// The two dialects number their keys the other way round; each message class knows its own numbers.
+// The dialects number the two keys differently, so the constants come from the message class.
 template <class Element>
 ZVal *new_key(Element const &element)
 {

@@ -6,7 +6,7 @@
 
 namespace tarnwick::data::php::detail {
 
-// What is absent reads as an empty message, which gives an empty array and an undefined value.
+// Absent parts read as empty messages: an array without elements, a value of kind `undefined`.
 PelorinObject::PelorinObject(rpc::php::v1::PelorinObject const &message)
     : class_name_(text(message.class_name()))
     , properties_(new PelorinArray(message.properties()))

@@ -6,7 +6,7 @@
 
 namespace tarnwick::data::php::detail {
 
-// An absent value reads as an empty message, which gives an undefined one.
+// An absent value reads as an empty message: kind `undefined`.
 PelorinResource::PelorinResource(rpc::php::v1::PelorinResource const &message)
     : type_name_(text(message.type_name()))
     , value_(new ZVal(message.value()))

@@ -6,7 +6,7 @@
 namespace tarnwick::data::php::detail {
 namespace {
 
-// The report of another case reads as one without a body.
+// A report of another case reads as one without a body.
 Body post_body(rpc::php::v1::NotifyRequest const &message)
 {
     auto const &request = message.rinit().request();

@@ -22,22 +22,24 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The POST body of one PHP request, a part of the report of its start. Which of the texts is the body is the sender's
-/// affair. Bytes that are not UTF-8 become replacement characters.
+/// The POST body of one PHP request, read from the report of the request's start. The sender decides which of the two
+/// texts is the body. Bytes that are not UTF-8 become replacement characters.
 ///
 /// | Accessor       | Meaning                            | rpc                         | protobuf             |
 /// |----------------|------------------------------------|-----------------------------|----------------------|
-/// | `request_id()` | request that it belongs to         | envelope, 0 when absent     | constructor argument |
+/// | `request_id()` | request to which it belongs        | envelope, 0 when absent     | constructor argument |
 /// | `text_0()`     | first text                         | null without a body         | empty when unset     |
-/// | `number()`     | number that travels with the texts | 0 to 4294967295, 0 without  | 0 when unset         |
+/// | `number()`     | number passed through unchanged    | 0 to 4294967295, 0 without  | 0 when unset         |
 /// |                |                                    | a body                      |                      |
 /// | `text_1()`     | second text                        | null without a body         | empty when unset     |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/bodies.pb.h>`.
 class TARNWICK_EXPORT PostData : public QSharedData {
 public:
-    /// A report of something else, and one without a body, gives its id and null texts.
+    /// Reads a report of the rpc dialect. A report of another case, or without a body, yields the request id and null
+    /// texts.
     explicit PostData(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     PostData(pelorin::protobuf::Glimmet::RawPostData const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(PostData)
 
@@ -53,7 +55,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::PostData`.
 class PostData : public Handle<detail::PostData> {
 public:
     using Handle::Handle;

@@ -7,7 +7,7 @@
 
 namespace tarnwick::data::php::detail {
 
-// The report of another case reads as one without headers.
+// A report of another case reads as one without headers.
 RequestHeaders::RequestHeaders(rpc::php::v1::NotifyRequest const &message)
     : request_id_(message.request_id())
     , headers_(new PelorinArray(message.rinit().request().headers()))

@@ -19,22 +19,23 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of one PHP request, a part of the report of its start.
+/// The headers of one PHP request, read from the report of the request's start.
 ///
 /// | Accessor       | Meaning                                          | rpc                           | protobuf             |
 /// |----------------|--------------------------------------------------|-------------------------------|----------------------|
-/// | `request_id()` | request that they belong to                      | envelope, 0 when absent       | constructor argument |
-/// | `headers()`    | names and values in their order, also repeated   | as sent, no elements when     | split from raw lines |
-/// |                | ones; never null                                 | absent                        |                      |
+/// | `request_id()` | request to which they belong                     | envelope, 0 when absent       | constructor argument |
+/// | `headers()`    | names and values in their order, including       | as sent, no elements when     | split from raw lines |
+/// |                | repeated names; never null                       | absent                        |                      |
 ///
-/// A raw line is split at its first colon that a space follows, and nothing is trimmed, decoded or merged: both halves are
-/// strings of the bytes as sent. A line without such a colon is a name whose value is of kind `undefined`.
+/// Each raw line is split at its first colon that is followed by a space. Nothing is trimmed, decoded or merged: both
+/// parts are strings of the bytes as sent. A line without such a colon is a name whose value is of kind `undefined`.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/headers.pb.h>`.
 class TARNWICK_EXPORT RequestHeaders : public QSharedData {
 public:
-    /// A report of something else gives its id and no headers.
+    /// Reads a report of the rpc dialect. A report of another case yields the request id and no headers.
     explicit RequestHeaders(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     RequestHeaders(pelorin::protobuf::Glimmet::RequestHeaders const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(RequestHeaders)
 
@@ -48,7 +49,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::RequestHeaders`.
 class RequestHeaders : public Handle<detail::RequestHeaders> {
 public:
     using Handle::Handle;

@@ -13,8 +13,8 @@ class RequestId;
 
 namespace tarnwick::data::php {
 
-/// Names one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 where no message
-/// gave one.
+/// Identifier of one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 if no message
+/// had one.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/request_id.pb.h>`.
 class TARNWICK_EXPORT RequestId {

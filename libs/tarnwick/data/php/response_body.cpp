@@ -6,7 +6,7 @@
 namespace tarnwick::data::php::detail {
 namespace {
 
-// The report of another case reads as one without a body.
+// A report of another case reads as one without a body.
 Body response_body(rpc::php::v1::NotifyRequest const &message)
 {
     auto const &response = message.rshutdown().response();
@@ -24,7 +24,7 @@ ResponseBody::ResponseBody(rpc::php::v1::NotifyRequest const &message)
 {
 }
 
-// There is no number in this dialect.
+// This dialect sends no number.
 ResponseBody::ResponseBody(pelorin::protobuf::Glimmet::ResponseBody const &message, RequestId request_id)
     : request_id_(request_id)
     , body_(message.text_0(), 0, message.text_1())

@@ -22,14 +22,16 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The body of the response to one PHP request, a part of the report of its end. The fields are those of `PostData`, but
-/// the protobuf dialect never sends a `number()`: it is 0.
+/// The body of the response to one PHP request, read from the report of the request's end. The fields are those of
+/// `PostData`. The protobuf dialect never sends `number()`: it is 0.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/bodies.pb.h>`.
 class TARNWICK_EXPORT ResponseBody : public QSharedData {
 public:
-    /// A report of something else, and one without a body, gives its id and null texts.
+    /// Reads a report of the rpc dialect. A report of another case, or without a body, yields the request id and null
+    /// texts.
     explicit ResponseBody(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     ResponseBody(pelorin::protobuf::Glimmet::ResponseBody const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(ResponseBody)
 
@@ -45,7 +47,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::ResponseBody`.
 class ResponseBody : public Handle<detail::ResponseBody> {
 public:
     using Handle::Handle;

@@ -19,14 +19,15 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The headers of the response to one PHP request, a part of the report of its end. The fields are those of
+/// The headers of the response to one PHP request, read from the report of the request's end. The fields are those of
 /// `RequestHeaders`.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/headers.pb.h>`.
 class TARNWICK_EXPORT ResponseHeaders : public QSharedData {
 public:
-    /// A report of something else gives its id and no headers.
+    /// Reads a report of the rpc dialect. A report of another case yields the request id and no headers.
     explicit ResponseHeaders(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(ResponseHeaders)
 
@@ -40,7 +41,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::ResponseHeaders`.
 class ResponseHeaders : public Handle<detail::ResponseHeaders> {
 public:
     using Handle::Handle;

@@ -50,7 +50,7 @@ RInit::RInit(pelorin::protobuf::PelorinPHP::RInitData const &message, RequestId 
 {
     if (message.has_timestamp())
         timestamp_ = time_pair(message.timestamp());
-    // The field has no has-bit here: senders mean none by an empty one.
+    // The field has no has-bit in this dialect: senders send empty bytes for none.
     if (!message.bytes_0().empty())
         request_bytes_0_ = bytes(message.bytes_0());
     if (message.has_version()) {

@@ -24,8 +24,8 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The start of one PHP request: the runtime that reports it and the scalar facts of the request. Headers, superglobals and
-/// the POST body of the same report are records of their own.
+/// The start of one PHP request: the PHP runtime and the scalar fields of the request. Headers, superglobals and the
+/// POST body of the same report are separate records.
 ///
 /// | Accessor              | Meaning, unit                     | rpc                            | protobuf              |
 /// |-----------------------|-----------------------------------|--------------------------------|-----------------------|
@@ -39,14 +39,15 @@ namespace detail {
 /// | `request_text_0()`,   | texts of the request              | null without a `Request`       | empty when unset      |
 /// | `request_text_1()`    |                                   |                                |                       |
 /// | `info_number()`       | number of the runtime             | 0 without an `Info`            | 0 when unset          |
-/// | `request_bytes_0()`   | raw bytes of the request, not     | by presence, also if empty     | absent when empty     |
-/// | `request_bytes_1()`   | decoded                           | by presence, also if empty     | never sent: absent    |
+/// | `request_bytes_0()`   | raw bytes of the request, not     | by presence, even if empty     | absent when empty     |
+/// | `request_bytes_1()`   | decoded                           | by presence, even if empty     | never sent: absent    |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/PelorinPHP/rinit_data.pb.h>`.
 class TARNWICK_EXPORT RInit : public QSharedData {
 public:
-    /// A report of something else than a request's start gives its id and time, and nothing else.
+    /// Reads a report of the rpc dialect. A report of another case yields only the request id and the time stamp.
     explicit RInit(rpc::php::v1::NotifyRequest const &message);
+    /// Reads a report of the protobuf dialect.
     RInit(pelorin::protobuf::PelorinPHP::RInitData const &message, RequestId request_id);
     Q_DISABLE_COPY_MOVE(RInit)
 
@@ -82,7 +83,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::RInit`.
 class RInit : public Handle<detail::RInit> {
 public:
     using Handle::Handle;

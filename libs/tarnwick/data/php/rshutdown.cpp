@@ -29,7 +29,7 @@ RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept
     }
 }
 
-// There is no time stamp in this dialect, and the current time is not one.
+// This dialect sends no time stamp, and the current time is no substitute.
 RShutdown::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id) noexcept
     : request_id_(request_id)
     , response_status_(message.response_status())

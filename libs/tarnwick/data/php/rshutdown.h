@@ -21,7 +21,7 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The end of one PHP request. Its constructors touch no heap.
+/// The end of one PHP request. The constructors allocate nothing.
 ///
 /// | Accessor            | Meaning, unit                   | rpc                        | protobuf             |
 /// |---------------------|---------------------------------|----------------------------|----------------------|
@@ -29,14 +29,15 @@ namespace detail {
 /// | `timestamp()`       | time of the report              | envelope, 0, 0 when absent | never sent: 0, 0     |
 /// | `duration()`        | run time of the request         | 0, 0 when absent           | 0, 0 when absent     |
 /// | `response_status()` | status of the response          | 0 without a response       | 0 when unset         |
-/// | `memory_0()` ...    | three memory figures, told      | 0 without a `Memory`       | 0 when unset         |
-/// | `memory_2()`        | apart by their place alone      |                            |                      |
+/// | `memory_0()` ...    | three memory figures,           | 0 without a `Memory`       | 0 when unset         |
+/// | `memory_2()`        | distinguished only by position  |                            |                      |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>` and `<pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>`.
 class TARNWICK_EXPORT RShutdown : public QSharedData {
 public:
-    /// A report of something else than a request's end gives its id and time, and zeroes.
+    /// Reads a report of the rpc dialect. A report of another case yields the request id, the time stamp and zeroes.
     explicit RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept;
+    /// Reads a report of the protobuf dialect.
     RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id) noexcept;
     Q_DISABLE_COPY_MOVE(RShutdown)
 
@@ -60,7 +61,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::RShutdown`.
 class RShutdown : public Handle<detail::RShutdown> {
 public:
     using Handle::Handle;

@@ -15,17 +15,17 @@ class SourceLocation;
 
 namespace tarnwick::data::php {
 
-/// A place in PHP source code. Records hold it as a `std::optional`, since no location and a location with an empty
-/// file are different things.
+/// A location in PHP source code. Records store it as a `std::optional`: an absent location differs from one with an
+/// empty file.
 ///
 /// | Accessor       | Meaning                                        | rpc          | protobuf                       |
 /// |----------------|------------------------------------------------|--------------|--------------------------------|
-/// | `file()`       | file name as PHP reported it, no path handling | may be empty | never empty, but see functions |
+/// | `file()`       | file name as PHP reported it, not normalised   | may be empty | never empty, except as below   |
 /// | `line()`       | line number                                    | 0 when unset | 0 when unset                   |
-/// | `line_extra()` | second number beside the line, carried as is   | 0 when unset | 0, but see functions           |
+/// | `line_extra()` | second number, passed through unchanged        | 0 when unset | 0, except as below             |
 ///
-/// In the protobuf dialect a location has no message of its own: an empty file means that there is no location. Only
-/// the lines of function statistics have a field that decides, and a second number.
+/// The protobuf dialect has no message for a location: an empty file name means that there is none. Function statistics
+/// are the exception. Their `kind` decides whether there is a location, and they have a second number.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/source_location.pb.h>`.
 class TARNWICK_EXPORT SourceLocation {

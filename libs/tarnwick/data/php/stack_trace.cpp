@@ -6,7 +6,7 @@
 namespace tarnwick::data::php {
 namespace {
 
-// The list grows as it is filled: what a frame costs does not depend on how many were announced.
+// No reserve(): memory then depends on the frames that exist, not on the number that a message announces.
 template <class Frames>
 QList<Function> functions(Frames const &frames)
 {

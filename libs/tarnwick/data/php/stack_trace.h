@@ -18,7 +18,7 @@ class StackTrace;
 
 namespace tarnwick::data::php {
 
-/// A chain of calls, in the order of the message.
+/// A stack trace: a list of calls, in the order of the message.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/function.pb.h>` and `<pelorin/protobuf/PelorinPHP/stack_trace.pb.h>`.
 class TARNWICK_EXPORT StackTrace {

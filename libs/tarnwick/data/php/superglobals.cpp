@@ -16,7 +16,7 @@ using MonitorEntry = pelorin::protobuf::Monitor::SuperglobalEntry;
 using GlimmetEntry = pelorin::protobuf::Glimmet::SuperglobalEntry;
 using Value = pelorin::protobuf::PelorinPHP::ZVal;
 
-// The value that an entry yields, nothing where the entry is left out.
+// Each function returns the value of an entry, or null if the entry is left out.
 
 constexpr auto every_value = [](MonitorEntry const &entry) -> Value const * { return &entry.value(); };
 
@@ -52,7 +52,7 @@ php::PelorinArray values_of(Message const &message, ValueOf value_of)
 
 } // namespace
 
-// The report of another case reads as one without superglobals.
+// A report of another case reads as one without superglobals.
 Superglobals::Superglobals(rpc::php::v1::NotifyRequest const &message, init_t /*view*/)
     : request_id_(message.request_id())
     , values_(new PelorinArray(message.rinit().superglobals()))

@@ -22,14 +22,14 @@ class NotifyRequest;
 namespace tarnwick::data::php {
 namespace detail {
 
-/// The superglobals of one PHP request, as they were at its start or as far as they changed until its end: the tag of the
-/// constructor says which.
+/// The superglobals of one PHP request: either as they were at its start, or those that changed by its end. The
+/// constructor's tag selects which.
 ///
 /// | Accessor       | Meaning                                     | rpc                        | protobuf              |
 /// |----------------|---------------------------------------------|----------------------------|-----------------------|
-/// | `request_id()` | request that they belong to                 | envelope, 0 when absent    | constructor argument  |
-/// | `values()`     | array of arrays, never null: under the name | as sent, no elements       | a string for each key |
-/// |                | of a superglobal the array of its entries   | when absent                | and name, as sent     |
+/// | `request_id()` | request to which they belong                | envelope, 0 when absent    | constructor argument  |
+/// | `values()`     | array of arrays, never null: each key names | as sent, no elements       | each key and name is  |
+/// |                | a superglobal, its value has the entries    | when absent                | a string, as sent     |
 ///
 /// | Report                  | Tag        | Entries                               | Value of an entry                       |
 /// |-------------------------|------------|---------------------------------------|-----------------------------------------|
@@ -37,21 +37,22 @@ namespace detail {
 /// | rpc, request end        | `change_t` | as sent                               | as sent                                 |
 /// | `Monitor::Superglobals` | none       | all                                   | `value`                                 |
 /// | `Glimmet::Superglobals` | `init_t`   | all                                   | `initial_value` if present, else `value` |
-/// | `Glimmet::Superglobals` | `change_t` | those with `initial_value`: they changed | `value`                              |
+/// | `Glimmet::Superglobals` | `change_t` | changed ones, with `initial_value`    | `value`                                 |
 ///
-/// In the protobuf dialect a value that is absent is of kind `undefined`, and a group of which no entry is taken stays, as
-/// an array with no elements.
+/// In the protobuf dialect an absent value is of kind `undefined`. A group remains, as an array without elements, even
+/// if none of its entries is taken.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/notify_request.pb.h>`, `<pelorin/protobuf/Monitor/superglobals.pb.h>` and
 /// `<pelorin/protobuf/Glimmet/superglobals.pb.h>`.
 class TARNWICK_EXPORT Superglobals : public QSharedData {
 public:
     struct init_t {};   ///< the state at the start of the request
-    struct change_t {}; ///< what changed in it
+    struct change_t {}; ///< what changed by its end
 
-    /// A report of something else gives its id and no values.
+    /// Reads a report of the rpc dialect. A report of another case yields the request id and no values.
     Superglobals(rpc::php::v1::NotifyRequest const &message, init_t view);
     Superglobals(rpc::php::v1::NotifyRequest const &message, change_t view);
+    /// Reads a report of the protobuf dialect.
     Superglobals(pelorin::protobuf::Monitor::Superglobals const &message, RequestId request_id);
     Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id, init_t view);
     Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id, change_t view);
@@ -67,7 +68,7 @@ private:
 
 } // namespace detail
 
-/// Shared, read-only handle.
+/// Shared handle of an immutable `detail::Superglobals`.
 class Superglobals : public Handle<detail::Superglobals> {
 public:
     using Handle::Handle;

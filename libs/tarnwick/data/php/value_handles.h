@@ -1,7 +1,7 @@
 #pragma once
 
-// The handles of PHP values, apart from their payloads: a value can hold an array that holds values. The types that a
-// payload shares with its handle are here too.
+// Handles of PHP values. They are declared before their payloads, because values nest: an array's payload contains
+// values. Types that a payload shares with its handle are here too.
 
 #include <tarnwick/data/handle.h>
 #include <tarnwick/data/time_pair.h>
@@ -34,14 +34,16 @@ class ZVal : public Handle<detail::ZVal> {
 public:
     using Handle::Handle;
 
+    /// Content of a value that no message set.
     struct undefined_t {};
+    /// Content of PHP's null.
     struct null_t {};
 
-    /// The content of a value, which `detail::ZVal` describes.
+    /// Content of a value; `detail::ZVal` describes the alternatives.
     using Value = std::variant<undefined_t, null_t, bool, std::int64_t, double, std::string, PelorinArray,
                                PelorinObject, PelorinResource, QByteArray, TimePair>;
 
-    /// The numbers are the indices of `Value`.
+    /// Kind of a value. The numbers are the indices of `Value`.
     enum class Kind : std::uint8_t {
         undefined,
         null,
@@ -62,7 +64,7 @@ class PelorinArray : public Handle<detail::PelorinArray> {
 public:
     using Handle::Handle;
 
-    /// Pairs of a key and a value, none of them null.
+    /// Pairs of a key and a value; no handle is null.
     using Elements = std::vector<std::pair<ZVal, ZVal>>;
 };
 

@@ -53,7 +53,7 @@ ZVal::ZVal(rpc::php::v1::ZVal const &message)
     }
 }
 
-// The type alone decides. A member of the oneof that is not set reads as its default, which is what stands in for it.
+// Only the type selects the kind. If another member of the oneof is set, the selected one reads as its default.
 ZVal::ZVal(pelorin::protobuf::PelorinPHP::ZVal const &message)
 {
     using Message = pelorin::protobuf::PelorinPHP::ZVal;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The four payloads of PHP values. They contain handles of each other, so one header defines them all, in the order in
-// which they need each other; `pelorin_array.h`, `pelorin_object.h` and `pelorin_resource.h` only include it.
+// Payloads of PHP values. The four classes contain handles of one another, so one header defines all of them.
+// `pelorin_array.h`, `pelorin_object.h` and `pelorin_resource.h` only include it.
 
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/php/value_handles.h>
@@ -29,12 +29,12 @@ class ZVal;
 
 namespace tarnwick::data::php::detail {
 
-/// A PHP value. In the rpc dialect the member that is set decides the kind; in the protobuf dialect `type` does, and the
-/// content is the default where another member is set. Arrays, objects and resources come from the rpc dialect alone.
+/// A PHP value. In the rpc dialect the member that is set selects the kind. In the protobuf dialect `type` selects it;
+/// if another member is set, the content is the default. Only the rpc dialect sends arrays, objects and resources.
 ///
 /// | Kind        | Content                                    | rpc | protobuf |
 /// |-------------|--------------------------------------------|-----|----------|
-/// | `undefined` | none: the message named no value           | any other case | any other type |
+/// | `undefined` | none: the message has no value             | any other case | any other type |
 /// | `null`      | none: PHP's null                           | 1   | 1        |
 /// | `bool_`     | `bool`                                     | 2   | 2        |
 /// | `long_`     | `std::int64_t`                             | 3   | 4        |
@@ -48,9 +48,9 @@ namespace tarnwick::data::php::detail {
 ///
 /// `<tarnwick/data/php/make_values.h>` has a factory for each kind.
 ///
-/// The library sets no limit to nesting, and all operations on values recurse, the release of the last handle too. A
-/// program that nests values by hand limits their depth itself: on a stack of 8 MiB an optimised build releases some
-/// 170,000 nested values, on one of 256 KiB some 5,000. Building them from messages takes four times as much stack.
+/// The library does not limit nesting. All operations on values recurse, including the release of the last handle. A
+/// program that nests values itself must limit their depth. With a stack of 8 MiB an optimised build releases about
+/// 170,000 nested values; with one of 256 KiB, about 5,000. Construction from messages takes four times as much stack.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/zval.pb.h>` and `<pelorin/protobuf/PelorinPHP/zval.pb.h>`.
 class TARNWICK_EXPORT ZVal : public QSharedData {
@@ -60,21 +60,24 @@ public:
     using Value = php::ZVal::Value;
     using Kind = php::ZVal::Kind;
 
-    /// Kind `undefined`.
+    /// Constructs a value of kind `undefined`.
     ZVal() noexcept;
     explicit ZVal(rpc::php::v1::ZVal const &message);
     explicit ZVal(pelorin::protobuf::PelorinPHP::ZVal const &message);
 
+    /// Constructs a value from its content.
+    ///
     /// REQUIRES: a handle in `value` is not null.
     inline explicit ZVal(Value value) noexcept;
     /// Constructs the content in place: `ZVal(std::in_place_type<std::string>, "bytes")`.
+    ///
     /// REQUIRES: a handle constructed from `arguments` is not null.
     template <class Content, class... Arguments>
     explicit ZVal(std::in_place_type_t<Content> type, Arguments &&...arguments)
         : value_(type, std::forward<Arguments>(arguments)...)
     {
     }
-    /// An array without elements. Without arguments there is no object and no resource.
+    /// Constructs an array without elements. Objects and resources cannot be constructed without arguments.
     inline explicit ZVal(std::in_place_type_t<php::PelorinArray> type);
     explicit ZVal(std::in_place_type_t<php::PelorinObject> type) = delete;
     explicit ZVal(std::in_place_type_t<php::PelorinResource> type) = delete;
@@ -83,19 +86,20 @@ public:
     [[nodiscard]] Value const &value() const noexcept { return value_; }
     [[nodiscard]] Kind kind() const noexcept { return static_cast<Kind>(value_.index()); }
 
-    /// Writes the value into a message of the rpc dialect, over what is there. Kinds `undefined` and `null` write nothing.
+    /// Writes the value into a message of the rpc dialect, which is not cleared first. Kinds `undefined` and `null`
+    /// write nothing. An array appends its elements to an array that the message already has.
     void to_protobuf(rpc::php::v1::ZVal &message) const;
 
 private:
     Value value_;
 };
 
-/// A PHP array: keys and values in PHP's order, which is the message's. Keys are neither indexed nor tested: two elements
-/// with one key stay two elements.
+/// A PHP array: keys and values in PHP's order, which is the message's order. Keys are neither indexed nor checked: two
+/// elements with the same key remain two elements.
 ///
-/// | Part of an element | Meaning             | Kinds that messages give                                          |
+/// | Part of an element | Meaning             | Kinds in messages                                                 |
 /// |--------------------|---------------------|-------------------------------------------------------------------|
-/// | `first`            | the key, never null | `long_` or `string` as sent, also for digits; `undefined` if none |
+/// | `first`            | the key, never null | `long_` or `string` as sent, even of digits; `undefined` if none  |
 /// | `second`           | the value, never null | any; `undefined` where the element had none                     |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/zval.pb.h>` and `<pelorin/protobuf/PelorinPHP/zval.pb.h>`.
@@ -106,6 +110,8 @@ public:
     PelorinArray() noexcept;
     explicit PelorinArray(rpc::php::v1::PelorinArray const &message);
     explicit PelorinArray(pelorin::protobuf::PelorinPHP::PelorinArray const &message);
+    /// Constructs an array of these elements.
+    ///
     /// REQUIRES: no handle in `elements` is null.
     explicit PelorinArray(Elements elements) noexcept
         : elements_(std::move(elements))
@@ -115,24 +121,27 @@ public:
 
     [[nodiscard]] Elements const &elements() const noexcept { return elements_; }
 
-    /// What `other` has and this array lacks, by keys alone, in the order of `other`: elements under a key that this array
-    /// does not have, whole, and under a key whose value is an array on both sides their own difference, unless that is
-    /// empty. Other values under a common key are not compared. The first element with a key counts. Keys of different
-    /// kinds differ: 5 is not "5". The result shares the payloads of `other` and is never null.
+    /// Returns what `other` has and this array lacks, compared by key, in the order of `other`:
     ///
-    /// Searches this array from its start for each element of `other`: the time grows with the product of the two sizes,
-    /// at each level of nesting.
+    /// An element whose key this array lacks is in the result as a whole. If both arrays have the key and both values
+    /// are arrays, the result has the difference of those arrays, unless it is empty. Other values under a common key
+    /// are not compared. If a key repeats in this array, its first element counts. Keys of different kinds differ: 5 is
+    /// not "5".
+    ///
+    /// The result shares the payloads of `other` and is never null.
+    ///
+    /// Cost: a linear search of this array for each element of `other`, at each level of nesting.
     [[nodiscard]] php::PelorinArray diff_keys(PelorinArray const &other) const;
 
-    /// Adds the elements after those that the message has. A key that is neither `long_` nor `string` is left out; the
-    /// value is present even when it writes nothing.
+    /// Appends the elements to a message of the rpc dialect. A key that is neither `long_` nor `string` is left unset.
+    /// The value is present even if it writes nothing.
     void to_protobuf(rpc::php::v1::PelorinArray &message) const;
 
 private:
     Elements elements_;
 };
 
-/// A PHP object. Only the rpc dialect has them.
+/// A PHP object. Only the rpc dialect sends objects.
 ///
 /// | Accessor       | Meaning                                      | Absent in the message                 |
 /// |----------------|----------------------------------------------|---------------------------------------|
@@ -144,6 +153,8 @@ private:
 class TARNWICK_EXPORT PelorinObject : public QSharedData {
 public:
     explicit PelorinObject(rpc::php::v1::PelorinObject const &message);
+    /// Constructs an object of these parts.
+    ///
     /// REQUIRES: neither handle is null.
     PelorinObject(QString class_name, php::PelorinArray properties, php::ZVal value) noexcept
         : class_name_(std::move(class_name))
@@ -157,7 +168,8 @@ public:
     [[nodiscard]] php::PelorinArray const &properties() const noexcept { return properties_; }
     [[nodiscard]] php::ZVal const &value() const noexcept { return value_; }
 
-    /// The class name is always written, properties only if there are any, the value unless it is `undefined`.
+    /// Writes the object into a message of the rpc dialect: the class name always, the properties if there are any, the
+    /// value unless it is `undefined`.
     void to_protobuf(rpc::php::v1::PelorinObject &message) const;
 
 private:
@@ -166,7 +178,7 @@ private:
     php::ZVal value_;
 };
 
-/// A PHP resource. Only the rpc dialect has them.
+/// A PHP resource. Only the rpc dialect sends resources.
 ///
 /// | Accessor      | Meaning                                    | Absent in the message        |
 /// |---------------|--------------------------------------------|------------------------------|
@@ -177,6 +189,8 @@ private:
 class TARNWICK_EXPORT PelorinResource : public QSharedData {
 public:
     explicit PelorinResource(rpc::php::v1::PelorinResource const &message);
+    /// Constructs a resource of these parts.
+    ///
     /// REQUIRES: `value` is not null.
     PelorinResource(QString type_name, php::ZVal value) noexcept
         : type_name_(std::move(type_name))
@@ -188,7 +202,7 @@ public:
     [[nodiscard]] QString const &type_name() const noexcept { return type_name_; }
     [[nodiscard]] php::ZVal const &value() const noexcept { return value_; }
 
-    /// The type name is always written, the value unless it is `undefined`.
+    /// Writes the resource into a message of the rpc dialect: the type name always, the value unless it is `undefined`.
     void to_protobuf(rpc::php::v1::PelorinResource &message) const;
 
 private:
@@ -196,7 +210,7 @@ private:
     php::ZVal value_;
 };
 
-// They need the classes that a value can hold.
+// Defined here because they need the complete payloads.
 
 inline ZVal::ZVal(Value value) noexcept
     : value_(std::move(value))
