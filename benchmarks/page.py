@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the page of figures, and a plot for each kind of report, of what ./dev bench measured.
+"""Prints the page of figures, and draws a plot for each kind of report, from the measurements of ./dev bench.
 
-Times are medians of repetitions that took turns, with half the distance between the quartiles as their spread.
+Times are medians of interleaved repetitions. Their spread is half the interquartile range.
 """
 
 import argparse
@@ -35,7 +35,7 @@ ACTIONS = [
     ("floor/build_and_release", "floor: both"),
 ]
 ALTERNATIVES = ["QVariantMap", "QCborValue", "QJsonDocument", "nlohmann::json"]
-# What the rpc dialect is held to: at most so much of the other. The second number is what is aimed at.
+# Limits of the rpc dialect, as ratios of the first action to the second. The second number is the goal.
 BOUNDS = [
     (
         "build",
@@ -59,11 +59,11 @@ Time = collections.namedtuple("Time", "median spread")
 
 
 def times(runs):
-    """{benchmark: time of one report in ns}"""
+    """Returns {benchmark: time of one report in ns}."""
     samples = collections.defaultdict(list)
     for run in runs:
         if run.get("run_type") == "iteration":
-            # What the library of benchmarks adds to a name says how, not what is measured.
+            # The benchmark library appends options to a name.
             name = re.sub(r"/(iterations:\d+|manual_time|real_time)", "", run["run_name"])
             samples[name].append(run["real_time"] * NANOSECONDS[run["time_unit"]])
     found = {}
@@ -136,7 +136,7 @@ def bound_table(found):
                 name = f"{workload}, {dialect}: build_and_release / {best}, the fastest other form"
                 rows.append(bound_row(name, record.median / others[best].median, 1))
         rpc, protobuf = records
-        # The dialects tell different things of a whole request.
+        # For a whole request the dialects report different facts.
         if rpc and protobuf and workload != "real_request":
             rows.append(bound_row(f"{workload}: protobuf / rpc, build_and_release", protobuf.median / rpc.median, 1.1))
     rows += unbound_rows(found)
@@ -158,7 +158,7 @@ def thread_table(found):
 
 
 def other_table(found):
-    """Benchmarks that are of no kind of report."""
+    """Prints benchmarks that belong to no kind of report."""
     rows = [[name, cell(time)] for name, time in sorted(found.items()) if name.split("/")[0] not in WORKLOADS]
     yield from table(["us", "first thread"], rows)
 
@@ -218,10 +218,10 @@ def plot(found, workload, folder):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("costs", type=pathlib.Path, help="of benchmarks/costs/check.py, as JSON")
-    parser.add_argument("build", type=pathlib.Path, help="build time and size of the library, as JSON")
-    parser.add_argument("folder", type=pathlib.Path, help="where the plots go")
-    parser.add_argument("times", type=pathlib.Path, nargs="+", help="of the benchmarks, as JSON, one for each process")
+    parser.add_argument("costs", type=pathlib.Path, help="JSON output of benchmarks/costs/check.py")
+    parser.add_argument("build", type=pathlib.Path, help="JSON file with the build time and the size of the library")
+    parser.add_argument("folder", type=pathlib.Path, help="folder to which the plots are written")
+    parser.add_argument("times", type=pathlib.Path, nargs="+", help="JSON output of the benchmarks, one file a process")
     arguments = parser.parse_args()
 
     measured = [json.loads(path.read_text()) for path in arguments.times]

@@ -1,6 +1,6 @@
-// Reading a configuration file of that many lines, one in ten a reference to the key above: from the file to the table,
-// and the same with the release of the table. Other readers read the same lines, which mean the same to them, apart from
-// references.
+// Reads a configuration file of that many lines; one line in ten is a reference to the key above it. Measured from the
+// file to the table, with and without the release of the table. Other readers read the same lines. Except for
+// references, the lines have the same meaning for them.
 
 #include "support/literal_config_file.h"
 
@@ -30,7 +30,7 @@ using Table = QMultiHash<QString, QString>;
 
 class Content {
 public:
-    /// `head` stands above the lines.
+    /// Writes `head` and the lines to a file.
     explicit Content(std::int64_t lines, char const *head = "")
         : name_(folder_.filePath(QString(u"f.conf")).toStdString())
     {
@@ -53,7 +53,7 @@ private:
 
 enum class Span { load, load_and_release };
 
-/// `values` counts what was read.
+/// `values` returns the number of values that were read.
 template <class Load, class Values>
 void measure(benchmark::State &state, Span span, Load load, Values values)
 {
@@ -124,9 +124,9 @@ void q_settings(benchmark::State &state, Span span)
 {
     Content const content(state.range(0));
     auto const load = [&] {
-        // Of a file with more than 360 keys it keeps nothing when it goes: it is read each time.
+        // QSettings caches no file with more than 360 keys, so the file is read each time.
         auto settings = std::make_unique<QSettings>(content.file(), QSettings::IniFormat);
-        benchmark::DoNotOptimize(settings->contains(QString(u"a"))); // before that it has only found the sections
+        benchmark::DoNotOptimize(settings->contains(QString(u"a"))); // until then it has only found the sections
         return settings;
     };
     measure(state, span, load, [](std::unique_ptr<QSettings> const &settings) { return settings->allKeys().size(); });

@@ -26,14 +26,14 @@
 #include <utility>
 #include <vector>
 
-// What each kind of report costs, from its bytes to its release, with what it is compared to. Each figure is of one
-// report. What an action needs and what it leaves are outside its time.
+// Cost of each kind of report, from its bytes to its release, and of what it is compared with. Each figure is for one
+// report. Set-up and clean-up of an action are not timed.
 
 namespace tarnwick::bench {
 namespace {
 
-/// So many reports take turns, since one alone would teach the branch predictor. Of real requests there are some fewer,
-/// and the first come again.
+/// Number of reports that take turns; a single report would train the branch predictor. There are fewer real requests,
+/// so the first ones repeat.
 constexpr std::size_t reports = 64;
 
 using Clock = std::chrono::steady_clock;
@@ -46,7 +46,7 @@ double seconds_since(Clock::time_point start)
 template <class Prepare, class Action>
 void measure(benchmark::State &state, Prepare prepare, Action action)
 {
-    // The first call makes all reports of the kind.
+    // The first call builds all reports of the kind.
     static_cast<void>(prepare(0));
     std::size_t number = 0;
     for (auto _ : state) {
@@ -63,12 +63,12 @@ void measure(benchmark::State &state, Prepare prepare, Action action)
     }
 }
 
-/// Where an action runs: the allocator serves a process's first thread from another arena than all others.
+/// Thread on which an action runs: the allocator uses another arena for a process's first thread than for all others.
 enum class Where { main_thread, worker_thread };
 
 class Suite {
 public:
-    /// `rounds`: how often all reports are gone through in a repetition.
+    /// `rounds`: number of passes through all reports in a repetition.
     Suite(std::string name, Where where, std::size_t rounds)
         : name_(std::move(name))
         , where_(where)
@@ -97,7 +97,7 @@ private:
     std::size_t rounds_;
 };
 
-/// Messages in an arena, as servers hold them.
+/// Messages in an arena, as in servers.
 template <class Messages>
 class InArena;
 
@@ -110,7 +110,7 @@ private:
     google::protobuf::Arena arena_;
 };
 
-/// What `make` gives for each report, made when the first is asked for.
+/// Results of `make` for each report, made on first use.
 template <class Workload, class Make>
 auto const &all_of(std::size_t number, Make make)
 {
@@ -130,7 +130,7 @@ Wire const &wire_of_report(std::size_t number)
     return all_of<Workload>(number, [](std::size_t i) { return wire_of(Workload::messages(static_cast<int>(i))); });
 }
 
-/// A report as a receiver has it: parsed, on the heap.
+/// A report in the form that a receiver has: parsed, on the heap.
 template <class Workload>
 auto const &messages_of(std::size_t number)
 {
@@ -208,7 +208,7 @@ void add_record(Suite const &suite)
     });
 }
 
-/// One thread builds all reports in turn, another reads and releases them; until the last is released.
+/// One thread builds all reports in turn, another reads and releases them. Measured until the last release.
 template <class Workload>
 void hand_over(benchmark::State &state)
 {
@@ -239,18 +239,18 @@ void hand_over(benchmark::State &state)
     }
 }
 
-/// So many threads build and release all reports in turn, from the moment at which all are ready until the first of them
-/// has made its share. The time is that of one report of a thread. (The threads are our own: what the library of
-/// benchmarks gives as the time of several threads differs between its versions.)
+/// Several threads build and release all reports in turn. Measured from the moment at which all are ready until the
+/// first thread has done its share; the time is per report of one thread. (The threads are our own, because versions of
+/// the benchmark library differ in the time that they report for several threads.)
 template <class Workload>
 void build_side_by_side(benchmark::State &state)
 {
     static_cast<void>(messages_of<Workload>(0));
-    // Some tenths of a second: in less, what the system does meanwhile decides.
+    // Some tenths of a second: a shorter time would mostly measure other activity of the system.
     constexpr auto share = reports * (Workload::rounds == 1 ? 4 : 40 * Workload::rounds);
     auto const count = state.range(0);
-    // How the memory of a thread lies can decide over a quarter of the time of a small report: it lies elsewhere in
-    // every thread and every time.
+    // The addresses of a thread's memory can change the time of a small report by more than a quarter. So they are
+    // different in every thread and every repetition.
     static std::minstd_rand random(static_cast<unsigned int>(count));
     std::uniform_int_distribution<std::size_t> some(0, std::size_t(1) << 16U);
     for (auto _ : state) {
@@ -262,7 +262,7 @@ void build_side_by_side(benchmark::State &state)
         for (std::int64_t i = 0; i < count; ++i)
             threads.emplace_back([&, in_front = some(random)] {
                 std::vector<std::byte> const shift(in_front);
-                // The first round takes the thread's memory from the system.
+                // The first round allocates the thread's memory from the system.
                 for (std::size_t number = 0; number < reports; ++number)
                     benchmark::DoNotOptimize(made_record<Workload>(number));
                 ready.arrive_and_wait();

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Holds the instructions and allocations of all kinds of reports against what was reached before.
+"""Compares the instructions and allocations of all kinds of reports with the recorded ones.
 
-Fails when a record takes other allocations than its floor, more than 5% above the reached ratio of instructions to
-the floor's or to the parse's, when an element of a large report costs more floors than one of a small report, or when
-the cost of a chunk depends on its size.
+Fails if the allocations of a record differ from those of its floor, if a ratio of its instructions to those of the
+floor or of parsing is more than 5% above the recorded ratio, if the elements of a large report cost more, relative to
+the floor, than those of a small report, or if the cost of a chunk depends on its size.
 """
 
 import argparse
@@ -16,11 +16,11 @@ import sys
 import tempfile
 
 TOLERANCE = 1.05
-COMPLAINTS = 3  # the exit status, apart from that of a failure
+COMPLAINTS = 3  # the exit status, distinct from that of an error
 
 
 def measured(program, sizes):
-    """{action: {reports, allocations, bytes, instructions}}; all but the number of reports are of one report."""
+    """Returns {action: {reports, allocations, bytes, instructions}}, except for `reports` per report."""
     with tempfile.TemporaryDirectory() as folder:
         out = pathlib.Path(folder) / "dump"
         run = subprocess.run(
@@ -28,7 +28,7 @@ def measured(program, sizes):
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
             text=True,
-            # Nothing is looked up for the first time while it is measured.
+            # No symbol is looked up during a measurement.
             env=os.environ | {"LD_BIND_NOW": "1"},
         )
         if run.returncode != 0:
@@ -42,7 +42,7 @@ def measured(program, sizes):
 
 
 def read_dump(text):
-    """The name of the action whose run a dump is of, none in the program's last, and its instructions."""
+    """Returns the action and the instructions of a dump; the action of the last dump is None."""
     lines = text.splitlines()
     names = [line.split("Client Request: ")[1] for line in lines if "Client Request: " in line]
     totals = [int(line.split()[1]) for line in lines if line.startswith("totals: ")]
@@ -75,7 +75,7 @@ def ratio(actions, workload, action, base):
 
 
 def ratios(actions):
-    """{workload: {pair of actions: ratio of their instructions}}"""
+    """Returns {workload: {pair of actions: ratio of their instructions}}."""
     reached = {}
     for workload in workloads(actions):
         reached[workload] = {
@@ -86,7 +86,7 @@ def ratios(actions):
 
 
 def growth(actions):
-    """{workload: {elements: ratio of its instructions to the floor's}}"""
+    """Returns {workload: {elements: ratio of its instructions to the floor's}}."""
     found = collections.defaultdict(dict)
     for name in actions:
         if name.startswith("growth/") and name.endswith("/floor"):
@@ -139,10 +139,10 @@ def complaints(actions, reached):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", help="the program `costs`")
-    parser.add_argument("reached", type=pathlib.Path, help="the ratios that were reached")
-    parser.add_argument("sizes", nargs="+", help="of the reports whose growth is held against the floor's, in elements")
-    parser.add_argument("--write", action="store_true", help="make the ratios of this run the reached ones")
-    parser.add_argument("--json", type=pathlib.Path, help="where to put all that was measured")
+    parser.add_argument("reached", type=pathlib.Path, help="the file of recorded ratios")
+    parser.add_argument("sizes", nargs="+", help="sizes, in elements, of reports whose growth is compared with the floor's")
+    parser.add_argument("--write", action="store_true", help="record the ratios of this run")
+    parser.add_argument("--json", type=pathlib.Path, help="the file to which the measurements are written")
     arguments = parser.parse_args()
 
     actions = measured(arguments.program, arguments.sizes)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What check.py complains about, shown on made-up measurements."""
+"""Tests of check.py with invented measurements."""
 
 import unittest
 
@@ -7,7 +7,7 @@ from check import combined, complaints, ratios, read_dump
 
 
 def costs(**changes):
-    """Measurements with nothing wrong, apart from the named actions (`/` is `__`) with what is given for them."""
+    """Returns measurements without a fault, except for the given values of the named actions (`/` is `__`)."""
     actions = {
         name: {"reports": 1, "allocations": 10.0, "bytes": 100.0, "instructions": instructions}
         for name, instructions in {

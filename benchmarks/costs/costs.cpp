@@ -24,25 +24,25 @@
 #include <utility>
 #include <vector>
 
-// What reports cost in instructions and allocations, which do not depend on the machine's load. Under callgrind, not
-// instrumented from the start, the instructions of each run of an action go into a dump of its name. Allocations are
-// printed:
+// Cost of reports in instructions and allocations, which do not depend on the machine's load. The program runs under
+// callgrind without instrumentation at the start; the instructions of each run of an action go into a dump with its
+// name. Allocations are printed:
 //
 //     ACTION  REPORTS  ALLOCATIONS  BYTES
 //
-// The arguments are sizes of reports, in elements, for which records are held against their floors.
+// The arguments are sizes of reports, in elements, for which records are compared with their floors.
 
 namespace tarnwick::bench {
 namespace {
 
-/// Whatever an action makes.
+/// The result of an action, of any type.
 template <class Made>
 void keep(Made const &made)
 {
     asm volatile("" : : "g"(&made) : "memory");
 }
 
-/// Runs an action twice for each number and counts the second time, so that nothing is done for the first time.
+/// Runs an action twice for each number and measures the second run, which excludes work that is done only once.
 template <class Prepare, class Action>
 void weigh(std::string const &name, int numbers, Prepare prepare, Action action)
 {
@@ -135,7 +135,7 @@ void weigh_growth(std::vector<int> const &sizes)
     }
 }
 
-/// A chunk of a code trace, which takes the transport's message as it is.
+/// A chunk of a code trace, which takes over the transport's message.
 void weigh_chunks()
 {
     for (auto const size : {std::size_t(1) << 10U, std::size_t(1) << 26U}) {

@@ -11,15 +11,15 @@
 #include <limits>
 #include <new>
 
-// These stand in front of the C library's own for every library of the process. The process has one thread.
+// Replaces the allocator of the C library for every library of the process. The process has one thread.
 
 namespace {
 
-// Blocks have powers of two as sizes; freed ones of a size are given out again, the last one first.
+// Sizes of blocks are powers of two. Freed blocks of a size are reused, last in, first out.
 constexpr std::size_t least_size = 16;
 constexpr std::size_t region_size = std::size_t(1) << 28U;
 
-/// In front of each block.
+/// Header of each block.
 struct alignas(least_size) Header {
     unsigned size_class;
     std::size_t size;
@@ -111,8 +111,8 @@ void free(void *block) noexcept
     give_back(block);
 }
 
-// Nothing here asks for more than the alignment of every block, and a block of another allocator would be freed as one of
-// this.
+// No caller needs more than the alignment of every block, and free() would take a block of another allocator for one of
+// these.
 
 void *aligned_alloc(std::size_t /*alignment*/, std::size_t /*size*/) noexcept
 {

@@ -12,7 +12,7 @@
 
 namespace tarnwick::bench {
 
-/// The frames of all committed captures, one capture behind the other.
+/// Returns the frames of all committed captures, one capture after the other.
 inline std::vector<capture::v1::Frame> const &captured_frames()
 {
     static auto const frames = [] {

@@ -21,8 +21,8 @@
 
 namespace tarnwick::bench {
 
-/// The least that a record of a report can cost: its allocations and its conversions of bytes, with no structure around
-/// them. What is taken lies in flat stores that are reused, and is given back at once.
+/// Lower bound of the cost of a record: its allocations and its conversions of bytes, without a structure around them.
+/// Allocated memory is kept in flat, reused stores and freed at once.
 class Floor {
 public:
     Floor()
@@ -37,14 +37,14 @@ public:
     Floor &operator=(Floor const &) = delete;
     ~Floor() { release(); }
 
-    /// Memory for a payload or for an array that is sized ahead; none for a size of 0.
+    /// Allocates memory for a payload or for an array of known size; none for a size of 0.
     void block(std::size_t size)
     {
         if (size != 0)
             blocks_.push_back(::operator new(size));
     }
 
-    /// An ordered table of pointers by ids, whose look-ups are part of what cannot be done without.
+    /// Allocates an ordered table of pointers by id, whose look-ups are part of the lower bound.
     using Table = std::map<unsigned int, void *>;
     Table &table()
     {
@@ -52,31 +52,31 @@ public:
         return tables_.emplace_back();
     }
 
-    /// A look-up in such a table.
+    /// Looks up an id in such a table.
     void link(Table const &table, unsigned int id)
     {
         auto const found = table.find(id);
         link_ = found == table.end() ? nullptr : found->second;
     }
 
-    /// A list of pointers that is sized ahead.
+    /// Allocates a list of pointers of known size.
     void pointer_list(int elements)
     {
         if (elements != 0)
             block(sizeof(QArrayData) + static_cast<std::size_t>(elements) * sizeof(void *));
     }
 
-    /// Bytes that stay bytes, in the two forms that records have.
+    /// Copies bytes, in the two forms that records have.
     void string(std::string_view bytes) { strings_.emplace_back(bytes); }
     void byte_array(std::string const &bytes) { byte_arrays_.push_back(QByteArray::fromStdString(bytes)); }
 
-    /// UTF-8 to UTF-16.
+    /// Converts UTF-8 to UTF-16.
     void text(std::string const &bytes)
     {
         texts_.push_back(QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size())));
     }
 
-    /// A list of elements of the size of `Element` that grows as it is filled, with what moves when it grows.
+    /// Allocates a list of elements of the size of `Element` that grows as it is filled, including moves.
     template <class Element>
     void list(int elements)
     {
@@ -101,7 +101,7 @@ public:
 
 private:
     static constexpr std::size_t room = 1U << 20U;
-    /// What shared tables have in front of the table.
+    /// Size of the reference counts that precede a shared table.
     static constexpr std::size_t counts = 8;
 
     template <class Element>

@@ -15,8 +15,8 @@
 #include <utility>
 #include <variant>
 
-// PHP values as parts of workloads: what is read, what they cannot do without, and what else could hold them. Of the
-// kinds of values those that requests have.
+// PHP values as parts of workloads: reading them, their floor, and building other trees of them. Only the kinds of
+// values that requests have.
 
 namespace tarnwick::bench {
 
@@ -44,7 +44,7 @@ inline std::size_t read(PhpArray const &array)
     return sum;
 }
 
-/// The payload of a key, or of a value of a group.
+/// Allocates the payload of a key, or of a value of a group.
 inline void floor_string(Floor &floor, std::string_view bytes)
 {
     floor.block(sizeof(PhpValue));
@@ -90,7 +90,8 @@ void floor_array(Floor &floor, Array const &array)
     }
 }
 
-/// Superglobals of the protobuf dialect. `value_of` gives the value of an entry, nothing for one that is left out.
+/// Floor of superglobals of the protobuf dialect. `value_of` returns the value of an entry, or null if the entry is
+/// left out.
 template <class Message, class ValueOf>
 void floor_groups(Floor &floor, Message const &message, ValueOf value_of)
 {
@@ -109,7 +110,7 @@ void floor_groups(Floor &floor, Message const &message, ValueOf value_of)
     }
 }
 
-/// Headers of the protobuf dialect.
+/// Floor of headers of the protobuf dialect.
 template <class Message>
 void floor_lines(Floor &floor, Message const &message)
 {
@@ -160,7 +161,7 @@ Tree::Object tree_of(Array const &array)
     return object;
 }
 
-/// Superglobals of the protobuf dialect, as `floor_groups` takes them.
+/// Builds a tree of superglobals of the protobuf dialect; arguments as for `floor_groups`.
 template <class Tree, class Message, class ValueOf>
 Tree::Object tree_of_groups(Message const &message, ValueOf value_of)
 {
@@ -175,7 +176,7 @@ Tree::Object tree_of_groups(Message const &message, ValueOf value_of)
     return groups;
 }
 
-/// Headers of the protobuf dialect.
+/// Builds a tree of headers of the protobuf dialect.
 template <class Tree, class Message>
 Tree::Object tree_of_lines(Message const &message)
 {

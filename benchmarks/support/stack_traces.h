@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <utility>
 
-// Stack traces of any number of frames, with or without three arguments a frame: two texts and a number.
+// Stack traces of any number of frames, with no arguments or with three for each frame: two texts and a number.
 
 namespace tarnwick::bench {
 
@@ -98,7 +98,7 @@ inline void floor_function(Floor &floor, rpc::php::v1::StackTraceFrame const &fr
     floor_function(floor, frame.function());
 }
 
-/// Of a frame or of a function of the protobuf dialect, which are alike.
+/// Floor of a frame or a function of the protobuf dialect, which have the same fields.
 template <class Call>
 void floor_function(Floor &floor, Call const &call)
 {
@@ -116,7 +116,7 @@ void floor_frames(Floor &floor, Frames const &frames)
         floor_function(floor, frame);
 }
 
-/// The place of anything that has one.
+/// Adds the location of any message that has one.
 template <class Tree, class Message>
 void put_location(typename Tree::Object &object, Message const &message)
 {

@@ -20,13 +20,13 @@
 #include <string>
 #include <utility>
 
-// What a program without records would hold a report in: trees of well-known libraries, built of the same messages by
-// the same code, each in the way that suits it best: keys that the program knows are not made anew, values are moved,
-// and PHP's bytes stay bytes where a tree has bytes.
+// Forms in which a program without records would store a report: trees of well-known libraries, built from the same
+// messages by the same code. Each is used in the way that suits it best: known keys are not constructed anew, values
+// are moved, and PHP's bytes stay bytes where a tree supports bytes.
 
 namespace tarnwick::bench {
 
-/// A key that the program knows.
+/// A key that is known at compile time.
 template <std::size_t size>
 struct Key {
     // NOLINTNEXTLINE(google-explicit-constructor): written as a text
@@ -60,7 +60,7 @@ struct VariantTree {
     static Document document(Object object) { return QVariant::fromValue(std::move(object)); }
 };
 
-/// What Qt's two trees of JSON's kinds have in common.
+/// Common part of Qt's two trees with JSON's types.
 template <class TreeValue, class TreeObject>
 struct QtTree {
     using Value = TreeValue;

@@ -8,20 +8,20 @@
 #include <tuple>
 #include <vector>
 
-// What a program that measures knows of a kind of report. A workload is a struct of statics:
+// A workload describes a kind of report to the programs that measure it. It is a struct of static members:
 //
 //     name, dialect                     for the page of figures
-//     rounds                            how often all reports are gone through in a repetition of the benchmarks
-//     Messages                          std::tuple of the messages that a report consists of; most consist of one
-//     messages(number)                  the report of that number: reports differ, as those of a server do
-//     build(message...)                 the record or records, in their handles
-//     read(built)                       a walk that touches everything in them
-//     floor(floor, message...)          what the record cannot do without
-//     tree<Tree>(message...)            the same content in another form
+//     rounds                            number of passes through all reports in a repetition of the benchmarks
+//     Messages                          std::tuple of the messages of a report; most reports have one
+//     messages(number)                  builds the report with that number; reports differ, as on a server
+//     build(message...)                 builds the record or records, in their handles
+//     read(built)                       reads every field of them
+//     floor(floor, message...)          performs the allocations and conversions that the record cannot avoid
+//     tree<Tree>(message...)            builds the same content in another form
 
 namespace tarnwick::bench {
 
-/// The bytes of a report, message by message.
+/// The bytes of a report, one string for each message.
 using Wire = std::vector<std::string>;
 
 template <class Messages>
@@ -30,7 +30,7 @@ Wire wire_of(Messages const &messages)
     return std::apply([](auto const &...message) { return Wire{message.SerializeAsString()...}; }, messages);
 }
 
-/// Reads a report into a tuple of messages, or of references to messages that lie elsewhere.
+/// Parses a report into a tuple of messages, or of references to messages.
 template <class Messages>
 void parse(Wire const &wire, Messages &messages)
 {

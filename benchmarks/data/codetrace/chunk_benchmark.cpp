@@ -9,15 +9,15 @@
 #include <utility>
 #include <vector>
 
-// Data and AddData are the same code. What a chunk costs must not depend on its size; what copying it would cost stands
-// beside it.
+// Data and AddData share their code. The cost of a chunk must not depend on its size; the cost of a copy is measured
+// for comparison.
 
 namespace tarnwick::data::codetrace {
 namespace {
 
 constexpr std::size_t batch = 64;
 
-/// A message whose bytes are shared: as a received one, it owns a block of memory that holds them.
+/// A message with shared bytes. Like a received message, it owns the block of memory that contains them.
 template <class Message>
 Message lent(std::string &bytes)
 {
@@ -33,7 +33,7 @@ std::size_t size_of(benchmark::State const &state)
     return static_cast<std::size_t>(state.range(0));
 }
 
-/// Of a message that is there to a record in its handle, and of the record's release.
+/// Builds a record in its handle from an existing message, and releases it.
 template <class Message, class Make>
 void build_and_release(benchmark::State &state, Make make)
 {

@@ -14,7 +14,7 @@
 #include <tuple>
 #include <utility>
 
-// Statistics of 2,000 functions, every fourth of which is PHP's own and has no place.
+// Statistics of 2,000 functions; every fourth is PHP's own and has no location.
 
 namespace tarnwick::bench {
 
@@ -41,7 +41,7 @@ struct Functions {
         return sum;
     }
 
-    /// `stats_of` gives what tells of the calls of a function.
+    /// `stats_of` returns the part of a function's message that has its statistics.
     template <class Tree, class Lines, class StatsOf>
     static Tree::Document tree_of_lines(Lines const &lines, StatsOf stats_of)
     {

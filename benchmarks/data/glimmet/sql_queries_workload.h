@@ -15,7 +15,7 @@
 #include <utility>
 
 // 500 queries with stack traces of 12 frames without arguments, in 3 connections and 20 transactions. In the protobuf
-// dialect these are reports of their own.
+// dialect connections and transactions are separate reports.
 
 namespace tarnwick::bench {
 

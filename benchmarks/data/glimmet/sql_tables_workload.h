@@ -13,7 +13,7 @@
 #include <tuple>
 #include <utility>
 
-// A connection and 100 transactions, each within the one before it.
+// A connection and 100 transactions, each nested in the previous one.
 
 namespace tarnwick::bench {
 
@@ -27,7 +27,7 @@ void fill_connections(Message &message, std::uint32_t connections)
     }
 }
 
-/// Each gives the table of a report's links for look-ups.
+/// Each returns the table of a report's links for look-ups.
 template <class Connections>
 Floor::Table const &floor_connections(Floor &floor, Connections const &connections)
 {

@@ -32,7 +32,7 @@
 #include <utility>
 #include <vector>
 
-// The start and the end of real requests, from the committed captures: two messages in the rpc dialect, eight in the
+// The start and the end of real requests from the committed captures: two messages in the rpc dialect, eight in the
 // protobuf dialect, and eight records in either.
 
 namespace tarnwick::bench {
@@ -61,7 +61,7 @@ struct RealRequest {
         return sum + static_cast<std::size_t>(post_data->text_0().size() + body->text_0().size());
     }
 
-    /// The payloads of all records alone.
+    /// Allocates only the payloads of all records.
     static void floor_payloads(Floor &floor)
     {
         [&]<class... Record>(std::tuple<Record...> const *) {
@@ -88,7 +88,7 @@ struct RealRequestRpc : RealRequest {
             std::map<std::uint64_t, Messages> by_request;
             for (auto const &frame : captured_frames()) {
                 Message report;
-                // The one report that is nested deeper than the parser reads by default is left out.
+                // One report is nested deeper than the parser accepts by default; it is left out.
                 if (!frame.has_rpc_php() || !report.ParseFromString(frame.rpc_php()))
                     continue;
                 auto &request = by_request[report.request_id().id()];
@@ -202,7 +202,7 @@ struct RealRequestProtobuf : RealRequest {
                     if (frame.report_case() != frames[i])
                         continue;
                     auto &request = by_request.try_emplace(frame.request_id(), frames.size()).first->second;
-                    // The first of its kind: superglobals come again with events.
+                    // Only the first one: superglobals are sent again with events.
                     if (request[i].empty())
                         request[i] =
                             frame.GetReflection()->GetString(frame, Frame::descriptor()->FindFieldByNumber(frames[i]));
@@ -279,7 +279,7 @@ struct RealRequestProtobuf : RealRequest {
     }
 
     static constexpr auto value_of = [](auto const &entry) { return &entry.value(); };
-    /// Entries that did not change are no part of the record.
+    /// The record omits entries that did not change.
     static constexpr auto changed_value_of = [](auto const &entry) {
         return entry.has_initial_value() ? &entry.value() : nullptr;
     };
