@@ -1,6 +1,6 @@
 <?php
 
-// Not strict, as most applications are not: what they pass to PHP's functions is converted.
+// Not strict, like most applications: their arguments to PHP's functions are converted.
 
 namespace Tarnwick\Example;
 
@@ -25,7 +25,7 @@ final class Call
         return $this->class === '' ? $this->function : "$this->class->$this->function";
     }
 
-    /** By place or by name. */
+    /** By position or by name. */
     public function first_argument(): string
     {
         return (string) (array_values($this->arguments)[0] ?? '');
@@ -37,7 +37,7 @@ final class Call
         return $this->result === false || $this->fault !== null;
     }
 
-    /** The call and what led to it, as PHP's traces are. Can be taken while the call is being told of. */
+    /** Returns the call and its callers in the form of PHP's traces. Only listeners may call it. */
     public function trace(bool $with_arguments): array
     {
         $innermost = ['file' => Calls::FILE, 'function' => $this->function];
@@ -54,7 +54,7 @@ final class Call
         return Trace::without_ours([$innermost, ...debug_backtrace(DEBUG_BACKTRACE_PROVIDE_OBJECT)]);
     }
 
-    /** PHP keeps secrets out of its traces. */
+    /** Arguments without secrets, as in PHP's traces. */
     private function shown_arguments(): array
     {
         $function = $this->class === '' ? new \ReflectionFunction($this->function)
@@ -71,17 +71,17 @@ final class Call
     }
 }
 
-/** Stands in front of functions and methods of PHP, by means of the uopz extension, and tells what came of each call. */
+/** Replaces functions and methods of PHP by means of the uopz extension, and notifies listeners of each call. */
 final class Calls
 {
-    /** Where PHP sees the calls come from. */
+    /** The file from which PHP sees the calls. */
     public const FILE = __FILE__;
 
     /** @var array<string, list<\Closure(Call): void>> */
     private array $before = [];
     /** @var array<string, list<\Closure(Call): void>> */
     private array $after = [];
-    private bool $telling = false;
+    private bool $notifying = false;
 
     public function __construct(private readonly Reports $reports)
     {
@@ -106,25 +106,25 @@ final class Calls
         }
     }
 
-    /** For the replacements. What listeners and reports call themselves is told to nobody. */
+    /** For the replacements: calls by listeners and reports notify nobody. */
     public function listening(): bool
     {
-        return !$this->telling && !$this->reports->busy();
+        return !$this->notifying && !$this->reports->busy();
     }
 
     public function begins(Call $call): void
     {
-        $this->tell($this->before, $call);
+        $this->notify($this->before, $call);
     }
 
     public function ended(Call $call): void
     {
-        $this->tell($this->after, $call);
+        $this->notify($this->after, $call);
     }
 
-    private function tell(array $listeners, Call $call): void
+    private function notify(array $listeners, Call $call): void
     {
-        $this->telling = true;
+        $this->notifying = true;
         try {
             foreach ($listeners["$call->class::$call->function"] ?? [] as $listener) {
                 $listener($call);
@@ -132,15 +132,15 @@ final class Calls
         } catch (\Throwable $fault) {
             error_log("a call was not reported: $fault");
         } finally {
-            $this->telling = false;
+            $this->notifying = false;
         }
     }
 
-    /** The extension gives a method's replacement the object and the rights of the method. */
+    /** The extension binds a method's replacement to the object, with access to private members. */
     private static function in_front_of(string $class, string $function, self $calls): \Closure
     {
         return function (...$arguments) use ($class, $function, $calls) {
-            // Named with its class, the method is PHP's own also where the application overrides it.
+            // The class name selects PHP's own method even if the application overrides it.
             if (!$calls->listening()) {
                 return $class === '' ? $function(...$arguments) : $class::$function(...$arguments);
             }

@@ -14,7 +14,7 @@ function time_fields(int $nanoseconds): array
     return ['seconds' => intdiv($nanoseconds, 1_000_000_000), 'nanos' => $nanoseconds % 1_000_000_000];
 }
 
-/** Nanoseconds since 1970. */
+/** Returns the nanoseconds since 1970. */
 function now(): int
 {
     [$fraction, $seconds] = explode(' ', microtime());
@@ -29,8 +29,7 @@ final class CaptureFile
     }
 
     /**
-     * The envelope of the rpc dialect names its request itself; beside other messages, and beside chunks, the frame
-     * carries the id.
+     * Envelopes of the rpc dialect contain the request id. For other messages and for chunks, the frame has the id.
      */
     public function append(string $member, Message|string $report, array $beside = []): void
     {

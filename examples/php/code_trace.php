@@ -5,8 +5,8 @@ declare(strict_types=1);
 namespace Tarnwick\Example;
 
 /**
- * Every statement that ran in the application's files that say `declare(ticks=1)`, with its time and its memory. The
- * trace goes out in chunks: its body holds records of one size, what is added to it the places that those name.
+ * Traces every statement in the application's files with `declare(ticks=1)`, with its time and its memory. The trace is
+ * sent in chunks: its body has records of a fixed size, its additional data the code locations to which they refer.
  */
 final class CodeTrace
 {
@@ -15,7 +15,7 @@ final class CodeTrace
 
     private const CHUNK = 4096;
     private const STATEMENTS = 4096;
-    // Nanoseconds since the trace began, bytes of memory in use, number of the place, calls that it is deep.
+    // Nanoseconds since the trace began, bytes of memory in use, number of the code location, depth of calls.
     private const RECORD = 'JNnn';
     private const RECORD_SIZE = 16;
 

@@ -5,8 +5,8 @@ declare(strict_types=1);
 namespace Tarnwick\Example;
 
 /**
- * Sees every uncaught exception, and every PHP error but those that the application's own handler settles. Applications
- * replace handlers: with the uopz extension theirs are called by ours, without it ours are gone then.
+ * Receives every uncaught exception, and every PHP error except those that the application's own handler settles. When
+ * an application replaces a handler, the recorder's calls it if the uopz extension is loaded; otherwise it is lost.
  */
 final class Handlers
 {
@@ -67,14 +67,14 @@ final class Handlers
         if ($handler !== null && $levels & $number && $handler($number, $message, $file, $line) !== false) {
             return true;
         }
-        // An expression behind an @ lowers error_reporting(): the application expects the error.
+        // The operator @ lowers error_reporting(): the application expects the error.
         if (error_reporting() & $number) {
             $this->recorder->error($number, $message, $file, $line, debug_backtrace(DEBUG_BACKTRACE_PROVIDE_OBJECT));
         }
         return false;
     }
 
-    /** Where the application called the watched function that raised the error. */
+    /** Returns where the application called the watched function that raised the error. */
     private static function place_of_the_call(): ?array
     {
         foreach (Trace::without_ours(debug_backtrace(DEBUG_BACKTRACE_IGNORE_ARGS)) as $call) {
@@ -90,7 +90,7 @@ final class Handlers
         $this->recorder->exception($exception, 'Uncaught');
         $handler = end($this->exception_handlers);
         if ($handler === null) {
-            // PHP's own answer: a fatal error, and status 500.
+            // PHP's default: a fatal error, and status 500.
             throw $exception;
         }
         $handler($exception);

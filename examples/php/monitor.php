@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** Decides what is an event: what is slow, high or an error worth one. */
+/** Decides which facts are events: slow functions and requests, high memory, errors. */
 final class Monitor
 {
     private const SLOW_FUNCTION = 20_000_000; // nanoseconds
@@ -24,7 +24,7 @@ final class Monitor
         'SQLite3Stmt' => ['execute'],
     ];
 
-    /** What stood in the superglobals when the protobuf dialect was last told. */
+    /** The superglobals when the protobuf dialect last reported them. */
     private array $superglobals;
 
     public function __construct(
@@ -59,7 +59,7 @@ final class Monitor
     public function custom(string $text_0, string $text_1, mixed $value, int $level): void
     {
         $trace = debug_backtrace(DEBUG_BACKTRACE_PROVIDE_OBJECT);
-        // This function was called by the recorder, which the application called. The event holds the arguments itself.
+        // The application called the recorder, which called this function. The event itself has the arguments.
         $place = array_intersect_key($trace[1], ['file' => 0, 'line' => 0]);
         $this->event('custom', "level $level", now(), [
             'frames' => Trace::frames(

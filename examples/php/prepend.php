@@ -2,9 +2,9 @@
 
 /*
  * Reports every request of a PHP application as frames of a capture file, each fact in both dialects.
- * Used as `auto_prepend_file`; README.md tells what each report holds.
+ * Used as `auto_prepend_file`; README.md describes each report.
  *
- * Settings are given on PHP's command line, where the application cannot see them:
+ * Settings are on PHP's command line, which the application does not see:
  *   -d tarnwick.capture=FILE     the capture file, appended to
  *   -d tarnwick.classes=FOLDER   the message classes that protoc made
  */

@@ -5,8 +5,8 @@ declare(strict_types=1);
 namespace Tarnwick\Example;
 
 /**
- * Where the time of a request went, by samples that the excimer extension takes of the calls in progress. Samples tell
- * times; how often a function was called they cannot tell.
+ * Measures where a request spends its time, by samples of the current calls that the excimer extension takes. Samples
+ * measure times, not how often a function was called.
  */
 final class Profiler
 {
@@ -30,7 +30,7 @@ final class Profiler
         }
     }
 
-    /** Behind the application's shutdown functions, as far as they are known, and before PHP empties the profiler. */
+    /** Runs after the application's shutdown functions that are known, and before PHP empties the profiler. */
     public function stop_at_the_end(): void
     {
         register_shutdown_function(fn () => register_shutdown_function(function (): void {
@@ -59,10 +59,10 @@ final class Profiler
             !str_starts_with($frame['function'] ?? '', '{closure:' . Calls::class . '::'));
         foreach ($calls as $frame) {
             if (Trace::is_our_file($frame['file'] ?? '')) {
-                return; // time of our own
+                return; // the recorder's own time
             }
         }
-        // A sample can stand for several periods: the timer does not wait for PHP.
+        // A sample can cover several periods: the timer does not wait for PHP.
         $time = (int) ($sample->getEventCount() * self::PERIOD * 1e9);
         $seen = [];
         foreach ($calls as $frame) {
@@ -74,7 +74,7 @@ final class Profiler
             if (!isset($functions[$name])) {
                 $functions[$name] = ['name' => $name, 'samples' => 0, 'time' => 0, 'own' => 0] + self::place($frame);
             }
-            // Of a function that calls itself, the time counts once.
+            // The time of a recursive function counts once.
             if (!isset($seen[$name])) {
                 $functions[$name]['samples']++;
                 $functions[$name]['time'] += $time;
@@ -86,7 +86,7 @@ final class Profiler
         }
     }
 
-    /** Where the function stands: its first and last line. A file's own code is the whole file. */
+    /** Returns the first and last line of a function. The code of a file itself is the whole file. */
     private static function place(array $frame): array
     {
         $place = ['file' => $frame['file'] ?? '', 'line' => $frame['closure_line'] ?? 0, 'last_line' => 0];

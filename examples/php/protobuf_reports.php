@@ -11,7 +11,7 @@ use Pelorin\Protobuf\Glimmet;
 use Pelorin\Protobuf\Monitor;
 use Pelorin\Protobuf\PelorinPHP as Php;
 
-/** Facts as messages of the protobuf dialect: one message a fact. */
+/** Encodes facts as messages of the protobuf dialect: one message for each fact. */
 final class ProtobufReports
 {
     // The numbers of an event's field `type`.
@@ -94,7 +94,7 @@ final class ProtobufReports
         $this->append('error', $error);
     }
 
-    /** Superglobals that changed since the last report of them come before the event. */
+    /** Reports an event, preceded by the superglobals if they changed since their last report. */
     public function event(array $facts): void
     {
         if ($facts['superglobals'] !== null) {
@@ -130,7 +130,7 @@ final class ProtobufReports
         ]));
     }
 
-    /** Before each chunk stand the request's id and the chunk's number: a reader skips them. */
+    /** Writes chunks, each preceded by the request's id and the chunk's number: a reader skips these. */
     public function code_trace(array $facts): void
     {
         $this->append('ct_header', new CT\Header([
@@ -248,7 +248,7 @@ final class ProtobufReports
         return array_map(static fn (array $header) => "$header[0]: $header[1]", $headers);
     }
 
-    /** A third element is the value at the start of the request: the entry changed. */
+    /** Encodes entries. A third element is the value at the start of the request, if the entry changed. */
     private static function entry(array $entry): Glimmet\SuperglobalEntry
     {
         $fields = ['key' => (string) $entry[0], 'value' => ProtobufValues::value($entry[1])];

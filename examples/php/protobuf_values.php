@@ -8,7 +8,7 @@ use Google\Protobuf\Timestamp;
 use Pelorin\Protobuf\Monitor;
 use Pelorin\Protobuf\PelorinPHP as Php;
 
-/** PHP values and calls as messages of the protobuf dialect: values flat, structured ones as JSON text. */
+/** Encodes PHP values and calls as messages of the protobuf dialect; arrays and objects become JSON text. */
 final class ProtobufValues
 {
     // The numbers of ZVal's field `type`.
@@ -60,7 +60,7 @@ final class ProtobufValues
         });
     }
 
-    /** What json_encode() is to write for a node. */
+    /** Converts a node to the value that json_encode() writes. */
     private static function plain(array $node): mixed
     {
         return match ($node[0]) {
@@ -82,7 +82,7 @@ final class ProtobufValues
         foreach ($pairs as [$key, $node]) {
             $map[$key] = self::plain($node);
         }
-        // Only what would be written as a list becomes an object: those lose the keys that begin with NUL.
+        // Only an array that would be written as a list becomes an object: objects lose keys that begin with NUL.
         return array_is_list($map) ? (object) $map : $map;
     }
 }

@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** The life of one request: a start, errors on the way, an end. A fault of its own never reaches the application. */
+/** Reports one request: its start, errors, its end. A fault of the recorder never reaches the application. */
 final class Recorder
 {
     private const FRAMES = 24;
@@ -25,7 +25,7 @@ final class Recorder
     private readonly Profiler $profiler;
     private readonly Sql $sql;
     private readonly Storage $storage;
-    /** @var array what the start report holds */
+    /** @var array the facts of the start report */
     private readonly array $start;
     private int $started = 0;
     private string $body = '';
@@ -39,19 +39,19 @@ final class Recorder
         self::$current->start();
     }
 
-    /** For applications that catch their exceptions in a handler of their own; README.md shows one. */
+    /** Reports an exception that the application catches in a handler of its own; README.md shows one. */
     public static function caught(\Throwable $exception): void
     {
         self::$current?->exception($exception, 'Caught');
     }
 
-    /** An event of the application's own; its level is -1, 0 or 1. */
+    /** Reports an event that the application defines; its level is -1, 0 or 1. */
     public static function event(string $text_0, string $text_1, mixed $value, int $level): void
     {
         self::$current?->monitor->custom($text_0, $text_1, $value, $level);
     }
 
-    /** From here to the end of the request, in files that say `declare(ticks=1)`. */
+    /** Starts a code trace until the end of the request, in files with `declare(ticks=1)`. */
     public static function trace(): void
     {
         self::$current?->code_trace->start(CodeTrace::BY_THE_APPLICATION);
@@ -77,8 +77,8 @@ final class Recorder
         $this->sql->install($calls);
         register_shutdown_function($this->fatal_error(...));
         $this->profiler->stop_at_the_end();
-        // Everything of the request comes before the last call of the outermost output buffer, also what shutdown
-        // functions and destructors do. The application can empty this buffer but not remove it.
+        // The last call of the outermost output buffer comes after everything else in the request, including shutdown
+        // functions and destructors. The application can empty this buffer but not remove it.
         ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
         if (isset($_SERVER['HTTP_X_CODE_TRACE'])) {
             $this->code_trace->start(CodeTrace::BY_THE_CLIENT);
@@ -128,7 +128,7 @@ final class Recorder
         ]);
     }
 
-    /** A fatal error calls no handler. It has no trace, and an uncaught exception has been reported already. */
+    /** Reports a fatal error, which calls no handler and has no trace. Uncaught exceptions were reported before. */
     private function fatal_error(): void
     {
         $error = error_get_last();
@@ -136,7 +136,7 @@ final class Recorder
             return;
         }
         $this->last_fatal = $error;
-        // The request may have ended for lack of memory, and its reports need some.
+        // The request may have ended because memory ran out, and its reports need some.
         ini_set('memory_limit', '-1');
         if (!str_starts_with($error['message'], 'Uncaught ')) {
             $this->error($error['type'], $error['message'], $error['file'], $error['line'], null);

@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** The way out: each fact goes to both dialects. A fault of ours never reaches the application. */
+/** Passes each fact to both dialects. A fault of the recorder never reaches the application. */
 final class Reports
 {
     /** @var list<RpcReports|ProtobufReports> */
@@ -17,13 +17,13 @@ final class Reports
         $this->dialects = [new RpcReports($file, $request_id), new ProtobufReports($file, $request_id)];
     }
 
-    /** Whether a report is being written: what PHP does now is our own doing. */
+    /** Whether a report is being written: calls are then made by the recorder itself. */
     public function busy(): bool
     {
         return $this->busy;
     }
 
-    /** @param string $kind a method of both dialects */
+    /** @param string $kind the name of a method that both dialects have */
     public function send(string $kind, array $facts): void
     {
         if ($this->busy) {

@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** Reads what PHP knows of the request and of its response. Bodies and headers come as the bytes that they are. */
+/** Reads the facts of the request and of its response from PHP. Bodies and headers are raw bytes. */
 final class RequestFacts
 {
     public const BODY_LIMIT = 1024;
@@ -40,8 +40,8 @@ final class RequestFacts
     }
 
     /**
-     * The superglobals as they are now, each changed entry with its value at the start as a third element: undefined
-     * where it is new. An entry that is gone stands as null at the end of its group.
+     * Returns the current superglobals. A changed entry has its value at the start as a third element: undefined if the
+     * entry is new. A removed entry is null, at the end of its group.
      */
     public static function changes_since(array $start): array
     {
@@ -67,7 +67,7 @@ final class RequestFacts
         return array_map(static fn (string $line) => preg_split('/: */', $line, 2) + [1 => ''], headers_list());
     }
 
-    /** PHP keeps the body of a form with files to itself: its bytes are empty here, its length is not. */
+    /** PHP does not pass on the body of a form with files: the bytes are empty here, the length is not. */
     private static function body(): ?array
     {
         $length = $_SERVER['CONTENT_LENGTH'] ?? $_SERVER['HTTP_CONTENT_LENGTH'] ?? '';

@@ -12,7 +12,7 @@ use Tarnwick\Rpc\Monitor\V1 as Monitor;
 use Tarnwick\Rpc\Php\V1 as Rpc;
 use Tarnwick\Rpc\V1\VersionInfo;
 
-/** Facts as messages of the rpc dialect: everything about one event in one envelope. */
+/** Encodes facts as messages of the rpc dialect: everything about one event in one envelope. */
 final class RpcReports
 {
     public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
@@ -83,7 +83,7 @@ final class RpcReports
         $this->notify($facts['timestamp'], 'error', new Rpc\ErrorPayload($payload));
     }
 
-    /** The call and the stack stand where this dialect's message of the kind has a place for them. */
+    /** Sets the call and the stack if this dialect's message of the kind has fields for them. */
     public function event(array $facts): void
     {
         $calls = [];
@@ -220,7 +220,7 @@ final class RpcReports
         ];
     }
 
-    /** What is null stays unset. */
+    /** Sets the fields that are not null. */
     private static function present(array $fields): array
     {
         return array_filter($fields, static fn (mixed $value): bool => $value !== null);

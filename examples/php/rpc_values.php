@@ -7,7 +7,7 @@ namespace Tarnwick\Example;
 use Google\Protobuf\Timestamp;
 use Tarnwick\Rpc\Php\V1 as Rpc;
 
-/** PHP values and calls as messages of the rpc dialect: values nested. */
+/** Encodes PHP values and calls as messages of the rpc dialect: values nest. */
 final class RpcValues
 {
     public static function location(string $file, int $line): Rpc\SourceLocation

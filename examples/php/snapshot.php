@@ -5,7 +5,7 @@ declare(strict_types=1);
 namespace Tarnwick\Example;
 
 /**
- * What a PHP value was at one moment, cut to limits, as a plain tree that both dialects render. A node is a list whose
+ * A PHP value at one moment, truncated to limits, as a plain tree that both dialects encode. A node is a list whose
  * first element is its kind:
  *
  *   [null]  [bool, b]  [long, n]  [double, d]  [string, bytes]  [timestamp, seconds, nanoseconds]
@@ -21,19 +21,19 @@ final class Snapshot
     ) {
     }
 
-    /** Superglobals: whatever depth PHP accepts in a query. */
+    /** Limits of superglobals: any depth that PHP accepts in a query. */
     public static function of_input(mixed $value): array
     {
         return (new self(levels: 80, elements: 100, bytes: 4096))->node($value, 0);
     }
 
-    /** Arguments of calls: enough to recognise them. */
+    /** Limits of arguments of calls: enough to recognise them. */
     public static function of_argument(mixed $value): array
     {
         return (new self(levels: 3, elements: 6, bytes: 128))->node($value, 0);
     }
 
-    /** The object of a call: its class, and its own plain properties. */
+    /** Limits of the object of a call: its class, and its own scalar properties. */
     public static function of_receiver(object $object): array
     {
         return (new self(levels: 1, elements: 4, bytes: 64))->node($object, 0);

@@ -11,7 +11,7 @@ final class Sql
 
     private const TEXT = 160; // bytes
     private const FRAMES = 3;
-    // Of each request the first ones, those that failed or change rows and those that begin or end a transaction.
+    // The first statements of each request, and later ones that fail, change rows, or begin or end a transaction.
     private const STATEMENTS = 10;
 
     private const SQLITE = 0;
@@ -64,7 +64,7 @@ final class Sql
             $this->executed($call, $call->object->queryString, self::THROUGH_PDO_STATEMENT));
         $calls->watch('SQLite3Stmt', 'execute', fn (Call $call) =>
             $this->executed($call, $call->object->getSQL(), self::THROUGH_SQLITE3_STATEMENT));
-        // These have no statement text that PHP would show.
+        // PHP has no statement text for these.
         $calls->watch('PDO', 'beginTransaction', fn (Call $call) => $this->transact($call, 'BEGIN', ''), $connect);
         $calls->watch('PDO', 'commit', fn (Call $call) => $this->transact($call, 'COMMIT', ''), $connect);
         $calls->watch('PDO', 'rollBack', fn (Call $call) => $this->transact($call, 'ROLLBACK', ''), $connect);
@@ -106,7 +106,7 @@ final class Sql
 
     private function statement(Call $call, ?object $connection, string $text, int $source, ?int $parameters): void
     {
-        // A statement begins with its first word, behind comments.
+        // The first word of a statement follows its comments.
         preg_match('~^(?:\s|--[^\n]*\n|/\*.*?\*/|;)*+(\w*)~s', $text, $match);
         $word = strtoupper($match[1] ?? '');
         $rows = self::ROWS_UNKNOWN;
@@ -139,7 +139,7 @@ final class Sql
         ];
     }
 
-    /** The transaction that a statement runs in, or the one that it begins or ends. */
+    /** Returns the transaction that a statement runs in, begins or ends. */
     private function transaction_of(Call $call, object $connection, string $word, string $text, int $rows): ?int
     {
         $connection = $this->number($connection);
@@ -175,7 +175,7 @@ final class Sql
         } elseif ($word === 'RELEASE') {
             $this->close($connection, $this->level($connection, $savepoint), $now, committed: true);
         } elseif ($word === 'ROLLBACK' && $savepoint !== '') {
-            // The savepoint stays, with nothing in it.
+            // The savepoint remains, without changes.
             $level = $this->level($connection, $savepoint);
             $this->close($connection, $level + 1, $now, committed: false);
             if (isset($this->open[$connection][$level])) {
@@ -186,7 +186,7 @@ final class Sql
         }
     }
 
-    /** The most recent savepoint of a name: names need not be distinct. */
+    /** Returns the most recent savepoint of a name: names need not be unique. */
     private function level(int $connection, string $savepoint): int
     {
         return (int) array_search($savepoint, array_reverse(array_column($this->open[$connection], 1), true), true);
@@ -215,14 +215,14 @@ final class Sql
         return $this->numbers[$connection];
     }
 
-    /** A database in memory has no file. Asked before the application's statement, which keeps its error that way. */
+    /** Returns kind and name of a connection. Called before the application's statement, whose error then remains. */
     private static function describe(object $connection): array
     {
         if ($connection instanceof \PDO && $connection->getAttribute(\PDO::ATTR_DRIVER_NAME) !== 'sqlite') {
             $name = $connection->getAttribute(\PDO::ATTR_DRIVER_NAME);
             return ['kind' => self::OTHER_DATABASE, 'name' => $name];
         }
-        // The method of PHP itself, whatever the application overrides.
+        // PHP's own method, even if the application overrides it.
         $class = $connection instanceof \PDO ? \PDO::class : \SQLite3::class;
         $rows = (new \ReflectionMethod($class, 'query'))->invoke($connection, 'PRAGMA database_list');
         $row = match (true) {

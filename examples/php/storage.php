@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** Blocks of data that belong to no other report: named lists of bytes. */
+/** Reports blocks of data that are in no other report: named lists of bytes. */
 final class Storage
 {
     private const FOLDERS = 6;
@@ -43,7 +43,7 @@ final class Storage
         return [substr(serialize($value), 0, self::VALUE)];
     }
 
-    /** What the process had used when the request began, and when it ended. */
+    /** Returns the resource usage of the process at the start and at the end of the request. */
     private function usage_of_the_request(): array
     {
         $entries = [];
@@ -53,7 +53,7 @@ final class Storage
         return $entries;
     }
 
-    /** As PHP names it; times in microseconds. */
+    /** Returns the usage with PHP's names; times in microseconds. */
     private static function usage(): array
     {
         $usage = [];
@@ -64,7 +64,7 @@ final class Storage
         return $usage;
     }
 
-    /** By folder, without ours and with the first of each alone. */
+    /** Returns the included files by folder: only the first ones of each, and none of the recorder's. */
     private static function included_files(): array
     {
         $entries = [];

@@ -4,14 +4,14 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** PHP's traces without what this recorder adds to them, and the facts of their frames. */
+/** PHP's traces without the recorder's own frames, and the facts of their frames. */
 final class Trace
 {
     private const ARGUMENTS = 16;
 
     /**
-     * The calls of the application. A watched call stands twice in PHP's trace: PHP's function, called from our file,
-     * and the replacement, called from the application's.
+     * Returns the calls of the application. A watched call is in PHP's trace twice: PHP's function, called from the
+     * recorder's file, and the replacement, called from the application's.
      */
     public static function without_ours(array $trace): array
     {
@@ -33,7 +33,7 @@ final class Trace
         return $calls;
     }
 
-    /** Gives an exception of PHP's own function the place and the trace that it has without us. */
+    /** Sets the location and the trace of a PHP function's exception to those without the recorder. */
     public static function take_ours_out_of(\Throwable $fault): void
     {
         $base = $fault instanceof \Exception ? \Exception::class : \Error::class;

@@ -1,6 +1,6 @@
 <?php
 
-/* Adminer asks for a password, and an SQLite file has none: any is right here, and none is passed on. */
+/* Adminer asks for a password, but an SQLite file has none: any password is accepted, and none is passed on. */
 
 declare(strict_types=1);
 

@@ -1,7 +1,7 @@
 <?php
 
 /*
- * Pages that go wrong in one way each. Calls carry arguments of every kind, so that their traces show them.
+ * Pages that each fail in one way. Calls have arguments of every kind, so that the traces contain them.
  */
 
 declare(strict_types=1);

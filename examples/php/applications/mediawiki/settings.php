@@ -1,7 +1,7 @@
 <?php
 
 /*
- * Stands at the end of the wiki's LocalSettings.php: uploads, reports of the exceptions that the wiki catches itself,
+ * The end of the wiki's LocalSettings.php: uploads, reports of the exceptions that the wiki catches itself,
  * an event for each page saved, and an extension with a fault.
  */
 
@@ -15,7 +15,7 @@ $wgFileExtensions[] = 'txt';
 $wgMainCacheType = CACHE_NONE;
 $wgJobRunRate = 0;
 
-// The wiki makes an ErrorException of each PHP error, for its log: those are reported as errors.
+// The wiki wraps each PHP error in an ErrorException for its log: those are reported as errors.
 $wgHooks['LogException'][] = static function (Throwable $exception): void {
     if (class_exists(Recorder::class, false) && !$exception instanceof ErrorException) {
         Recorder::caught($exception);

@@ -1,8 +1,8 @@
 <?php
 
 /*
- * The readings of some weather stations, with pages that take long, take much, fail quietly, or do one thing worth a
- * closer look.
+ * Readings of some weather stations, with pages that are slow, use much memory, fail silently, or do one thing that is
+ * worth an event.
  */
 
 declare(strict_types=1);

@@ -1,6 +1,6 @@
 <?php
 
-/* Two ways to a database: transactions inside transactions through PDO, and SQLite3. */
+/* Two interfaces of a database: nested transactions through PDO, and SQLite3. */
 
 declare(strict_types=1);
 
