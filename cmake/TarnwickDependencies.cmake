@@ -1,10 +1,10 @@
-# Finds what the project calls. Everything that is missing or too old is named at once, with the version wanted, the
-# version found and the Debian package that brings it.
+# Finds the project's dependencies. Reports everything that is missing or too old at once, with the version wanted, the
+# version found and the Debian package.
 
 set(tarnwick_missing "")
 
-# tarnwick_need(FOUND WANTED DEBIAN_PACKAGE VERSION_FOUND): notes a dependency that is not there. VERSION_FOUND is what
-# is there instead, or empty.
+# tarnwick_need(FOUND WANTED DEBIAN_PACKAGE VERSION_FOUND): records a dependency that is missing. VERSION_FOUND is the
+# version found instead, or empty.
 function(tarnwick_need found wanted debian_package version_found)
     if(NOT found)
         string(APPEND tarnwick_missing "\n  ${wanted} (Debian: ${debian_package})")

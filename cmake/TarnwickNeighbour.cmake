@@ -1,6 +1,6 @@
-# tarnwick_installed_neighbour(NAME HEADER DEPENDENCY PROBLEM_VARIABLE): the target Tarnwick::NAME for an installed
-# lib<NAME>.so that brings HEADER, or a sentence on what is missing. Used at configure time for a library that is not
-# built here, and by the installed package for the same.
+# tarnwick_installed_neighbour(NAME HEADER DEPENDENCY PROBLEM_VARIABLE): defines the target Tarnwick::NAME for an
+# installed lib<NAME>.so that provides HEADER, or sets PROBLEM_VARIABLE to a sentence about what is missing. Used at
+# configure time for a library that is not built here, and by the installed package for the same purpose.
 function(tarnwick_installed_neighbour name header dependency problem_variable)
     string(TOUPPER ${name} upper)
     find_path(${upper}_INCLUDE_DIR ${header})
@@ -19,7 +19,7 @@ Name their prefix in CMAKE_PREFIX_PATH" PARENT_SCOPE)
     endif()
 endfunction()
 
-# The same for the build. A missing one does not stop the run, so that all are named.
+# The same for the build. A missing library does not stop the run, so that all are reported.
 function(tarnwick_take_installed name header dependency)
     tarnwick_installed_neighbour(${name} ${header} ${dependency} problem)
     if(problem)

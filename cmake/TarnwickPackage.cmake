@@ -1,11 +1,11 @@
-# What `cmake --install` brings: the libraries built here with their headers, the program, the .proto files, the CMake
-# package Tarnwick and tarnwick.pc. No file names the prefix, so an installed tree can be moved.
+# Files that `cmake --install` installs: the libraries built here with their headers, the program, the .proto files, the
+# CMake package Tarnwick and tarnwick.pc. No file contains the prefix, so an installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 
 set(tarnwick_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Tarnwick)
 
-# One export set a library: where one is replaced by an installed one, the others refer to it by name.
+# One export set for each library: if one is replaced by an installed library, the others refer to it by name.
 foreach(library IN ITEMS pcommon pmsg prpc tarnwick)
     if(TARGET ${library})
         set_property(TARGET ${library} APPEND PROPERTY INSTALL_RPATH $ORIGIN)
@@ -28,7 +28,7 @@ install(DIRECTORY proto/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnwick/proto FIL
 configure_package_config_file(cmake/TarnwickConfig.cmake.in TarnwickConfig.cmake
     INSTALL_DESTINATION ${tarnwick_package_folder}
     NO_SET_AND_CHECK_MACRO)
-# Below 1.0 a minor version may break what the one before it promised.
+# Below 1.0, minor versions may be incompatible.
 write_basic_package_version_file(TarnwickConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/TarnwickConfig.cmake

@@ -1,10 +1,10 @@
 # tarnwick_find_protobuf(FOUND_VARIABLE VERSION_VARIABLE): finds Protocol Buffers 29 or later. The version is read from
-# the headers (5029000 is 29.0), since what protobuf's own CMake package calls itself differs from release to release.
+# the headers (5029000 is 29.0), because the version in protobuf's own CMake package differs from release to release.
 macro(tarnwick_find_protobuf found_variable version_variable)
     set(${found_variable} FALSE)
     set(${version_variable} "")
-    # Where protoc is packaged apart and not installed, protobuf's CMake package stops the run with a message that does
-    # not say so: it is looked for first.
+    # If protoc is in a separate package that is not installed, protobuf's CMake package stops the run with an unclear
+    # message. So protoc is looked for first.
     find_program(TARNWICK_PROTOC protoc HINTS ${protobuf_DIR}/../../../bin ${protobuf_DIR}/../../../../bin)
     mark_as_advanced(TARNWICK_PROTOC)
     if(TARNWICK_PROTOC)

@@ -1,13 +1,14 @@
-# What all targets have in common.
+# Common settings of all targets.
 
-# Options of everything built here, generated code included: the sanitizer must see all of it.
+# Options of everything built here, including generated code: the sanitizers must instrument all of it.
 function(tarnwick_build_options target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
     if(TARNWICK_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${TARNWICK_SANITIZE} -fno-sanitize-recover=all)
         target_link_options(${target} PRIVATE -fsanitize=${TARNWICK_SANITIZE})
-        # A packaged, uninstrumented libprotobuf and instrumented message classes disagree on where message globals lie.
+        # A packaged, uninstrumented libprotobuf and instrumented message classes disagree about the addresses of
+        # message globals.
         target_compile_definitions(${target} PRIVATE PROTOBUF_MESSAGE_GLOBALS_TEMPORARY_OPTOUT)
     endif()
 endfunction()
@@ -20,14 +21,14 @@ function(tarnwick_own_sources target)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
     if(TARNWICK_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        # Instrumented code hides from g++ what an optimised build shows it: the warning is wrong about std::variant there.
+        # False positives about std::variant: instrumentation hides from g++ what an optimised build shows.
         target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
 endfunction()
 
-# Other people's headers take most of the compile time of our sources. toolchain/lint reads each source without them,
-# so that each includes what it uses.
+# Third-party headers take most of the compile time of our sources. toolchain/lint reads each source without precompiled
+# headers, so that each source includes what it uses.
 function(tarnwick_precompile_headers target)
     target_precompile_headers(${target} PRIVATE
         <QtCore/QVariant>
@@ -37,14 +38,14 @@ function(tarnwick_precompile_headers target)
         ${ARGN})
 endfunction()
 
-# A shared library of the house: hidden symbols unless marked, nothing undefined, a SONAME with major and minor version (below
-# 1.0 a minor version may break what the one before it promised).
+# A shared library of the project: hidden symbols unless marked, nothing undefined, a SONAME with major and minor
+# version (below 1.0, minor versions may be incompatible).
 function(tarnwick_shared_library target)
     add_library(Tarnwick::${target} ALIAS ${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
-    # Clang leaves the sanitizers' run time to the program.
+    # Clang links the sanitizers' run time into the program only.
     if(NOT TARNWICK_SANITIZE OR CMAKE_CXX_COMPILER_ID STREQUAL GNU)
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
@@ -74,7 +75,7 @@ function(tarnwick_message_library target)
         <google/protobuf/wire_format.h>)
     target_include_directories(${target} SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${generated} FILES ${headers})
-    # Generated sources share names of static variables, so no two of them can be one source.
+    # Generated sources reuse names of static variables, so they cannot be combined into one source.
     set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS OFF UNITY_BUILD OFF)
     target_link_libraries(${target} PUBLIC protobuf::libprotobuf)
 endfunction()

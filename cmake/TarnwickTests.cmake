@@ -1,16 +1,16 @@
-# Options of tests and of what they share.
+# Options of tests and of their common libraries.
 function(tarnwick_test_sources target)
     tarnwick_own_sources(${target})
-    # Tables of cases have one name in all of them.
+    # Tables of cases have the same name in every test.
     set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
-    # To optimise the tests takes longer than to run them, unless they are run millions of times.
+    # Optimising the tests takes longer than running them, except those that run millions of times.
     if(NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -O0)
     endif()
 endfunction()
 
-# The headers that tarnwick_tests has precompiled, to which belong its options: and that it is built first, which fuzzers do
-# not want.
+# Reuses the precompiled headers of tarnwick_tests. This requires its options, and that it is built first, which fuzzers
+# do not want.
 function(tarnwick_test_headers target)
     if(NOT TARNWICK_FUZZ)
         target_precompile_headers(${target} REUSE_FROM tarnwick_tests)

@@ -1,26 +1,27 @@
 # shellcheck shell=bash
-# The toolchain: a Debian root of the project's own, in the user's cache folder, and the way into it.
-# Sourced by ./dev with `set -euo pipefail`; `repo` names the repository.
+# The toolchain: a Debian root of the project's own in the user's cache folder, and the functions that create and enter
+# it. Sourced by ./dev with `set -euo pipefail`; `repo` is the path of the repository.
 #
-# A root is made once for what it holds: its name has a hash of that. It is built under another name and renamed when it
-# is whole, so an interrupted build leaves nothing that looks finished. Everything is mounted in a mount namespace of
-# the call, so no mount outlives a call and nothing outside can reach the repository through the root.
+# A root is created once for each set of contents, and its name has a hash of them. It is built under a temporary name
+# and renamed when it is complete, so an interrupted build leaves nothing that looks finished. Everything is mounted in
+# a mount namespace of the call. So no mount outlives a call, and nothing outside can reach the repository through the
+# root.
 #
-# The root has what toolchain/packages lists and nothing else, so no test depends on what another verb installed. What
-# linters, fuzzers and benchmarks need goes into a copy, which these verbs share and which has the suffix -tools.
+# The root has exactly the packages that toolchain/packages lists, so no test depends on what another verb installed.
+# Packages of linters, fuzzers and benchmarks go into a copy with the suffix -tools, which these verbs share.
 
 : "${repo:?}"
 shopt -s inherit_errexit
 
 readonly base_suite=trixie
-readonly later_suites=(forky experimental) # asked in this order for what the base suite has too old
+readonly later_suites=(forky experimental) # tried in this order if the base suite's version is too old
 readonly least_protobuf=29
-# A root for building needs neither manuals nor translations, and no flush to disk after each package.
+# A root for building needs no manuals, no translations, and no flush to disk after each package.
 # shellcheck disable=SC2016  # expanded by mmdebstrap's shell
 readonly root_options=(--variant=apt '--dpkgopt=path-exclude=/usr/share/doc/*' '--dpkgopt=path-exclude=/usr/share/man/*'
     '--dpkgopt=path-exclude=/usr/share/locale/*' --dpkgopt=force-unsafe-io
     '--customize-hook=rm -f "$1/etc/apt/apt.conf.d/99mmdebstrap"')
-readonly unused_days=60 # after which a root that no call has used goes, when another is made
+readonly unused_days=60 # unused roots are removed after so many days, when another is created
 
 cache=~/.cache
 [[ ${XDG_CACHE_HOME:-} != /* ]] || cache=$XDG_CACHE_HOME
@@ -32,15 +33,16 @@ fail() {
     exit 3
 }
 
-# The command before another that runs it as root of a mount namespace: the caller's own root, or a user namespace's.
+# Prefix of a command that runs it as root of a mount namespace: as the caller's own root, or as root of a user
+# namespace.
 namespace=(unshare --mount --propagation private --)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --map-auto --mount --propagation private --)
-# The same, and all that it started ends when the call ends, however that happens.
+# The same; all processes that the command started end with the call, even if it is killed.
 bound_namespace=("${namespace[@]}" setpriv --pdeathsig KILL unshare --pid --fork --kill-child --)
 
 package_list() { sed 's/#.*//' "$repo/toolchain/packages${1:+.$1}" | tr -s '[:space:]' '\n' | grep .; }
 
-# Machines of two architectures can share the cache folder.
+# Machines of different architectures can share the cache folder.
 root_name() {
     local text
     text=$(printf '%s\n' "$(uname -m)" "$base_suite" "${later_suites[@]}" "$least_protobuf" "${root_options[@]}" &&
@@ -48,20 +50,20 @@ root_name() {
     printf 'toolchain-%s' "$(sha256sum <<<"$text" | cut -c 1-16)"
 }
 
-# Prints those of the given programs that are not there.
+# Prints the given programs that are missing.
 absent() {
     local tool missing=()
     for tool; do command -v "$tool" >/dev/null || missing+=("$tool"); done
     printf '%s' "${missing[*]}"
 }
 
-# Fails with the programs that are missing and how to get the packages that have them.
+# Fails with the names of missing programs and how to install their packages.
 fail_missing() { # "PROGRAM..." "PACKAGE..."
     ! command -v apt-get >/dev/null || fail "missing: $1; as root: apt-get install $2"
     fail "missing: $1; install the packages that Debian calls $2"
 }
 
-# An ordinary user becomes root of a user namespace, which needs a range of ids to be root over.
+# An ordinary user becomes root of a user namespace, which needs a range of subordinate ids.
 require_namespaces() {
     local user file why missing ranges=()
     missing=$(absent unshare setpriv flock)
@@ -86,7 +88,7 @@ require_namespaces() {
     fi
 }
 
-# What makes a root; root of a Debian machine gets it installed.
+# Checks the programs that create a root. On Debian, root gets missing ones installed.
 require_host_tools() {
     local missing output
     read -r -a missing < <(absent mmdebstrap mount && echo)
@@ -95,7 +97,7 @@ require_host_tools() {
         fail_missing "${missing[*]}" "${missing[*]}"
     fi
     say "installing ${missing[*]} into this machine"
-    # An interrupt waits for the end of this: dpkg cut short would leave work to its owner.
+    # An interrupt waits for the end of the installation: an interrupted dpkg would have to be repaired by hand.
     output=$(
         exec 2>&1
         trap '' INT TERM HUP
@@ -108,7 +110,7 @@ require_host_tools() {
     }
 }
 
-# The first Debian archive among this machine's apt sources whose Release file is in the given lists folder.
+# Prints the first Debian archive among this machine's apt sources whose Release file is in the given lists folder.
 debian_archive() {
     local uri file
     apt-get update --print-uris 2>/dev/null | while read -r uri file _; do
@@ -120,8 +122,8 @@ debian_archive() {
     done | sort -u | sed -n 1p
 }
 
-# The mirror that this machine's own apt uses for Debian; nothing where it names none. A machine that has never called
-# `apt-get update` learns from the Release files alone what its sources are.
+# Prints the mirror that this machine's apt uses for Debian, or nothing if there is none. Before the first `apt-get
+# update` there are no Release files, so they are fetched into a temporary folder.
 host_mirror() {
     local lists=/var/lib/apt/lists mirror scratch
     command -v apt-get >/dev/null || return 0
@@ -137,8 +139,9 @@ host_mirror() {
     printf '%s' "$mirror"
 }
 
-# The proxies of this machine's apt, as lines of its configuration. A command that finds a proxy (Proxy-Auto-Detect) is
-# on this machine and not in the root: it is run here, for the mirror, or for this machine's first source.
+# Prints the proxies of this machine's apt, as lines of its configuration. A command that detects a proxy
+# (Proxy-Auto-Detect) exists on this machine and not in the root, so it runs here, for the mirror or for this machine's
+# first source.
 host_proxies() { # MIRROR
     local uri=$1 proxy
     command -v apt-config >/dev/null || return 0
@@ -149,7 +152,7 @@ host_proxies() { # MIRROR
     [ -z "$proxy" ] || printf 'Acquire::%s::Proxy "%s";\n' "${uri%%:*}" "$proxy"
 }
 
-# Changes to the cache folder, one call at a time; an interrupt says what it leaves.
+# Locks the cache folder, so that one call at a time changes it. An interrupt prints what it leaves.
 begin_change() {
     mkdir -p "$cache" || fail "the toolchain's folder cannot be made: $cache"
     trap 'interrupted 130' INT
@@ -171,13 +174,14 @@ interrupted() {
     exit "$1"
 }
 
-# Runs a program that needs no input. A trap interrupts `wait`, where it would wait for the end of the program itself.
+# Runs a program without input in the background. A trap can interrupt `wait`; in the foreground it would wait for the
+# program's end.
 interruptible() {
     "$@" </dev/null &
     wait "$!"
 }
 
-# Nothing that is mounted below the cache folder shows in a second mount of the folder alone.
+# In a second mount of the cache folder nothing is mounted below it.
 remove_root() {
     # shellcheck disable=SC2016  # expanded by the inner shell, whose arguments they are
     "${namespace[@]}" sh -euc 'mount --bind "$1" "$1"; rm -rf -- "$1/$2"' sh "$cache" "${1##*/}"
@@ -192,16 +196,16 @@ remove_left_roots() {
         '(' -name '*.partial' -o -mtime "+$unused_days" ')')
 }
 
-# The environment inside a root. Of the caller's, only what describes the terminal and the way to the network: what this
-# machine tells its own compilers, build tools and tests is not about the root.
+# The environment inside a root. Only variables that describe the terminal and the network are passed on: those for
+# compilers, build tools and tests describe this machine, not the root.
 environment=(env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8)
 for name in TERM COLUMNS NO_COLOR {http,https,ftp,all,no}_proxy {HTTP,HTTPS,FTP,ALL,NO}_PROXY; do
     ! value=$(printenv "$name") || environment+=("$name=$value")
 done
 unset name value
 
-# Runs a command inside a root, with the repository at its own path and as the working folder. The arguments of the
-# inner shell: root, repository, command.
+# Runs a command inside a root, with the repository at its own path and as the working folder. Arguments of the inner
+# shell: root, repository, command.
 # shellcheck disable=SC2016
 enter=("${environment[@]}" sh -euc '
     root=$1 repo=$2
@@ -213,13 +217,13 @@ enter=("${environment[@]}" sh -euc '
     exec chroot "$root" sh -euc "cd \"\$0\"; exec \"\$@\"" "$repo" "$@"
 ' sh)
 
-# Installs packages inside a root, with what the base suite has too old from a later one.
+# Installs packages inside a root, from a later suite if the base suite's version is too old.
 install_into_root() {
     local root=$1 mirror
     shift
     mirror=$(sed -n 's|^deb .*\(https\?://[^ ]*\) .*|\1|p' "$root/etc/apt/sources.list" | sed -n 1p)
     cp --remove-destination /etc/resolv.conf /etc/hosts "$root/etc" 2>/dev/null || true
-    # The root trusts for its mirror whom this machine trusts.
+    # The root trusts the same certificates for its mirror as this machine.
     host_proxies "$mirror" >"$root/etc/apt/apt.conf.d/90host"
     if cp -L /etc/ssl/certs/ca-certificates.crt "$root/etc/apt/host-ca.crt" 2>/dev/null; then
         printf 'Acquire::https::CAInfo "/etc/apt/host-ca.crt";\n' >>"$root/etc/apt/apt.conf.d/90host"
@@ -228,7 +232,7 @@ install_into_root() {
         bash toolchain/install-newest "$least_protobuf" "$base_suite" "${later_suites[*]}" "$@" >&2
 }
 
-# Makes a root by a command that is given the name to build it under. Does nothing where the root is there.
+# Creates a root unless it exists. The command is called with the temporary name.
 make_root() { # ROOT COMMAND
     if [ ! -d "$1" ]; then
         begin_change
@@ -271,7 +275,7 @@ copy_root() { # PARTIAL
     ' sh "$root" "$1" || fail 'the toolchain could not be copied: is the disk free?'
 }
 
-# Sets `root`, once, to the root of the packages that every verb needs.
+# Sets `root`, once, to the root with the packages of every verb.
 require_root() {
     [ -z "${root:-}" ] || return 0
     [ ! -e /etc/tarnwick-toolchain ] || fail 'this is the toolchain already: call cmake and the rest directly'
@@ -280,7 +284,7 @@ require_root() {
     make_root "$root" build_root
 }
 
-# Sets `root`, once, to the copy that has the packages of the given verbs too.
+# Sets `root`, once, to the copy that also has the packages of the given verbs.
 require_packages() { # VERB...
     local verb list stamp
     require_root
