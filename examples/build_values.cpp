@@ -1,4 +1,4 @@
-// Builds two PHP arrays, prints what the second has that the first lacks, and writes that into a message.
+// Builds two PHP arrays, prints what the second has and the first lacks, and writes the difference into a message.
 
 #include <tarnwick/data/php/make_values.h>
 #include <tarnwick/data/print.h>

@@ -1,8 +1,8 @@
-// Receives a code trace over ZeroMQ and writes it to a file: the dump header, then the chunks as they come.
+// Receives a code trace over ZeroMQ and writes it to a file: the dump header, then the chunks unchanged.
 //
 //     dump_trace ENDPOINT FILE
 //
-// A trace is one message of several parts: a report of the rpc dialect with the header, then a chunk a part.
+// A trace is one message of several parts: a report of the rpc dialect with the header, then one chunk in each part.
 
 #include <tarnwick/data/codetrace/data.h>
 #include <tarnwick/data/codetrace/header.h>
@@ -55,7 +55,7 @@ int say(char const *what)
     return 1;
 }
 
-/// The header that a part holds, if it holds one.
+/// Returns the header in a part, if there is one.
 std::optional<Header> header_in(zeromq::msg_t const &part)
 {
     tarnwick::rpc::codetrace::v1::NotifyRequest message;
@@ -79,7 +79,8 @@ int dump(void *socket, int file)
     if (!write_all(file, bytes.data(), bytes.size()))
         return say("cannot write");
 
-    // From the socket to write() a chunk stays where ZeroMQ received it: in a block of memory, or when small in the part.
+    // A chunk is not copied between the socket and write(): its bytes stay in the block of memory in which ZeroMQ
+    // received them, or in the part if it is small.
     while (more) {
         if (!receive(socket, part))
             return say("cannot receive");
@@ -93,7 +94,7 @@ int dump(void *socket, int file)
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): nothing better is to be done with an exception than to end by it
+// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the program, as intended
 int main(int argc, char **argv)
 {
     if (argc != 3) {

@@ -11,12 +11,12 @@ printf 'small' >"$work/small"
 : >"$work/empty"
 cp "$dump_trace" "$work/large"
 head -c 40000000 /dev/zero >>"$work/large"
-# The name of a socket is limited to some hundred characters.
+# The path of a socket is limited to about a hundred characters.
 cd "$work"
 endpoint=ipc://dump_trace.socket
 
 failed=0
-# check NAME STATUS PART...: what comes of a message of these parts, in `dump` and `messages`.
+# check NAME STATUS PART...: sends these parts and compares the status; the results are in `dump` and `messages`.
 check() {
     local name=$1 expected=$2 sender status=0
     shift 2

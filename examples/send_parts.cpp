@@ -1,8 +1,8 @@
-// Sends files over ZeroMQ as the parts of one message: something for dump_trace to receive.
+// Sends files over ZeroMQ as the parts of one message, for dump_trace to receive.
 //
 //     send_parts ENDPOINT FILE...
 //
-// Ends when the message has been taken.
+// Ends when the message has been delivered.
 
 #include <fmt/format.h>
 
@@ -14,7 +14,7 @@
 
 #include <zmq.h>
 
-// NOLINTNEXTLINE(bugprone-exception-escape): nothing better is to be done with an exception than to end by it
+// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the program, as intended
 int main(int argc, char **argv)
 {
     if (argc < 3) {

@@ -1,4 +1,4 @@
-// Turns a map of Qt values into a message, sends it as bytes, and makes a map of it again.
+// Converts a map of Qt values to a message, serialises it, and converts it back to a map.
 
 #include <tarnwick/qstring_format.h>
 #include <tarnwick/tarnwick_utils.h>
@@ -24,8 +24,8 @@ int main()
         {u"placed"_s, QDate(2024, 1, 2)},
     };
 
-    // A map by itself is converted value by value, and Qt has no JSON for a date by itself; a map in a variant is
-    // converted as a whole, and its dates become texts.
+    // A map alone is converted value by value, and Qt has no JSON for a date alone. A map in a variant is converted as
+    // a whole, and its dates become texts.
     tarnwick::rpc::php::v1::ZVal message;
     PelorinPHPX::to_protobuf_zval(message, order);
     fmt::print("by itself:    {}\n", message.json_value());

@@ -1,5 +1,5 @@
-// Prints the PHP values of a request's start as a tree. A serialised report of the rpc dialect is read from standard
-// input; protoc makes one of a text:
+// Prints the PHP values of a request's start as a tree. Reads a serialised report of the rpc dialect from standard
+// input; protoc encodes one from text:
 //
 //     protoc -I proto --encode=tarnwick.rpc.php.v1.NotifyRequest tarnwick/rpc/php/v1/notify_request.proto
 
@@ -25,7 +25,7 @@ using namespace tarnwick::data::php;
 
 namespace {
 
-/// One overload for each of the eleven kinds: the compiler misses none.
+/// One overload for each of the eleven kinds: a missing one is a compile error.
 class Printer {
 public:
     explicit Printer(std::size_t depth = 0)
@@ -82,11 +82,11 @@ private:
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): nothing better is to be done with an exception than to end by it
+// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the program, as intended
 int main()
 {
     tarnwick::rpc::php::v1::NotifyRequest message;
-    // A PHP array takes three messages, and PHP accepts 64 arrays in each other: more than the parser does by itself.
+    // A PHP array takes three messages, and PHP accepts 64 nested arrays: more than the parser's default limit.
     google::protobuf::io::IstreamInputStream bytes(&std::cin);
     google::protobuf::io::CodedInputStream stream(&bytes);
     stream.SetRecursionLimit(1000);
@@ -95,7 +95,7 @@ int main()
         return 1;
     }
 
-    // What the message does not hold reads as an empty array. The tree copies what it needs: the message can go.
+    // An absent array reads as an empty one. The tree copies its values, so the message is no longer needed.
     PelorinArray const superglobals(new detail::PelorinArray(message.rinit().superglobals()));
     message.Clear();
     Printer()(superglobals);
