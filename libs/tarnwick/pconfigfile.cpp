@@ -105,7 +105,7 @@ std::optional<QString> ConfigFile::next_include(OpenFile &open_file)
             continue;
         if (auto include = process(lines.decoded(line)))
             return include;
-        table_size.follow(values_);
+        table_size.reserve(values_);
     }
     return std::nullopt;
 }

@@ -143,7 +143,7 @@ private:
         child.reset();
         includes.pop_front();
         if (file)
-            file->table_size.follow(config.values_);
+            file->table_size.reserve(config.values_);
     }
 
     /// Returns the chain of includes that led to the current file, for the text of an exception.

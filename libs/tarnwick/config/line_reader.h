@@ -32,18 +32,18 @@ public:
     /// example if the file ends in a carriage return.
     QByteArrayView next()
     {
-        if (buffer_.capacity() > kept)
+        if (buffer_.capacity() > max_kept_capacity)
             buffer_ = QByteArray();
-        if (text_.capacity() > kept)
+        if (text_.capacity() > max_kept_capacity)
             text_ = QString();
         qsizetype size = 0;
         qint64 count = 0;
         do {
-            buffer_.resizeForOverwrite(size + piece + 1);
-            count = file_.readLine(buffer_.data() + size, piece + 1);
+            buffer_.resizeForOverwrite(size + read_size + 1);
+            count = file_.readLine(buffer_.data() + size, read_size + 1);
             if (count > 0)
                 size += count;
-        } while (count == piece && buffer_[size - 1] != '\n');
+        } while (count == read_size && buffer_[size - 1] != '\n');
         is_stuck_ = size == 0 && !file_.atEnd();
         return QByteArrayView(buffer_).first(size);
     }
@@ -57,8 +57,8 @@ public:
 private:
     // The amount that QFile::readLine() reads at once. In text mode a carriage return at the end of a read is treated
     // differently, so reads must end at the same places.
-    static constexpr qsizetype piece = 16'384;
-    static constexpr qsizetype kept = 1'048'576; ///< no long line takes memory for the rest of the file
+    static constexpr qsizetype read_size = 16'384;
+    static constexpr qsizetype max_kept_capacity = 1'048'576; ///< larger buffers are freed before the next line
 
     QFile &file_;
     QByteArray buffer_;

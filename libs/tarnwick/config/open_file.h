@@ -22,18 +22,18 @@ public:
     {
     }
 
-    void follow(QMultiHash<QString, QString> &table)
+    void reserve(QMultiHash<QString, QString> &table)
     {
         if (table.size() < next_)
             return;
         auto const read = static_cast<double>(std::max<qint64>(1, file_.pos()));
         auto const expected = static_cast<double>(table.size()) * static_cast<double>(file_.size()) / read;
-        next_ = table.size() * step;
+        next_ = table.size() * max_growth;
         table.reserve(static_cast<qsizetype>(std::min(expected, static_cast<double>(next_))));
     }
 
 private:
-    static constexpr qsizetype step = 16;
+    static constexpr qsizetype max_growth = 16;
 
     QFile const &file_;
     qsizetype next_ = 64;
