@@ -5,6 +5,7 @@
 #include <tarnwick/data/php/stack_trace.h>
 #include <tarnwick/data/php/zval.h>
 #include <tarnwick/data/time_pair.h>
+#include <tarnwick/data/writer.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QExplicitlySharedDataPointer>
@@ -27,45 +28,6 @@
 #include <vector>
 
 namespace tarnwick::data {
-
-/// What a record is told to, piece by piece, by `walk`: everything that prints records is one of these.
-template <class W>
-concept Writer = requires(W writer, std::string_view name, QString const &text) {
-    // A record: its fields in order, each followed by its value.
-    writer.begin_record(name);
-    writer.field(name, Sense::plain);
-    writer.end_record();
-    // A record that is one of several alternatives, by the name of its class; the record follows.
-    writer.begin_alternative(name);
-    writer.end_alternative();
-    // A list: `item` before each value. The items of a PHP array are entries, a key and a value each.
-    writer.begin_list();
-    writer.item();
-    writer.end_list();
-    writer.begin_entry();
-    writer.entry_value();
-    writer.end_entry();
-    // A PHP value, by the name of its kind: one that holds something, and one that is all in its kind.
-    writer.begin_value(name);
-    writer.end_value();
-    writer.bare_value(name);
-    // The meaning of the classification that was written last.
-    writer.label(name);
-    // What is nothing but itself.
-    writer.absent();
-    writer.boolean(bool{});
-    writer.integer(std::int64_t{});
-    writer.integer(std::uint64_t{});
-    writer.real(double{});
-    writer.time(TimePair{});
-    writer.text(text);
-    writer.bytes(name);
-    // The JSON text of a PHP value.
-    writer.json(name);
-    // A block of bytes by its hexadecimal digits, and what can be too large to be shown to a person as a whole.
-    writer.digits(name);
-    writer.chunk(name);
-};
 
 /// Names of the kinds of PHP values, by number.
 inline constexpr std::array<std::string_view, std::variant_size_v<php::detail::ZVal::Value>> kind_names{

@@ -4,7 +4,7 @@
 // `pelorin_array.h`, `pelorin_object.h` and `pelorin_resource.h` only include it.
 
 #include <tarnwick/data/description.h>
-#include <tarnwick/data/php/value_handles.h>
+#include <tarnwick/data/php/zval_handles.h>
 #include <tarnwick/data/time_pair.h>
 #include <tarnwick/export.h>
 
