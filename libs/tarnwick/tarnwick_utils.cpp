@@ -2,6 +2,7 @@
 
 #include <tarnwick/data/reading.h>
 #include <tarnwick/log.h>
+#include <tarnwick/messages.h>
 #include <tarnwick/qstring_format.h>
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
@@ -25,8 +26,8 @@
 namespace PelorinPHPX {
 namespace {
 
-using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
-using RpcZVal = tarnwick::rpc::php::v1::ZVal;
+using ProtobufZVal = tarnwick::messages::protobuf_php::ZVal;
+using RpcZVal = tarnwick::messages::rpc_php::ZVal;
 using tarnwick::data::text;
 using tarnwick::data::view;
 

@@ -23,8 +23,8 @@
 namespace tarnwick::data {
 
 /// Decodes bytes as UTF-8. A NUL does not end the text. A byte-order mark at the start is dropped. Each byte that is
-/// not UTF-8 becomes a replacement character. An empty text is empty but not null: null means that no message had the
-/// text.
+/// not UTF-8 becomes a replacement character. An empty text is empty but not null: a null text means that there was no
+/// message with the text.
 inline QString text(std::string const &bytes)
 {
     return QString::fromUtf8(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));

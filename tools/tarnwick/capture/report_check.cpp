@@ -3,6 +3,8 @@
 #include "print/record_feed.h"
 #include "capture/report_parser.h"
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/CT/header.pb.h>
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
 #include <pelorin/protobuf/Glimmet/error.pb.h>
@@ -28,7 +30,6 @@ namespace tarnwick::program {
 namespace {
 
 using capture::v1::Frame;
-using namespace pelorin::protobuf;
 
 template <class Message>
 bool parses(std::string const &bytes)
@@ -43,45 +44,45 @@ bool has_valid_report(Frame const &frame)
 {
     switch (frame.report_case()) {
     case Frame::kRpcPhp:
-        return parses<rpc::php::v1::NotifyRequest>(frame.rpc_php());
+        return parses<messages::rpc_php::NotifyRequest>(frame.rpc_php());
     case Frame::kRpcMonitor:
-        return parses<rpc::monitor::v1::NotifyRequest>(frame.rpc_monitor());
+        return parses<messages::rpc_monitor::NotifyRequest>(frame.rpc_monitor());
     case Frame::kRpcCodetrace:
-        return parses<rpc::codetrace::v1::NotifyRequest>(frame.rpc_codetrace());
+        return parses<messages::rpc_codetrace::NotifyRequest>(frame.rpc_codetrace());
     case Frame::kRpcGlimmet:
-        return parses<rpc::glimmet::v1::NotifyRequest>(frame.rpc_glimmet());
+        return parses<messages::rpc_glimmet::NotifyRequest>(frame.rpc_glimmet());
     case Frame::kRinit:
-        return parses<PelorinPHP::RInitData>(frame.rinit());
+        return parses<messages::protobuf_php::RInitData>(frame.rinit());
     case Frame::kRshutdown:
-        return parses<PelorinPHP::RShutdownData>(frame.rshutdown());
+        return parses<messages::protobuf_php::RShutdownData>(frame.rshutdown());
     case Frame::kMonitorEvent:
-        return parses<Monitor::Event>(frame.monitor_event());
+        return parses<messages::protobuf_monitor::Event>(frame.monitor_event());
     case Frame::kMonitorSuperglobals:
-        return parses<Monitor::Superglobals>(frame.monitor_superglobals());
+        return parses<messages::protobuf_monitor::Superglobals>(frame.monitor_superglobals());
     case Frame::kFunctions:
-        return parses<Glimmet::Functions>(frame.functions());
+        return parses<messages::protobuf_glimmet::Functions>(frame.functions());
     case Frame::kSqlConnections:
-        return parses<Glimmet::SqlConnections>(frame.sql_connections());
+        return parses<messages::protobuf_glimmet::SqlConnections>(frame.sql_connections());
     case Frame::kSqlTransactions:
-        return parses<Glimmet::SqlTransactions>(frame.sql_transactions());
+        return parses<messages::protobuf_glimmet::SqlTransactions>(frame.sql_transactions());
     case Frame::kSqlQueries:
-        return parses<Glimmet::SqlQueries>(frame.sql_queries());
+        return parses<messages::protobuf_glimmet::SqlQueries>(frame.sql_queries());
     case Frame::kStorage:
-        return parses<Glimmet::Storage>(frame.storage());
+        return parses<messages::protobuf_glimmet::Storage>(frame.storage());
     case Frame::kError:
-        return parses<Glimmet::Error>(frame.error());
+        return parses<messages::protobuf_glimmet::Error>(frame.error());
     case Frame::kSuperglobals:
-        return parses<Glimmet::Superglobals>(frame.superglobals());
+        return parses<messages::protobuf_glimmet::Superglobals>(frame.superglobals());
     case Frame::kRequestHeaders:
-        return parses<Glimmet::RequestHeaders>(frame.request_headers());
+        return parses<messages::protobuf_glimmet::RequestHeaders>(frame.request_headers());
     case Frame::kResponseHeaders:
-        return parses<Glimmet::ResponseHeaders>(frame.response_headers());
+        return parses<messages::protobuf_glimmet::ResponseHeaders>(frame.response_headers());
     case Frame::kRawPostData:
-        return parses<Glimmet::RawPostData>(frame.raw_post_data());
+        return parses<messages::protobuf_glimmet::RawPostData>(frame.raw_post_data());
     case Frame::kResponseBody:
-        return parses<Glimmet::ResponseBody>(frame.response_body());
+        return parses<messages::protobuf_glimmet::ResponseBody>(frame.response_body());
     case Frame::kCtHeader:
-        return parses<CT::Header>(frame.ct_header());
+        return parses<messages::protobuf_codetrace::Header>(frame.ct_header());
     case Frame::kRpcData:
     case Frame::kRpcAddData:
     case Frame::kCtData:

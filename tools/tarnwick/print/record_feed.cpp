@@ -17,6 +17,7 @@
 #include <tarnwick/data/php/rinit.h>
 #include <tarnwick/data/php/rshutdown.h>
 #include <tarnwick/data/php/superglobals.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/CT/header.pb.h>
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
@@ -44,9 +45,8 @@ using capture::v1::Frame;
 using namespace data::php;
 namespace codetrace = data::codetrace;
 namespace glimmet = data::glimmet;
-using namespace pelorin::protobuf;
-using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
-using PhpReport = rpc::php::v1::NotifyRequest;
+using ProfilerReport = messages::rpc_glimmet::NotifyRequest;
+using PhpReport = messages::rpc_php::NotifyRequest;
 
 constexpr std::string_view rpc_dialect = "rpc";
 constexpr std::string_view protobuf_dialect = "protobuf";
@@ -62,38 +62,40 @@ std::string RecordFeed::feed(Frame const &frame)
     RequestId const request_id(frame.request_id());
     switch (frame.report_case()) {
     case Frame::kRpcPhp:
-        return parsed<PhpReport>(frame.rpc_php(), [&](PhpReport const &message) { print_php(message); });
+        return parsed<PhpReport>(frame.rpc_php(), [&](auto const &message) { print_php(message); });
     case Frame::kRinit:
-        return parsed_into<PelorinPHP::RInitData, RInit>(frame.rinit(), request_id);
+        return parsed_into<messages::protobuf_php::RInitData, RInit>(frame.rinit(), request_id);
     case Frame::kRshutdown:
-        return parsed_into<PelorinPHP::RShutdownData, RShutdown>(frame.rshutdown(), request_id);
+        return parsed_into<messages::protobuf_php::RShutdownData, RShutdown>(frame.rshutdown(), request_id);
     case Frame::kError:
-        return parsed_into<Glimmet::Error, ErrorData>(frame.error(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Error, ErrorData>(frame.error(), request_id);
     case Frame::kRequestHeaders:
-        return parsed_into<Glimmet::RequestHeaders, RequestHeaders>(frame.request_headers(), request_id);
+        return parsed_into<messages::protobuf_glimmet::RequestHeaders, RequestHeaders>(frame.request_headers(),
+                                                                                       request_id);
     case Frame::kResponseHeaders:
-        return parsed_into<Glimmet::ResponseHeaders, ResponseHeaders>(frame.response_headers(), request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseHeaders, ResponseHeaders>(frame.response_headers(),
+                                                                                         request_id);
     case Frame::kRawPostData:
-        return parsed_into<Glimmet::RawPostData, PostData>(frame.raw_post_data(), request_id);
+        return parsed_into<messages::protobuf_glimmet::RawPostData, PostData>(frame.raw_post_data(), request_id);
     case Frame::kResponseBody:
-        return parsed_into<Glimmet::ResponseBody, ResponseBody>(frame.response_body(), request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseBody, ResponseBody>(frame.response_body(), request_id);
     case Frame::kMonitorSuperglobals:
-        return parsed<Monitor::Superglobals>(frame.monitor_superglobals(), [&](Monitor::Superglobals const &message) {
+        return parsed<messages::protobuf_monitor::Superglobals>(frame.monitor_superglobals(), [&](auto const &message) {
             print_superglobals(protobuf_dialect, all_entries, message, request_id);
         });
     case Frame::kSuperglobals:
-        return parsed<Glimmet::Superglobals>(frame.superglobals(), [&](Glimmet::Superglobals const &message) {
+        return parsed<messages::protobuf_glimmet::Superglobals>(frame.superglobals(), [&](auto const &message) {
             print_superglobals(protobuf_dialect, at_start, message, request_id, Superglobals::init_t());
             print_superglobals(protobuf_dialect, what_changed, message, request_id, Superglobals::change_t());
         });
     case Frame::kRpcMonitor:
-        return parsed_into<rpc::monitor::v1::NotifyRequest, data::monitor::Event>(frame.rpc_monitor());
+        return parsed_into<messages::rpc_monitor::NotifyRequest, data::monitor::Event>(frame.rpc_monitor());
     case Frame::kMonitorEvent:
-        return parsed_into<Monitor::Event, data::monitor::Event>(frame.monitor_event(), request_id);
+        return parsed_into<messages::protobuf_monitor::Event, data::monitor::Event>(frame.monitor_event(), request_id);
     case Frame::kRpcCodetrace:
-        return parsed_into<rpc::codetrace::v1::NotifyRequest, codetrace::Header>(frame.rpc_codetrace());
+        return parsed_into<messages::rpc_codetrace::NotifyRequest, codetrace::Header>(frame.rpc_codetrace());
     case Frame::kCtHeader:
-        return parsed_into<CT::Header, codetrace::Header>(frame.ct_header(), request_id);
+        return parsed_into<messages::protobuf_codetrace::Header, codetrace::Header>(frame.ct_header(), request_id);
     case Frame::kRpcData:
         print_rpc_chunk<codetrace::Data>(frame.rpc_data(), frame);
         return {};
@@ -107,26 +109,25 @@ std::string RecordFeed::feed(Frame const &frame)
         print_protobuf_chunk<codetrace::AddData>(frame.ct_add_data(), frame);
         return {};
     case Frame::kRpcGlimmet:
-        return parsed<GlimmetReport>(frame.rpc_glimmet(),
-                                     [&](GlimmetReport const &message) { print_glimmet(message); });
+        return parsed<ProfilerReport>(frame.rpc_glimmet(), [&](auto const &message) { print_glimmet(message); });
     case Frame::kFunctions:
-        return parsed_into<Glimmet::Functions, glimmet::Functions>(frame.functions(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Functions, glimmet::Functions>(frame.functions(), request_id);
     case Frame::kStorage:
-        return parsed_into<Glimmet::Storage, glimmet::Storage>(frame.storage(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Storage, glimmet::Storage>(frame.storage(), request_id);
     case Frame::kSqlConnections:
-        return parsed<Glimmet::SqlConnections>(frame.sql_connections(), [&](Glimmet::SqlConnections const &message) {
+        return parsed<messages::protobuf_glimmet::SqlConnections>(frame.sql_connections(), [&](auto const &message) {
             auto &connections = sql_tables_.of(request_id).connections;
             connections = glimmet::SqlConnections(message);
             printer_.print(connections, protobuf_dialect, {}, request_id);
         });
     case Frame::kSqlTransactions:
-        return parsed<Glimmet::SqlTransactions>(frame.sql_transactions(), [&](Glimmet::SqlTransactions const &message) {
+        return parsed<messages::protobuf_glimmet::SqlTransactions>(frame.sql_transactions(), [&](auto const &message) {
             auto &transactions = sql_tables_.of(request_id).transactions;
             transactions = glimmet::SqlTransactions(message);
             printer_.print(transactions, protobuf_dialect, {}, request_id);
         });
     case Frame::kSqlQueries:
-        return parsed<Glimmet::SqlQueries>(frame.sql_queries(), [&](Glimmet::SqlQueries const &message) {
+        return parsed<messages::protobuf_glimmet::SqlQueries>(frame.sql_queries(), [&](auto const &message) {
             auto const &[connections, transactions] = sql_tables_.of(request_id);
             print<glimmet::SqlQueries>(protobuf_dialect, message, request_id, connections, transactions);
         });
@@ -157,16 +158,16 @@ void RecordFeed::print_php(PhpReport const &message)
         print<ErrorData>(rpc_dialect, message);
 }
 
-void RecordFeed::print_glimmet(GlimmetReport const &message)
+void RecordFeed::print_glimmet(ProfilerReport const &message)
 {
-    auto const feeds = [&](GlimmetReport::PayloadCase payload) {
+    auto const feeds = [&](ProfilerReport::PayloadCase payload) {
         return all_records_ || message.payload_case() == payload;
     };
-    if (feeds(GlimmetReport::kFunctions))
+    if (feeds(ProfilerReport::kFunctions))
         print<glimmet::Functions>(rpc_dialect, message);
-    if (feeds(GlimmetReport::kStorage))
+    if (feeds(ProfilerReport::kStorage))
         print<glimmet::Storage>(rpc_dialect, message);
-    if (feeds(GlimmetReport::kSqlQueries))
+    if (feeds(ProfilerReport::kSqlQueries))
         print<glimmet::SqlQueries>(rpc_dialect, message);
 }
 

@@ -1,5 +1,7 @@
 #include <tarnwick/data/codetrace/header.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/CT/header.pb.h>
 #include <tarnwick/rpc/codetrace/v1/notify_request.pb.h>
 
@@ -9,36 +11,14 @@ namespace tarnwick::data::codetrace::detail {
 namespace {
 
 using TraceKind = Header::TraceKind;
-using ProtobufHeader = pelorin::protobuf::CT::Header;
-using RpcRequest = rpc::codetrace::v1::Request;
 
-TraceKind kind_of(ProtobufHeader::Kind kind)
+/// Returns the kind for its number in a message. Both dialects number the kinds consecutively, starting with `first`.
+template <auto first>
+TraceKind kind_of(decltype(first) number)
 {
-    switch (kind) {
-    case ProtobufHeader::KIND_0:
-        return TraceKind::kind_0;
-    case ProtobufHeader::KIND_1:
-        return TraceKind::kind_1;
-    case ProtobufHeader::KIND_2:
-        return TraceKind::kind_2;
-    default:
-        return TraceKind::unknown;
-    }
-}
-
-// This dialect counts from 1; an unset kind reads as 0.
-TraceKind kind_of(RpcRequest::Kind kind)
-{
-    switch (kind) {
-    case RpcRequest::KIND_1:
-        return TraceKind::kind_0;
-    case RpcRequest::KIND_2:
-        return TraceKind::kind_1;
-    case RpcRequest::KIND_3:
-        return TraceKind::kind_2;
-    default:
-        return TraceKind::unknown;
-    }
+    auto const index = static_cast<std::int64_t>(number) - static_cast<std::int64_t>(first);
+    bool const known = index >= 0 && index < static_cast<std::int64_t>(TraceKind::unknown);
+    return known ? static_cast<TraceKind>(index) : TraceKind::unknown;
 }
 
 constexpr std::size_t format_major_offset = 2;
@@ -66,19 +46,19 @@ void write(Header::DumpHeader &header, php::RequestId request_id, Message const 
 
 } // namespace
 
-Header::Header(rpc::codetrace::v1::NotifyRequest const &message) noexcept
+Header::Header(messages::rpc_codetrace::NotifyRequest const &message) noexcept
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != rpc::codetrace::v1::NotifyRequest::kHeader)
+    if (message.payload_case() != messages::rpc_codetrace::NotifyRequest::kHeader)
         return;
 
-    trace_kind_ = kind_of(message.header().request().kind());
+    trace_kind_ = kind_of<messages::rpc_codetrace::Request::KIND_1>(message.header().request().kind());
     write(dump_header_, request_id_, message.header());
 }
 
-Header::Header(pelorin::protobuf::CT::Header const &message, php::RequestId request_id) noexcept
+Header::Header(messages::protobuf_codetrace::Header const &message, php::RequestId request_id) noexcept
     : request_id_(request_id)
-    , trace_kind_(kind_of(message.kind()))
+    , trace_kind_(kind_of<messages::protobuf_codetrace::Header::KIND_0>(message.kind()))
 {
     write(dump_header_, request_id_, message);
 }

@@ -1,6 +1,7 @@
 #include <tarnwick/data/glimmet/function_stats.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
 #include <tarnwick/rpc/glimmet/v1/functions.pb.h>
@@ -8,7 +9,7 @@
 namespace tarnwick::data::glimmet {
 
 // Absent statistics read as an empty message: zeroes.
-FunctionStats::FunctionStats(rpc::glimmet::v1::Function const &message)
+FunctionStats::FunctionStats(messages::rpc_glimmet::Function const &message)
     : has_location_(message.has_location())
     , name_(text(message.name()))
     , location_(location_when_present(message))
@@ -20,8 +21,8 @@ FunctionStats::FunctionStats(rpc::glimmet::v1::Function const &message)
 
 // Unlike elsewhere in this dialect, the kind decides whether there is a location, not the file name. Otherwise the file
 // is not read; with this kind even an empty file keeps its lines.
-FunctionStats::FunctionStats(pelorin::protobuf::Glimmet::Function const &message)
-    : has_location_(message.kind() == pelorin::protobuf::Glimmet::Function::KIND_IN_SOURCE)
+FunctionStats::FunctionStats(messages::protobuf_glimmet::Function const &message)
+    : has_location_(message.kind() == messages::protobuf_glimmet::Function::KIND_IN_SOURCE)
     , name_(text(message.name()))
     , count_(message.count())
     , time_first_(time_pair(message.time_first()))

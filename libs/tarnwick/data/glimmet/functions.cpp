@@ -1,5 +1,7 @@
 #include <tarnwick/data/glimmet/functions.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
 
@@ -7,16 +9,16 @@ namespace tarnwick::data::glimmet::detail {
 
 // No reserve(): memory then depends on the functions that exist, not on the number that a message announces.
 
-Functions::Functions(rpc::glimmet::v1::NotifyRequest const &message)
+Functions::Functions(messages::rpc_glimmet::NotifyRequest const &message)
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != rpc::glimmet::v1::NotifyRequest::kFunctions)
+    if (message.payload_case() != messages::rpc_glimmet::NotifyRequest::kFunctions)
         return;
     for (auto const &function : message.functions().functions())
         functions_.emplaceBack(function);
 }
 
-Functions::Functions(pelorin::protobuf::Glimmet::Functions const &message, php::RequestId request_id)
+Functions::Functions(messages::protobuf_glimmet::Functions const &message, php::RequestId request_id)
     : request_id_(request_id)
 {
     for (auto const &function : message.functions())

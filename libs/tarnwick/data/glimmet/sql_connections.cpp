@@ -1,5 +1,7 @@
 #include <tarnwick/data/glimmet/sql_connections.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
@@ -17,12 +19,12 @@ void fill(SqlConnections &table, Messages const &messages)
 
 } // namespace
 
-SqlConnections::SqlConnections(rpc::glimmet::v1::SqlQueries const &message)
+SqlConnections::SqlConnections(messages::rpc_glimmet::SqlQueries const &message)
 {
     fill(*this, message.connections());
 }
 
-SqlConnections::SqlConnections(pelorin::protobuf::Glimmet::SqlConnections const &message)
+SqlConnections::SqlConnections(messages::protobuf_glimmet::SqlConnections const &message)
 {
     fill(*this, message.connections());
 }

@@ -1,5 +1,7 @@
 #include <tarnwick/data/glimmet/sql_queries.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
 
@@ -20,10 +22,10 @@ QList<QExplicitlySharedDataPointer<SqlQuery>> linked(Messages const &messages, S
 
 } // namespace
 
-SqlQueries::SqlQueries(rpc::glimmet::v1::NotifyRequest const &message)
+SqlQueries::SqlQueries(messages::rpc_glimmet::NotifyRequest const &message)
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != rpc::glimmet::v1::NotifyRequest::kSqlQueries)
+    if (message.payload_case() != messages::rpc_glimmet::NotifyRequest::kSqlQueries)
         return;
 
     auto const &payload = message.sql_queries();
@@ -34,7 +36,7 @@ SqlQueries::SqlQueries(rpc::glimmet::v1::NotifyRequest const &message)
     queries_ = linked(payload.queries(), connections, transactions);
 }
 
-SqlQueries::SqlQueries(pelorin::protobuf::Glimmet::SqlQueries const &message, php::RequestId request_id,
+SqlQueries::SqlQueries(messages::protobuf_glimmet::SqlQueries const &message, php::RequestId request_id,
                        SqlConnections::Table const &connections, SqlTransactions::Table const &transactions)
     : request_id_(request_id)
     , connections_(connections.values())

@@ -35,7 +35,7 @@ namespace detail {
 /// In a report of another case the lists are empty. Records of the protobuf dialect share the connections and
 /// transactions of the tables from which they are constructed.
 ///
-/// List elements convert to handles. `for (SqlQuery const query : record->queries())` makes a handle of each query,
+/// List elements convert to handles. `for (SqlQuery const query : record->queries())` creates a handle for each query,
 /// which costs an atomic increment and decrement. `for (auto const &query : record->queries())` costs neither.
 ///
 /// Messages: `<tarnwick/rpc/glimmet/v1/notify_request.pb.h>` and `<pelorin/protobuf/Glimmet/sql.pb.h>`.

@@ -1,13 +1,14 @@
 #include <tarnwick/data/glimmet/sql_transaction.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
 namespace tarnwick::data::glimmet::detail {
 
-SqlTransaction::SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
+SqlTransaction::SqlTransaction(messages::rpc_glimmet::SqlTransaction const &message,
                                QMap<unsigned int, Pointer> const &transactions) noexcept
     : id_(message.id())
     , time_(time_pair(message.time()))
@@ -18,13 +19,13 @@ SqlTransaction::SqlTransaction(rpc::glimmet::v1::SqlTransaction const &message,
         extra_number_ = message.extra_number();
 }
 
-SqlTransaction::SqlTransaction(pelorin::protobuf::Glimmet::SqlTransaction const &message,
+SqlTransaction::SqlTransaction(messages::protobuf_glimmet::SqlTransaction const &message,
                                QMap<unsigned int, Pointer> const &transactions) noexcept
     : id_(message.id())
     , extra_number_(number_unless_negative(message.extra_number()))
     , time_(time_pair(message.time()))
 {
-    if (message.parent_case() == pelorin::protobuf::Glimmet::SqlTransaction::kParentId)
+    if (message.parent_case() == messages::protobuf_glimmet::SqlTransaction::kParentId)
         parent_ = transactions.value(message.parent_id());
 }
 

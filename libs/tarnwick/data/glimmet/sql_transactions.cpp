@@ -1,5 +1,7 @@
 #include <tarnwick/data/glimmet/sql_transactions.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <tarnwick/rpc/glimmet/v1/sql.pb.h>
 
@@ -19,12 +21,12 @@ void fill(SqlTransactions &table, Messages const &messages)
 
 } // namespace
 
-SqlTransactions::SqlTransactions(rpc::glimmet::v1::SqlQueries const &message)
+SqlTransactions::SqlTransactions(messages::rpc_glimmet::SqlQueries const &message)
 {
     fill(*this, message.transactions());
 }
 
-SqlTransactions::SqlTransactions(pelorin::protobuf::Glimmet::SqlTransactions const &message)
+SqlTransactions::SqlTransactions(messages::protobuf_glimmet::SqlTransactions const &message)
 {
     fill(*this, message.transactions());
 }

@@ -1,6 +1,7 @@
 #include <tarnwick/data/glimmet/storage.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
 #include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
@@ -9,10 +10,10 @@ namespace tarnwick::data::glimmet::detail {
 
 // No reserve(): memory then depends on the entries that exist, not on the number that a message announces.
 
-Storage::Storage(rpc::glimmet::v1::NotifyRequest const &message)
+Storage::Storage(messages::rpc_glimmet::NotifyRequest const &message)
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != rpc::glimmet::v1::NotifyRequest::kStorage)
+    if (message.payload_case() != messages::rpc_glimmet::NotifyRequest::kStorage)
         return;
 
     name_ = text(message.storage().name());
@@ -20,7 +21,7 @@ Storage::Storage(rpc::glimmet::v1::NotifyRequest const &message)
         entries_.emplaceBack(entry);
 }
 
-Storage::Storage(pelorin::protobuf::Glimmet::Storage const &message, php::RequestId request_id)
+Storage::Storage(messages::protobuf_glimmet::Storage const &message, php::RequestId request_id)
     : request_id_(request_id)
     , name_(text(message.name()))
 {

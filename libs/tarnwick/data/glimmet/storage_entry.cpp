@@ -1,6 +1,7 @@
 #include <tarnwick/data/glimmet/storage_entry.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
 #include <tarnwick/rpc/glimmet/v1/storage.pb.h>
@@ -20,13 +21,13 @@ QList<QByteArray> list_of(Values const &values)
 
 } // namespace
 
-StorageEntry::StorageEntry(rpc::glimmet::v1::StorageEntry const &message)
+StorageEntry::StorageEntry(messages::rpc_glimmet::StorageEntry const &message)
     : name_(text(message.name()))
     , values_(list_of(message.values()))
 {
 }
 
-StorageEntry::StorageEntry(pelorin::protobuf::Glimmet::StorageEntry const &message)
+StorageEntry::StorageEntry(messages::protobuf_glimmet::StorageEntry const &message)
     : name_(text(message.name()))
     , values_(list_of(message.values()))
 {

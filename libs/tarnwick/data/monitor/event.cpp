@@ -1,6 +1,7 @@
 #include <tarnwick/data/monitor/event.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Monitor/event.pb.h>
 #include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
@@ -9,8 +10,8 @@ namespace tarnwick::data::monitor::detail {
 namespace {
 
 using Kind = Event::Kind;
-using ProtobufEvent = pelorin::protobuf::Monitor::Event;
-using RpcEvent = rpc::monitor::v1::NotifyRequest;
+using ProtobufEvent = messages::protobuf_monitor::Event;
+using RpcEvent = messages::rpc_monitor::NotifyRequest;
 
 Kind kind_of(RpcEvent::EventCase member)
 {
@@ -54,7 +55,7 @@ Kind kind_of(ProtobufEvent::Type type)
 
 // The message may also have a second line number, a stack trace and a category. An event's error has none of them in
 // either dialect; the report of the error itself does.
-Event::PhpError php_error(rpc::php::v1::Error const &message)
+Event::PhpError php_error(messages::rpc_php::Error const &message)
 {
     Event::PhpError error;
     if (message.has_type()) {
@@ -67,7 +68,7 @@ Event::PhpError php_error(rpc::php::v1::Error const &message)
     return error;
 }
 
-Event::PhpError php_error(pelorin::protobuf::Monitor::PhpErrorData const &message)
+Event::PhpError php_error(messages::protobuf_monitor::PhpErrorData const &message)
 {
     return {
         .error_number = message.error_number(),
@@ -96,7 +97,7 @@ Event::CustomEvent custom_event(Message const &message)
 
 } // namespace
 
-Event::Event(rpc::monitor::v1::NotifyRequest const &message)
+Event::Event(messages::rpc_monitor::NotifyRequest const &message)
     : request_id_(message.request_id())
     , kind_(kind_of(message.event_case()))
     , event_text_(text(message.text()))
@@ -142,7 +143,7 @@ Event::Event(rpc::monitor::v1::NotifyRequest const &message)
 }
 
 // A member of `details` that belongs to another kind is not read: the details are then defaults.
-Event::Event(pelorin::protobuf::Monitor::Event const &message, php::RequestId request_id)
+Event::Event(messages::protobuf_monitor::Event const &message, php::RequestId request_id)
     : request_id_(request_id)
     , kind_(kind_of(message.type()))
     , event_text_(text(message.text()))

@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/error.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/error.pb.h>
 #include <tarnwick/rpc/php/v1/error.pb.h>
@@ -25,14 +26,14 @@ Error::Category category_of(Message const &message)
 
 } // namespace
 
-Error::Error(rpc::php::v1::Error const &message)
+Error::Error(messages::rpc_php::Error const &message)
     : category_(category_of(message))
     , number_(message.type().number())
     , name_(text(message.type().name()))
 {
 }
 
-Error::Error(pelorin::protobuf::Glimmet::Error const &message)
+Error::Error(messages::protobuf_glimmet::Error const &message)
     : category_(category_of(message))
     , number_(message.number())
     , name_(text(message.name()))

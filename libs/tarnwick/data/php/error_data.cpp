@@ -1,24 +1,25 @@
 #include <tarnwick/data/php/error_data.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/error.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 namespace tarnwick::data::php::detail {
 
-ErrorData::ErrorData(rpc::php::v1::NotifyRequest const &message)
+ErrorData::ErrorData(messages::rpc_php::NotifyRequest const &message)
 {
     if (message.has_request_id())
         request_id_ = RequestId(message.request_id());
     if (message.has_timestamp())
         timestamp_ = time_pair(message.timestamp());
-    if (message.payload_case() != rpc::php::v1::NotifyRequest::kError)
+    if (message.payload_case() != messages::rpc_php::NotifyRequest::kError)
         return;
 
     // A report of an error with neither member is an error without any details.
     auto const &payload = message.error();
-    if (payload.error_or_exception_case() == rpc::php::v1::ErrorPayload::kException)
+    if (payload.error_or_exception_case() == messages::rpc_php::ErrorPayload::kException)
         read<Exception>(payload.exception());
     else
         read<Error>(payload.error());
@@ -34,7 +35,7 @@ void ErrorData::read(Message const &message)
         stack_trace_.emplace(message.stack_trace());
 }
 
-ErrorData::ErrorData(pelorin::protobuf::Glimmet::Error const &message, RequestId request_id)
+ErrorData::ErrorData(messages::protobuf_glimmet::Error const &message, RequestId request_id)
     : request_id_(request_id)
     , message_(text(message.message()))
     , location_(location_when_file_named(message.file(), message.line()))

@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/function.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Monitor/function_data.pb.h>
 #include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
@@ -10,14 +11,14 @@ namespace tarnwick::data::php {
 
 // Absent arguments read as an empty message: an array without elements.
 
-Function::Function(pelorin::protobuf::Monitor::FunctionData const &message)
+Function::Function(messages::protobuf_monitor::FunctionData const &message)
     : name_(text(message.name()))
     , args_(new detail::PelorinArray(message.arguments()))
     , location_(location_when_file_named(message.file(), message.line()))
 {
 }
 
-Function::Function(pelorin::protobuf::PelorinPHP::StackTraceFrame const &message)
+Function::Function(messages::protobuf_php::StackTraceFrame const &message)
     : name_(text(message.name()))
     , args_(new detail::PelorinArray(message.arguments()))
     , location_(location_when_file_named(message.file(), message.line()))
@@ -25,7 +26,7 @@ Function::Function(pelorin::protobuf::PelorinPHP::StackTraceFrame const &message
 {
 }
 
-Function::Function(rpc::php::v1::Function const &message)
+Function::Function(messages::rpc_php::Function const &message)
     : name_(text(message.name()))
     , args_(new detail::PelorinArray(message.arguments()))
     , location_(location_when_present(message))
@@ -34,7 +35,7 @@ Function::Function(rpc::php::v1::Function const &message)
         call_value_.emplace(new detail::ZVal(message.call_value()));
 }
 
-Function::Function(rpc::php::v1::StackTraceFrame const &message)
+Function::Function(messages::rpc_php::StackTraceFrame const &message)
     : Function(message.function())
 {
     frame_number_ = message.frame_number();

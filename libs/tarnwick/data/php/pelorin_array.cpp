@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/pelorin_array.h>
 
 #include <tarnwick/data/php/make_values.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
@@ -73,7 +74,7 @@ bool same_key(ZVal const &left, ZVal const &right)
     case ZVal::Kind::timestamp:
         return both(std::in_place_type<TimePair>, std::equal_to<>());
     }
-    // Neither holds a value.
+    // Both variants are valueless.
     return false;
 }
 
@@ -81,12 +82,12 @@ bool same_key(ZVal const &left, ZVal const &right)
 
 PelorinArray::PelorinArray() noexcept = default;
 
-PelorinArray::PelorinArray(rpc::php::v1::PelorinArray const &message)
+PelorinArray::PelorinArray(messages::rpc_php::PelorinArray const &message)
     : elements_(elements_of(message))
 {
 }
 
-PelorinArray::PelorinArray(pelorin::protobuf::PelorinPHP::PelorinArray const &message)
+PelorinArray::PelorinArray(messages::protobuf_php::PelorinArray const &message)
     : elements_(elements_of(message))
 {
 }
@@ -113,7 +114,7 @@ php::PelorinArray PelorinArray::diff_keys(PelorinArray const &other) const
     return php_elements(std::move(difference));
 }
 
-void PelorinArray::to_protobuf(rpc::php::v1::PelorinArray &message) const
+void PelorinArray::to_protobuf(messages::rpc_php::PelorinArray &message) const
 {
     for (auto const &[key, value] : elements_) {
         auto &element = *message.add_elements();

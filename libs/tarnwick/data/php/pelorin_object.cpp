@@ -1,20 +1,21 @@
 #include <tarnwick/data/php/pelorin_object.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <tarnwick/rpc/php/v1/zval.pb.h>
 
 namespace tarnwick::data::php::detail {
 
 // Absent parts read as empty messages: an array without elements, a value of kind `undefined`.
-PelorinObject::PelorinObject(rpc::php::v1::PelorinObject const &message)
+PelorinObject::PelorinObject(messages::rpc_php::PelorinObject const &message)
     : class_name_(text(message.class_name()))
     , properties_(new PelorinArray(message.properties()))
     , value_(new ZVal(message.value()))
 {
 }
 
-void PelorinObject::to_protobuf(rpc::php::v1::PelorinObject &message) const
+void PelorinObject::to_protobuf(messages::rpc_php::PelorinObject &message) const
 {
     message.set_class_name(view(class_name_.toUtf8()));
     if (value_->kind() != ZVal::Kind::undefined)

@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/post_data.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
@@ -7,7 +9,7 @@ namespace tarnwick::data::php::detail {
 namespace {
 
 // A report of another case reads as one without a body.
-Body post_body(rpc::php::v1::NotifyRequest const &message)
+Body post_body(messages::rpc_php::NotifyRequest const &message)
 {
     auto const &request = message.rinit().request();
     if (!request.has_post_data())
@@ -18,13 +20,13 @@ Body post_body(rpc::php::v1::NotifyRequest const &message)
 
 } // namespace
 
-PostData::PostData(rpc::php::v1::NotifyRequest const &message)
+PostData::PostData(messages::rpc_php::NotifyRequest const &message)
     : request_id_(message.request_id())
     , body_(post_body(message))
 {
 }
 
-PostData::PostData(pelorin::protobuf::Glimmet::RawPostData const &message, RequestId request_id)
+PostData::PostData(messages::protobuf_glimmet::RawPostData const &message, RequestId request_id)
     : request_id_(request_id)
     , body_(message.text_0(), message.number(), message.text_1())
 {

@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/request_headers.h>
 
 #include <tarnwick/data/php/header_lines.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
@@ -8,13 +9,13 @@
 namespace tarnwick::data::php::detail {
 
 // A report of another case reads as one without headers.
-RequestHeaders::RequestHeaders(rpc::php::v1::NotifyRequest const &message)
+RequestHeaders::RequestHeaders(messages::rpc_php::NotifyRequest const &message)
     : request_id_(message.request_id())
     , headers_(new PelorinArray(message.rinit().request().headers()))
 {
 }
 
-RequestHeaders::RequestHeaders(pelorin::protobuf::Glimmet::RequestHeaders const &message, RequestId request_id)
+RequestHeaders::RequestHeaders(messages::protobuf_glimmet::RequestHeaders const &message, RequestId request_id)
     : request_id_(request_id)
     , headers_(split_header_lines(message.lines()))
 {

@@ -1,10 +1,12 @@
 #include <tarnwick/data/php/request_id.h>
 
+#include <tarnwick/messages.h>
+
 #include <tarnwick/rpc/php/v1/request_id.pb.h>
 
 namespace tarnwick::data::php {
 
-RequestId::RequestId(rpc::php::v1::RequestId const &message) noexcept
+RequestId::RequestId(messages::rpc_php::RequestId const &message) noexcept
     : id_(message.id())
 {
 }

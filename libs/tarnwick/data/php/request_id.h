@@ -13,8 +13,7 @@ class RequestId;
 
 namespace tarnwick::data::php {
 
-/// Identifier of one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 if no message
-/// had one.
+/// Identifier of one PHP request. Opaque: it is stored, copied and printed, never compared or ordered. 0 if absent.
 ///
 /// Messages: `<tarnwick/rpc/php/v1/request_id.pb.h>`.
 class TARNWICK_EXPORT RequestId {

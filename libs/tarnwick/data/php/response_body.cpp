@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/response_body.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/Glimmet/bodies.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
@@ -7,7 +9,7 @@ namespace tarnwick::data::php::detail {
 namespace {
 
 // A report of another case reads as one without a body.
-Body response_body(rpc::php::v1::NotifyRequest const &message)
+Body response_body(messages::rpc_php::NotifyRequest const &message)
 {
     auto const &response = message.rshutdown().response();
     if (!response.has_body())
@@ -18,14 +20,14 @@ Body response_body(rpc::php::v1::NotifyRequest const &message)
 
 } // namespace
 
-ResponseBody::ResponseBody(rpc::php::v1::NotifyRequest const &message)
+ResponseBody::ResponseBody(messages::rpc_php::NotifyRequest const &message)
     : request_id_(message.request_id())
     , body_(response_body(message))
 {
 }
 
 // This dialect sends no number.
-ResponseBody::ResponseBody(pelorin::protobuf::Glimmet::ResponseBody const &message, RequestId request_id)
+ResponseBody::ResponseBody(messages::protobuf_glimmet::ResponseBody const &message, RequestId request_id)
     : request_id_(request_id)
     , body_(message.text_0(), 0, message.text_1())
 {

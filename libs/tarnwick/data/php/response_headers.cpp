@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/response_headers.h>
 
 #include <tarnwick/data/php/header_lines.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
@@ -8,13 +9,13 @@
 namespace tarnwick::data::php::detail {
 
 // A report of another case reads as one without headers.
-ResponseHeaders::ResponseHeaders(rpc::php::v1::NotifyRequest const &message)
+ResponseHeaders::ResponseHeaders(messages::rpc_php::NotifyRequest const &message)
     : request_id_(message.request_id())
     , headers_(new PelorinArray(message.rshutdown().response().headers()))
 {
 }
 
-ResponseHeaders::ResponseHeaders(pelorin::protobuf::Glimmet::ResponseHeaders const &message, RequestId request_id)
+ResponseHeaders::ResponseHeaders(messages::protobuf_glimmet::ResponseHeaders const &message, RequestId request_id)
     : request_id_(request_id)
     , headers_(split_header_lines(message.lines()))
 {

@@ -1,19 +1,20 @@
 #include <tarnwick/data/php/rinit.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 namespace tarnwick::data::php::detail {
 
-RInit::RInit(rpc::php::v1::NotifyRequest const &message)
+RInit::RInit(messages::rpc_php::NotifyRequest const &message)
 {
     if (message.has_request_id())
         request_id_ = RequestId(message.request_id());
     if (message.has_timestamp())
         timestamp_ = time_pair(message.timestamp());
-    if (message.payload_case() != rpc::php::v1::NotifyRequest::kRinit)
+    if (message.payload_case() != messages::rpc_php::NotifyRequest::kRinit)
         return;
 
     auto const &payload = message.rinit();
@@ -41,7 +42,7 @@ RInit::RInit(rpc::php::v1::NotifyRequest const &message)
     }
 }
 
-RInit::RInit(pelorin::protobuf::PelorinPHP::RInitData const &message, RequestId request_id)
+RInit::RInit(messages::protobuf_php::RInitData const &message, RequestId request_id)
     : request_id_(request_id)
     , info_text_(text(message.info_text()))
     , request_text_0_(text(message.text_0()))

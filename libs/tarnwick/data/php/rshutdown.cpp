@@ -1,19 +1,20 @@
 #include <tarnwick/data/php/rshutdown.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
 #include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 namespace tarnwick::data::php::detail {
 
-RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept
+RShutdown::RShutdown(messages::rpc_php::NotifyRequest const &message) noexcept
 {
     if (message.has_request_id())
         request_id_ = RequestId(message.request_id());
     if (message.has_timestamp())
         timestamp_ = time_pair(message.timestamp());
-    if (message.payload_case() != rpc::php::v1::NotifyRequest::kRshutdown)
+    if (message.payload_case() != messages::rpc_php::NotifyRequest::kRshutdown)
         return;
 
     auto const &payload = message.rshutdown();
@@ -30,7 +31,7 @@ RShutdown::RShutdown(rpc::php::v1::NotifyRequest const &message) noexcept
 }
 
 // This dialect sends no time stamp, and the current time is no substitute.
-RShutdown::RShutdown(pelorin::protobuf::PelorinPHP::RShutdownData const &message, RequestId request_id) noexcept
+RShutdown::RShutdown(messages::protobuf_php::RShutdownData const &message, RequestId request_id) noexcept
     : request_id_(request_id)
     , response_status_(message.response_status())
     , memory_0_(message.memory_0())

@@ -1,5 +1,7 @@
 #include <tarnwick/data/php/stack_trace.h>
 
+#include <tarnwick/messages.h>
+
 #include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
 #include <tarnwick/rpc/php/v1/function.pb.h>
 
@@ -18,17 +20,17 @@ QList<Function> functions(Frames const &frames)
 
 } // namespace
 
-StackTrace::StackTrace(rpc::php::v1::StackTrace const &message)
+StackTrace::StackTrace(messages::rpc_php::StackTrace const &message)
     : frames_(functions(message.frames()))
 {
 }
 
-StackTrace::StackTrace(google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame> const &frames)
+StackTrace::StackTrace(google::protobuf::RepeatedPtrField<messages::protobuf_php::StackTraceFrame> const &frames)
     : frames_(functions(frames))
 {
 }
 
-StackTrace::StackTrace(pelorin::protobuf::PelorinPHP::StackTrace const &message)
+StackTrace::StackTrace(messages::protobuf_php::StackTrace const &message)
     : StackTrace(message.frames())
 {
 }

@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/superglobals.h>
 
 #include <tarnwick/data/php/make_values.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/Glimmet/superglobals.pb.h>
 #include <pelorin/protobuf/Monitor/superglobals.pb.h>
@@ -12,19 +13,19 @@
 namespace tarnwick::data::php::detail {
 namespace {
 
-using MonitorEntry = pelorin::protobuf::Monitor::SuperglobalEntry;
-using GlimmetEntry = pelorin::protobuf::Glimmet::SuperglobalEntry;
-using Value = pelorin::protobuf::PelorinPHP::ZVal;
+using Value = messages::protobuf_php::ZVal;
 
 // Each function returns the value of an entry, or null if the entry is left out.
 
-constexpr auto every_value = [](MonitorEntry const &entry) -> Value const * { return &entry.value(); };
+constexpr auto every_value = [](messages::protobuf_monitor::SuperglobalEntry const &entry) -> Value const * {
+    return &entry.value();
+};
 
-constexpr auto value_at_start = [](GlimmetEntry const &entry) -> Value const * {
+constexpr auto value_at_start = [](messages::protobuf_glimmet::SuperglobalEntry const &entry) -> Value const * {
     return entry.has_initial_value() ? &entry.initial_value() : &entry.value();
 };
 
-constexpr auto changed_value = [](GlimmetEntry const &entry) -> Value const * {
+constexpr auto changed_value = [](messages::protobuf_glimmet::SuperglobalEntry const &entry) -> Value const * {
     return entry.has_initial_value() ? &entry.value() : nullptr;
 };
 
@@ -53,32 +54,32 @@ php::PelorinArray values_of(Message const &message, ValueOf value_of)
 } // namespace
 
 // A report of another case reads as one without superglobals.
-Superglobals::Superglobals(rpc::php::v1::NotifyRequest const &message, init_t /*view*/)
+Superglobals::Superglobals(messages::rpc_php::NotifyRequest const &message, init_t /*view*/)
     : request_id_(message.request_id())
     , values_(new PelorinArray(message.rinit().superglobals()))
 {
 }
 
-Superglobals::Superglobals(rpc::php::v1::NotifyRequest const &message, change_t /*view*/)
+Superglobals::Superglobals(messages::rpc_php::NotifyRequest const &message, change_t /*view*/)
     : request_id_(message.request_id())
     , values_(new PelorinArray(message.rshutdown().superglobals()))
 {
 }
 
-Superglobals::Superglobals(pelorin::protobuf::Monitor::Superglobals const &message, RequestId request_id)
+Superglobals::Superglobals(messages::protobuf_monitor::Superglobals const &message, RequestId request_id)
     : request_id_(request_id)
     , values_(values_of(message, every_value))
 {
 }
 
-Superglobals::Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id,
+Superglobals::Superglobals(messages::protobuf_glimmet::Superglobals const &message, RequestId request_id,
                            init_t /*view*/)
     : request_id_(request_id)
     , values_(values_of(message, value_at_start))
 {
 }
 
-Superglobals::Superglobals(pelorin::protobuf::Glimmet::Superglobals const &message, RequestId request_id,
+Superglobals::Superglobals(messages::protobuf_glimmet::Superglobals const &message, RequestId request_id,
                            change_t /*view*/)
     : request_id_(request_id)
     , values_(values_of(message, changed_value))

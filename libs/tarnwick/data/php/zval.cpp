@@ -1,6 +1,7 @@
 #include <tarnwick/data/php/zval.h>
 
 #include <tarnwick/data/reading.h>
+#include <tarnwick/messages.h>
 
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
 #include <tarnwick/rpc/php/v1/zval.pb.h>
@@ -14,9 +15,9 @@ static_assert(std::variant_size_v<ZVal::Value> == std::size_t(ZVal::Kind::timest
 
 ZVal::ZVal() noexcept = default;
 
-ZVal::ZVal(rpc::php::v1::ZVal const &message)
+ZVal::ZVal(messages::rpc_php::ZVal const &message)
 {
-    using Message = rpc::php::v1::ZVal;
+    using Message = messages::rpc_php::ZVal;
     switch (message.value_case()) {
     case Message::kNullValue:
         value_.emplace<null_t>();
@@ -54,9 +55,9 @@ ZVal::ZVal(rpc::php::v1::ZVal const &message)
 }
 
 // Only the type selects the kind. If another member of the oneof is set, the selected one reads as its default.
-ZVal::ZVal(pelorin::protobuf::PelorinPHP::ZVal const &message)
+ZVal::ZVal(messages::protobuf_php::ZVal const &message)
 {
-    using Message = pelorin::protobuf::PelorinPHP::ZVal;
+    using Message = messages::protobuf_php::ZVal;
     switch (message.type()) {
     case Message::TYPE_NULL:
         value_.emplace<null_t>();
@@ -84,7 +85,7 @@ ZVal::ZVal(pelorin::protobuf::PelorinPHP::ZVal const &message)
     }
 }
 
-void ZVal::to_protobuf(rpc::php::v1::ZVal &message) const
+void ZVal::to_protobuf(messages::rpc_php::ZVal &message) const
 {
     switch (kind()) {
     case Kind::undefined:

@@ -100,7 +100,7 @@ private:
 /// | Part of an element | Meaning             | Kinds in messages                                                 |
 /// |--------------------|---------------------|-------------------------------------------------------------------|
 /// | `first`            | the key, never null | `long_` or `string` as sent, even of digits; `undefined` if none  |
-/// | `second`           | the value, never null | any; `undefined` where the element had none                     |
+/// | `second`           | the value, never null | any; `undefined` if none                                        |
 ///
 /// Messages: `<tarnwick/rpc/php/v1/zval.pb.h>` and `<pelorin/protobuf/PelorinPHP/zval.pb.h>`.
 class TARNWICK_EXPORT PelorinArray : public QSharedData {
