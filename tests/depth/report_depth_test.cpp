@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,25 +35,25 @@ struct Nesting {
 
 class ReportDepth : public TableTest<Nesting> {
 protected:
-    struct Fed {
-        std::string problem;
+    struct FeedResult {
+        std::optional<std::string> fault;
         std::string printed;
     };
 
-    static Fed feed(std::size_t depth, bool json)
+    static FeedResult feed(std::size_t depth, bool json)
     {
         auto const frame = rpc_php_frame(nested_report(depth, GetParam().fields));
-        Fed fed;
+        FeedResult result;
         on_small_stack([&] {
             MemoryFile const file;
             program::Output output(file.descriptor());
             program::RecordPrinter printer(output, {.json = json});
             RecordFeed feed(printer, false);
-            fed.problem = feed.feed(frame);
+            result.fault = feed.feed(frame);
             output.flush();
-            fed.printed = file.content();
+            result.printed = file.content();
         });
-        return fed;
+        return result;
     }
 };
 
@@ -62,7 +63,7 @@ TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
 {
     for (bool const json : {true, false}) {
         auto const of_limit = feed(limit, json);
-        EXPECT_EQ(of_limit.problem, "");
+        EXPECT_EQ(of_limit.fault, std::nullopt);
         EXPECT_THAT(of_limit.printed, testing::HasSubstr("php.Superglobals"));
         // All levels of it.
         auto const levels = (limit - 4) / GetParam().fields.size();
@@ -74,7 +75,7 @@ TEST_P(ReportDepth, beyond_the_limit_is_told_on_a_small_stack)
 {
     for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
         auto const beyond = feed(depth, true);
-        EXPECT_EQ(beyond.problem, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
+        EXPECT_EQ(beyond.fault, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
         EXPECT_EQ(beyond.printed, "");
     }
 }

@@ -52,13 +52,12 @@ LoadedConfig load_config(ConfigOptions const &options, LineTracker &tracker)
         qputenv(name.c_str(), QByteArray::fromStdString(value));
     auto const file = decoded(options.file);
     auto const is_utf8 = QByteArrayView(options.file).isValidUtf8();
-    if (auto const reason = is_utf8 ? why_unseen(file) : "the name is not UTF-8, so the file cannot be opened";
-        !reason.empty()) {
+    if (auto const reason = is_utf8 ? unreadable_reason(file) : "the name is not UTF-8, so the file cannot be opened") {
         auto const name = shown_text(options.file);
         return {{},
-                {.what = fmt::format("{}: {}", name, reason),
+                {.what = fmt::format("{}: {}", name, *reason),
                  .place = {{decoded(name), 0}},
-                 .text = std::string(reason),
+                 .text = std::string(*reason),
                  .notes = {}}};
     }
     try {

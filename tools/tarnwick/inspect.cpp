@@ -142,8 +142,8 @@ void Inspection::take_frame()
         auto const problem = feed_.feed(frame);
         if (output_.is_terminal())
             output_.flush();
-        if (!problem.empty())
-            fault(problem);
+        if (problem)
+            fault(*problem);
     } catch (SocketError const &error) {
         status_ = file_failure;
         note(fmt::format("its chunk takes sockets to read: {}", error.what()));

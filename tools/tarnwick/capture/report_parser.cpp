@@ -68,11 +68,11 @@ bool parses_report(google::protobuf::Message &message, std::string const &bytes,
     return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
 }
 
-std::string parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+std::optional<std::string> parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
 {
     if (parses_report(message, bytes, max_depth))
-        return {};
-    // The parser does not say why it stopped.
+        return std::nullopt;
+    // The parser does not report why it stopped.
     auto const &type = *message.GetDescriptor();
     auto const name = std::string_view(type.full_name());
     if (is_too_deep(type, bytes, max_depth))

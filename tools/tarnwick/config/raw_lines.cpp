@@ -39,7 +39,7 @@ RawLines::RawLines(QString const &name)
 {
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        failure_ = file.errorString();
+        failure_ = file.errorString().toStdString();
         return;
     }
     for (std::int64_t number = 1; !file.atEnd(); ++number) {

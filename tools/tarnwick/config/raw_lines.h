@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
+#include <string>
 
 namespace tarnwick::program {
 
@@ -25,12 +27,12 @@ public:
 
     /// Empty where all lines are kept.
     [[nodiscard]] Lines const &lines() const { return lines_; }
-    /// Why the file could not be opened once more; empty where it could.
-    [[nodiscard]] QString const &failure() const { return failure_; }
+    /// Why the file could not be opened.
+    [[nodiscard]] std::optional<std::string> const &failure() const { return failure_; }
 
 private:
     Lines lines_;
-    QString failure_;
+    std::optional<std::string> failure_;
 };
 
 } // namespace tarnwick::program

@@ -26,9 +26,8 @@ using PelorinPHPX::ConfigFile;
 
 namespace {
 
-/// Why a listing of the folder ends early, or is none; empty where it is whole. The reader sees no name that the system
-/// lists after one that is not UTF-8.
-std::string fault_of_listing(QString const &folder)
+/// Lists a folder as the reader does, which stops at a name that is not UTF-8. Returns why the listing is incomplete.
+std::optional<std::string> listing_fault(QString const &folder)
 {
     std::error_code error;
     std::filesystem::directory_iterator entry(QFile::encodeName(folder).toStdString(), error);
@@ -37,7 +36,9 @@ std::string fault_of_listing(QString const &folder)
         if (!QByteArrayView(name).isValidUtf8())
             return fmt::format("the listing of the folder ended at '{}', which is not UTF-8", shown_text(name));
     }
-    return error ? fmt::format("cannot list '{}': {}", shown(folder), error.message()) : std::string();
+    if (error)
+        return fmt::format("cannot list '{}': {}", shown(folder), error.message());
+    return std::nullopt;
 }
 
 /// Files of the kernel give bytes though their size is 0; some would wait until there are any.
@@ -60,16 +61,16 @@ bool is_like_include(QString const &key)
 
 } // namespace
 
-std::string_view why_unseen(QString const &file)
+std::optional<std::string_view> unreadable_reason(QString const &file)
 {
     QFileInfo const info(file);
     if (!info.exists() || info.isDir())
-        return {};
+        return std::nullopt;
     if (!info.isFile())
         return "is no regular file";
     if (info.size() == 0 && gives_bytes(file))
         return "has a size of 0, though there is something in it";
-    return {};
+    return std::nullopt;
 }
 
 void ConfigWarnings::warn(ConfigFile const &file, std::string text)
@@ -122,11 +123,11 @@ std::optional<ConfigWarnings::Warning> ConfigWarnings::unused_prefix() const
 void ConfigWarnings::opened(ConfigFile const &file)
 {
     files_.push_back(file.file_path());
-    auto const unseen = why_unseen(file.file_path());
-    if (auto const *parent = file.parent(); parent != nullptr && !unseen.empty())
-        warn(*parent, fmt::format("'{}' {}: it is read as empty", file.file_path(), unseen));
+    auto const reason = unreadable_reason(file.file_path());
+    if (auto const *parent = file.parent(); parent != nullptr && reason)
+        warn(*parent, fmt::format("'{}' {}: it is read as empty", file.file_path(), *reason));
     ConfigSettings::opened(file);
-    raw_lines_.push_back(unseen.empty() ? RawLines(file.file_path()) : RawLines());
+    raw_lines_.push_back(reason ? RawLines() : RawLines(file.file_path()));
     warn_of_lost_comments(file);
 }
 
@@ -134,8 +135,8 @@ void ConfigWarnings::opened(ConfigFile const &file)
 void ConfigWarnings::warn_of_lost_comments(ConfigFile const &file)
 {
     auto const &raw = raw_lines_.back();
-    if (!raw.failure().isEmpty())
-        warn(file, fmt::format("the bytes of the lines are not checked: {}", raw.failure()));
+    if (raw.failure())
+        warn(file, fmt::format("the bytes of the lines are not checked: {}", *raw.failure()));
     for (auto const &[number, line] : raw.lines()) {
         if (!line.is_comment || !line.continues)
             continue;
@@ -199,12 +200,12 @@ void ConfigWarnings::matched(ConfigFile const &file, QString const &include, QSt
 {
     if (is_bare(include))
         warn_of(file, misread_parts_of_patterns(include));
-    auto const fault = fault_of_listing(folder);
-    if (files > 0 && fault.empty())
+    auto const fault = listing_fault(folder);
+    if (files > 0 && !fault)
         return;
     auto const text = files == 0 ? fmt::format("no file matches '{}'", include)
                                  : fmt::format("files that match '{}' may be missing", include);
-    warn(file, fault.empty() ? text : fmt::format("{}: {}", text, fault));
+    warn(file, fault ? fmt::format("{}: {}", text, *fault) : text);
 }
 
 void ConfigWarnings::merged(ConfigFile const &file, ConfigFile const &included)

@@ -14,8 +14,9 @@
 
 namespace tarnwick::program {
 
-/// Why the reader sees nothing in a file, though there is something in it or may be; empty where it sees all.
-std::string_view why_unseen(QString const &file);
+/// Returns why the reader finds a file empty that may have content, as the end of a sentence that starts with the file.
+/// Nothing for a file that the reader reads whole, and for one that it cannot open.
+std::optional<std::string_view> unreadable_reason(QString const &file);
 
 /// Notes which files are read and what the reader passes over without a word, or takes otherwise than a person would.
 class ConfigWarnings final : public ConfigSettings {

@@ -57,7 +57,7 @@ constexpr std::string_view all_entries = "all";
 
 } // namespace
 
-std::string RecordFeed::feed(Frame const &frame)
+std::optional<std::string> RecordFeed::feed(Frame const &frame)
 {
     RequestId const request_id(frame.request_id());
     switch (frame.report_case()) {
@@ -98,16 +98,16 @@ std::string RecordFeed::feed(Frame const &frame)
         return parsed_into<messages::protobuf_codetrace::Header, codetrace::Header>(frame.ct_header(), request_id);
     case Frame::kRpcData:
         print_rpc_chunk<codetrace::Data>(frame.rpc_data(), frame);
-        return {};
+        return std::nullopt;
     case Frame::kRpcAddData:
         print_rpc_chunk<codetrace::AddData>(frame.rpc_add_data(), frame);
-        return {};
+        return std::nullopt;
     case Frame::kCtData:
         print_protobuf_chunk<codetrace::Data>(frame.ct_data(), frame);
-        return {};
+        return std::nullopt;
     case Frame::kCtAddData:
         print_protobuf_chunk<codetrace::AddData>(frame.ct_add_data(), frame);
-        return {};
+        return std::nullopt;
     case Frame::kRpcGlimmet:
         return parsed<ProfilerReport>(frame.rpc_glimmet(), [&](auto const &message) { print_glimmet(message); });
     case Frame::kFunctions:
@@ -132,9 +132,9 @@ std::string RecordFeed::feed(Frame const &frame)
             print<glimmet::SqlQueries>(protobuf_dialect, message, request_id, connections, transactions);
         });
     case Frame::REPORT_NOT_SET:
-        return {};
+        return std::nullopt;
     }
-    return {};
+    return std::nullopt;
 }
 
 void RecordFeed::print_php(PhpReport const &message)
@@ -173,25 +173,25 @@ void RecordFeed::print_glimmet(ProfilerReport const &message)
 
 // A message on the arena is dropped with it at once: a deep one is not torn down level by level.
 template <class Message, class Build>
-std::string RecordFeed::parsed(std::string const &bytes, Build &&build)
+std::optional<std::string> RecordFeed::parsed(std::string const &bytes, Build &&build)
 {
     auto &message = *google::protobuf::Arena::Create<Message>(&arena_);
-    auto problem = parse_report(message, bytes, max_depth);
-    if (problem.empty())
+    auto fault = parse_report(message, bytes, max_depth);
+    if (!fault)
         build(message);
     arena_.Reset();
-    return problem;
+    return fault;
 }
 
 template <class Message, class Record>
-std::string RecordFeed::parsed_into(std::string const &bytes, RequestId request_id)
+std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, RequestId request_id)
 {
     return parsed<Message>(bytes,
                            [&](Message const &message) { print<Record>(protobuf_dialect, message, request_id); });
 }
 
 template <class Message, class Record>
-std::string RecordFeed::parsed_into(std::string const &bytes)
+std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes)
 {
     return parsed<Message>(bytes, [&](Message const &message) { print<Record>(rpc_dialect, message); });
 }

@@ -9,6 +9,7 @@
 
 #include <google/protobuf/arena.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,19 +37,19 @@ public:
     {
     }
 
-    /// Says what is wrong with the report; nothing when its records are printed.
-    [[nodiscard]] std::string feed(capture::v1::Frame const &frame);
+    /// Returns the fault of the report; nothing when its records are printed.
+    [[nodiscard]] std::optional<std::string> feed(capture::v1::Frame const &frame);
 
 private:
     /// Calls `build` with the message.
     template <class Message, class Build>
-    std::string parsed(std::string const &bytes, Build &&build);
+    std::optional<std::string> parsed(std::string const &bytes, Build &&build);
     /// A message of the protobuf dialect that feeds one record.
     template <class Message, class Record>
-    std::string parsed_into(std::string const &bytes, data::php::RequestId request_id);
+    std::optional<std::string> parsed_into(std::string const &bytes, data::php::RequestId request_id);
     /// A message of the rpc dialect that feeds one record, whatever its case.
     template <class Message, class Record>
-    std::string parsed_into(std::string const &bytes);
+    std::optional<std::string> parsed_into(std::string const &bytes);
     void print_php(rpc::php::v1::NotifyRequest const &message);
     template <class Record>
     void print_rpc_chunk(std::string const &bytes, capture::v1::Frame const &frame);

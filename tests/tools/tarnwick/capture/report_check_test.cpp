@@ -17,7 +17,7 @@ TEST(ReportCheck, agrees_with_the_feed_about_each_kind_of_report)
         for (auto const *bytes : {"", "\xff"}) {
             Frame frame;
             Frame::GetReflection()->SetString(&frame, kinds.field(i), bytes);
-            EXPECT_EQ(has_valid_report(frame), test::feed(frame).problem.empty()) << kinds.field(i)->full_name();
+            EXPECT_EQ(has_valid_report(frame), !test::feed(frame).fault) << kinds.field(i)->full_name();
         }
     }
 }

@@ -166,9 +166,9 @@ TEST_P(EventOrTrace, feeds_one_record_whether_all_are_asked_for_or_not)
     auto const line = R"({"record":")" + GetParam().record + R"(","frame":0,"offset":0,"dialect":")" +
                       GetParam().dialect + "\"," + GetParam().fields + "}\n";
     for (bool const all_records : {false, true}) {
-        auto const fed = test::feed(GetParam().frame, all_records);
-        EXPECT_EQ(fed.problem, "");
-        EXPECT_EQ(fed.records, line);
+        auto const result = test::feed(GetParam().frame, all_records);
+        EXPECT_EQ(result.fault, std::nullopt);
+        EXPECT_EQ(result.records, line);
     }
 }
 
@@ -194,7 +194,7 @@ TEST(RecordFeed, feeds_chunk_after_chunk)
     std::string expected;
     for (auto const &bytes : {std::string("small"), large, std::string()}) {
         for (bool const more : {true, true, false}) {
-            EXPECT_EQ(feed.feed(rpc_data(bytes, more)), "");
+            EXPECT_EQ(feed.feed(rpc_data(bytes, more)), std::nullopt);
             expected += R"({"record":"codetrace.Data","frame":0,"offset":0,"dialect":"rpc",)" FROM_FRAME R"("data":")" +
                         bytes + R"(","size":)" + std::to_string(bytes.size()) + R"(,"more":)" +
                         (more ? "true" : "false") + "}\n";
@@ -227,7 +227,7 @@ TEST(RecordFeed, prints_the_meaning_of_an_events_kind_for_people)
         RecordFeed feed(printer, false);
         EXPECT_EQ(feed.feed(with<pelorin::protobuf::Monitor::Event>(&Frame::set_monitor_event,
                                                                     fmt::format("type: {}", static_cast<int>(kind)))),
-                  "");
+                  std::nullopt);
         output.flush();
         EXPECT_THAT(file.content(), testing::HasSubstr("\n  timestamp        -\n  kind             " + text + "\n"));
     }
@@ -241,9 +241,9 @@ TEST(RecordFeed, prints_events_and_traces_for_people)
     RecordFeed feed(printer, false);
     EXPECT_EQ(feed.feed(rpc_monitor("timestamp { seconds: 1 } text: 't' slow_function_exec { function { name: 'f' } "
                                     "stack_trace { } duration { nanos: 5000000 } }")),
-              "");
-    EXPECT_EQ(feed.feed(rpc_codetrace("request_id { id: 7 }")), "");
-    EXPECT_EQ(feed.feed(rpc_data("\xff" + std::string(999, 'x'), true)), "");
+              std::nullopt);
+    EXPECT_EQ(feed.feed(rpc_codetrace("request_id { id: 7 }")), std::nullopt);
+    EXPECT_EQ(feed.feed(rpc_data("\xff" + std::string(999, 'x'), true)), std::nullopt);
     output.flush();
     EXPECT_EQ(file.content(), R"(monitor.Event  frame 0 at byte 0, rpc
   request_id       0

@@ -90,9 +90,9 @@ TEST(RecordFeed, builds_the_record_of_a_glimmet_reports_case_and_all_of_them_whe
     for (auto const &[name, report, records, all_records] : cases) {
         SCOPED_TRACE(name);
         auto const frame = rpc_glimmet_frame_of("request_id { id: 7 } timestamp { seconds: 1 } " + report);
-        EXPECT_EQ(feed(frame).problem, "");
+        EXPECT_EQ(feed(frame).fault, std::nullopt);
         EXPECT_EQ(feed(frame).records, records);
-        EXPECT_EQ(feed(frame, true).problem, "");
+        EXPECT_EQ(feed(frame, true).fault, std::nullopt);
         EXPECT_EQ(feed(frame, true).records, all_records);
     }
 }
@@ -124,7 +124,7 @@ TEST(RecordFeed, builds_a_record_of_each_glimmet_report_of_the_protobuf_dialect)
               json("Storage", "protobuf", R"("request_id":7,"name":"","entries":[{"name":"","values":[]}])"));
 }
 
-/// Frames of one capture, fed one behind the other.
+/// Frames of one capture, result one behind the other.
 class SqlFeed {
 public:
     explicit SqlFeed(bool json = true)
@@ -164,7 +164,7 @@ private:
     void feed(std::uint64_t request_id, test::Frame &frame)
     {
         frame.set_request_id(request_id);
-        EXPECT_EQ(feed_.feed(frame), "");
+        EXPECT_EQ(feed_.feed(frame), std::nullopt);
     }
 
     test::MemoryFile file_;
@@ -237,8 +237,8 @@ TEST(RecordFeed, does_not_link_what_one_rpc_report_holds_to_another)
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
     RecordFeed feed(printer, false);
-    EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { connections { id: 1 } }")), "");
-    EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { queries { connection_id: 1 } }")), "");
+    EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { connections { id: 1 } }")), std::nullopt);
+    EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { queries { connection_id: 1 } }")), std::nullopt);
     output.flush();
     EXPECT_THAT(file.content(), testing::HasSubstr(R"("connection":null)"));
 }

@@ -80,9 +80,9 @@ TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_a
     for (auto const &[report, records] : cases) {
         SCOPED_TRACE(report);
         auto const frame = test::rpc_php_frame_of("request_id { id: 7 }" + report);
-        EXPECT_EQ(feed(frame).problem, "");
+        EXPECT_EQ(feed(frame).fault, std::nullopt);
         EXPECT_EQ(names(feed(frame).records), records);
-        EXPECT_EQ(feed(frame, true).problem, "");
+        EXPECT_EQ(feed(frame, true).fault, std::nullopt);
         EXPECT_EQ(names(feed(frame, true).records), start_records + end_records + error_records);
     }
 }
@@ -98,33 +98,33 @@ TEST(RecordFeed, builds_both_views_of_superglobals_from_their_own_reports)
 {
     std::string const array = R"(superglobals { elements { string_key: "g" value { bool_value: true } } })";
     std::string const values = R"("values":[[{"kind":"string","value":"g"},{"kind":"bool","value":true}]])";
-    auto const fed = [&](std::string const &member) {
+    auto const result = [&](std::string const &member) {
         return feed(test::rpc_php_frame_of("request_id { id: 7 } " + member + " {" + array + "}"), true).records;
     };
-    auto const start = fed("rinit");
+    auto const start = result("rinit");
     EXPECT_THAT(start, testing::HasSubstr(of_request_7("Superglobals", "init", values)));
     EXPECT_THAT(start, testing::HasSubstr(of_request_7("Superglobals", "change", R"("values":[])")));
-    auto const end = fed("rshutdown");
+    auto const end = result("rshutdown");
     EXPECT_THAT(end, testing::HasSubstr(of_request_7("Superglobals", "init", R"("values":[])")));
     EXPECT_THAT(end, testing::HasSubstr(of_request_7("Superglobals", "change", values)));
 }
 
 TEST(RecordFeed, prints_the_details_of_an_error_by_what_it_is)
 {
-    auto const fed = [&](std::string const &report) {
+    auto const result = [&](std::string const &report) {
         return feed(test::rpc_php_frame_of("request_id { id: 7 } " + report), true).records;
     };
     std::string const no_time = R"("timestamp":{"seconds":0,"nanos":0},)";
     std::string const no_place = R"("location":null,"stack_trace":null)";
-    EXPECT_THAT(fed("rinit { }"), testing::EndsWith(of_request_7(
+    EXPECT_THAT(result("rinit { }"), testing::EndsWith(of_request_7(
                                       "ErrorData", "", no_time + R"("message":null,"details":null,)" + no_place)));
-    EXPECT_THAT(fed("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } category: CATEGORY_2 } }"),
+    EXPECT_THAT(result("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } category: CATEGORY_2 } }"),
                 testing::EndsWith(of_request_7(
                     "ErrorData", "",
                     no_time + R"("message":"m","details":{"Error":{"category":2,"number":2,"name":"E_WARNING"}},)" +
                         no_place)));
     EXPECT_THAT(
-        fed("error { exception { exception_name: 'LogicException' exception_text: 't' message: 'm' } }"),
+        result("error { exception { exception_name: 'LogicException' exception_text: 't' message: 'm' } }"),
         testing::EndsWith(of_request_7(
             "ErrorData", "",
             no_time +
@@ -199,10 +199,10 @@ TEST(RecordFeed, builds_the_records_of_the_protobuf_dialect)
         frame.set_request_id(7);
         frame.GetReflection()->SetString(&frame, test::Frame::descriptor()->FindFieldByName(field), report);
         for (bool const all_records : {false, true}) {
-            auto const fed = feed(frame, all_records);
-            EXPECT_EQ(fed.problem, "");
-            EXPECT_EQ(names(fed.records), records);
-            std::istringstream lines(fed.records);
+            auto const result = feed(frame, all_records);
+            EXPECT_EQ(result.fault, std::nullopt);
+            EXPECT_EQ(names(result.records), records);
+            std::istringstream lines(result.records);
             for (std::string line; std::getline(lines, line);) {
                 EXPECT_THAT(line, testing::HasSubstr(R"("request_id":7,)"));
                 EXPECT_THAT(line, testing::HasSubstr(content));
@@ -258,28 +258,28 @@ TEST(RecordFeed, says_that_a_report_is_not_the_message_that_it_claims_to_be)
         test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth)) + "\xff",
     };
     for (auto const &report : cases) {
-        auto const fed = feed(test::rpc_php_frame(report), true);
-        EXPECT_EQ(fed.problem, "its report is not a tarnwick.rpc.php.v1.NotifyRequest");
-        EXPECT_EQ(fed.records, "");
+        auto const result = feed(test::rpc_php_frame(report), true);
+        EXPECT_EQ(result.fault, "its report is not a tarnwick.rpc.php.v1.NotifyRequest");
+        EXPECT_EQ(result.records, "");
     }
     test::Frame frame;
     frame.set_rshutdown("\xff");
-    EXPECT_EQ(feed(frame).problem, "its report is not a pelorin.protobuf.PelorinPHP.RShutdownData");
+    EXPECT_EQ(feed(frame).fault, "its report is not a pelorin.protobuf.PelorinPHP.RShutdownData");
 }
 
 TEST(RecordFeed, reads_a_report_as_deep_as_php_sends_them)
 {
     constexpr std::size_t arrays = 64;
-    auto const fed = feed(test::rpc_php_frame(test::nested_report(2 + 3 * arrays)));
-    EXPECT_EQ(fed.problem, "");
-    EXPECT_NE(fed.records, "");
+    auto const result = feed(test::rpc_php_frame(test::nested_report(2 + 3 * arrays)));
+    EXPECT_EQ(result.fault, std::nullopt);
+    EXPECT_NE(result.records, "");
 }
 
 TEST(RecordFeed, finds_depth_beside_other_fields)
 {
     auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
     auto const shallow = test::nested_report(20);
-    EXPECT_EQ(feed(test::rpc_php_frame(shallow + test::padding(9) + deep + shallow)).problem,
+    EXPECT_EQ(feed(test::rpc_php_frame(shallow + test::padding(9) + deep + shallow)).fault,
               "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
 }
 
@@ -289,10 +289,11 @@ TEST(RecordFeed, begins_anew_with_each_frame)
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
     RecordFeed feed(printer, false);
-    EXPECT_EQ(feed.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")), "");
-    EXPECT_NE(feed.feed(test::rpc_php_frame("\xff")), "");
+    EXPECT_EQ(feed.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")),
+              std::nullopt);
+    EXPECT_NE(feed.feed(test::rpc_php_frame("\xff")), std::nullopt);
     auto const last = test::rpc_php_frame_of("rshutdown { }");
-    EXPECT_EQ(feed.feed(last), "");
+    EXPECT_EQ(feed.feed(last), std::nullopt);
     output.flush();
     EXPECT_TRUE(file.content().ends_with("\n" + program::feed(last).records)) << file.content();
 }
@@ -308,13 +309,13 @@ TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
         test::Frame frame;
         frame.GetReflection()->SetString(&frame, &field, "\xff");
         if (std::ranges::find(opaque, field.name()) != std::end(opaque)) {
-            EXPECT_EQ(feed(frame).problem, "");
+            EXPECT_EQ(feed(frame).fault, std::nullopt);
         } else {
-            EXPECT_THAT(feed(frame).problem, testing::StartsWith("its report is not a "));
+            EXPECT_THAT(feed(frame).fault, testing::Optional(testing::StartsWith("its report is not a ")));
             ++said;
         }
         frame.GetReflection()->SetString(&frame, &field, "");
-        EXPECT_EQ(feed(frame).problem, "");
+        EXPECT_EQ(feed(frame).fault, std::nullopt);
     }
     EXPECT_EQ(said, 20);
 }

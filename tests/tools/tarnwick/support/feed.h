@@ -5,26 +5,27 @@
 
 #include <tarnwick/capture/v1/capture.pb.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 
 namespace tarnwick::test {
 
-struct Fed {
-    std::string problem;
+struct FeedResult {
+    std::optional<std::string> fault;
     std::string records; ///< as JSON lines, from frame 0 at byte 0
 };
 
-/// What comes of a frame.
-inline Fed feed(capture::v1::Frame const &frame, bool all_records = false)
+/// Prints the records of a frame.
+inline FeedResult feed(capture::v1::Frame const &frame, bool all_records = false)
 {
     MemoryFile const file;
     program::Output output(file.descriptor());
     program::RecordPrinter printer(output, {.json = true});
     program::RecordFeed feed(printer, all_records);
-    auto problem = feed.feed(frame);
+    auto fault = feed.feed(frame);
     output.flush();
-    return {std::move(problem), file.content()};
+    return {std::move(fault), file.content()};
 }
 
 } // namespace tarnwick::test
