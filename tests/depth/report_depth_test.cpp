@@ -75,7 +75,7 @@ TEST_P(ReportDepth, beyond_the_limit_is_told_on_a_small_stack)
 {
     for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
         auto const beyond = feed(depth, true);
-        EXPECT_EQ(beyond.fault, "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
+        EXPECT_EQ(beyond.fault, "the tarnwick.rpc.php.v1.NotifyRequest nests messages more than 1000 deep");
         EXPECT_EQ(beyond.printed, "");
     }
 }

@@ -32,64 +32,77 @@
 namespace tarnwick::program {
 namespace {
 
-/// The words that an option takes, and what each means.
-template <class Enum>
-using Words = std::vector<std::pair<std::string, Enum>>;
+constexpr auto const *version_help = "Print the version and exit";
 
-template <class Enum>
-void add_choice(CLI::App &app, std::string const &name, Enum &target, Words<Enum> const &words, std::string const &help)
+CLI::App &add_command(CLI::App &parent, std::string const &name, std::string const &help, std::string const &usage)
 {
-    std::vector<std::string> names;
-    for (auto const &[word, meaning] : words)
-        names.push_back(word);
-    auto const shape = fmt::format("{}", fmt::join(names, "|"));
-    auto const take = [&target, name, words, shape](std::string const &given) {
-        for (auto const &[word, meaning] : words) {
-            if (given == word) {
-                target = meaning;
+    auto *command = parent.add_subcommand(name, help);
+    command->group("Commands");
+    command->usage(usage);
+    command->set_version_flag("--version", parent.version(), version_help);
+    return *command;
+}
+
+/// The values of an option, as written and as stored.
+template <class Enum>
+using Choices = std::vector<std::pair<std::string, Enum>>;
+
+/// Adds an option that takes one of several words.
+template <class Enum>
+void add_choice(CLI::App &app, std::string const &name, Enum &target, Choices<Enum> const &choices,
+                std::string const &help)
+{
+    std::vector<std::string> words;
+    for (auto const &[word, value] : choices)
+        words.push_back(word);
+    auto const set = [&target, name, choices, words](std::string const &argument) {
+        for (auto const &[word, value] : choices) {
+            if (argument == word) {
+                target = value;
                 return;
             }
         }
-        throw CLI::ValidationError(name, fmt::format("'{}' is none of {}", given, shape));
+        throw CLI::ValidationError(name, fmt::format("'{}' is not one of {}", argument, fmt::join(words, ", ")));
     };
-    app.add_option_function<std::string>(name, take, help)->type_name(shape)->take_last();
+    app.add_option_function<std::string>(name, set, help)
+        ->type_name(fmt::format("{}", fmt::join(words, "|")))
+        ->take_last();
 }
 
 void add_color(CLI::App &app, Color &color)
 {
     add_choice(app, "--color", color, {{"auto", Color::automatic}, {"always", Color::always}, {"never", Color::never}},
-               "colour in text; auto, the default: on a terminal, unless NO_COLOR is set");
+               "when to colour text; auto (default): on a terminal, unless NO_COLOR is set");
 }
 
-/// What the command line asks for.
+/// The command of the parsed command line, ready to run.
 using Command = std::function<ExitStatus()>;
 
 void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
 {
-    auto *sub = app.add_subcommand("inspect", "Print the records that the reports of captures feed");
-    sub->usage("usage: tarnwick inspect [OPTION...] [FILE...]");
-    sub->set_version_flag("--version", app.version());
-    sub->add_option("FILE", options.files, "captures to read; - or none is standard input")->type_name("");
-    add_choice(*sub, "--format", options.format,
+    auto &sub = add_command(app, "inspect", "Print the records of captures",
+                            "usage: tarnwick inspect [OPTION...] [FILE...]");
+    sub.add_option("FILE", options.files, "captures to read; standard input if none is given, or for -")->type_name("");
+    add_choice(sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
-               "for people, one JSON object a record, or (auto, the default) text on a terminal and jsonl elsewhere");
-    add_color(*sub, options.color);
-    sub->add_flag("--all-records", options.all_records,
-                  "build every record of a report's family, whatever the report's case");
-    sub->footer(
-        fmt::format("A report with more than {} messages in each other is a fault; a PHP array takes 3 of them.\n\n"
-                    "Exit status: 0 done, 1 a capture has a fault (said with its place), 2 wrong usage,\n"
+               "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
+    add_color(sub, options.color);
+    sub.add_flag("--all-records", options.all_records,
+                  "print all records of the report's family, not only those that the report fills");
+    sub.footer(
+        fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n"
+                    "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
                     "3 a file cannot be read or written.",
                     RecordFeed::max_depth));
-    sub->callback([&] {
+    sub.callback([&] {
         if (std::ranges::count(options.files, "-") > 1)
             throw CLI::ValidationError("standard input (-) can be read only once");
         command = [&options] { return inspect(options); };
     });
 }
 
-/// Whether a reference can have the name, which is not empty.
-bool can_be_referred_to(std::string_view name)
+/// Returns whether a reference can name the variable. REQUIRES: name is not empty.
+bool is_variable_name(std::string_view name)
 {
     constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
     constexpr std::string_view digits = "0123456789.";
@@ -99,17 +112,18 @@ bool can_be_referred_to(std::string_view name)
            });
 }
 
-/// NAME=VALUE, as the environment has it.
-void add_variable(ConfigOptions &options, std::string const &given)
+/// Adds a variable from an argument of the form NAME=VALUE.
+void add_variable(ConfigOptions &options, std::string const &argument)
 {
-    auto const equals = given.find('=');
+    auto const equals = argument.find('=');
     if (equals == std::string::npos || equals == 0)
-        throw CLI::ValidationError("--set", fmt::format("'{}' is no NAME=VALUE", given));
-    if (auto const written = given.substr(0, equals); !can_be_referred_to(written))
-        throw CLI::ValidationError("--set", fmt::format("no reference has the name '{}': a name is a letter or an "
-                                                        "underscore, then letters, digits, underscores and points",
-                                                        written));
-    options.environment.emplace_back(given.substr(0, equals), given.substr(equals + 1));
+        throw CLI::ValidationError("--set", fmt::format("'{}' is not of the form NAME=VALUE", argument));
+    auto const name = argument.substr(0, equals);
+    if (!is_variable_name(name))
+        throw CLI::ValidationError("--set", fmt::format("invalid name '{}': a name is a letter or an underscore, "
+                                                        "followed by letters, digits, underscores and points",
+                                                        name));
+    options.environment.emplace_back(name, argument.substr(equals + 1));
 }
 
 struct ConfigCommand {
@@ -119,55 +133,54 @@ struct ConfigCommand {
     bool takes_key = false;
 };
 
-CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &command, ConfigCommand const &what)
+CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &command, ConfigCommand const &definition)
 {
-    auto *sub = config.add_subcommand(what.name, what.help);
-    sub->usage(fmt::format("usage: tarnwick config {} [OPTION...] FILE{}", what.name, what.takes_key ? " KEY" : ""));
-    sub->set_version_flag("--version", config.get_parent()->version());
-    auto const take_file = [&options](std::string const &file) {
-        // Includes are looked for beside the file: it needs a place.
+    auto &sub = add_command(config, definition.name, definition.help,
+                            fmt::format("usage: tarnwick config {} [OPTION...] FILE{}", definition.name,
+                                        definition.takes_key ? " KEY" : ""));
+    auto const set_file = [&options](std::string const &file) {
         if (file == "-")
-            throw CLI::ValidationError("a configuration file is not read from standard input");
+            throw CLI::ValidationError("cannot read a configuration file from standard input: includes are relative to "
+                                       "the path of the file");
         options.file = file;
     };
-    sub->add_option_function<std::string>("FILE", take_file, "configuration file")->required()->type_name("");
-    if (what.takes_key)
-        sub->add_option("KEY", options.key, "key, without the prefix")->required()->type_name("");
-    sub->add_option("--name", options.name, "read the keys that begin with NAME and a point, and no others")
+    sub.add_option_function<std::string>("FILE", set_file, "configuration file")->required()->type_name("");
+    if (definition.takes_key)
+        sub.add_option("KEY", options.key, "key without the prefix")->required()->type_name("");
+    sub.add_option("--name", options.name, "read only the keys that start with NAME and a point")
         ->type_name("NAME")
         ->take_last();
-    add_choice(*sub, "--format", options.format,
+    add_choice(sub, "--format", options.format,
                {{"text", ConfigOptions::Format::text}, {"json", ConfigOptions::Format::json}},
-               "for people, the default, or one JSON object");
-    add_color(*sub, options.color);
-    auto const take_variable = [&options](std::string const &given) { add_variable(options, given); };
-    sub->add_option_function<std::string>("--set", take_variable,
-                                          "lay a variable over the environment; can be given more than once")
+               "text (default), or one JSON object");
+    add_color(sub, options.color);
+    auto const set_variable = [&options](std::string const &argument) { add_variable(options, argument); };
+    sub.add_option_function<std::string>("--set", set_variable,
+                                          "set an environment variable for references; can be repeated")
         ->type_name("NAME=VALUE")
         ->trigger_on_parse();
-    sub->footer("Exit status: 0 done, 1 the file cannot be loaded, has no such key or (check --strict) a warning,\n"
-                "2 wrong usage, 3 the output cannot be written.");
-    sub->callback([&options, &command, run = what.run] { command = [&options, run] { return run(options); }; });
-    return *sub;
+    sub.footer("Exit status: 0 success, 1 the file cannot be loaded, the key does not exist, or check --strict printed\n"
+                "a warning, 2 wrong usage, 3 the output cannot be written.");
+    sub.callback([&options, &command, run = definition.run] { command = [&options, run] { return run(options); }; });
+    return sub;
 }
 
 void add_config(CLI::App &app, ConfigOptions &options, Command &command)
 {
-    auto *config = app.add_subcommand("config", "Show what a configuration file says, and why");
-    config->usage("usage: tarnwick config COMMAND [OPTION...] FILE [KEY]");
-    config->set_version_flag("--version", app.version());
-    config->require_subcommand(1);
-    add_config_command(*config, options, command,
-                       {"check", "Tell what is wrong with a file and what of it is dropped", config_check})
-        .add_flag("--strict", options.strict, "end with status 1 where there is a warning");
-    add_config_command(*config, options, command, {"dump", "Print all keys with their values", config_dump});
-    add_config_command(*config, options, command, {"get", "Print the value of a key", config_get, true})
-        .add_flag("--all", options.all, "all values of the key, newest first");
-    add_config_command(*config, options, command,
-                       {"explain", "Tell where each value of a key comes from", config_explain, true});
+    auto &config = add_command(app, "config", "Check and explain configuration files",
+                               "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]");
+    config.require_subcommand(1);
+    add_config_command(config, options, command,
+                       {"check", "Print the errors of a file, and warnings for lines without effect", config_check})
+        .add_flag("--strict", options.strict, "exit with status 1 if there is a warning");
+    add_config_command(config, options, command, {"dump", "Print all keys and their values", config_dump});
+    add_config_command(config, options, command, {"get", "Print the value of a key", config_get, true})
+        .add_flag("--all", options.all, "print all values of the key, newest first");
+    add_config_command(config, options, command,
+                       {"explain", "Print where each value of a key comes from", config_explain, true});
 }
 
-/// The command of that name; null where there is none.
+/// Returns the command of that name, or null if there is none.
 CLI::App *find_command(CLI::App &app, std::string_view name)
 {
     auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
@@ -183,43 +196,41 @@ void print(std::string_view text)
 
 void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
 {
-    auto *sub = app.add_subcommand("help", "Print what a command takes");
-    sub->usage("usage: tarnwick help [COMMAND...]");
-    sub->set_version_flag("--version", app.version());
-    sub->add_option("COMMAND", words, "such as inspect, or config check")->type_name("");
-    sub->callback([&app, &words, &command] {
-        auto *place = &app;
+    auto &sub = add_command(app, "help", "Print the help of a command", "usage: tarnwick help [COMMAND...]");
+    sub.add_option("COMMAND", words, "for example inspect, or config check")->type_name("");
+    sub.callback([&app, &words, &command] {
+        auto *target = &app;
         for (auto const &word : words) {
-            place = find_command(*place, word);
-            if (place == nullptr)
-                throw CLI::ValidationError(fmt::format("there is no command '{}'", fmt::join(words, " ")));
+            target = find_command(*target, word);
+            if (target == nullptr)
+                throw CLI::ValidationError(fmt::format("unknown command '{}'", fmt::join(words, " ")));
         }
-        command = [place] {
-            print(place->get_formatter()->make_help(place, place->get_name(), CLI::AppFormatMode::Normal));
+        command = [target] {
+            print(target->get_formatter()->make_help(target, target->get_name(), CLI::AppFormatMode::Normal));
             return done;
         };
     });
 }
 
-/// The arguments, last first, as the parser takes them. The parser would take `--name=` for an option without a value,
-/// and the next argument for the value: these become two arguments.
+/// Returns the arguments in reverse order, as the parser expects them. Splits `--name=` into the option and an empty value:
+/// the parser would use the next argument as the value.
 std::vector<std::string> arguments_of(CLI::App &app, int argc, char const *const *argv)
 {
     std::vector<std::string> arguments;
-    auto *place = &app;
+    auto *current = &app;
     bool has_options = true;
     for (int i = 1; i < argc; ++i) {
         std::string argument = argv[i];
         has_options = has_options && argument != "--";
         auto const name = argument.substr(0, argument.find('='));
         auto const *option = has_options && name.starts_with("--") && argument == name + '='
-                                 ? place->get_option_no_throw(name)
+                                 ? current->get_option_no_throw(name)
                                  : nullptr;
         if (option != nullptr && option->get_items_expected_min() > 0) {
             arguments.push_back(name);
             argument.clear();
-        } else if (auto *command = find_command(*place, argument)) {
-            place = command;
+        } else if (auto *command = find_command(*current, argument)) {
+            current = command;
         }
         arguments.push_back(std::move(argument));
     }
@@ -227,8 +238,8 @@ std::vector<std::string> arguments_of(CLI::App &app, int argc, char const *const
     return arguments;
 }
 
-/// What the command line asks for other than a sub-command's work: help, the version, or a better command line.
-ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
+/// Prints the help or the version, or the error of a command line that does not parse.
+ExitStatus print_parse_result(CLI::App &app, CLI::ParseError const &error)
 {
     std::ostringstream text;
     if (app.exit(error, text, text) != 0) {
@@ -239,21 +250,39 @@ ExitStatus answer(CLI::App &app, CLI::ParseError const &error)
     return done;
 }
 
+/// Returns why the arguments of a command do not parse.
+std::string usage_fault(CLI::App const &command, CLI::Error const &error)
+{
+    bool const has_commands = !command.get_subcommands([](CLI::App const *) { return true; }).empty();
+    // The parser reports a wrong command as a missing one, and unexpected arguments in reverse order.
+    if (auto const unexpected = command.remaining(); !unexpected.empty()) {
+        auto const &argument = unexpected.front();
+        auto const *const kind = argument.starts_with('-') ? "unknown option" : has_commands ? "unknown command" : "unexpected argument";
+        return fmt::format("{} '{}'", kind, argument);
+    }
+    if (has_commands && error.get_name() == "RequiredError")
+        return "a command is required";
+    std::string const text = error.what();
+    if (error.get_name() == "ArgumentMismatch")
+        return fmt::format("{}: a value is required", text.substr(0, text.find(':')));
+    return text;
+}
+
 ExitStatus dispatch(int argc, char const *const *argv)
 {
-    CLI::App app("Shows what is in captures of reports from PHP applications, and in configuration files.", "tarnwick");
-    app.set_version_flag("--version", "tarnwick " TARNWICK_VERSION);
+    CLI::App app("Reads captures of reports from PHP applications, and configuration files.", "tarnwick");
+    // Commands inherit the help flag and the labels.
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.get_formatter()->label("Positionals", "Arguments");
+    app.get_formatter()->label("REQUIRED", "");
+    app.set_version_flag("--version", "tarnwick " TARNWICK_VERSION, version_help);
     app.require_subcommand(1);
     app.usage("usage: tarnwick COMMAND [OPTION...]");
     app.failure_message([](CLI::App const *place, CLI::Error const &error) {
         while (!place->get_subcommands().empty())
             place = place->get_subcommands().front();
-        // A wrong command is not a missing one.
-        bool const has_commands = !place->get_subcommands([](CLI::App const *) { return true; }).empty();
-        auto const rest = place->remaining();
-        auto const problem = has_commands && !rest.empty() ? fmt::format("there is no command '{}'", rest.front())
-                                                           : std::string(error.what());
-        return fmt::format("tarnwick: {}\n{}\n--help tells more.\n", shown_text(problem), place->get_usage());
+        return fmt::format("tarnwick: {}\n{}\nUse --help for more information.\n", shown_text(usage_fault(*place, error)),
+                           place->get_usage());
     });
     Command command;
     InspectOptions inspect_options;
@@ -266,7 +295,7 @@ ExitStatus dispatch(int argc, char const *const *argv)
     try {
         app.parse(arguments_of(app, argc, argv));
     } catch (CLI::ParseError const &error) {
-        return answer(app, error);
+        return print_parse_result(app, error);
     }
     return command();
 }
@@ -275,11 +304,11 @@ ExitStatus dispatch(int argc, char const *const *argv)
 
 int run(int argc, char const *const *argv)
 {
-    // A closed standard error must not end the program: messages that cannot be written are dropped.
+    // A closed standard error must not end the program: print_error ignores messages that cannot be written.
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c): it cannot fail for this signal
-    // A file that may not grow further is reported as an error of writing it.
+    // At the limit of a file's size, write() returns an error.
     std::signal(SIGXFSZ, SIG_IGN); // NOLINT(cert-err33-c)
-    // Whatever Qt takes a file's name for, the program has its own words on it. QT_LOGGING_RULES brings Qt's back.
+    // The program reports faults of file names itself. QT_LOGGING_RULES turns Qt's messages on again.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     try {
         return dispatch(argc, argv);

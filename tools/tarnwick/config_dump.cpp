@@ -69,8 +69,8 @@ ExitStatus config_dump(ConfigOptions const &options)
     auto const prefix = config->prefix().value_or(QString());
     if (auto const key = key_without_line(*config))
         return refuse(output,
-                      fmt::format("{}: '{}' cannot be written as a line: it or its value has a line feed or a carriage "
-                                  "return; --format=json prints it",
+                      fmt::format("{}: cannot print '{}' as a line: the key or a value contains a line feed or a carriage "
+                                  "return; use --format=json",
                                   shown_text(options.file), shown(prefix + *key)));
     ConfigStyle const style(options);
     for (auto const &key : config->keys()) {

@@ -64,7 +64,7 @@ std::string explain_text(ConfigOrigins const &origins, QString const &key, Confi
         text += fmt::format("{} = {}\n", style.name(shown(key)), shown(value)) + place_text(place);
         if (reference)
             text +=
-                fmt::format("    by the reference to {}: {}\n", shown(reference->name), words_for(reference->source));
+                fmt::format("    from the reference to {}: {}\n", shown(reference->name), words_for(reference->source));
         if (i + 1 < values.size())
             text +=
                 fmt::format("    shadows '{}' at {}\n", shown(values[i + 1].value), shown(values[i + 1].place.line));

@@ -39,7 +39,7 @@ std::string missing_key_text(ConfigOptions const &options, ConfigFile const &con
     auto const text = fmt::format("{}: there is no key '{}'", shown_text(options.file), shown_text(options.key));
     auto const prefix = config.prefix().value_or(QString());
     if (!prefix.isEmpty() && key.startsWith(prefix) && config.contains(key.sliced(prefix.size())))
-        return fmt::format("{}; without the prefix there is '{}'", text, shown(key.sliced(prefix.size())));
+        return fmt::format("{}; omit the prefix: '{}'", text, shown(key.sliced(prefix.size())));
     auto const meant = nearest_key(key, prefix, config.keys());
     return meant ? fmt::format("{}; did you mean '{}'?", text, shown(*meant)) : text;
 }
@@ -52,10 +52,10 @@ LoadedConfig load_config(ConfigOptions const &options, LineTracker &tracker)
         qputenv(name.c_str(), QByteArray::fromStdString(value));
     auto const file = decoded(options.file);
     auto const is_utf8 = QByteArrayView(options.file).isValidUtf8();
-    if (auto const reason = is_utf8 ? unreadable_reason(file) : "the name is not UTF-8, so the file cannot be opened") {
+    if (auto const reason = is_utf8 ? unreadable_reason(file) : "its name is not UTF-8") {
         auto const name = shown_text(options.file);
         return {{},
-                {.what = fmt::format("{}: {}", name, *reason),
+                {.what = fmt::format("cannot load {}: {}", name, *reason),
                  .place = {{decoded(name), 0}},
                  .text = std::string(*reason),
                  .notes = {}}};
@@ -82,7 +82,7 @@ ExitStatus refuse(Output &output, ConfigFault const &fault)
     for (auto const &note : fault.notes)
         text += fmt::format("\n{}: note: {}", line, shown_text(note));
     if (!fault.names_place) {
-        text += fmt::format("\n{}: note: the files were read up to this line", line);
+        text += fmt::format("\n{}: note: reading stopped at this line", line);
         for (auto const &include : fault.place.includes())
             text += fmt::format("\n\tincluded at {}", shown(include));
     }

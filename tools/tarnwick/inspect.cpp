@@ -38,7 +38,7 @@ RecordPrinter::Style style(InspectOptions const &options, Output const &output)
     };
 }
 
-/// The inspection of one capture.
+/// Reads one capture, prints its records, and reports its faults.
 class Inspection {
 public:
     Inspection(std::string const &name, Output &output, RecordPrinter &printer, RecordFeed &feed)
@@ -46,7 +46,7 @@ public:
         , output_(output)
         , printer_(printer)
         , feed_(feed)
-        // Someone may follow a capture that is still being made.
+        // The capture can grow while it is read: print what there is before waiting for more.
         , input_(name, [&output] { output.flush(); })
         , reader_(input_)
         , progress_(name, input_.size())
@@ -56,22 +56,23 @@ public:
     ExitStatus run();
 
 private:
-    /// A message about a frame, or about adjacent frames of which the same is true.
-    struct Note {
+    /// A message about a frame, or about adjacent frames with the same message.
+    struct Message {
         std::uint64_t number;
         std::uint64_t offset;
-        std::string what;
+        std::string text;
         std::uint64_t last_number;
         std::uint64_t last_offset;
     };
 
-    void take(Step step);
-    void take_frame();
-    void finish();
-    void say(std::string_view what);
-    void say_notes();
-    void note(std::string_view what);
-    void fault(std::string_view what);
+    void handle(Step step);
+    void handle_frame();
+    void handle_end();
+    void print_line(std::string_view line);
+    void print_about_file(std::string_view text);
+    void print_messages();
+    void add_message(std::string_view text);
+    void add_fault(std::string_view text);
 
     std::string const &name_;
     Output &output_;
@@ -81,122 +82,127 @@ private:
     CaptureReader reader_;
     Progress progress_;
     ExitStatus status_ = done;
-    bool any_report_ = false;
-    std::vector<Note> notes_; ///< more than one only before the first report
+    bool has_report_ = false;       ///< whether the reader returned a frame with a known report
+    std::vector<Message> messages_; ///< not printed yet; more than one only before the first report
 };
 
 ExitStatus Inspection::run()
 {
-    // Each record that is printed would become input.
+    // Each printed record would become input.
     if (input_.is_file_of(STDOUT_FILENO)) {
-        say("cannot be read: standard output goes to this file");
+        print_line(fmt::format("cannot read {}: standard output is the same file", shown_text(name_)));
         return file_failure;
     }
     Step step{};
     do {
         step = reader_.next();
-        take(step);
+        handle(step);
         if (progress_.due())
             progress_.show(input_.position());
     } while (step == Step::frame || step == Step::fault || step == Step::seeking);
     return status_;
 }
 
-void Inspection::take(Step step)
+void Inspection::handle(Step step)
 {
     switch (step) {
     case Step::frame:
-        take_frame();
+        handle_frame();
         break;
     case Step::fault:
-        fault(reader_.problem());
+        add_fault(reader_.problem());
         break;
     case Step::seeking:
         break;
     case Step::failure:
         status_ = file_failure;
-        say_notes();
-        say(fmt::format("cannot be read: {}", reader_.problem()));
+        print_messages();
+        print_line(fmt::format("cannot read {}: {}", shown_text(name_), reader_.problem()));
         break;
     case Step::end:
-        finish();
+        handle_end();
         break;
     }
 }
 
-void Inspection::take_frame()
+void Inspection::handle_frame()
 {
     auto const &frame = reader_.frame();
     if (frame.report_case() == capture::v1::Frame::REPORT_NOT_SET) {
-        note("holds no report that this program knows");
+        add_message("skipped: no report of a known kind");
         return;
     }
-    any_report_ = true;
-    // What is printed stays in the order of the capture. A frame that prints nothing can add to the last note.
-    if (!notes_.empty() && has_valid_report(frame))
-        say_notes();
+    has_report_ = true;
+    // Records and messages keep the order of the capture. A frame without records can extend the last message.
+    if (!messages_.empty() && has_valid_report(frame))
+        print_messages();
     printer_.set_origin({name_, reader_.number(), reader_.offset()});
     if (output_.is_terminal())
         progress_.clear();
     try {
-        auto const problem = feed_.feed(frame);
+        auto const fault = feed_.feed(frame);
         if (output_.is_terminal())
             output_.flush();
-        if (problem)
-            fault(*problem);
+        if (fault)
+            add_fault(*fault);
     } catch (SocketError const &error) {
         status_ = file_failure;
-        note(fmt::format("its chunk takes sockets to read: {}", error.what()));
+        add_message(fmt::format("cannot pass the chunk through a socket: {}", error.what()));
     }
 }
 
-void Inspection::finish()
+void Inspection::handle_end()
 {
-    if (any_report_ || (reader_.number() > 0 && status_ == done)) {
-        say_notes();
+    if (has_report_ || (reader_.number() > 0 && status_ == done)) {
+        print_messages();
         return;
     }
     status_ = std::max(status_, input_fault);
-    say(reader_.number() == 0 ? "is empty: a capture has at least one frame" : describe_foreign_file(reader_.head()));
+    print_about_file(reader_.number() == 0 ? "not a capture: the file is empty" : describe_foreign_file(reader_.head()));
 }
 
-// What is printed stays in the order of the capture, also where both streams go to one place.
-void Inspection::say(std::string_view what)
+// Standard output is flushed first, so that the order is right where both streams go to one place.
+void Inspection::print_line(std::string_view line)
 {
     progress_.clear();
     output_.flush();
-    print_error(fmt::format("{}: {}\n", shown_text(name_), what));
+    print_error(fmt::format("{}\n", line));
 }
 
-void Inspection::say_notes()
+void Inspection::print_about_file(std::string_view text)
 {
-    for (auto const &[number, offset, what, last_number, last_offset] : std::exchange(notes_, {})) {
-        auto const more = last_number == number
-                              ? std::string()
-                              : fmt::format("; the same up to frame {} at byte {}", last_number, last_offset);
-        say(fmt::format("frame {} at byte {}: {}{}", number, offset, what, more));
+    print_line(fmt::format("{}: {}", shown_text(name_), text));
+}
+
+void Inspection::print_messages()
+{
+    for (auto const &[number, offset, text, last_number, last_offset] : std::exchange(messages_, {})) {
+        auto const range = last_number == number ? std::string()
+                                                 : fmt::format("; the same for all frames up to frame {} at byte {}",
+                                                               last_number, last_offset);
+        print_about_file(fmt::format("frame {} at byte {}: {}{}", number, offset, text, range));
     }
 }
 
-void Inspection::note(std::string_view what)
+void Inspection::add_message(std::string_view text)
 {
     auto const number = reader_.number();
     auto const offset = reader_.offset();
-    if (!notes_.empty() && notes_.back().what == what) {
-        notes_.back().last_number = number;
-        notes_.back().last_offset = offset;
+    if (!messages_.empty() && messages_.back().text == text) {
+        messages_.back().last_number = number;
+        messages_.back().last_offset = offset;
         return;
     }
-    // Before the first report it can turn out that the file is no capture at all, which is all that is reported then.
-    if (any_report_)
-        say_notes();
-    notes_.push_back({number, offset, std::string(what), number, offset});
+    // A file without any report is not a capture. Then that is the only message, and these are dropped.
+    if (has_report_)
+        print_messages();
+    messages_.push_back({number, offset, std::string(text), number, offset});
 }
 
-void Inspection::fault(std::string_view what)
+void Inspection::add_fault(std::string_view text)
 {
     status_ = std::max(status_, input_fault);
-    note(what);
+    add_message(text);
 }
 
 } // namespace

@@ -17,8 +17,8 @@ struct InspectOptions {
     bool all_records = false;
 };
 
-/// Prints the records that the frames of captures feed to standard output, and what is wrong with them, with its place,
-/// to standard error. Returns the exit status; throws `WriteError` and `ReaderGone`.
+/// Prints the records of captures to standard output, and faults with their places to standard error. Throws `WriteError`
+/// and `ReaderGone`.
 ExitStatus inspect(InspectOptions const &options);
 
 } // namespace tarnwick::program

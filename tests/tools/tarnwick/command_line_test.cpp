@@ -15,50 +15,51 @@ using testing::Not;
 
 TEST(CommandLine, refuses_wrong_usage_with_status2)
 {
-    std::string const usage = "usage: tarnwick COMMAND [OPTION...]\n--help tells more.\n";
-    std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\n--help tells more.\n";
-    std::string const config_usage = "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\n--help tells more.\n";
-    std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\n--help tells more.\n";
-    std::string const help_usage = "usage: tarnwick help [COMMAND...]\n--help tells more.\n";
-    auto const no_name = [&](std::string const &name) {
-        return "tarnwick: --set: no reference has the name '" + name +
-               "': a name is a letter or an underscore, then letters, digits, underscores and points\n" + get_usage;
+    std::string const usage = "usage: tarnwick COMMAND [OPTION...]\nUse --help for more information.\n";
+    std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n";
+    std::string const config_usage = "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\nUse --help for more information.\n";
+    std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\nUse --help for more information.\n";
+    std::string const help_usage = "usage: tarnwick help [COMMAND...]\nUse --help for more information.\n";
+    auto const invalid_name = [&](std::string const &name) {
+        return "tarnwick: --set: invalid name '" + name +
+               "': a name is a letter or an underscore, followed by letters, digits, underscores and points\n" + get_usage;
     };
     struct Case {
         std::vector<std::string> arguments;
         std::string err;
     };
     Case const cases[] = {
-        {{}, "tarnwick: A subcommand is required\n" + usage},
-        {{"look"}, "tarnwick: there is no command 'look'\n" + usage},
-        {{"--colour"}, "tarnwick: there is no command '--colour'\n" + usage},
-        {{"inspect", "--colour"}, "tarnwick: The following argument was not expected: --colour\n" + inspect_usage},
-        {{"inspect", "--format=yaml"}, "tarnwick: --format: 'yaml' is none of auto|text|jsonl\n" + inspect_usage},
-        {{"inspect", "--format", "1"}, "tarnwick: --format: '1' is none of auto|text|jsonl\n" + inspect_usage},
-        {{"inspect", "--format"}, "tarnwick: --format: 1 required auto|text|jsonl missing\n" + inspect_usage},
-        {{"inspect", "--color=red"}, "tarnwick: --color: 'red' is none of auto|always|never\n" + inspect_usage},
-        {{"inspect", "--format=", "f"}, "tarnwick: --format: '' is none of auto|text|jsonl\n" + inspect_usage},
-        {{"inspect", "--format="}, "tarnwick: --format: '' is none of auto|text|jsonl\n" + inspect_usage},
-        {{"help", "look"}, "tarnwick: there is no command 'look'\n" + help_usage},
-        {{"help", "config", "look"}, "tarnwick: there is no command 'config look'\n" + help_usage},
+        {{}, "tarnwick: a command is required\n" + usage},
+        {{"look"}, "tarnwick: unknown command 'look'\n" + usage},
+        {{"--colour"}, "tarnwick: unknown option '--colour'\n" + usage},
+        {{"inspect", "--colour"}, "tarnwick: unknown option '--colour'\n" + inspect_usage},
+        {{"inspect", "--format=yaml"}, "tarnwick: --format: 'yaml' is not one of auto, text, jsonl\n" + inspect_usage},
+        {{"inspect", "--format", "1"}, "tarnwick: --format: '1' is not one of auto, text, jsonl\n" + inspect_usage},
+        {{"inspect", "--format"}, "tarnwick: --format: a value is required\n" + inspect_usage},
+        {{"inspect", "--color=red"}, "tarnwick: --color: 'red' is not one of auto, always, never\n" + inspect_usage},
+        {{"inspect", "--format=", "f"}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
+        {{"inspect", "--format="}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
+        {{"help", "look"}, "tarnwick: unknown command 'look'\n" + help_usage},
+        {{"help", "config", "look"}, "tarnwick: unknown command 'config look'\n" + help_usage},
         {{"inspect", "-", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
         {{"inspect", "-", "f", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
-        {{"config"}, "tarnwick: A subcommand is required\n" + config_usage},
-        {{"config", "look"}, "tarnwick: there is no command 'look'\n" + config_usage},
+        {{"config"}, "tarnwick: a command is required\n" + config_usage},
+        {{"config", "look"}, "tarnwick: unknown command 'look'\n" + config_usage},
         {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},
-        {{"config", "get", "-", "k"}, "tarnwick: a configuration file is not read from standard input\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: --set: 'x' is no NAME=VALUE\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: --set: '=x' is no NAME=VALUE\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "A B=x"}, no_name("A B")},
-        {{"config", "get", "f", "k", "--set=1A=x"}, no_name("1A")},
+        {{"config", "get", "f", "k", "x", "y"}, "tarnwick: unexpected argument 'x'\n" + get_usage},
+        {{"config", "get", "-", "k"}, "tarnwick: cannot read a configuration file from standard input: includes are relative to the path of the file\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: --set: 'x' is not of the form NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: --set: '=x' is not of the form NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "A B=x"}, invalid_name("A B")},
+        {{"config", "get", "f", "k", "--set=1A=x"}, invalid_name("1A")},
         {{"config", "get", "f", "k", "--set=" + std::string(100'000, 'A') + "-=x"},
-         no_name(std::string(100'000, 'A') + "-")},
-        {{"config", "get", "f", "k", "--set=\xC3\xA4=x"}, no_name("\xC3\xA4")},
-        {{"config", "get", "f", "k", "--set="}, "tarnwick: --set: '' is no NAME=VALUE\n" + get_usage},
-        {{"config", "get", "--format=", "f", "k"}, "tarnwick: --format: '' is none of text|json\n" + get_usage},
-        {{"config", "get", "--color=", "f", "k"}, "tarnwick: --color: '' is none of auto|always|never\n" + get_usage},
+         invalid_name(std::string(100'000, 'A') + "-")},
+        {{"config", "get", "f", "k", "--set=\xC3\xA4=x"}, invalid_name("\xC3\xA4")},
+        {{"config", "get", "f", "k", "--set="}, "tarnwick: --set: '' is not of the form NAME=VALUE\n" + get_usage},
+        {{"config", "get", "--format=", "f", "k"}, "tarnwick: --format: '' is not one of text, json\n" + get_usage},
+        {{"config", "get", "--color=", "f", "k"}, "tarnwick: --color: '' is not one of auto, always, never\n" + get_usage},
         {{"config", "get", "f", "k", "--format=jsonl"},
-         "tarnwick: --format: 'jsonl' is none of text|json\n" + get_usage},
+         "tarnwick: --format: 'jsonl' is not one of text, json\n" + get_usage},
     };
     for (auto const &[arguments, err] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -109,7 +110,7 @@ TEST(CommandLine, reads_files_whose_names_end_with_an_equals_sign)
 {
     auto const outcome = run({.arguments = {"inspect", "FILE="}});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.err, "FILE=: cannot be read: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "cannot read FILE=: No such file or directory\n");
 }
 
 TEST(CommandLine, shows_no_control_characters_of_arguments)
@@ -124,7 +125,7 @@ TEST(CommandLine, tells_what_inspect_takes)
     EXPECT_EQ(help.err, "");
     for (auto const *said :
          {"usage: tarnwick inspect [OPTION...] [FILE...]\n", "--format auto|text|jsonl ", "--color auto|always|never ",
-          "--all-records ", "more than 1000 messages", "Exit status: 0 done, 1 a capture has a fault ",
+          "--all-records ", "up to 1000 deep", "Exit status: 0 success, 1 a capture has a fault, ",
           "\n3 a file cannot be read or written.\n"})
         EXPECT_THAT(help.out, HasSubstr(said));
     EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no value that stands for a word";
@@ -159,7 +160,7 @@ TEST(CommandLine, takes_any_file_name)
     for (auto const &[arguments, name] : cases) {
         auto const outcome = inspect(arguments);
         EXPECT_EQ(outcome.status, 3);
-        EXPECT_EQ(outcome.err, name + ": cannot be read: No such file or directory\n");
+        EXPECT_EQ(outcome.err, "cannot read " + name + ": No such file or directory\n");
     }
 }
 

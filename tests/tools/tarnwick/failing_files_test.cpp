@@ -134,7 +134,7 @@ protected:
     {
         if (inspects()) {
             EXPECT_EQ(outcome.status, 3);
-            EXPECT_EQ(outcome.err, fmt::format("{}: cannot be read: {}\n", capture, reason));
+            EXPECT_EQ(outcome.err, fmt::format("cannot read {}: {}\n", capture, reason));
             expect_beginning(outcome.out, clean.out);
             EXPECT_LT(outcome.out.size(), clean.out.size());
             return;
@@ -294,7 +294,7 @@ TEST(Descriptors, that_run_out_are_told)
         EXPECT_EQ(outcome.out, enough ? whole : "");
         EXPECT_EQ(
             outcome.err,
-            enough ? "" : chunk.name() + ": frame 1 at byte 0: its chunk takes sockets to read: Too many open files\n");
+            enough ? "" : chunk.name() + ": frame 1 at byte 0: cannot pass the chunk through a socket: Too many open files\n");
         EXPECT_EQ(outcome.status, enough ? 0 : 3);
         told += enough ? 0 : 1;
     }

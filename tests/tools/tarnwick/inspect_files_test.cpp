@@ -103,34 +103,34 @@ INSTANTIATE_TEST_SUITE_P(
                 good + delimited(rpc_php_frame("\xff")) + good,
                 1,
                 {"1 at 0: 1", "3 at 13: 1"},
-                "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"},
+                "FILE: frame 2 at byte 9: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest\n"},
         Capture{"WithAReportThatIsNestedTooDeep",
                 good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
                 1,
                 {"1 at 0: 1", fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
-                "FILE: frame 2 at byte 9: its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 "
-                "messages in each other\n"},
+                "FILE: frame 2 at byte 9: the tarnwick.rpc.php.v1.NotifyRequest nests messages more "
+                "than 1000 deep\n"},
         Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
                 std::vector<std::string>(4, "1 at 0: 0"), ""},
         Capture{"WithAReportFromLaterTimes",
                 good + unknown_report + good,
                 0,
                 {"1 at 0: 1", "3 at 17: 1"},
-                "FILE: frame 2 at byte 9: holds no report that this program knows\n"},
+                "FILE: frame 2 at byte 9: skipped: no report of a known kind\n"},
         Capture{"OfReportsFromLaterTimes",
                 unknown_report + unknown_report,
                 0,
                 {},
-                "FILE: frame 1 at byte 0: holds no report that this program knows; the same up to frame 2 "
+                "FILE: frame 1 at byte 0: skipped: no report of a known kind; the same for all frames up to frame 2 "
                 "at byte 8\n"},
         Capture{"WithAdjacentReportsThatDoNotParse",
                 good + bad_report + bad_report + bad_report + good + bad_report + unknown_report,
                 1,
                 {"1 at 0: 1", "5 at 21: 1"},
-                "FILE: frame 2 at byte 9: its report is not a tarnwick.rpc.php.v1.NotifyRequest; the same "
-                "up to frame 4 at byte 17\n"
-                "FILE: frame 6 at byte 30: its report is not a tarnwick.rpc.php.v1.NotifyRequest\n"
-                "FILE: frame 7 at byte 34: holds no report that this program knows\n"},
+                "FILE: frame 2 at byte 9: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest; the same "
+                "for all frames up to frame 4 at byte 17\n"
+                "FILE: frame 6 at byte 30: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest\n"
+                "FILE: frame 7 at byte 34: skipped: no report of a known kind\n"},
         Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0,
                 std::vector<std::string>(4, "1 at 0: 0"), ""},
         Capture{"TruncatedInAFrame",
@@ -149,35 +149,35 @@ INSTANTIATE_TEST_SUITE_P(
                 {"1 at 0: 1", "3 at 14: 1"},
                 "FILE: frame 2 at byte 9: the length of this frame is over 1 GiB; skipped 5 bytes, up to "
                 "byte 14\n"},
-        Capture{"WithoutABeginning", "", 1, {}, "FILE: is empty: a capture has at least one frame\n"},
-        Capture{"ThatAreText", "To whom it may concern\n", 1, {}, "FILE: is no capture: no frame of it can be read\n"},
+        Capture{"WithoutABeginning", "", 1, {}, "FILE: not a capture: the file is empty\n"},
+        Capture{"ThatAreText", "To whom it may concern\n", 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
         Capture{"ThatArePictures",
                 "\x89PNG\r\n\x1a\n" + std::string("\0\0\0\rIHDR", 8),
                 1,
                 {},
-                "FILE: is no capture: no frame of it can be read\n"},
-        Capture{"ThatAreZeroes", std::string(2, '\0'), 1, {}, "FILE: is no capture: no frame of it can be read\n"},
+                "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"ThatAreZeroes", std::string(2, '\0'), 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
         Capture{"ThatHaveNoReportButFaults",
                 unknown_report + bad + unknown_report,
                 1,
                 {},
-                "FILE: is no capture: no frame of it can be read\n"},
+                "FILE: not a capture: it has no frame with a known report\n"},
         Capture{"ThatAreGzip",
                 std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
                 1,
                 {},
-                "FILE: is gzip; pipe it through `zcat`\n"},
-        Capture{"ThatAreZstd", "\x28\xb5\x2f\xfd\x20\x05", 1, {}, "FILE: is zstd; pipe it through `zstdcat`\n"},
-        Capture{"ThatAreJson", " {\n\"a\": 1}\n", 1, {}, "FILE: is JSON, not a capture\n"},
-        Capture{"ThatAreAJsonList", "[1]", 1, {}, "FILE: is JSON, not a capture\n"},
-        Capture{"ThatAreAJsonListOfNegativeNumbers", "[ -1.5, 2]", 1, {}, "FILE: is JSON, not a capture\n"},
+                "FILE: not a capture: the file is compressed with gzip; pipe it through `zcat`\n"},
+        Capture{"ThatAreZstd", "\x28\xb5\x2f\xfd\x20\x05", 1, {}, "FILE: not a capture: the file is compressed with zstd; pipe it through `zstdcat`\n"},
+        Capture{"ThatAreJson", " {\n\"a\": 1}\n", 1, {}, "FILE: not a capture: the file is JSON\n"},
+        Capture{"ThatAreAJsonList", "[1]", 1, {}, "FILE: not a capture: the file is JSON\n"},
+        Capture{"ThatAreAJsonListOfNegativeNumbers", "[ -1.5, 2]", 1, {}, "FILE: not a capture: the file is JSON\n"},
         Capture{"ThatAreALog",
                 "[21-Nov-2026 10:00:00 UTC] PHP Warning\n",
                 1,
                 {},
-                "FILE: is no capture: no frame of it can be read\n"},
-        Capture{"ThatAreLikeJson", "{a}", 1, {}, "FILE: is no capture: no frame of it can be read\n"},
-        Capture{"ThatArePhpText", "<?php\n", 1, {}, "FILE: is PHP text, not a capture\n"},
+                "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"ThatAreLikeJson", "{a}", 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"ThatArePhpText", "<?php\n", 1, {}, "FILE: not a capture: the file is PHP source\n"},
         // After damage in front.
         Capture{"ThatBeginsAsGzip",
                 "\x1f\x8b" + good + good + good,
@@ -205,7 +205,7 @@ TEST(Inspect, says_why_a_file_cannot_be_read)
         auto const outcome = run({.arguments = {"inspect", file}, .obeys_permissions = true});
         EXPECT_EQ(outcome.status, 3);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err, fmt::format("{}: cannot be read: {}\n", file, reason));
+        EXPECT_EQ(outcome.err, fmt::format("cannot read {}: {}\n", file, reason));
     }
 }
 
@@ -214,7 +214,7 @@ TEST(Inspect, escapes_names_of_files_for_people)
     TemporaryFile const capture(good);
     auto const name = capture.name() + "\x1b[31m\n\xff";
     std::string const shown = capture.name() + R"(\x1b[31m\n\xff)";
-    EXPECT_EQ(inspect({name}).err, shown + ": cannot be read: No such file or directory\n");
+    EXPECT_EQ(inspect({name}).err, "cannot read " + shown + ": No such file or directory\n");
 
     ASSERT_EQ(::link(capture.name().c_str(), name.c_str()), 0);
     EXPECT_THAT(inspect({"--format=text", name, capture.name()}).out,
@@ -246,7 +246,7 @@ TEST(Inspect, refuses_to_read_the_file_that_it_writes)
         arguments.insert(arguments.end(), files.begin(), files.end());
         auto const outcome = run({.arguments = arguments, .in = in, .out_file = out});
         EXPECT_EQ(outcome.status, 3);
-        EXPECT_EQ(outcome.err, refused + ": cannot be read: standard output goes to this file\n");
+        EXPECT_EQ(outcome.err, "cannot read " + refused + ": standard output is the same file\n");
         EXPECT_EQ(std::filesystem::file_size(capture.name()), good.size());
     }
     // The other files are read.
@@ -262,7 +262,7 @@ TEST(Inspect, reads_and_writes_the_same_device)
     for (std::string const file : {"-", "/dev/null"}) {
         auto const outcome = run({.arguments = {"inspect", file}, .in = null, .out_file = null});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err, file + ": is empty: a capture has at least one frame\n");
+        EXPECT_EQ(outcome.err, file + ": not a capture: the file is empty\n");
     }
 }
 
@@ -275,7 +275,7 @@ TEST(Inspect, prints_what_came_before_a_failure_of_the_input)
     auto const outcome = run({.arguments = {"inspect"}, .in = terminal.master});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(records(outcome.out), testing::ElementsAre("1 at 0: 1"));
-    EXPECT_EQ(outcome.err, "-: cannot be read: Input/output error\n");
+    EXPECT_EQ(outcome.err, "cannot read -: Input/output error\n");
 }
 
 TEST(Inspect, goes_on_behind_a_file_with_a_fault)
@@ -288,12 +288,12 @@ TEST(Inspect, goes_on_behind_a_file_with_a_fault)
     auto const outcome = inspect({first.name(), faulty.name(), last.name()});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(records(outcome.out), testing::ElementsAre("1 at 0: 1", "1 at 0: 3"));
-    EXPECT_EQ(outcome.err, faulty.name() + ": is no capture: no frame of it can be read\n");
+    EXPECT_EQ(outcome.err, faulty.name() + ": not a capture: it has no frame with a known report\n");
 
     auto const outcome_of_worse = inspect({first.name(), missing, faulty.name(), last.name()});
     EXPECT_EQ(outcome_of_worse.status, 3);
     EXPECT_THAT(records(outcome_of_worse.out), testing::ElementsAre("1 at 0: 1", "1 at 0: 3"));
-    EXPECT_EQ(outcome_of_worse.err, missing + ": cannot be read: No such file or directory\n" + outcome.err);
+    EXPECT_EQ(outcome_of_worse.err, "cannot read " + missing + ": No such file or directory\n" + outcome.err);
 }
 
 TEST(Inspect, names_the_files_when_there_are_several)

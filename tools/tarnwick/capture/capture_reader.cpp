@@ -106,7 +106,7 @@ CaptureReader::Step CaptureReader::seek()
     is_seeking_ = false;
     auto const next = input_.position();
     if (next < offset_)
-        problem_ += fmt::format("; goes on at byte {}, inside the frame before it", next);
+        problem_ += fmt::format("; continues at byte {}, inside the previous frame", next);
     else if (!input_.fill(1) && next != fault_end_)
         problem_ += fmt::format("; skipped {} bytes, up to the end", next - offset_);
     else if (next != fault_end_)

@@ -48,14 +48,14 @@ bool is_json(std::string_view head)
 std::string_view describe_foreign_file(std::string_view head)
 {
     if (head.starts_with("\x1f\x8b"))
-        return "is gzip; pipe it through `zcat`";
+        return "not a capture: the file is compressed with gzip; pipe it through `zcat`";
     if (head.starts_with("\x28\xb5\x2f\xfd"))
-        return "is zstd; pipe it through `zstdcat`";
+        return "not a capture: the file is compressed with zstd; pipe it through `zstdcat`";
     if (head.starts_with("<?php"))
-        return "is PHP text, not a capture";
+        return "not a capture: the file is PHP source";
     if (is_json(head))
-        return "is JSON, not a capture";
-    return "is no capture: no frame of it can be read";
+        return "not a capture: the file is JSON";
+    return "not a capture: it has no frame with a known report";
 }
 
 } // namespace tarnwick::program

@@ -76,8 +76,8 @@ std::optional<std::string> parse_report(google::protobuf::Message &message, std:
     auto const &type = *message.GetDescriptor();
     auto const name = std::string_view(type.full_name());
     if (is_too_deep(type, bytes, max_depth))
-        return fmt::format("its {} has more than {} messages in each other", name, max_depth);
-    return fmt::format("its report is not a {}", name);
+        return fmt::format("the {} nests messages more than {} deep", name, max_depth);
+    return fmt::format("the report is not a valid {}", name);
 }
 
 } // namespace tarnwick::program

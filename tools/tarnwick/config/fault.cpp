@@ -42,13 +42,13 @@ std::string origin_of_value(LineTracker::Reference const &reference)
 {
     switch (reference.source) {
     case Source::file:
-        return fmt::format("the value is that of '{}' above in this file", reference.name);
+        return fmt::format("the value comes from '{}' above in this file", reference.name);
     case Source::parent:
-        return fmt::format("the value is that of '{}' in the including file", reference.name);
+        return fmt::format("the value comes from '{}' in the including file", reference.name);
     case Source::environment:
-        return fmt::format("the value is that of the environment variable '{}'", reference.name);
+        return fmt::format("the value comes from the environment variable '{}'", reference.name);
     case Source::default_value:
-        return fmt::format("the value is the default of the reference to '{}'", reference.name);
+        return fmt::format("the value is the default in the reference to '{}'", reference.name);
     }
     return {};
 }
@@ -59,7 +59,7 @@ void note_misread_name(std::string_view name, LineTracker const &tracker, std::v
     auto const slash = name.rfind('/');
     auto const folder = slash == std::string_view::npos ? std::string_view() : name.substr(0, slash);
     if (folder.find_first_of("*?") != std::string_view::npos)
-        notes.emplace_back("'*' and '?' match files in the last part of a name only, and no folders");
+        notes.emplace_back("'*' and '?' are wildcards only in the last part of a path");
     if (auto const value = decoded(name); tracker.is_bare(value)) {
         for (auto &part : misread_parts(value))
             notes.push_back(std::move(part));
@@ -78,7 +78,7 @@ std::vector<std::string> notes_on(std::string_view text, ConfigPlace::Line const
     if (tracker.reference())
         notes.push_back(origin_of_value(*tracker.reference()));
     else if (text.starts_with("unterminated string literal") && has_text_after_quotes(tracker.line()))
-        notes.emplace_back("no comment can follow a value");
+        notes.emplace_back("a comment cannot follow a value");
     constexpr std::string_view begin = "include='";
     auto const end = fmt::format("'{}\n\t{}", at(line), std::generic_category().message(ENOENT));
     if (text.starts_with(begin) && text.ends_with(end) && text.size() >= begin.size() + end.size())

@@ -29,7 +29,7 @@ void LineTracker::opening(PelorinPHPX::ConfigFile const &file)
         return;
     std::error_code error;
     if (std::filesystem::is_fifo(QFile::encodeName(file.file_path()).toStdString(), error))
-        print_error(fmt::format("{}: '{}' is a pipe: waiting for a program that writes to it\n", shown(place_of(*parent).line),
+        print_error(fmt::format("{}: '{}' is a pipe: waiting for a program to write to it\n", shown(place_of(*parent).line),
                          shown(file.file_path())));
 }
 

@@ -19,7 +19,7 @@ std::vector<std::string> misread_parts(QStringView value, QRegularExpression con
     // Up to the last brace each part that begins like a reference is one, so no text is searched twice.
     static QRegularExpression const reference(QStringLiteral(R"(\$\{[a-zA-Z_][a-zA-Z0-9_.]*(?::-[^}]*)?\})"));
     if (auto const match = reference.matchView(value.first(value.lastIndexOf(u'}') + 1)); match.hasMatch())
-        parts.push_back(fmt::format("'{}' is not replaced: a reference is the whole of a value", match.captured()));
+        parts.push_back(fmt::format("'{}' is not replaced: a reference must be the entire value", match.captured()));
     return parts;
 }
 

@@ -59,8 +59,8 @@ std::string ConfigSettings::where(Miss const &miss) const
     // What an ended file has set is in the tables of the files that include it: an earlier line is out of reach only
     // where the value is in none of the two tables that are searched.
     if (miss.earlier)
-        return fmt::format("which is set at {}: a reference sees its own file and the one that includes it, but none "
-                           "further up",
+        return fmt::format("which is set at {}: a reference can only use keys from its own file and the file that "
+                           "includes it",
                            shown(*miss.earlier));
     if (lines.first_set)
         return fmt::format("which is set only later, at {}", shown(*lines.first_set));

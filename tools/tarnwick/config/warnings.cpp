@@ -34,7 +34,7 @@ std::optional<std::string> listing_fault(QString const &folder)
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         auto const name = entry->path().filename().string();
         if (!QByteArrayView(name).isValidUtf8())
-            return fmt::format("the listing of the folder ended at '{}', which is not UTF-8", shown_text(name));
+            return fmt::format("the listing of the folder stopped at the name '{}', which is not UTF-8", shown_text(name));
     }
     if (error)
         return fmt::format("cannot list '{}': {}", shown(folder), error.message());
@@ -67,9 +67,9 @@ std::optional<std::string_view> unreadable_reason(QString const &file)
     if (!info.exists() || info.isDir())
         return std::nullopt;
     if (!info.isFile())
-        return "is no regular file";
+        return "it is not a regular file";
     if (info.size() == 0 && gives_bytes(file))
-        return "has a size of 0, though there is something in it";
+        return "it has a size of 0 although it has content";
     return std::nullopt;
 }
 
@@ -116,7 +116,7 @@ std::optional<ConfigWarnings::Warning> ConfigWarnings::unused_prefix() const
     auto const list = prefixes.isEmpty() ? QStringLiteral("none")
                                          : prefixes.first(std::min(longest_list, prefixes.size())).join(u", ");
     return Warning{outside->place,
-                   fmt::format("no key begins with the prefix '{}'; the prefixes in use are: {}{}", prefix(), list,
+                   fmt::format("no key starts with the prefix '{}'; prefixes in use: {}{}", prefix(), list,
                                more > 0 ? fmt::format(" and {} more", more) : std::string())};
 }
 
@@ -125,7 +125,7 @@ void ConfigWarnings::opened(ConfigFile const &file)
     files_.push_back(file.file_path());
     auto const reason = unreadable_reason(file.file_path());
     if (auto const *parent = file.parent(); parent != nullptr && reason)
-        warn(*parent, fmt::format("'{}' {}: it is read as empty", file.file_path(), *reason));
+        warn(*parent, fmt::format("'{}' is read as empty: {}", file.file_path(), *reason));
     ConfigSettings::opened(file);
     raw_lines_.push_back(reason ? RawLines() : RawLines(file.file_path()));
     warn_of_lost_comments(file);
@@ -136,13 +136,13 @@ void ConfigWarnings::warn_of_lost_comments(ConfigFile const &file)
 {
     auto const &raw = raw_lines_.back();
     if (raw.failure())
-        warn(file, fmt::format("the bytes of the lines are not checked: {}", *raw.failure()));
+        warn(file, fmt::format("cannot open the file again to check its bytes: {}", *raw.failure()));
     for (auto const &[number, line] : raw.lines()) {
         if (!line.is_comment || !line.continues)
             continue;
         auto place = place_of(file);
         place.line.number = static_cast<std::int32_t>(number);
-        notes_.push_back({place, "a carriage return does not end a line: the rest is part of the comment"});
+        notes_.push_back({place, "a carriage return does not end a line: the text after it is part of the comment"});
     }
 }
 
@@ -219,7 +219,7 @@ void ConfigWarnings::merged(ConfigFile const &file, ConfigFile const &included)
         auto const before = included.value(key);
         if (now != before)
             warn(file,
-                 fmt::format("after this include the most recent value of '{}{}' is '{}'; in '{}' it is '{}'", prefix(),
+                 fmt::format("after this include, the most recent value of '{}{}' is '{}', but in '{}' it is '{}'", prefix(),
                              key, now.value_or(QString()), included.file_path(), before.value_or(QString())));
     }
 }

@@ -146,7 +146,7 @@ void write_repeated(ReadableWriter &writer, Queries const &queries)
     if (statements.empty())
         return;
     std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::times);
-    TextTable table({{"times"}, {"text", Align::left}});
+    TextTable table({{"count"}, {"text", Align::left}});
     for (auto const &[times, text] : statements)
         table.add({fmt::to_string(times), quoted_text(text)});
     write(writer, "repeated", table);

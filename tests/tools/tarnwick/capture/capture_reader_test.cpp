@@ -243,7 +243,7 @@ INSTANTIATE_TEST_SUITE_P(
         Capture{"inside_a_frame_that_lost_bytes",
                 chunk_frame(std::string(20, 'x')).substr(0, 10) + frame(2) + frame(3) + frame(4) + frame(5) + '\0',
                 {"1 at 0: request 0",
-                 "2 at 24: fault: this is not a frame; goes on at byte 10, inside the frame before it",
+                 "2 at 24: fault: this is not a frame; continues at byte 10, inside the previous frame",
                  "3 at 10: request 2", "4 at 16: request 3", "5 at 22: request 4", "6 at 28: request 5",
                  "7 at 34: fault: the length of this frame is 0", "7 at 35: end"}},
         Capture{"not_at_frames_that_a_frame_before_the_fault_holds",

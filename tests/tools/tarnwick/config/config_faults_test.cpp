@@ -84,27 +84,27 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         FaultCase{"a_line", "# c\noops\n", "", "invalid line at main.conf:2", 2},
         FaultCase{"control_characters", "include = \x1b[2J\n", "", "include='\x1b[2J' at main.conf:1" + missing},
-        FaultCase{"a_nul", "# c\ninclude = no\0ne.conf\n"s, "main.conf:2: note: the files were read up to this line\n",
+        FaultCase{"a_nul", "# c\ninclude = no\0ne.conf\n"s, "main.conf:2: note: reading stopped at this line\n",
                   "include='no", 2},
         FaultCase{"a_missing_file", "include = none\n", "", "include='none' at main.conf:1" + missing},
         noted("a_pattern_for_folders", "include = d*/x?y/a.conf\n", "include='d*/x?y/a.conf' at main.conf:1" + missing,
-              "'*' and '?' match files in the last part of a name only, and no folders"),
+              "'*' and '?' are wildcards only in the last part of a path"),
         noted("a_reference_in_a_name", "include = ${V}/a.conf\n", "include='${V}/a.conf' at main.conf:1" + missing,
-              "'${V}' is not replaced: a reference is the whole of a value"),
+              "'${V}' is not replaced: a reference must be the entire value"),
         noted("a_comment_after_a_name", "include = part.conf # b\n", "include='part.conf # b' at main.conf:1" + missing,
               "'#' does not begin a comment after a value: it is part of the value"),
         noted("a_comment_after_quotes", "a = \"x\" # y\n", "unterminated string literal at main.conf:1",
-              "no comment can follow a value"),
+              "a comment cannot follow a value"),
         FaultCase{"a_missing_quote", "a = \"x # y\n", "", "unterminated string literal at main.conf:1"},
         noted("a_variable", "a = ${V}\n", "unterminated string literal at main.conf:1",
-              "the value is that of the environment variable 'V'", "'x"),
+              "the value comes from the environment variable 'V'", "'x"),
         noted("a_default", "a = ${V:-'x}\n", "unterminated string literal at main.conf:1",
-              "the value is the default of the reference to 'V'"),
+              "the value is the default in the reference to 'V'"),
         FaultCase{"a_value_above", "v = \"'x\"\na = ${v}\n",
-                  "main.conf:2: note: the value is that of 'v' above in this file\n",
-                  "unterminated string literal at main.conf:2\n\tnote: the value is that of 'v' above in this file", 2},
+                  "main.conf:2: note: the value comes from 'v' above in this file\n",
+                  "unterminated string literal at main.conf:2\n\tnote: the value comes from 'v' above in this file", 2},
         noted("a_variable_that_names_no_file", "include = ${V}\n", "include='none' at main.conf:1" + missing,
-              "the value is that of the environment variable 'V'", "none")),
+              "the value comes from the environment variable 'V'", "none")),
     by_name);
 
 using Faults = ConfigProgram;
@@ -123,10 +123,10 @@ TEST_F(Faults, name_the_including_file_as_the_source_of_a_value)
     folder.write("part.conf", "\na = ${v}\n");
     auto const outcome = config({"check", "--format=json", "main.conf"});
     EXPECT_THAT(outcome.err,
-                testing::EndsWith("./part.conf:2: note: the value is that of 'v' in the including file\n"));
+                testing::EndsWith("./part.conf:2: note: the value comes from 'v' in the including file\n"));
     EXPECT_THAT(outcome.out,
                 HasSubstr(R"("faults":[{"file":"./part.conf","line":2,"text":"unterminated string literal )"
-                          R"(at ./part.conf:2\n\tnote: the value is that of 'v' in the including file)"
+                          R"(at ./part.conf:2\n\tnote: the value comes from 'v' in the including file)"
                           R"(\n\tincluded at main.conf:2"}])"));
 }
 
@@ -138,7 +138,7 @@ TEST_F(Faults, behind_a_nul_name_the_includes_that_led_there)
     folder.write("part.conf", "a = 1\nb = 2\noops\n");
     std::string const fault =
         "Failed to load 'main.conf':\n\tinclude='./d/b.conf' at main.conf:1\n\tinclude='../part.conf\n"
-        "./d/../part.conf\\x00x:3: note: the files were read up to this line\n"
+        "./d/../part.conf\\x00x:3: note: reading stopped at this line\n"
         "\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3\n";
     expect(config({"dump", "main.conf"}), 1, "", fault);
     expect(config({"explain", "main.conf", "a"}), 1, "", fault);
@@ -161,12 +161,12 @@ TEST_F(Faults, of_a_name_that_is_not_utf8_say_so)
 {
     auto const name = "caf\xE9.conf"s;
     folder.write(name, "a = 1\n");
-    std::string const reason = "the name is not UTF-8, so the file cannot be opened";
-    expect(config({"dump", name}), 1, "", "caf\\xe9.conf: " + reason + "\n");
+    std::string const reason = "its name is not UTF-8";
+    expect(config({"dump", name}), 1, "", "cannot load caf\\xe9.conf: " + reason + "\n");
     expect(config({"check", "--format=json", name}), 1,
-           R"({"files":[],"errors":["caf\\xe9.conf: )" + reason +
+           R"({"files":[],"errors":["cannot load caf\\xe9.conf: )" + reason +
                R"("],"faults":[{"file":"caf\\xe9.conf","line":0,"text":")" + reason + R"("}],"warnings":[]})" + "\n",
-           "caf\\xe9.conf: " + reason + "\n");
+           "cannot load caf\\xe9.conf: " + reason + "\n");
 }
 
 TEST_F(Faults, of_a_pipe_without_a_writer_are_printed_before_it_is_opened)
@@ -176,7 +176,7 @@ TEST_F(Faults, of_a_pipe_without_a_writer_are_printed_before_it_is_opened)
     WorkingFolder const here(folder.path());
     for (auto const *command : {"check", "dump"}) {
         Program program(test::Setup{.arguments = {"config", command, "main.conf"}, .err = Sink::output});
-        EXPECT_EQ(program.read_line(), "main.conf:2: './pipe' is a pipe: waiting for a program that writes to it\n");
+        EXPECT_EQ(program.read_line(), "main.conf:2: './pipe' is a pipe: waiting for a program to write to it\n");
         Descriptor const writer(::open("pipe", O_WRONLY | O_CLOEXEC)); // opens as soon as the program reads
         EXPECT_EQ(program.finish().status, 0);
     }

@@ -76,11 +76,11 @@ TEST_F(Config, check_tells_which_name_ended_the_listing_of_a_folder)
     // Alone in its folder, it ends the listing whatever order the system lists names in.
     folder.write("e/a\xFF\xE4.conf", "");
     folder.write("main.conf", "include = e/*.conf\n");
-    std::string const ended = R"(the listing of the folder ended at 'a\xff\xe4.conf', which is not UTF-8)";
+    std::string const ended = R"(the listing of the folder stopped at the name 'a\xff\xe4.conf', which is not UTF-8)";
     expect(config({"check", "main.conf"}), 0,
            "read main.conf\nmain.conf:1: warning: no file matches 'e/*.conf': " + ended + "\n");
     EXPECT_THAT(config({"check", "--format=json", "main.conf"}).out,
-                HasSubstr(R"("no file matches 'e/*.conf': the listing of the folder ended at 'a\\xff\\xe4.conf',)"));
+                HasSubstr(R"("no file matches 'e/*.conf': the listing of the folder stopped at the name 'a\\xff\\xe4.conf',)"));
 }
 
 // How many files are seen before that name is up to the system, but those of which nothing is said are all.
@@ -92,7 +92,7 @@ TEST_F(Config, check_tells_that_files_may_be_missing_where_a_listing_ended)
         folder.write(fmt::format("d/{}.conf", i), "");
         auto const outcome = config({"check", "main.conf"});
         auto const all = outcome.out.find(".conf\nmain.conf:1: warning: files that match 'd/*.conf' may be missing: "
-                                          R"(the listing of the folder ended at 'bad\xff', which is not UTF-8)");
+                                          R"(the listing of the folder stopped at the name 'bad\xff', which is not UTF-8)");
         auto const none = outcome.out.find("main.conf:1: warning: no file matches 'd/*.conf': ");
         EXPECT_NE(all == std::string::npos, none == std::string::npos) << outcome.out;
     }
@@ -106,8 +106,8 @@ TEST_F(Config, check_warns_of_a_pipe_that_is_read_as_empty)
     write_all(ends, "oops\n");
     folder.write("main.conf", "a = 1\ninclude = pipe\n");
     expect(config({"check", "main.conf"}), 0,
-           "read main.conf\nread ./pipe\nmain.conf:2: warning: './pipe' is no regular file: it is read as empty\n",
-           "main.conf:2: './pipe' is a pipe: waiting for a program that writes to it\n");
+           "read main.conf\nread ./pipe\nmain.conf:2: warning: './pipe' is read as empty: it is not a regular file\n",
+           "main.conf:2: './pipe' is a pipe: waiting for a program to write to it\n");
 }
 
 // Many files of the kernel have a size of 0, which the reader takes for the end of them.
@@ -117,9 +117,8 @@ TEST_F(Config, check_warns_of_a_file_of_the_kernel_that_is_read_as_empty)
     folder.write("main.conf", "include = empty.conf\ninclude = /proc/self/status\n");
     expect(config({"check", "main.conf"}), 0,
            "read main.conf\nread ./empty.conf\nread /proc/self/status\n"
-           "main.conf:2: warning: '/proc/self/status' has a size of 0, though there is something in it: it is read as "
-           "empty\n");
-    std::string const fault = "/proc/self/status: has a size of 0, though there is something in it\n";
+           "main.conf:2: warning: '/proc/self/status' is read as empty: it has a size of 0 although it has content\n");
+    std::string const fault = "cannot load /proc/self/status: it has a size of 0 although it has content\n";
     expect(config({"dump", "/proc/self/status"}), 1, "", fault);
     expect(config({"check", "/proc/self/status"}), 1, "", fault);
 }
@@ -188,8 +187,8 @@ TEST_F(Config, dump_refuses_values_that_no_line_can_hold)
     for (auto const *value : {"x\nevil = 1", "x\ry"}) {
         auto const variable = "V=" + std::string(value);
         expect(config({"dump", "main.conf"}, {variable}), 1, "",
-               "main.conf: 'a' cannot be written as a line: it or its value has a line feed or a carriage return; "
-               "--format=json prints it\n");
+               "main.conf: cannot print 'a' as a line: the key or a value contains a line feed or a carriage return; use "
+               "--format=json\n");
         EXPECT_EQ(config({"dump", "--format=json", "main.conf"}, {variable}).status, 0);
     }
 }
@@ -254,7 +253,7 @@ TEST_F(Config, says_that_there_is_no_such_key)
            "main.conf: there is no key 'a'; did you mean 'app.a'?\n");
     expect(config({"explain", "main.conf", "a"}), 1, "", "main.conf: there is no key 'a'; did you mean 'app.a'?\n");
     expect(config({"get", "--name=app", "main.conf", "app.a"}), 1, "",
-           "main.conf: there is no key 'app.a'; without the prefix there is 'a'\n");
+           "main.conf: there is no key 'app.a'; omit the prefix: 'a'\n");
 }
 
 TEST_F(Config, explain_tells_where_each_value_comes_from)
@@ -267,7 +266,7 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
     expect(config({"explain", "--name=app", "main.conf", "a"}, {"TARNWICK_TEST_E=env"}), 0,
            "a = 2\n"
            "    at main.conf:3\n"
-           "    by the reference to app.b: the value above in this file\n"
+           "    from the reference to app.b: the value above in this file\n"
            "    shadows '1' at ./part.conf:1\n"
            // part.conf into main.conf, and deep.conf into part.conf: each time in reverse.
            "a = 1\n"
@@ -278,18 +277,18 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
            "    at ./deep.conf:2\n"
            "    included at main.conf:2\n"
            "    included at ./part.conf:2\n"
-           "    by the reference to TARNWICK_TEST_E: the environment\n"
+           "    from the reference to TARNWICK_TEST_E: the environment\n"
            "    shadows '1' at ./deep.conf:1\n"
            "a = 1\n"
            "    at ./deep.conf:1\n"
            "    included at main.conf:2\n"
            "    included at ./part.conf:2\n"
-           "    by the reference to app.a: the value in the including file\n"
+           "    from the reference to app.a: the value in the including file\n"
            "    shadows '1' at ./part.conf:4\n"
            "a = 1\n"
            "    at ./part.conf:4\n"
            "    included at main.conf:2\n"
-           "    by the reference to app.a: the value above in this file\n"
+           "    from the reference to app.a: the value above in this file\n"
            "    shadows '0' at main.conf:1\n"
            "a = 0\n"
            "    at main.conf:1\n"
@@ -370,11 +369,11 @@ TEST_F(Config, refuses_what_is_no_regular_file)
 {
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     for (auto const *file : {"pipe", "/dev/null"}) {
-        std::string const fault = std::string(file) + ": is no regular file";
+        std::string const fault = "cannot load " + std::string(file) + ": it is not a regular file";
         expect(config({"dump", file}), 1, "", fault + "\n");
         expect(config({"check", "--format=json", file}), 1,
                R"({"files":[],"errors":[")" + fault + R"("],"faults":[{"file":")" + file +
-                   R"(","line":0,"text":"is no regular file"}],"warnings":[]})" + "\n",
+                   R"(","line":0,"text":"it is not a regular file"}],"warnings":[]})" + "\n",
                fault + "\n");
     }
 }

@@ -63,7 +63,7 @@ TEST_P(Warning, is_a_fault_where_the_check_is_strict)
 std::string const comment = "'#' does not begin a comment after a value: it is part of the value\n";
 std::string const utf8 = "bytes that are not UTF-8 are replaced by U+FFFD\n";
 std::string const dropped = "carriage returns inside the line are dropped: only a line feed ends a line\n";
-std::string const hidden = "a carriage return does not end a line: the rest is part of the comment\n";
+std::string const hidden = "a carriage return does not end a line: the text after it is part of the comment\n";
 std::string const marked = "the byte-order mark before the comment makes it a directive\n";
 std::string const ordinary = " is an ordinary key: only 'include' reads a file\n";
 
@@ -86,12 +86,12 @@ INSTANTIATE_TEST_SUITE_P(
         WarningCase{"no_hash_of_a_reference", {{"main.conf", "a = '1 # b'\nb = ${a}\n"}}, ""},
         WarningCase{"reference_in_a_value",
                     {{"main.conf", "a = http://${b.c}/\nb = ${A}${B}\nc = x${A:-1}\n"}},
-                    "main.conf:1: warning: '${b.c}' is not replaced: a reference is the whole of a value\n"
-                    "main.conf:2: warning: '${A}' is not replaced: a reference is the whole of a value\n"
-                    "main.conf:3: warning: '${A:-1}' is not replaced: a reference is the whole of a value\n"},
+                    "main.conf:1: warning: '${b.c}' is not replaced: a reference must be the entire value\n"
+                    "main.conf:2: warning: '${A}' is not replaced: a reference must be the entire value\n"
+                    "main.conf:3: warning: '${A:-1}' is not replaced: a reference must be the entire value\n"},
         WarningCase{"reference_in_a_pattern",
                     {{"main.conf", "include = ${A}*\n"}},
-                    "main.conf:1: warning: '${A}' is not replaced: a reference is the whole of a value\n"
+                    "main.conf:1: warning: '${A}' is not replaced: a reference must be the entire value\n"
                     "main.conf:1: warning: no file matches '${A}*'\n"},
         WarningCase{"no_reference_in_quotes", {{"main.conf", "a = \"x ${A}\"\nb = '${A}'\nc = $A ${} ${1}\n"}}, ""},
         WarningCase{"include_in_other_case",
@@ -135,17 +135,17 @@ INSTANTIATE_TEST_SUITE_P(
                     "main.conf:2: warning: " + comment},
         WarningCase{"include_that_turns_values_around",
                     {{"main.conf", "b = 0\ninclude = part\n"}, {"part", "c = 1\na = 1\na = 2\n"}},
-                    "main.conf:2: warning: after this include the most recent value of 'a' is '1'; in './part' it is "
+                    "main.conf:2: warning: after this include, the most recent value of 'a' is '1', but in './part' it is "
                     "'2'\n"},
         WarningCase{"include_that_turns_values_of_a_program_around",
                     {{"main.conf", "app.b = 0\ninclude = p*\n"}, {"part", "app.a = 1\napp.a = \n"}},
-                    "main.conf:2: warning: after this include the most recent value of 'app.a' is '1'; in './part' it "
+                    "main.conf:2: warning: after this include, the most recent value of 'app.a' is '1', but in './part' it "
                     "is ''\n",
                     "app"},
         WarningCase{
             "nested_include_that_turns_values_around",
             {{"main.conf", "include = part\n"}, {"part", "b = 0\ninclude = deep\n"}, {"deep", "a = 1\na = 2\n"}},
-            "./part:2: warning: after this include the most recent value of 'a' is '1'; in './deep' it is '2'\n"
+            "./part:2: warning: after this include, the most recent value of 'a' is '1', but in './deep' it is '2'\n"
             "\tincluded at main.conf:1\n"},
         WarningCase{"no_include_into_an_empty_table",
                     {{"main.conf", "include = part\nb = 1\n"}, {"part", "a = 1\na = 2\n"}},
@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
             ""},
         WarningCase{"prefix_that_no_key_has",
                     {{"main.conf", "app.a = 1\nother.b = 2\napp.c = 3\nd = 4\n"}},
-                    "main.conf:1: warning: no key begins with the prefix 'nosuch.'; the prefixes in use are: 'app.', "
+                    "main.conf:1: warning: no key starts with the prefix 'nosuch.'; prefixes in use: 'app.', "
                     "'other.'\n"
                     "main.conf:1: warning: 'app.a' is dropped: it is outside the prefix 'nosuch.'\n"
                     "main.conf:2: warning: 'other.b' is dropped: it is outside the prefix 'nosuch.'\n"
@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "nosuch"},
         WarningCase{"prefix_where_there_are_none",
                     {{"main.conf", "d = 4\n"}},
-                    "main.conf:1: warning: no key begins with the prefix 'nosuch.'; the prefixes in use are: none\n"
+                    "main.conf:1: warning: no key starts with the prefix 'nosuch.'; prefixes in use: none\n"
                     "main.conf:1: warning: 'd' is dropped: it is outside the prefix 'nosuch.'\n",
                     "nosuch"},
         WarningCase{"no_prefix_of_an_empty_file", {{"main.conf", "# a\n"}}, "", "nosuch"},
@@ -187,8 +187,8 @@ INSTANTIATE_TEST_SUITE_P(
         WarningCase{
             "reference_to_two_files_up",
             {{"main.conf", "b = 1\ninclude = part\n"}, {"part", "include = deep\n"}, {"deep", "a = ${b}\n"}},
-            "./deep:1: warning: 'a' is dropped: it refers to 'b', which is set at main.conf:1: a reference sees "
-            "its own file and the one that includes it, but none further up\n"
+            "./deep:1: warning: 'a' is dropped: it refers to 'b', which is set at main.conf:1: a reference can "
+            "only use keys from its own file and the file that includes it\n"
             "\tincluded at main.conf:2\n\tincluded at ./part:1\n"},
         WarningCase{"reference_outside_the_prefix",
                     {{"main.conf", "b = 1\napp.a = ${b}\n"}},
@@ -231,7 +231,7 @@ TEST_F(Warnings, list_ten_prefixes_at_most)
         text += letter + ".x = 1\n"s;
     folder.write("main.conf", text);
     EXPECT_THAT(config({"check", "--name=nosuch", "main.conf"}).out,
-                HasSubstr("are: 'a.', 'b.', 'c.', 'd.', 'e.', 'f.', 'g.', 'h.', 'i.', 'j.' and 4 more\n"));
+                HasSubstr("prefixes in use: 'a.', 'b.', 'c.', 'd.', 'e.', 'f.', 'g.', 'h.', 'i.', 'j.' and 4 more\n"));
 }
 
 TEST_F(Warnings, have_colour_where_it_is_wanted)

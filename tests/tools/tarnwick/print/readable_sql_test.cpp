@@ -93,7 +93,7 @@ TEST(ReadableSql, counts_statements_that_are_repeated)
                         " queries { text: 'd' } queries { text: 'a' } queries { text: 'd' } queries { text: 'd' }"),
         EndsWith(R"(
   repeated
-    times  text
+    count  text
         3  "d"
         2  "b"
         2  "a")"));

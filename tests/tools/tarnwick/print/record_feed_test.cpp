@@ -259,12 +259,12 @@ TEST(RecordFeed, says_that_a_report_is_not_the_message_that_it_claims_to_be)
     };
     for (auto const &report : cases) {
         auto const result = feed(test::rpc_php_frame(report), true);
-        EXPECT_EQ(result.fault, "its report is not a tarnwick.rpc.php.v1.NotifyRequest");
+        EXPECT_EQ(result.fault, "the report is not a valid tarnwick.rpc.php.v1.NotifyRequest");
         EXPECT_EQ(result.records, "");
     }
     test::Frame frame;
     frame.set_rshutdown("\xff");
-    EXPECT_EQ(feed(frame).fault, "its report is not a pelorin.protobuf.PelorinPHP.RShutdownData");
+    EXPECT_EQ(feed(frame).fault, "the report is not a valid pelorin.protobuf.PelorinPHP.RShutdownData");
 }
 
 TEST(RecordFeed, reads_a_report_as_deep_as_php_sends_them)
@@ -280,7 +280,7 @@ TEST(RecordFeed, finds_depth_beside_other_fields)
     auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
     auto const shallow = test::nested_report(20);
     EXPECT_EQ(feed(test::rpc_php_frame(shallow + test::padding(9) + deep + shallow)).fault,
-              "its tarnwick.rpc.php.v1.NotifyRequest has more than 1000 messages in each other");
+              "the tarnwick.rpc.php.v1.NotifyRequest nests messages more than 1000 deep");
 }
 
 TEST(RecordFeed, begins_anew_with_each_frame)
@@ -311,7 +311,7 @@ TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
         if (std::ranges::find(opaque, field.name()) != std::end(opaque)) {
             EXPECT_EQ(feed(frame).fault, std::nullopt);
         } else {
-            EXPECT_THAT(feed(frame).fault, testing::Optional(testing::StartsWith("its report is not a ")));
+            EXPECT_THAT(feed(frame).fault, testing::Optional(testing::StartsWith("the report is not a valid ")));
             ++said;
         }
         frame.GetReflection()->SetString(&frame, &field, "");
