@@ -35,16 +35,17 @@ add_test(NAME packaging.consumer.pkg_config
     COMMAND ${here}/pkg_config/build.sh ${CMAKE_CXX_COMPILER} ${here}/consumer/main.cpp ${work}/consumer/pkg_config)
 set_tests_properties(packaging.consumer.pkg_config PROPERTIES
     ENVIRONMENT "PKG_CONFIG_PATH=${libraries}/pkgconfig;LD_LIBRARY_PATH=${libraries}")
-add_test(NAME packaging.readme_on_using_the_library_can_be_followed
-    COMMAND ${here}/readme.sh ${PROJECT_SOURCE_DIR}/README.md ${tree} ${CMAKE_INSTALL_LIBDIR} ${work}/readme)
+add_test(NAME packaging.page_on_using_the_library_can_be_followed
+    COMMAND ${here}/using_the_library.sh ${PROJECT_SOURCE_DIR}/docs/using-the-library.md ${tree} ${CMAKE_INSTALL_LIBDIR}
+        ${work}/using_the_library)
 set_tests_properties(
     packaging.consumer.find_package
     packaging.consumer.pkg_config
-    packaging.readme_on_using_the_library_can_be_followed
+    packaging.page_on_using_the_library_can_be_followed
     PROPERTIES FIXTURES_REQUIRED installed_tree)
 # Without a RUNPATH, a program finds only the libraries that it is linked with itself.
 if(NOT has_runpath)
-    set_tests_properties(packaging.readme_on_using_the_library_can_be_followed PROPERTIES
+    set_tests_properties(packaging.page_on_using_the_library_can_be_followed PROPERTIES
         ENVIRONMENT LD_LIBRARY_PATH=${libraries})
 endif()
 tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package

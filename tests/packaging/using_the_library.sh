@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Follows the README's section "Using the library" with an installed tree, once with CMake and once with pkg-config:
-# readme.sh README PREFIX LIBDIR FOLDER
+# Follows docs/using-the-library.md with an installed tree, once with CMake and once with pkg-config:
+# using_the_library.sh PAGE PREFIX LIBDIR FOLDER
 #
-# No block of the section is left out: ```cpp is example.cpp, ```cmake is CMakeLists.txt, ```sh are commands for one
-# shell, ```gdb are commands of gdb, and a block without a language is the output of the commands before it.
+# Uses every block of the page: ```cpp is example.cpp, ```cmake is CMakeLists.txt, ```sh are commands for one shell,
+# ```gdb are commands of gdb, and a block without a language is the output of the commands before it.
 set -euo pipefail
-readme=$1 prefix=$2 libdir=$3 folder=$4
+page=$1 prefix=$2 libdir=$3 folder=$4
 
 rm -rf "$folder"
 mkdir -p "$folder"
@@ -14,12 +14,10 @@ cd "$folder"
 # One file for each block, named after its number and language. A library folder of another name than CMake's own is
 # what the reader has to replace.
 awk '
-    /^## / { inside = $0 == "## Using the library" }
-    !inside { next }
     /^```/ && file == "" { file = sprintf("%02d.%s", ++count, $0 == "```" ? "output" : substr($0, 4)); next }
     /^```$/ { close(file); file = ""; next }
     file != "" { print > file }
-' "$readme"
+' "$page"
 blocks=(*.*)
 sed -i "s|\<PREFIX/lib\>|$prefix/$libdir|g; s|\<PREFIX\>|$prefix|g" "${blocks[@]}"
 
@@ -56,7 +54,7 @@ follow() { # COMMAND-THAT-BUILDS COMMAND-OF-THE-OTHER-WAY
         esac
     done
     trap - EXIT
-    [ "$checked" -eq 1 ] || { echo "the section has $checked blocks of output"; exit 1; }
+    [ "$checked" -eq 1 ] || { echo "the page has $checked blocks of output"; exit 1; }
 }
 
 (follow cmake g++)
