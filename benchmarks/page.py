@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the page of figures, and draws a plot for each kind of report, from the measurements of ./dev bench.
+"""Prints the page of figures of ./dev bench and writes a plot for each kind of report.
 
 Times are medians of interleaved repetitions. Their spread is half the interquartile range.
 """
@@ -199,7 +199,7 @@ def plot(found, workload, folder):
     bars += [(f"{tree}: build and release", f"{workload}/rpc/main/{tree}/build_and_release") for tree in ALTERNATIVES]
     bars = [(meaning, found[name]) for meaning, name in bars if name in found][::-1]
     if not bars:
-        return
+        return False
     figure, axes = pyplot.subplots(figsize=(8, 0.32 * len(bars) + 0.8), layout="constrained")
     drawn = axes.barh(
         [meaning for meaning, _ in bars],
@@ -214,6 +214,7 @@ def plot(found, workload, folder):
     axes.margins(x=0.12)
     figure.savefig(folder / f"{workload}.svg", metadata={"Date": None})
     pyplot.close(figure)
+    return True
 
 
 def main():
@@ -228,6 +229,8 @@ def main():
     found = times(run for process in measured for run in process["benchmarks"])
     context = measured[0]["context"]
     load = context["load_avg"][0]
+    print("# Performance figures\n")
+    print("Written by `./dev bench`. [performance.md](../performance.md) describes what is measured.\n")
     print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {load:.2f}.")
     build = json.loads(arguments.build.read_text())
     processor_seconds = build["user_seconds"] + build["system_seconds"]
@@ -241,9 +244,10 @@ def main():
         print(line)
     arguments.folder.mkdir(parents=True, exist_ok=True)
     for workload in WORKLOADS:
+        if plot(found, workload, arguments.folder):
+            print(f"![{workload}](performance/{workload}.svg)\n")
         for line in workload_tables(found, workload):
             print(line)
-        plot(found, workload, arguments.folder)
 
 
 if __name__ == "__main__":
