@@ -229,8 +229,9 @@ def main():
     found = times(run for process in measured for run in process["benchmarks"])
     context = measured[0]["context"]
     load = context["load_avg"][0]
-    print("# Performance figures\n")
-    print("Written by `./dev bench`. [performance.md](../performance.md) describes what is measured.\n")
+    print("# Figures: performance\n")
+    print("`./dev bench` writes this page after a run without arguments. ", end="")
+    print("[performance.md](../performance.md) describes what is measured.\n")
     print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {load:.2f}.")
     build = json.loads(arguments.build.read_text())
     processor_seconds = build["user_seconds"] + build["system_seconds"]
