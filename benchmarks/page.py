@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the page of figures of ./dev bench and writes a plot for each kind of report.
+"""Makes the page of figures, and a plot for each kind of report, of what ./dev bench measured.
 
 Times are medians of interleaved repetitions. Their spread is half the interquartile range.
 """
@@ -140,7 +140,7 @@ def bound_table(found):
         if rpc and protobuf and workload != "real_request":
             rows.append(bound_row(f"{workload}: protobuf / rpc, build_and_release", protobuf.median / rpc.median, 1.1))
     rows += unbound_rows(found)
-    yield from table(["Ratio of times, first thread; rpc dialect where none is named", "reached", "at most", "held", "aim"], rows)
+    yield from table(["Ratio of times, first thread; rpc dialect where none is named", "measured", "limit", "within limit", "goal"], rows)
 
 
 def thread_table(found):
@@ -236,8 +236,8 @@ def main():
     build = json.loads(arguments.build.read_text())
     processor_seconds = build["user_seconds"] + build["system_seconds"]
     print(
-        f"Configured, the library and its message libraries build from nothing in {build['seconds']:.0f} s "
-        f"({processor_seconds:.0f} s of processor time); stripped, libtarnwick.so has {build['bytes'] / 1024:,.0f} KiB."
+        f"After configuration, the library and its message libraries build in {build['seconds']:.0f} s "
+        f"({processor_seconds:.0f} s of CPU time). The stripped libtarnwick.so has {build['bytes'] / 1024:,.0f} KiB."
         "\n"
     )
     costs = json.loads(arguments.costs.read_text())
