@@ -1,8 +1,6 @@
 # Options of tests and of their common libraries.
 function(tarnwick_test_sources target)
     tarnwick_own_sources(${target})
-    # Tables of cases have the same name in every test.
-    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
     # Optimising the tests takes longer than running them, except those that run millions of times.
     if(NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -O0)

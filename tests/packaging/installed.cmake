@@ -53,8 +53,14 @@ tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package
     SAYS "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")
 set_tests_properties(packaging.refusal.installed_package_with_old_protobuf PROPERTIES FIXTURES_REQUIRED installed_tree)
 
-tarnwick_consumer(add_subdirectory ${here}/add_subdirectory)
-set_tests_properties(packaging.consumer.add_subdirectory PROPERTIES FIXTURES_SETUP super_project)
+# The messages are those of the installed tree: to compile them again takes most of the time and shows nothing new.
+tarnwick_consumer(add_subdirectory ${here}/add_subdirectory -DCMAKE_PREFIX_PATH=${tree}
+    -DTARNWICK_BUNDLED_PMSG=OFF -DTARNWICK_BUNDLED_PRPC=OFF)
+set_tests_properties(packaging.consumer.add_subdirectory PROPERTIES
+    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP super_project)
+add_test(NAME packaging.sub_project_builds_the_libraries_alone
+    COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${here}/add_subdirectory -B ${work}/consumer/only_configured
+        ${compiler})
 add_test(NAME packaging.sub_project_installs_nothing COMMAND ${CMAKE_COMMAND}
     -DBUILD=${work}/consumer/add_subdirectory -DTREE=${work}/tree/super_project
     -P ${here}/sub_project.cmake)
