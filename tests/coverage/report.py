@@ -5,8 +5,8 @@ Reads the gcov data of a build tree of the preset `coverage`. A line is covered 
 and in any instance of a template; branches and conditions are merged in the same way. Two things are left out: the
 branches from a call to the code that runs when the call throws, and templates without an instance.
 
-uncovered.tsv lists the lines that no test covers: file, text of the line, number of such lines, reason. The script fails
-if an uncovered line is missing from this list, or if a listed line is covered. Otherwise it writes the totals to
+uncovered.tsv lists the lines that no test covers: file, text of the line, number of such lines, reason. The script
+fails if an uncovered line is missing from this list, or if a listed line is covered. Otherwise it writes the totals to
 docs/figures/coverage.md.
 """
 
@@ -101,7 +101,7 @@ def page(totals):
     lines = [
         "# Figures: coverage",
         "",
-        "`./dev coverage` writes this page when `tests/coverage/uncovered.tsv` explains every line that is not covered.",
+        "`./dev coverage` writes this page if `tests/coverage/uncovered.tsv` explains every uncovered line.",
         "",
         "| Of `libs/tarnwick` | All | Covered |",
         "|---|---:|---:|",

@@ -7,7 +7,7 @@ import report
 
 PAGE = """# Figures: coverage
 
-`./dev coverage` writes this page when `tests/coverage/uncovered.tsv` explains every line that is not covered.
+`./dev coverage` writes this page if `tests/coverage/uncovered.tsv` explains every uncovered line.
 
 | Of `libs/tarnwick` | All | Covered |
 |---|---:|---:|

@@ -1,4 +1,4 @@
-// PHP values on their way between messages, QVariant and records.
+// Fuzz target: PHP values converted between messages, QVariant and records.
 
 #include "fuzz/message_inputs.h"
 #include "fuzz/naive_text.h"
@@ -70,8 +70,8 @@ bool reads_back(php::PelorinArray const &written, php::PelorinArray const &read)
     return true;
 }
 
-/// The table of what a record becomes that is written into a message and made of that once more. A name loses a byte-order
-/// mark at its start each time that it is decoded.
+/// Whether `read` is what the table of `to_protobuf` says for a record that is written into a message and read from it.
+/// Each decoding of a name drops a byte-order mark at its start.
 bool reads_back(php::ZVal const &written, php::ZVal const &read)
 {
     if (written->kind() == Kind::undefined || written->kind() == Kind::null)
@@ -94,7 +94,7 @@ bool reads_back(php::ZVal const &written, php::ZVal const &read)
                 return is_text(other->type_name(), utf8(content->type_name())) &&
                        reads_back(content->value(), other->value());
             else if constexpr (std::is_same_v<Content, ZVal::undefined_t> || std::is_same_v<Content, ZVal::null_t>)
-                return false; // seen to above
+                return false; // handled above
             else
                 return content == other;
         },
@@ -108,12 +108,12 @@ void check_record(Message const &message)
     RpcZVal written;
     record->to_protobuf(written);
     php::ZVal const read(new php::detail::ZVal(written));
-    hold(reads_back(record, read), "a record that is written reads back as the table says");
+    expect(reads_back(record, read), "a record that is written to a message reads back as documented");
 }
 
 // The bridge.
 
-/// What is in a message, in either dialect: the kind, and of which member.
+/// The kind of the value in a message of either dialect.
 Kind kind_of(RpcZVal const &message)
 {
     switch (message.value_case()) {
@@ -154,7 +154,7 @@ Kind kind_of(ProtobufZVal const &message)
     }
 }
 
-/// Milliseconds since 1970, where both ways can tell them.
+/// Milliseconds since 1970, if the time is in the range that both conversions support.
 std::optional<std::int64_t> milliseconds(google::protobuf::Timestamp const &time)
 {
     constexpr std::int64_t most_seconds = std::int64_t{1} << 46; // beyond year 2,000,000
@@ -163,36 +163,36 @@ std::optional<std::int64_t> milliseconds(google::protobuf::Timestamp const &time
     return time.seconds() * 1'000 + time.nanos() / 1'000'000;
 }
 
-/// What the value of a message is.
+/// Checks that `value` is the value of the message.
 template <class Message>
-void hold_value(Message const &message, QVariant const &value)
+void expect_value(Message const &message, QVariant const &value)
 {
-    constexpr auto row = "the value of a message is that of its row";
+    constexpr auto row = "the value of a message is that of its table row";
     switch (kind_of(message)) {
     case Kind::bool_:
-        return hold(value.typeId() == QMetaType::Bool && value.toBool() == message.bool_value(), row);
+        return expect(value.typeId() == QMetaType::Bool && value.toBool() == message.bool_value(), row);
     case Kind::long_:
-        return hold(value.typeId() == QMetaType::LongLong && value.toLongLong() == message.long_value(), row);
+        return expect(value.typeId() == QMetaType::LongLong && value.toLongLong() == message.long_value(), row);
     case Kind::double_:
-        return hold(value.typeId() == QMetaType::Double && is_same(value.toDouble(), message.double_value()), row);
+        return expect(value.typeId() == QMetaType::Double && is_same(value.toDouble(), message.double_value()), row);
     case Kind::string:
-        return hold(value.typeId() == QMetaType::QString && is_text(value.toString(), message.string_value()), row);
+        return expect(value.typeId() == QMetaType::QString && is_text(value.toString(), message.string_value()), row);
     case Kind::json:
-        return hold(!value.isValid() || value.typeId() == QMetaType::QVariantMap ||
+        return expect(!value.isValid() || value.typeId() == QMetaType::QVariantMap ||
                         value.typeId() == QMetaType::QVariantList,
                     row);
     case Kind::timestamp: {
-        hold(value.typeId() == QMetaType::QDateTime, row);
+        expect(value.typeId() == QMetaType::QDateTime, row);
         auto const expected = milliseconds(message.timestamp_value());
-        return hold(!expected || value.toDateTime().toMSecsSinceEpoch() == *expected, row);
+        return expect(!expected || value.toDateTime().toMSecsSinceEpoch() == *expected, row);
     }
     default:
-        return hold(!value.isValid(), row);
+        return expect(!value.isValid(), row);
     }
 }
 
-/// A time is written as its seconds, cut towards 1970, and the milliseconds of its second: before 1970 it comes back a
-/// second later, unless it is a whole one.
+/// A time is written as its seconds, truncated towards 1970, and the milliseconds of its second. Before 1970 a time
+/// with a fraction of a second therefore reads back one second later.
 std::int64_t read_back(std::int64_t milliseconds)
 {
     auto const whole = milliseconds / 1'000;
@@ -200,7 +200,7 @@ std::int64_t read_back(std::int64_t milliseconds)
     return whole * 1'000 + (rest < 0 ? rest + 1'000 : rest);
 }
 
-/// As what a text of JSON can read back: where it begins with a byte-order mark, that may be lost.
+/// Whether a JSON text can read back as `read`: a byte-order mark at its start may be lost.
 bool is_json_text(QString const &read, QString const &written)
 {
     return read == written || (written.startsWith(QChar::ByteOrderMark) && read == QStringView(written).mid(1));
@@ -208,7 +208,7 @@ bool is_json_text(QString const &read, QString const &written)
 
 bool reads_back(QVariant const &written, QVariant const &read);
 
-/// Of keys that become one by that, one has the place.
+/// Keys that are equal without their byte-order marks may be merged; one of their values remains.
 bool reads_back(QVariantMap const &written, QVariantMap const &read)
 {
     auto const entries = written.asKeyValueRange();
@@ -226,7 +226,7 @@ bool reads_back(QVariantMap const &written, QVariantMap const &read)
            });
 }
 
-/// What JSON holds, at every depth: all but its texts is as it was, though a number can change its type.
+/// Compares nested JSON: everything but its texts is unchanged, but a number may change its type.
 bool reads_back(QVariant const &written, QVariant const &read)
 {
     switch (read.typeId() == written.typeId() ? written.typeId() : QMetaType::UnknownType) {
@@ -245,70 +245,70 @@ bool reads_back(QVariant const &written, QVariant const &read)
     }
 }
 
-/// The table of what a value becomes that is written into a message and read back.
+/// Checks a value that was written into a message and read back.
 template <class Message>
-void hold_read_back(QVariant const &value, QVariant const &read)
+void expect_read_back(QVariant const &value, QVariant const &read)
 {
-    constexpr auto row = "a value that is written reads back as the table says";
+    constexpr auto row = "a value that is written to a message reads back as documented";
     switch (value.typeId()) {
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
-        return hold(read.typeId() == QMetaType::LongLong && read.toLongLong() == value.toLongLong(), row);
+        return expect(read.typeId() == QMetaType::LongLong && read.toLongLong() == value.toLongLong(), row);
     case QMetaType::Float:
-        return hold(!read.isValid(), row);
+        return expect(!read.isValid(), row);
     case QMetaType::Double:
-        return hold(read.typeId() == QMetaType::Double && is_same(value.toDouble(), read.toDouble()), row);
+        return expect(read.typeId() == QMetaType::Double && is_same(value.toDouble(), read.toDouble()), row);
     case QMetaType::QString: {
         auto bytes = utf8(value.toString());
         if constexpr (std::is_same_v<Message, ProtobufZVal>)
             bytes.resize(std::min(bytes.find('\0'), bytes.size()));
-        return hold(read.typeId() == QMetaType::QString && is_text(read.toString(), bytes), row);
+        return expect(read.typeId() == QMetaType::QString && is_text(read.toString(), bytes), row);
     }
     case QMetaType::QDateTime: {
         auto const time = value.toDateTime();
-        return hold(
+        return expect(
             read.typeId() == QMetaType::QDateTime &&
                 (!time.isValid() || read.toDateTime().toMSecsSinceEpoch() == read_back(time.toMSecsSinceEpoch())),
             row);
     }
     default:
-        return hold(reads_back(value, read), row);
+        return expect(reads_back(value, read), row);
     }
 }
 
-/// The value as `QVariant`, or as the list or map that is in it.
+/// Writes the value as `QVariant`, or as the list or map in it, and checks what reads back.
 template <class Message, class Value>
-void check_way_back_of(QVariant const &value, Value const &written)
+void check_round_trip_of(QVariant const &value, Value const &written)
 {
     Message message;
     to_protobuf_zval(message, written);
-    hold_read_back<Message>(value, qvariant_from_protobuf_zval(message));
+    expect_read_back<Message>(value, qvariant_from_protobuf_zval(message));
 }
 
 template <class Message>
-void check_way_back(QVariant const &value)
+void check_round_trip(QVariant const &value)
 {
-    check_way_back_of<Message>(value, value);
+    check_round_trip_of<Message>(value, value);
     switch (value.typeId()) {
     case QMetaType::LongLong:
         for (auto const type : {QMetaType::Int, QMetaType::UInt, QMetaType::ULongLong}) {
             auto other = value;
             if (other.convert(QMetaType(type)))
-                check_way_back_of<Message>(other, other);
+                check_round_trip_of<Message>(other, other);
         }
         break;
     case QMetaType::Double: {
         auto const other = QVariant::fromValue(static_cast<float>(value.toDouble()));
-        check_way_back_of<Message>(other, other);
+        check_round_trip_of<Message>(other, other);
         break;
     }
     case QMetaType::QVariantList:
-        check_way_back_of<Message>(value, value.toList());
+        check_round_trip_of<Message>(value, value.toList());
         break;
     case QMetaType::QVariantMap:
-        check_way_back_of<Message>(value, value.toMap());
+        check_round_trip_of<Message>(value, value.toMap());
         break;
     default:
         break;
@@ -320,9 +320,9 @@ void check_message(Message const &message)
 {
     check_record(message);
     auto const value = qvariant_from_protobuf_zval(message);
-    hold_value(message, value);
-    check_way_back<RpcZVal>(value);
-    check_way_back<ProtobufZVal>(value);
+    expect_value(message, value);
+    check_round_trip<RpcZVal>(value);
+    check_round_trip<ProtobufZVal>(value);
 }
 
 MessageInputs &inputs()
@@ -336,7 +336,7 @@ bool check(std::string_view input)
     auto const *const message = inputs().parsed(input);
     if (message == nullptr)
         return false;
-    hold_in_action([&] {
+    expect_clean_run([&] {
         if (auto const *rpc_message = dynamic_cast<RpcZVal const *>(message))
             check_message(*rpc_message);
         else

@@ -1,5 +1,5 @@
-// The reader of capture files, compared with a reader that has the whole file in memory; and with what must be read of a
-// file that is damaged in one place.
+// Fuzz target: the reader of capture files, compared with a reader that has the whole file in memory. A file that is
+// damaged in one place must still yield all frames far from the damage.
 
 #include "support/damage.h"
 
@@ -33,9 +33,9 @@ using program::CaptureReader;
 using Step = CaptureReader::Step;
 using Frame = tarnwick::capture::v1::Frame;
 
-/// A varint at the front of bytes, of ten bytes at most.
+/// A varint at the start of some bytes, ten bytes at most.
 struct Varint {
-    std::size_t size = 0; ///< 0 where the bytes end inside it
+    std::size_t size = 0; ///< of the varint, in bytes
     __extension__ unsigned __int128 value = 0;
     bool ends = false;
 };
@@ -54,12 +54,12 @@ Varint varint_of(std::string_view bytes)
     return varint;
 }
 
-/// The first frame of bytes, as far as they go.
+/// The first frame of some bytes, which may end before it.
 struct Piece {
     std::string_view length;
     std::string_view body;
     Step step = Step::fault;
-    bool ends = false; ///< whether the bytes reach to its end, so that another can follow directly
+    bool ends = false; ///< whether the bytes contain its end
 
     [[nodiscard]] std::size_t size() const { return length.size() + body.size(); }
 };
@@ -95,7 +95,7 @@ bool is_plain(std::string_view body)
     return true;
 }
 
-/// Whether frames start at a place: so many good ones in a row, and all that come before another place.
+/// Whether frames start at a place: at least `needed` valid frames in a row, and no invalid one up to `beyond`.
 bool is_start(std::string_view file, std::size_t place, int needed, std::size_t beyond)
 {
     for (int good = 0; good < needed || place <= beyond;) {
@@ -114,7 +114,7 @@ bool is_start(std::string_view file, std::size_t place, int needed, std::size_t 
     return true;
 }
 
-/// Where reading goes on after a fault; the frame before the fault starts at `previous`.
+/// The place where reading resumes after a fault. The frame before the fault starts at `previous`.
 std::size_t next_start(std::string_view file, std::size_t fault, std::size_t previous)
 {
     auto const piece = first_piece(file.substr(fault));
@@ -127,7 +127,8 @@ std::size_t next_start(std::string_view file, std::size_t fault, std::size_t pre
     return place;
 }
 
-/// The bytes of the report that a frame holds, read off its fields; nothing where they are of a kind that no writer makes.
+/// The bytes of the report in a frame, found by a plain walk over its fields. Empty if a field has a wire type that no
+/// writer uses.
 std::optional<std::string_view> report_in(std::string_view frame)
 {
     auto const &reports = *Frame::descriptor()->FindOneofByName("report");
@@ -157,7 +158,7 @@ std::optional<std::string_view> report_in(std::string_view frame)
     return report;
 }
 
-void hold_report(Frame const &frame, std::string_view body)
+void expect_report(Frame const &frame, std::string_view body)
 {
     auto const report = report_in(body);
     if (!report)
@@ -165,8 +166,8 @@ void hold_report(Frame const &frame, std::string_view body)
     auto const &oneof = *Frame::descriptor()->FindOneofByName("report");
     auto const *field = frame.GetReflection()->GetOneofFieldDescriptor(frame, &oneof);
     std::string none;
-    hold(*report == (field == nullptr ? none : frame.GetReflection()->GetStringReference(frame, field, &none)),
-         "a report is that of the file");
+    expect(*report == (field == nullptr ? none : frame.GetReflection()->GetStringReference(frame, field, &none)),
+         "the report of a frame is the one in the file");
 }
 
 std::string varint(std::uint64_t value)
@@ -178,7 +179,7 @@ std::string varint(std::uint64_t value)
     return bytes;
 }
 
-/// A file that is only in memory.
+/// A file in memory.
 class FileInMemory {
 public:
     FileInMemory()
@@ -190,11 +191,11 @@ public:
     FileInMemory &operator=(FileInMemory const &) = delete;
     ~FileInMemory() { ::close(descriptor_); }
 
-    std::string const &holding(std::string_view content)
+    std::string const &with(std::string_view content)
     {
-        hold(::ftruncate(descriptor_, 0) == 0 &&
+        expect(::ftruncate(descriptor_, 0) == 0 &&
                  ::pwrite(descriptor_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
-             "there is memory for the file");
+             "the file can be written");
         return name_;
     }
 
@@ -203,11 +204,11 @@ private:
     std::string name_;
 };
 
-/// Calls `take` with each step of the reader, but those in which it seeks.
+/// Calls `take` after each step of the reader, except seeking steps.
 void read(std::string_view file, std::function<void(CaptureReader const &, Step)> const &take)
 {
     static FileInMemory in_memory;
-    program::InputFile input(in_memory.holding(file));
+    program::InputFile input(in_memory.with(file));
     CaptureReader reader(input);
     Step step{};
     do {
@@ -217,7 +218,7 @@ void read(std::string_view file, std::function<void(CaptureReader const &, Step)
     } while (step != Step::end);
 }
 
-/// Whether the file is a capture from its start to its end.
+/// Checks each step of the reader. Returns whether the whole file is a capture.
 bool check_file(std::string_view file)
 {
     std::uint64_t number = 0;
@@ -227,13 +228,13 @@ bool check_file(std::string_view file)
     read(file, [&](CaptureReader const &reader, Step step) {
         auto const piece = first_piece(file.substr(place));
         number += piece.step == Step::end ? 0 : 1;
-        hold(step == piece.step, "a frame or a fault is where the bytes have one");
-        hold(reader.number() == number && reader.offset() == place, "a frame has its number and its place");
+        expect(step == piece.step, "each step matches the bytes of the file");
+        expect(reader.number() == number && reader.offset() == place, "each step has the right number and offset");
         if (step == Step::frame) {
-            hold_report(reader.frame(), piece.body);
+            expect_report(reader.frame(), piece.body);
             previous = std::exchange(place, place + piece.size());
         } else if (step == Step::fault) {
-            hold(!reader.problem().empty(), "a fault is described");
+            expect(!reader.problem().empty(), "a fault is described");
             is_whole = false;
             previous = place = next_start(file, place, previous);
         }
@@ -241,14 +242,14 @@ bool check_file(std::string_view file)
     return is_whole && number > 0;
 }
 
-/// Damages a file that has the frames of the input twice, with 64 KiB between, and more after them. What is not near has
-/// to be read.
+/// Damages a file that has the frames of the input three times, with 64 KiB between. Frames far from the damage must be
+/// read.
 void check_damage(std::string_view input)
 {
     static std::string const far = [] {
         Frame frame;
         frame.set_request_id(1);
-        frame.set_ct_data(std::string(65'536, '\x07')); // no frame begins with these
+        frame.set_ct_data(std::string(65'536, '\x07')); // no frame starts with these bytes
         auto const body = frame.SerializeAsString();
         return varint(body.size()) + body;
     }();
@@ -281,20 +282,20 @@ void check_damage(std::string_view input)
         if (step == Step::frame)
             found.push_back(static_cast<std::size_t>(reader.offset()));
     });
-    hold(std::ranges::includes(found, expected), "each frame is read that is more than 64 KiB from the damage");
+    expect(std::ranges::includes(found, expected), "each frame more than 64 KiB from the damage is read");
 }
 
 bool check(std::string_view input)
 {
     bool is_capture = false;
-    hold_in_action([&] {
+    expect_clean_run([&] {
         is_capture = check_file(input);
         check_damage(input);
     });
     return is_capture;
 }
 
-// Mutation: of the frames, and of how they stand in the file.
+// Mutation of the frames, and of their lengths and order.
 
 std::string delimited(Frame const &frame)
 {
@@ -302,7 +303,7 @@ std::string delimited(Frame const &frame)
     return varint(body.size()) + body;
 }
 
-/// The frames of a file. What is broken breaks all that is made of it, and is left out as a rule.
+/// The frames of a file. Usually without the broken ones, since every mutant of a broken frame is broken too.
 std::vector<std::string> pieces_of(std::string_view file, Random &random)
 {
     bool const keeps_broken = random.one_in(8);
@@ -325,13 +326,13 @@ std::string joined(std::vector<std::string> const &pieces)
     return file;
 }
 
-/// A length that is not that of the frame, or not written as one writes it.
+/// A length that is wrong, or encoded in an unusual way.
 std::string odd_length(std::string_view body, Random &random)
 {
     switch (random.below(6)) {
     case 0:
         return varint(body.size() + 1 - random.below(3));
-    case 1: { // longer than it need be
+    case 1: { // longer than necessary
         auto length = varint(body.size() | 0x80U);
         length.front() = static_cast<char>(body.size() | 0x80U);
         return length + std::string(random.below(10), '\x80') + '\0';

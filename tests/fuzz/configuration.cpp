@@ -1,5 +1,5 @@
-// The reader of configuration files, held against its plainest form. An input is several files that can include each
-// other: the name that the program loads them by in a line, then each file behind a line `%% FILE`.
+// Fuzz target: the reader of configuration files, compared with a reference reader. An input is several files that can
+// include each other. Its first line is the name by which the program loads them; a line `%% FILE` starts each file.
 
 #include "fuzz/promise.h"
 #include "fuzz/random.h"
@@ -34,11 +34,11 @@ using PelorinPHPX::ConfigFile;
 constexpr std::array file_names{"f.conf"sv, "a.conf"sv, "b.conf"sv, "d/c.conf"sv, "d/f.conf"sv};
 
 struct Files {
-    std::string_view name; ///< by which the program loads the first
+    std::string_view name; ///< the program loads the first file by this name
     std::map<std::string_view, std::string_view> content;
 };
 
-/// A file that is named twice is as it is named last.
+/// If a file occurs twice, the last one counts.
 Files files_of(std::string_view input)
 {
     auto const line_end = input.find('\n');
@@ -59,12 +59,12 @@ Files files_of(std::string_view input)
     return files;
 }
 
-/// Whether no include can lead out of the folder: to devices, or to files that others change. A slash stands behind `d`
-/// or a point, and two points stand behind `d/` alone.
+/// Whether no include can leave the folder, for devices or for files that other programs change. Each slash must follow
+/// `d` or a dot, and two dots must follow `d/`.
 bool stays_inside(std::string_view input)
 {
     std::string text(input);
-    std::erase(text, '\r'); // as the reader does with some
+    std::erase(text, '\r'); // the reader drops some of them
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '/' && (i == 0 || (text[i - 1] != 'd' && text[i - 1] != '.')))
             return false;
@@ -74,13 +74,14 @@ bool stays_inside(std::string_view input)
     return true;
 }
 
-/// The folder that the files are in, which holds no others.
+/// The folder of the files, which has no other files.
 class Folder {
 public:
     Folder()
     {
-        qInstallMessageHandler([](QtMsgType, QMessageLogContext const &, QString const &) {}); // of names with a NUL
-        // Nothing of the machine's, and something of each kind.
+        // Qt warns of names with a NUL.
+        qInstallMessageHandler([](QtMsgType, QMessageLogContext const &, QString const &) {});
+        // Replaces the environment of the machine by variables of each kind.
         // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
         ::clearenv();
         ::setenv("E", "env", 1);
@@ -93,19 +94,19 @@ public:
             paths_.emplace(name, folder_.path(std::string(name)));
     }
 
-    void hold_just(Files const &files)
+    void write(Files const &files)
     {
         for (auto const &[name, path] : paths_) {
             auto const wanted = files.content.find(name);
-            auto const there = there_.find(name);
+            auto const current = written_.find(name);
             if (wanted == files.content.end()) {
-                if (there != there_.end()) {
+                if (current != written_.end()) {
                     std::filesystem::remove(path);
-                    there_.erase(there);
+                    written_.erase(current);
                 }
-            } else if (there == there_.end() || there->second != wanted->second) {
+            } else if (current == written_.end() || current->second != wanted->second) {
                 std::ofstream(path, std::ios::binary) << wanted->second;
-                there_.insert_or_assign(name, std::string(wanted->second));
+                written_.insert_or_assign(name, std::string(wanted->second));
             }
         }
     }
@@ -114,13 +115,13 @@ public:
 private:
     test::ConfigFolder folder_;
     std::map<std::string_view, std::string> paths_;
-    std::map<std::string_view, std::string> there_;
+    std::map<std::string_view, std::string> written_;
 };
 
 struct TooManyFiles {};
 
-/// Ends a load that would take long: a few files that include each other are many together, and one whose name has a NUL
-/// in it can include itself.
+/// Stops a load that would take long: a few files that include each other are opened many times, and a file whose name
+/// has a NUL can include itself.
 struct Limit final : PelorinPHPX::ConfigObserver {
     int files_left = 40;
     void opened(ConfigFile const & /*file*/) override
@@ -130,7 +131,7 @@ struct Limit final : PelorinPHPX::ConfigObserver {
     }
 };
 
-/// Loads a file; the text of its exception, empty where there is none.
+/// Loads a file. Returns the text of the exception, empty if there is none.
 template <class File>
 std::string failure_of_load(File &file)
 {
@@ -164,15 +165,15 @@ bool check_files(QString const &file, QString const &name)
         return false;
     }
     ConfigFile again(file, name);
-    hold(failure_of_load(again) == failure && again.line_no() == config.line_no() && same_values(config, again),
+    expect(failure_of_load(again) == failure && again.line_no() == config.line_no() && same_values(config, again),
          "two loads of a file are equal");
-    // The plainest form does not guard itself against names without an end.
+    // The reference reader does not detect names that grow without end.
     if (failure.find("File name too long") != std::string::npos)
         return false;
     test::LiteralConfigFile literal(file, name);
-    hold(failure_of_load(literal) == failure, "a load fails where the plainest form does, with its words");
-    hold(literal.line_no() == config.line_no(), "a load ends at the line at which the plainest form does");
-    hold(same_values(config, literal), "a table is that of the plainest form");
+    expect(failure_of_load(literal) == failure, "a load fails as in the reference reader, with the same text");
+    expect(literal.line_no() == config.line_no(), "a load ends at the same line as in the reference reader");
+    expect(same_values(config, literal), "a load has the same values as the reference reader");
     return failure.empty();
 }
 
@@ -182,15 +183,15 @@ bool check(std::string_view input)
     auto const files = files_of(input);
     if (!files.content.contains(file_names.front()) || !stays_inside(input))
         return false;
-    folder.hold_just(files);
+    folder.write(files);
     auto const file = folder.first();
     auto const name = test::q(files.name);
     bool is_read = false;
-    hold_in_action([&] { is_read = check_files(file, name); });
+    expect_clean_run([&] { is_read = check_files(file, name); });
     return is_read;
 }
 
-// Mutation, line by line.
+// Mutation of lines.
 
 constexpr std::array words{"a"sv,
                            "b"sv,
@@ -237,7 +238,7 @@ constexpr std::array words{"a"sv,
                            "\r"sv};
 constexpr std::array keys{"a"sv, "b"sv, "app.a"sv, "app.b"sv, "include"sv, "include"sv, "app.include"sv};
 
-/// What the first file can include without a fault, if the file is there.
+/// An include that succeeds in the first file if `file` exists.
 struct Include {
     std::string_view target;
     std::string_view file;
@@ -264,7 +265,7 @@ std::string joined(std::vector<std::string> const &lines)
     return text;
 }
 
-/// Whether a line ends a load, as far as that can be seen: of includes, those that the first file has are kept.
+/// Whether a line probably makes a load fail. Known includes of the first file do not.
 bool is_faulty(std::string_view line, std::string_view input, std::string_view file)
 {
     auto const first = line.find_first_not_of(" \t\r\v\f");
@@ -282,7 +283,7 @@ bool is_faulty(std::string_view line, std::string_view input, std::string_view f
            input.find("%% " + std::string(known->file) + "\n") == input.npos;
 }
 
-/// Without the lines that end a load: all that is made of them would end there.
+/// Removes the lines that make a load fail, since every mutant would fail there too.
 std::vector<std::string> without_faults(std::vector<std::string> lines, std::string_view input)
 {
     std::string file;

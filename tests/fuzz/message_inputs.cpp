@@ -70,7 +70,7 @@ std::string MessageInputs::mutated(std::string_view input, std::uint32_t seed, M
     if (name.empty() || random.one_in(1'000)) {
         message = new_message(random.one_of(names_));
     } else if (message == nullptr || random.one_in(50)) {
-        // What no message class writes: fields out of order, unknown ones, ends that are missing.
+        // Bytes that no message class writes: fields out of order, unknown fields, truncated messages.
         constexpr std::size_t longest_growth = 16;
         std::string changed(bytes);
         changed.resize(bytes.size() + longest_growth);

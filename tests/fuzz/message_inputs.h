@@ -16,7 +16,7 @@
 
 namespace tarnwick::fuzz {
 
-/// Inputs that hold a message of one of some classes: the class's name in a line, then the message's bytes.
+/// Inputs that are a message of one of several classes: a line with the name of the class, then the serialised message.
 class MessageInputs {
 public:
     MessageInputs(std::initializer_list<google::protobuf::Message const *> prototypes = {});
@@ -30,16 +30,16 @@ public:
     static Parts parts_of(std::string_view input);
     static std::string input_of(google::protobuf::Message const &message);
 
-    /// Null where the input has none. The message is on an arena, and stays until the next call.
+    /// Returns null if the input is not a message. The message is on an arena and is valid until the next call.
     google::protobuf::Message const *parsed(std::string_view input);
 
     std::string mutated(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes);
     std::string crossed(std::string_view input, std::string_view other, std::uint32_t seed);
 
 private:
-    static constexpr std::size_t block_size = 65'536; ///< serves most messages
+    static constexpr std::size_t block_size = 65'536; ///< enough for most messages
 
-    /// An empty message of the class, null where it is none of these.
+    /// Returns an empty message of the class, or null if the class is unknown.
     google::protobuf::Message *new_message(std::string_view name);
 
     std::map<std::string, google::protobuf::Message const *, std::less<>> prototypes_;
@@ -48,7 +48,7 @@ private:
     google::protobuf::Arena arena_;
 };
 
-/// Parses bytes that can hold messages as deep in each other as the program `tarnwick` takes them.
+/// Parses bytes with the nesting limit of the program `tarnwick`.
 bool parse(std::string_view bytes, google::protobuf::Message &message);
 
 } // namespace tarnwick::fuzz

@@ -84,7 +84,7 @@ void MessageMutator::cross(Message &message, Message &other)
 {
     auto const theirs = parts_of(other);
     auto const ours = parts_of(message);
-    // From anywhere in the one, the next that fits anywhere in the other.
+    // Starts at a random part of `other` and takes the first that has a counterpart of the same class in `message`.
     auto const start = random_.below(theirs.size());
     for (std::size_t i = 0; i < theirs.size(); ++i) {
         auto const &part = *theirs[(start + i) % theirs.size()];
@@ -125,7 +125,7 @@ void MessageMutator::mutate_repeated(Message &part, FieldDescriptor const &field
     auto const is_message = field.cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE;
     auto const any = [&] { return static_cast<int>(random_.below(static_cast<std::size_t>(size))); };
     switch (size == 0 ? 0 : random_.below(5)) {
-    case 0: // a new one
+    case 0: // append a new element
         if (is_message)
             mutate_part(*reflection.AddMessage(&part, &field));
         else
@@ -138,7 +138,7 @@ void MessageMutator::mutate_repeated(Message &part, FieldDescriptor const &field
     case 2:
         reflection.SwapElements(&part, &field, any(), any());
         break;
-    case 3: // the same once more
+    case 3: // append a copy
         if (is_message) {
             auto const index = any();
             auto &copy = *reflection.AddMessage(&part, &field);
@@ -159,14 +159,14 @@ void MessageMutator::mutate_message(Message &part, FieldDescriptor const &field)
 {
     auto &message = *part.GetReflection()->MutableMessage(&part, &field);
     if (random_.one_in(4))
-        return; // to be there is much already
+        return; // an empty message can matter by its presence
     if (random_.one_in(4))
         copy_from_elsewhere(message);
     else
         mutate_part(message);
 }
 
-// What is copied can hold the place where it goes: so messages come to lie deep in each other.
+// The copied part may contain its target, so that messages become deeply nested.
 void MessageMutator::copy_from_elsewhere(Message &part)
 {
     std::vector<Message *> fitting;
@@ -236,7 +236,7 @@ std::int64_t MessageMutator::number()
     switch (random_.below(4)) {
     case 0:
         return static_cast<std::int64_t>(random_.below(2 * small)) - small;
-    case 1: // a power of two, and what is next to it
+    case 1: // a power of two or a neighbour of one
         return static_cast<std::int64_t>((std::uint64_t{1} << random_.below(64)) - 1 + random_.below(3));
     case 2:
         return static_cast<std::int64_t>(random_.number());

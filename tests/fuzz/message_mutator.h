@@ -11,12 +11,12 @@
 
 namespace tarnwick::fuzz {
 
-/// A message and all in it.
+/// Returns the message and all nested messages.
 std::vector<google::protobuf::Message *> parts_of(google::protobuf::Message &message);
 
-/// Changes messages of any class by reflection, so that what comes out is a message still: fields are set, cleared,
-/// repeated, put in another order, copied from elsewhere in the message, into themselves too. Texts become what is no
-/// text, numbers those at the ends of their ranges, enumerations what they do not know.
+/// Changes messages of any class by reflection, so that the result is a valid message. Fields are set, cleared,
+/// repeated, reordered, and replaced by copies from elsewhere in the message, even of their own parents. New values
+/// include texts that are not UTF-8, numbers at the limits of their types and unknown enumerators.
 class MessageMutator {
 public:
     MessageMutator(std::uint32_t seed, MutateBytes mutate_bytes)
@@ -26,7 +26,7 @@ public:
     }
 
     void mutate(google::protobuf::Message &message);
-    /// Puts a part of another message in the place of a part of the same class, if there is one.
+    /// Replaces a part by a part of the same class from another message, if there is one.
     void cross(google::protobuf::Message &message, google::protobuf::Message &other);
 
 private:
@@ -37,7 +37,7 @@ private:
     void mutate_repeated(Message &part, Field const &field);
     void mutate_message(Message &part, Field const &field);
     void copy_from_elsewhere(Message &part);
-    /// Sets a field that holds no message; of a repeated one the element, or a new one where `index` is negative.
+    /// Sets a field that is not a message. Of a repeated field sets one element, or appends one if `index` is negative.
     void set(Message &part, Field const &field, int index);
     std::string mutated(std::string text);
     std::int64_t number();

@@ -11,7 +11,7 @@ struct Sequence {
     std::size_t size;
 };
 
-/// What `bytes`, not empty, begin with.
+/// Decodes the start of `bytes`, which must not be empty.
 Sequence first_of(std::string_view bytes)
 {
     constexpr Sequence invalid{U'\uFFFD', 1};

@@ -9,24 +9,24 @@
 
 namespace tarnwick::fuzz {
 
-/// Says what was broken and ends the process.
+/// Prints the broken promise and aborts the process.
 [[noreturn]] inline void broken(std::string const &promise)
 {
     std::fprintf(stderr, "broken: %s\n", promise.c_str());
     std::abort();
 }
 
-inline void hold(bool holds, char const *promise)
+inline void expect(bool condition, char const *promise)
 {
-    if (!holds)
+    if (!condition)
         broken(promise);
 }
 
-/// The action throws nothing, and gives back the memory that it takes.
+/// Checks that the action does not throw and frees all memory that it allocates.
 template <class Action>
-void hold_in_action(Action &&action)
+void expect_clean_run(Action &&action)
 {
-    // What a process makes once, at first use, is made in the first runs.
+    // The first runs may allocate what the process keeps for its whole life.
     constexpr int runs = 3;
     std::ptrdiff_t left = 0;
     for (int run = 0; run < runs; ++run) {
@@ -34,15 +34,15 @@ void hold_in_action(Action &&action)
         try {
             action();
         } catch (std::exception const &error) {
-            broken(std::string("an exception came out: ") + error.what());
+            broken(std::string("an exception was thrown: ") + error.what());
         } catch (...) {
-            broken("an exception came out");
+            broken("an exception was thrown");
         }
         left = test::live_blocks() - before;
         if (left == 0)
             return;
     }
-    broken(std::to_string(left) + " blocks of memory are left");
+    broken(std::to_string(left) + " blocks of memory were not freed");
 }
 
 } // namespace tarnwick::fuzz

@@ -5,7 +5,7 @@
 
 namespace tarnwick::fuzz {
 
-/// Numbers of little quality, at little cost: one is made for each input. (splitmix64)
+/// A cheap generator of random numbers (splitmix64), since each input needs a new one.
 class Random {
 public:
     explicit Random(std::uint32_t seed)

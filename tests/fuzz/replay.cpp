@@ -1,5 +1,5 @@
-// Replays a target's committed inputs: `fuzz_replay TARGET FOLDER...`. Builds with any compiler. A broken promise aborts
-// the process; the last line printed before it is the name of the input.
+// Replays a target's committed inputs: `fuzz_replay TARGET FOLDER...`. Builds with any compiler. A broken promise
+// aborts the process; the last line printed before it is the name of the input.
 
 #include "fuzz/target.h"
 

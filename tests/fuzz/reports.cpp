@@ -1,4 +1,4 @@
-// Every message that a record is made of: all records of it that there are.
+// Fuzz targets: every message that records are built from, with all of its records.
 
 #include "fuzz/message_inputs.h"
 #include "fuzz/naive_text.h"
@@ -27,8 +27,8 @@ using google::protobuf::Message;
 using test::Constructor;
 using test::RecordContent;
 
-/// The texts of a message, which it then holds by their numbers instead: what a record has of a text can be held against
-/// what was sent in its place.
+/// Replaces each text of a message by its number, and keeps the texts. A number in a record then identifies the text
+/// that belongs there.
 class NumberedTexts {
 public:
     void number(Message &message)
@@ -37,8 +37,8 @@ public:
         number_in(message);
     }
     [[nodiscard]] bool empty() const { return texts_.empty(); }
-    /// What was sent in the place of a number. What was never numbered is no text of the message, but of the connections and
-    /// transactions that a constructor takes along, or empty.
+    /// Returns the text of a number. Other texts are empty, or belong to the connections and transactions that a
+    /// constructor takes as arguments.
     [[nodiscard]] std::optional<std::string_view> at(std::string_view number) const
     {
         if (!number.starts_with(numbered))
@@ -46,7 +46,7 @@ public:
         auto const *const end = number.data() + number.size();
         std::size_t index = texts_.size();
         auto const [read, error] = std::from_chars(number.data() + 1, end, index);
-        hold(error == std::errc() && read == end && index < texts_.size(), "a text is whole, and no more than itself");
+        expect(error == std::errc() && read == end && index < texts_.size(), "a text is complete, without additions");
         return texts_[index];
     }
 
@@ -74,7 +74,7 @@ private:
         }
     }
 
-    // An empty text stays empty: records ask for that.
+    // An empty text stays empty, since records test for that.
     std::string number_of(std::string text)
     {
         if (text.empty())
@@ -83,7 +83,7 @@ private:
         return numbered + std::to_string(texts_.size() - 1);
     }
 
-    // Of a header the name is a text, and the value.
+    // The name and the value of a header are two texts.
     std::string number_of_line(std::string line)
     {
         auto const colon = line.find(": ");
@@ -98,20 +98,20 @@ private:
     std::vector<std::string> texts_;
 };
 
-/// Where the record of the numbered message has a number, the record of the message has what was sent there: in a text
-/// decoded, in bytes as it was.
-void hold_texts(RecordContent const &content, RecordContent const &numbered, NumberedTexts const &sent)
+/// Checks that the record of the message has each text where the record of the numbered message has its number: decoded
+/// in texts, unchanged in bytes.
+void expect_texts(RecordContent const &content, RecordContent const &numbered, NumberedTexts const &sent)
 {
-    hold(content.structure() == numbered.structure(), "numbers and kinds do not depend on what is in a text");
+    expect(content.structure() == numbered.structure(), "numbers and kinds do not depend on texts");
     for (std::size_t i = 0; i < content.texts().size(); ++i) {
         auto const number = numbered.texts()[i];
         auto const bytes = sent.at(number.toUtf8().toStdString());
-        hold(bytes ? content.texts()[i] == QStringView(naive_text(*bytes)) : content.texts()[i] == number,
-             "a text is what a naive decoder makes of it");
+        expect(bytes ? content.texts()[i] == QStringView(naive_text(*bytes)) : content.texts()[i] == number,
+             "a text is what the reference decoder returns");
     }
     for (std::size_t i = 0; i < content.byte_strings().size(); ++i) {
         auto const number = numbered.byte_strings()[i];
-        hold(content.byte_strings()[i] == sent.at(number).value_or(number), "bytes are as they came");
+        expect(content.byte_strings()[i] == sent.at(number).value_or(number), "bytes are unchanged");
     }
 }
 
@@ -144,7 +144,7 @@ public:
         auto const &constructors = found->second;
         if (constructors.front()->prototype == nullptr) {
             for (auto const *constructor : constructors)
-                hold_in_action([&] { check_of_bytes(*constructor, parts.bytes); });
+                expect_clean_run([&] { check_of_bytes(*constructor, parts.bytes); });
             return true;
         }
         auto const *const message = inputs_.parsed(input);
@@ -154,7 +154,7 @@ public:
         numbered.CopyFrom(*message);
         texts_.number(numbered);
         for (auto const *constructor : constructors)
-            hold_in_action([&] { check_of_message(*constructor, *message, numbered); });
+            expect_clean_run([&] { check_of_message(*constructor, *message, numbered); });
         return true;
     }
 
@@ -171,27 +171,27 @@ private:
     {
         constructor.build_from_message(message, first_);
         constructor.build_from_message(message, second_);
-        hold(first_ == second_, "two records of one message are equal");
+        expect(first_ == second_, "two records of one message are equal");
         if (texts_.empty())
             return;
         constructor.build_from_message(numbered, second_);
-        hold_texts(first_, second_, texts_);
+        expect_texts(first_, second_, texts_);
     }
 
     void check_of_bytes(Constructor const &constructor, std::string_view bytes)
     {
         constructor.build_from_bytes(bytes, first_);
         constructor.build_from_bytes(bytes, second_);
-        hold(first_ == second_, "two records of one message are equal");
+        expect(first_ == second_, "two records of one message are equal");
         auto const &chunks = first_.byte_strings();
         if (bytes.size() <= skip_ && skip_ > 0)
-            return hold(chunks.size() == 0, "a message with nothing behind its beginning has no chunk");
-        hold(chunks.size() == 1 && chunks[0] == bytes.substr(skip_), "a chunk is a message up to its end");
+            return expect(chunks.size() == 0, "a message with nothing after the skipped bytes has no chunk");
+        expect(chunks.size() == 1 && chunks[0] == bytes.substr(skip_), "a chunk is the rest of the message");
     }
 
     std::vector<Constructor> const constructors_ = test::constructors();
-    std::size_t const skip_;                                                       ///< bytes in front of a chunk
-    std::map<std::string, std::vector<Constructor const *>, std::less<>> by_name_; ///< by the class of what they read
+    std::size_t const skip_;                                                       ///< bytes before a chunk
+    std::map<std::string, std::vector<Constructor const *>, std::less<>> by_name_; ///< by the class of their message
     MessageInputs inputs_;
     NumberedTexts texts_;
     RecordContent first_;

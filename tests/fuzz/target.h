@@ -9,18 +9,18 @@
 
 namespace tarnwick::fuzz {
 
-/// Changes bytes in place, without knowing what they mean, and gives their new number: libFuzzer's own.
+/// libFuzzer's own mutation: changes bytes in place, without knowing their format, and returns their new number.
 using MutateBytes = std::size_t (*)(std::uint8_t *bytes, std::size_t size, std::size_t max_size);
 
-/// What is fuzzed: how an input is run, and how others are made of it that still mean something.
+/// A fuzz target: how to check an input, and how to derive other inputs that still parse.
 struct Target {
     std::string_view name;
-    /// Whether the input parses. A broken promise ends the process with a word about it.
+    /// Returns whether the input parses. A broken promise aborts the process with a message.
     bool (*check)(std::string_view input);
     std::string (*mutated)(std::string_view input, std::uint32_t seed, MutateBytes mutate_bytes);
-    /// The input, with something of the other in it.
+    /// Returns the input with parts of the other input.
     std::string (*crossed)(std::string_view input, std::string_view other, std::uint32_t seed);
-    /// What inputs can be of, which is their first line. Each must have one among the committed inputs.
+    /// The message classes of the target; the first line of an input is its class. Each must have a committed input.
     std::vector<std::string_view> (*classes)() = [] { return std::vector<std::string_view>(); };
 };
 

@@ -1,13 +1,13 @@
 """Finds the small changes that can be made to a C++ source in the style of this project.
 
-A change is a piece of the text and what takes its place. Lines are as clang-format leaves them: operators of two
-operands stand between blanks, a statement or an item of a constructor's list mostly has a line of its own.
+A change replaces a piece of the text. The patterns rely on clang-format: binary operators have a space on both sides,
+and most statements and constructor initialisers have a line of their own.
 """
 
 import re
 import typing
 
-# A number comes first, so that the quotes in 1'000 begin no character.
+# A number comes first, so that the quotes in 1'000 do not start a character literal.
 TOKEN = re.compile(
     r"""(?P<number>\b\d[\d']*)|(?P<text>\bu?"(?:\\.|[^"\\\n])+"|"(?:\\.|[^"\\\n])+"|u?'(?:\\.|[^'\\\n])')"""
     r"""|R"\(.*?\)"|""|//[^\n]*|/\*.*?\*/|^[ \t]*\#[^\n]*""",
@@ -42,7 +42,7 @@ CONDITION = re.compile(r"\bif \((?P<condition>[^;{}\n]*?)\)(?: \{)?$", re.MULTIL
 
 
 class Change(typing.NamedTuple):
-    """What stands from `start` to `end` of a text becomes `new`."""
+    """Replaces a text from `start` to `end` by `new`."""
 
     kind: str
     start: int
@@ -50,7 +50,7 @@ class Change(typing.NamedTuple):
     new: str
 
 
-# Says what compiles, nothing of what happens then.
+# A concept decides what compiles, not what the code does.
 CONCEPT = re.compile(r"^concept \w+ =.*?;$(?!\n +)", re.MULTILINE | re.DOTALL)
 
 
@@ -59,13 +59,13 @@ def blank(text):
 
 
 def code_of(text):
-    """The text with blanks for all that is no code; each place stays where it is."""
+    """The text with blanks for strings, comments, directives and concepts. Offsets stay the same."""
     code = TOKEN.sub(lambda token: token[0] if token["number"] else blank(token[0]), text)
     return CONCEPT.sub(lambda concept: blank(concept[0]), code)
 
 
 def changes(text, alternatives):
-    """All changes to a text. `alternatives`: {qualifier: names that stand behind it}, as `enumerators` finds them."""
+    """All changes to a text. `alternatives` is {qualifier: names that follow it}, as returned by `enumerators`."""
     code = code_of(text)
     found = [*constants(text), *operators(code), *tests(code), *ternaries(text, code), *arguments(text, code)]
     found += [*enumerations(code, alternatives), *lines(text, code)]
@@ -113,7 +113,7 @@ def tests(code):
 
 
 def closing(code, place, ends):
-    """The first of `ends` behind `place` that stands in no bracket opened behind it."""
+    """The position of the first of `ends` after `place` at the same bracket depth."""
     depth = 0
     for at in range(place, len(code)):
         if depth == 0 and code.startswith(ends, at):
@@ -158,7 +158,7 @@ QUALIFIED = re.compile(
 
 
 def enumerators(codes):
-    """{qualifier: the names that stand behind it somewhere in these sources}"""
+    """{qualifier: the names that follow it in these sources}"""
     known = {}
     for code in codes:
         for token in QUALIFIED.finditer(code):
@@ -170,7 +170,7 @@ def enumerations(code, alternatives):
     own = enumerators([code])
     for token in QUALIFIED.finditer(code):
         qualifier = token["qualifier"]
-        # Of a name that many sources give to something of their own, those of this source.
+        # Several sources may use a qualifier for different things, so the names of this source take precedence.
         names = sorted(own[qualifier] if len(own[qualifier]) > 1 else alternatives[qualifier])
         if len(names) < 2 or qualifier == "std" or code[: token.start()].endswith("case "):
             continue
@@ -179,12 +179,12 @@ def enumerations(code, alternatives):
 
 
 def lines(text, code):
-    """Lines taken out, and what neighbours hold exchanged."""
+    """Yields removals of lines, and swaps of adjacent lines or their values."""
     start, rows = 0, []
     for row in text.splitlines(keepends=True):
         rows.append((start, row.rstrip("\n"), code[start : start + len(row)].rstrip("\n")))
         start += len(row)
-    # A constructor is declared like a call.
+    # The declaration of a constructor looks like a call.
     classes = "|".join(re.findall(r"\b(?:class|struct) (?:[A-Z]\w* )?(\w+)", code)) or "-"
     is_declaration = re.compile(rf" *(?:{classes})\(|.*\) (?:const|noexcept|=)")
     labels = []
@@ -218,7 +218,7 @@ def lines(text, code):
         elif calls or REMOVABLE.match(bare):
             yield Change("removal", start, end, ";")
 
-        # Labels of one switch stand at one depth, with nothing that is less deep between them.
+        # The labels of one switch have the same indentation, and no line between them has less.
         indent = len(row) - len(row.lstrip())
         if label := LABEL.match(row):
             if labels and labels[-1][1] == indent:

@@ -9,10 +9,9 @@ A changed header affects every source that includes it. To save time, the first 
 with the header's name and links their objects first, so that their copies of inline functions are used. Most mutants
 are killed there. No change moves a data member, so these objects are compatible with the others.
 
-survivors.tsv lists survivors with a reason: `same` if no caller can see a difference, otherwise `open`. The script fails
-if a survivor is not listed, or if the tests kill less than 95% of the mutants that change behaviour. It prints the share
-of all mutants too. A successful run of the default size writes its figures to docs/figures/mutation.md, any other run to
-the build tree.
+survivors.tsv lists survivors with a reason: `same` if no caller can see a difference, otherwise `open`. The script
+fails if a survivor is not listed, or if the tests kill less than 95% of the mutants that change behaviour. A successful
+run of the default size writes its figures to docs/figures/mutation.md, any other run to the build tree.
 """
 
 import argparse
@@ -37,7 +36,8 @@ import candidates
 DEFAULT_COUNT = 250
 LEAST_KILLED = 0.95
 PROGRAMS = ("tarnwick_tests", "program_tests")
-# Leaves out tests of large reports and files, which take nine tenths of the time. They run only for files of their name.
+# Leaves out tests of large reports and files, which take nine tenths of the time. They run only for files of their
+# name.
 QUICK = (
     "-Hostile.*:HostileArray.*:HostileWidth/*:Chain.of_*:Chain.that_*:SqlTransactionChain.is_*"
     ":ConfigFileOnRandomFiles.*"
@@ -50,7 +50,7 @@ sources = repository / "libs/tarnwick"
 
 
 class Build:
-    """A build tree: the commands that compile each source, its includes, and the commands that link library and tests."""
+    """A build tree: the includes of each source, and the commands that compile sources and link library and tests."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -182,7 +182,8 @@ class Trial:
     def naming(self, link, file):
         """The objects whose sources include a header directly."""
         include = f"#include <{file.relative_to(sources.parent)}>"
-        return [output for output in self.build.depending(link, file) if include in self.build.source(output).read_text()]
+        source = self.build.source
+        return [output for output in self.build.depending(link, file) if include in source(output).read_text()]
 
     def steps(self, file):
         """Yields the steps of a trial: (objects of the library, test program, its objects, filter of its tests)"""
@@ -319,7 +320,7 @@ def main():
     arguments.add_argument("--kinds", help="only changes of these kinds, such as comparison,has-bit")
     arguments.add_argument("--files", default="", help="only files whose path contains this")
     arguments.add_argument("--jobs", type=int, default=os.cpu_count())
-    arguments.add_argument("--known", type=pathlib.Path, help="output of an interrupted run with the same seed, to continue it")
+    arguments.add_argument("--known", type=pathlib.Path, help="output of an interrupted run of this seed, to continue")
     given = arguments.parse_args()
 
     trial = Trial(Build(repository / "build/mutation"))
