@@ -1,7 +1,5 @@
 #include <pcommon/plogger.h>
 
-#include "support/table.h"
-
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -26,9 +24,6 @@
 
 namespace {
 
-using tarnwick::test::by_name;
-using tarnwick::test::Named;
-
 static_assert(std::is_same_v<std::underlying_type_t<PLogger::Level>, std::int8_t>);
 static_assert(static_cast<int>(PLogger::Level::info) == 3);
 static_assert(static_cast<int>(PLogger::Level::debug) == 5);
@@ -50,7 +45,7 @@ protected:
     PLogger &logger = PLogger::instance();
 };
 
-// Counts the calls and stores the text.
+// Counts writes and flushes, and stores the text.
 class CountingBuffer : public std::streambuf {
 public:
     std::string text;
@@ -85,12 +80,12 @@ TEST_F(PLoggerTest, starts_at_level_three_without_output)
     EXPECT_EQ(output_at_start, nullptr);
 }
 
-TEST_F(PLoggerTest, is_one_object)
+TEST_F(PLoggerTest, instance_is_a_singleton)
 {
     EXPECT_EQ(&PLogger::instance(), &PLogger::instance());
 }
 
-TEST_F(PLoggerTest, returns_the_level_that_was_set)
+TEST_F(PLoggerTest, set_level_changes_the_level)
 {
     for (int const level : {-128, -1, 0, 2, 3, 5, 127}) {
         logger.set_level(static_cast<std::int8_t>(level));
@@ -98,7 +93,7 @@ TEST_F(PLoggerTest, returns_the_level_that_was_set)
     }
 }
 
-TEST_F(PLoggerTest, returns_the_output_that_was_set)
+TEST_F(PLoggerTest, set_output_changes_the_output)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -116,9 +111,9 @@ struct LineRow {
     std::string_view expected;
 };
 
-class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<Named<LineRow>> {};
+class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<LineRow> {};
 
-TEST_P(PLoggerLine, is_level_place_and_message)
+TEST_P(PLoggerLine, has_level_place_and_message)
 {
     LineRow const &row = GetParam();
     std::ostringstream stream;
@@ -141,9 +136,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LineRow{"largest_line_number", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
                     LineRow{"utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
                     LineRow{"embedded_nul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
-                    LineRow{"part_of_a_longer_text", 3, "f", 2, "message and more"sv.substr(0, 7),
-                            "3 f:2 message\n"sv}),
-    by_name);
+                    LineRow{"part_of_a_longer_text", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
+    [](auto const &row) { return row.param.name; });
 
 TEST_F(PLoggerTest, writes_nothing_without_output)
 {
@@ -156,7 +150,7 @@ TEST_F(PLoggerTest, writes_nothing_without_output)
     EXPECT_EQ(buffer.flushes, 0);
 }
 
-TEST_F(PLoggerTest, does_not_filter_by_level)
+TEST_F(PLoggerTest, println_ignores_the_level)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -165,7 +159,7 @@ TEST_F(PLoggerTest, does_not_filter_by_level)
     EXPECT_EQ(stream.view(), "5 f:1 m\n");
 }
 
-TEST_F(PLoggerTest, writes_a_line_in_one_piece_and_flushes_it)
+TEST_F(PLoggerTest, writes_a_line_with_one_call_and_flushes_it)
 {
     for (std::size_t const size : {std::size_t{0}, std::size_t{10}, std::size_t{100'000}}) {
         CountingBuffer buffer;
@@ -179,7 +173,7 @@ TEST_F(PLoggerTest, writes_a_line_in_one_piece_and_flushes_it)
     }
 }
 
-TEST_F(PLoggerTest, ignores_the_formatting_state_of_the_stream)
+TEST_F(PLoggerTest, ignores_the_format_flags_of_the_stream)
 {
     std::ostringstream stream;
     stream << std::hex << std::showbase;
@@ -194,7 +188,7 @@ protected:
     std::streamsize xsputn(char const *, std::streamsize) override { return 0; }
 };
 
-TEST_F(PLoggerTest, propagates_the_exception_of_a_stream_and_stays_usable)
+TEST_F(PLoggerTest, propagates_an_exception_of_the_stream_and_stays_usable)
 {
     FailingBuffer buffer;
     std::ostream broken(&buffer);
@@ -202,7 +196,7 @@ TEST_F(PLoggerTest, propagates_the_exception_of_a_stream_and_stays_usable)
     logger.set_output(&broken);
     EXPECT_THROW(logger.println(PLogger::Level::info, "f", 1, "lost"), std::ios::failure);
 
-    // In another thread, so that a lock that stays locked fails the test instead of blocking it.
+    // In another thread, so that a lock that was not released fails the test instead of blocking it.
     std::ostringstream stream;
     std::promise<void> written;
     std::thread([&] {
@@ -214,7 +208,7 @@ TEST_F(PLoggerTest, propagates_the_exception_of_a_stream_and_stays_usable)
     EXPECT_EQ(stream.view(), "3 f:2 m\n");
 }
 
-// Writes one character at a time and yields between them, so that unsynchronised writers interleave.
+// Stores one character at a time and yields after each, so that concurrent writers mix their lines.
 class SlowBuffer : public std::streambuf {
 public:
     std::string text;
@@ -263,7 +257,7 @@ TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
         EXPECT_EQ(next[std::string(20, static_cast<char>('a' + thread))], lines);
 }
 
-TEST_F(PLoggerTest, level_and_output_can_change_while_other_threads_log)
+TEST_F(PLoggerTest, level_and_output_may_change_while_other_threads_log)
 {
     std::array<std::unique_ptr<std::ostringstream>, 2> streams{std::make_unique<std::ostringstream>(),
                                                                std::make_unique<std::ostringstream>()};
@@ -294,17 +288,17 @@ TEST_F(PLoggerTest, level_and_output_can_change_while_other_threads_log)
     }
 }
 
-// Blocks inside a write until it is released.
+// Blocks in a write until it is released.
 class StuckBuffer : public std::streambuf {
 public:
     std::latch entered{1};
-    std::latch let_go{1};
+    std::latch release{1};
 
 protected:
     std::streamsize xsputn(char const *, std::streamsize size) override
     {
         entered.count_down();
-        let_go.wait();
+        release.wait();
         return size;
     }
 };
@@ -323,22 +317,22 @@ protected:
     std::jthread writer;
 };
 
-TEST_F(PLoggerStuckTest, reading_and_the_level_do_not_wait_for_a_line)
+TEST_F(PLoggerStuckTest, getters_and_set_level_do_not_wait_for_a_line)
 {
     auto const done = std::async(std::launch::async, [this] {
         logger.set_level(1);
         return logger.level() == 1 && logger.output() == &stream;
     });
     EXPECT_EQ(done.wait_for(std::chrono::seconds(20)), std::future_status::ready);
-    buffer.let_go.count_down();
+    buffer.release.count_down();
 }
 
-TEST_F(PLoggerStuckTest, removing_the_output_waits_for_the_line_being_written)
+TEST_F(PLoggerStuckTest, set_output_waits_for_the_line_being_written)
 {
-    auto const taken = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
-    EXPECT_EQ(taken.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
-    buffer.let_go.count_down();
-    EXPECT_EQ(taken.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    auto const removed = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
+    EXPECT_EQ(removed.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    buffer.release.count_down();
+    EXPECT_EQ(removed.wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 } // namespace
