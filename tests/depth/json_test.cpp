@@ -1,5 +1,5 @@
-// JSON as deep as Qt reads it: made a value, written into a message and released. Qt calls itself for each level, and takes
-// somewhat less than 512 KiB of stack for the deepest.
+// The bridge reads, writes and releases JSON that is nested as deep as Qt reads it. Qt recurses for each level, which
+// takes somewhat less than 512 KiB of stack at the limit.
 
 #include "support/small_stack.h"
 #include "support/table.h"
@@ -21,10 +21,10 @@ namespace {
 
 using rpc::php::v1::ZVal;
 
-constexpr int deepest = 1024; // levels, as Qt has it
+constexpr int deepest = 1024; // Qt's limit of levels
 constexpr auto stack = 2 * small_stack;
 
-/// How values lie in each other: what opens and closes a level.
+/// A way to nest values: the text that opens a level, and the text that closes it.
 struct Nesting {
     char const *name;
     std::string open;
@@ -52,7 +52,7 @@ protected:
     }
 };
 
-TEST_P(JsonDepth, up_to_what_qt_reads_fits_a_small_stack)
+TEST_P(JsonDepth, up_to_the_limit_of_qt_fits_a_small_stack)
 {
     auto const sent = message(deepest);
     std::string written;
@@ -67,7 +67,7 @@ TEST_P(JsonDepth, up_to_what_qt_reads_fits_a_small_stack)
     EXPECT_EQ(written, sent.json_value());
 }
 
-TEST_P(JsonDepth, beyond_that_is_no_value)
+TEST_P(JsonDepth, beyond_the_limit_of_qt_is_no_value)
 {
     for (auto const depth : {deepest + 1, deepest + 2, 1'000'000}) {
         auto const sent = message(depth);

@@ -1,4 +1,4 @@
-// The limit of how deep messages may lie in each other, at its edge, on a small stack: what the program makes of reports.
+// The program reads reports up to the limit of nested messages on a small stack, and rejects deeper ones.
 
 #include "support/small_stack.h"
 #include "support/table.h"
@@ -27,7 +27,7 @@ using rpc::php::v1::PelorinObject;
 using rpc::php::v1::PelorinResource;
 using rpc::php::v1::ZVal;
 
-/// How values lie in each other: the fields on the way from the one to the other.
+/// A way to nest values: the fields from one value to the next.
 struct Nesting {
     char const *name;
     std::vector<int> fields;
@@ -65,13 +65,13 @@ TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
         auto const of_limit = feed(limit, json);
         EXPECT_EQ(of_limit.fault, std::nullopt);
         EXPECT_THAT(of_limit.printed, testing::HasSubstr("php.Superglobals"));
-        // All levels of it.
+        // With all levels.
         auto const levels = (limit - 4) / GetParam().fields.size();
         EXPECT_GT(of_limit.printed.size(), feed(limit / 2, json).printed.size() + levels / 2);
     }
 }
 
-TEST_P(ReportDepth, beyond_the_limit_is_told_on_a_small_stack)
+TEST_P(ReportDepth, beyond_the_limit_is_a_fault_on_a_small_stack)
 {
     for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
         auto const beyond = feed(depth, true);

@@ -1,5 +1,6 @@
-// Values as deep as a report may hold them, on a small stack: built, copied, compared, printed, written back and released.
-// This program is optimised as the library is: other tests take more stack for the same.
+// Values nested up to the limit of a report are built, copied, compared, printed, written back and released on a small
+// stack. These tests are a program of their own because it must be optimised like the library: at -O0 they need more
+// stack.
 
 #include "support/php_values.h"
 #include "support/small_stack.h"
@@ -27,10 +28,10 @@ namespace {
 using namespace data::php;
 using RpcValue = rpc::php::v1::ZVal;
 
-/// This many messages may lie in each other in a report that the program reads.
+/// The program reads reports that nest messages up to this depth.
 constexpr int max_depth = 1000;
 
-/// How a value lies in a value, and how many messages that takes.
+/// A way to nest values: the number of messages per level, and the function that adds a level.
 struct Nesting {
     char const *name;
     int messages;
@@ -60,7 +61,7 @@ protected:
     }
 };
 
-TEST_P(ValuesAtTheLimit, take_a_small_stack_for_all_that_can_be_done_with_them)
+TEST_P(ValuesAtTheLimit, need_only_a_small_stack)
 {
     auto const wire = bytes();
     std::string text;
@@ -77,7 +78,7 @@ TEST_P(ValuesAtTheLimit, take_a_small_stack_for_all_that_can_be_done_with_them)
         copy->to_protobuf(target);
         written = target.SerializeAsString();
         EXPECT_EQ(null_handles(*copy), 0U);
-        copy.reset(); // with the last handle, the whole tree
+        copy.reset(); // the last handle releases the whole tree
     });
     EXPECT_EQ(written, wire);
     EXPECT_NE(text.find('7'), std::string::npos);

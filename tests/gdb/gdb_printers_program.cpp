@@ -1,4 +1,4 @@
-// Values for the debugger to print; see print_values.gdb.
+// Values that the debugger prints (print_values.gdb).
 
 #include <tarnwick/data/php/zval.h>
 

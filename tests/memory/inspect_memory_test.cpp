@@ -1,4 +1,4 @@
-// How much memory `tarnwick inspect` takes for the largest frames, and how it ends where there is less.
+// The memory that `tarnwick inspect` needs for the largest frames, and its exit when there is less.
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
@@ -29,7 +29,7 @@ using pelorin::protobuf::Glimmet::RawPostData;
 using pelorin::protobuf::Glimmet::SqlQueries;
 using pelorin::protobuf::Glimmet::SqlQuery;
 
-/// A frame that is one long string or chunk: a unit of a few bytes, repeated.
+/// A frame with one long string or chunk: a unit of a few bytes, repeated.
 struct LargeFrame {
     std::string name;
     std::size_t size;        ///< of all units
@@ -38,7 +38,7 @@ struct LargeFrame {
     std::string unit = "x";
     std::string json_unit = "x";         ///< the unit in JSON
     std::size_t text_size = unit.size(); ///< of the unit in text, in bytes
-    // NOLINTBEGIN(readability-redundant-member-init): rows leave them out
+    // NOLINTBEGIN(readability-redundant-member-init): rows omit them
     std::string frame_start = {};  ///< fields of the frame before its report
     std::string string_start = {}; ///< bytes of the string before its units
     // NOLINTEND(readability-redundant-member-init)
@@ -52,7 +52,7 @@ std::string repeated(std::string_view unit, std::size_t times)
     return text;
 }
 
-/// The frame of so many bytes of units, with its length, up to its first unit.
+/// Returns the start of a frame with `size` bytes of units: its length and everything before the first unit.
 std::string head(LargeFrame const &frame, std::size_t size)
 {
     auto head = frame.string_start;
@@ -62,7 +62,7 @@ std::string head(LargeFrame const &frame, std::size_t size)
     return varint(head.size() + size) + head;
 }
 
-/// Writes the frame to the program from a thread.
+/// Starts a thread that writes the frame to the program.
 std::jthread write(Program &program, LargeFrame const &frame, std::size_t size)
 {
     return std::jthread([&program, &frame, size] {
@@ -74,7 +74,7 @@ std::jthread write(Program &program, LargeFrame const &frame, std::size_t size)
     });
 }
 
-/// Reads what the program prints. True if that is `before`, `count` units and `after`.
+/// Reads the output of the program. Returns whether it is `before`, `count` units and `after`.
 bool prints(Program &program, std::string_view before, std::string_view unit, std::size_t count, std::string_view after)
 {
     constexpr std::size_t block_size = 65'536;
@@ -114,10 +114,10 @@ protected:
     }
 };
 
-TEST_P(LargeFrames, take_a_small_multiple_of_their_size_as_json)
+TEST_P(LargeFrames, need_a_small_multiple_of_their_size_as_json)
 {
     auto const &frame = GetParam();
-    // One unit has the same members around it, but for its size.
+    // The output for one unit has the same members before and after the unit, except its size.
     auto one = inspect({"--format=jsonl"}, head(frame, frame.unit.size()) + frame.unit).out;
     auto const size = fmt::format("\"size\":{}", frame.unit.size());
     if (auto const found = one.find(size); found != std::string::npos)
@@ -133,7 +133,7 @@ TEST_P(LargeFrames, take_a_small_multiple_of_their_size_as_json)
     expect_memory(program.finish(), "jsonl");
 }
 
-TEST_P(LargeFrames, take_a_small_multiple_of_their_size_as_text)
+TEST_P(LargeFrames, need_a_small_multiple_of_their_size_as_text)
 {
     auto const &frame = GetParam();
     Program program({.arguments = {"inspect", "--format=text"}});
@@ -145,7 +145,7 @@ TEST_P(LargeFrames, take_a_small_multiple_of_their_size_as_text)
     expect_memory(outcome, "text");
 }
 
-/// About the least address space in which a small report is printed.
+/// Returns the least address space, to the nearest megabyte, in which a small report is printed.
 rlim_t least_address_space()
 {
     rlim_t least = 0;
@@ -155,8 +155,8 @@ rlim_t least_address_space()
     return least;
 }
 
-// From there to the least address space for the large frame.
-TEST_P(LargeFrames, end_with_a_message_where_memory_is_short)
+// Raises the address space until the large frame is printed.
+TEST_P(LargeFrames, without_enough_memory_end_with_a_message)
 {
     auto const &frame = GetParam();
     constexpr std::size_t size = 18'000'000;
@@ -201,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(
                                .json_unit = "////",
                                .frame_start = varint(Frame::kSkipFieldNumber << 3) + varint(1),
                                .string_start = "s"},
-                    // Six bytes for each overflow a count of 32 bits.
+                    // Six output bytes for each input byte overflow 32 bits.
                     LargeFrame{.name = "chunk_of_a_sixth_of_4_gib",
                                .size = 716'000'000,
                                .most_memory = 2.5,

@@ -1,27 +1,27 @@
-# What a configure run says of what it does not find: a table of refusals, each row a run of its own.
+# Messages of configure runs that miss a dependency. Each row is a configure run that must fail.
 
 include(CMakePackageConfigHelpers)
 
-# tarnwick_refusal(NAME SOURCE folder OPTIONS option... [ENVIRONMENT NAME=value...] SAYS text...)
+# tarnwick_refusal(NAME SOURCE folder OPTIONS option... [ENVIRONMENT NAME=value...] MESSAGES text...)
 function(tarnwick_refusal name)
-    cmake_parse_arguments(row "" SOURCE "OPTIONS;ENVIRONMENT;SAYS" ${ARGN})
+    cmake_parse_arguments(row "" SOURCE "OPTIONS;ENVIRONMENT;MESSAGES" ${ARGN})
     add_test(NAME packaging.refusal.${name} COMMAND ${CMAKE_COMMAND}
         "-DGENERATOR=${CMAKE_GENERATOR}" "-DSOURCE=${row_SOURCE}" "-DBUILD=${work}/refusal/${name}"
-        "-DOPTIONS=-DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER};${row_OPTIONS}" "-DSAYS=${row_SAYS}"
+        "-DOPTIONS=-DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER};${row_OPTIONS}" "-DMESSAGES=${row_MESSAGES}"
         -P ${here}/refusal.cmake)
     set_tests_properties(packaging.refusal.${name} PROPERTIES ENVIRONMENT "${row_ENVIRONMENT}")
 endfunction()
 
-# The lines are all that is named, no more and no less.
+# The message must have exactly these lines.
 function(tarnwick_dependency_refusal name)
     cmake_parse_arguments(row "" "" "OPTIONS;ENVIRONMENT;LINES" ${ARGN})
     list(JOIN row_LINES " " lines)
     tarnwick_refusal(${name} SOURCE ${PROJECT_SOURCE_DIR} OPTIONS ${row_OPTIONS} ENVIRONMENT ${row_ENVIRONMENT}
-        SAYS "Missing to build tarnwick: ${lines} ./dev build")
+        MESSAGES "Missing to build tarnwick: ${lines} ./dev build")
 endfunction()
 
-# The prefix of a package that gives its version and nothing else. The real one is to be ignored with it, also by
-# the name that it has where /lib is a link to /usr/lib.
+# Creates a prefix with a package that has only an old version. The options make CMake ignore the real package, even if
+# /lib is a link to /usr/lib.
 function(tarnwick_old_package package version options_variable)
     set(folder ${work}/old/${package}/lib/cmake/${package})
     file(WRITE ${folder}/${package}Config.cmake "message(FATAL_ERROR \"A package that is too old was loaded\")\n")
@@ -48,7 +48,7 @@ set(zeromq "ZeroMQ 4.3 or later (Debian: libzmq3-dev)")
 tarnwick_dependency_refusal(no_qt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON LINES ${qt})
 tarnwick_dependency_refusal(no_fmt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON LINES ${fmt})
 tarnwick_dependency_refusal(no_protobuf OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_protobuf=ON LINES ${protobuf})
-# Programs are looked for in an empty place, but for those that are named.
+# CMake searches programs in an empty folder, except the ones named here.
 tarnwick_dependency_refusal(no_protoc LINES ${protobuf}
     OPTIONS -DCMAKE_FIND_ROOT_PATH=${work}/none -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=ONLY
         -DCMAKE_MAKE_PROGRAM=${CMAKE_MAKE_PROGRAM} -DPKG_CONFIG_EXECUTABLE=${PKG_CONFIG_EXECUTABLE})
@@ -80,7 +80,7 @@ tarnwick_dependency_refusal(everything_at_once
 
 tarnwick_refusal(no_installed_neighbours SOURCE ${PROJECT_SOURCE_DIR}
     OPTIONS -DTARNWICK_BUNDLED_PCOMMON=OFF -DTARNWICK_BUNDLED_PMSG=OFF -DTARNWICK_BUNDLED_PRPC=OFF
-    SAYS "No installed libpcommon was found: libpcommon.so and <pcommon/plogger.h> are wanted."
+    MESSAGES "No installed libpcommon was found: libpcommon.so and <pcommon/plogger.h> are wanted."
         "set TARNWICK_BUNDLED_PCOMMON=ON to build it here"
         "No installed libpmsg was found: libpmsg.so and <pelorin/protobuf/PelorinPHP/zval.pb.h> are wanted."
         "No installed libprpc was found: libprpc.so and <tarnwick/rpc/php/v1/zval.pb.h> are wanted.")

@@ -5,7 +5,7 @@ set -euo pipefail
 library=$1 list=$2
 
 wanted=$(grep -v '^#' "$list" | LC_ALL=C sort -u)
-[ -n "$wanted" ] || { echo "$list names no operation"; exit 1; }
+[ -n "$wanted" ] || { echo "$list has no operations"; exit 1; }
 exported=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- | LC_ALL=C sort -u)
 missing=$(LC_ALL=C comm -23 <(echo "$wanted") <(echo "$exported"))
 if [ -n "$missing" ]; then

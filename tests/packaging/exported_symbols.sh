@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares what a shared library exports with a list: exported_symbols.sh LIBRARY LIST
+# Compares the exported symbols of a shared library with a list: exported_symbols.sh LIBRARY LIST
 set -euo pipefail
 library=$1 list=$2
 
@@ -8,8 +8,8 @@ exported=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- | LC_ALL=C sort -
 if ! diff -u --label "$list" --label "$library" "$list" - <<<"$exported"; then
     cat <<TEXT
 
-What $library exports (+) is not what the list says (-). Programs that were linked before miss what is gone.
-Where the change is meant, renew the list:
+The symbols of $library (+) differ from the list (-). Programs linked with an older version need the symbols that are
+missing. If the change is intended, update the list:
 
     nm -DC --defined-only '$library' | cut -d ' ' -f 3- | LC_ALL=C sort -u >'$list'
 TEXT

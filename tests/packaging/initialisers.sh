@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Fails when loading a shared library runs an initialiser of its own: initialisers.sh LIBRARY
 #
-# The loader calls every function of the array .init_array. The C runtime's frame_dummy is always there. What
-# sanitizers and coverage add has a priority of at most 100, which the compiler refuses to everyone else.
+# The loader calls every function in the array .init_array. The C runtime always has frame_dummy there. Initialisers of
+# sanitizers and coverage have a priority of at most 100, which the compiler reserves for the implementation.
 set -euo pipefail
 library=$1
 
@@ -12,13 +12,13 @@ read -r start offset size < <(readelf -SW "$library" |
 
 function_at() { nm "$library" | sed -n "s/^0*$1 [tT] //p" | head -n 1; }
 
-# An entry with a relative relocation of the packed form (DT_RELR) has its address in the file.
+# With a packed relative relocation (DT_RELR) the file has the address of the function.
 functions=()
 while read -r address; do
     functions+=("$(function_at "$address")")
 done < <(od -A n -t x8 -v -w8 -j $((offset)) -N $((size)) "$library" | tr -d ' ')
 
-# Any other relocation has the address, or the name of the function.
+# Any other relocation has the address or the name of the function.
 while read -r place _ kind value name _; do
     ((place >= start && place < start + size)) || continue
     case $kind in
@@ -28,8 +28,8 @@ while read -r place _ kind value name _; do
 done < <(readelf -rW "$library" | sed -n 's/^[0-9a-f]\{8,\} .* R_[A-Z0-9]*_/0x&/p')
 
 names=$(printf '%s\n' "${functions[@]}")
-! grep -qx '' <<<"$names" || { echo "$library: an entry of .init_array is not understood"; exit 1; }
-grep -qx frame_dummy <<<"$names" || { echo "$library: frame_dummy is not among the initialisers: $names"; exit 1; }
+! grep -qx '' <<<"$names" || { echo "$library: an entry of .init_array has no known function"; exit 1; }
+grep -qx frame_dummy <<<"$names" || { echo "$library: frame_dummy is missing from the initialisers: $names"; exit 1; }
 if own=$(grep -vxE 'frame_dummy|_sub_I_00(0[0-9][0-9]|100)_.*' <<<"$names"); then
     echo "Loading $library runs:"
     c++filt <<<"$own"

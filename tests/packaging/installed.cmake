@@ -1,13 +1,13 @@
-# The installed tree, which is moved before anyone uses it, and three ways to use the library.
+# Tests the installed tree, after a move to another folder, and three ways to use the library.
 
 set(tree ${work}/tree/moved)
 set(libraries ${tree}/${CMAKE_INSTALL_LIBDIR})
 set(without_neighbours ${work}/tree/without_neighbours)
-# Two tests build the library anew: in one piece, which takes a fraction of the time.
+# Two tests build the library again. A unity build takes a fraction of the time.
 set(compiler -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER} -DCMAKE_CXX_FLAGS=-O0
     -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0)
 
-# Packagers leave out the RUNPATH, because a system's loader knows its library folder.
+# Packagers omit the RUNPATH, because a system's loader knows its library folder.
 set(has_runpath ON)
 if(CMAKE_SKIP_RPATH OR CMAKE_SKIP_INSTALL_RPATH)
     set(has_runpath OFF)
@@ -15,7 +15,7 @@ endif()
 
 add_test(NAME packaging.installed_tree_is_complete_and_can_be_moved COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${CMAKE_BINARY_DIR} -DCONFIG=$<CONFIG>
-    -DPREFIX=${CMAKE_INSTALL_PREFIX} -DFIRST_PLACE=${work}/tree/made -DTREE=${tree}
+    -DPREFIX=${CMAKE_INSTALL_PREFIX} -DFIRST_PLACE=${work}/tree/installed -DTREE=${tree}
     -DLIBDIR=${CMAKE_INSTALL_LIBDIR} -DVERSION=${PROJECT_VERSION} -DPROGRAM=${TARNWICK_BUILD_PROGRAM}
     -DRUNPATH=${has_runpath}
     -P ${here}/installed_tree.cmake)
@@ -50,7 +50,7 @@ if(NOT has_runpath)
 endif()
 tarnwick_refusal(installed_package_with_old_protobuf SOURCE ${here}/find_package
     OPTIONS -DCMAKE_PREFIX_PATH=${tree} -Dprotobuf_DIR=${old_protobuf}
-    SAYS "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")
+    MESSAGES "Protocol Buffers 29 or later is wanted, 3.21.12 was found.")
 set_tests_properties(packaging.refusal.installed_package_with_old_protobuf PROPERTIES FIXTURES_REQUIRED installed_tree)
 
 # The messages are those of the installed tree: to compile them again takes most of the time and shows nothing new.
@@ -77,7 +77,7 @@ tarnwick_consumer(find_package_with_installed_neighbours ${here}/find_package
     "-DCMAKE_PREFIX_PATH=${without_neighbours}\\;${work}/tree/neighbours")
 tarnwick_refusal(installed_package_without_neighbours SOURCE ${here}/find_package
     OPTIONS -DCMAKE_PREFIX_PATH=${without_neighbours}
-    SAYS "No installed libpcommon was found")
+    MESSAGES "No installed libpcommon was found")
 set_tests_properties(
     packaging.consumer.find_package_with_installed_neighbours
     packaging.refusal.installed_package_without_neighbours

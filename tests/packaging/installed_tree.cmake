@@ -1,4 +1,4 @@
-# Installs BUILD to FIRST_PLACE, moves the tree to TREE and looks at what is there.
+# Installs BUILD to FIRST_PLACE, moves the tree to TREE and checks its files.
 
 include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 
@@ -8,13 +8,13 @@ file(RENAME ${FIRST_PLACE} ${TREE})
 
 function(expect path)
     if(NOT EXISTS ${TREE}/${path})
-        message(SEND_ERROR "Not installed: ${path}")
+        message(SEND_ERROR "Missing from the installed tree: ${path}")
     endif()
 endfunction()
 
 function(expect_none path)
     if(EXISTS ${TREE}/${path})
-        message(SEND_ERROR "Installed, and should not be: ${path}")
+        message(SEND_ERROR "Must not be installed: ${path}")
     endif()
 endfunction()
 
@@ -24,7 +24,7 @@ foreach(library IN ITEMS tarnwick pcommon pmsg prpc)
     expect(${LIBDIR}/lib${library}.so.${VERSION})
 endforeach()
 
-# Every header of the library, but for those that say that they are internal.
+# Every header of the library, except those with a comment that ends with "Not installed."
 file(GLOB_RECURSE headers RELATIVE ${SOURCE}/libs ${SOURCE}/libs/tarnwick/*.h)
 foreach(header IN LISTS headers)
     file(STRINGS ${SOURCE}/libs/${header} internal REGEX "Not installed\\.$")
@@ -39,7 +39,7 @@ foreach(header IN LISTS headers)
     expect(include/${header})
 endforeach()
 
-# Every .proto file, and the header made from it at the same path; capture frames are the program's own.
+# Every .proto file, and the header generated from it at the same path. Only the program uses capture frames.
 file(GLOB_RECURSE protos RELATIVE ${SOURCE}/proto ${SOURCE}/proto/*.proto)
 foreach(proto IN LISTS protos)
     expect(share/tarnwick/proto/${proto})
@@ -55,7 +55,7 @@ expect(share/tarnwick/gdb/tarnwick_gdb.py)
 expect(share/man/man1/tarnwick.1)
 expect(share/man/man1/tarnwick-inspect.1)
 
-# The prefix of the configure run counts where it is more telling than /usr.
+# The prefix of the configure run is searched for too, unless it is /usr or /.
 set(places ${FIRST_PLACE} ${BUILD} ${SOURCE})
 if(NOT PREFIX MATCHES "^(/usr)?/?$")
     list(APPEND places ${PREFIX})
@@ -66,7 +66,7 @@ foreach(text IN LISTS texts)
     foreach(place IN LISTS places)
         string(FIND "${content}" "${place}" found)
         if(NOT found EQUAL -1)
-            message(SEND_ERROR "${text} names ${place}")
+            message(SEND_ERROR "${text} contains the path ${place}")
         endif()
     endforeach()
 endforeach()
@@ -75,9 +75,9 @@ file(GLOB binaries ${TREE}/bin/* ${TREE}/${LIBDIR}/*.so)
 foreach(binary IN LISTS binaries)
     run(readelf -dW ${binary})
     if(RUNPATH AND NOT output MATCHES "RUNPATH[^\n]*\\[\\$ORIGIN[^:\n]*\\]")
-        message(SEND_ERROR "${binary} does not look for its libraries beside itself:\n${output}")
+        message(SEND_ERROR "${binary} has no RUNPATH to its own libraries:\n${output}")
     elseif(NOT RUNPATH AND output MATCHES "RUNPATH|RPATH")
-        message(SEND_ERROR "${binary} has a RUNPATH that was not wanted:\n${output}")
+        message(SEND_ERROR "${binary} must have no RUNPATH:\n${output}")
     endif()
 endforeach()
 
@@ -87,6 +87,6 @@ if(PROGRAM)
     endif()
     run(${TREE}/bin/tarnwick --version)
     if(NOT output MATCHES "${VERSION}")
-        message(SEND_ERROR "The installed program does not run; it says: ${output}")
+        message(SEND_ERROR "The installed program does not print its version: ${output}")
     endif()
 endif()

@@ -1,5 +1,5 @@
-# Takes pcommon, pmsg and prpc out of the installed tree FROM into a prefix of their own, NEIGHBOURS, builds SOURCE
-# against them and installs it to TREE: it must bring none of its own.
+# Copies pcommon, pmsg and prpc from the installed tree FROM to a separate prefix NEIGHBOURS, builds SOURCE with them
+# and installs it to TREE, which must have no copy of them.
 
 include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 
@@ -19,5 +19,5 @@ run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${TREE})
 file(GLOB_RECURSE own RELATIVE ${TREE} ${TREE}/*)
 list(FILTER own INCLUDE REGEX "pcommon|pmsg|prpc|^include/(zeromq|pelorin|tarnwick/rpc)/")
 if(NOT EXISTS ${TREE}/lib/libtarnwick.so OR own)
-    message(FATAL_ERROR "libtarnwick is wanted and nothing of its neighbours, but these were installed: ${own}")
+    message(FATAL_ERROR "The tree must have libtarnwick and none of its neighbours. Installed neighbours: ${own}")
 endif()

@@ -1,5 +1,5 @@
-// What a program does that links the library: it is built against an installed tree and as a super-project. It touches
-// each of the libraries and exits with the number of things that went wrong.
+// A program that uses the library, built with an installed tree and as a super-project. It uses each of the libraries
+// and exits with the number of failed checks.
 
 #include <tarnwick/data/php/rshutdown.h>
 #include <tarnwick/data/print.h>
@@ -23,13 +23,13 @@
 
 namespace {
 
-int wrong = 0;
+int failures = 0;
 
-void expect(bool holds, char const *what)
+void expect(bool condition, char const *what)
 {
-    if (!holds) {
-        std::cerr << "wrong: " << what << '\n';
-        ++wrong;
+    if (!condition) {
+        std::cerr << "failed: " << what << '\n';
+        ++failures;
     }
 }
 
@@ -59,10 +59,10 @@ void records_of_both_dialects()
     std::string const expected =
         "php.RShutdown{request_id: 7, timestamp: {1700000000 s, 5 ns}, "
         "duration: {0 s, 5000000 ns}, response_status: 404, memory_0: 1, memory_1: 2, memory_2: 3}";
-    expect(fmt::format("{}", record) == expected, "what fmt prints");
+    expect(fmt::format("{}", record) == expected, "the text of fmt");
     QString printed;
     QDebug(&printed).nospace() << record;
-    expect(printed.trimmed().toStdString() == expected, "what QDebug prints");
+    expect(printed.trimmed().toStdString() == expected, "the text of QDebug");
     std::cout << fmt::format("{}\n", record);
 
     pelorin::protobuf::PelorinPHP::RShutdownData other;
@@ -96,5 +96,5 @@ int main()
 {
     records_of_both_dialects();
     neighbours();
-    return wrong;
+    return failures;
 }

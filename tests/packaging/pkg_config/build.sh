@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs a consumer with nothing but pkg-config: build.sh COMPILER SOURCE FOLDER
+# Builds and runs a consumer with only pkg-config: build.sh COMPILER SOURCE FOLDER
 set -euo pipefail
 compiler=$1 source=$2 folder=$3
 
