@@ -79,7 +79,7 @@ int dump(void *socket, int file)
     if (!write_all(file, bytes.data(), bytes.size()))
         return say("cannot write");
 
-    // A chunk is not copied between the socket and write(): its bytes stay in the block of memory in which ZeroMQ
+    // A chunk is not copied between the socket and write(). Its bytes stay in the block of memory in which ZeroMQ
     // received them, or in the part if it is small.
     while (more) {
         if (!receive(socket, part))
