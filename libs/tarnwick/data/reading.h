@@ -2,9 +2,10 @@
 
 // Helpers of the constructors: they read values from messages. Not installed.
 //
-// What presence means is visible where a constructor tests it: `has_x()` where a field has a bit of its own, the case
-// of a oneof against its generated constant, and no test where the default of an absent field is the zero that the
-// record holds already. Numbers are copied as they stand, apart from classifications.
+// A sub-message that is absent, or that is of another case of a oneof, reads as its default instance: zeroes, empty texts
+// and no elements. Constructors read through default instances without a test. They test presence (`has_x()`, or the case
+// of a oneof) only where an absent message differs from an empty one: a text stays null, an optional has no value, or
+// other fields of the record depend on it. Numbers are copied unchanged, apart from classifications.
 
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/time_pair.h>

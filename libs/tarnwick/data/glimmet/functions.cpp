@@ -12,8 +12,6 @@ namespace tarnwick::data::glimmet::detail {
 Functions::Functions(messages::rpc_glimmet::NotifyRequest const &message)
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != messages::rpc_glimmet::NotifyRequest::kFunctions)
-        return;
     for (auto const &function : message.functions().functions())
         functions_.emplaceBack(function);
 }

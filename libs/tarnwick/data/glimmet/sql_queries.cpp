@@ -25,9 +25,6 @@ QList<QExplicitlySharedDataPointer<SqlQuery>> linked(Messages const &messages, S
 SqlQueries::SqlQueries(messages::rpc_glimmet::NotifyRequest const &message)
     : request_id_(message.request_id())
 {
-    if (message.payload_case() != messages::rpc_glimmet::NotifyRequest::kSqlQueries)
-        return;
-
     auto const &payload = message.sql_queries();
     SqlConnections const connections(payload);
     SqlTransactions const transactions(payload);

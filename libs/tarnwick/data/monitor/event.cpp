@@ -99,13 +99,11 @@ Event::CustomEvent custom_event(Message const &message)
 
 Event::Event(messages::rpc_monitor::NotifyRequest const &message)
     : request_id_(message.request_id())
+    , timestamp_(time_pair(message.timestamp()))
     , kind_(kind_of(message.event_case()))
     , event_text_(text(message.text()))
     , event_flag_(message.flag())
 {
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
-
     auto const read_function = [this](auto const &event) {
         if (event.has_function())
             function_.emplace(event.function());
@@ -145,12 +143,11 @@ Event::Event(messages::rpc_monitor::NotifyRequest const &message)
 // A member of `details` that belongs to another kind is not read: the details are then defaults.
 Event::Event(messages::protobuf_monitor::Event const &message, php::RequestId request_id)
     : request_id_(request_id)
+    , timestamp_(time_pair(message.timestamp()))
     , kind_(kind_of(message.type()))
     , event_text_(text(message.text()))
     , event_flag_(message.flag())
 {
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
     if (message.has_function())
         function_.emplace(message.function());
     if (!message.frames().empty())

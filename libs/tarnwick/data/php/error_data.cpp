@@ -9,11 +9,9 @@
 namespace tarnwick::data::php::detail {
 
 ErrorData::ErrorData(messages::rpc_php::NotifyRequest const &message)
+    : request_id_(message.request_id())
+    , timestamp_(time_pair(message.timestamp()))
 {
-    if (message.has_request_id())
-        request_id_ = RequestId(message.request_id());
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
     if (message.payload_case() != messages::rpc_php::NotifyRequest::kError)
         return;
 
@@ -37,11 +35,10 @@ void ErrorData::read(Message const &message)
 
 ErrorData::ErrorData(messages::protobuf_glimmet::Error const &message, RequestId request_id)
     : request_id_(request_id)
+    , timestamp_(time_pair(message.timestamp()))
     , message_(text(message.message()))
     , location_(location_when_file_named(message.file(), message.line()))
 {
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
     if (message.has_stack_trace())
         stack_trace_.emplace(message.stack_trace());
     // Errors and exceptions share one message in this dialect. Only the number distinguishes them.

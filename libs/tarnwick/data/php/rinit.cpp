@@ -9,14 +9,9 @@
 namespace tarnwick::data::php::detail {
 
 RInit::RInit(messages::rpc_php::NotifyRequest const &message)
+    : request_id_(message.request_id())
+    , timestamp_(time_pair(message.timestamp()))
 {
-    if (message.has_request_id())
-        request_id_ = RequestId(message.request_id());
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
-    if (message.payload_case() != messages::rpc_php::NotifyRequest::kRinit)
-        return;
-
     auto const &payload = message.rinit();
     if (payload.has_info()) {
         auto const &info = payload.info();
@@ -44,22 +39,18 @@ RInit::RInit(messages::rpc_php::NotifyRequest const &message)
 
 RInit::RInit(messages::protobuf_php::RInitData const &message, RequestId request_id)
     : request_id_(request_id)
+    , timestamp_(time_pair(message.timestamp()))
+    , version_major_(message.version().major())
+    , version_minor_(message.version().minor())
+    , version_patch_(message.version().patch())
     , info_text_(text(message.info_text()))
     , request_text_0_(text(message.text_0()))
     , request_text_1_(text(message.text_1()))
     , info_number_(message.info_number())
 {
-    if (message.has_timestamp())
-        timestamp_ = time_pair(message.timestamp());
     // The field has no has-bit in this dialect: senders send empty bytes for none.
     if (!message.bytes_0().empty())
         request_bytes_0_ = bytes(message.bytes_0());
-    if (message.has_version()) {
-        auto const &version = message.version();
-        version_major_ = version.major();
-        version_minor_ = version.minor();
-        version_patch_ = version.patch();
-    }
 }
 
 } // namespace tarnwick::data::php::detail
