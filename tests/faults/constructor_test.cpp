@@ -1,4 +1,4 @@
-// Records that break the promise, to show that this is seen.
+// Records that break the promise, each of which must be reported.
 
 #include "support/records/constructor.h"
 
@@ -53,8 +53,8 @@ struct Keeping : Record {
     }
 };
 
-/// A block that its caller loses when something fails. It stays reachable from here, so that those who look for lost
-/// blocks when the process ends are content.
+/// Returns a block that its caller leaks when something fails. The block stays reachable from here, so leak checks at
+/// the end of the process do not report it.
 int *owned_by_nobody()
 {
     static std::array<int *, 100> blocks;
@@ -99,7 +99,7 @@ struct Translating : Record {
     }
 };
 
-/// It can do without one block, but not without the other one that it takes instead.
+/// Recovers from one failed allocation with another one, which must succeed.
 struct Falling : Record {
     explicit Falling(Message const &)
     {
@@ -111,7 +111,7 @@ struct Falling : Record {
     }
 };
 
-/// The same, and loses a block if neither comes.
+/// The same, and leaks a block if both fail.
 struct FallingLow : Record {
     explicit FallingLow(Message const &)
     {
@@ -182,43 +182,43 @@ AllocationFaults faults_of(std::size_t wanted = 0)
     return fail_all_shapes(constructor_of<T, Message>("test"), wanted);
 }
 
-TEST(ConstructorFaults, are_no_violation_where_all_is_given_back)
+TEST(ConstructorFaults, are_no_violation_if_all_memory_is_freed)
 {
     auto const faults = faults_of<Keeping>();
     EXPECT_THAT(faults.violations, IsEmpty());
     EXPECT_EQ(faults.count, 20U * 2U * 2U);
 }
 
-TEST(ConstructorFaults, are_as_many_as_are_wanted)
+TEST(ConstructorFaults, are_as_many_as_wanted)
 {
     EXPECT_EQ(faults_of<Keeping>(1'001).count, 1'004U);
 }
 
-TEST(ConstructorFaults, are_no_violation_where_the_record_is_whole_nevertheless)
+TEST(ConstructorFaults, are_no_violation_if_the_record_is_complete)
 {
     EXPECT_THAT(faults_of<Falling>().violations, IsEmpty());
 }
 
-TEST(ConstructorFaults, show_a_block_that_is_lost)
+TEST(ConstructorFaults, report_a_leak)
 {
     EXPECT_THAT(faults_of<Leaking>().violations,
                 ElementsAre("shape 0, allocation 2: 1 blocks of memory more than before",
                             "shape 0, allocation 2 and all after it: 1 blocks of memory more than before"));
 }
 
-TEST(ConstructorFaults, show_a_block_that_is_lost_when_more_than_one_allocation_fails)
+TEST(ConstructorFaults, report_a_leak_when_two_allocations_fail)
 {
     EXPECT_THAT(faults_of<FallingLow>().violations,
                 ElementsAre("shape 0, allocation 2 and all after it: 1 blocks of memory more than before"));
 }
 
-TEST(ConstructorFaults, show_a_block_that_is_lost_without_any)
+TEST(ConstructorFaults, report_a_leak_without_a_fault)
 {
     EXPECT_THAT(faults_of<LeakingWithoutFault>().violations,
                 Contains("shape 0, allocation 4: 1 blocks of memory more than before"));
 }
 
-TEST(ConstructorFaults, show_half_a_record)
+TEST(ConstructorFaults, report_an_incomplete_record)
 {
     EXPECT_THAT(faults_of<Swallowing>().violations,
                 ElementsAre("shape 0, allocation 1: the result is not that of a run without faults",
@@ -227,25 +227,25 @@ TEST(ConstructorFaults, show_half_a_record)
                             "shape 0, allocation 2 and all after it: the result is not that of a run without faults"));
 }
 
-TEST(ConstructorFaults, show_another_exception)
+TEST(ConstructorFaults, report_another_exception)
 {
     EXPECT_THAT(faults_of<Translating>().violations,
                 Contains("shape 0, allocation 1: an exception other than std::bad_alloc came out"));
 }
 
-TEST(ConstructorFaults, show_an_exception_without_a_fault)
+TEST(ConstructorFaults, report_an_exception_without_a_fault)
 {
-    // The second one is that of the exception itself.
+    // The second allocation is that of the exception.
     EXPECT_THAT(faults_of<Unasked>().violations,
                 Contains("shape 0, allocation 3: std::bad_alloc came out though nothing had failed"));
 }
 
-TEST(ConstructorFaults, must_be_there)
+TEST(ConstructorFaults, are_required_if_memory_is_taken)
 {
     EXPECT_THAT(faults_of<Needing>().violations, Contains("no allocation failed"));
 }
 
-TEST(ConstructorFaults, must_not_be_there_where_no_memory_is_taken)
+TEST(ConstructorFaults, are_forbidden_if_no_memory_is_taken)
 {
     auto constructor = constructor_of<Keeping, Message>("test");
     constructor.takes_memory = false;
@@ -255,7 +255,7 @@ TEST(ConstructorFaults, must_not_be_there_where_no_memory_is_taken)
     EXPECT_THAT(fail_all_shapes(constructor, 0).violations, IsEmpty());
 }
 
-TEST(ConstructorFaults, must_meet_every_field_filled_and_absent)
+TEST(ConstructorFaults, require_every_field_filled_and_absent)
 {
     auto constructor = constructor_of<Keeping, Message>("test");
     auto const &all = constructor.fail_each_allocation;
@@ -268,7 +268,7 @@ TEST(ConstructorFaults, must_meet_every_field_filled_and_absent)
                 AllOf(Contains(StartsWith("never filled: ")), Contains(StartsWith("never absent: "))));
 }
 
-TEST(FaultsInProcesses, show_the_first_that_ends_one)
+TEST(FaultsInProcesses, report_the_first_that_ends_a_process)
 {
     auto const faults_in_processes_of = []<class T>(std::type_identity<T>) {
         return fail_each_allocation_in_processes(
@@ -284,8 +284,8 @@ TEST(FaultsInProcesses, show_the_first_that_ends_one)
 }
 
 #ifdef __SANITIZE_ADDRESS__
-// Allocations are counted in front of the sanitizer: behind that it must still find what nobody can reach.
-TEST(LeakCheckDeathTest, shows_blocks_that_are_lost)
+// The counting allocator calls the sanitizer's, whose leak check must still work.
+TEST(LeakCheckDeathTest, reports_leaked_blocks)
 {
     static void *volatile latest;
     auto const lose = [] {
@@ -300,12 +300,12 @@ TEST(LeakCheckDeathTest, shows_blocks_that_are_lost)
 }
 #endif
 
-TEST(ConstructorFaultsDeathTest, show_a_crash)
+TEST(ConstructorFaultsDeathTest, report_a_crash)
 {
     EXPECT_DEATH(faults_of<Crashing>(), "");
 }
 
-TEST(ConstructorFaultsDeathTest, show_an_exception_that_cannot_leave)
+TEST(ConstructorFaultsDeathTest, report_an_exception_that_leaves_a_noexcept_function)
 {
     EXPECT_DEATH(faults_of<Terminating>(), "bad_alloc");
 }

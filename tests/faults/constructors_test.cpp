@@ -1,4 +1,4 @@
-// No allocation that fails leaves half a record or loses memory.
+// A failed allocation in a constructor leaves no incomplete record and leaks no memory.
 
 #include "support/records/constructors.h"
 
@@ -19,7 +19,7 @@ namespace {
 
 using testing::IsEmpty;
 
-// Both sanitizers take some time for each.
+// Under a sanitizer each fault takes longer.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t faults_wanted = 200'000;
 #else
@@ -28,7 +28,7 @@ constexpr std::size_t faults_wanted = 1'000'000;
 
 std::size_t total = 0;
 
-/// What each of the constructors that take memory has to meet.
+/// The faults for each constructor that takes memory.
 std::size_t share()
 {
     static auto const sharing = std::ranges::count_if(constructors(), &Constructor::takes_memory);
@@ -37,7 +37,7 @@ std::size_t share()
 
 class AllocationFaultsOf : public TableTest<Constructor> {};
 
-TEST_P(AllocationFaultsOf, end_in_bad_alloc_or_in_the_whole_record)
+TEST_P(AllocationFaultsOf, end_in_bad_alloc_or_a_complete_record)
 {
     auto const faults = fail_all_shapes(GetParam(), share());
     EXPECT_THAT(faults.violations, IsEmpty());
@@ -46,7 +46,7 @@ TEST_P(AllocationFaultsOf, end_in_bad_alloc_or_in_the_whole_record)
 
 INSTANTIATE_TEST_SUITE_P(, AllocationFaultsOf, rows(constructors()), by_name);
 
-/// The constructors from messages that the library exports, as `Constructor::signature` has them.
+/// Signatures of the exported constructors that read a message, in the form of `Constructor::signature`.
 std::vector<std::string> exported()
 {
     std::ifstream symbols(TARNWICK_SOURCES "/tests/packaging/tarnwick.symbols");
@@ -60,7 +60,7 @@ std::vector<std::string> exported()
     return signatures;
 }
 
-TEST(AllocationFaultsOfConstructors, leave_none_out)
+TEST(AllocationFaultsOfConstructors, cover_every_exported_constructor)
 {
     std::vector<std::string> signatures;
     for (auto const &constructor : constructors())
@@ -68,7 +68,7 @@ TEST(AllocationFaultsOfConstructors, leave_none_out)
     EXPECT_THAT(signatures, testing::UnorderedElementsAreArray(exported()));
 }
 
-/// When all tests are done.
+/// Checks the number of faults after all tests.
 class Total : public testing::Environment {
 public:
     void TearDown() override

@@ -19,12 +19,12 @@ using rpc::php::v1::NotifyRequest;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-TEST(MessageFiller, gives_the_same_message_for_the_same_shape)
+TEST(MessageFiller, returns_the_same_message_for_the_same_shape)
 {
     EXPECT_EQ(shaped<NotifyRequest>(7).SerializeAsString(), shaped<NotifyRequest>(7).SerializeAsString());
 }
 
-TEST(MessageFiller, gives_another_message_for_another_shape)
+TEST(MessageFiller, returns_another_message_for_another_shape)
 {
     std::set<std::string> shapes;
     for (std::uint32_t shape = 0; shape < 20; ++shape)
@@ -32,7 +32,7 @@ TEST(MessageFiller, gives_another_message_for_another_shape)
     EXPECT_EQ(shapes.size(), 20U);
 }
 
-TEST(MessageFiller, gives_the_empty_message_for_shape_0)
+TEST(MessageFiller, returns_an_empty_message_for_shape_0)
 {
     EXPECT_THAT(shaped<NotifyRequest>(0).SerializeAsString(), IsEmpty());
 }
@@ -58,7 +58,7 @@ TEST(FieldCoverage, reports_fields_that_were_never_filled)
 }
 
 // A nested message that was never filled is reported by the field that would contain it.
-TEST(FieldCoverage, looks_into_messages_and_lists)
+TEST(FieldCoverage, includes_nested_messages_and_lists)
 {
     FieldCoverage coverage;
     coverage.add(

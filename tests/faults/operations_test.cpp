@@ -1,5 +1,5 @@
-// What programs do with values, users and configuration files while memory runs out; and what Qt and protobuf make
-// impossible.
+// Operations on values, users and configuration files when memory runs out, and the faults that Qt and protobuf do not
+// survive.
 
 #include "support/allocation_faults.h"
 #include "support/records/message_filler.h"
@@ -64,7 +64,7 @@ constexpr auto variant_text = [](QVariant const &value) {
 };
 constexpr auto config_text = [](ConfigFile const &config) { return fmt::format("{}", fmt::join(table(config), "\n")); };
 
-/// Something that is done, in a shape for each number, 0 the emptiest.
+/// An operation, in one shape for each number. Shape 0 is the emptiest.
 struct Deed {
     std::string name;
     std::function<AllocationFaults(std::uint32_t shape)> fail_each_allocation;
@@ -76,7 +76,7 @@ struct OnArena {
     Message *message = google::protobuf::Arena::Create<Message>(&arena);
 };
 
-/// Writes a record of the rpc dialect into a message of the kind that it came from.
+/// Writes a record of the rpc dialect into a message of its own kind.
 template <class Record, class Message>
 Deed write(std::string name)
 {
@@ -175,7 +175,7 @@ AllocationFaults session_as_text(std::uint32_t shape)
     return fail_each_allocation(Operation{nothing, [&](auto) { return session.user_as_string(); }, qstring_text});
 }
 
-/// A file of a few values, more for a later shape.
+/// A file of a few values, with more values for a larger shape.
 ConfigFile config_of_shape(std::uint32_t shape)
 {
     ConfigFile config{QString(), QString()};
@@ -184,7 +184,7 @@ ConfigFile config_of_shape(std::uint32_t shape)
     return config;
 }
 
-/// Asks a configuration file something.
+/// Calls a query of a configuration file.
 template <class Ask, class TextOf>
 Deed ask(std::string name, Ask asked, TextOf text_of)
 {
@@ -198,7 +198,7 @@ Deed ask(std::string name, Ask asked, TextOf text_of)
 constexpr auto list_text = [](QStringList const &list) { return list.join(u'\n').toStdString(); };
 constexpr auto optional_text = [](std::optional<QString> const &text) { return text.value().toStdString(); };
 
-/// Every other message holds JSON.
+/// Every second message contains JSON.
 template <class Message>
 Deed read_variant(std::string name)
 {
@@ -224,7 +224,7 @@ constexpr auto write_variant = [](QVariant const &value) {
                      message_bytes};
 };
 
-/// Of values that are neither a list nor a table.
+/// Values that are neither a list nor a table.
 template <class Message>
 Deed write_plain_variant(std::string name)
 {
@@ -275,7 +275,7 @@ std::vector<Deed> deeds()
 
 class AllocationFaultsIn : public TableTest<Deed> {};
 
-TEST_P(AllocationFaultsIn, end_in_bad_alloc_or_in_the_whole_result)
+TEST_P(AllocationFaultsIn, end_in_bad_alloc_or_a_complete_result)
 {
     std::size_t count = 0;
     for (std::uint32_t shape = 0; shape < 40; ++shape) {
@@ -327,7 +327,7 @@ constexpr auto in_processes = [](auto const &operation) { return fail_each_alloc
 
 class AllocationFaultsInLoading : public TableTest<Load> {};
 
-TEST_P(AllocationFaultsInLoading, end_in_bad_alloc_or_in_the_whole_table)
+TEST_P(AllocationFaultsInLoading, end_in_bad_alloc_or_a_complete_table)
 {
     auto const faults = faults_of(GetParam(), in_this_process);
     EXPECT_THAT(faults.violations, IsEmpty());
@@ -343,7 +343,7 @@ INSTANTIATE_TEST_SUITE_P(, AllocationFaultsInLoading,
 
 class AllocationFaultsInRefusing : public TableTest<Load> {};
 
-TEST_P(AllocationFaultsInRefusing, end_in_bad_alloc_or_in_the_whole_reason)
+TEST_P(AllocationFaultsInRefusing, end_in_bad_alloc_or_a_complete_message)
 {
     auto const faults = faults_of_refusal(GetParam());
     EXPECT_THAT(faults.violations, IsEmpty());
@@ -357,7 +357,7 @@ INSTANTIATE_TEST_SUITE_P(, AllocationFaultsInRefusing,
                                          Load{"a_file_that_includes_itself", "include = f.conf\n"}),
                          by_name);
 
-/// What no caller of Qt or protobuf can survive, as docs/reliability.md lists it.
+/// Faults that no caller of Qt or protobuf survives, as listed in docs/reliability.md.
 struct Limit {
     char const *name;
     AllocationFaults (*faults)();

@@ -1,5 +1,5 @@
-// Chains of transactions whose links threads share: their release stops where another thread holds on, wherever that is at
-// the moment, and goes on with the last of them.
+// Chains of transactions whose links threads share. A release stops at the first link that another thread still holds,
+// and the last of these threads continues it.
 
 #include "threads/threads.h"
 
@@ -43,7 +43,7 @@ Pointer root_of(Pointer link)
     return link;
 }
 
-TEST(SharedChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
+TEST(SharedChain, with_a_shared_tail_is_released_by_the_last_thread)
 {
     constexpr unsigned int own_links = 100;
     for (int round = 0; round < rounds; ++round) {
@@ -55,7 +55,7 @@ TEST(SharedChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
 
         std::atomic<std::size_t> links = 0;
         test::on_threads([&](std::size_t thread) {
-            // Read on the way, as a consumer would.
+            // Reads while it releases, as a consumer would.
             std::size_t seen = 0;
             for (auto const *link = children[thread].get(); link != nullptr; link = link->parent().get())
                 ++seen;
@@ -67,8 +67,8 @@ TEST(SharedChain, with_a_tail_that_threads_share_goes_with_the_last_of_them)
     }
 }
 
-// The hardest case: every link has an owner of its own on another thread while the chain is released.
-TEST(SharedChain, whose_every_link_threads_hold_goes_with_the_last_of_them)
+// Every link has an owner on another thread while the chain is released.
+TEST(SharedChain, with_every_link_shared_is_released_by_the_last_thread)
 {
     for (int round = 0; round < rounds; ++round) {
         auto child = chain(tail_links);

@@ -1,4 +1,4 @@
-// Configuration files that threads read at the same time, and log.
+// Configuration files that threads read at the same time while they log.
 
 #include "threads/threads.h"
 
@@ -79,7 +79,7 @@ TEST(ConfigFiles, are_read_on_all_threads_while_some_change_the_log)
     EXPECT_GT(whole, 0U);
 }
 
-// A child of one parent on each thread: they look into its table, which nobody changes.
+// Each thread has a child of one parent. The children read the table of the parent, which nobody changes.
 TEST(ConfigFiles, have_one_parent_on_all_threads)
 {
     ConfigFolder const folder;
@@ -97,7 +97,7 @@ TEST(ConfigFiles, have_one_parent_on_all_threads)
     EXPECT_EQ(right, threads * loads);
 }
 
-// In a process of its own: what is made once for all files is made by the first who needs it.
+// In a process of its own: the first load initialises what all files share.
 TEST(ConfigFilesDeathTest, may_be_read_first_on_all_threads)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -114,7 +114,7 @@ TEST(ConfigFilesDeathTest, may_be_read_first_on_all_threads)
         testing::ExitedWithCode(0), "");
 }
 
-// A load takes the log's lock, which puts threads in order that happen to come after each other. Nothing does here.
+// A load takes the lock of the log, which synchronises threads. Here nothing does.
 TEST(ConfigFilesDeathTest, may_look_for_references_first_on_all_threads)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -1,4 +1,4 @@
-// Records that threads build at the same time, from the same messages, and what they do with values that they share.
+// Records that threads build at the same time from the same messages, and values that threads share.
 
 #include "threads/records.h"
 #include "threads/threads.h"
@@ -27,7 +27,7 @@
 namespace tarnwick::test {
 namespace {
 
-TEST(Construction, of_all_kinds_of_records_from_shared_messages)
+TEST(Construction, from_shared_messages_on_all_threads_is_correct)
 {
     constexpr std::uint32_t shapes = 12;
     struct Row {
@@ -53,17 +53,17 @@ TEST(Construction, of_all_kinds_of_records_from_shared_messages)
     EXPECT_EQ(different, 0U);
 }
 
-// In a process of its own, in which nobody has made a record before.
+// In a process of its own, which has built no record before.
 TEST(ConstructionDeathTest, on_all_threads_may_be_the_first_use)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            // Filling messages by their descriptors is for the test alone.
-            auto const made = constructors(1, Source::bytes);
+            // The test, not the library, needs descriptors to fill messages.
+            auto const all = constructors(1, Source::bytes);
             std::vector<std::string> texts(threads);
             on_threads([&](std::size_t thread) {
-                for (auto const &construct : made)
+                for (auto const &construct : all)
                     texts[thread] += text_of(construct()) + '\n';
                 rpc::php::v1::ZVal value;
                 PelorinPHPX::to_protobuf_zval(value, QVariant(QList<QVariant>{1, QStringLiteral("b")}));
@@ -76,7 +76,7 @@ TEST(ConstructionDeathTest, on_all_threads_may_be_the_first_use)
         testing::ExitedWithCode(0), "");
 }
 
-/// Arrays with those of the numbers below 40 as keys that a divisor does not divide, three levels deep.
+/// Arrays nested three levels deep. Their keys are the numbers below 10 that `divisor` does not divide.
 data::php::PelorinArray tree(int divisor, int depth = 3)
 {
     using namespace data::php;
@@ -88,7 +88,7 @@ data::php::PelorinArray tree(int divisor, int depth = 3)
     return php_elements(std::move(elements));
 }
 
-TEST(Values, are_compared_and_written_while_others_release_what_they_share)
+TEST(Values, are_compared_and_written_while_other_threads_release_them)
 {
     auto const own = tree(2);
     auto const other = tree(3);

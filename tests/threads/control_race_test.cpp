@@ -1,5 +1,5 @@
-// Races made on purpose, each against one promise that the library does not give. That ThreadSanitizer says nothing of the
-// other tests counts for as much as what it says of these.
+// Deliberate races, each on an operation that the library does not promise to be safe. ThreadSanitizer must report them,
+// otherwise its silence about the other tests proves nothing.
 
 #include "threads/threads.h"
 
@@ -51,7 +51,7 @@ void count_in_one_number()
     });
 }
 
-// As handles would, if their count ordered nothing.
+// Releases as handles would if their count synchronised nothing.
 void release_in_no_order()
 {
     auto *const number = new int(1);
@@ -65,9 +65,9 @@ void release_in_no_order()
 
 void assign_one_handle()
 {
-    auto const made = constructors(1).front();
-    Record const mine = made();
-    Record shared = made();
+    auto const construct = constructors(1).front();
+    Record const mine = construct();
+    Record shared = construct();
     on_threads([&](std::size_t thread) {
         for (int round = 0; round < rounds; ++round) {
             if (thread % 2 == 0)
@@ -80,8 +80,8 @@ void assign_one_handle()
 
 void read_a_record_behind_its_release()
 {
-    auto const made = constructors(1).front();
-    Record shared = made();
+    auto const construct = constructors(1).front();
+    Record shared = construct();
     auto const &payload = *std::get<data::php::RInit>(shared);
     on_threads([&](std::size_t thread) {
         if (thread == 0)

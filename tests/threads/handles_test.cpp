@@ -1,4 +1,4 @@
-// Handles that many threads copy and release: nothing is lost, nothing goes before its last owner.
+// Handles that many threads copy and release: no record leaks, and none is freed before its last owner releases it.
 
 #include "threads/records.h"
 #include "threads/threads.h"
@@ -20,7 +20,7 @@
 namespace tarnwick::test {
 namespace {
 
-/// Records of all kinds, each with one handle, of messages that follow from the numbers up to `shapes`.
+/// Records of all kinds, each with one handle, from messages of the shapes 1 to `shapes`.
 std::vector<Record> records(std::uint32_t shapes)
 {
     std::vector<Record> records;
@@ -76,7 +76,7 @@ TEST(Handles, are_copied_and_released_ten_million_times)
     EXPECT_TRUE(std::ranges::all_of(shared, [](Record const &record) { return handles(record) == 1; }));
 }
 
-/// What one thread holds of all records, and which of them it is the last to release.
+/// The handles of one thread, and which of their records it is the last to release.
 struct Owner {
     struct Place {
         std::size_t number = 0;
@@ -90,7 +90,7 @@ struct Owner {
     std::ptrdiff_t blocks_freed = 0;
 };
 
-/// Releases a handle and tells how many blocks of memory that gave back: none, unless it was the last one.
+/// Releases a handle. Returns how many blocks of memory that freed: none, unless the handle was the last one.
 std::ptrdiff_t freed_with(Record &record)
 {
     auto const before = live_blocks();
@@ -100,27 +100,27 @@ std::ptrdiff_t freed_with(Record &record)
     return before - live_blocks();
 }
 
-// Threads that wait for each other in the usual ways are in order after that. Here the count alone says that all others
-// have read and gone, in a way that orders nothing: what makes it safe to destroy the record is how handles count.
-TEST(Handles, go_with_a_last_owner_that_chance_chose_while_others_read)
+// The last owner waits only for the count of handles, with a relaxed read that synchronises nothing. So only the way in
+// which handles count makes the destruction safe.
+TEST(Handles, are_freed_by_a_random_last_owner_while_others_read)
 {
     constexpr std::uint32_t shapes = 40;
     std::mt19937 chance(shapes); // NOLINT(bugprone-random-generator-seed): the same in every run
-    records(shapes);             // what is made once for all messages is there now
+    records(shapes);             // allocates what all messages share
     auto const before = live_blocks();
-    auto made = records(shapes);
-    auto const blocks = live_blocks() - before - 1; // but for the vector's own
+    auto all = records(shapes);
+    auto const blocks = live_blocks() - before - 1; // without that of the vector
     std::vector<Owner> owners(threads);
-    auto const texts = texts_of(made);
-    std::size_t const count = made.size();
+    auto const texts = texts_of(all);
+    std::size_t const count = all.size();
     for (std::size_t number = 0; number < count; ++number) {
         auto const last = chance() % threads;
         for (std::size_t owner = 0; owner < threads; ++owner)
-            owners[owner].places.push_back({number, made[number], owner == last});
+            owners[owner].places.push_back({number, all[number], owner == last});
     }
     for (auto &owner : owners)
         std::ranges::shuffle(owner.places, chance);
-    made.clear();
+    all.clear();
 
     on_threads([&](std::size_t thread) {
         auto &owner = owners[thread];
@@ -146,7 +146,7 @@ TEST(Handles, go_with_a_last_owner_that_chance_chose_while_others_read)
         EXPECT_EQ(owner.misread, 0U);
         EXPECT_EQ(owner.wrongly_last, 0U);
         EXPECT_EQ(owner.wrongly_early, 0U);
-        EXPECT_GT(owner.blocks_freed, 0) << "chance chose a thread for nothing";
+        EXPECT_GT(owner.blocks_freed, 0) << "this thread was never the last owner";
         freed += owner.blocks_freed;
     }
     EXPECT_EQ(freed, blocks);

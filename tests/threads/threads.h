@@ -9,8 +9,7 @@ namespace tarnwick::test {
 
 inline constexpr std::size_t threads = 32;
 
-/// Lets 32 threads run an action, which is told the number of its thread, all from one moment on; comes back when all are
-/// done.
+/// Calls `action(number)` on 32 threads, which start at the same moment. Returns when all have finished.
 template <class Action>
 void on_threads(Action const &action)
 {
