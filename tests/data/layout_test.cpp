@@ -1,25 +1,7 @@
 #include <tarnwick/auth/request.h>
 #include <tarnwick/auth/session.h>
 #include <tarnwick/auth/user.h>
-#include <tarnwick/data/codetrace/add_data.h>
-#include <tarnwick/data/codetrace/data.h>
-#include <tarnwick/data/codetrace/header.h>
-#include <tarnwick/data/glimmet/functions.h>
-#include <tarnwick/data/glimmet/sql_queries.h>
-#include <tarnwick/data/glimmet/storage.h>
-#include <tarnwick/data/monitor/event.h>
-#include <tarnwick/data/php/error_data.h>
-#include <tarnwick/data/php/pelorin_array.h>
-#include <tarnwick/data/php/pelorin_object.h>
-#include <tarnwick/data/php/pelorin_resource.h>
-#include <tarnwick/data/php/post_data.h>
-#include <tarnwick/data/php/request_headers.h>
-#include <tarnwick/data/php/response_body.h>
-#include <tarnwick/data/php/response_headers.h>
-#include <tarnwick/data/php/rinit.h>
-#include <tarnwick/data/php/rshutdown.h>
-#include <tarnwick/data/php/superglobals.h>
-#include <tarnwick/data/php/zval.h>
+#include <tarnwick/data/records.h>
 #include <tarnwick/data/text_writer.h>
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
@@ -36,10 +18,10 @@
 #include <regex>
 #include <string>
 
-// What programs have compiled into them: accessors are inline, and values lie in lists. A change here is a change for
-// everything that was built before, and asks for another SONAME. The sizes are those of 64-bit Linux with libstdc++.
+// Sizes and offsets that programs have compiled in, because accessors are inline and lists contain values. A change here
+// breaks programs that were built before and requires another SONAME. The sizes are those of 64-bit Linux with libstdc++.
 
-// Compilers warn since they need not know offsets in classes that derive from others; those that build this do.
+// The standard does not require `offsetof` for derived classes. The supported compilers have it.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace tarnwick::data {
@@ -47,7 +29,7 @@ namespace {
 
 using monitor::detail::Event;
 
-/// A member that stands so many bytes from the start, and where it is to stand.
+/// The offset of a member, and the expected one.
 template <std::size_t found, std::size_t expected>
 struct At {
     static_assert(found == expected);
@@ -59,7 +41,7 @@ struct Layout : private Members... {
     static_assert(alignof(Type) <= alignof(void *));
 };
 
-// Values that stand in records and in lists.
+// Values in records and in lists.
 template struct Layout<TimePair, 16, At<offsetof(TimePair, seconds), 0>, At<offsetof(TimePair, nanos), 8>>;
 template struct Layout<php::RequestId, 8, At<offsetof(php::RequestId, id_), 0>>;
 template struct Layout<php::SourceLocation, 32, At<offsetof(php::SourceLocation, file_), 0>,
@@ -191,12 +173,14 @@ template struct Layout<PelorinPHPX::SessionData, 64, At<offsetof(PelorinPHPX::Se
 template struct Layout<PelorinPHPX::Auth::Request, 8>;
 template struct Layout<PelorinPHPX::Auth::User, 8>;
 template struct Layout<PelorinPHPX::Session, 8>;
-template struct Layout<php::RInit, 8>;
-template struct Layout<php::ZVal, 8>;
+constexpr bool handles_are_pointers = []<class... Handle>(Types<Handle...>) {
+    return ((sizeof(Handle) == sizeof(void *) && alignof(Handle) == alignof(void *)) && ...);
+}(RecordHandles());
+static_assert(handles_are_pointers);
 template struct Layout<glimmet::SqlConnections, 8>;
 template struct Layout<glimmet::SqlTransactions, 8>;
 
-// What programs hold and derive from.
+// Classes that programs store and derive from.
 template struct Layout<
     PelorinPHPX::ConfigFile, 168, At<offsetof(PelorinPHPX::ConfigFile, parent_), 0>,
     At<offsetof(PelorinPHPX::ConfigFile, file_name_), 8>, At<offsetof(PelorinPHPX::ConfigFile, path_), 32>,
@@ -208,7 +192,7 @@ template struct Layout<PelorinPHPX::ConfigObserver, 8>;
 template struct Layout<PException, 56>;
 template struct Layout<TextWriter, 40, At<offsetof(TextWriter, out_), 0>, At<offsetof(TextWriter, first_), 32>>;
 
-// Lists move these as bytes, which programs have compiled in too.
+// Lists move these as bytes, which is compiled into programs too.
 static_assert(QTypeInfo<php::Function>::isRelocatable);
 static_assert(QTypeInfo<glimmet::FunctionStats>::isRelocatable);
 static_assert(QTypeInfo<glimmet::detail::StorageEntry>::isRelocatable);
@@ -219,7 +203,7 @@ std::string text_of(std::filesystem::path const &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(Layout, of_every_exported_class_stands_here)
+TEST(Layout, of_every_exported_class_is_asserted)
 {
     std::filesystem::path const sources(TARNWICK_SOURCES);
     auto const here = text_of(sources / "tests/data/layout_test.cpp");
@@ -239,7 +223,7 @@ TEST(Layout, of_every_exported_class_stands_here)
     EXPECT_NE(classes, 0);
 }
 
-/// Which of its class's virtual functions one is. A pointer to it holds the place in the table, and one more.
+/// The index of a virtual function in the table of its class. A pointer to member contains the offset in the table plus 1.
 template <class Class, class... Parameters>
 std::ptrdiff_t place(void (Class::*function)(Parameters...))
 {
@@ -247,7 +231,7 @@ std::ptrdiff_t place(void (Class::*function)(Parameters...))
     return (place - 1) / static_cast<std::ptrdiff_t>(sizeof(void *));
 }
 
-TEST(Layout, of_an_observer_has_its_functions_in_this_order)
+TEST(Layout, of_an_observer_keeps_the_order_of_its_functions)
 {
     using PelorinPHPX::ConfigObserver;
     EXPECT_EQ(place(&ConfigObserver::opened), 0);

@@ -1,14 +1,9 @@
-// Lists of a million elements, in every record that has a list: built, read and released on a small stack.
+// Every record with a list is built, read and released with a million elements on a small stack.
 
-#include <tarnwick/data/glimmet/functions.h>
-#include <tarnwick/data/glimmet/sql_queries.h>
-#include <tarnwick/data/glimmet/storage.h>
-#include <tarnwick/data/php/pelorin_array.h>
-#include <tarnwick/data/php/request_headers.h>
-#include <tarnwick/data/php/response_headers.h>
-#include <tarnwick/data/php/stack_trace.h>
-#include <tarnwick/data/php/superglobals.h>
+#include <tarnwick/data/records.h>
 
+#include "support/records/make_record.h"
+#include "support/records/symbol.h"
 #include "support/small_stack.h"
 #include "support/table.h"
 
@@ -17,6 +12,7 @@
 #include <pelorin/protobuf/Glimmet/sql.pb.h>
 #include <pelorin/protobuf/Glimmet/storage.pb.h>
 #include <pelorin/protobuf/Glimmet/superglobals.pb.h>
+#include <pelorin/protobuf/Monitor/function_data.pb.h>
 #include <pelorin/protobuf/Monitor/superglobals.pb.h>
 #include <pelorin/protobuf/PelorinPHP/stack_trace.pb.h>
 #include <pelorin/protobuf/PelorinPHP/zval.pb.h>
@@ -26,13 +22,17 @@
 
 #include <google/protobuf/arena.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace tarnwick::data {
 namespace {
@@ -51,18 +51,10 @@ constexpr std::uint32_t many = 1'000'000;
 
 constexpr php::RequestId id(7);
 
-template <class Record>
-Record made(auto const &...arguments)
-{
-    if constexpr (requires { typename Record::Pointer; })
-        return Record(new Record::Pointer::Type(arguments...));
-    else
-        return Record(arguments...);
-}
-
-/// A record of a message with many elements, each with its number in it.
+/// A record built from a message with many elements, each of which contains its number.
 struct List {
     std::string name;
+    std::string record; ///< its class
     std::function<void()> run;
 };
 
@@ -70,21 +62,21 @@ template <class Record, class Message, class... Arguments>
 List list(std::string name, void (*add)(Message &, std::uint32_t number),
           std::uint32_t (*count_in_place)(Record const &), Arguments const &...arguments)
 {
-    return {std::move(name), [=] {
+    return {std::move(name), test::symbol<Record>(), [=] {
                 google::protobuf::Arena arena;
                 auto &message = *google::protobuf::Arena::Create<Message>(&arena);
                 for (std::uint32_t number = 0; number < many; ++number)
                     add(message, number);
                 std::uint32_t in_place = 0;
                 test::on_small_stack([&] {
-                    auto const record = made<Record>(message, arguments...);
+                    auto const record = test::make_record<Record>(message, arguments...);
                     in_place = count_in_place(record);
                 });
                 EXPECT_EQ(in_place, many);
             }};
 }
 
-/// How many elements hold their number.
+/// Returns how many elements contain their number.
 template <class Elements, class Number>
 std::uint32_t in_place(Elements const &elements, Number const &number_of)
 {
@@ -112,7 +104,7 @@ constexpr auto queries = [](glimmet::SqlQueries const &record) {
 constexpr auto trace = [](php::StackTrace const &record) {
     return in_place(record.frames(), [](auto const &frame) { return frame.frame_number(); });
 };
-/// The number that the key of an element is, or that its text is.
+/// The number that the key of an element is, or whose digits it contains.
 constexpr auto number_of_key = [](std::pair<php::ZVal, php::ZVal> const &element) {
     auto const &key = element.first->value();
     auto const *const text = std::get_if<std::string>(&key);
@@ -253,6 +245,18 @@ List const lists[] = {
         "elements_of_rpc",
         [](rpc::php::v1::PelorinArray &message, std::uint32_t number) { message.add_elements()->set_long_key(number); },
         keys),
+    list<php::PelorinObject, rpc::php::v1::PelorinObject>(
+        "properties",
+        [](rpc::php::v1::PelorinObject &message, std::uint32_t number) {
+            message.mutable_properties()->add_elements()->set_long_key(number);
+        },
+        [](php::PelorinObject const &record) { return keys(record->properties()); }),
+    list<php::Function, Monitor::FunctionData>(
+        "arguments",
+        [](Monitor::FunctionData &message, std::uint32_t number) {
+            message.mutable_arguments()->add_elements()->set_long_key(number);
+        },
+        [](php::Function const &record) { return keys(record.args()); }),
     list<php::PelorinArray, PelorinPHP::PelorinArray>(
         "elements_of_protobuf",
         [](PelorinPHP::PelorinArray &message, std::uint32_t number) { message.add_elements()->set_long_key(number); },
@@ -267,6 +271,36 @@ TEST_P(MillionElements, are_built_read_and_released_on_a_small_stack)
 }
 
 INSTANTIATE_TEST_SUITE_P(As, MillionElements, test::rows(lists), test::by_name);
+
+template <class T>
+inline constexpr bool is_list = std::is_convertible_v<T, php::PelorinArray>;
+template <class T>
+inline constexpr bool is_list<QList<T>> = true;
+template <class Key, class T>
+inline constexpr bool is_list<QMap<Key, T>> = true;
+
+template <class Payload>
+constexpr bool has_list()
+{
+    bool found = false;
+    if constexpr (Described<Payload>) {
+        for_each_field<Payload>([&](auto const &field) {
+            found |= is_list<std::remove_cvref_t<std::invoke_result_t<decltype(field.read), Payload const &>>>;
+        });
+    }
+    return found;
+}
+
+TEST(MillionElements, are_tested_for_every_record_with_a_list)
+{
+    std::vector<std::string> lacking;
+    for_each_type(AllRecords(), [&]<class Record> {
+        if (has_list<payload_of_t<Record>>() &&
+            std::ranges::find(lists, test::symbol<Record>(), &List::record) == std::end(lists))
+            lacking.push_back(test::symbol<Record>());
+    });
+    EXPECT_THAT(lacking, testing::IsEmpty());
+}
 
 } // namespace
 } // namespace tarnwick::data

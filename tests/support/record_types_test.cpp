@@ -20,8 +20,9 @@ std::string text_of(std::filesystem::path const &path)
 TEST(RecordTypes, list_every_type_that_declares_a_metatype)
 {
     std::filesystem::path const sources(TARNWICK_SOURCES);
-    auto const list = text_of(sources / "tests/support/record_types.h");
-    std::regex const declared(R"(Q_DECLARE_METATYPE\((?:tarnwick::)?([\w:]+)\))");
+    auto const list =
+        text_of(sources / "libs/tarnwick/data/records.h") + text_of(sources / "tests/support/record_types.h");
+    std::regex const declared(R"(Q_DECLARE_METATYPE\((?:tarnwick::)?(?:data::)?([\w:]+)\))");
     int types = 0;
     for (auto const &header : std::filesystem::recursive_directory_iterator(sources / "libs/tarnwick")) {
         if (header.path().extension() != ".h")
@@ -29,7 +30,7 @@ TEST(RecordTypes, list_every_type_that_declares_a_metatype)
         auto const text = text_of(header.path());
         for (std::sregex_iterator match(text.begin(), text.end(), declared); match != std::sregex_iterator(); ++match) {
             auto const name = (*match)[1].str();
-            EXPECT_TRUE(std::regex_search(list, std::regex("[ <]" + name + "[,>]"))) << name << " is missing";
+            EXPECT_TRUE(std::regex_search(list, std::regex("[ <](data::)?" + name + "[,>]"))) << name << " is missing";
             ++types;
         }
     }

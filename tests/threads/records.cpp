@@ -1,7 +1,6 @@
 #include "threads/records.h"
 
 #include "support/records/constructor_table.h"
-#include "support/records/make_record.h"
 
 #include <tarnwick/data/print.h>
 
@@ -19,7 +18,7 @@ Message parsed(std::string const &bytes)
 {
     Message message;
     if (!message.ParseFromString(bytes))
-        throw std::logic_error("it does not parse");
+        throw std::logic_error("the message does not parse");
     return message;
 }
 
@@ -62,7 +61,7 @@ std::vector<std::function<Record()>> constructors(std::uint32_t shape, Source so
     std::vector<std::function<Record()>> all;
     visit_constructors(
         [&]<class Handle, class Message>(Of<Handle, Message>, std::string_view, auto const &...arguments) {
-            if constexpr (!std::is_same_v<class_of_t<Handle>, Handle>)
+            if constexpr (data::is_handle<Handle>)
                 all.push_back(constructor<Handle, Message>(shape, source, arguments...));
         });
     return all;

@@ -56,12 +56,20 @@ struct Link {
     static constexpr Sense sense = Sense::plain;
 };
 
+/// A source of a record: the message that one of its constructors reads, and the types of that constructor's further
+/// arguments. Messages need no definition here.
+template <class Message, class... Arguments>
+struct From {};
+
 /// Description of a record, on which all printing is based. Each record has a specialisation in its own header. `name`
 /// is the family, a dot and the class: `php.RShutdown`. `fields` is a tuple of `Field` and `Link` in the record's
 /// order.
 ///
 /// A program may describe its own records. The header with the specialisation must then include
 /// `<tarnwick/data/print.h>`; otherwise a `QVariant` or `QDebug` of that record does not link.
+///
+/// The library's own records have `Sources` too, a `std::tuple` of `From`, one for each constructor that reads a message.
+/// Nothing prints it, and a program's own record needs none.
 template <class Record>
 struct Description;
 

@@ -3,25 +3,7 @@
 #include <tarnwick/auth/request.h>
 #include <tarnwick/auth/session.h>
 #include <tarnwick/auth/user.h>
-#include <tarnwick/data/codetrace/add_data.h>
-#include <tarnwick/data/codetrace/data.h>
-#include <tarnwick/data/codetrace/header.h>
-#include <tarnwick/data/glimmet/functions.h>
-#include <tarnwick/data/glimmet/sql_queries.h>
-#include <tarnwick/data/glimmet/storage.h>
-#include <tarnwick/data/monitor/event.h>
-#include <tarnwick/data/php/error_data.h>
-#include <tarnwick/data/php/pelorin_array.h>
-#include <tarnwick/data/php/pelorin_object.h>
-#include <tarnwick/data/php/pelorin_resource.h>
-#include <tarnwick/data/php/post_data.h>
-#include <tarnwick/data/php/request_headers.h>
-#include <tarnwick/data/php/response_body.h>
-#include <tarnwick/data/php/response_headers.h>
-#include <tarnwick/data/php/rinit.h>
-#include <tarnwick/data/php/rshutdown.h>
-#include <tarnwick/data/php/superglobals.h>
-#include <tarnwick/data/php/zval.h>
+#include <tarnwick/data/records.h>
 #include <tarnwick/export.h>
 
 namespace tarnwick::data::internal {

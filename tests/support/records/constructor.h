@@ -1,23 +1,18 @@
 #pragma once
 
 #include "support/allocation_faults.h"
+#include "support/record_content.h"
 #include "support/records/make_record.h"
 #include "support/records/message_filler.h"
-#include "support/record_content.h"
+#include "support/records/symbol.h"
 
 #include <tarnwick/data/print.h>
 
-#include <cxxabi.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <type_traits>
-#include <typeinfo>
 #include <utility>
 
 namespace tarnwick::test {
@@ -45,18 +40,10 @@ AllocationFaults fail_all_shapes(Constructor const &constructor, std::size_t fau
 
 inline constexpr auto record_text = [](auto const &record) { return data::to_text(record); };
 
-template <class T>
-std::string symbol()
-{
-    std::unique_ptr<char, decltype(&std::free)> const name(
-        abi::__cxa_demangle(typeid(T).name(), nullptr, nullptr, nullptr), &std::free);
-    return name.get();
-}
-
 template <class Record, class Message>
 std::string signature()
 {
-    return symbol<class_of_t<Record>>() + "(" + symbol<Message>();
+    return symbol<data::payload_of_t<Record>>() + "(" + symbol<Message>();
 }
 
 /// The constructor of a record, or of a handle's payload, from a message and further arguments.

@@ -2,39 +2,9 @@
 
 #include "capture/report_parser.h"
 
-#include <tarnwick/data/codetrace/add_data.h>
-#include <tarnwick/data/codetrace/data.h>
-#include <tarnwick/data/codetrace/header.h>
-#include <tarnwick/data/glimmet/functions.h>
-#include <tarnwick/data/glimmet/sql_queries.h>
-#include <tarnwick/data/glimmet/storage.h>
-#include <tarnwick/data/monitor/event.h>
-#include <tarnwick/data/php/error_data.h>
-#include <tarnwick/data/php/post_data.h>
-#include <tarnwick/data/php/request_headers.h>
-#include <tarnwick/data/php/response_body.h>
-#include <tarnwick/data/php/response_headers.h>
-#include <tarnwick/data/php/rinit.h>
-#include <tarnwick/data/php/rshutdown.h>
-#include <tarnwick/data/php/superglobals.h>
+#include <tarnwick/data/record_messages.h>
+#include <tarnwick/data/records.h>
 #include <tarnwick/messages.h>
-
-#include <pelorin/protobuf/CT/header.pb.h>
-#include <pelorin/protobuf/Glimmet/bodies.pb.h>
-#include <pelorin/protobuf/Glimmet/error.pb.h>
-#include <pelorin/protobuf/Glimmet/functions.pb.h>
-#include <pelorin/protobuf/Glimmet/headers.pb.h>
-#include <pelorin/protobuf/Glimmet/sql.pb.h>
-#include <pelorin/protobuf/Glimmet/storage.pb.h>
-#include <pelorin/protobuf/Glimmet/superglobals.pb.h>
-#include <pelorin/protobuf/Monitor/event.pb.h>
-#include <pelorin/protobuf/Monitor/superglobals.pb.h>
-#include <pelorin/protobuf/PelorinPHP/rinit_data.pb.h>
-#include <pelorin/protobuf/PelorinPHP/rshutdown_data.pb.h>
-#include <tarnwick/rpc/codetrace/v1/notify_request.pb.h>
-#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
-#include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
-#include <tarnwick/rpc/php/v1/notify_request.pb.h>
 
 #include <utility>
 
@@ -64,21 +34,19 @@ std::optional<std::string> RecordFeed::feed(Frame const &frame)
     case Frame::kRpcPhp:
         return parsed<PhpReport>(frame.rpc_php(), [&](auto const &message) { print_php(message); });
     case Frame::kRinit:
-        return parsed_into<messages::protobuf_php::RInitData, RInit>(frame.rinit(), request_id);
+        return parsed_into<messages::protobuf_php::RInitData>(frame.rinit(), protobuf_dialect, request_id);
     case Frame::kRshutdown:
-        return parsed_into<messages::protobuf_php::RShutdownData, RShutdown>(frame.rshutdown(), request_id);
+        return parsed_into<messages::protobuf_php::RShutdownData>(frame.rshutdown(), protobuf_dialect, request_id);
     case Frame::kError:
-        return parsed_into<messages::protobuf_glimmet::Error, ErrorData>(frame.error(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Error>(frame.error(), protobuf_dialect, request_id);
     case Frame::kRequestHeaders:
-        return parsed_into<messages::protobuf_glimmet::RequestHeaders, RequestHeaders>(frame.request_headers(),
-                                                                                       request_id);
+        return parsed_into<messages::protobuf_glimmet::RequestHeaders>(frame.request_headers(), protobuf_dialect, request_id);
     case Frame::kResponseHeaders:
-        return parsed_into<messages::protobuf_glimmet::ResponseHeaders, ResponseHeaders>(frame.response_headers(),
-                                                                                         request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseHeaders>(frame.response_headers(), protobuf_dialect, request_id);
     case Frame::kRawPostData:
-        return parsed_into<messages::protobuf_glimmet::RawPostData, PostData>(frame.raw_post_data(), request_id);
+        return parsed_into<messages::protobuf_glimmet::RawPostData>(frame.raw_post_data(), protobuf_dialect, request_id);
     case Frame::kResponseBody:
-        return parsed_into<messages::protobuf_glimmet::ResponseBody, ResponseBody>(frame.response_body(), request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseBody>(frame.response_body(), protobuf_dialect, request_id);
     case Frame::kMonitorSuperglobals:
         return parsed<messages::protobuf_monitor::Superglobals>(frame.monitor_superglobals(), [&](auto const &message) {
             print_superglobals(protobuf_dialect, all_entries, message, request_id);
@@ -89,13 +57,13 @@ std::optional<std::string> RecordFeed::feed(Frame const &frame)
             print_superglobals(protobuf_dialect, what_changed, message, request_id, Superglobals::change_t());
         });
     case Frame::kRpcMonitor:
-        return parsed_into<messages::rpc_monitor::NotifyRequest, data::monitor::Event>(frame.rpc_monitor());
+        return parsed_into<messages::rpc_monitor::NotifyRequest>(frame.rpc_monitor(), rpc_dialect);
     case Frame::kMonitorEvent:
-        return parsed_into<messages::protobuf_monitor::Event, data::monitor::Event>(frame.monitor_event(), request_id);
+        return parsed_into<messages::protobuf_monitor::Event>(frame.monitor_event(), protobuf_dialect, request_id);
     case Frame::kRpcCodetrace:
-        return parsed_into<messages::rpc_codetrace::NotifyRequest, codetrace::Header>(frame.rpc_codetrace());
+        return parsed_into<messages::rpc_codetrace::NotifyRequest>(frame.rpc_codetrace(), rpc_dialect);
     case Frame::kCtHeader:
-        return parsed_into<messages::protobuf_codetrace::Header, codetrace::Header>(frame.ct_header(), request_id);
+        return parsed_into<messages::protobuf_codetrace::Header>(frame.ct_header(), protobuf_dialect, request_id);
     case Frame::kRpcData:
         print_rpc_chunk<codetrace::Data>(frame.rpc_data(), frame);
         return std::nullopt;
@@ -111,9 +79,9 @@ std::optional<std::string> RecordFeed::feed(Frame const &frame)
     case Frame::kRpcGlimmet:
         return parsed<ProfilerReport>(frame.rpc_glimmet(), [&](auto const &message) { print_glimmet(message); });
     case Frame::kFunctions:
-        return parsed_into<messages::protobuf_glimmet::Functions, glimmet::Functions>(frame.functions(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Functions>(frame.functions(), protobuf_dialect, request_id);
     case Frame::kStorage:
-        return parsed_into<messages::protobuf_glimmet::Storage, glimmet::Storage>(frame.storage(), request_id);
+        return parsed_into<messages::protobuf_glimmet::Storage>(frame.storage(), protobuf_dialect, request_id);
     case Frame::kSqlConnections:
         return parsed<messages::protobuf_glimmet::SqlConnections>(frame.sql_connections(), [&](auto const &message) {
             auto &connections = sql_tables_.of(request_id).connections;
@@ -183,17 +151,15 @@ std::optional<std::string> RecordFeed::parsed(std::string const &bytes, Build &&
     return fault;
 }
 
-template <class Message, class Record>
-std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, RequestId request_id)
+template <class Message, class... Arguments>
+std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, std::string_view dialect, Arguments... arguments)
 {
-    return parsed<Message>(bytes,
-                           [&](Message const &message) { print<Record>(protobuf_dialect, message, request_id); });
-}
-
-template <class Message, class Record>
-std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes)
-{
-    return parsed<Message>(bytes, [&](Message const &message) { print<Record>(rpc_dialect, message); });
+    return parsed<Message>(bytes, [&](Message const &message) {
+        data::for_each_type(data::ReportRecords(), [&]<class Record> {
+            if constexpr (data::is_built_from<Record, Message, Arguments...>)
+                print<Record>(dialect, message, arguments...);
+        });
+    });
 }
 
 template <class Record>

@@ -44,12 +44,9 @@ private:
     /// Calls `build` with the message.
     template <class Message, class Build>
     std::optional<std::string> parsed(std::string const &bytes, Build &&build);
-    /// A message of the protobuf dialect that feeds one record.
-    template <class Message, class Record>
-    std::optional<std::string> parsed_into(std::string const &bytes, data::php::RequestId request_id);
-    /// A message of the rpc dialect that feeds one record, whatever its case.
-    template <class Message, class Record>
-    std::optional<std::string> parsed_into(std::string const &bytes);
+    /// Prints the records that are built from the message and these arguments, whatever the message's case.
+    template <class Message, class... Arguments>
+    std::optional<std::string> parsed_into(std::string const &bytes, std::string_view dialect, Arguments... arguments);
     void print_php(rpc::php::v1::NotifyRequest const &message);
     template <class Record>
     void print_rpc_chunk(std::string const &bytes, capture::v1::Frame const &frame);

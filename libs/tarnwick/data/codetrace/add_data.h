@@ -54,6 +54,7 @@ public:
 template <>
 struct tarnwick::data::Description<tarnwick::data::codetrace::detail::AddData> {
     static constexpr std::string_view name = "codetrace.AddData";
+    using Sources = std::tuple<From<zeromq::msg_t, php::RequestId>, From<ZMQ::Message, php::RequestId, long>>;
     static constexpr auto fields = codetrace::detail::chunk_fields<codetrace::detail::AddData>;
 };
 

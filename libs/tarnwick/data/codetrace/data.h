@@ -68,6 +68,7 @@ public:
 template <>
 struct tarnwick::data::Description<tarnwick::data::codetrace::detail::Data> {
     static constexpr std::string_view name = "codetrace.Data";
+    using Sources = std::tuple<From<zeromq::msg_t, php::RequestId>, From<ZMQ::Message, php::RequestId, long>>;
     static constexpr auto fields = codetrace::detail::chunk_fields<codetrace::detail::Data>;
 };
 

@@ -66,6 +66,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::FunctionStats> {
     using Record = glimmet::FunctionStats;
     static constexpr std::string_view name = "glimmet.FunctionStats";
+    using Sources = std::tuple<From<rpc::glimmet::v1::Function>, From<pelorin::protobuf::Glimmet::Function>>;
     static constexpr std::tuple fields{
         Field{"has_location", &Record::has_location},
         Field{"name", &Record::name},

@@ -59,6 +59,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlConnection> {
     using Record = glimmet::detail::SqlConnection;
     static constexpr std::string_view name = "glimmet.SqlConnection";
+    using Sources = std::tuple<From<rpc::glimmet::v1::SqlConnection>, From<pelorin::protobuf::Glimmet::SqlConnection>>;
     static constexpr std::tuple fields{
         Field{"id", &Record::id},
         Field{"kind", &Record::kind},

@@ -45,6 +45,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::SqlConnections> {
     using Record = glimmet::SqlConnections;
     static constexpr std::string_view name = "glimmet.SqlConnections";
+    using Sources = std::tuple<From<rpc::glimmet::v1::SqlQueries>, From<pelorin::protobuf::Glimmet::SqlConnections>>;
     static constexpr std::tuple fields{Field{"connections", &Record::connections}};
 };
 

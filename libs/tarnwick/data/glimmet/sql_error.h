@@ -40,6 +40,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::SqlError> {
     using Record = glimmet::SqlError;
     static constexpr std::string_view name = "glimmet.SqlError";
+    using Sources = std::tuple<From<rpc::glimmet::v1::SqlError>, From<pelorin::protobuf::Glimmet::SqlError>>;
     static constexpr std::tuple fields{Field{"message", &Record::message}};
 };
 

@@ -97,6 +97,9 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlQuery> {
     using Record = glimmet::detail::SqlQuery;
     static constexpr std::string_view name = "glimmet.SqlQuery";
+    using Sources = std::tuple<
+        From<rpc::glimmet::v1::SqlQuery, glimmet::SqlConnections::Table, glimmet::SqlTransactions::Table>,
+        From<pelorin::protobuf::Glimmet::SqlQuery, glimmet::SqlConnections::Table, glimmet::SqlTransactions::Table>>;
     static constexpr std::tuple fields{
         Field{"kind", &Record::kind},
         Field{"source_kind", &Record::source_kind},

@@ -76,6 +76,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlTransaction> {
     using Record = glimmet::detail::SqlTransaction;
     static constexpr std::string_view name = "glimmet.SqlTransaction";
+    using Sources = std::tuple<From<rpc::glimmet::v1::SqlTransaction, QMap<unsigned int, Record::Pointer>>,
+                               From<pelorin::protobuf::Glimmet::SqlTransaction, QMap<unsigned int, Record::Pointer>>>;
     static constexpr std::tuple fields{
         Field{"id", &Record::id},
         Link{"parent", &Record::parent},

@@ -47,6 +47,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::SqlTransactions> {
     using Record = glimmet::SqlTransactions;
     static constexpr std::string_view name = "glimmet.SqlTransactions";
+    using Sources = std::tuple<From<rpc::glimmet::v1::SqlQueries>, From<pelorin::protobuf::Glimmet::SqlTransactions>>;
     static constexpr std::tuple fields{Field{"transactions", &Record::transactions}};
 };
 

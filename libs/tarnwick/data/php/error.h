@@ -55,6 +55,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::Error> {
     using Record = php::Error;
     static constexpr std::string_view name = "php.Error";
+    using Sources = std::tuple<From<rpc::php::v1::Error>, From<pelorin::protobuf::Glimmet::Error>>;
     static constexpr std::tuple fields{
         Field{"category", &Record::category},
         Field{"number", &Record::number},

@@ -44,6 +44,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::Exception> {
     using Record = php::Exception;
     static constexpr std::string_view name = "php.Exception";
+    using Sources = std::tuple<From<rpc::php::v1::Exception>, From<pelorin::protobuf::Glimmet::Error>>;
     static constexpr std::tuple fields{
         Field{"exception_name", &Record::exception_name},
         Field{"exception_text", &Record::exception_text},

@@ -70,6 +70,9 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::Function> {
     using Record = php::Function;
     static constexpr std::string_view name = "php.Function";
+    using Sources = std::tuple<From<rpc::php::v1::Function>, From<rpc::php::v1::StackTraceFrame>,
+                               From<pelorin::protobuf::Monitor::FunctionData>,
+                               From<pelorin::protobuf::PelorinPHP::StackTraceFrame>>;
     static constexpr std::tuple fields{
         Field{"name", &Record::name},
         Field{"args", &Record::args},

@@ -53,6 +53,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::ResponseHeaders> {
     using Record = php::detail::ResponseHeaders;
     static constexpr std::string_view name = "php.ResponseHeaders";
+    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
+                               From<pelorin::protobuf::Glimmet::ResponseHeaders, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"headers", &Record::headers},

@@ -73,6 +73,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::RShutdown> {
     using Record = php::detail::RShutdown;
     static constexpr std::string_view name = "php.RShutdown";
+    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
+                               From<pelorin::protobuf::PelorinPHP::RShutdownData, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"timestamp", &Record::timestamp, Sense::instant},

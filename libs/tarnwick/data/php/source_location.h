@@ -55,6 +55,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::SourceLocation> {
     using Record = php::SourceLocation;
     static constexpr std::string_view name = "php.SourceLocation";
+    using Sources = std::tuple<From<rpc::php::v1::SourceLocation>>;
     static constexpr std::tuple fields{
         Field{"file", &Record::file},
         Field{"line", &Record::line},

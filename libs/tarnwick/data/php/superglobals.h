@@ -82,6 +82,11 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::Superglobals> {
     using Record = php::detail::Superglobals;
     static constexpr std::string_view name = "php.Superglobals";
+    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest, Record::init_t>,
+                               From<rpc::php::v1::NotifyRequest, Record::change_t>,
+                               From<pelorin::protobuf::Monitor::Superglobals, php::RequestId>,
+                               From<pelorin::protobuf::Glimmet::Superglobals, php::RequestId, Record::init_t>,
+                               From<pelorin::protobuf::Glimmet::Superglobals, php::RequestId, Record::change_t>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"values", &Record::values},

@@ -228,6 +228,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::PelorinObject> {
     using Record = php::detail::PelorinObject;
     static constexpr std::string_view name = "php.PelorinObject";
+    using Sources = std::tuple<From<rpc::php::v1::PelorinObject>>;
     static constexpr std::tuple fields{
         Field{"class_name", &Record::class_name},
         Field{"properties", &Record::properties},
@@ -239,6 +240,7 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::PelorinResource> {
     using Record = php::detail::PelorinResource;
     static constexpr std::string_view name = "php.PelorinResource";
+    using Sources = std::tuple<From<rpc::php::v1::PelorinResource>>;
     static constexpr std::tuple fields{
         Field{"type_name", &Record::type_name},
         Field{"value", &Record::value},
