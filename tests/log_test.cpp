@@ -45,7 +45,7 @@ struct fmt::formatter<tarnwick::test::Unprintable> : fmt::formatter<int> {
     }
 };
 
-namespace tarnwick::test {
+namespace tarnwick::test::log_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -149,4 +149,4 @@ TEST(Log, handles_a_format_error_of_the_stream_as_its_own)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::log_test

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::pconfig_observer_test {
 namespace {
 
 using PelorinPHPX::ConfigObserver;
@@ -266,4 +266,4 @@ TEST(ConfigObserver, can_end_a_load)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::pconfig_observer_test

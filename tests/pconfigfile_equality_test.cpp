@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-namespace tarnwick::test {
+namespace tarnwick::test::pconfigfile_equality_test {
 namespace {
 
 using namespace std::string_view_literals;
@@ -184,4 +184,4 @@ TEST(ConfigFileOnRandomFiles, agrees_with_the_simple_reader)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::pconfigfile_equality_test

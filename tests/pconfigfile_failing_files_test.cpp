@@ -13,7 +13,7 @@
 #include <string>
 #include <utility>
 
-namespace tarnwick::test {
+namespace tarnwick::test::pconfigfile_failing_files_test {
 namespace {
 
 class FailingConfigFile : public testing::Test {
@@ -154,4 +154,4 @@ TEST_F(FailingConfigFile, with_a_wildcard_is_reported_when_the_listing_fails_mid
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::pconfigfile_failing_files_test

@@ -19,7 +19,7 @@
 #include <fstream>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::pconfigfile_hostile_test {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -353,4 +353,4 @@ TEST(CarriageReturn, alone_does_not_end_a_line)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::pconfigfile_hostile_test

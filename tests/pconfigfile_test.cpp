@@ -23,7 +23,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tarnwick::test {
+namespace tarnwick::test::pconfigfile_test {
 namespace {
 
 static_assert(!std::is_polymorphic_v<ConfigFile>);
@@ -517,4 +517,4 @@ TEST(ConfigFileLog, propagates_exceptions_of_the_stream)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::pconfigfile_test

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::pexception_test {
 namespace {
 
 static_assert(std::is_base_of_v<std::runtime_error, PException>);
@@ -138,3 +139,4 @@ TEST(PException, shares_its_type_information_across_libraries)
 }
 
 } // namespace
+} // namespace tarnwick::test::pexception_test

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::qstring_format_test {
 namespace {
 
 using tarnwick::test::by_name;
@@ -175,3 +176,4 @@ TEST(QStringFormatTest, throws_on_an_invalid_specification_at_run_time)
 }
 
 } // namespace
+} // namespace tarnwick::test::qstring_format_test

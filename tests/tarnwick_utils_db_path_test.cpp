@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::tarnwick_utils_db_path_test {
 namespace {
 
 using PelorinPHPX::check_obsolete_db_path;
@@ -119,4 +119,4 @@ TEST(DbPathLog, does_not_affect_the_result_when_it_is_off)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::tarnwick_utils_db_path_test

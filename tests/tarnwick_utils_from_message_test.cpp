@@ -17,7 +17,7 @@
 #include <limits>
 #include <string>
 
-namespace PelorinPHPX {
+namespace PelorinPHPX::tarnwick_utils_from_message_test {
 namespace {
 
 using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
@@ -365,4 +365,4 @@ TEST_P(VariantBothWays, protobuf)
 INSTANTIATE_TEST_SUITE_P(Table, VariantBothWays, rows(both_ways), by_name);
 
 } // namespace
-} // namespace PelorinPHPX
+} // namespace PelorinPHPX::tarnwick_utils_from_message_test

@@ -16,7 +16,7 @@
 #include <cmath>
 #include <string>
 
-namespace PelorinPHPX {
+namespace PelorinPHPX::tarnwick_utils_json_test {
 namespace {
 
 using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
@@ -185,4 +185,4 @@ TEST_P(JsonByTwoRoutes, of_a_list_or_map_each_element_by_itself)
 INSTANTIATE_TEST_SUITE_P(Elements, JsonByTwoRoutes, rows(two_routes), by_name);
 
 } // namespace
-} // namespace PelorinPHPX
+} // namespace PelorinPHPX::tarnwick_utils_json_test

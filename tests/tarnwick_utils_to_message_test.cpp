@@ -30,7 +30,7 @@
 #include <string>
 #include <utility>
 
-namespace PelorinPHPX {
+namespace PelorinPHPX::tarnwick_utils_to_message_test {
 namespace {
 
 using ProtobufZVal = pelorin::protobuf::PelorinPHP::ZVal;
@@ -408,4 +408,6 @@ TYPED_TEST(ToMessageOnArena, puts_a_time_of_a_heap_message_on_the_heap)
 }
 
 } // namespace
-} // namespace PelorinPHPX
+} // namespace PelorinPHPX::tarnwick_utils_to_message_test
+
+#undef LOST

@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace PelorinPHPX {
+namespace PelorinPHPX::auth_handles_test {
 namespace {
 
 using tarnwick::test::allocations_of;
@@ -133,4 +133,4 @@ TYPED_TEST(IdentityHandle, round_trips_through_a_qvariant)
 }
 
 } // namespace
-} // namespace PelorinPHPX
+} // namespace PelorinPHPX::auth_handles_test

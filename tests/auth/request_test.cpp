@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace PelorinPHPX::Auth {
+namespace PelorinPHPX::Auth::request_test {
 namespace {
 
 using namespace Qt::StringLiterals;
@@ -57,4 +57,4 @@ TEST(Request, prints_absent_fields)
 }
 
 } // namespace
-} // namespace PelorinPHPX::Auth
+} // namespace PelorinPHPX::Auth::request_test

@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace PelorinPHPX {
+namespace PelorinPHPX::session_test {
 namespace {
 
 using Auth::User;
@@ -138,4 +138,4 @@ TEST(Session, prints_absent_fields)
 }
 
 } // namespace
-} // namespace PelorinPHPX
+} // namespace PelorinPHPX::session_test

@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace PelorinPHPX::Auth {
+namespace PelorinPHPX::Auth::user_test {
 namespace {
 
 using tarnwick::test::by_name;
@@ -170,4 +170,4 @@ TEST(User, prints_absent_fields)
 }
 
 } // namespace
-} // namespace PelorinPHPX::Auth
+} // namespace PelorinPHPX::Auth::user_test

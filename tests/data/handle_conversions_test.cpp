@@ -22,7 +22,7 @@
 #include <variant>
 #include <vector>
 
-namespace tarnwick::data {
+namespace tarnwick::data::handle_conversions_test {
 namespace {
 
 using test::for_all;
@@ -206,4 +206,4 @@ TEST(HandleConversions, an_adopted_count_belongs_to_the_handle)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::handle_conversions_test

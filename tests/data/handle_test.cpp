@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tarnwick::data {
+namespace tarnwick::data::handle_test {
 namespace {
 
 using php::RShutdown;
@@ -111,4 +111,4 @@ TEST(Handle, round_trips_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::handle_test

@@ -31,7 +31,7 @@
 #include <string>
 #include <utility>
 
-namespace tarnwick::data {
+namespace tarnwick::data::hostile_shapes_test {
 namespace {
 
 using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
@@ -182,4 +182,4 @@ TEST_P(HostileShapes, take_memory_in_proportion_to_the_message)
 INSTANTIATE_TEST_SUITE_P(Of, HostileShapes, test::rows(shapes), test::by_name);
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::hostile_shapes_test

@@ -24,7 +24,7 @@
 // The standard does not require `offsetof` for derived classes. The supported compilers have it.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
-namespace tarnwick::data {
+namespace tarnwick::data::layout_test {
 namespace {
 
 using monitor::detail::Event;
@@ -246,4 +246,4 @@ TEST(Layout, of_an_observer_keeps_the_order_of_its_functions)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::layout_test

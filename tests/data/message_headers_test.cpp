@@ -9,7 +9,7 @@
 
 // Record headers only declare the messages that they read, so the class comment names the header that defines them.
 
-namespace tarnwick::data {
+namespace tarnwick::data::message_headers_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -68,4 +68,4 @@ TEST(MessageHeaders, are_named_in_the_comment_of_each_class_that_reads_a_message
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::message_headers_test

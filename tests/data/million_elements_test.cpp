@@ -34,7 +34,7 @@
 #include <variant>
 #include <vector>
 
-namespace tarnwick::data {
+namespace tarnwick::data::million_elements_test {
 namespace {
 
 namespace Glimmet = pelorin::protobuf::Glimmet;
@@ -303,4 +303,4 @@ TEST(MillionElements, are_tested_for_every_record_with_a_list)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::million_elements_test

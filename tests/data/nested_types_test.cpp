@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-namespace tarnwick::data {
+namespace tarnwick::data::nested_types_test {
 namespace {
 
 template <class Left, class Right>
@@ -41,4 +41,4 @@ static_assert(same<glimmet::SqlTransaction::Pointer, glimmet::detail::SqlTransac
 static_assert(same<PelorinPHPX::Auth::User::Kind, PelorinPHPX::Auth::UserData::Kind>);
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::nested_types_test

@@ -11,7 +11,7 @@
 
 #include <vector>
 
-namespace tarnwick::data {
+namespace tarnwick::data::print_after_fmt_test {
 namespace {
 
 static_assert(test::all_format_as_records);
@@ -29,4 +29,4 @@ TEST(PrintAfterFmt, a_list_of_records_prints_as_a_list)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::print_after_fmt_test

@@ -23,7 +23,7 @@
 #include <unordered_set>
 #include <variant>
 
-namespace tarnwick::data {
+namespace tarnwick::data::print_test {
 namespace {
 
 php::RShutdown record()
@@ -204,4 +204,4 @@ TEST(TextWriter, writes_enumerations_as_their_numbers)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::print_test

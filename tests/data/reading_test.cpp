@@ -14,7 +14,7 @@
 #include <optional>
 #include <string>
 
-namespace tarnwick::data {
+namespace tarnwick::data::reading_test {
 namespace {
 
 using test::from_text;
@@ -161,4 +161,4 @@ TEST(Messages, with_texts_that_are_not_utf8_parse)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::reading_test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::data {
+namespace tarnwick::data::records_test {
 namespace {
 
 using testing::IsEmpty;
@@ -103,4 +103,4 @@ TEST(Records, have_a_layout_assertion)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::records_test

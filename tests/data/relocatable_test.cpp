@@ -13,7 +13,7 @@
 #include <optional>
 #include <type_traits>
 
-namespace tarnwick::data {
+namespace tarnwick::data::relocatable_test {
 namespace {
 
 using test::allocations_of;
@@ -81,4 +81,4 @@ TEST(Relocatable, a_variant_returns_a_default_value_for_another_type)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::relocatable_test

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace tarnwick::data {
+namespace tarnwick::data::writer_test {
 namespace {
 
 struct WithoutChunk : TextWriter {
@@ -27,4 +27,4 @@ TEST(Writer, is_a_class_with_every_operation)
 }
 
 } // namespace
-} // namespace tarnwick::data
+} // namespace tarnwick::data::writer_test

@@ -16,7 +16,7 @@
 
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::json_test {
 namespace {
 
 using rpc::php::v1::ZVal;
@@ -81,4 +81,4 @@ INSTANTIATE_TEST_SUITE_P(Of, JsonDepth,
                          testing::Values(Nesting{"arrays", "[", "]"}, Nesting{"objects", R"({"k":)", "}"}), by_name);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::json_test

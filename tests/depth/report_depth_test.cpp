@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::report_depth_test {
 namespace {
 
 using program::RecordFeed;
@@ -93,4 +93,4 @@ INSTANTIATE_TEST_SUITE_P(
     by_name);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::report_depth_test

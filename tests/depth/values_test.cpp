@@ -22,7 +22,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::values_test {
 namespace {
 
 using namespace data::php;
@@ -127,4 +127,4 @@ TEST(ArraysAtTheLimit, are_compared_on_a_small_stack)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::values_test

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::constructors_test {
 namespace {
 
 using testing::IsEmpty;
@@ -83,4 +83,4 @@ public:
 [[maybe_unused]] auto const *const environment = testing::AddGlobalTestEnvironment(new Total);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::constructors_test

@@ -11,7 +11,7 @@
 #include <set>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::message_filler_test {
 namespace {
 
 using pelorin::protobuf::PelorinPHP::RShutdownData;
@@ -70,4 +70,4 @@ TEST(FieldCoverage, includes_nested_messages_and_lists)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::message_filler_test

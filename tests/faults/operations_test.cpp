@@ -38,7 +38,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::operations_test {
 namespace {
 
 namespace php = data::php;
@@ -440,4 +440,4 @@ TEST_P(AllocationFaultsBeyondUs, are_known)
 INSTANTIATE_TEST_SUITE_P(, AllocationFaultsBeyondUs, rows(limits), by_name);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::operations_test

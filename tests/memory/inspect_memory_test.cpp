@@ -22,7 +22,7 @@
 #include <thread>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::inspect_memory_test {
 namespace {
 
 using pelorin::protobuf::Glimmet::RawPostData;
@@ -240,4 +240,4 @@ INSTANTIATE_TEST_SUITE_P(
     by_name);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::inspect_memory_test

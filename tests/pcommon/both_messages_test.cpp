@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::both_messages_test {
 namespace {
 
 template <class Message>
@@ -156,3 +157,4 @@ TYPED_TEST(BothMessages, moved_from_can_be_assigned)
 }
 
 } // namespace
+} // namespace tarnwick::test::both_messages_test

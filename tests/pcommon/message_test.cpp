@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::message_test {
 namespace {
 
 using ZMQ::Message;
@@ -86,3 +87,4 @@ TEST(Message, assignment_from_a_closed_message_moves_nothing)
 }
 
 } // namespace
+} // namespace tarnwick::test::message_test

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::msg_test {
 namespace {
 
 using zeromq::msg_t;
@@ -48,3 +49,4 @@ TEST(Msg, move_assignment_releases_the_former_bytes)
 }
 
 } // namespace
+} // namespace tarnwick::test::msg_test

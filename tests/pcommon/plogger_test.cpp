@@ -22,6 +22,7 @@
 
 #include <gtest/gtest.h>
 
+namespace tarnwick::test::plogger_test {
 namespace {
 
 static_assert(std::is_same_v<std::underlying_type_t<PLogger::Level>, std::int8_t>);
@@ -336,3 +337,4 @@ TEST_F(PLoggerStuckTest, set_output_waits_for_the_line_being_written)
 }
 
 } // namespace
+} // namespace tarnwick::test::plogger_test

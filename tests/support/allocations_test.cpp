@@ -14,7 +14,7 @@
 #include <string>
 #include <thread>
 
-namespace tarnwick::test {
+namespace tarnwick::test::allocations_test {
 namespace {
 
 TEST(Allocations, count_new_of_a_test)
@@ -240,4 +240,4 @@ TEST(FailingAllocations, do_not_affect_other_threads)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::allocations_test

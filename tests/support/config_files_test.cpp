@@ -11,7 +11,7 @@
 #include <limits>
 #include <system_error>
 
-namespace tarnwick::test {
+namespace tarnwick::test::config_files_test {
 namespace {
 
 TEST(ScratchFolder, is_in_memory_where_the_space_is_free)
@@ -48,4 +48,4 @@ TEST(ConfigFolder, is_not_in_a_small_memory_file_system)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::config_files_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace tarnwick::test {
+namespace tarnwick::test::php_values_test {
 namespace {
 
 using namespace data::php;
@@ -32,4 +32,4 @@ TEST(PhpValues, notation_distinguishes_kinds_and_bytes)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::php_values_test

@@ -8,7 +8,7 @@
 #include <regex>
 #include <string>
 
-namespace tarnwick::test {
+namespace tarnwick::test::record_types_test {
 namespace {
 
 std::string text_of(std::filesystem::path const &path)
@@ -38,4 +38,4 @@ TEST(RecordTypes, list_every_type_that_declares_a_metatype)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::record_types_test

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::chains_test {
 namespace {
 
 using Pointer = QExplicitlySharedDataPointer<detail::SqlTransaction>;
@@ -85,4 +85,4 @@ TEST(SharedChain, with_every_link_shared_is_released_by_the_last_thread)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::chains_test

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::threads_config_test {
 namespace {
 
 constexpr int loads = 10;
@@ -135,4 +135,4 @@ TEST(ConfigFilesDeathTest, may_look_for_references_first_on_all_threads)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::threads_config_test

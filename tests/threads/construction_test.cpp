@@ -24,7 +24,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::construction_test {
 namespace {
 
 TEST(Construction, from_shared_messages_on_all_threads_is_correct)
@@ -119,4 +119,4 @@ TEST(Values, are_compared_and_written_while_other_threads_release_them)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::construction_test

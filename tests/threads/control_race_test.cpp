@@ -37,7 +37,7 @@ extern "C" char const *__tsan_default_suppressions()
 
 // NOLINTEND(bugprone-reserved-identifier)
 
-namespace tarnwick::test {
+namespace tarnwick::test::control_race_test {
 namespace {
 
 constexpr int rounds = 100;
@@ -129,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(
     by_name);
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::control_race_test
 
 #else
 

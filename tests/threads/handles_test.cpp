@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::threads_handles_test {
 namespace {
 
 /// Records of all kinds, each with one handle, from messages of the shapes 1 to `shapes`.
@@ -153,4 +153,4 @@ TEST(Handles, are_freed_by_a_random_last_owner_while_others_read)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::threads_handles_test

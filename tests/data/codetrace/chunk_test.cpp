@@ -20,7 +20,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tarnwick::data::codetrace {
+namespace tarnwick::data::codetrace::chunk_test {
 namespace {
 
 using php::RequestId;
@@ -383,4 +383,4 @@ TYPED_TEST(ChunkOf, round_trips_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::codetrace
+} // namespace tarnwick::data::codetrace::chunk_test

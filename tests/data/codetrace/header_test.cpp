@@ -26,7 +26,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::codetrace {
+namespace tarnwick::data::codetrace::header_test {
 namespace {
 
 using ProtobufHeader = pelorin::protobuf::CT::Header;
@@ -243,4 +243,6 @@ TEST(Header, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::codetrace
+} // namespace tarnwick::data::codetrace::header_test
+
+#undef ZEROES

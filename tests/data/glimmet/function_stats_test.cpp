@@ -19,7 +19,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::function_stats_test {
 namespace {
 
 using RpcFunction = rpc::glimmet::v1::Function;
@@ -214,4 +214,8 @@ TEST(FunctionStats, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::function_stats_test
+
+#undef LINE
+#undef PLACE
+#undef NOTHING_MEASURED

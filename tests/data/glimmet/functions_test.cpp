@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::functions_test {
 namespace {
 
 using rpc::glimmet::v1::NotifyRequest;
@@ -187,4 +187,4 @@ TEST(Functions, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::functions_test

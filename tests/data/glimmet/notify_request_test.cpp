@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::glimmet_notify_request_test {
 namespace {
 
 using test::field_names;
@@ -23,4 +23,4 @@ TEST(GlimmetNotifyRequest, fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::glimmet_notify_request_test

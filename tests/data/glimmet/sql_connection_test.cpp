@@ -17,7 +17,7 @@
 #include <limits>
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_connection_test {
 namespace {
 
 using test::from_text;
@@ -109,4 +109,4 @@ TEST(SqlConnection, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_connection_test

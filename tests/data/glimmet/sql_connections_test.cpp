@@ -14,7 +14,7 @@
 
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_connections_test {
 namespace {
 
 using RpcQueries = rpc::glimmet::v1::SqlQueries;
@@ -69,4 +69,4 @@ TEST(SqlConnections, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_connections_test

@@ -12,7 +12,7 @@
 
 #include <QtCore/QVariant>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_error_test {
 namespace {
 
 using testing::ElementsAre;
@@ -53,4 +53,4 @@ TEST(SqlError, round_trips_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_error_test

@@ -20,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_queries_test {
 namespace {
 
 using rpc::glimmet::v1::NotifyRequest;
@@ -377,4 +377,4 @@ TEST(SqlQueries, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_queries_test

@@ -19,7 +19,7 @@
 #include <limits>
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_query_test {
 namespace {
 
 using RpcQuery = rpc::glimmet::v1::SqlQuery;
@@ -294,4 +294,6 @@ TEST(SqlQuery, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_query_test
+
+#undef QUERY

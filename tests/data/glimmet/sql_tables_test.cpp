@@ -17,7 +17,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::glimmet_sql_tables_test {
 namespace {
 
 using RpcQueries = rpc::glimmet::v1::SqlQueries;
@@ -107,4 +107,4 @@ TYPED_TEST(SqlTables, round_trip_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::glimmet_sql_tables_test

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_transaction_chain_test {
 namespace {
 
 using ProtobufTransaction = pelorin::protobuf::Glimmet::SqlTransaction;
@@ -168,4 +168,4 @@ TEST(SqlTransactionChain, with_two_children_is_released_with_the_last_child)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_transaction_chain_test

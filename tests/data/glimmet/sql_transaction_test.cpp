@@ -18,7 +18,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::sql_transaction_test {
 namespace {
 
 using RpcTransaction = rpc::glimmet::v1::SqlTransaction;
@@ -166,4 +166,6 @@ TEST(SqlTransaction, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::sql_transaction_test
+
+#undef NUMBER

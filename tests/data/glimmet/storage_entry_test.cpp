@@ -15,7 +15,7 @@
 
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::storage_entry_test {
 namespace {
 
 using rpc::glimmet::v1::NotifyRequest;
@@ -120,4 +120,4 @@ TEST(StorageEntry, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::storage_entry_test

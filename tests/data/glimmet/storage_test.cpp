@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tarnwick::data::glimmet {
+namespace tarnwick::data::glimmet::storage_test {
 namespace {
 
 using rpc::glimmet::v1::NotifyRequest;
@@ -191,4 +191,4 @@ TEST(Storage, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::glimmet
+} // namespace tarnwick::data::glimmet::storage_test

@@ -26,7 +26,7 @@
 #include <type_traits>
 #include <variant>
 
-namespace tarnwick::data::monitor {
+namespace tarnwick::data::monitor::event_test {
 namespace {
 
 using Kind = detail::Event::Kind;
@@ -577,4 +577,13 @@ TEST(Event, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::monitor
+} // namespace tarnwick::data::monitor::event_test
+
+#undef RPC_FUNCTION
+#undef RPC_TRACE
+#undef PROTOBUF_BOTH
+#undef BARE
+#undef FUNCTION_F
+#undef FRAME_G
+#undef NO_CUSTOM
+#undef NO_ERROR

@@ -20,7 +20,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::bodies_test {
 namespace {
 
 using rpc::php::v1::NotifyRequest;
@@ -146,4 +146,4 @@ TYPED_TEST(Bodies, round_trip_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::bodies_test

@@ -16,7 +16,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::error_data_test {
 namespace {
 
 using ProtobufError = pelorin::protobuf::Glimmet::Error;
@@ -262,4 +262,10 @@ TEST(ErrorData, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::error_data_test
+
+#undef NOTHING_READ
+#undef ID_AND_TIME
+#undef NO_ID_NO_TIME
+#undef ID_NO_TIME
+#undef EMPTY_EXCEPTION

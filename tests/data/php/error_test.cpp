@@ -14,7 +14,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::error_test {
 namespace {
 
 using RpcError = rpc::php::v1::Error;
@@ -117,4 +117,4 @@ TEST(Error, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::error_test

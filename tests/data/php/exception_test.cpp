@@ -12,7 +12,7 @@
 
 #include <QtCore/QVariant>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::exception_test {
 namespace {
 
 using RpcException = rpc::php::v1::Exception;
@@ -77,4 +77,4 @@ TEST(Exception, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::exception_test

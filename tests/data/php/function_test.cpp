@@ -24,7 +24,7 @@
 #include <utility>
 #include <variant>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::function_test {
 namespace {
 
 using pelorin::protobuf::Monitor::FunctionData;
@@ -457,4 +457,4 @@ TEST(Function, reads_every_message_field)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::function_test

@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::headers_test {
 namespace {
 
 using rpc::php::v1::NotifyRequest;
@@ -176,4 +176,4 @@ TYPED_TEST(Headers, round_trip_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::headers_test

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::hostile_values_test {
 namespace {
 
 using namespace std::string_view_literals;
@@ -368,4 +368,4 @@ TEST(HostileArray, of_a_million_elements_of_two_bytes_each_is_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::hostile_values_test

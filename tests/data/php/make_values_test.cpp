@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::make_values_test {
 namespace {
 
 using test::notation;
@@ -91,4 +91,4 @@ TEST(MakeValues, shares_the_handles_it_gets)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::make_values_test

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::php_notify_request_test {
 namespace {
 
 using test::field_names;
@@ -30,4 +30,4 @@ TEST(PhpNotifyRequest, fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::php_notify_request_test

@@ -20,7 +20,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::objects_and_resources_test {
 namespace {
 
 using test::from_text;
@@ -235,4 +235,4 @@ TEST_P(ObjectOrResourceWriting, and_reading_back_returns_what_the_message_can_ca
 INSTANTIATE_TEST_SUITE_P(Cases, ObjectOrResourceWriting, test::rows(writing_cases), test::by_name);
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::objects_and_resources_test

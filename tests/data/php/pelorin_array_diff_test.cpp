@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::pelorin_array_diff_test {
 namespace {
 
 using test::notation;
@@ -497,4 +497,4 @@ TEST(DiffKeysEquality, a_key_that_equals_nothing_does_not_even_equal_itself)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::pelorin_array_diff_test

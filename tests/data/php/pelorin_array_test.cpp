@@ -20,7 +20,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::pelorin_array_test {
 namespace {
 
 using ProtobufMessage = pelorin::protobuf::PelorinPHP::PelorinArray;
@@ -399,4 +399,6 @@ TEST(PelorinArray, round_trips_through_a_qvariant)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::pelorin_array_test
+
+#undef KEYLESS

@@ -13,7 +13,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::pelorin_object_test {
 namespace {
 
 using Message = rpc::php::v1::PelorinObject;
@@ -100,4 +100,4 @@ TEST(PelorinObject, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::pelorin_object_test

@@ -13,7 +13,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::pelorin_resource_test {
 namespace {
 
 using Message = rpc::php::v1::PelorinResource;
@@ -68,4 +68,4 @@ TEST(PelorinResource, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::pelorin_resource_test

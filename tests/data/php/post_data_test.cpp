@@ -14,7 +14,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::post_data_test {
 namespace {
 
 using ProtobufMessage = pelorin::protobuf::Glimmet::RawPostData;
@@ -48,4 +48,4 @@ TEST(PostData, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::post_data_test

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::request_id_test {
 namespace {
 
 // Together these two make the compiler pass it in one register.
@@ -46,4 +46,4 @@ TEST(RequestId, reads_every_message_field)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::request_id_test

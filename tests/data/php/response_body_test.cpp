@@ -12,7 +12,7 @@
 
 #include <gmock/gmock.h>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::response_body_test {
 namespace {
 
 using ProtobufMessage = pelorin::protobuf::Glimmet::ResponseBody;
@@ -33,4 +33,4 @@ TEST(ResponseBody, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::response_body_test

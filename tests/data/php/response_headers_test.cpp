@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::response_headers_test {
 namespace {
 
 TEST(ResponseHeaders, message_fields_are_all_read)
@@ -17,4 +17,4 @@ TEST(ResponseHeaders, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::response_headers_test

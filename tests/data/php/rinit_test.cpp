@@ -16,7 +16,7 @@
 
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::rinit_test {
 namespace {
 
 using pelorin::protobuf::PelorinPHP::RInitData;
@@ -246,4 +246,10 @@ TEST(RInit, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::rinit_test
+
+#undef ID_AND_TIME
+#undef NO_VERSION
+#undef NO_REQUEST_TEXTS
+#undef NO_BYTES
+#undef NO_ID_NO_TIME

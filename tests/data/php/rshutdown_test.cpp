@@ -18,7 +18,7 @@
 #include <string>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::rshutdown_test {
 namespace {
 
 using pelorin::protobuf::PelorinPHP::RShutdownData;
@@ -191,4 +191,7 @@ TEST(RShutdown, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::rshutdown_test
+
+#undef NOTHING_READ
+#undef ID_AND_TIME_READ

@@ -11,7 +11,7 @@
 
 #include <QtCore/QVariant>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::source_location_test {
 namespace {
 
 using test::from_text;
@@ -58,4 +58,4 @@ TEST(SourceLocation, reads_every_message_field)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::source_location_test

@@ -16,7 +16,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::stack_trace_test {
 namespace {
 
 using RpcStackTrace = rpc::php::v1::StackTrace;
@@ -240,4 +240,4 @@ TEST(StackTrace, reads_every_message_field)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::stack_trace_test

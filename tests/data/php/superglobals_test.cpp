@@ -18,7 +18,7 @@
 #include <cstddef>
 #include <string>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::superglobals_test {
 namespace {
 
 using rpc::php::v1::NotifyRequest;
@@ -251,4 +251,4 @@ TEST(Superglobals, message_fields_are_all_read_or_known_to_be_ignored)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::superglobals_test

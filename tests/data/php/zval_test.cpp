@@ -21,7 +21,7 @@
 #include <tuple>
 #include <type_traits>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::zval_test {
 namespace {
 
 using ProtobufMessage = pelorin::protobuf::PelorinPHP::ZVal;
@@ -336,7 +336,6 @@ TEST(ZVal, allocates_only_for_stored_content)
         {"json_value: '{}'", 1},
         {"timestamp_value { seconds: 1 }", 0},
     };
-    alignas(detail::ZVal) std::byte place[sizeof(detail::ZVal)];
     for (auto const &row : cases) {
         auto const message = from_text<RpcMessage>(row.textproto);
         EXPECT_EQ(test::allocations_to_build<detail::ZVal>(message), row.blocks) << row.textproto;
@@ -384,4 +383,4 @@ TEST(ZVal, message_fields_are_all_read)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::zval_test

@@ -14,7 +14,7 @@
 #include <string>
 #include <tuple>
 
-namespace tarnwick::data::php {
+namespace tarnwick::data::php::zval_to_protobuf_test {
 namespace {
 
 using RpcMessage = rpc::php::v1::ZVal;
@@ -280,4 +280,7 @@ TEST(ZValToProtobuf, does_not_change_the_value)
 }
 
 } // namespace
-} // namespace tarnwick::data::php
+} // namespace tarnwick::data::php::zval_to_protobuf_test
+
+#undef SAME
+#undef NESTED

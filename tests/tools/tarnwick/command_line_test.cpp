@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::command_line_test {
 namespace {
 
 using testing::HasSubstr;
@@ -165,4 +165,4 @@ TEST(CommandLine, takes_any_file_name)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::command_line_test

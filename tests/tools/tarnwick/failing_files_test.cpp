@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::failing_files_test {
 namespace {
 
 using testing::EndsWith;
@@ -303,4 +303,4 @@ TEST(Descriptors, that_run_out_are_told)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::failing_files_test

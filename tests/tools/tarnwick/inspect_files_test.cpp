@@ -23,7 +23,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::inspect_files_test {
 namespace {
 
 /// The records that were printed, each as its frame's number, offset and request.
@@ -314,4 +314,4 @@ TEST(Inspect, builds_all_records_when_asked)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::inspect_files_test

@@ -20,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::inspect_streams_test {
 namespace {
 
 using testing::EndsWith;
@@ -359,4 +359,4 @@ TEST(InspectStreams, takes_memory_for_what_it_reads_not_for_what_a_length_claims
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::inspect_streams_test

@@ -25,7 +25,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::real_captures_test {
 namespace {
 
 using testing::Contains;
@@ -320,4 +320,4 @@ TEST(RealCaptures, are_compared_so_that_a_difference_shows)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::real_captures_test

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace tarnwick::program {
+namespace tarnwick::program::capture_reader_test {
 namespace {
 
 using test::delimited;
@@ -323,4 +323,4 @@ TEST(CaptureReader, says_why_a_file_cannot_be_opened)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::capture_reader_test

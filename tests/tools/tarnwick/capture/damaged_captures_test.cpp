@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::damaged_captures_test {
 namespace {
 
 using fuzz::Random;
@@ -222,4 +222,4 @@ TEST(DamagedCaptures, lose_few_records_but_those_of_damaged_frames)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::damaged_captures_test

@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::input_file_test {
 namespace {
 
 std::string path_of(test::Descriptor const &descriptor)
@@ -72,4 +72,4 @@ TEST(InputFile, reads_on_when_a_signal_interrupts_its_wait)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::input_file_test

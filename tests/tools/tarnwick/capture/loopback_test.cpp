@@ -59,7 +59,7 @@ int zmq_recv(void *socket, void *bytes, std::size_t size, int flags)
     return fails() ? -1 : next(zmq_recv, "zmq_recv")(socket, bytes, size, flags);
 }
 
-namespace tarnwick::program {
+namespace tarnwick::program::loopback_test {
 namespace {
 
 using testing::StrEq;
@@ -141,4 +141,4 @@ TEST(Loopback, keeps_nothing_of_a_part_that_failed)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::loopback_test

@@ -5,7 +5,7 @@
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-namespace tarnwick::program {
+namespace tarnwick::program::report_check_test {
 namespace {
 
 using capture::v1::Frame;
@@ -28,4 +28,4 @@ TEST(ReportCheck, knows_no_frame_without_a_report)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::report_check_test

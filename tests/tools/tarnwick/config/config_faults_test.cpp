@@ -14,7 +14,7 @@
 #include <string>
 #include <sys/stat.h>
 
-namespace tarnwick::test {
+namespace tarnwick::test::config_faults_test {
 namespace {
 
 using namespace std::string_literals;
@@ -183,4 +183,4 @@ TEST_F(Faults, of_a_pipe_without_a_writer_are_printed_before_it_is_opened)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::config_faults_test

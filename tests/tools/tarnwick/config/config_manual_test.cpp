@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::config_manual_test {
 namespace {
 
 struct Step {
@@ -96,4 +96,4 @@ TEST(ConfigManual, of_the_format_shows_a_file_that_loads)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::config_manual_test

@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::config_config_test {
 namespace {
 
 using testing::HasSubstr;
@@ -436,4 +436,4 @@ TEST_F(Config, takes_names_outside_ascii)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::config_config_test

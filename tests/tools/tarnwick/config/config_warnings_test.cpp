@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::config_warnings_test {
 namespace {
 
 using namespace std::string_literals;
@@ -256,4 +256,4 @@ TEST_F(Warnings, have_colour_where_it_is_wanted)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::config_warnings_test

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::key_guess_test {
 namespace {
 
 using test::q;
@@ -74,4 +74,4 @@ INSTANTIATE_TEST_SUITE_P(
     test::by_name);
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::key_guess_test

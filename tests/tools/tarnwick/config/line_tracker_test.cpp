@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test {
+namespace tarnwick::test::line_tracker_test {
 namespace {
 
 using namespace tarnwick::program;
@@ -95,4 +95,4 @@ TEST(ConfigPlace, outlives_the_file_that_it_is_in)
 }
 
 } // namespace
-} // namespace tarnwick::test
+} // namespace tarnwick::test::line_tracker_test

@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::all_records_test {
 namespace {
 
 /// The names of the records that empty reports of all kinds feed.
@@ -39,4 +39,4 @@ TEST(RecordFeed, feeds_every_record_from_some_report)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::all_records_test

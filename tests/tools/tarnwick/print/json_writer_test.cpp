@@ -29,7 +29,7 @@
 #include <string_view>
 #include <variant>
 
-namespace tarnwick::program {
+namespace tarnwick::program::json_writer_test {
 namespace {
 
 using namespace std::string_literals;
@@ -300,4 +300,4 @@ TEST(JsonWriter, begins_anew_when_cleared)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::json_writer_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-namespace tarnwick::program {
+namespace tarnwick::program::output_test {
 namespace {
 
 using testing::StrEq;
@@ -99,4 +99,4 @@ TEST(Output, waits_for_a_pipe_that_does_not_block)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::output_test

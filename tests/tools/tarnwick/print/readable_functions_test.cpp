@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::readable_functions_test {
 namespace {
 
 std::string written(std::string const &textproto)
@@ -74,4 +74,4 @@ TEST(ReadableFunctions, without_lines_are_an_empty_list)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::readable_functions_test

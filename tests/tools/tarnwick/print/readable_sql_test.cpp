@@ -9,7 +9,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::readable_sql_test {
 namespace {
 
 using testing::EndsWith;
@@ -124,4 +124,4 @@ TEST(ReadableSql, of_the_protobuf_dialect_has_tables_of_their_own)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::readable_sql_test

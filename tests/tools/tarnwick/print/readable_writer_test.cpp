@@ -16,7 +16,7 @@
 #include <string_view>
 #include <variant>
 
-namespace tarnwick::program {
+namespace tarnwick::program::readable_writer_test {
 namespace {
 
 using data::Sense;
@@ -234,4 +234,4 @@ TEST(ReadableWriter, cuts_long_texts_between_characters_and_says_how_much_is_lef
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::readable_writer_test

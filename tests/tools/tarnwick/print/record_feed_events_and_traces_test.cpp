@@ -21,7 +21,7 @@
 #include <cstddef>
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::record_feed_events_and_traces_test {
 namespace {
 
 using test::Frame;
@@ -277,4 +277,9 @@ codetrace.Data  frame 0 at byte 0, rpc
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::record_feed_events_and_traces_test
+
+#undef FROM_FRAME
+#undef COMMON
+#undef NO_ID_COMMON
+#undef EMPTY_DUMP

@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::record_feed_profiler_test {
 namespace {
 
 using test::feed;
@@ -244,4 +244,4 @@ TEST(RecordFeed, does_not_link_what_one_rpc_report_holds_to_another)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::record_feed_profiler_test

@@ -24,7 +24,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::program {
+namespace tarnwick::program::record_feed_test {
 namespace {
 
 using test::feed;
@@ -321,4 +321,4 @@ TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::record_feed_test

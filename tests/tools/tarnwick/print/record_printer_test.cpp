@@ -12,7 +12,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::record_printer_test {
 namespace {
 
 using data::php::RequestId;
@@ -148,4 +148,4 @@ TEST(RecordPrinter, prints_one_record_behind_the_other)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::record_printer_test

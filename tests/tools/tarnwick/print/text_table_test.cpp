@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-namespace tarnwick::program {
+namespace tarnwick::program::text_table_test {
 namespace {
 
 using testing::ElementsAre;
@@ -41,4 +41,4 @@ TEST(TextTable, without_rows_is_its_titles)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::text_table_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace tarnwick::program {
+namespace tarnwick::program::text_width_test {
 namespace {
 
 TEST(TextWidth, counts_columns)
@@ -66,4 +66,4 @@ TEST(CutLines, end_with_an_ellipsis_in_the_last_column)
 }
 
 } // namespace
-} // namespace tarnwick::program
+} // namespace tarnwick::program::text_width_test
