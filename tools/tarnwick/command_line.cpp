@@ -6,10 +6,10 @@
 #include "config_get.h"
 #include "exit_status.h"
 #include "inspect.h"
-#include "standard_error.h"
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "print/record_feed.h"
+#include "standard_error.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -80,20 +80,19 @@ using Command = std::function<ExitStatus()>;
 
 void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
 {
-    auto &sub = add_command(app, "inspect", "Print the records of captures",
-                            "usage: tarnwick inspect [OPTION...] [FILE...]");
+    auto &sub =
+        add_command(app, "inspect", "Print the records of captures", "usage: tarnwick inspect [OPTION...] [FILE...]");
     sub.add_option("FILE", options.files, "captures to read; standard input if none is given, or for -")->type_name("");
     add_choice(sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     sub.add_flag("--all-records", options.all_records,
-                  "print all records of the report's family, not only those that the report fills");
-    sub.footer(
-        fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n"
-                    "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
-                    "3 a file cannot be read or written.",
-                    RecordFeed::max_depth));
+                 "print all records of the report's family, not only those that the report fills");
+    sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n"
+                           "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
+                           "3 a file cannot be read or written.",
+                           RecordFeed::max_depth));
     sub.callback([&] {
         if (std::ranges::count(options.files, "-") > 1)
             throw CLI::ValidationError("standard input (-) can be read only once");
@@ -133,7 +132,8 @@ struct ConfigCommand {
     bool takes_key = false;
 };
 
-CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &command, ConfigCommand const &definition)
+CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &command,
+                             ConfigCommand const &definition)
 {
     auto &sub = add_command(config, definition.name, definition.help,
                             fmt::format("usage: tarnwick config {} [OPTION...] FILE{}", definition.name,
@@ -156,11 +156,12 @@ CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &
     add_color(sub, options.color);
     auto const set_variable = [&options](std::string const &argument) { add_variable(options, argument); };
     sub.add_option_function<std::string>("--set", set_variable,
-                                          "set an environment variable for references; can be repeated")
+                                         "set an environment variable for references; can be repeated")
         ->type_name("NAME=VALUE")
         ->trigger_on_parse();
-    sub.footer("Exit status: 0 success, 1 the file cannot be loaded, the key does not exist, or check --strict printed\n"
-                "a warning, 2 wrong usage, 3 the output cannot be written.");
+    sub.footer(
+        "Exit status: 0 success, 1 the file cannot be loaded, the key does not exist, or check --strict printed\n"
+        "a warning, 2 wrong usage, 3 the output cannot be written.");
     sub.callback([&options, &command, run = definition.run] { command = [&options, run] { return run(options); }; });
     return sub;
 }
@@ -207,13 +208,13 @@ void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
         }
         command = [target] {
             print(target->get_formatter()->make_help(target, target->get_name(), CLI::AppFormatMode::Normal));
-            return done;
+            return success;
         };
     });
 }
 
-/// Returns the arguments in reverse order, as the parser expects them. Splits `--name=` into the option and an empty value:
-/// the parser would use the next argument as the value.
+/// Returns the arguments in reverse order, as the parser expects them. Splits `--name=` into the option and an empty
+/// value: the parser would use the next argument as the value.
 std::vector<std::string> arguments_of(CLI::App &app, int argc, char const *const *argv)
 {
     std::vector<std::string> arguments;
@@ -247,7 +248,7 @@ ExitStatus print_parse_result(CLI::App &app, CLI::ParseError const &error)
         return wrong_usage;
     }
     print(text.str());
-    return done;
+    return success;
 }
 
 /// Returns why the arguments of a command do not parse.
@@ -257,7 +258,9 @@ std::string usage_fault(CLI::App const &command, CLI::Error const &error)
     // The parser reports a wrong command as a missing one, and unexpected arguments in reverse order.
     if (auto const unexpected = command.remaining(); !unexpected.empty()) {
         auto const &argument = unexpected.front();
-        auto const *const kind = argument.starts_with('-') ? "unknown option" : has_commands ? "unknown command" : "unexpected argument";
+        auto const *const kind = argument.starts_with('-') ? "unknown option"
+                                 : has_commands            ? "unknown command"
+                                                           : "unexpected argument";
         return fmt::format("{} '{}'", kind, argument);
     }
     if (has_commands && error.get_name() == "RequiredError")
@@ -281,8 +284,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
     app.failure_message([](CLI::App const *place, CLI::Error const &error) {
         while (!place->get_subcommands().empty())
             place = place->get_subcommands().front();
-        return fmt::format("tarnwick: {}\n{}\nUse --help for more information.\n", shown_text(usage_fault(*place, error)),
-                           place->get_usage());
+        return fmt::format("tarnwick: {}\n{}\nUse --help for more information.\n",
+                           escaped_text(usage_fault(*place, error)), place->get_usage());
     });
     Command command;
     InspectOptions inspect_options;
@@ -312,8 +315,8 @@ int run(int argc, char const *const *argv)
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     try {
         return dispatch(argc, argv);
-    } catch (ReaderGone const &) {
-        return reader_gone;
+    } catch (BrokenPipe const &) {
+        return broken_pipe;
     } catch (WriteError const &error) {
         print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (std::bad_alloc const &) {

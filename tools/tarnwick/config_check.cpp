@@ -19,11 +19,11 @@ std::string check_text(std::vector<QString> const &files, std::vector<ConfigWarn
 {
     std::string text;
     for (auto const &file : files)
-        text += fmt::format("read {}\n", shown(file));
+        text += fmt::format("read {}\n", escaped(file));
     for (auto const &[place, problem] : warnings) {
-        text += fmt::format("{}: {} {}\n", shown(place.line), style.warning("warning:"), shown_text(problem));
+        text += fmt::format("{}: {} {}\n", location_text(place.line), style.warning("warning:"), escaped_text(problem));
         for (auto const &line : place.includes())
-            text += fmt::format("\tincluded at {}\n", shown(line));
+            text += fmt::format("\tincluded at {}\n", location_text(line));
     }
     return text;
 }
@@ -45,8 +45,8 @@ void write_fault(JsonWriter &json, ConfigFault const &fault)
     write_place_and_text(json, fault.place, text);
 }
 
-void write_check(JsonWriter &json, std::vector<QString> const &files, std::vector<ConfigWarnings::Warning> const &warnings,
-                 ConfigFault const *fault)
+void write_check(JsonWriter &json, std::vector<QString> const &files,
+                 std::vector<ConfigWarnings::Warning> const &warnings, ConfigFault const *fault)
 {
     json.begin_record({});
     list_field(json, "files", {files.begin(), files.end()});
@@ -84,9 +84,9 @@ ExitStatus config_check(ConfigOptions const &options)
         output.write(check_text(observed.files(), warnings, ConfigStyle(options)));
     }
     if (!config)
-        return refuse(output, fault);
+        return report_failure(output, fault);
     output.flush();
-    return options.strict && !warnings.empty() ? input_fault : done;
+    return options.strict && !warnings.empty() ? input_fault : success;
 }
 
 } // namespace tarnwick::program

@@ -5,7 +5,7 @@
 
 namespace tarnwick::program {
 
-/// Loads a configuration file and prints its files, its warnings and its fault. Throws `WriteError`.
+/// Loads a configuration file and prints the files, warnings and fault. Throws `WriteError`.
 ExitStatus config_check(ConfigOptions const &options);
 
 } // namespace tarnwick::program

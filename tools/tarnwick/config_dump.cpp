@@ -18,21 +18,21 @@ namespace {
 
 using PelorinPHPX::ConfigFile;
 
-/// A line that the reader takes for this value: quotes keep blanks at the ends, quotes, and what looks like a
-/// reference.
+/// Returns the line that sets the value. Adds quotes if the value has blanks at its ends, starts with a quote, or looks
+/// like a reference.
 std::string directive(QString const &key, QString const &value, ConfigStyle const &style)
 {
-    // At the beginning of a line these would make a comment of it, or be taken for a byte order mark. Behind a no-break
-    // space, which is white space around a key but none around a line, they are a part of the key.
-    bool const is_hidden = key.startsWith(u'#') || key.startsWith(u';') || key.startsWith(u'\ufeff');
-    auto const *const indent = is_hidden ? "\u00a0" : "";
+    // At the start of a line, these characters start a comment or are a byte-order mark. A no-break space before them
+    // avoids that: the reader strips it from keys, but not from lines.
+    bool const needs_indent = key.startsWith(u'#') || key.startsWith(u';') || key.startsWith(u'\ufeff');
+    auto const *const indent = needs_indent ? "\u00a0" : "";
     bool const bare = value.trimmed() == value && !value.startsWith(u'"') && !value.startsWith(u'\'') &&
                       !value.startsWith(QStringView(u"${"));
     auto const *const quote = bare ? "" : "\"";
     return fmt::format("{}{} = {}{}{}\n", indent, style.name(key.toStdString()), quote, value, quote);
 }
 
-/// The first key that cannot be written as a line, for itself or for a value; none where all can be.
+/// Returns the first key that a line cannot contain, or whose value it cannot contain.
 std::optional<QString> key_without_line(ConfigFile const &config)
 {
     auto const has_line_end = [](QString const &text) { return text.contains(u'\n') || text.contains(u'\r'); };
@@ -51,7 +51,7 @@ ExitStatus config_dump(ConfigOptions const &options)
     LineTracker tracker;
     auto const [config, fault] = load_config(options, tracker);
     if (!config)
-        return refuse(output, fault);
+        return report_failure(output, fault);
     if (options.format == ConfigOptions::Format::json) {
         JsonWriter json;
         json.begin_record({});
@@ -64,22 +64,23 @@ ExitStatus config_dump(ConfigOptions const &options)
         json.end_record();
         json.end_record();
         write_line(output, json);
-        return finish(output);
+        return report_success(output);
     }
     auto const prefix = config->prefix().value_or(QString());
     if (auto const key = key_without_line(*config))
-        return refuse(output,
-                      fmt::format("{}: cannot print '{}' as a line: the key or a value contains a line feed or a carriage "
-                                  "return; use --format=json",
-                                  shown_text(options.file), shown(prefix + *key)));
+        return report_failure(
+            output,
+            fmt::format("{}: cannot print '{}' as a line: the key or a value contains a line feed or a carriage "
+                        "return; use --format=json",
+                        escaped_text(options.file), escaped(prefix + *key)));
     ConfigStyle const style(options);
     for (auto const &key : config->keys()) {
-        // The newest comes last, as in a file.
+        // The reader returns the newest value first, a file has it last.
         auto const values = config->values(key);
         for (auto value = values.crbegin(); value != values.crend(); ++value)
             output.write(directive(prefix + key, *value, style));
     }
-    return finish(output);
+    return report_success(output);
 }
 
 } // namespace tarnwick::program

@@ -5,7 +5,7 @@
 
 namespace tarnwick::program {
 
-/// Prints all keys and values of a configuration file, as lines that the reader accepts or as JSON. Throws `WriteError`.
+/// Prints all keys and values of a configuration file, as a configuration file or as JSON. Throws `WriteError`.
 ExitStatus config_dump(ConfigOptions const &options);
 
 } // namespace tarnwick::program

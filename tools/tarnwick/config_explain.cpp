@@ -17,7 +17,7 @@ namespace {
 
 using PelorinPHPX::ConfigObserver;
 
-char const *name_of(ConfigObserver::Source source)
+char const *source_name(ConfigObserver::Source source)
 {
     switch (source) {
     case ConfigObserver::Source::file:
@@ -32,7 +32,7 @@ char const *name_of(ConfigObserver::Source source)
     return "";
 }
 
-char const *words_for(ConfigObserver::Source source)
+char const *source_text(ConfigObserver::Source source)
 {
     switch (source) {
     case ConfigObserver::Source::file:
@@ -49,9 +49,9 @@ char const *words_for(ConfigObserver::Source source)
 
 std::string place_text(ConfigPlace const &place)
 {
-    auto text = fmt::format("    at {}\n", shown(place.line));
+    auto text = fmt::format("    at {}\n", location_text(place.line));
     for (auto const &line : place.includes())
-        text += fmt::format("    included at {}\n", shown(line));
+        text += fmt::format("    included at {}\n", location_text(line));
     return text;
 }
 
@@ -61,17 +61,17 @@ std::string explain_text(ConfigOrigins const &origins, QString const &key, Confi
     auto const values = origins.values(key);
     for (std::size_t i = 0; i < values.size(); ++i) {
         auto const &[value, place, reference] = values[i];
-        text += fmt::format("{} = {}\n", style.name(shown(key)), shown(value)) + place_text(place);
+        text += fmt::format("{} = {}\n", style.name(escaped(key)), escaped(value)) + place_text(place);
         if (reference)
-            text +=
-                fmt::format("    from the reference to {}: {}\n", shown(reference->name), words_for(reference->source));
+            text += fmt::format("    from the reference to {}: {}\n", escaped(reference->name),
+                                source_text(reference->source));
         if (i + 1 < values.size())
-            text +=
-                fmt::format("    shadows '{}' at {}\n", shown(values[i + 1].value), shown(values[i + 1].place.line));
+            text += fmt::format("    shadows '{}' at {}\n", escaped(values[i + 1].value),
+                                location_text(values[i + 1].place.line));
     }
     for (auto const &[place, line, reason] : origins.dropped(key))
-        text += fmt::format("{} {}\n", style.warning("dropped:"), shown(line)) + place_text(place) +
-                fmt::format("    {}\n", shown_text(reason));
+        text += fmt::format("{} {}\n", style.warning("dropped:"), escaped(line)) + place_text(place) +
+                fmt::format("    {}\n", escaped_text(reason));
     return text;
 }
 
@@ -93,7 +93,7 @@ void write_origin(JsonWriter &json, ConfigOrigins::Origin const &origin)
         json.begin_record({});
         text_field(json, "name", origin.reference->name);
         json.field("source");
-        json.bytes(name_of(origin.reference->source));
+        json.bytes(source_name(origin.reference->source));
         json.end_record();
     } else {
         json.absent();
@@ -132,7 +132,7 @@ ExitStatus config_explain(ConfigOptions const &options)
     ConfigOrigins origins;
     auto const [config, fault] = load_config(options, origins);
     if (!config)
-        return refuse(output, fault);
+        return report_failure(output, fault);
     auto const key = decoded(options.key);
     if (options.format == ConfigOptions::Format::json) {
         JsonWriter json;
@@ -141,7 +141,7 @@ ExitStatus config_explain(ConfigOptions const &options)
     } else {
         output.write(explain_text(origins, key, ConfigStyle(options)));
     }
-    return config->contains(key) ? finish(output) : refuse_key(output, options, *config, key);
+    return config->contains(key) ? report_success(output) : report_missing_key(output, options, *config, key);
 }
 
 } // namespace tarnwick::program

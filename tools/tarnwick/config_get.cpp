@@ -17,7 +17,7 @@ ExitStatus config_get(ConfigOptions const &options)
     LineTracker tracker;
     auto const [config, fault] = load_config(options, tracker);
     if (!config)
-        return refuse(output, fault);
+        return report_failure(output, fault);
     auto const key = decoded(options.key);
     auto const values = options.all ? config->values(key) : config->values(key).first(config->contains(key) ? 1 : 0);
     if (options.format == ConfigOptions::Format::json) {
@@ -31,7 +31,7 @@ ExitStatus config_get(ConfigOptions const &options)
         for (auto const &value : values)
             output.write(fmt::format("{}\n", value));
     }
-    return values.isEmpty() ? refuse_key(output, options, *config, key) : finish(output);
+    return values.isEmpty() ? report_missing_key(output, options, *config, key) : report_success(output);
 }
 
 } // namespace tarnwick::program

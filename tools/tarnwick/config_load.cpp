@@ -23,25 +23,25 @@ namespace {
 
 using PelorinPHPX::ConfigFile;
 
-/// The lines of a fault, and the tabs before them, stay.
-std::string shown_fault(std::string_view what)
+/// Escapes the control characters of a fault, except its line feeds and tabs.
+std::string escaped_fault(std::string_view what)
 {
-    std::string shown;
+    std::string escaped;
     for (std::size_t end = 0; (end = what.find_first_of("\n\t")) != std::string_view::npos;) {
-        shown += shown_text(what.substr(0, end)) + what[end];
+        escaped += escaped_text(what.substr(0, end)) + what[end];
         what.remove_prefix(end + 1);
     }
-    return shown + shown_text(what);
+    return escaped + escaped_text(what);
 }
 
 std::string missing_key_text(ConfigOptions const &options, ConfigFile const &config, QString const &key)
 {
-    auto const text = fmt::format("{}: there is no key '{}'", shown_text(options.file), shown_text(options.key));
+    auto const text = fmt::format("{}: there is no key '{}'", escaped_text(options.file), escaped_text(options.key));
     auto const prefix = config.prefix().value_or(QString());
     if (!prefix.isEmpty() && key.startsWith(prefix) && config.contains(key.sliced(prefix.size())))
-        return fmt::format("{}; omit the prefix: '{}'", text, shown(key.sliced(prefix.size())));
+        return fmt::format("{}; omit the prefix: '{}'", text, escaped(key.sliced(prefix.size())));
     auto const meant = nearest_key(key, prefix, config.keys());
-    return meant ? fmt::format("{}; did you mean '{}'?", text, shown(*meant)) : text;
+    return meant ? fmt::format("{}; did you mean '{}'?", text, escaped(*meant)) : text;
 }
 
 } // namespace
@@ -53,7 +53,7 @@ LoadedConfig load_config(ConfigOptions const &options, LineTracker &tracker)
     auto const file = decoded(options.file);
     auto const is_utf8 = QByteArrayView(options.file).isValidUtf8();
     if (auto const reason = is_utf8 ? unreadable_reason(file) : "its name is not UTF-8") {
-        auto const name = shown_text(options.file);
+        auto const name = escaped_text(options.file);
         return {{},
                 {.what = fmt::format("cannot load {}: {}", name, *reason),
                  .place = {{decoded(name), 0}},
@@ -63,41 +63,42 @@ LoadedConfig load_config(ConfigOptions const &options, LineTracker &tracker)
     try {
         return {ConfigFile::load(file, decoded(options.name), &tracker), {}};
     } catch (PException const &error) {
-        return {{}, fault_of(options.file, error.what(), tracker)};
+        return {{}, make_fault(options.file, error.what(), tracker)};
     }
 }
 
-// Flushed first, so that the order is right where both streams go to one terminal.
-ExitStatus refuse(Output &output, std::string_view text)
+// The flush keeps the order if both streams go to one terminal.
+ExitStatus report_failure(Output &output, std::string_view text)
 {
     output.flush();
     print_error(fmt::format("{}\n", text));
     return input_fault;
 }
 
-ExitStatus refuse(Output &output, ConfigFault const &fault)
+ExitStatus report_failure(Output &output, ConfigFault const &fault)
 {
-    auto text = ::isatty(STDERR_FILENO) != 0 ? shown_fault(fault.what) : fault.what;
-    auto const line = shown(fault.place.line);
+    auto text = ::isatty(STDERR_FILENO) != 0 ? escaped_fault(fault.what) : fault.what;
+    auto const line = location_text(fault.place.line);
     for (auto const &note : fault.notes)
-        text += fmt::format("\n{}: note: {}", line, shown_text(note));
+        text += fmt::format("\n{}: note: {}", line, escaped_text(note));
     if (!fault.names_place) {
         text += fmt::format("\n{}: note: reading stopped at this line", line);
         for (auto const &include : fault.place.includes())
-            text += fmt::format("\n\tincluded at {}", shown(include));
+            text += fmt::format("\n\tincluded at {}", location_text(include));
     }
-    return refuse(output, text);
+    return report_failure(output, text);
 }
 
-ExitStatus refuse_key(Output &output, ConfigOptions const &options, ConfigFile const &config, QString const &key)
+ExitStatus report_missing_key(Output &output, ConfigOptions const &options, ConfigFile const &config,
+                              QString const &key)
 {
-    return refuse(output, missing_key_text(options, config, key));
+    return report_failure(output, missing_key_text(options, config, key));
 }
 
-ExitStatus finish(Output &output)
+ExitStatus report_success(Output &output)
 {
     output.flush();
-    return done;
+    return success;
 }
 
 } // namespace tarnwick::program

@@ -16,23 +16,23 @@
 
 namespace tarnwick::program {
 
+/// A loaded configuration file, or the fault that prevents loading it.
 struct LoadedConfig {
     std::optional<PelorinPHPX::ConfigFile> config;
-    ConfigFault fault; ///< why `config` is absent
+    ConfigFault fault; ///< only if `config` is absent
 };
 
-/// Loads the file, observed by the tracker.
+/// Loads the file of the options. The tracker observes the reader.
 LoadedConfig load_config(ConfigOptions const &options, LineTracker &tracker);
 
-/// Prints an error to standard error, after everything that was written to `output`. Returns the status of a fault of the
-/// input.
-ExitStatus refuse(Output &output, std::string_view text);
-ExitStatus refuse(Output &output, ConfigFault const &fault);
-/// The same for a key that has no value, with the key that was probably meant.
-ExitStatus refuse_key(Output &output, ConfigOptions const &options, PelorinPHPX::ConfigFile const &config,
-                      QString const &key);
+/// Flushes `output`, then prints an error to standard error. Returns the status of a fault of the input.
+ExitStatus report_failure(Output &output, std::string_view text);
+ExitStatus report_failure(Output &output, ConfigFault const &fault);
+/// Reports a key without a value, and suggests a similar key.
+ExitStatus report_missing_key(Output &output, ConfigOptions const &options, PelorinPHPX::ConfigFile const &config,
+                              QString const &key);
 
-/// Flushes the output and returns the status of success.
-ExitStatus finish(Output &output);
+/// Flushes `output`. Returns the status of success.
+ExitStatus report_success(Output &output);
 
 } // namespace tarnwick::program

@@ -8,18 +8,18 @@
 
 namespace tarnwick::program {
 
-/// The options of the commands of `tarnwick config`.
+/// Options of the commands of `tarnwick config`.
 struct ConfigOptions {
     enum class Format { text, json };
 
     std::string file;
-    std::string key; ///< of `get` and `explain`
-    std::string name;
+    std::string key;  ///< of `get` and `explain`
+    std::string name; ///< of the prefix; empty for no prefix
     Format format = Format::text;
     Color color = Color::automatic;
-    bool strict = false;                                          ///< of `check`: a warning is a fault
+    bool strict = false;                                          ///< of `check`: a warning sets the exit status
     bool all = false;                                             ///< of `get`: all values, not only the most recent
-    std::vector<std::pair<std::string, std::string>> environment; ///< overrides the caller's environment
+    std::vector<std::pair<std::string, std::string>> environment; ///< overrides variables of the caller
 };
 
 } // namespace tarnwick::program

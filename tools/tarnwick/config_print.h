@@ -25,14 +25,16 @@ private:
     bool color_;
 };
 
+/// Writes a member whose value is a string.
 void text_field(JsonWriter &json, std::string_view name, QString const &text);
+/// Writes a member whose value is a list of strings.
 void list_field(JsonWriter &json, std::string_view name, QStringList const &texts);
 /// Writes the members `file` and `line`.
 void line_fields(JsonWriter &json, ConfigPlace::Line const &line);
-/// Returns the text followed by the lines of the includes that led to the place, indented by a tab as in the reader's own
-/// faults.
+/// Appends the lines of the includes that led to the place. Each is on its own line after a tab, as in errors of the
+/// reader.
 std::string with_includes(std::string text, ConfigPlace const &place);
-/// Writes the finished document and a line feed.
+/// Writes the JSON and a line feed.
 void write_line(Output &output, JsonWriter const &json);
 
 } // namespace tarnwick::program

@@ -4,7 +4,7 @@
 
 namespace tarnwick::program {
 
-/// What the system calls an `errno`, like `No such file or directory`. Threads may call it at the same time.
+/// Returns the description of an `errno`, such as `No such file or directory`. Thread-safe.
 std::string error_text(int error);
 
 } // namespace tarnwick::program

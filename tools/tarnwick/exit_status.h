@@ -2,13 +2,13 @@
 
 namespace tarnwick::program {
 
-/// What the program tells its caller. Of several, the largest.
+/// Exit status of the program. If several apply, the largest is used.
 enum ExitStatus : int {
-    done = 0,
-    input_fault = 1, ///< the input has a fault, said with its place
+    success = 0,
+    input_fault = 1, ///< the input has a fault
     wrong_usage = 2,
     file_failure = 3,  ///< a file cannot be read or written
-    reader_gone = 141, ///< as a shell reports a program that SIGPIPE ended
+    broken_pipe = 141, ///< the status that a shell reports for a program that SIGPIPE ended
 };
 
 } // namespace tarnwick::program

@@ -4,14 +4,14 @@
 #include "capture/file_kind.h"
 #include "capture/input_file.h"
 #include "capture/loopback.h"
-#include "standard_error.h"
+#include "capture/report_check.h"
 #include "print/output.h"
-#include "progress.h"
 #include "print/readable_text.h"
 #include "print/record_feed.h"
 #include "print/record_printer.h"
-#include "capture/report_check.h"
 #include "print/terminal.h"
+#include "progress.h"
+#include "standard_error.h"
 
 #include <fmt/format.h>
 
@@ -81,7 +81,7 @@ private:
     InputFile input_;
     CaptureReader reader_;
     Progress progress_;
-    ExitStatus status_ = done;
+    ExitStatus status_ = success;
     bool has_report_ = false;       ///< whether the reader returned a frame with a known report
     std::vector<Message> messages_; ///< not printed yet; more than one only before the first report
 };
@@ -89,8 +89,8 @@ private:
 ExitStatus Inspection::run()
 {
     // Each printed record would become input.
-    if (input_.is_file_of(STDOUT_FILENO)) {
-        print_line(fmt::format("cannot read {}: standard output is the same file", shown_text(name_)));
+    if (input_.is_same_file(STDOUT_FILENO)) {
+        print_line(fmt::format("cannot read {}: standard output is the same file", escaped_text(name_)));
         return file_failure;
     }
     Step step{};
@@ -117,7 +117,7 @@ void Inspection::handle(Step step)
     case Step::failure:
         status_ = file_failure;
         print_messages();
-        print_line(fmt::format("cannot read {}: {}", shown_text(name_), reader_.problem()));
+        print_line(fmt::format("cannot read {}: {}", escaped_text(name_), reader_.problem()));
         break;
     case Step::end:
         handle_end();
@@ -153,12 +153,13 @@ void Inspection::handle_frame()
 
 void Inspection::handle_end()
 {
-    if (has_report_ || (reader_.number() > 0 && status_ == done)) {
+    if (has_report_ || (reader_.number() > 0 && status_ == success)) {
         print_messages();
         return;
     }
     status_ = std::max(status_, input_fault);
-    print_about_file(reader_.number() == 0 ? "not a capture: the file is empty" : describe_foreign_file(reader_.head()));
+    print_about_file(reader_.number() == 0 ? "not a capture: the file is empty"
+                                           : describe_foreign_file(reader_.head()));
 }
 
 // Standard output is flushed first, so that the order is right where both streams go to one place.
@@ -171,7 +172,7 @@ void Inspection::print_line(std::string_view line)
 
 void Inspection::print_about_file(std::string_view text)
 {
-    print_line(fmt::format("{}: {}", shown_text(name_), text));
+    print_line(fmt::format("{}: {}", escaped_text(name_), text));
 }
 
 void Inspection::print_messages()
@@ -212,7 +213,7 @@ ExitStatus inspect(InspectOptions const &options)
     Output output(STDOUT_FILENO);
     RecordPrinter printer(output, style(options, output));
     RecordFeed feed(printer, options.all_records);
-    auto status = done;
+    auto status = success;
     for (auto const &name : options.files)
         status = std::max(status, Inspection(name, output, printer, feed).run());
     output.flush();

@@ -17,8 +17,8 @@ struct InspectOptions {
     bool all_records = false;
 };
 
-/// Prints the records of captures to standard output, and faults with their places to standard error. Throws `WriteError`
-/// and `ReaderGone`.
+/// Prints the records of captures to standard output, and faults with their places to standard error. Throws
+/// `WriteError` and `BrokenPipe`.
 ExitStatus inspect(InspectOptions const &options);
 
 } // namespace tarnwick::program

@@ -1,9 +1,9 @@
 #include "progress.h"
 
-#include "standard_error.h"
 #include "print/readable_text.h"
 #include "print/terminal.h"
 #include "print/text_width.h"
+#include "standard_error.h"
 
 #include <fmt/format.h>
 
@@ -19,22 +19,22 @@ constexpr auto interval = std::chrono::milliseconds(100);
 } // namespace
 
 Progress::Progress(std::string_view file, std::uint64_t size)
-    : file_(shown_text(file))
+    : file_(escaped_text(file))
     , size_(size)
-    , wanted_(size > least_size && takes_control_sequences(STDERR_FILENO))
-    , next_(Clock::now())
+    , is_enabled_(size > min_size && takes_control_sequences(STDERR_FILENO))
+    , next_update_(Clock::now())
 {
 }
 
 bool Progress::due() const
 {
-    return wanted_ && Clock::now() >= next_;
+    return is_enabled_ && Clock::now() >= next_update_;
 }
 
 void Progress::show(std::uint64_t bytes_read)
 {
-    next_ = Clock::now() + interval;
-    shown_ = true;
+    next_update_ = Clock::now() + interval;
+    is_visible_ = true;
     auto file = file_;
     auto figures =
         fmt::format(": {} of {} MB ({}%)", bytes_read / 1'000'000, size_ / 1'000'000, bytes_read * 100 / size_);
@@ -48,7 +48,7 @@ void Progress::show(std::uint64_t bytes_read)
 
 void Progress::clear()
 {
-    if (std::exchange(shown_, false))
+    if (std::exchange(is_visible_, false))
         print_error("\r\x1b[K");
 }
 

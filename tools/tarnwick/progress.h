@@ -7,20 +7,21 @@
 
 namespace tarnwick::program {
 
-/// One line on standard error that says how far the reading of a large file has come. Silent where standard error is no
-/// terminal or a dumb one, where the size is unknown (a pipe) and for files that are read in a moment.
+/// Progress line on standard error for reading a large file. Prints nothing for files of up to `min_size` bytes and for
+/// pipes, and if standard error is not a terminal that takes control sequences.
 class Progress {
 public:
-    static constexpr std::uint64_t least_size = 10'000'000;
+    static constexpr std::uint64_t min_size = 10'000'000;
 
     Progress(std::string_view file, std::uint64_t size);
     ~Progress() { clear(); }
     Progress(Progress const &) = delete;
     Progress &operator=(Progress const &) = delete;
 
+    /// Whether the line is to be updated.
     [[nodiscard]] bool due() const;
     void show(std::uint64_t bytes_read);
-    /// Takes the line away, so that something else can be printed.
+    /// Erases the line, so that something else can be printed.
     void clear();
 
 private:
@@ -28,9 +29,9 @@ private:
 
     std::string file_;
     std::uint64_t size_;
-    bool wanted_;
-    bool shown_ = false;
-    Clock::time_point next_;
+    bool is_enabled_;
+    bool is_visible_ = false;
+    Clock::time_point next_update_;
 };
 
 } // namespace tarnwick::program

@@ -4,8 +4,8 @@
 
 namespace tarnwick::program {
 
-/// Writes to standard error what is no result: at once, and in one piece so that lines of several programs stay whole.
-/// That it cannot be written is ignored, since there is nowhere left to say so.
+/// Writes a message to standard error, without buffering and in one call, so that lines of several programs do not mix.
+/// Ignores failures, because there is no other place to report them.
 void print_error(std::string_view text) noexcept;
 
 } // namespace tarnwick::program

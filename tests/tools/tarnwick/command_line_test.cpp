@@ -13,16 +13,19 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
-TEST(CommandLine, refuses_wrong_usage_with_status2)
+TEST(CommandLine, rejects_wrong_usage_with_status_2)
 {
     std::string const usage = "usage: tarnwick COMMAND [OPTION...]\nUse --help for more information.\n";
-    std::string const inspect_usage = "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n";
-    std::string const config_usage = "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\nUse --help for more information.\n";
+    std::string const inspect_usage =
+        "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n";
+    std::string const config_usage =
+        "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\nUse --help for more information.\n";
     std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\nUse --help for more information.\n";
     std::string const help_usage = "usage: tarnwick help [COMMAND...]\nUse --help for more information.\n";
     auto const invalid_name = [&](std::string const &name) {
         return "tarnwick: --set: invalid name '" + name +
-               "': a name is a letter or an underscore, followed by letters, digits, underscores and points\n" + get_usage;
+               "': a name is a letter or an underscore, followed by letters, digits, underscores and points\n" +
+               get_usage;
     };
     struct Case {
         std::vector<std::string> arguments;
@@ -47,9 +50,13 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"config", "look"}, "tarnwick: unknown command 'look'\n" + config_usage},
         {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},
         {{"config", "get", "f", "k", "x", "y"}, "tarnwick: unexpected argument 'x'\n" + get_usage},
-        {{"config", "get", "-", "k"}, "tarnwick: cannot read a configuration file from standard input: includes are relative to the path of the file\n" + get_usage},
+        {{"config", "get", "-", "k"},
+         "tarnwick: cannot read a configuration file from standard input: includes are relative to the path of the "
+         "file\n" +
+             get_usage},
         {{"config", "get", "f", "k", "--set", "x"}, "tarnwick: --set: 'x' is not of the form NAME=VALUE\n" + get_usage},
-        {{"config", "get", "f", "k", "--set", "=x"}, "tarnwick: --set: '=x' is not of the form NAME=VALUE\n" + get_usage},
+        {{"config", "get", "f", "k", "--set", "=x"},
+         "tarnwick: --set: '=x' is not of the form NAME=VALUE\n" + get_usage},
         {{"config", "get", "f", "k", "--set", "A B=x"}, invalid_name("A B")},
         {{"config", "get", "f", "k", "--set=1A=x"}, invalid_name("1A")},
         {{"config", "get", "f", "k", "--set=" + std::string(100'000, 'A') + "-=x"},
@@ -57,7 +64,8 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
         {{"config", "get", "f", "k", "--set=\xC3\xA4=x"}, invalid_name("\xC3\xA4")},
         {{"config", "get", "f", "k", "--set="}, "tarnwick: --set: '' is not of the form NAME=VALUE\n" + get_usage},
         {{"config", "get", "--format=", "f", "k"}, "tarnwick: --format: '' is not one of text, json\n" + get_usage},
-        {{"config", "get", "--color=", "f", "k"}, "tarnwick: --color: '' is not one of auto, always, never\n" + get_usage},
+        {{"config", "get", "--color=", "f", "k"},
+         "tarnwick: --color: '' is not one of auto, always, never\n" + get_usage},
         {{"config", "get", "f", "k", "--format=jsonl"},
          "tarnwick: --format: 'jsonl' is not one of text, json\n" + get_usage},
     };
@@ -70,7 +78,7 @@ TEST(CommandLine, refuses_wrong_usage_with_status2)
     }
 }
 
-TEST(CommandLine, answers_on_standard_output)
+TEST(CommandLine, prints_help_and_version_on_standard_output)
 {
     for (auto const &arguments : {std::vector<std::string>{"--version"},
                                   {"inspect", "--version"},
@@ -88,7 +96,7 @@ TEST(CommandLine, answers_on_standard_output)
     EXPECT_EQ(help.err, "");
 }
 
-TEST(CommandLine, help_prints_what_the_option_prints)
+TEST(CommandLine, help_command_equals_help_option)
 {
     for (auto const &command : std::vector<std::vector<std::string>>{
              {}, {"inspect"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
@@ -106,46 +114,46 @@ TEST(CommandLine, help_prints_what_the_option_prints)
     EXPECT_EQ(run({.arguments = {"help", "--version"}}).out, run({.arguments = {"--version"}}).out);
 }
 
-TEST(CommandLine, reads_files_whose_names_end_with_an_equals_sign)
+TEST(CommandLine, accepts_a_file_name_that_ends_with_an_equals_sign)
 {
     auto const outcome = run({.arguments = {"inspect", "FILE="}});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err, "cannot read FILE=: No such file or directory\n");
 }
 
-TEST(CommandLine, shows_no_control_characters_of_arguments)
+TEST(CommandLine, escapes_control_characters_of_arguments)
 {
     EXPECT_THAT(run({.arguments = {"inspect", "--a\x1b[1m"}}).err, Not(HasSubstr("\x1b")));
 }
 
-TEST(CommandLine, tells_what_inspect_takes)
+TEST(CommandLine, prints_the_help_of_inspect)
 {
     auto const help = run({.arguments = {"inspect", "--help"}});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
-    for (auto const *said :
+    for (auto const *text :
          {"usage: tarnwick inspect [OPTION...] [FILE...]\n", "--format auto|text|jsonl ", "--color auto|always|never ",
           "--all-records ", "up to 1000 deep", "Exit status: 0 success, 1 a capture has a fault, ",
           "\n3 a file cannot be read or written.\n"})
-        EXPECT_THAT(help.out, HasSubstr(said));
-    EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no value that stands for a word";
+        EXPECT_THAT(help.out, HasSubstr(text));
+    EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no internal values";
 }
 
-TEST(CommandLine, says_that_an_answer_cannot_be_written)
+TEST(CommandLine, reports_that_help_cannot_be_written)
 {
     auto const outcome = run({.arguments = {"--help"}, .out = Sink::full_disk});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err, "tarnwick: cannot write the output: No space left on device\n");
 }
 
-TEST(CommandLine, lets_the_last_of_repeated_options_count)
+TEST(CommandLine, uses_the_last_of_repeated_options)
 {
     TemporaryFile const capture(request_end(1));
     EXPECT_THAT(inspect({"--format=text", "--format=jsonl", capture.name()}).out, testing::StartsWith("{"));
     EXPECT_THAT(inspect({"--format=jsonl", capture.name(), "--format=text"}).out, testing::StartsWith("php."));
 }
 
-TEST(CommandLine, takes_any_file_name)
+TEST(CommandLine, accepts_any_file_name)
 {
     struct Case {
         std::vector<std::string> arguments;

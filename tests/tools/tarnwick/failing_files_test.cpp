@@ -1,4 +1,4 @@
-// What each command says, prints and ends with when files cannot be opened, read or written.
+// Messages, output and exit status of each command when files cannot be opened, read or written.
 
 #include "support/config_files.h"
 #include "support/file_faults.h"
@@ -25,11 +25,11 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-/// A command line, in which CAPTURE and CONFIG stand for files.
+/// Command line. CAPTURE, CONFIG, FAULTY and FAULTY_CAPTURE are replaced by file names.
 struct Command {
     char const *name;
     std::vector<std::string> arguments;
-    bool is_of_json = false; ///< its output is JSON: a line an object
+    bool is_of_json = false; ///< each line of the output is a JSON object
 };
 
 std::vector<Command> const readers{
@@ -52,7 +52,7 @@ std::vector<Command> all_commands()
     commands.push_back({"version", {"--version"}});
     commands.push_back({"inspect_help", {"inspect", "--help"}});
     commands.push_back({"config_get_help", {"config", "get", "--help"}});
-    // They fail besides: that nothing can be written is told all the same.
+    // These commands report a fault. They must also report that the output cannot be written.
     commands.push_back({"config_check_of_a_fault", {"config", "check", "FAULTY"}});
     commands.push_back({"config_check_of_a_fault_json", {"config", "check", "--format=json", "FAULTY"}, true});
     commands.push_back({"config_get_of_no_key_json", {"config", "get", "--format=json", "CONFIG", "none"}, true});
@@ -78,8 +78,8 @@ protected:
     }
     [[nodiscard]] bool inspects() const { return GetParam().arguments.front() == "inspect"; }
 
-    /// Runs the command among faults, some of which it must meet.
-    [[nodiscard]] Outcome among(FileFaults const &faults) const
+    /// Runs the command with faults of the file system. Expects that at least one call failed.
+    [[nodiscard]] Outcome run_with(FileFaults const &faults) const
     {
         auto changed = setup();
         changed.program = TARNWICK_PROGRAM_WITH_FILE_FAULTS;
@@ -92,20 +92,20 @@ protected:
         return outcome;
     }
 
-    /// Nothing of a run that failed passes for a whole: of JSON lines, all are whole but perhaps the last one.
-    void expect_beginning(std::string_view out, std::string_view of) const
+    /// Expects that `out` is the start of `whole`, and that a cut JSON line is not a valid object.
+    void expect_start(std::string_view out, std::string_view whole) const
     {
-        EXPECT_THAT(of, StartsWith(std::string(out)));
+        EXPECT_THAT(whole, StartsWith(std::string(out)));
         if (!GetParam().is_of_json)
             return;
-        auto const cut = out.substr(out.rfind('\n') + 1); // of no line feed: the whole
+        auto const cut = out.substr(out.rfind('\n') + 1); // all of `out`, if it has no line feed
         bool const is_whole = QJsonDocument::fromJson(QByteArray(cut.data(), qsizetype(cut.size()))).isObject();
-        // The line feed alone may be missing.
-        EXPECT_EQ(is_whole, !cut.empty() && of.substr(out.size(), 1) == "\n") << cut;
+        // A complete object can lack only its line feed.
+        EXPECT_EQ(is_whole, !cut.empty() && whole.substr(out.size(), 1) == "\n") << cut;
     }
 
     ConfigFolder folder;
-    // Each is longer than what is read or written at once.
+    // Each file is longer than a single read or write.
     std::string const capture = folder.write("capture.tnw", many_frames());
     std::string const config = folder.write("f.conf", many_lines());
     std::string const faulty = folder.write("faulty.conf", "a = 1\noops\n");
@@ -135,7 +135,7 @@ protected:
         if (inspects()) {
             EXPECT_EQ(outcome.status, 3);
             EXPECT_EQ(outcome.err, fmt::format("cannot read {}: {}\n", capture, reason));
-            expect_beginning(outcome.out, clean.out);
+            expect_start(outcome.out, clean.out);
             EXPECT_LT(outcome.out.size(), clean.out.size());
             return;
         }
@@ -156,33 +156,33 @@ protected:
     }
 };
 
-TEST_P(FailingInput, that_gives_an_error_is_told)
+TEST_P(FailingInput, read_error_is_reported)
 {
     auto const clean = run(setup());
     ASSERT_EQ(clean.status, 0);
     for (auto const read : {std::size_t(1), std::size_t(2)}) {
         for (auto const last : {read, FileFaults::from_then_on}) {
             SCOPED_TRACE(fmt::format("read {}, {}", read, last == read ? "once" : "for good"));
-            auto const outcome = among({.reads = {read, last, EIO}});
+            auto const outcome = run_with({.reads = {read, last, EIO}});
             expect_failure(outcome, "Input/output error", clean);
-            // What came before it is printed.
+            // Records before the error are printed.
             EXPECT_EQ(inspects() && read == 2, inspects() && !outcome.out.empty());
         }
     }
 }
 
-TEST_P(FailingInput, that_cannot_be_opened_is_told)
+TEST_P(FailingInput, open_error_is_reported)
 {
-    expect_failure(among({.opens = {1, FileFaults::from_then_on, EMFILE}}), "Too many open files", run(setup()));
+    expect_failure(run_with({.opens = {1, FileFaults::from_then_on, EMFILE}}), "Too many open files", run(setup()));
 }
 
-TEST_P(FailingInput, that_is_interrupted_or_gives_a_byte_at_a_time_is_read_whole)
+TEST_P(FailingInput, interrupted_and_short_reads_lose_nothing)
 {
     auto const clean = run(setup());
     EXPECT_FALSE(clean.out.empty());
     for (auto const &faults :
          {FileFaults{.interrupted = true}, FileFaults{.piece = 1}, FileFaults{.interrupted = true, .piece = 1}}) {
-        auto const outcome = among(faults);
+        auto const outcome = run_with(faults);
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.err, "");
         EXPECT_TRUE(outcome.out == clean.out);
@@ -193,14 +193,14 @@ INSTANTIATE_TEST_SUITE_P(Of, FailingInput, rows(readers), by_name);
 
 class FailingListing : public Failing {};
 
-TEST_P(FailingListing, of_the_folder_of_a_wildcard_is_told)
+TEST_P(FailingListing, error_in_the_folder_of_a_pattern_is_reported)
 {
     for (auto const *name : {"a", "b"})
         folder.write(fmt::format("conf.d/{}.conf", name), "key.7 = 1\n");
     folder.write("f.conf", "include = conf.d/*.conf\n");
     EXPECT_EQ(run(setup()).status, 0);
     for (auto const entry : {1, 4}) {
-        auto const outcome = among({.entries = {std::size_t(entry), FileFaults::from_then_on, EIO}});
+        auto const outcome = run_with({.entries = {std::size_t(entry), FileFaults::from_then_on, EIO}});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err,
                     StartsWith(fmt::format(
@@ -226,7 +226,7 @@ protected:
     }
 };
 
-TEST_P(FailingOutput, is_told)
+TEST_P(FailingOutput, error_is_reported)
 {
     auto changed = setup();
     changed.out = Sink::full_disk;
@@ -235,7 +235,7 @@ TEST_P(FailingOutput, is_told)
     expect_failure(run(changed), "Bad file descriptor");
 }
 
-TEST_P(FailingOutput, without_a_reader_ends_the_program_silently)
+TEST_P(FailingOutput, closed_pipe_ends_the_program_silently)
 {
     auto changed = setup();
     changed.out = Sink::nobody;
@@ -244,8 +244,8 @@ TEST_P(FailingOutput, without_a_reader_ends_the_program_silently)
     EXPECT_THAT(outcome.err, Not(HasSubstr("cannot write")));
 }
 
-// The disk fills up in the middle.
-TEST_P(FailingOutput, that_takes_a_part_is_told_and_the_part_does_not_pass_for_the_whole)
+// The disk becomes full while the output is written.
+TEST_P(FailingOutput, full_disk_is_reported_and_partial_output_is_recognisable)
 {
     auto const whole = run(setup()).out;
     ASSERT_GT(whole.size(), 5U);
@@ -262,18 +262,18 @@ TEST_P(FailingOutput, that_takes_a_part_is_told_and_the_part_does_not_pass_for_t
         expect_failure(run(changed), "File too large");
         auto const part = file.content();
         EXPECT_EQ(part.size(), size);
-        expect_beginning(part, whole);
+        expect_start(part, whole);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, rows(all_commands()), by_name);
 
-// A chunk of the rpc dialect goes through sockets within the process, and those take descriptors. However few there are,
-// it is told, and nothing is printed that is not so.
-TEST(Descriptors, that_run_out_are_told)
+// A chunk of the rpc dialect passes through sockets, which take descriptors. With any number of descriptors, the
+// program either prints the record or reports the failure.
+TEST(Descriptors, running_out_is_reported)
 {
 #ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "undefined-behaviour checks take descriptors themselves";
+    GTEST_SKIP() << "the sanitizer takes descriptors itself";
 #endif
     Frame frame;
     frame.set_request_id(1);
@@ -282,24 +282,25 @@ TEST(Descriptors, that_run_out_are_told)
     test::Setup setup{.arguments = {"inspect", chunk.name()}};
     auto const whole = run(setup).out;
     ASSERT_THAT(whole, HasSubstr("\"codetrace.Data\""));
-    constexpr int cannot_be_loaded = 127; // the system's word, while the program itself does not run yet
+    constexpr int not_loaded = 127; // by the dynamic loader
     bool enough = false;
-    int told = 0;
+    int failures = 0;
     for (setup.open_files = 4; setup.open_files < 40 && !enough; ++setup.open_files) {
         SCOPED_TRACE(setup.open_files);
         auto const outcome = run(setup);
-        if (outcome.status == cannot_be_loaded)
+        if (outcome.status == not_loaded)
             continue;
         enough = outcome.status == 0;
         EXPECT_EQ(outcome.out, enough ? whole : "");
-        EXPECT_EQ(
-            outcome.err,
-            enough ? "" : chunk.name() + ": frame 1 at byte 0: cannot pass the chunk through a socket: Too many open files\n");
+        EXPECT_EQ(outcome.err,
+                  enough ? ""
+                         : chunk.name() +
+                               ": frame 1 at byte 0: cannot pass the chunk through a socket: Too many open files\n");
         EXPECT_EQ(outcome.status, enough ? 0 : 3);
-        told += enough ? 0 : 1;
+        failures += enough ? 0 : 1;
     }
     EXPECT_TRUE(enough);
-    EXPECT_GT(told, 0);
+    EXPECT_GT(failures, 0);
 }
 
 } // namespace

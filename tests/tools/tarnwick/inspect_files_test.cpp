@@ -1,4 +1,4 @@
-// What `tarnwick inspect` makes of files of all kinds: what it prints, what it says, with which status it ends.
+// Output, messages and exit status of `tarnwick inspect` for all kinds of files.
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
@@ -26,7 +26,7 @@
 namespace tarnwick::test::inspect_files_test {
 namespace {
 
-/// The records that were printed, each as its frame's number, offset and request.
+/// Returns the number, offset and request of the frame of each printed record.
 std::vector<std::string> records(std::string const &jsonl)
 {
     std::vector<std::string> found;
@@ -47,7 +47,7 @@ struct Capture {
     std::string bytes;
     int status;
     std::vector<std::string> records;
-    std::string err; ///< FILE stands for the file's name
+    std::string err; ///< FILE is replaced by the file name
 };
 
 class InspectReads : public TableTest<Capture> {
@@ -87,43 +87,43 @@ char const *const not_utf8 =
 INSTANTIATE_TEST_SUITE_P(
     Captures, InspectReads,
     testing::Values(
-        Capture{"OfGoodFrames", good + request_end(2), 0, {"1 at 0: 1", "2 at 9: 2"}, ""},
-        Capture{"WithFramesThatDoNotParse",
+        Capture{"good_frames", good + request_end(2), 0, {"1 at 0: 1", "2 at 9: 2"}, ""},
+        Capture{"frames_that_do_not_parse",
                 good + bad + good + std::string(1, '\0') + request_end(9),
                 1,
                 {"1 at 0: 1", "3 at 13: 1", "5 at 23: 9"},
                 "FILE: frame 2 at byte 9: this is not a frame\n"
                 "FILE: frame 4 at byte 22: the length of this frame is 0\n"},
-        Capture{"ThatStartWithAFrameThatDoesNotParse",
+        Capture{"first_frame_that_does_not_parse",
                 bad + good,
                 1,
                 {"2 at 4: 1"},
                 "FILE: frame 1 at byte 0: this is not a frame\n"},
-        Capture{"WithAReportThatDoesNotParse",
+        Capture{"report_that_does_not_parse",
                 good + delimited(rpc_php_frame("\xff")) + good,
                 1,
                 {"1 at 0: 1", "3 at 13: 1"},
                 "FILE: frame 2 at byte 9: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest\n"},
-        Capture{"WithAReportThatIsNestedTooDeep",
+        Capture{"report_nested_too_deep",
                 good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
                 1,
                 {"1 at 0: 1", fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
                 "FILE: frame 2 at byte 9: the tarnwick.rpc.php.v1.NotifyRequest nests messages more "
                 "than 1000 deep\n"},
-        Capture{"WithAReportAsDeepAsPhpSendsThem", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
+        Capture{"report_as_deep_as_php_sends", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
                 std::vector<std::string>(4, "1 at 0: 0"), ""},
-        Capture{"WithAReportFromLaterTimes",
+        Capture{"report_of_an_unknown_kind",
                 good + unknown_report + good,
                 0,
                 {"1 at 0: 1", "3 at 17: 1"},
                 "FILE: frame 2 at byte 9: skipped: no report of a known kind\n"},
-        Capture{"OfReportsFromLaterTimes",
+        Capture{"only_reports_of_unknown_kinds",
                 unknown_report + unknown_report,
                 0,
                 {},
                 "FILE: frame 1 at byte 0: skipped: no report of a known kind; the same for all frames up to frame 2 "
                 "at byte 8\n"},
-        Capture{"WithAdjacentReportsThatDoNotParse",
+        Capture{"adjacent_reports_that_do_not_parse",
                 good + bad_report + bad_report + bad_report + good + bad_report + unknown_report,
                 1,
                 {"1 at 0: 1", "5 at 21: 1"},
@@ -131,55 +131,63 @@ INSTANTIATE_TEST_SUITE_P(
                 "for all frames up to frame 4 at byte 17\n"
                 "FILE: frame 6 at byte 30: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest\n"
                 "FILE: frame 7 at byte 34: skipped: no report of a known kind\n"},
-        Capture{"WithTextThatIsNotUtf8", delimited(rpc_php_frame_of(not_utf8)), 0,
+        Capture{"text_that_is_not_utf8", delimited(rpc_php_frame_of(not_utf8)), 0,
                 std::vector<std::string>(4, "1 at 0: 0"), ""},
-        Capture{"TruncatedInAFrame",
+        Capture{"truncated_in_a_frame",
                 good + good.substr(0, 5),
                 1,
                 {"1 at 0: 1"},
                 "FILE: frame 2 at byte 9: the file ends inside this frame, after 4 of its 8 bytes\n"},
-        Capture{"TruncatedInALength",
+        Capture{"truncated_in_a_length",
                 good + "\x80",
                 1,
                 {"1 at 0: 1"},
                 "FILE: frame 2 at byte 9: the file ends inside the length of this frame\n"},
-        Capture{"WithALengthOver1GiB",
+        Capture{"length_over_1_gib",
                 good + varint((std::uint64_t{1} << 30) + 1) + good,
                 1,
                 {"1 at 0: 1", "3 at 14: 1"},
                 "FILE: frame 2 at byte 9: the length of this frame is over 1 GiB; skipped 5 bytes, up to "
                 "byte 14\n"},
-        Capture{"WithoutABeginning", "", 1, {}, "FILE: not a capture: the file is empty\n"},
-        Capture{"ThatAreText", "To whom it may concern\n", 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatArePictures",
+        Capture{"empty_file", "", 1, {}, "FILE: not a capture: the file is empty\n"},
+        Capture{"plain_text",
+                "To whom it may concern\n",
+                1,
+                {},
+                "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"png_image",
                 "\x89PNG\r\n\x1a\n" + std::string("\0\0\0\rIHDR", 8),
                 1,
                 {},
                 "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatAreZeroes", std::string(2, '\0'), 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatHaveNoReportButFaults",
+        Capture{"zeros", std::string(2, '\0'), 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"fault_and_no_known_report",
                 unknown_report + bad + unknown_report,
                 1,
                 {},
                 "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatAreGzip",
+        Capture{"gzip",
                 std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
                 1,
                 {},
                 "FILE: not a capture: the file is compressed with gzip; pipe it through `zcat`\n"},
-        Capture{"ThatAreZstd", "\x28\xb5\x2f\xfd\x20\x05", 1, {}, "FILE: not a capture: the file is compressed with zstd; pipe it through `zstdcat`\n"},
-        Capture{"ThatAreJson", " {\n\"a\": 1}\n", 1, {}, "FILE: not a capture: the file is JSON\n"},
-        Capture{"ThatAreAJsonList", "[1]", 1, {}, "FILE: not a capture: the file is JSON\n"},
-        Capture{"ThatAreAJsonListOfNegativeNumbers", "[ -1.5, 2]", 1, {}, "FILE: not a capture: the file is JSON\n"},
-        Capture{"ThatAreALog",
+        Capture{"zstd",
+                "\x28\xb5\x2f\xfd\x20\x05",
+                1,
+                {},
+                "FILE: not a capture: the file is compressed with zstd; pipe it through `zstdcat`\n"},
+        Capture{"json_object", " {\n\"a\": 1}\n", 1, {}, "FILE: not a capture: the file is JSON\n"},
+        Capture{"json_list", "[1]", 1, {}, "FILE: not a capture: the file is JSON\n"},
+        Capture{"json_list_of_negative_numbers", "[ -1.5, 2]", 1, {}, "FILE: not a capture: the file is JSON\n"},
+        Capture{"log_with_a_date_in_brackets",
                 "[21-Nov-2026 10:00:00 UTC] PHP Warning\n",
                 1,
                 {},
                 "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatAreLikeJson", "{a}", 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
-        Capture{"ThatArePhpText", "<?php\n", 1, {}, "FILE: not a capture: the file is PHP source\n"},
-        // After damage in front.
-        Capture{"ThatBeginsAsGzip",
+        Capture{"almost_json", "{a}", 1, {}, "FILE: not a capture: it has no frame with a known report\n"},
+        Capture{"php_source", "<?php\n", 1, {}, "FILE: not a capture: the file is PHP source\n"},
+        // Damage before the first frame.
+        Capture{"capture_after_the_magic_bytes_of_gzip",
                 "\x1f\x8b" + good + good + good,
                 1,
                 {"2 at 2: 1", "3 at 11: 1", "4 at 20: 1"},
@@ -187,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "skipped 2 bytes, up to byte 2\n"}),
     by_name);
 
-TEST(Inspect, says_why_a_file_cannot_be_read)
+TEST(Inspect, reports_why_a_file_cannot_be_read)
 {
     TemporaryFile const secret(good);
     ASSERT_EQ(::chmod(secret.name().c_str(), 0), 0);
@@ -209,7 +217,7 @@ TEST(Inspect, says_why_a_file_cannot_be_read)
     }
 }
 
-TEST(Inspect, escapes_names_of_files_for_people)
+TEST(Inspect, escapes_file_names_in_text)
 {
     TemporaryFile const capture(good);
     auto const name = capture.name() + "\x1b[31m\n\xff";
@@ -222,7 +230,7 @@ TEST(Inspect, escapes_names_of_files_for_people)
     ::unlink(name.c_str());
 }
 
-TEST(Inspect, refuses_to_read_the_file_that_it_writes)
+TEST(Inspect, rejects_an_input_that_is_its_output)
 {
     TemporaryFile const capture(good);
     TemporaryFile const other(request_end(2));
@@ -266,9 +274,9 @@ TEST(Inspect, reads_and_writes_the_same_device)
     }
 }
 
-TEST(Inspect, prints_what_came_before_a_failure_of_the_input)
+TEST(Inspect, prints_the_records_before_a_read_error)
 {
-    // A terminal that its other side has left gives what was written, then an error.
+    // Reading from a terminal whose other side is closed returns the bytes written to it, then an error.
     detail::Terminal terminal;
     write_all(terminal.slave, good + good.substr(0, 5));
     terminal.slave.reset();
@@ -278,7 +286,7 @@ TEST(Inspect, prints_what_came_before_a_failure_of_the_input)
     EXPECT_EQ(outcome.err, "cannot read -: Input/output error\n");
 }
 
-TEST(Inspect, goes_on_behind_a_file_with_a_fault)
+TEST(Inspect, continues_after_a_file_with_a_fault)
 {
     TemporaryFile const first(good);
     TemporaryFile const faulty(bad);
@@ -296,7 +304,7 @@ TEST(Inspect, goes_on_behind_a_file_with_a_fault)
     EXPECT_EQ(outcome_of_worse.err, "cannot read " + missing + ": No such file or directory\n" + outcome.err);
 }
 
-TEST(Inspect, names_the_files_when_there_are_several)
+TEST(Inspect, prints_the_file_name_with_several_files)
 {
     TemporaryFile const file(good);
     EXPECT_THAT(inspect({file.name()}).out, Not(testing::HasSubstr(R"("file":)")));
@@ -305,7 +313,7 @@ TEST(Inspect, names_the_files_when_there_are_several)
     EXPECT_THAT(both, testing::HasSubstr(R"({"record":"php.RShutdown","file":"-","frame":1,)"));
 }
 
-TEST(Inspect, builds_all_records_when_asked)
+TEST(Inspect, prints_all_records_with_the_option)
 {
     TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } error { }")));
     EXPECT_THAT(records(inspect({file.name()}).out), testing::ElementsAre("1 at 0: 4"));

@@ -1,4 +1,4 @@
-// How `tarnwick inspect` behaves towards pipes, terminals and outputs that cannot be written.
+// `tarnwick inspect` with pipes, terminals and outputs that cannot be written.
 
 #include "capture/capture_reader.h"
 #include "capture/input_file.h"
@@ -28,14 +28,14 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-TEST(InspectStreams, prints_the_records_of_a_frame_before_the_next_frame_comes)
+TEST(InspectStreams, prints_records_before_the_next_frame_arrives)
 {
     Program program({.arguments = {"inspect"}});
     for (std::uint64_t id = 1; id <= 3; ++id) {
         program.write(request_end(id));
         EXPECT_THAT(program.read_line(), HasSubstr("\"request_id\":" + std::to_string(id) + ","));
     }
-    // Also when the next frame has begun.
+    // Even if the next frame has started.
     program.write(request_end(4) + "\x80");
     EXPECT_THAT(program.read_line(), HasSubstr("\"request_id\":4,"));
     program.close_input();
@@ -57,7 +57,7 @@ TEST(InspectStreams, keeps_records_and_messages_in_the_order_of_the_capture)
     EXPECT_LT(message, second);
 }
 
-TEST(InspectStreams, says_that_the_output_cannot_be_written)
+TEST(InspectStreams, reports_that_the_output_cannot_be_written)
 {
     struct Case {
         Sink out;
@@ -74,7 +74,7 @@ TEST(InspectStreams, says_that_the_output_cannot_be_written)
     }
 }
 
-TEST(InspectStreams, ends_silently_when_the_reader_leaves_before_the_end)
+TEST(InspectStreams, ends_silently_when_the_reader_closes_the_pipe)
 {
     Program program({.arguments = {"inspect"}});
     program.write(request_end(1));
@@ -87,15 +87,15 @@ TEST(InspectStreams, ends_silently_when_the_reader_leaves_before_the_end)
     EXPECT_EQ(outcome.err, "");
 }
 
-// Status 141 counts more than a fault that was found before.
-TEST(InspectStreams, reports_the_faults_before_the_reader_left)
+// Status 141 overrides an earlier fault.
+TEST(InspectStreams, reports_faults_before_a_closed_pipe)
 {
     auto const outcome = run({.arguments = {"inspect"}, .out = Sink::nobody}, delimited("\xff") + request_end(1));
     EXPECT_EQ(outcome.status, 141);
     EXPECT_EQ(outcome.err, "-: frame 1 at byte 0: this is not a frame\n");
 }
 
-TEST(InspectStreams, ignores_that_messages_cannot_be_written)
+TEST(InspectStreams, ignores_failures_to_write_messages)
 {
     for (auto const err : {Sink::full_disk, Sink::nobody, Sink::closed}) {
         auto const outcome = run({.arguments = {"inspect"}, .err = err}, delimited("\xff") + request_end(1));
@@ -104,7 +104,7 @@ TEST(InspectStreams, ignores_that_messages_cannot_be_written)
     }
 }
 
-TEST(InspectStreams, writes_text_on_a_terminal_and_json_elsewhere_unless_told)
+TEST(InspectStreams, chooses_the_format_by_option_and_terminal)
 {
     struct Case {
         Sink out;
@@ -125,7 +125,7 @@ TEST(InspectStreams, writes_text_on_a_terminal_and_json_elsewhere_unless_told)
     EXPECT_THAT(run({.arguments = {"inspect"}}, request_end(1)).out, StartsWith("{"));
 }
 
-TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
+TEST(InspectStreams, colours_text_by_option_and_terminal)
 {
     struct Case {
         Sink out;
@@ -135,7 +135,7 @@ TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
     };
     Case const cases[] = {
         {Sink::terminal, "auto", "ANY=", true},        {Sink::terminal, "auto", "NO_COLOR=1", false},
-        {Sink::terminal, "auto", "NO_COLOR=", true}, // empty is as good as unset
+        {Sink::terminal, "auto", "NO_COLOR=", true}, // empty means unset
         {Sink::terminal, "auto", "TERM=dumb", false},  {Sink::terminal, "auto", "TERM=xterm", true},
         {Sink::terminal, "always", "TERM=dumb", true}, {Sink::terminal, "always", "NO_COLOR=1", true},
         {Sink::terminal, "never", "ANY=", false},      {Sink::test, "auto", "ANY=", false},
@@ -151,7 +151,7 @@ TEST(InspectStreams, colours_text_on_a_terminal_unless_told)
     }
 }
 
-/// A record with lines of 27, 36 and more than 80 columns.
+/// Returns a frame whose record has lines of 27, 36 and more than 80 columns.
 Frame frame_with_a_long_line()
 {
     return rpc_php_frame_of("error { error { message: '" + std::string(100, 'm') + "' } }");
@@ -203,7 +203,7 @@ TEST(InspectStreams, cuts_long_lines_of_text_at_the_width_of_the_terminal)
     }
 }
 
-TEST(InspectStreams, cuts_no_json)
+TEST(InspectStreams, does_not_cut_json)
 {
     auto const capture = delimited(frame_with_a_long_line());
     auto const outcome =
@@ -211,20 +211,20 @@ TEST(InspectStreams, cuts_no_json)
     EXPECT_EQ(outcome.out, inspect({}, capture).out);
 }
 
-/// Frames that print nothing, `size` bytes together, then one that prints a record.
+/// Returns a capture of `size` bytes: frames without records, then one with a record.
 std::string capture_of_size(std::size_t size)
 {
     auto const end = request_end(1);
     std::string capture;
     for (constexpr std::size_t part = 1'000'000; size - capture.size() > 2 * part;)
         capture += delimited(rpc_php_frame(padding(part)));
-    // What is around the last padding is as long as for a padding of about its size.
+    // The overhead of the last padding equals that of a padding of about its size.
     auto const rest = size - capture.size() - end.size();
     auto const around = delimited(rpc_php_frame(padding(rest - 20))).size() - (rest - 20);
     return capture + delimited(rpc_php_frame(padding(rest - around))) + end;
 }
 
-TEST(InspectStreams, shows_progress_on_a_terminal_for_files_over10_mb)
+TEST(InspectStreams, shows_progress_on_a_terminal_for_files_over_10_mb)
 {
     TemporaryFile const large(capture_of_size(10'000'001));
     std::string const clear = "\r\x1b[K";
@@ -262,7 +262,7 @@ TEST(InspectStreams, shows_no_progress_elsewhere)
     EXPECT_EQ(run({.arguments = {"inspect"}, .err = Sink::terminal}, capture_of_size(10'000'001)).err, "");
 }
 
-TEST(InspectStreams, takes_the_progress_line_away_before_it_prints_anything_else)
+TEST(InspectStreams, erases_the_progress_line_before_other_output)
 {
     TemporaryFile const large(capture_of_size(11'000'000) + delimited("\xff"));
     auto const outcome =
@@ -273,7 +273,7 @@ TEST(InspectStreams, takes_the_progress_line_away_before_it_prints_anything_else
     EXPECT_THAT(outcome.out, Not(testing::ContainsRegex("%\\)[^\r]")));
 }
 
-/// The captures of a real PHP, over and over, each time as if of other requests.
+/// The captures of the repository, repeated with new request ids.
 class EndlessCapture {
 public:
     EndlessCapture()
@@ -303,7 +303,7 @@ private:
     std::vector<Frame> frames_;
 };
 
-/// The most memory, in kB, that it takes to print `megabytes` of frames from a pipe.
+/// Returns the peak memory, in kB, of printing `megabytes` of frames from a pipe.
 std::int64_t memory_for(std::size_t megabytes, std::string const &format)
 {
     EndlessCapture capture;
@@ -319,7 +319,7 @@ std::int64_t memory_for(std::size_t megabytes, std::string const &format)
     });
     program.skip_lines(rounds * lines_of_a_round);
     writer.join();
-    // Everything is printed, the input is still open: the program waits.
+    // All records are printed and the input is open, so the program waits.
     auto const memory = program.memory("VmHWM");
     program.close_input();
     auto const outcome = program.finish();
@@ -329,7 +329,7 @@ std::int64_t memory_for(std::size_t megabytes, std::string const &format)
     return memory;
 }
 
-// By more requests than it keeps tables of. TARNWICK_STREAM_MEGABYTES makes it longer.
+// The requests exceed the number of kept tables. TARNWICK_STREAM_MEGABYTES sets the length.
 TEST(InspectStreams, reads_a_pipe_of_any_size_in_constant_memory)
 {
     constexpr std::int64_t tolerance = 8'192;
@@ -342,12 +342,12 @@ TEST(InspectStreams, reads_a_pipe_of_any_size_in_constant_memory)
     }
 }
 
-TEST(InspectStreams, takes_memory_for_what_it_reads_not_for_what_a_length_claims)
+TEST(InspectStreams, memory_depends_on_bytes_read_not_on_the_claimed_length)
 {
-    auto const memory_with = [](std::string const &rest) {
+    auto const peak_memory = [](std::string const &rest) {
         Program program({.arguments = {"inspect"}});
         program.write(request_end(1) + rest);
-        // Written out when nothing more is there to read.
+        // The program flushes when no more input is available.
         EXPECT_THAT(program.read_line(), StartsWith("{"));
         auto const memory = program.memory("VmPeak");
         program.close_input();
@@ -355,7 +355,7 @@ TEST(InspectStreams, takes_memory_for_what_it_reads_not_for_what_a_length_claims
         return memory;
     };
     constexpr std::int64_t half_a_gib = 524'288;
-    EXPECT_LT(memory_with(varint(std::uint64_t{1} << 30) + "abc"), memory_with({}) + half_a_gib);
+    EXPECT_LT(peak_memory(varint(std::uint64_t{1} << 30) + "abc"), peak_memory({}) + half_a_gib);
 }
 
 } // namespace

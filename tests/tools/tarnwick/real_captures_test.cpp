@@ -1,4 +1,4 @@
-// The captures that are part of this repository: reports of real applications.
+// The captures in this repository, with reports of real applications.
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
@@ -66,20 +66,20 @@ std::string json(QJsonValue const &value)
     return QJsonDocument(QJsonObject{{QStringLiteral("is"), value}}).toJson(QJsonDocument::Compact).toStdString();
 }
 
-/// A difference between the dialects that is as it should be.
+/// Expected difference between the dialects.
 struct Exception {
-    char const *path; ///< in the record as it prints; [] is any place of a list, * in front any beginning
+    char const *path; ///< in the printed record; [] is any element of a list, a leading * any prefix
     char const *why;
-    /// Whether the dialects differ so; then makes the protobuf value what it would be without the difference.
+    /// Returns whether the dialects have this difference. If so, removes it from the protobuf value.
     bool (*undo)(QJsonValue const &rpc, QJsonValue &protobuf);
 };
 
 bool becomes(QJsonValue const &expected, QJsonValue const &rpc, QJsonValue &protobuf)
 {
-    auto const is_so = protobuf == expected;
-    if (is_so)
+    auto const matches = protobuf == expected;
+    if (matches)
         protobuf = rpc;
-    return is_so;
+    return matches;
 }
 
 bool becomes_null(QJsonValue const &rpc, QJsonValue &protobuf)
@@ -94,10 +94,10 @@ bool becomes_false(QJsonValue const &rpc, QJsonValue &protobuf)
 
 bool is_null_in_rpc(QJsonValue const &rpc, QJsonValue &protobuf)
 {
-    auto const is_so = rpc.isNull();
-    if (is_so)
+    auto const matches = rpc.isNull();
+    if (matches)
         protobuf = rpc;
-    return is_so;
+    return matches;
 }
 
 bool becomes_0(QJsonValue const &rpc, QJsonValue &protobuf)
@@ -113,23 +113,23 @@ bool becomes_zero_time(QJsonValue const &rpc, QJsonValue &protobuf)
 bool becomes_json(QJsonValue const &rpc, QJsonValue &protobuf)
 {
     static std::set<std::string> const nested{"array", "object", "resource"};
-    auto const is_so = nested.contains(text(rpc[u"kind"])) && text(protobuf[u"kind"]) == "json";
-    if (is_so)
+    auto const matches = nested.contains(text(rpc[u"kind"])) && text(protobuf[u"kind"]) == "json";
+    if (matches)
         protobuf = rpc;
-    return is_so;
+    return matches;
 }
 
-bool holds_entries_that_came_later(QJsonValue const &rpc, QJsonValue &protobuf)
+bool has_later_entries(QJsonValue const &rpc, QJsonValue &protobuf)
 {
     QJsonArray entries;
     for (auto const &entry : protobuf.toArray()) {
         if (text(entry[1][u"kind"]) != "undefined")
             entries.append(entry);
     }
-    auto const is_so = entries.size() < protobuf.toArray().size() && entries.size() == rpc.toArray().size();
-    if (is_so)
+    auto const matches = entries.size() < protobuf.toArray().size() && entries.size() == rpc.toArray().size();
+    if (matches)
         protobuf = entries;
-    return is_so;
+    return matches;
 }
 
 Exception const exceptions[] = {
@@ -140,12 +140,11 @@ Exception const exceptions[] = {
     {"php.RShutdown.timestamp", "the protobuf dialect has no time of a request's end", becomes_zero_time},
     {"php.ResponseBody.number", "the protobuf dialect has no number beside a response's texts", becomes_0},
     {"php.Superglobals init.values[][].value",
-     "one message holds both states in the protobuf dialect, so the first has entries that came later, without value",
-     holds_entries_that_came_later},
+     "one protobuf message has both states, so the first state has later entries without value", has_later_entries},
     {"*.call_value", "the protobuf dialect has no further value of a call", becomes_null},
     {"monitor.Event 4.function", "the rpc dialect has no function of a PHP error's event", is_null_in_rpc},
     {"monitor.Event 4.stack_trace", "the rpc dialect has no calls of a PHP error's event", is_null_in_rpc},
-    {"codetrace.Data.more", "the protobuf dialect says of no chunk that others follow", becomes_false},
+    {"codetrace.Data.more", "the protobuf dialect has no flag for further chunks", becomes_false},
 };
 
 bool is_at(std::string_view path, std::string_view pattern)
@@ -153,11 +152,11 @@ bool is_at(std::string_view path, std::string_view pattern)
     return pattern.starts_with('*') ? path.ends_with(pattern.substr(1)) : path == pattern;
 }
 
-/// Records that one dialect alone has for a request.
+/// Expected record that only one dialect has.
 struct Absence {
     char const *record;
     char const *why;
-    bool (*is_so)(std::vector<QJsonObject> const &rpc);
+    bool (*matches)(std::vector<QJsonObject> const &rpc);
 };
 
 Absence const absences[] = {
@@ -167,14 +166,14 @@ Absence const absences[] = {
      }},
 };
 
-/// Compares what the two dialects gave for each request of a capture.
+/// Compares the records of the two dialects for each request of a capture.
 class Comparison {
 public:
     explicit Comparison(std::vector<QJsonObject> const &records);
 
     std::size_t pairs = 0;
     std::vector<std::string> differences;
-    std::set<std::string> used; ///< paths of the exceptions, and records of the absences, that were needed
+    std::set<std::string> used; ///< paths of the exceptions and records of the absences that occurred
 
 private:
     using Records = std::map<std::string, std::vector<QJsonObject>>; // by name and view, or kind of event
@@ -187,7 +186,7 @@ Comparison::Comparison(std::vector<QJsonObject> const &records)
 {
     std::map<std::string, std::map<std::string, Records>> by_request;
     for (auto record : records) {
-        // The tables that queries of the protobuf dialect are linked to are compared with the queries.
+        // These tables of the protobuf dialect are compared as part of the queries.
         auto name = text(record[u"record"]);
         if (name == "glimmet.SqlConnections" || name == "glimmet.SqlTransactions")
             continue;
@@ -217,8 +216,8 @@ void Comparison::compare_requests(std::string const &request, Records const &rpc
     for (auto const &[name, records] : protobuf)
         names.insert(name);
     for (auto const &name : names) {
-        // One of the protobuf messages tells the state at the start alone, and a request that never ended has no other.
-        // Further ones came with events, where the rpc dialect has none.
+        // The first message `all` of the protobuf dialect has the state at the start. Further ones belong to events,
+        // and the rpc dialect has no such messages. A request without an end has no message `init`.
         auto const is_start = name == "php.Superglobals all";
         if (name == "php.Superglobals init" && !protobuf.contains(name))
             continue;
@@ -227,7 +226,7 @@ void Comparison::compare_requests(std::string const &request, Records const &rpc
         if (is_start)
             right.resize(1);
         auto const absence = std::ranges::find_if(absences, [&](Absence const &row) { return row.record == name; });
-        if (right.empty() && absence != std::end(absences) && absence->is_so(left)) {
+        if (right.empty() && absence != std::end(absences) && absence->matches(left)) {
             used.insert(absence->record);
             continue;
         }
@@ -280,7 +279,7 @@ TEST(RealCaptures, are_read_without_a_fault)
     }
 }
 
-TEST(RealCaptures, say_the_same_of_a_request_in_both_dialects_but_for_what_one_cannot_carry)
+TEST(RealCaptures, dialects_agree_except_for_listed_differences)
 {
     std::set<std::string> used;
     std::size_t pairs = 0;
@@ -293,11 +292,11 @@ TEST(RealCaptures, say_the_same_of_a_request_in_both_dialects_but_for_what_one_c
     EXPECT_GT(pairs, 0U);
     for (auto const &[path, why, undo] : exceptions)
         EXPECT_TRUE(used.contains(path)) << path << ": no such difference: " << why;
-    for (auto const &[record, why, is_so] : absences)
+    for (auto const &[record, why, matches] : absences)
         EXPECT_TRUE(used.contains(record)) << record << ": no such absence: " << why;
 }
 
-TEST(RealCaptures, are_compared_so_that_a_difference_shows)
+TEST(RealCaptures, comparison_finds_differences)
 {
     auto const compared = [](std::string const &rpc, std::string const &protobuf) {
         auto const capture = delimited(rpc_php_frame_of("request_id { id: 7 } error { error {" + rpc + "} }")) +
@@ -315,8 +314,8 @@ TEST(RealCaptures, are_compared_so_that_a_difference_shows)
     EXPECT_THAT(compared("type { number: 5 } stack_trace { }", "number: 5").differences,
                 ElementsAre(R"(php.ErrorData.stack_trace: {"is":[]} in rpc, {"is":null} in protobuf)"));
 
-    auto const lonely = Comparison(objects(inspect({}, delimited(error_frame_of(7, "number: 5"))).out));
-    EXPECT_THAT(lonely.differences, ElementsAre("7: 0 php.ErrorData in rpc, 1 in protobuf"));
+    auto const without_pair = Comparison(objects(inspect({}, delimited(error_frame_of(7, "number: 5"))).out));
+    EXPECT_THAT(without_pair.differences, ElementsAre("7: 0 php.ErrorData in rpc, 1 in protobuf"));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "capture/capture_reader.h"
 
-#include "error_text.h"
 #include "capture/report_check.h"
+#include "error_text.h"
 
 #include <fmt/format.h>
 
@@ -14,12 +14,11 @@ namespace {
 
 constexpr auto nowhere = std::numeric_limits<std::uint64_t>::max();
 
-// How much is read between two steps `seeking`.
+// The bytes between two steps `seeking`.
 constexpr std::uint64_t slice = std::uint64_t{16} << 20;
 
-// Bytes in which every place begins a large frame that turns out to be none would take time that grows with their square.
-// A place is not looked at once the effort exceeds this much, and this much for each byte read. Damage in captures takes
-// less than one for each byte.
+// Bytes in which every place looks like a large frame would take quadratic time. So places are skipped once the effort
+// exceeds `free_effort` and `effort_per_byte` for each byte read. Damaged captures take less than one for each byte.
 constexpr std::uint64_t free_effort = std::uint64_t{64} << 20;
 constexpr std::uint64_t effort_per_byte = 4;
 constexpr std::uint64_t effort_per_frame = 64;
@@ -72,7 +71,7 @@ CaptureReader::Step CaptureReader::read_frame(std::uint64_t start, std::uint64_t
     return Step::frame;
 }
 
-// The input ends too early: the file has a fault, or it cannot be read further.
+// The input ended too early, by a fault of the file or by a read error.
 CaptureReader::Step CaptureReader::cut_short(std::string problem)
 {
     return input_.error() == 0 ? fault(std::move(problem), input_.end()) : failure();
@@ -122,7 +121,7 @@ Varint CaptureReader::length_at(std::uint64_t at)
     return length;
 }
 
-// No frame starts with a zero byte. Files can have gigabytes of them, so they are skipped together.
+// No frame starts with a zero byte. Files can have gigabytes of them, so they are skipped in one step.
 void CaptureReader::skip_one_or_zeros()
 {
     auto const bytes = bytes_from(0);
@@ -158,7 +157,7 @@ bool CaptureReader::is_start()
     return true;
 }
 
-/// What is at a place, which moves to the end of the frame there.
+/// Examines the bytes at `at`. Moves `at` to the end of the frame, if there is one.
 CaptureReader::Candidate CaptureReader::candidate_at(std::uint64_t &at)
 {
     auto const length = length_at(at);
@@ -187,7 +186,7 @@ CaptureReader::Candidate CaptureReader::candidate_at(std::uint64_t &at)
     return has_valid_report(frame_) ? Candidate::known_report : Candidate::other_report;
 }
 
-/// Whether so much effort is left, which is then spent.
+/// Adds to the effort, unless that would exceed the limit. Returns whether it did.
 bool CaptureReader::can_spend(std::uint64_t effort)
 {
     if (effort_ + effort > free_effort + effort_per_byte * input_.end())

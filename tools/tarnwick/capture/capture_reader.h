@@ -13,34 +13,34 @@
 
 namespace tarnwick::program {
 
-/// Reads a capture, a sequence of frames each after its length as a varint, from a file or a pipe. Memory follows the
-/// largest frame, not the file, and grows with the bytes that were read, not with the length that a frame announces.
+/// Reads the frames of a capture from a file or a pipe. Each frame follows its length, a varint. Memory is proportional
+/// to the largest frame, and to the bytes that were read of it, not to the length that it claims.
 ///
-/// After bytes that are no frame the reader looks for the next start: the next place from which three frames in a row
-/// are good, or fewer that end where the input ends. A frame is good if its report is known and parses, and if it has at
-/// most `FrameFields::max_fields` fields and no group. Between good frames there can be others that parse, whose report
-/// is unknown or does not parse. Right after the faulty frame, as far as its length is known, and right after zero bytes
-/// that follow it, one good frame is enough.
+/// After bytes that are not a frame, the reader searches for the next start. A start is the next place where three good
+/// frames follow in sequence, or fewer that end at the end of the input. A good frame has a report that is known and
+/// parses, at most `FrameFields::max_fields` fields and no group. Between good frames, frames whose report is unknown
+/// or does not parse are allowed. One good frame is enough directly after the faulty frame, if its length is known, and
+/// directly after zero bytes that follow it.
 ///
-/// The damage can be in the frame before the fault: one that lost bytes takes as many from the frames after it. So the
-/// reader looks there first, if that frame is not too long, for frames in a row that go on past the fault.
+/// The damage can be in the frame before the fault: if it lost bytes, it includes the start of the next frames. So the
+/// search starts inside that frame, unless it is too long, for frames in sequence that continue past the fault.
 class CaptureReader {
 public:
     static constexpr std::uint64_t max_frame_size = std::uint64_t{1} << 30;
-    /// How far the reader looks ahead of a possible start, and how long a frame is to which it goes back. A frame that
-    /// reaches farther counts as the last of the three if its fields end where the frame ends and the last of them is a
+    /// The bytes that the reader examines after a possible start, and the longest previous frame that it searches. A
+    /// longer frame counts as the last of the three if its fields end where the frame ends and the last of them is a
     /// report.
     static constexpr std::uint64_t max_look_ahead = std::uint64_t{16} << 20;
 
     enum class Step {
         frame,   ///< `frame()` is the next frame
-        fault,   ///< `problem()` describes bytes that are no frame; the reader can go on
-        seeking, ///< the reader still looks for the end of a fault; returned now and then, so that the caller can show it
+        fault,   ///< `problem()` describes bytes that are not a frame; the reader can continue
+        seeking, ///< the search after a fault continues; returned regularly, so that the caller can show progress
         failure, ///< `problem()` is the reason why the file cannot be read
         end,
     };
 
-    /// The file stays the caller's.
+    /// Does not own the file.
     explicit CaptureReader(InputFile &input)
         : input_(input)
     {
@@ -50,10 +50,10 @@ public:
 
     [[nodiscard]] capture::v1::Frame const &frame() const { return frame_; }
     [[nodiscard]] std::string const &problem() const { return problem_; }
-    /// The number of the frame or fault, counted from 1, and where it starts in the file.
+    /// The number of the frame or fault, from 1, and its offset in the file.
     [[nodiscard]] std::uint64_t number() const { return number_; }
     [[nodiscard]] std::uint64_t offset() const { return offset_; }
-    /// The first bytes of the file, 64 of them if there are so many.
+    /// The first bytes of the file, at most 64.
     [[nodiscard]] std::string_view head() const { return input_.head(); }
 
 private:
@@ -79,13 +79,13 @@ private:
     std::string problem_;
     std::uint64_t number_ = 0;
     std::uint64_t offset_ = 0;
-    std::uint64_t previous_ = 0; ///< the size of the previous frame, which `input_` still has before the next one
+    std::uint64_t previous_ = 0; ///< the size of the previous frame, which is still at the start of `input_`
 
-    // Of the fault that is looked past.
+    // State of the search after a fault.
     bool is_seeking_ = false;
-    std::uint64_t fault_end_ = 0;      ///< where its length says that it ends
+    std::uint64_t fault_end_ = 0;      ///< the end of the faulty frame according to its length
     std::uint64_t expected_start_ = 0; ///< where one good frame is enough
-    std::uint64_t effort_ = 0;         ///< spent on bytes that could have been frames, in bytes parsed
+    std::uint64_t effort_ = 0;         ///< bytes parsed so far to examine possible frames
 };
 
 } // namespace tarnwick::program

@@ -12,7 +12,8 @@ bool is_control(char character)
     return static_cast<unsigned char>(character) < ' ' && space.find(character) == std::string_view::npos;
 }
 
-/// Whether a value can begin so that is in a list. A line of a log can begin with a date in brackets.
+/// Returns whether the text can be the start of a value in a JSON list. A line of a log can start with a date in
+/// brackets.
 bool begins_value(std::string_view head)
 {
     if (std::string_view("\"{[]").find(head.front()) != std::string_view::npos)
@@ -29,7 +30,7 @@ bool begins_value(std::string_view head)
     return size > 0 && (size == head.size() || after_digits.find(head[size]) != std::string_view::npos);
 }
 
-// An object or a list that begins as JSON does, and has no bytes that JSON has not.
+/// Returns whether the text can be the start of a JSON object or list.
 bool is_json(std::string_view head)
 {
     if (std::ranges::any_of(head, is_control))

@@ -4,7 +4,7 @@
 
 namespace tarnwick::program {
 
-/// Describes a file that is no capture by its first bytes, for a message after the file's name.
+/// Describes a file that is not a capture, from its first bytes, as a message without the file name.
 [[nodiscard]] std::string_view describe_foreign_file(std::string_view head);
 
 } // namespace tarnwick::program

@@ -6,18 +6,18 @@
 
 namespace tarnwick::program {
 
-/// Steps over the fields of a capture frame without parsing them, also while bytes of the frame are still missing. A
-/// wrong length of a frame shows here long before the frame is read to its end.
+/// Finds the fields of a capture frame without parsing them, even while bytes of the frame are missing. Detects a wrong
+/// length long before the whole frame is read.
 class FrameFields {
 public:
-    /// How many fields it steps over. A frame has five, if none is repeated. The limit bounds the cost of bytes that turn
-    /// out to be no frame.
+    /// The most fields that are examined. A frame has five, if none is repeated. The limit bounds the cost for bytes
+    /// that are not a frame.
     static constexpr unsigned max_fields = 16;
 
     enum class State {
         complete,   ///< the fields end where the frame ends
         incomplete, ///< `advance` needs more bytes
-        invalid,    ///< the bytes are no message
+        invalid,    ///< the bytes are not a message
         unknown,    ///< there are more fields, a group or an odd number: only the parser can decide
     };
 
@@ -26,19 +26,20 @@ public:
     {
     }
 
-    /// Goes on from where the last call stopped. `bytes` starts where the frame starts, and can end before or after it.
+    /// Continues where the last call stopped. `bytes` starts at the start of the frame, and can end before or after its
+    /// end.
     State advance(std::string_view bytes);
 
-    /// Where the next field starts. Can be after the last byte that `advance` got.
+    /// The start of the next field. Can be after the end of the bytes passed to `advance`.
     [[nodiscard]] std::uint64_t next() const { return next_; }
-    /// Whether the last length-delimited field is a report that this program knows.
+    /// Returns whether the last length-delimited field is a known report.
     [[nodiscard]] bool ends_with_report() const;
 
 private:
     std::uint64_t frame_size_;
     std::uint64_t next_ = 0;
     unsigned count_ = 0;
-    int last_delimited_ = 0; ///< its number
+    int last_delimited_ = 0; ///< its field number
 };
 
 } // namespace tarnwick::program

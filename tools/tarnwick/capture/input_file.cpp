@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t buffer_size = 65'536;
 
-int opened(std::string const &name)
+int open_input(std::string const &name)
 {
     if (name == "-")
         return STDIN_FILENO;
@@ -26,7 +26,7 @@ int opened(std::string const &name)
 } // namespace
 
 InputFile::InputFile(std::string const &name, std::function<void()> before_wait)
-    : descriptor_(opened(name))
+    : descriptor_(open_input(name))
     , before_wait_(std::move(before_wait))
     , buffer_(buffer_size)
 {
@@ -47,7 +47,7 @@ std::uint64_t InputFile::size() const
     return S_ISREG(status_.st_mode) ? static_cast<std::uint64_t>(status_.st_size) : 0;
 }
 
-bool InputFile::is_file_of(int descriptor) const
+bool InputFile::is_same_file(int descriptor) const
 {
     struct stat other = {};
     return descriptor != descriptor_ && S_ISREG(status_.st_mode) && ::fstat(descriptor, &other) == 0 &&
@@ -85,7 +85,7 @@ void InputFile::read()
     }
 }
 
-// What goes wrong with waiting comes back from reading, which follows in any case.
+// Ignores errors of poll(): the read that follows reports them.
 void InputFile::wait()
 {
     if (S_ISREG(status_.st_mode))

@@ -10,26 +10,26 @@
 
 namespace tarnwick::program {
 
-/// A file read from its start to its end, which can be a pipe; standard input for `-`.
+/// File or pipe that is read from start to end; standard input for `-`.
 class InputFile {
 public:
-    /// `before_wait` is called whenever nothing more can be read at the moment, before waiting for it.
+    /// Calls `before_wait` before it waits for more input.
     explicit InputFile(std::string const &name, std::function<void()> before_wait = {});
     ~InputFile();
     InputFile(InputFile const &) = delete;
     InputFile &operator=(InputFile const &) = delete;
 
-    /// Why it cannot be read, or not to its end, as an `errno`; 0 when it can.
+    /// The error of opening or reading the file, as an `errno`; 0 if there is none.
     [[nodiscard]] int error() const { return error_; }
-    /// 0 for what has no size, like a pipe.
+    /// The size of a regular file; 0 for others, such as a pipe.
     [[nodiscard]] std::uint64_t size() const;
-    /// Whether another descriptor refers to the same regular file.
-    [[nodiscard]] bool is_file_of(int descriptor) const;
-    /// How many bytes were taken.
+    /// Returns whether another descriptor refers to the same regular file.
+    [[nodiscard]] bool is_same_file(int descriptor) const;
+    /// The number of bytes taken.
     [[nodiscard]] std::uint64_t position() const { return position_; }
 
-    /// The next bytes, at least one and at most `limit`; none at the end of the file and after an error. They stay until
-    /// the next call.
+    /// Returns the next bytes, at least one and at most `limit`; none at the end of the file and after an error. Valid
+    /// until the next call.
     std::string_view take(std::uint64_t limit);
     /// True after an error too.
     bool at_end();
@@ -43,7 +43,7 @@ private:
     struct stat status_ = {};
     std::function<void()> before_wait_;
     std::vector<char> buffer_;
-    std::string_view unread_; ///< of `buffer_`
+    std::string_view unread_; ///< in `buffer_`
     std::uint64_t position_ = 0;
 };
 

@@ -24,7 +24,7 @@ constexpr auto const *endpoint = "inproc://loopback";
 {
     if (error == ENOMEM)
         throw std::bad_alloc();
-    // Only ZeroMQ knows the names of its own errors, and only the system's are not constant texts.
+    // ZeroMQ describes its own errors. Its descriptions of the system's errors are not thread-safe.
     throw SocketError(error < ZMQ_HAUSNUMERO ? error_text(error) : zmq_strerror(error));
 }
 
@@ -41,7 +41,7 @@ void check(int result)
         fail(zmq_errno());
 }
 
-/// Repeats a call for as long as signals interrupt it, then checks its result.
+/// Repeats a call while signals interrupt it, then checks its result.
 template <class Call>
 void check_uninterrupted(Call call)
 {
@@ -52,7 +52,8 @@ void check_uninterrupted(Call call)
     check(result);
 }
 
-// ZeroMQ ends the process if a new context runs out of descriptors or memory. It takes five descriptors with its sockets.
+// ZeroMQ ends the process if a new context runs out of descriptors or memory. Context and sockets take five
+// descriptors.
 void require_descriptors()
 {
     constexpr std::size_t wanted = 8;
@@ -72,7 +73,7 @@ void require_descriptors()
         fail(error);
 }
 
-// A context starts a thread, whose stack is most of the memory that it takes.
+// A context starts a thread, whose stack takes most of its memory.
 void require_memory()
 {
     constexpr std::size_t rest = 1'048'576;
@@ -106,7 +107,7 @@ Loopback::Pair::Pair()
     require_descriptors();
     require_memory();
     context.reset(checked(zmq_ctx_new()));
-    // Bytes that stay in the process need no thread that moves them.
+    // Messages inside the process need no I/O thread.
     check(zmq_ctx_set(context.get(), ZMQ_IO_THREADS, 0));
     sender = socket();
     receiver = socket();
@@ -122,13 +123,13 @@ Loopback::Socket Loopback::Pair::socket() const
     return socket;
 }
 
-zeromq::msg_t Loopback::received(std::string_view bytes, bool more)
+zeromq::msg_t Loopback::transfer(std::string_view bytes, bool more)
 {
-    // If this throws, the pair is closed on return, with the parts that are still in it.
+    // If a call below throws, the pair is closed together with the parts in it.
     auto pair = pair_ ? std::move(pair_) : std::make_unique<Pair>();
     zeromq::msg_t message(bytes);
     check_uninterrupted([&] { return zmq_msg_send(message.handle(), pair->sender.get(), more ? ZMQ_SNDMORE : 0); });
-    // The first part can be received when the last one has been sent.
+    // The first part can be received only after the last one is sent.
     if (more)
         check_uninterrupted([&] { return zmq_send(pair->sender.get(), nullptr, 0, 0); });
     check_uninterrupted([&] { return zmq_msg_recv(message.handle(), pair->receiver.get(), 0); });

@@ -8,19 +8,18 @@
 
 namespace tarnwick::program {
 
-/// Sockets cannot be opened or used: they need descriptors.
+/// Failure to open or use a socket, for example because no descriptor is left.
 class SocketError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A pair of sockets within the process. A message that comes out of it was received: it carries the transport's own
-/// flag on whether further parts follow, which only receiving sets. The sockets are opened when the first message needs
-/// them.
+/// Pair of connected sockets in this process. Only receiving a message sets its flag that further parts follow, so
+/// messages with that flag must pass through sockets. The first message opens the sockets.
 class Loopback {
 public:
-    /// A part with these bytes, as a receiver gets it. Throws SocketError, std::bad_alloc. A failure costs the sockets,
-    /// so that the next part gets none of this one's bytes.
-    [[nodiscard]] zeromq::msg_t received(std::string_view bytes, bool more);
+    /// Sends a message part with these bytes and returns it as received. Throws `SocketError` and `std::bad_alloc`.
+    /// After a failure the sockets are closed, so that no bytes of this part reach the next one.
+    [[nodiscard]] zeromq::msg_t transfer(std::string_view bytes, bool more);
 
 private:
     struct Terminate {

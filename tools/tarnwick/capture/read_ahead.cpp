@@ -30,12 +30,12 @@ bool ReadAhead::read(std::uint64_t size)
 void ReadAhead::drop(std::uint64_t size)
 {
     begin_ += static_cast<std::size_t>(size);
-    // A large frame is gone before its records are made.
+    // Frees a large frame before its records are built.
     if (begin_ > large && begin_ > buffer_.size() / 2)
         compact();
 }
 
-// Moves fewer bytes than were dropped since the last time, so that a byte costs the same whatever is read ahead.
+// Called only when more bytes were dropped than it moves, so the cost per byte is constant.
 void ReadAhead::compact()
 {
     buffer_.erase(0, begin_);

@@ -9,30 +9,31 @@
 
 namespace tarnwick::program {
 
-/// The bytes of an input that are read but not yet used, contiguous. Waits for no more than it is asked for.
+/// Buffer of the bytes that are read but not used yet, contiguous. Waits only for as many bytes as requested.
 class ReadAhead {
 public:
-    /// The file stays the caller's.
+    /// Does not own the file.
     explicit ReadAhead(InputFile &input)
         : input_(input)
     {
     }
 
-    /// Reads on until there are at least `size` bytes. False if the input ends before, or cannot be read further.
+    /// Reads until there are at least `size` bytes. Returns false if the input ends before, or on a read error.
     bool fill(std::uint64_t size) { return size <= bytes().size() || read(size); }
-    /// Until the next call of `fill` or `drop`.
+    /// The bytes in the buffer. Valid until the next call of `fill` or `drop`.
     [[nodiscard]] std::string_view bytes() const { return {buffer_.data() + begin_, buffer_.size() - begin_}; }
+    /// Removes bytes from the start.
     void drop(std::uint64_t size);
 
-    /// Where `bytes()` starts in the input.
+    /// The offset of `bytes()` in the input.
     [[nodiscard]] std::uint64_t position() const { return input_.position() - bytes().size(); }
-    /// Where `bytes()` ends in the input.
+    /// The offset of the end of `bytes()` in the input.
     [[nodiscard]] std::uint64_t end() const { return input_.position(); }
-    /// Whether `fill` has met the end of the input.
+    /// Whether `fill` reached the end of the input.
     [[nodiscard]] bool has_ended() const { return has_ended_; }
-    /// As `InputFile::error`.
+    /// See `InputFile::error`.
     [[nodiscard]] int error() const { return input_.error(); }
-    /// The first bytes of the input, 64 of them if there are so many.
+    /// The first bytes of the input, at most 64.
     [[nodiscard]] std::string_view head() const { return head_; }
 
 private:

@@ -1,7 +1,7 @@
 #include "capture/report_check.h"
 
-#include "print/record_feed.h"
 #include "capture/report_parser.h"
+#include "print/record_feed.h"
 
 #include <tarnwick/data/record_messages.h>
 #include <tarnwick/messages.h>
@@ -19,7 +19,7 @@ template <class Message>
 bool parses(std::string const &bytes)
 {
     google::protobuf::Arena arena;
-    return parses_report(*google::protobuf::Arena::Create<Message>(&arena), bytes, RecordFeed::max_depth);
+    return try_parse_report(*google::protobuf::Arena::Create<Message>(&arena), bytes, RecordFeed::max_depth);
 }
 
 } // namespace

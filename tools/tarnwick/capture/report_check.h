@@ -4,7 +4,7 @@
 
 namespace tarnwick::program {
 
-/// Whether the frame has a report of a kind that this program knows, which parses.
+/// Returns whether the frame has a report of a known kind that parses.
 [[nodiscard]] bool has_valid_report(capture::v1::Frame const &frame);
 
 } // namespace tarnwick::program

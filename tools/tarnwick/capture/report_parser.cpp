@@ -24,8 +24,8 @@ CodedInputStream stream_of(std::string const &bytes)
     return CodedInputStream(reinterpret_cast<std::uint8_t const *>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
-/// Whether more than `max_depth` messages lie in each other, up to where the bytes stop being a message of the type. Does
-/// not recurse, so that the depth of the report costs no stack.
+/// Returns whether a report nests messages more than `max_depth` deep, before the first byte that does not parse. Does
+/// not recurse, so a deep report needs no stack.
 bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth)
 {
     struct Level {
@@ -61,7 +61,7 @@ bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth
 
 } // namespace
 
-bool parses_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+bool try_parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
 {
     auto stream = stream_of(bytes);
     stream.SetRecursionLimit(max_depth);
@@ -70,7 +70,7 @@ bool parses_report(google::protobuf::Message &message, std::string const &bytes,
 
 std::optional<std::string> parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
 {
-    if (parses_report(message, bytes, max_depth))
+    if (try_parse_report(message, bytes, max_depth))
         return std::nullopt;
     // The parser does not report why it stopped.
     auto const &type = *message.GetDescriptor();

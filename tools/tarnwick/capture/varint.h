@@ -7,7 +7,7 @@
 
 namespace tarnwick::program {
 
-/// A protobuf varint.
+/// Protobuf varint, or the reason why there is none.
 struct Varint {
     enum class State {
         whole,
@@ -20,7 +20,7 @@ struct Varint {
     std::size_t size = 0; ///< in bytes; 0 unless whole
 };
 
-/// Reads the varint at the start of bytes.
+/// Reads the varint at the start of `bytes`.
 inline Varint read_varint(std::string_view bytes)
 {
     constexpr std::size_t group_bits = 7;
@@ -32,7 +32,7 @@ inline Varint read_varint(std::string_view bytes)
     for (std::size_t i = 0; i < available; ++i) {
         auto const byte = static_cast<unsigned char>(bytes[i]);
         auto const bits = std::uint64_t{byte} & 0x7fU;
-        // The last group has room for one bit.
+        // Only one bit is left for the last group.
         if (i == max_size - 1 && bits > 1)
             break;
         value |= bits << (i * group_bits);

@@ -8,8 +8,7 @@
 
 namespace tarnwick::program {
 
-/// The text of UTF-8, whole: `QString::fromUtf8` would drop a byte-order mark at its beginning. Each invalid byte is a
-/// U+FFFD.
+/// Decodes UTF-8. Unlike `QString::fromUtf8`, keeps a byte-order mark at the start. Each invalid byte becomes U+FFFD.
 inline QString decoded(std::string_view utf8)
 {
     using Flag = QStringDecoder::Flag;

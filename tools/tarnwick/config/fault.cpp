@@ -1,7 +1,7 @@
 #include "config/fault.h"
 
 #include "config/decoded.h"
-#include "config/misread_value.h"
+#include "config/value_warnings.h"
 
 #include <tarnwick/qstring_format.h>
 
@@ -22,7 +22,7 @@ std::string at(ConfigPlace::Line const &line)
     return fmt::format(" at {}:{}", line.file, line.number);
 }
 
-/// A fault's text without the lines that the includes that led to it have put around it.
+/// Removes the lines of the file and of the includes from the text of an exception.
 std::string without_includes(std::string_view what, std::string const &file,
                              std::vector<ConfigPlace::Line> const &includes)
 {
@@ -53,16 +53,16 @@ std::string origin_of_value(LineTracker::Reference const &reference)
     return {};
 }
 
-/// Of an include that names no file.
-void note_misread_name(std::string_view name, LineTracker const &tracker, std::vector<std::string> &notes)
+/// Adds notes on an include whose file does not exist.
+void add_name_notes(std::string_view name, LineTracker const &tracker, std::vector<std::string> &notes)
 {
     auto const slash = name.rfind('/');
     auto const folder = slash == std::string_view::npos ? std::string_view() : name.substr(0, slash);
     if (folder.find_first_of("*?") != std::string_view::npos)
         notes.emplace_back("'*' and '?' are wildcards only in the last part of a path");
     if (auto const value = decoded(name); tracker.is_bare(value)) {
-        for (auto &part : misread_parts(value))
-            notes.push_back(std::move(part));
+        for (auto &warning : value_warnings(value))
+            notes.push_back(std::move(warning));
     }
 }
 
@@ -82,13 +82,13 @@ std::vector<std::string> notes_on(std::string_view text, ConfigPlace::Line const
     constexpr std::string_view begin = "include='";
     auto const end = fmt::format("'{}\n\t{}", at(line), std::generic_category().message(ENOENT));
     if (text.starts_with(begin) && text.ends_with(end) && text.size() >= begin.size() + end.size())
-        note_misread_name(text.substr(begin.size(), text.size() - begin.size() - end.size()), tracker, notes);
+        add_name_notes(text.substr(begin.size(), text.size() - begin.size() - end.size()), tracker, notes);
     return notes;
 }
 
 } // namespace
 
-ConfigFault fault_of(std::string const &file, std::string what, LineTracker const &tracker)
+ConfigFault make_fault(std::string const &file, std::string what, LineTracker const &tracker)
 {
     ConfigFault fault{.what = std::move(what), .place = {{decoded(file), 0}}, .text = {}, .notes = {}};
     if (tracker.place())

@@ -8,16 +8,16 @@
 
 namespace tarnwick::program {
 
-/// Why a configuration file could not be loaded.
+/// Reason why a configuration file could not be loaded.
 struct ConfigFault {
-    std::string what;               ///< of the exception, unchanged
-    ConfigPlace place;              ///< line 0 where no line was read
-    std::string text;               ///< of the fault alone, without the file and the includes that led there
-    std::vector<std::string> notes; ///< on the fault, of what the exception does not know
-    bool names_place = true;        ///< `what` does; it can end at a NUL in a name
+    std::string what;               ///< text of the exception, unchanged
+    ConfigPlace place;              ///< its line is 0 if no line was read
+    std::string text;               ///< `what` without the file and the includes that led there
+    std::vector<std::string> notes; ///< explanations that `what` lacks
+    bool names_place = true;        ///< whether `what` has the place; it can end at a NUL in a name
 };
 
-/// The fault of a load of `file` that the trail observed.
-ConfigFault fault_of(std::string const &file, std::string what, LineTracker const &tracker);
+/// Returns the fault of loading `file`, from the text of the exception and the tracker that observed the reader.
+ConfigFault make_fault(std::string const &file, std::string what, LineTracker const &tracker);
 
 } // namespace tarnwick::program

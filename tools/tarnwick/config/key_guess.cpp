@@ -9,7 +9,7 @@
 namespace tarnwick::program {
 namespace {
 
-/// How many characters must be added, removed or changed to make one text of the other.
+/// Returns how many characters must be added, removed or changed to convert one text to the other, ignoring case.
 qsizetype distance(QStringView one, QStringView other)
 {
     std::vector<qsizetype> row(static_cast<std::size_t>(other.size()) + 1);
@@ -28,12 +28,12 @@ qsizetype distance(QStringView one, QStringView other)
 
 } // namespace
 
-// What is behind the prefix is looked up as it stands: the key is outside, so what is wrong with it is its prefix.
+// Searches only for misspelt prefixes: the key is outside the prefix, so its rest is taken as correct.
 std::optional<QString> probable_key(QString const &written, QString const &prefix, QSet<QString> const &known)
 {
     if (known.contains(written))
         return prefix + written;
-    // Names of two letters are all alike.
+    // Short names differ by few letters anyway.
     auto const limit = std::min<qsizetype>(2, (prefix.size() - 1) / 3);
     std::optional<QString> best;
     auto best_distance = limit + 1;
@@ -61,7 +61,7 @@ std::optional<QString> nearest_key(QString const &written, QString const &prefix
             meant && keys.contains(meant->sliced(prefix.size())))
             return meant->sliced(prefix.size());
     }
-    // Names of two letters are all alike.
+    // Short names differ by few letters anyway.
     auto best_distance = std::clamp<qsizetype>(written.size() - 2, 0, 2) + 1;
     std::optional<QString> best;
     for (auto const &key : known) {
@@ -72,7 +72,7 @@ std::optional<QString> nearest_key(QString const &written, QString const &prefix
     }
     if (best)
         return best;
-    // A program's name is in front of the keys of a file that is read without a prefix.
+    // Without a prefix, keys start with the name of their program.
     auto const named = std::ranges::find_if(known, [&](QString const &key) { return key.endsWith(u'.' + written); });
     return named == known.end() || written.isEmpty() ? std::nullopt : std::optional(*named);
 }

@@ -8,12 +8,11 @@
 
 namespace tarnwick::program {
 
-/// The key that was probably meant by one that does not begin with the prefix, whole: one of `known`, which have no
-/// prefix, behind a prefix that is written a little differently or is left out; or, when none of those is there, what
-/// the key is behind such a prefix.
+/// Guesses which key was meant by a key that does not start with the prefix. Corrects a missing or misspelt prefix, and
+/// prefers a correction whose rest is one of `known`. Returns the key with the prefix; `known` are keys without it.
 std::optional<QString> probable_key(QString const &written, QString const &prefix, QSet<QString> const &known);
 
-/// The key that was probably meant by one that is in no file: one of `known`, which have no prefix.
+/// Guesses which of the keys `known` was meant by a key that does not exist. All keys are without the prefix.
 std::optional<QString> nearest_key(QString const &written, QString const &prefix, QStringList const &known);
 
 } // namespace tarnwick::program

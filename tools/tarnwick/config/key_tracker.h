@@ -11,8 +11,8 @@
 
 namespace tarnwick::program {
 
-/// Keeps the lines that set keys, to explain why a reference found none of them.
-class ConfigSettings : public LineTracker {
+/// Observer that also records the lines of keys, to explain unresolved references.
+class KeyTracker : public LineTracker {
 public:
     void opened(PelorinPHPX::ConfigFile const &file) override;
     void unresolved(PelorinPHPX::ConfigFile const &file, QStringView key, QString const &name) override;
@@ -20,34 +20,35 @@ public:
     void added(PelorinPHPX::ConfigFile const &file, QString const &key, QString const &value) override;
 
 protected:
-    /// A reference that found nothing.
-    struct Miss {
+    /// A reference without a value.
+    struct UnresolvedReference {
         QString name;
         ConfigPlace::Line line;                   ///< of the reference
-        std::optional<ConfigPlace::Line> earlier; ///< that set the name before, out of reach
+        std::optional<ConfigPlace::Line> earlier; ///< set the name before, in a file that the reference does not search
     };
 
-    /// Empty where there is none.
+    /// The prefix with its point; empty if there is none.
     [[nodiscard]] QString const &prefix() const { return prefix_; }
-    [[nodiscard]] Miss miss(PelorinPHPX::ConfigFile const &file, QString const &name) const;
-    /// Why the reference found nothing, once the files are read: "it refers to 'a', which is ...".
-    [[nodiscard]] std::string reason(Miss const &miss) const;
+    [[nodiscard]] UnresolvedReference unresolved_reference(PelorinPHPX::ConfigFile const &file,
+                                                           QString const &name) const;
+    /// Explains an unresolved reference: "it refers to 'a', which is ...". Call it when all files are read.
+    [[nodiscard]] std::string reason(UnresolvedReference const &reference) const;
 
 private:
-    /// The lines with a key: those that a reason can name, so that it costs the same however many there are.
+    /// The lines with a key that an explanation can name. Constant size, however many lines there are.
     struct Lines {
         std::optional<ConfigPlace::Line> first;
         std::optional<ConfigPlace::Line> first_set;
         std::optional<ConfigPlace::Line> last_set;
         std::optional<ConfigPlace::Line> last_outside;
-        std::vector<ConfigPlace::Line> unresolved; ///< the first two: one of them can be the reference itself
+        std::vector<ConfigPlace::Line> unresolved; ///< at most the first two: one can be the reference itself
     };
 
     Lines &lines_of(PelorinPHPX::ConfigFile const &file, QString const &key);
-    [[nodiscard]] std::string where(Miss const &miss) const;
+    [[nodiscard]] std::string explanation(UnresolvedReference const &reference) const;
 
     QString prefix_;
-    QHash<QString, Lines> lines_; ///< by whole key
+    QHash<QString, Lines> lines_; ///< by key with prefix
 };
 
 } // namespace tarnwick::program

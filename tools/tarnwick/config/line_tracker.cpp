@@ -1,7 +1,7 @@
 #include "config/line_tracker.h"
 
-#include "standard_error.h"
 #include "print/readable_text.h"
+#include "standard_error.h"
 
 #include <fmt/format.h>
 
@@ -12,14 +12,14 @@
 
 namespace tarnwick::program {
 
-std::string shown(QString const &text)
+std::string escaped(QString const &text)
 {
-    return shown_text(text.toStdString());
+    return escaped_text(text.toStdString());
 }
 
-std::string shown(ConfigPlace::Line const &line)
+std::string location_text(ConfigPlace::Line const &line)
 {
-    return fmt::format("{}:{}", shown(line.file), line.number);
+    return fmt::format("{}:{}", escaped(line.file), line.number);
 }
 
 void LineTracker::opening(PelorinPHPX::ConfigFile const &file)
@@ -29,8 +29,8 @@ void LineTracker::opening(PelorinPHPX::ConfigFile const &file)
         return;
     std::error_code error;
     if (std::filesystem::is_fifo(QFile::encodeName(file.file_path()).toStdString(), error))
-        print_error(fmt::format("{}: '{}' is a pipe: waiting for a program to write to it\n", shown(place_of(*parent).line),
-                         shown(file.file_path())));
+        print_error(fmt::format("{}: '{}' is a pipe: waiting for a program to write to it\n",
+                                location_text(place_of(*parent).line), escaped(file.file_path())));
 }
 
 } // namespace tarnwick::program

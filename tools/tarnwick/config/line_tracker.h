@@ -16,12 +16,12 @@
 
 namespace tarnwick::program {
 
-/// Texts of files as people can read them, without control characters.
-std::string shown(QString const &text);
-/// FILE:LINE.
-std::string shown(ConfigPlace::Line const &line);
+/// Escapes control characters.
+std::string escaped(QString const &text);
+/// Returns FILE:LINE, escaped.
+std::string location_text(ConfigPlace::Line const &line);
 
-/// Keeps the line that the reader is at. A class that overrides an event below calls the base.
+/// Observer that records the current line of the reader. An overriding event function calls this one first.
 class LineTracker : public PelorinPHPX::ConfigObserver {
 public:
     struct Reference {
@@ -33,17 +33,17 @@ public:
     LineTracker(LineTracker const &) = delete; // places point into it
     LineTracker &operator=(LineTracker const &) = delete;
 
-    /// The last line that the reader acted on; none before the first.
+    /// The last line that the reader processed; absent before the first.
     [[nodiscard]] std::optional<ConfigPlace> const &place() const { return place_; }
     /// The text of that line.
     [[nodiscard]] QString const &line() const { return directive_.line; }
-    /// The reference that the value of that line was replaced for; none where there was none.
+    /// The reference on that line; absent if there is none.
     [[nodiscard]] std::optional<Reference> const &reference() const { return directive_.reference; }
 
-    /// Whether a value is the text of the line itself: without quotes, and not that of a reference.
+    /// Whether a value is on the line itself, without quotes: it is not the value of a reference.
     [[nodiscard]] bool is_bare(QString const &value) const { return !reference() && line().endsWith(value); }
 
-    /// Reports a pipe on standard error: opening it can take for ever.
+    /// Prints a message if the file is a pipe, because opening it waits for a writer.
     void opening(PelorinPHPX::ConfigFile const &file) override;
     void opened(PelorinPHPX::ConfigFile const &file) override
     {
@@ -70,7 +70,7 @@ public:
     }
 
 protected:
-    /// The line that the innermost file is at.
+    /// Returns the current line of the innermost file.
     [[nodiscard]] ConfigPlace place_of(PelorinPHPX::ConfigFile const &file) const
     {
         return {{file.file_path(), file.line_no()}, include_};
@@ -86,7 +86,7 @@ private:
     ConfigPlace::Include const *include_ = nullptr;
     std::optional<ConfigPlace> place_;
     Directive directive_;
-    std::vector<Directive> including_; ///< the includes that led to the file that is being read
+    std::vector<Directive> including_; ///< the includes that led to the current file
 };
 
 } // namespace tarnwick::program

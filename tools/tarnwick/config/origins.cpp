@@ -26,44 +26,44 @@ std::vector<ConfigOrigins::Dropped> ConfigOrigins::dropped(QString const &key) c
 {
     QSet<QString> const wanted{key};
     std::vector<Dropped> dropped;
-    for (auto const &[written, drop, miss] : drops_) {
+    for (auto const &[written, drop, unresolved] : drops_) {
         if (written != prefix() + key &&
             (prefix().isEmpty() || probable_key(written, prefix(), wanted) != prefix() + key))
             continue;
         dropped.push_back(drop);
-        if (miss)
-            dropped.back().reason = reason(*miss);
+        if (unresolved)
+            dropped.back().reason = reason(*unresolved);
     }
     return dropped;
 }
 
 void ConfigOrigins::opened(ConfigFile const &file)
 {
-    ConfigSettings::opened(file);
+    KeyTracker::opened(file);
     tables_.emplace_back();
 }
 
 void ConfigOrigins::unresolved(ConfigFile const &file, QStringView key, QString const &name)
 {
-    ConfigSettings::unresolved(file, key, name);
-    drops_.push_back({key.toString(), {place_of(file), line(), {}}, miss(file, name)});
+    KeyTracker::unresolved(file, key, name);
+    drops_.push_back({key.toString(), {place_of(file), line(), {}}, unresolved_reference(file, name)});
 }
 
 void ConfigOrigins::outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix)
 {
-    ConfigSettings::outside_prefix(file, key, prefix);
+    KeyTracker::outside_prefix(file, key, prefix);
     drops_.push_back({key.toString(), {place_of(file), line(), fmt::format("it is outside the prefix '{}'", prefix)}});
 }
 
 void ConfigOrigins::added(ConfigFile const &file, QString const &key, QString const &value)
 {
-    ConfigSettings::added(file, key, value);
+    KeyTracker::added(file, key, value);
     tables_.back().insert(key, std::make_shared<Origin const>(Origin{value, place_of(file), reference()}));
 }
 
 void ConfigOrigins::merged(ConfigFile const &file, ConfigFile const &included)
 {
-    ConfigSettings::merged(file, included);
+    KeyTracker::merged(file, included);
     Table const values = std::move(tables_.back());
     tables_.pop_back();
     tables_.back().unite(values);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "config/key_tracker.h"
 #include "config/place.h"
-#include "config/settings.h"
 
 #include <QtCore/QMultiHash>
 #include <QtCore/QSet>
@@ -14,8 +14,8 @@
 
 namespace tarnwick::program {
 
-/// Notes where each value comes from, and what is dropped.
-class ConfigOrigins final : public ConfigSettings {
+/// Observer that records where each value comes from, and which lines are dropped.
+class ConfigOrigins final : public KeyTracker {
 public:
     struct Origin {
         QString value;
@@ -28,9 +28,9 @@ public:
         std::string reason;
     };
 
-    /// The values of a key as the reader's table has them, newest first.
+    /// Returns the values of a key, newest first.
     [[nodiscard]] std::vector<Origin> values(QString const &key) const;
-    /// Lines that gave the key no value, though they were meant to or may have been. In the order of reading.
+    /// Returns the dropped lines that set the key or were probably meant to, in the order of reading.
     [[nodiscard]] std::vector<Dropped> dropped(QString const &key) const;
 
     void opened(PelorinPHPX::ConfigFile const &file) override;
@@ -40,16 +40,16 @@ public:
     void merged(PelorinPHPX::ConfigFile const &file, PelorinPHPX::ConfigFile const &included) override;
 
 private:
-    // The same type as the reader's own table, filled and united in the same steps: so the order is the same.
+    // The reader uses the same type and the same operations, so the values have the same order.
     using Table = QMultiHash<QString, std::shared_ptr<Origin const>>;
     struct Drop {
         QString key;
         Dropped dropped;
         // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
-        std::optional<Miss> miss = {}; ///< the reason
+        std::optional<UnresolvedReference> unresolved = {}; ///< explains why the line was dropped
     };
 
-    std::vector<Table> tables_; ///< of the files that are being read, the root first
+    std::vector<Table> tables_; ///< of the open files, the root first
     std::vector<Drop> drops_;
 };
 

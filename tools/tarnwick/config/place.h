@@ -8,8 +8,8 @@
 
 namespace tarnwick::program {
 
-/// A line of a configuration file, with the chain of includes that led to the file. The chain belongs to the
-/// `LineTracker` that made the place, and is shared by all places in the file.
+/// A line of a configuration file, with the chain of includes that led to the file. All places in a file share the
+/// chain, which the `LineTracker` owns.
 struct ConfigPlace {
     struct Line {
         QString file;
@@ -23,7 +23,7 @@ struct ConfigPlace {
     Line line;
     Include const *include = nullptr; ///< null for the root
 
-    /// The lines of the includes, from the root on.
+    /// Returns the lines of the includes, starting at the root.
     [[nodiscard]] std::vector<Line> includes() const
     {
         std::vector<Line> lines;

@@ -25,10 +25,10 @@ RawLines::Line line_of(QByteArrayView bytes)
     line.is_utf8 = bytes.isValidUtf8();
     line.is_marked_comment = bytes.startsWith(mark) && !is_text(bytes.sliced(mark.size()).trimmed());
     line.carriage_returns = std::count(bytes.begin(), bytes.end(), '\r');
-    for (qsizetype at = bytes.indexOf('\r'); at >= 0 && !line.continues; at = bytes.indexOf('\r', at)) {
+    for (qsizetype at = bytes.indexOf('\r'); at >= 0 && !line.hides_text; at = bytes.indexOf('\r', at)) {
         auto const rest = bytes.sliced(at).trimmed();
-        line.continues = is_text(rest);
-        at = rest.data() - bytes.data(); // A run of carriage returns is looked at once.
+        line.hides_text = is_text(rest);
+        at = rest.data() - bytes.data(); // Skips a run of carriage returns, for linear time.
     }
     return line;
 }
@@ -47,7 +47,7 @@ RawLines::RawLines(QString const &name)
         if (file.error() != QFileDevice::NoError)
             throw PException(file.errorString().toStdString());
         if (bytes.isEmpty())
-            return; // The file is shorter than the system says.
+            return; // The file became shorter.
         if (auto const line = line_of(QByteArrayView(bytes).trimmed());
             !line.is_utf8 || line.is_marked_comment || line.carriage_returns > 0)
             lines_.emplace(number, line);

@@ -7,10 +7,10 @@
 
 namespace tarnwick::program {
 
-/// What a person may take for more than text in a value that is just text: a comment, a reference. Empty where there is
-/// nothing. The value has no quotes, which would show that its text is meant.
-std::vector<std::string> misread_parts(QStringView value);
-/// The same of the name of an include, in which `;` separates patterns.
-std::vector<std::string> misread_parts_of_patterns(QStringView name);
+/// Returns warnings about text in a value that looks like a comment or a reference. The value has no quotes: quotes
+/// show that the text is intended.
+std::vector<std::string> value_warnings(QStringView value);
+/// Returns the same warnings about the name of an include, in which `;` separates patterns.
+std::vector<std::string> pattern_warnings(QStringView name);
 
 } // namespace tarnwick::program

@@ -1,7 +1,7 @@
 #include "config/warnings.h"
 
 #include "config/key_guess.h"
-#include "config/misread_value.h"
+#include "config/value_warnings.h"
 #include "print/readable_text.h"
 
 #include <tarnwick/qstring_format.h>
@@ -34,26 +34,27 @@ std::optional<std::string> listing_fault(QString const &folder)
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         auto const name = entry->path().filename().string();
         if (!QByteArrayView(name).isValidUtf8())
-            return fmt::format("the listing of the folder stopped at the name '{}', which is not UTF-8", shown_text(name));
+            return fmt::format("the listing of the folder stopped at the name '{}', which is not UTF-8",
+                               escaped_text(name));
     }
     if (error)
-        return fmt::format("cannot list '{}': {}", shown(folder), error.message());
+        return fmt::format("cannot list '{}': {}", escaped(folder), error.message());
     return std::nullopt;
 }
 
-/// Files of the kernel give bytes though their size is 0; some would wait until there are any.
-bool gives_bytes(QString const &file)
+/// Returns whether a file has content. Files of the kernel can have content and a size of 0; some block when read.
+bool has_content(QString const &file)
 {
     auto const descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         return false;
     char byte = 0;
-    auto const given = ::read(descriptor, &byte, 1) == 1;
+    auto const has_byte = ::read(descriptor, &byte, 1) == 1;
     ::close(descriptor);
-    return given;
+    return has_byte;
 }
 
-/// Whether a key is `include` but for case or a prefix.
+/// Returns whether a key is `include` with a prefix or in another case.
 bool is_like_include(QString const &key)
 {
     return key.sliced(key.lastIndexOf(u'.') + 1).compare(u"include", Qt::CaseInsensitive) == 0;
@@ -68,7 +69,7 @@ std::optional<std::string_view> unreadable_reason(QString const &file)
         return std::nullopt;
     if (!info.isFile())
         return "it is not a regular file";
-    if (info.size() == 0 && gives_bytes(file))
+    if (info.size() == 0 && has_content(file))
         return "it has a size of 0 although it has content";
     return std::nullopt;
 }
@@ -85,15 +86,15 @@ std::vector<ConfigWarnings::Warning> ConfigWarnings::warnings() const
     if (auto unused = unused_prefix())
         warnings.push_back(*std::move(unused));
     for (auto const &note : notes_)
-        warnings.push_back({note.place, whole_text(note)});
+        warnings.push_back({note.place, full_text(note)});
     return warnings;
 }
 
-// Only when all files are read is it known which keys there are.
-std::string ConfigWarnings::whole_text(Note const &note) const
+// The suggestions depend on the keys of all files.
+std::string ConfigWarnings::full_text(Note const &note) const
 {
-    if (note.miss)
-        return note.text + reason(*note.miss);
+    if (note.unresolved)
+        return note.text + reason(*note.unresolved);
     if (auto const meant = note.outside.isNull() ? std::nullopt : probable_key(note.outside, prefix(), keys_))
         return fmt::format("{}; did you mean '{}'?", note.text, *meant);
     return note.text;
@@ -115,9 +116,8 @@ std::optional<ConfigWarnings::Warning> ConfigWarnings::unused_prefix() const
     auto const more = prefixes.size() - longest_list;
     auto const list = prefixes.isEmpty() ? QStringLiteral("none")
                                          : prefixes.first(std::min(longest_list, prefixes.size())).join(u", ");
-    return Warning{outside->place,
-                   fmt::format("no key starts with the prefix '{}'; prefixes in use: {}{}", prefix(), list,
-                               more > 0 ? fmt::format(" and {} more", more) : std::string())};
+    return Warning{outside->place, fmt::format("no key starts with the prefix '{}'; prefixes in use: {}{}", prefix(),
+                                               list, more > 0 ? fmt::format(" and {} more", more) : std::string())};
 }
 
 void ConfigWarnings::opened(ConfigFile const &file)
@@ -126,19 +126,19 @@ void ConfigWarnings::opened(ConfigFile const &file)
     auto const reason = unreadable_reason(file.file_path());
     if (auto const *parent = file.parent(); parent != nullptr && reason)
         warn(*parent, fmt::format("'{}' is read as empty: {}", file.file_path(), *reason));
-    ConfigSettings::opened(file);
+    KeyTracker::opened(file);
     raw_lines_.push_back(reason ? RawLines() : RawLines(file.file_path()));
     warn_of_lost_comments(file);
 }
 
-// The reader reports no comments: so it is done before the first line.
+// The reader does not report comments to observers, so this runs when the file is opened.
 void ConfigWarnings::warn_of_lost_comments(ConfigFile const &file)
 {
     auto const &raw = raw_lines_.back();
     if (raw.failure())
         warn(file, fmt::format("cannot open the file again to check its bytes: {}", *raw.failure()));
     for (auto const &[number, line] : raw.lines()) {
-        if (!line.is_comment || !line.continues)
+        if (!line.is_comment || !line.hides_text)
             continue;
         auto place = place_of(file);
         place.line.number = static_cast<std::int32_t>(number);
@@ -148,7 +148,7 @@ void ConfigWarnings::warn_of_lost_comments(ConfigFile const &file)
 
 void ConfigWarnings::directive(ConfigFile const &file, QStringView line)
 {
-    ConfigSettings::directive(file, line);
+    KeyTracker::directive(file, line);
     auto const &lines = raw_lines_.back().lines();
     auto const found = lines.find(file.line_no());
     if (found == lines.end())
@@ -164,14 +164,15 @@ void ConfigWarnings::directive(ConfigFile const &file, QStringView line)
 
 void ConfigWarnings::unresolved(ConfigFile const &file, QStringView key, QString const &name)
 {
-    ConfigSettings::unresolved(file, key, name);
+    KeyTracker::unresolved(file, key, name);
     uses_prefix_ = uses_prefix_ || key.startsWith(prefix());
-    notes_.push_back({place_of(file), fmt::format("'{}' is dropped: ", key.toString()), {}, miss(file, name)});
+    notes_.push_back(
+        {place_of(file), fmt::format("'{}' is dropped: ", key.toString()), {}, unresolved_reference(file, name)});
 }
 
 void ConfigWarnings::outside_prefix(ConfigFile const &file, QStringView key, QString const &prefix)
 {
-    ConfigSettings::outside_prefix(file, key, prefix);
+    KeyTracker::outside_prefix(file, key, prefix);
     auto const written = key.toString();
     auto const *const advice = is_like_include(written) ? "; only 'include' reads a file" : "";
     notes_.push_back({place_of(file),
@@ -181,16 +182,16 @@ void ConfigWarnings::outside_prefix(ConfigFile const &file, QStringView key, QSt
 
 void ConfigWarnings::added(ConfigFile const &file, QString const &key, QString const &value)
 {
-    ConfigSettings::added(file, key, value);
+    KeyTracker::added(file, key, value);
     uses_prefix_ = true;
     keys_.insert(key);
     if (auto const written = prefix() + key; is_like_include(written))
         warn(file, fmt::format("'{}' is an ordinary key: only 'include' reads a file", written));
     if (is_bare(value))
-        warn_of(file, misread_parts(value));
+        warn_all(file, value_warnings(value));
 }
 
-void ConfigWarnings::warn_of(ConfigFile const &file, std::vector<std::string> &&texts)
+void ConfigWarnings::warn_all(ConfigFile const &file, std::vector<std::string> &&texts)
 {
     for (auto &text : texts)
         warn(file, std::move(text));
@@ -199,7 +200,7 @@ void ConfigWarnings::warn_of(ConfigFile const &file, std::vector<std::string> &&
 void ConfigWarnings::matched(ConfigFile const &file, QString const &include, QString const &folder, qsizetype files)
 {
     if (is_bare(include))
-        warn_of(file, misread_parts_of_patterns(include));
+        warn_all(file, pattern_warnings(include));
     auto const fault = listing_fault(folder);
     if (files > 0 && !fault)
         return;
@@ -210,17 +211,17 @@ void ConfigWarnings::matched(ConfigFile const &file, QString const &include, QSt
 
 void ConfigWarnings::merged(ConfigFile const &file, ConfigFile const &included)
 {
-    ConfigSettings::merged(file, included);
+    KeyTracker::merged(file, included);
     raw_lines_.pop_back();
     if (file.values().size() == included.values().size())
-        return; // An empty table takes the other one over as it is.
+        return; // An empty table keeps the order of the included one.
     for (auto const &key : included.keys()) {
         auto const now = file.value(key);
         auto const before = included.value(key);
         if (now != before)
             warn(file,
-                 fmt::format("after this include, the most recent value of '{}{}' is '{}', but in '{}' it is '{}'", prefix(),
-                             key, now.value_or(QString()), included.file_path(), before.value_or(QString())));
+                 fmt::format("after this include, the most recent value of '{}{}' is '{}', but in '{}' it is '{}'",
+                             prefix(), key, now.value_or(QString()), included.file_path(), before.value_or(QString())));
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "config/key_tracker.h"
 #include "config/place.h"
-#include "config/settings.h"
 #include "config/raw_lines.h"
 
 #include <QtCore/QSet>
@@ -18,17 +18,17 @@ namespace tarnwick::program {
 /// Nothing for a file that the reader reads whole, and for one that it cannot open.
 std::optional<std::string_view> unreadable_reason(QString const &file);
 
-/// Notes which files are read and what the reader passes over without a word, or takes otherwise than a person would.
-class ConfigWarnings final : public ConfigSettings {
+/// Observer that records the files, and warnings about text that the reader drops silently or that is misleading.
+class ConfigWarnings final : public KeyTracker {
 public:
     struct Warning {
         ConfigPlace place;
         std::string text;
     };
 
-    /// By their names in messages, in the order in which they are opened.
+    /// The file names as in messages, in the order of opening.
     [[nodiscard]] std::vector<QString> const &files() const { return files_; }
-    /// In the order in which the lines are read.
+    /// Returns the warnings in the order of reading.
     [[nodiscard]] std::vector<Warning> warnings() const;
 
     void opened(PelorinPHPX::ConfigFile const &file) override;
@@ -44,20 +44,20 @@ private:
     struct Note {
         ConfigPlace place;
         std::string text;
-        QString outside = {}; ///< the key outside the prefix that the text is about
+        QString outside = {}; ///< the dropped key, if it is outside the prefix
         // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
-        std::optional<Miss> miss = {}; ///< why the line that the text is about is dropped
+        std::optional<UnresolvedReference> unresolved = {}; ///< completes the text once all files are read
     };
 
     void warn(PelorinPHPX::ConfigFile const &file, std::string text);
-    void warn_of(PelorinPHPX::ConfigFile const &file, std::vector<std::string> &&texts);
+    void warn_all(PelorinPHPX::ConfigFile const &file, std::vector<std::string> &&texts);
     void warn_of_lost_comments(PelorinPHPX::ConfigFile const &file);
-    [[nodiscard]] std::string whole_text(Note const &note) const;
+    [[nodiscard]] std::string full_text(Note const &note) const;
     [[nodiscard]] std::optional<Warning> unused_prefix() const;
 
     std::vector<QString> files_;
     std::vector<Note> notes_;
-    std::vector<RawLines> raw_lines_; ///< of the files that are being read, the root first
+    std::vector<RawLines> raw_lines_; ///< of the open files, the root first
     QSet<QString> keys_;
     bool uses_prefix_ = false;
 };

@@ -15,12 +15,13 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t longest_line = 65'536; // that is kept where there is an output
-constexpr std::size_t longest_piece = 1'024; // of a string, in code units: values nest deep on small stacks
+constexpr std::size_t longest_line = 65'536; // in memory, if there is an output
+// Values nest deep on small stacks, so a piece is small.
+constexpr std::size_t longest_piece = 1'024; // of a string, in code units
 
 constexpr std::size_t longest_escape = 6; // \u001F
 
-/// For each byte of a string 0 if it stands for itself, otherwise what follows the backslash.
+/// For each byte of a string: 0 if it is not escaped, otherwise the character after the backslash.
 constexpr auto escapes = [] {
     std::array<char, 256> letters{};
     for (std::size_t control = 0; control < 0x20; ++control)
@@ -37,13 +38,13 @@ constexpr auto escapes = [] {
 
 using Word = std::uint64_t;
 
-/// The byte in every place of a word.
+/// Returns a word with the byte in every place.
 constexpr Word repeated(unsigned char byte)
 {
     return byte * 0x0101'0101'0101'0101U;
 }
 
-/// True if any byte of the word is a control character, a quote or a backslash.
+/// Returns whether any byte of the word is a control character, a quote or a backslash.
 constexpr bool needs_escapes(Word word)
 {
     auto const below = [](Word bytes, unsigned char limit) { return (bytes - repeated(limit)) & ~bytes; };
@@ -51,7 +52,7 @@ constexpr bool needs_escapes(Word word)
            0;
 }
 
-/// Writes one byte of a string. Returns the end of what it wrote.
+/// Writes one byte of a string, escaped. Returns the end of the output.
 inline char *escape(char byte, char *out)
 {
     auto const code = static_cast<unsigned char>(byte);
@@ -72,7 +73,7 @@ inline char *escape(char byte, char *out)
     return out;
 }
 
-/// The same for a string. REQUIRES: room for `longest_escape` bytes a byte.
+/// Writes a string, escaped. Returns the end of the output. REQUIRES: room for `longest_escape` bytes per byte.
 char *escape(std::string_view bytes, char *out)
 {
     while (bytes.size() >= sizeof(Word)) {
@@ -205,10 +206,11 @@ void JsonWriter::text(QString const &text)
     }
     separate();
     line_.push_back('"');
-    // Keeps the first half of a surrogate pair from one piece to the next.
+    // The encoder keeps the first half of a surrogate pair between pieces.
     QStringEncoder encoder(QStringEncoder::Utf8);
-    constexpr std::size_t longest_character = 3;                    // of one code unit, in bytes
-    std::array<char, (longest_piece + 1) * longest_character> utf8; // to fill it first would cost more than the text
+    constexpr std::size_t longest_character = 3; // of a code unit, in bytes
+    // Not initialised: that would cost more than converting the text.
+    std::array<char, (longest_piece + 1) * longest_character> utf8;
     for (QStringView rest = text; !rest.isEmpty();) {
         auto const piece = rest.first(std::min(rest.size(), static_cast<qsizetype>(longest_piece)));
         auto const *const end = encoder.appendToBuffer(utf8.data(), piece);
@@ -261,7 +263,7 @@ void JsonWriter::base64(std::string_view bytes)
 {
     separate();
     line_.push_back('"');
-    // Three bytes are four characters: only the last piece is padded.
+    // A multiple of three bytes needs no padding, so only the last piece has some.
     constexpr auto longest = longest_piece / 3 * 3;
     for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), longest))) {
         auto const piece = bytes.substr(0, longest);

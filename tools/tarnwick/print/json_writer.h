@@ -14,32 +14,33 @@ namespace tarnwick::program {
 
 class Output;
 
-/// Writes one JSON object per record, on one line, without loss: integers with all digits, a null text as `null`, apart
-/// from an empty one.
+/// Writes each record as a JSON object on one line, without loss. Integers have all digits, and a null text is `null`,
+/// unlike an empty one.
 class JsonWriter {
 public:
-    /// Collects the whole line.
+    /// Keeps the whole line in memory.
     JsonWriter() = default;
-    /// Writes a long line to `output` in pieces. A line of any length then takes constant memory.
+    /// Writes long lines to `output` in pieces, so that a line of any length takes constant memory.
     explicit JsonWriter(Output &output)
         : output_(&output)
     {
     }
 
-    /// The part of the line that is not written to the output yet.
+    /// The part of the line that is not written to `output` yet.
     [[nodiscard]] std::string_view line() const { return {line_.data(), line_.size()}; }
+    /// Starts a new line.
     void clear();
 
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense = data::Sense::plain);
     void end_record();
-    /// An object whose one member is the record.
+    /// Writes the record as the only member of an object.
     void begin_alternative(std::string_view name);
     void end_alternative() { end_record(); }
     void begin_list();
     void item() {}
     void end_list();
-    /// A key and its value, as a list of the two.
+    /// Writes a key and its value as a list of two elements.
     void begin_entry() { begin_list(); }
     void entry_value() {}
     void end_entry() { end_list(); }
@@ -51,11 +52,11 @@ public:
     void boolean(bool value);
     void integer(std::int64_t value);
     void integer(std::uint64_t value);
-    /// The shortest text that reads back; what JSON has no number for is a string.
+    /// Writes the shortest text that reads back. NaN and infinities are strings, because JSON has no such numbers.
     void real(double value);
     void time(data::TimePair value);
     void text(QString const &value);
-    /// A string where the bytes are UTF-8, otherwise an object that holds them as base64.
+    /// Writes a string if the bytes are UTF-8, otherwise an object with base64.
     void bytes(std::string_view value);
     void json(std::string_view value) { bytes(value); }
     void digits(std::string_view value) { string(value); }
@@ -67,7 +68,7 @@ private:
     void value(std::string_view json);
     void string(std::string_view utf8);
     void base64(std::string_view bytes);
-    /// Before a member name or a value: a comma, if another member or value precedes it.
+    /// Writes a comma if another member or value precedes.
     void separate();
     void escaped(std::string_view utf8);
     void append(std::string_view json) { line_.append(json.data(), json.data() + json.size()); }

@@ -50,7 +50,7 @@ void Output::write_now(std::string_view rest) const
             pollfd output{.fd = descriptor_, .events = POLLOUT, .revents = 0};
             ::poll(&output, 1, -1);
         } else if (errno == EPIPE) {
-            throw ReaderGone();
+            throw BrokenPipe();
         } else if (errno != EINTR) {
             throw WriteError(fmt::format("cannot write the output: {}", error_text(errno)));
         }

@@ -7,20 +7,20 @@
 
 namespace tarnwick::program {
 
-/// Results cannot be written: the disk is full, the descriptor is closed.
+/// Failure to write results, for example to a full disk or a closed descriptor.
 class WriteError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The reader of the results closed its end of the pipe, as `head` does when it has enough lines.
-class ReaderGone : public std::exception {};
+/// Failure to write results because the reader closed the pipe, as `head` does.
+class BrokenPipe : public std::exception {};
 
-/// Buffered writing to a file descriptor. What is still buffered at destruction is lost: a run that ends well flushes.
+/// Buffered writer to a file descriptor. The destructor does not flush: bytes in the buffer are lost.
 class Output {
 public:
     explicit Output(int descriptor);
 
-    /// Both throw `WriteError` and `ReaderGone`.
+    /// `write` and `flush` throw `WriteError` and `BrokenPipe`.
     void write(std::string_view bytes);
     void flush();
 

@@ -21,7 +21,7 @@ namespace {
 
 using data::glimmet::FunctionStats;
 
-// A field more wants a place in the table.
+// The table must have every field.
 static_assert(std::tuple_size_v<decltype(data::Description<FunctionStats>::fields)> == 6);
 
 double seconds(data::TimePair time)
@@ -29,16 +29,16 @@ double seconds(data::TimePair time)
     return static_cast<double>(time.seconds) + static_cast<double>(time.nanos) * 1e-9;
 }
 
-/// A bar as long as this part of a full one, in eighths of a character.
-std::string bar(double part)
+/// Returns a bar with this fraction of the full width, in eighths of a character.
+std::string bar(double fraction)
 {
     constexpr double full_width = 20;
-    constexpr std::array<std::string_view, 8> rest{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
-    auto const eighths = static_cast<std::size_t>(std::lround(part * full_width * 8));
+    constexpr std::array<std::string_view, 8> partial{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
+    auto const eighths = static_cast<std::size_t>(std::lround(fraction * full_width * 8));
     std::string text;
     for (std::size_t i = 0; i < eighths / 8; ++i)
         text += "█";
-    return text.append(rest[eighths % 8]);
+    return text.append(partial[eighths % 8]);
 }
 
 std::string name_and_place(FunctionStats const &function)

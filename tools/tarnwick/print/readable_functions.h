@@ -6,7 +6,7 @@
 
 namespace tarnwick::program {
 
-/// Function statistics as a table: the longest first time first, with a bar beside each.
+/// Writes function statistics as a table, sorted by `time_first` in descending order, with a bar for each.
 void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record);
 
 } // namespace tarnwick::program

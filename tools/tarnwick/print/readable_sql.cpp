@@ -24,7 +24,7 @@ using data::glimmet::detail::SqlQuery;
 using data::glimmet::detail::SqlTransaction;
 using Align = TextTable::Align;
 
-// A field more wants a place in its table.
+// The tables must have every field.
 template <class Record>
 constexpr auto number_of_fields = std::tuple_size_v<decltype(data::Description<Record>::fields)>;
 static_assert(number_of_fields<SqlConnection> == 3);
@@ -43,7 +43,7 @@ std::string id_text(Pointer const &link)
     return link ? fmt::to_string(link->id()) : "-";
 }
 
-/// The first call that stands in a file, or else the first call.
+/// Returns the first call with a file, or the first call if none has one.
 std::string call_site(SqlQuery const &query)
 {
     if (!query.stack_trace() || query.stack_trace()->frames().isEmpty())
@@ -126,12 +126,12 @@ void write_queries(ReadableWriter &writer, Queries const &queries)
     write(writer, "queries", table);
 }
 
-/// The most frequent ones first, otherwise in the order in which they first came.
+/// Writes the statements that were sent more than once, most frequent first, then in the order of their first query.
 template <class Queries>
 void write_repeated(ReadableWriter &writer, Queries const &queries)
 {
     struct Statement {
-        std::size_t times = 0;
+        std::size_t count = 0;
         QString text;
     };
     std::vector<Statement> statements;
@@ -140,15 +140,15 @@ void write_repeated(ReadableWriter &writer, Queries const &queries)
         auto const [place, is_new] = places.emplace(query->text(), statements.size());
         if (is_new)
             statements.push_back({0, query->text()});
-        ++statements[place->second].times;
+        ++statements[place->second].count;
     }
-    std::erase_if(statements, [](Statement const &sent) { return sent.times < 2; });
+    std::erase_if(statements, [](Statement const &row) { return row.count < 2; });
     if (statements.empty())
         return;
-    std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::times);
+    std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::count);
     TextTable table({{"count"}, {"text", Align::left}});
-    for (auto const &[times, text] : statements)
-        table.add({fmt::to_string(times), quoted_text(text)});
+    for (auto const &[count, text] : statements)
+        table.add({fmt::to_string(count), quoted_text(text)});
     write(writer, "repeated", table);
 }
 

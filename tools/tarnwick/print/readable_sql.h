@@ -8,8 +8,8 @@
 
 namespace tarnwick::program {
 
-/// SQL activity as tables. A query stands with where it was issued, the first place of its stack trace, instead of the whole
-/// trace; statements that were sent more than once are counted below.
+/// Writes SQL activity as tables. A query has its call site, the first call of its stack trace with a file, instead of
+/// the trace. A last table counts the statements that were sent more than once.
 void write_readable(ReadableWriter &writer, data::glimmet::SqlConnections const &record);
 void write_readable(ReadableWriter &writer, data::glimmet::SqlTransactions const &record);
 void write_readable(ReadableWriter &writer, data::glimmet::detail::SqlQueries const &record);

@@ -21,7 +21,7 @@ bool is_normal(data::TimePair value)
     return value.nanos >= 0 && value.nanos < nanos_per_second;
 }
 
-/// The start of a text of `size` bytes. REQUIRES: `start` is the whole text or longer than `longest_text`.
+/// Quotes a text of `size` bytes. REQUIRES: `start` is the whole text, or a start longer than `longest_text`.
 std::string quoted_start(std::string_view start, std::size_t size)
 {
     if (size <= longest_text)
@@ -60,7 +60,7 @@ std::string instant_text(data::TimePair value)
         return "-";
     if (!is_normal(value) || value.seconds < 0 || value.seconds > last_second_of_year_9999)
         return stored_text(value);
-    // {fmt} would count nanoseconds, which end in 2262.
+    // {fmt} counts nanoseconds in 64 bits, which overflow in 2262.
     auto const seconds = std::chrono::sys_seconds(std::chrono::seconds(value.seconds));
     auto const midnight = std::chrono::floor<std::chrono::days>(seconds);
     std::chrono::year_month_day const date(midnight);
@@ -86,25 +86,25 @@ std::string quoted_text(std::string_view bytes)
     return quoted_start(bytes, bytes.size());
 }
 
-// Does not convert what is left out: a text can be much larger than what is shown of it.
+// Converts only the printed start, because a text can be much longer.
 std::string quoted_text(QStringView text)
 {
-    constexpr auto longest_start = static_cast<qsizetype>(longest_text) + 2; // if its last character is cut in half
+    constexpr auto longest_start = static_cast<qsizetype>(longest_text) + 2; // the last character can be half of a pair
     if (text.size() <= longest_start)
         return quoted_text(text.toUtf8().toStdString());
     return quoted_start(text.first(longest_start).toUtf8().toStdString(), utf8_size(text));
 }
 
-std::string shown_text(std::string_view bytes)
+std::string escaped_text(std::string_view bytes)
 {
     auto const quoted = fmt::format("{:?}", bytes);
-    std::string shown;
+    std::string escaped;
     for (std::size_t at = 1; at + 1 < quoted.size(); ++at) {
         if (quoted[at] == '\\' && (quoted[at + 1] == '"' || quoted[at + 1] == '\\'))
             ++at;
-        shown += quoted[at];
+        escaped += quoted[at];
     }
-    return shown;
+    return escaped;
 }
 
 std::string place_text(data::php::SourceLocation const &location)

@@ -10,19 +10,21 @@
 
 namespace tarnwick::program {
 
-/// Seconds and nanoseconds as they are.
+/// Returns seconds and nanoseconds unchanged, like `1 s, 5 ns`.
 std::string stored_text(data::TimePair value);
-/// A point in time as a date, and a length of time in a fitting unit, with all digits; as stored where there is none. The
-/// point 0 s, 0 ns is `-`: a report without a time reads so.
+/// Returns a point in time as a date in UTC, with all digits. 0 s, 0 ns is `-`, which means that the report has no
+/// time. Times that are not a date from 1970 to 9999 are as `stored_text`.
 std::string instant_text(data::TimePair value);
+/// Returns a length of time in seconds, milliseconds or microseconds, with all digits. Others are as `stored_text`.
 std::string span_text(data::TimePair value);
-/// In quotes with escapes; a long one is cut between characters, with a word on how much is left out.
+/// Returns the text in quotes, escaped. A long text is cut between characters, and the number of bytes left out
+/// follows.
 std::string quoted_text(std::string_view bytes);
 std::string quoted_text(QStringView text);
-/// Without quotes, and whole. What does not print has the same escapes, so that a text cannot act on a terminal or be
-/// read in another order than its own; quotes and backslashes are as they are.
-std::string shown_text(std::string_view bytes);
-/// Like `"a.php":12`, with the second number behind another colon where it is not 0.
+/// Returns the whole text without quotes. Escapes characters that control a terminal or change the direction of text,
+/// but not quotes and backslashes.
+std::string escaped_text(std::string_view bytes);
+/// Returns a location like `"a.php":12`. A second number other than 0 follows after another colon.
 std::string place_text(data::php::SourceLocation const &location);
 
 } // namespace tarnwick::program

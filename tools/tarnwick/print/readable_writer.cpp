@@ -14,7 +14,8 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t value_column = 17; // from where the name of the field begins
+constexpr std::size_t value_column = 17; // counted from the name of the field
+
 } // namespace
 
 void ReadableWriter::clear()

@@ -12,8 +12,9 @@ class QString;
 
 namespace tarnwick::program {
 
-/// Writes records for people: a field a line, points in time as dates, lengths of time in a fitting unit, PHP arrays as
-/// indented `key => value`. Long texts are cut, with a word on how much is left out.
+/// Writes records as text for people, one field per line. Points in time are dates, lengths of time have a suitable
+/// unit, and PHP arrays are indented lines `key => value`. Long texts are cut, and the number of bytes left out
+/// follows.
 class ReadableWriter {
 public:
     explicit ReadableWriter(bool color)
@@ -22,12 +23,13 @@ public:
     }
 
     [[nodiscard]] std::string const &text() const { return out_; }
+    /// Starts a new record.
     void clear();
 
-    /// The line above a record: its name, then where it comes from. Every field begins a line, the last one is left open.
+    /// Starts a record with its name and its origin. Each field starts a line; the last line has no line feed.
     void headline(std::string_view name, std::string_view origin);
 
-    /// A line below a field, as it stands.
+    /// Writes a line below a field, unchanged.
     void row(std::string_view text);
 
     void begin_record(std::string_view name);
@@ -64,7 +66,7 @@ private:
     bool color_;
     std::string out_;
     std::size_t depth_ = 1;
-    std::size_t gap_ = 0; ///< between what stands on the line and a value
+    std::size_t gap_ = 0; ///< blanks before the next value
     bool list_is_empty_ = true;
     data::Sense sense_ = data::Sense::plain;
 };

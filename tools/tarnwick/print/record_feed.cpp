@@ -165,7 +165,7 @@ std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, std
 template <class Record>
 void RecordFeed::print_rpc_chunk(std::string const &bytes, Frame const &frame)
 {
-    print<Record>(rpc_dialect, loopback_.received(bytes, frame.more()), RequestId(frame.request_id()));
+    print<Record>(rpc_dialect, loopback_.transfer(bytes, frame.more()), RequestId(frame.request_id()));
 }
 
 template <class Record>

@@ -38,7 +38,7 @@ void RecordPrinter::end_json()
 
 void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect, std::string_view view)
 {
-    auto const file = style_.name_files ? shown_text(origin_.file) + ": " : "";
+    auto const file = style_.name_files ? escaped_text(origin_.file) + ": " : "";
     readable_.headline(name, fmt::format("{}frame {} at byte {}, {}{}{}", file, origin_.frame, origin_.offset, dialect,
                                          view.empty() ? "" : ", ", view));
 }

@@ -17,29 +17,29 @@
 
 namespace tarnwick::program {
 
-/// Where a record comes from.
+/// Frame of a record.
 struct Origin {
-    std::string_view file; ///< as named on the command line
+    std::string_view file; ///< as given on the command line
     std::uint64_t frame = 0;
     std::uint64_t offset = 0;
 };
 
-/// For people a record is told field by field, apart from those that have tables of their own.
+/// Writes the fields of a record. Records with tables have overloads of their own.
 template <data::Described Record>
 void write_readable(ReadableWriter &writer, Record const &record)
 {
     data::walk_fields(writer, record);
 }
 
-/// Prints records, as JSON lines or for people.
+/// Prints records as JSON lines, or as text for people.
 class RecordPrinter {
 public:
     struct Style {
         bool json = false;
         bool color = false;
-        bool name_files = false; ///< several files are read
+        bool name_files = false; ///< with several files, each record has its file
         // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
-        std::optional<std::size_t> width = {}; ///< longer lines of text are cut
+        std::optional<std::size_t> width = {}; ///< of the terminal; longer lines of text are cut
     };
 
     RecordPrinter(Output &output, Style style)
@@ -50,11 +50,11 @@ public:
     {
     }
 
-    /// The frame that the records printed from now on come from.
+    /// Sets the frame of the records that are printed next.
     void set_origin(Origin const &origin) { origin_ = origin; }
 
-    /// `view`: which of a record's views of its report it is; empty where there is but one. `request_id`: of the frame, for
-    /// a record that has none of its own.
+    /// Prints a record. `view` distinguishes several records of one type from one report; empty if there is only one.
+    /// `request_id` is that of the frame, for a record without its own.
     template <data::Described Record>
     void print(Record const &record, std::string_view dialect, std::string_view view = {},
                std::optional<data::php::RequestId> request_id = {})

@@ -11,8 +11,8 @@
 
 namespace tarnwick::program {
 
-/// The connections and transactions of the protobuf dialect, which travel in reports of their own: the latest of each, for
-/// the requests that were heard of most recently.
+/// Latest connections and transactions of the protobuf dialect, which are in other reports than the queries. Keeps
+/// those of the `max_requests` requests that were used most recently.
 class SqlTables {
 public:
     static constexpr std::size_t max_requests = 4096;
@@ -22,8 +22,8 @@ public:
         data::glimmet::SqlTransactions transactions;
     };
 
-    /// The tables of a request, which becomes the most recent one; those of a request not known, or no longer, are empty.
-    /// They stay until the next call.
+    /// Returns the tables of a request, and makes it the most recent one. They are empty for an unknown request, and
+    /// valid until the next call.
     Tables &of(data::php::RequestId request_id);
 
 private:
@@ -32,7 +32,7 @@ private:
         Tables tables;
     };
 
-    std::list<Request> requests_; ///< the most recent one first
+    std::list<Request> requests_; ///< most recent first
     std::unordered_map<std::uint64_t, std::list<Request>::iterator> places_;
 };
 

@@ -6,7 +6,7 @@
 
 namespace tarnwick::program {
 
-/// Text in columns, each as wide as the widest that stands in it, below a line of titles.
+/// Table of text below a line of titles. Each column is as wide as its widest cell.
 class TextTable {
 public:
     enum class Align { left, right };
@@ -17,9 +17,10 @@ public:
 
     explicit TextTable(std::vector<Column> columns);
 
-    /// REQUIRES: a cell for each column.
+    /// Adds a row. REQUIRES: one cell per column.
     void add(std::vector<std::string> cells);
 
+    /// Returns the lines, starting with the titles.
     [[nodiscard]] std::vector<std::string> lines() const;
 
 private:

@@ -14,7 +14,7 @@ struct Range {
     char32_t last;
 };
 
-// Characters that Unicode 14 classifies as wide or fullwidth; whole blocks from U+1F300.
+// Characters that Unicode 14 classifies as wide or fullwidth. From U+1F300 on, whole blocks.
 constexpr Range wide[] = {
     {0x1100, 0x115f},   {0x231a, 0x231b},   {0x2329, 0x232a},   {0x23e9, 0x23ec},   {0x23f0, 0x23f0},
     {0x23f3, 0x23f3},   {0x25fd, 0x25fe},   {0x2614, 0x2615},   {0x2648, 0x2653},   {0x267f, 0x267f},
@@ -44,7 +44,7 @@ bool is_combining(char32_t character)
            (character >= hangul_vowels_and_finals.first && character <= hangul_vowels_and_finals.last);
 }
 
-/// What a terminal takes as one: a character or a control sequence.
+/// Character or control sequence.
 struct Unit {
     std::size_t size = 0; ///< in bytes
     std::size_t columns = 0;

@@ -6,12 +6,12 @@
 
 namespace tarnwick::program {
 
-/// Returns the columns that UTF-8 text takes on a terminal: two for a wide character, none for a combining mark and for
-/// a control sequence that sets a colour.
+/// Returns how many columns UTF-8 text takes on a terminal. A wide character takes two; a combining mark and a control
+/// sequence that sets a colour take none.
 std::size_t text_width(std::string_view text);
 
-/// Cuts each line that is wider than `columns`, which is at least 1, and ends it with an ellipsis in the last column.
-/// Control sequences are kept, also those after the cut: colours end where they did.
+/// Cuts each line that is wider than `columns`, and ends it with an ellipsis in the last column. Keeps control
+/// sequences after the cut, so that colours end. REQUIRES: `columns` is at least 1.
 std::string cut_lines(std::string_view text, std::size_t columns);
 
 } // namespace tarnwick::program

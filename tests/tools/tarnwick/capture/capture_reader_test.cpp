@@ -19,7 +19,7 @@ using test::delimited;
 using test::varint;
 using testing::ElementsAre;
 
-/// What the reader finds in a file, a line for each step.
+/// Reads a file. Returns a line for each step of the reader.
 std::vector<std::string> steps(std::string const &file)
 {
     InputFile input(file);
@@ -47,13 +47,13 @@ std::vector<std::string> steps(std::string const &file)
     }
 }
 
-/// The same, of bytes in a file and, byte by byte, in a pipe; the two have to agree.
+/// Reads bytes from a file, and byte by byte from a pipe. Expects the same steps.
 std::vector<std::string> steps_of(std::string const &bytes)
 {
     test::TemporaryFile const file(bytes);
     auto const of_file = steps(file.name());
 
-    test::Pipe pipe(O_DIRECT); // one read gets what one write wrote
+    test::Pipe pipe(O_DIRECT); // each read returns the bytes of one write
     std::thread writer([&] {
         for (auto const byte : bytes)
             test::write_all(pipe.writer, {&byte, 1});
@@ -65,7 +65,7 @@ std::vector<std::string> steps_of(std::string const &bytes)
     return of_file;
 }
 
-/// A frame that is good if `report_size` is even. With an empty report it is as long as its length and 5 or 7 bytes.
+/// Returns a frame, which is good if `report_size` is even.
 std::string frame(std::uint64_t request_id, std::size_t report_size = 0)
 {
     capture::v1::Frame frame;
@@ -74,7 +74,7 @@ std::string frame(std::uint64_t request_id, std::size_t report_size = 0)
     return delimited(frame);
 }
 
-/// A frame whose report is of a kind that does not exist.
+/// Returns a frame with a report of an unknown kind.
 std::string unknown_frame(std::uint64_t request_id)
 {
     capture::v1::Frame frame;
@@ -82,7 +82,7 @@ std::string unknown_frame(std::uint64_t request_id)
     return delimited(frame.SerializeAsString() + test::field_head(99, 0));
 }
 
-/// A frame with a chunk.
+/// Returns a frame with a chunk.
 std::string chunk_frame(std::string const &chunk)
 {
     capture::v1::Frame frame;
@@ -98,7 +98,7 @@ struct Capture {
 
 class CaptureReaderReads : public test::TableTest<Capture> {};
 
-TEST_P(CaptureReaderReads, from_a_file_and_byte_by_byte_from_a_pipe)
+TEST_P(CaptureReaderReads, file_and_pipe_return_the_same_steps)
 {
     EXPECT_EQ(steps_of(GetParam().bytes), GetParam().steps);
 }
@@ -198,7 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "2 at 9: end"}}),
     test::by_name);
 
-std::string const damage = "\x01\xff"; // the frame of one byte is followed by nothing that is one
+std::string const damage = "\x01\xff"; // a frame of one byte, which does not parse
 
 INSTANTIATE_TEST_SUITE_P(
     NextStarts, CaptureReaderReads,
@@ -251,7 +251,7 @@ INSTANTIATE_TEST_SUITE_P(
                 {"1 at 0: request 0", "2 at 28: fault: this is not a frame", "3 at 30: request 6", "3 at 36: end"}}),
     test::by_name);
 
-/// What the reader finds, without the frames.
+/// Returns the faults that the reader finds.
 std::vector<std::string> faults(std::string const &bytes)
 {
     test::TemporaryFile const file(bytes);
@@ -260,9 +260,9 @@ std::vector<std::string> faults(std::string const &bytes)
     return found;
 }
 
-TEST(CaptureReader, finds_frames_after_damage_that_reach_beyond_its_look_ahead)
+TEST(CaptureReader, finds_frames_longer_than_the_look_ahead)
 {
-    auto const large = chunk_frame(std::string(CaptureReader::max_look_ahead, '\x07')); // no frame begins with these
+    auto const large = chunk_frame(std::string(CaptureReader::max_look_ahead, '\x07')); // no frame starts with these
     EXPECT_THAT(faults(damage + "\xff" + large + '\0'),
                 ElementsAre("1 at 0: fault: this is not a frame; skipped 3 bytes, up to byte 3",
                             testing::HasSubstr("3 at 16777229: fault: the length of this frame is 0")));
@@ -270,18 +270,18 @@ TEST(CaptureReader, finds_frames_after_damage_that_reach_beyond_its_look_ahead)
 
 TEST(CaptureReader, reports_a_fault_of_any_size_once)
 {
-    // More than one slice of it.
+    // Longer than the bytes between two steps.
     EXPECT_THAT(
         faults(frame(1) + std::string(40'000'000, '\0') + frame(2)),
         ElementsAre("2 at 6: fault: the length of this frame is 0; skipped 40000000 bytes, up to byte 40000006"));
 }
 
-TEST(CaptureReader, sees_that_a_length_is_wrong_without_reading_that_far)
+TEST(CaptureReader, detects_a_wrong_length_early)
 {
     test::Pipe pipe;
     test::write_all(pipe.writer, varint(1'000'000) + frame(1).substr(1) + frame(2) + frame(3) + frame(4));
     InputFile input(fmt::format("/dev/fd/{}", int(pipe.reader)), [&] {
-        ADD_FAILURE() << "it waits for more";
+        ADD_FAILURE() << "waits for more bytes";
         pipe.writer.reset();
     });
     CaptureReader reader(input);
@@ -291,9 +291,9 @@ TEST(CaptureReader, sees_that_a_length_is_wrong_without_reading_that_far)
     EXPECT_EQ(reader.frame().request_id(), 2U);
 }
 
-TEST(CaptureReader, parses_few_of_very_many_places_that_could_be_large_frames)
+TEST(CaptureReader, limits_the_number_of_parsed_candidates)
 {
-    // Each of 40,000 places announces a frame of 1 MB. Parsing one takes memory at least once.
+    // Each of 40,000 places claims a frame of 1 MB. Parsing one takes at least one allocation.
     auto const unit = varint(1'000'004) + varint(10 << 3 | 2) + varint(1'000'000);
     std::string bytes = "\xff";
     while (bytes.size() < 1'280'000)
@@ -310,13 +310,13 @@ TEST(CaptureReader, reads_frames_larger_than_its_buffer)
     EXPECT_THAT(steps(file.name()), ElementsAre("1 at 0: request 1", "2 at 1000010: request 2", "2 at 1000016: end"));
 }
 
-TEST(CaptureReader, says_why_a_file_cannot_be_read)
+TEST(CaptureReader, reports_why_a_file_cannot_be_read)
 {
-    // A regular file whose first page nothing can read.
+    // A regular file whose first page is not readable.
     EXPECT_THAT(steps("/proc/self/mem"), ElementsAre("0 at 0: failure: Input/output error"));
 }
 
-TEST(CaptureReader, says_why_a_file_cannot_be_opened)
+TEST(CaptureReader, reports_why_a_file_cannot_be_opened)
 {
     EXPECT_THAT(steps("/no/such/file"), ElementsAre("0 at 0: failure: No such file or directory"));
     EXPECT_THAT(steps("/"), ElementsAre("0 at 0: failure: Is a directory"));

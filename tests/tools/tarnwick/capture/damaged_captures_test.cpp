@@ -1,4 +1,4 @@
-// What is read of captures that are damaged in one place. All damage is drawn from fixed seeds.
+// Reading captures that are damaged in one place. The damage is random, with fixed seeds.
 
 #include "capture/capture_reader.h"
 
@@ -53,7 +53,7 @@ std::string all_captures()
     return all;
 }
 
-/// The places of the frames that the reader finds.
+/// Returns the offsets of the frames that the reader finds.
 std::vector<std::size_t> frames(std::string const &capture)
 {
     TemporaryFile const file(capture);
@@ -67,7 +67,7 @@ std::vector<std::size_t> frames(std::string const &capture)
     return places;
 }
 
-/// Expects that each frame is found that damage is more than 64 KiB away from.
+/// Expects that the reader finds each frame that is more than 64 KiB away from the damage.
 void expect_far_frames(std::string const &capture, std::vector<std::size_t> const &places, Damage const &damage)
 {
     auto const found = frames(damage.apply(capture));
@@ -88,7 +88,7 @@ protected:
     Random random{static_cast<std::uint32_t>(GetParam())};
 };
 
-TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_any_place)
+TEST_P(Damaged, captures_lose_no_frame_farther_than_64_kib)
 {
     for (int copy = 0; copy < copies && !HasFailure(); ++copy) {
         auto const damage = random_damage(GetParam(), capture, random.below(capture.size()), random);
@@ -97,7 +97,7 @@ TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_any_place)
     }
 }
 
-TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_a_length)
+TEST_P(Damaged, captures_with_a_damaged_length_lose_no_frame_farther_than_64_kib)
 {
     for (int copy = 0; copy < copies && !HasFailure(); ++copy) {
         auto const damage = random_damage(GetParam(), capture, random.one_of(places), random);
@@ -106,9 +106,9 @@ TEST_P(Damaged, captures_are_read_in_full_more_than_64_kib_from_a_length)
     }
 }
 
-TEST_P(Damaged, frames_over_64_kib_take_no_others_with_them)
+TEST_P(Damaged, large_frames_lose_no_other_frame)
 {
-    // Chunks whose bytes are all the same, or random.
+    // Chunks of equal bytes, and of random bytes.
     Frame chunk;
     std::string with_chunks;
     std::vector<std::size_t> chunk_places;
@@ -137,7 +137,7 @@ std::string name_of(testing::TestParamInfo<DamageKind> const &info)
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Damaged, testing::ValuesIn(damage_kinds), name_of);
 
-/// A printed record, by the place of its frame.
+/// Printed record, with the offset of its frame.
 struct Record {
     std::size_t place;
     std::string name; ///< with its dialect and view
@@ -164,12 +164,12 @@ std::multiset<Record> records(std::string const &jsonl)
     return found;
 }
 
-/// What a hundred damaged copies lose.
+/// Losses of a hundred damaged copies.
 struct Losses {
     std::size_t records = 0;
     std::size_t of_damaged_frames = 0;
     std::size_t of_others = 0;
-    std::size_t added = 0; ///< printed, but not of the capture
+    std::size_t added = 0; ///< printed, but not in the capture
     std::size_t messages = 0;
 };
 
@@ -188,7 +188,7 @@ Losses losses_of(std::string const &program)
     for (std::size_t copy = 0; copy < copies; ++copy) {
         auto const i = copy % originals.size();
         auto const &capture = originals[i];
-        // Every second time in a length, of which captures have few.
+        // Half of the copies have damage in a length. Random places hardly ever do.
         auto const place = copy % 8 < 4 ? random.below(capture.size()) : random.one_of(places[i]);
         auto const damage = random_damage(random.one_of(damage_kinds), capture, place, random);
         auto const outcome = run({.arguments = {"inspect"}, .program = program}, damage.apply(capture));
@@ -210,7 +210,7 @@ Losses losses_of(std::string const &program)
     return losses;
 }
 
-TEST(DamagedCaptures, lose_few_records_but_those_of_damaged_frames)
+TEST(DamagedCaptures, lose_few_records_of_other_frames)
 {
     auto const *other = std::getenv("TARNWICK_COMPARED_PROGRAM"); // NOLINT(concurrency-mt-unsafe): no other thread
     auto const losses = losses_of(other == nullptr ? TARNWICK_PROGRAM : other);

@@ -16,7 +16,7 @@ std::string path_of(test::Descriptor const &descriptor)
     return fmt::format("/dev/fd/{}", int(descriptor));
 }
 
-TEST(InputFile, counts_what_was_taken_not_what_was_read)
+TEST(InputFile, position_counts_taken_bytes)
 {
     test::TemporaryFile const file("abcdef");
     InputFile input(file.name());
@@ -32,14 +32,14 @@ TEST(InputFile, counts_what_was_taken_not_what_was_read)
     EXPECT_EQ(input.error(), 0);
 }
 
-TEST(InputFile, has_no_size_when_it_is_a_pipe)
+TEST(InputFile, pipe_has_size_0)
 {
     test::Pipe const pipe;
     test::write_all(pipe.writer, "abc");
     EXPECT_EQ(InputFile(path_of(pipe.reader)).size(), 0U);
 }
 
-TEST(InputFile, calls_back_before_it_waits_and_only_then)
+TEST(InputFile, calls_back_only_before_waiting)
 {
     test::Pipe const pipe;
     int waits = 0;
@@ -62,7 +62,7 @@ TEST(InputFile, never_waits_for_a_regular_file)
     EXPECT_TRUE(input.at_end());
 }
 
-TEST(InputFile, reads_on_when_a_signal_interrupts_its_wait)
+TEST(InputFile, continues_after_an_interrupted_wait)
 {
     test::Pipe const pipe;
     InputFile input(path_of(pipe.reader));

@@ -38,7 +38,7 @@ Function *next(Function *, char const *name)
 
 } // namespace
 
-// In front of ZeroMQ's functions.
+// Replacements of functions of ZeroMQ.
 int zmq_msg_send(zmq_msg_t *message, void *socket, int flags)
 {
     return fails() ? -1 : next(zmq_msg_send, "zmq_msg_send")(message, socket, flags);
@@ -65,7 +65,7 @@ namespace {
 using testing::StrEq;
 using testing::ThrowsMessage;
 
-constexpr int calls_of_a_part = 4; // two to send and two to receive, where more follow
+constexpr int calls_of_a_part = 4; // two to send and two to receive, if more parts follow
 
 struct Faults {
     Faults(int call, int error)
@@ -83,7 +83,7 @@ std::string bytes_of(zeromq::msg_t message)
     return {static_cast<char const *>(zmq_msg_data(message.handle())), zmq_msg_size(message.handle())};
 }
 
-TEST(Loopback, gives_each_part_with_its_bytes_and_the_transports_word_on_further_ones)
+TEST(Loopback, returns_each_part_with_its_bytes_and_more_flag)
 {
     Loopback loopback;
     for (auto const size : std::initializer_list<std::size_t>{0, 1, 33, 34, 5'000'000}) {
@@ -91,19 +91,19 @@ TEST(Loopback, gives_each_part_with_its_bytes_and_the_transports_word_on_further
             SCOPED_TRACE(size);
             SCOPED_TRACE(more);
             std::string const bytes(size, 'x');
-            auto message = loopback.received(bytes, more);
+            auto message = loopback.transfer(bytes, more);
             EXPECT_EQ(zmq_msg_more(message.handle()), more ? 1 : 0);
             EXPECT_EQ(bytes_of(std::move(message)), bytes);
         }
     }
 }
 
-TEST(Loopback, has_nothing_to_do_with_another_one)
+TEST(Loopback, does_not_mix_messages_with_another_instance)
 {
     Loopback first;
     Loopback second;
-    auto message = first.received("first", true);
-    auto other = second.received("second", false);
+    auto message = first.transfer("first", true);
+    auto other = second.transfer("second", false);
     EXPECT_EQ(zmq_msg_size(message.handle()), 5U);
     EXPECT_EQ(zmq_msg_size(other.handle()), 6U);
     EXPECT_EQ(zmq_msg_more(other.handle()), 0);
@@ -115,13 +115,13 @@ TEST(Loopback, repeats_calls_that_a_signal_interrupts)
     for (int call = 1; call <= calls_of_a_part; ++call) {
         SCOPED_TRACE(call);
         Faults const faults(call, EINTR);
-        EXPECT_EQ(bytes_of(loopback.received("first", true)), "first");
+        EXPECT_EQ(bytes_of(loopback.transfer("first", true)), "first");
         EXPECT_EQ(failing_call, 0);
-        EXPECT_EQ(bytes_of(loopback.received("second", false)), "second");
+        EXPECT_EQ(bytes_of(loopback.transfer("second", false)), "second");
     }
 }
 
-TEST(Loopback, keeps_nothing_of_a_part_that_failed)
+TEST(Loopback, drops_a_part_after_a_failure)
 {
     Loopback loopback;
     for (int call = 1; call <= calls_of_a_part; ++call) {
@@ -129,14 +129,14 @@ TEST(Loopback, keeps_nothing_of_a_part_that_failed)
         for (auto const &[error, text] :
              {std::pair{ENOTSOCK, "Socket operation on non-socket"}, std::pair{ETERM, "Context was terminated"}}) {
             Faults const faults(call, error);
-            EXPECT_THAT([&] { (void)loopback.received("first", true); }, ThrowsMessage<SocketError>(StrEq(text)));
-            auto message = loopback.received("second", false);
+            EXPECT_THAT([&] { (void)loopback.transfer("first", true); }, ThrowsMessage<SocketError>(StrEq(text)));
+            auto message = loopback.transfer("second", false);
             EXPECT_EQ(zmq_msg_more(message.handle()), 0);
             EXPECT_EQ(bytes_of(std::move(message)), "second");
         }
         Faults const faults(call, ENOMEM);
-        EXPECT_THROW((void)loopback.received("first", true), std::bad_alloc);
-        EXPECT_EQ(bytes_of(loopback.received("second", false)), "second");
+        EXPECT_THROW((void)loopback.transfer("first", true), std::bad_alloc);
+        EXPECT_EQ(bytes_of(loopback.transfer("second", false)), "second");
     }
 }
 

@@ -22,7 +22,7 @@ TEST(ReportCheck, agrees_with_the_feed_about_each_kind_of_report)
     }
 }
 
-TEST(ReportCheck, knows_no_frame_without_a_report)
+TEST(ReportCheck, rejects_a_frame_without_a_report)
 {
     EXPECT_FALSE(has_valid_report(Frame()));
 }

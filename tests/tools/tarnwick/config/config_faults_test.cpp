@@ -1,4 +1,4 @@
-// What `tarnwick config` prints of a file that cannot be loaded.
+// Errors of `tarnwick config` for a file that cannot be loaded.
 
 #include "support/table.h"
 #include "tools/tarnwick/support/config_program.h"
@@ -20,15 +20,15 @@ namespace {
 using namespace std::string_literals;
 using testing::HasSubstr;
 
-/// A file that cannot be loaded, beside part.conf, which can.
+/// File that cannot be loaded. It can include part.conf, which is valid.
 struct FaultCase {
     char const *name;
     std::string content;
-    std::string added; ///< to the text of the exception, on standard error
-    std::string text;  ///< in JSON
+    std::string notes; ///< after the text of the exception on standard error
+    std::string text;  ///< of the fault in JSON
     int line = 1;
     // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
-    std::string variable = {}; ///< V in the environment
+    std::string variable = {}; ///< value of V in the environment
 };
 
 class Fault : public ConfigProgram, public testing::WithParamInterface<Named<FaultCase>> {
@@ -51,16 +51,16 @@ protected:
     }
 };
 
-TEST_P(Fault, has_the_text_of_the_exception_and_lines_of_its_own)
+TEST_P(Fault, prints_the_exception_and_notes)
 {
-    auto const text = what() + "\n" + GetParam().added;
+    auto const text = what() + "\n" + GetParam().notes;
     EXPECT_EQ(config(setup({"check", "main.conf"})).err, text);
     EXPECT_EQ(config(setup({"check", "--format=json", "main.conf"})).err, text);
     EXPECT_EQ(config(setup({"dump", "main.conf"})).err, text);
     EXPECT_EQ(config(setup({"explain", "main.conf", "a"})).err, text);
 }
 
-TEST_P(Fault, is_a_member_of_the_json_of_a_check)
+TEST_P(Fault, is_in_the_json_of_check)
 {
     auto const out = config(setup({"check", "--format=json", "main.conf"})).out;
     auto const check = QJsonDocument::fromJson(QByteArray::fromStdString(out)).object();
@@ -73,8 +73,8 @@ TEST_P(Fault, is_a_member_of_the_json_of_a_check)
 
 std::string const missing = "\n\tNo such file or directory";
 
-FaultCase noted(char const *name, std::string const &content, std::string const &text, std::string const &note,
-                std::string const &variable = {})
+FaultCase with_note(char const *name, std::string const &content, std::string const &text, std::string const &note,
+                    std::string const &variable = {})
 {
     return {name, content, "main.conf:1: note: " + note + "\n", text + "\n\tnote: " + note, 1, variable};
 }
@@ -87,34 +87,39 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"a_nul", "# c\ninclude = no\0ne.conf\n"s, "main.conf:2: note: reading stopped at this line\n",
                   "include='no", 2},
         FaultCase{"a_missing_file", "include = none\n", "", "include='none' at main.conf:1" + missing},
-        noted("a_pattern_for_folders", "include = d*/x?y/a.conf\n", "include='d*/x?y/a.conf' at main.conf:1" + missing,
-              "'*' and '?' are wildcards only in the last part of a path"),
-        noted("a_reference_in_a_name", "include = ${V}/a.conf\n", "include='${V}/a.conf' at main.conf:1" + missing,
-              "'${V}' is not replaced: a reference must be the entire value"),
-        noted("a_comment_after_a_name", "include = part.conf # b\n", "include='part.conf # b' at main.conf:1" + missing,
-              "'#' does not begin a comment after a value: it is part of the value"),
-        noted("a_comment_after_quotes", "a = \"x\" # y\n", "unterminated string literal at main.conf:1",
-              "a comment cannot follow a value"),
+        with_note("a_pattern_for_folders", "include = d*/x?y/a.conf\n",
+                  "include='d*/x?y/a.conf' at main.conf:1" + missing,
+                  "'*' and '?' are wildcards only in the last part of a path"),
+        with_note("a_reference_in_a_name", "include = ${V}/a.conf\n", "include='${V}/a.conf' at main.conf:1" + missing,
+                  "'${V}' is not replaced: a reference must be the entire value"),
+        with_note("a_comment_after_a_name", "include = part.conf # b\n",
+                  "include='part.conf # b' at main.conf:1" + missing,
+                  "'#' does not begin a comment after a value: it is part of the value"),
+        with_note("a_comment_after_quotes", "a = \"x\" # y\n", "unterminated string literal at main.conf:1",
+                  "a comment cannot follow a value"),
         FaultCase{"a_missing_quote", "a = \"x # y\n", "", "unterminated string literal at main.conf:1"},
-        noted("a_variable", "a = ${V}\n", "unterminated string literal at main.conf:1",
-              "the value comes from the environment variable 'V'", "'x"),
-        noted("a_default", "a = ${V:-'x}\n", "unterminated string literal at main.conf:1",
-              "the value is the default in the reference to 'V'"),
+        with_note("a_variable", "a = ${V}\n", "unterminated string literal at main.conf:1",
+                  "the value comes from the environment variable 'V'", "'x"),
+        with_note("a_default", "a = ${V:-'x}\n", "unterminated string literal at main.conf:1",
+                  "the value is the default in the reference to 'V'"),
         FaultCase{"a_value_above", "v = \"'x\"\na = ${v}\n",
                   "main.conf:2: note: the value comes from 'v' above in this file\n",
                   "unterminated string literal at main.conf:2\n\tnote: the value comes from 'v' above in this file", 2},
-        noted("a_variable_that_names_no_file", "include = ${V}\n", "include='none' at main.conf:1" + missing,
-              "the value comes from the environment variable 'V'", "none")),
+        with_note("a_variable_that_names_no_file", "include = ${V}\n", "include='none' at main.conf:1" + missing,
+                  "the value comes from the environment variable 'V'", "none")),
     by_name);
 
 using Faults = ConfigProgram;
 
-TEST_F(Faults, are_readable_on_a_terminal)
+TEST_F(Faults, are_escaped_on_a_terminal)
 {
     folder.write("main.conf", "include = \x1b[2J\n");
-    auto const on = [&](Sink sink) { return config(test::Setup{.arguments = {"dump", "main.conf"}, .err = sink}).err; };
-    EXPECT_EQ(on(Sink::test), "Failed to load 'main.conf':\n\tinclude='\x1b[2J' at main.conf:1" + missing + "\n");
-    EXPECT_EQ(on(Sink::terminal), "Failed to load 'main.conf':\n\tinclude='\\x1b[2J' at main.conf:1" + missing + "\n");
+    auto const error_on = [&](Sink sink) {
+        return config(test::Setup{.arguments = {"dump", "main.conf"}, .err = sink}).err;
+    };
+    EXPECT_EQ(error_on(Sink::test), "Failed to load 'main.conf':\n\tinclude='\x1b[2J' at main.conf:1" + missing + "\n");
+    EXPECT_EQ(error_on(Sink::terminal),
+              "Failed to load 'main.conf':\n\tinclude='\\x1b[2J' at main.conf:1" + missing + "\n");
 }
 
 TEST_F(Faults, name_the_including_file_as_the_source_of_a_value)
@@ -130,7 +135,7 @@ TEST_F(Faults, name_the_including_file_as_the_source_of_a_value)
                           R"(\n\tincluded at main.conf:2"}])"));
 }
 
-TEST_F(Faults, behind_a_nul_name_the_includes_that_led_there)
+TEST_F(Faults, after_a_nul_list_the_includes)
 {
     folder.write("main.conf", "include = d/*.conf\n");
     folder.write("d/a.conf", "a = 1\n");
@@ -143,13 +148,13 @@ TEST_F(Faults, behind_a_nul_name_the_includes_that_led_there)
     expect(config({"dump", "main.conf"}), 1, "", fault);
     expect(config({"explain", "main.conf", "a"}), 1, "", fault);
     EXPECT_THAT(config({"check", "main.conf"}).out, testing::EndsWith("read ./d/../part.conf\\x00x\n"))
-        << "and no warning: that is a regular file";
+        << "no warning: the file is regular";
     EXPECT_THAT(config({"check", "--format=json", "main.conf"}).out,
                 HasSubstr(R"("faults":[{"file":"./d/../part.conf\u0000x","line":3,"text":"include='../part.conf)"
                           R"(\n\tincluded at main.conf:1\n\tincluded at ./d/b.conf:3"}])"));
 }
 
-TEST_F(Faults, of_a_file_that_is_not_there_have_no_line)
+TEST_F(Faults, of_a_missing_file_have_line_0)
 {
     EXPECT_EQ(config({"check", "--format=json", "none.conf"}).out,
               R"({"files":[],"errors":["Failed to load 'none.conf':\n\tNo such file or directory"],)"
@@ -157,7 +162,7 @@ TEST_F(Faults, of_a_file_that_is_not_there_have_no_line)
               "\n");
 }
 
-TEST_F(Faults, of_a_name_that_is_not_utf8_say_so)
+TEST_F(Faults, report_a_name_that_is_not_utf8)
 {
     auto const name = "caf\xE9.conf"s;
     folder.write(name, "a = 1\n");
@@ -169,7 +174,7 @@ TEST_F(Faults, of_a_name_that_is_not_utf8_say_so)
            "cannot load caf\\xe9.conf: " + reason + "\n");
 }
 
-TEST_F(Faults, of_a_pipe_without_a_writer_are_printed_before_it_is_opened)
+TEST_F(Faults, name_a_pipe_before_opening_it)
 {
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     folder.write("main.conf", "a = 1\ninclude = pipe\n");

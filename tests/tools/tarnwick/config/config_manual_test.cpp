@@ -1,4 +1,4 @@
-// The example in the manual page of `tarnwick config` is true.
+// The examples in the manual pages of `tarnwick config` match the program.
 
 #include "support/config_files.h"
 #include "tools/tarnwick/support/program.h"
@@ -14,11 +14,11 @@ namespace tarnwick::test::config_manual_test {
 namespace {
 
 struct Step {
-    std::vector<std::string> words; ///< of the command
+    std::vector<std::string> words; ///< command line
     std::string output;
 };
 
-/// What a reader of the page sees of a line.
+/// Returns a line of the page as a reader sees it.
 std::string rendered(std::string line)
 {
     if (line.starts_with("\\&"))
@@ -29,7 +29,7 @@ std::string rendered(std::string line)
     return line;
 }
 
-/// The commands in the displays of a manual page's examples, each behind a `$`, with the lines below it.
+/// Returns the commands of the examples of a page, which follow `$`, with their output.
 std::vector<Step> examples(std::string const &page)
 {
     std::vector<Step> steps;
@@ -54,9 +54,9 @@ std::vector<Step> examples(std::string const &page)
     return steps;
 }
 
-// The variables of the examples are not those of the machine: an empty one counts as none.
+// The tests set the variables of the examples to empty values, which references ignore.
 
-TEST(ConfigManual, shows_what_happens)
+TEST(ConfigManual, examples_match_the_program)
 {
     Variable const port("APP_PORT", "");
     Variable const backup_port("BACKUP_PORT", "");
@@ -80,7 +80,7 @@ TEST(ConfigManual, shows_what_happens)
     EXPECT_EQ(runs, 4U);
 }
 
-TEST(ConfigManual, of_the_format_shows_a_file_that_loads)
+TEST(ConfigManual, format_example_loads)
 {
     Variable const port("APP_PORT", "");
     ConfigFolder const folder;

@@ -1,4 +1,4 @@
-// What `tarnwick config` prints and says, and with which status it ends.
+// Output, messages and exit status of `tarnwick config`.
 
 #include "tools/tarnwick/support/config_program.h"
 
@@ -36,7 +36,7 @@ TEST_F(Config, check_lists_the_files_in_the_order_of_reading)
            R"({"files":[)" + json + R"(],"errors":[],"faults":[],"warnings":[]})" + "\n");
 }
 
-TEST_F(Config, check_warns_of_what_is_dropped)
+TEST_F(Config, check_warns_about_dropped_lines)
 {
     folder.write("main.conf", "app.port = 1\nother.port = 2\nap.port = 3\ninclude = part.conf\nx = ${app.none:-}\n");
     folder.write("part.conf", "\nport = 4\ninclude = deep.conf\n");
@@ -67,41 +67,43 @@ TEST_F(Config, check_warns_of_what_is_dropped)
         "\n");
 }
 
-TEST_F(Config, check_tells_which_name_ended_the_listing_of_a_folder)
+TEST_F(Config, check_reports_the_name_that_stopped_a_listing)
 {
     folder.write("main.conf", "include = d/*.conf\ninclude = d/*.none\n");
     folder.write("d/\xC3\xA4.conf", "");
     auto const clean = config({"check", "main.conf"});
     expect(clean, 0, "read main.conf\nread ./d/\xC3\xA4.conf\nmain.conf:2: warning: no file matches 'd/*.none'\n");
-    // Alone in its folder, it ends the listing whatever order the system lists names in.
+    // The only name in its folder stops the listing, whatever the order of the system.
     folder.write("e/a\xFF\xE4.conf", "");
     folder.write("main.conf", "include = e/*.conf\n");
-    std::string const ended = R"(the listing of the folder stopped at the name 'a\xff\xe4.conf', which is not UTF-8)";
+    std::string const reason = R"(the listing of the folder stopped at the name 'a\xff\xe4.conf', which is not UTF-8)";
     expect(config({"check", "main.conf"}), 0,
-           "read main.conf\nmain.conf:1: warning: no file matches 'e/*.conf': " + ended + "\n");
-    EXPECT_THAT(config({"check", "--format=json", "main.conf"}).out,
-                HasSubstr(R"("no file matches 'e/*.conf': the listing of the folder stopped at the name 'a\\xff\\xe4.conf',)"));
+           "read main.conf\nmain.conf:1: warning: no file matches 'e/*.conf': " + reason + "\n");
+    EXPECT_THAT(
+        config({"check", "--format=json", "main.conf"}).out,
+        HasSubstr(R"("no file matches 'e/*.conf': the listing of the folder stopped at the name 'a\\xff\\xe4.conf',)"));
 }
 
-// How many files are seen before that name is up to the system, but those of which nothing is said are all.
-TEST_F(Config, check_tells_that_files_may_be_missing_where_a_listing_ended)
+// The order of the listing, so the number of files before that name, depends on the system.
+TEST_F(Config, check_warns_that_files_may_be_missing_after_a_stopped_listing)
 {
     folder.write("main.conf", "include = d/*.conf\n");
     folder.write("d/bad\xFF", "");
     for (int i = 0; i < 10; ++i) {
         folder.write(fmt::format("d/{}.conf", i), "");
         auto const outcome = config({"check", "main.conf"});
-        auto const all = outcome.out.find(".conf\nmain.conf:1: warning: files that match 'd/*.conf' may be missing: "
-                                          R"(the listing of the folder stopped at the name 'bad\xff', which is not UTF-8)");
+        auto const all =
+            outcome.out.find(".conf\nmain.conf:1: warning: files that match 'd/*.conf' may be missing: "
+                             R"(the listing of the folder stopped at the name 'bad\xff', which is not UTF-8)");
         auto const none = outcome.out.find("main.conf:1: warning: no file matches 'd/*.conf': ");
         EXPECT_NE(all == std::string::npos, none == std::string::npos) << outcome.out;
     }
 }
 
-TEST_F(Config, check_warns_of_a_pipe_that_is_read_as_empty)
+TEST_F(Config, check_warns_about_a_pipe)
 {
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
-    // Both ends, or opening it would wait for the other one.
+    // Opens both ends, because opening one waits for the other.
     Descriptor const ends(::open(folder.path("pipe").c_str(), O_RDWR | O_CLOEXEC));
     write_all(ends, "oops\n");
     folder.write("main.conf", "a = 1\ninclude = pipe\n");
@@ -110,8 +112,8 @@ TEST_F(Config, check_warns_of_a_pipe_that_is_read_as_empty)
            "main.conf:2: './pipe' is a pipe: waiting for a program to write to it\n");
 }
 
-// Many files of the kernel have a size of 0, which the reader takes for the end of them.
-TEST_F(Config, check_warns_of_a_file_of_the_kernel_that_is_read_as_empty)
+// Many kernel files have a size of 0, so the reader finds them empty.
+TEST_F(Config, check_warns_about_a_kernel_file)
 {
     folder.write("empty.conf", "");
     folder.write("main.conf", "include = empty.conf\ninclude = /proc/self/status\n");
@@ -123,7 +125,7 @@ TEST_F(Config, check_warns_of_a_file_of_the_kernel_that_is_read_as_empty)
     expect(config({"check", "/proc/self/status"}), 1, "", fault);
 }
 
-TEST_F(Config, check_tells_the_first_fault_and_the_warnings_up_to_it)
+TEST_F(Config, check_prints_the_first_fault_and_the_warnings_before_it)
 {
     folder.write("main.conf", "include = *.none\ninclude = part.conf\ninclude = *.none\n");
     folder.write("part.conf", "oops\n");
@@ -159,9 +161,9 @@ TEST_F(Config, dump_prints_a_file_that_reads_back)
     expect(config({"dump", "--format=json", "empty.conf"}), 0, "{\"file\":\"empty.conf\",\"values\":{}}\n");
 }
 
-TEST_F(Config, dump_prints_keys_that_would_be_comments_or_lose_a_byte_order_mark)
+TEST_F(Config, dump_indents_keys_that_look_like_comments_or_start_with_a_mark)
 {
-    // A no-break space is white space around a key, but none around a line.
+    // The reader strips a no-break space from keys, but not from lines.
     std::string const text = "\xC2\xA0# = 0\n\xC2\xA0#a = 1\n\xC2\xA0#a = 2\n\xC2\xA0;b = 3\n"
                              "c# = 4\n\xC2\xA0\xEF\xBB\xBF"
                              "d = 5\n";
@@ -172,7 +174,7 @@ TEST_F(Config, dump_prints_keys_that_would_be_comments_or_lose_a_byte_order_mark
     std::string const prefixed = "\xC2\xA0#app.a = 1\n";
     folder.write("main.conf", prefixed);
     expect(config({"dump", "--name=#app", "main.conf"}), 0, prefixed);
-    // A line that begins with two marks loses one.
+    // A line that starts with two marks loses one.
     folder.write("main.conf", "\xEF\xBB\xBF\xEF\xBB\xBF"
                               "a = 1\n");
     std::string const marked = "\xC2\xA0\xEF\xBB\xBF"
@@ -181,14 +183,15 @@ TEST_F(Config, dump_prints_keys_that_would_be_comments_or_lose_a_byte_order_mark
     EXPECT_EQ(loaded(folder.write("again.conf", marked)), loaded(folder.path("main.conf")));
 }
 
-TEST_F(Config, dump_refuses_values_that_no_line_can_hold)
+TEST_F(Config, dump_rejects_values_with_line_ends)
 {
     folder.write("main.conf", "z = 1\na = ${V}\n");
     for (auto const *value : {"x\nevil = 1", "x\ry"}) {
         auto const variable = "V=" + std::string(value);
-        expect(config({"dump", "main.conf"}, {variable}), 1, "",
-               "main.conf: cannot print 'a' as a line: the key or a value contains a line feed or a carriage return; use "
-               "--format=json\n");
+        expect(
+            config({"dump", "main.conf"}, {variable}), 1, "",
+            "main.conf: cannot print 'a' as a line: the key or a value contains a line feed or a carriage return; use "
+            "--format=json\n");
         EXPECT_EQ(config({"dump", "--format=json", "main.conf"}, {variable}).status, 0);
     }
 }
@@ -208,7 +211,7 @@ TEST_F(Config, keeps_byte_order_marks_of_arguments)
     EXPECT_EQ(config({"get", "main.conf", mark + mark + "a"}).status, 1);
 }
 
-TEST_F(Config, takes_an_empty_value_of_an_option)
+TEST_F(Config, accepts_an_empty_option_value)
 {
     folder.write("main.conf", "app.a = 1\n");
     expect(config({"get", "--name=", "main.conf", "app.a"}), 0, "1\n");
@@ -218,7 +221,7 @@ TEST_F(Config, takes_an_empty_value_of_an_option)
     expect(config({"get", "--", "--name=", "a"}), 0, "2\n");
 }
 
-TEST_F(Config, suggests_the_key_that_was_meant)
+TEST_F(Config, suggests_a_similar_key)
 {
     folder.write("main.conf", "app.port = 1\napp.timeout = 2\n");
     for (auto const *command : {"get", "explain"}) {
@@ -232,7 +235,7 @@ TEST_F(Config, suggests_the_key_that_was_meant)
     }
 }
 
-TEST_F(Config, get_prints_the_most_recent_value_or_all)
+TEST_F(Config, get_prints_the_most_recent_or_all_values)
 {
     folder.write("main.conf", "app.a = 1\napp.a = \"2 \"\napp.b =\n");
     expect(config({"get", "--name=app", "main.conf", "a"}), 0, "2 \n");
@@ -245,7 +248,7 @@ TEST_F(Config, get_prints_the_most_recent_value_or_all)
     expect(config({"get", "main.conf", "app.b"}), 0, "\n");
 }
 
-TEST_F(Config, says_that_there_is_no_such_key)
+TEST_F(Config, reports_a_missing_key)
 {
     folder.write("main.conf", "app.a = 1\n");
     expect(config({"get", "main.conf", "a"}), 1, "", "main.conf: there is no key 'a'; did you mean 'app.a'?\n");
@@ -256,7 +259,7 @@ TEST_F(Config, says_that_there_is_no_such_key)
            "main.conf: there is no key 'app.a'; omit the prefix: 'a'\n");
 }
 
-TEST_F(Config, explain_tells_where_each_value_comes_from)
+TEST_F(Config, explain_prints_the_origin_of_each_value)
 {
     folder.write(
         "main.conf",
@@ -268,7 +271,7 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
            "    at main.conf:3\n"
            "    from the reference to app.b: the value above in this file\n"
            "    shadows '1' at ./part.conf:1\n"
-           // part.conf into main.conf, and deep.conf into part.conf: each time in reverse.
+           // Both includes reverse the values.
            "a = 1\n"
            "    at ./part.conf:1\n"
            "    included at main.conf:2\n"
@@ -305,7 +308,7 @@ TEST_F(Config, explain_tells_where_each_value_comes_from)
            "    it refers to 'TARNWICK_TEST_NONE', which is set in no file, and unset or empty in the environment\n");
 }
 
-TEST_F(Config, explain_as_json)
+TEST_F(Config, explain_prints_json)
 {
     folder.write("main.conf", "include = part.conf\n");
     folder.write("part.conf", "app.a = 1\napp.a = ${TARNWICK_TEST_E:-d}\nApp.a = 3\n");
@@ -319,7 +322,7 @@ TEST_F(Config, explain_as_json)
         "\n");
 }
 
-TEST_F(Config, takes_the_environment_of_its_caller_and_lays_over_it_what_is_set)
+TEST_F(Config, set_overrides_the_environment)
 {
     folder.write("main.conf", "a = ${TARNWICK_TEST_E:-d}\nb = ${TARNWICK_TEST_F:-d}\n");
     expect(config({"dump", "main.conf"}, {"TARNWICK_TEST_E=1"}), 0, "a = 1\nb = d\n");
@@ -329,7 +332,7 @@ TEST_F(Config, takes_the_environment_of_its_caller_and_lays_over_it_what_is_set)
     expect(config({"dump", "--set", "TARNWICK_TEST_E=", "main.conf"}, {"TARNWICK_TEST_E=1"}), 0, "a = d\nb = d\n");
 }
 
-TEST_F(Config, prints_the_text_of_a_failed_load_unchanged)
+TEST_F(Config, prints_the_exception_of_a_failed_load_unchanged)
 {
     folder.write("main.conf", "# c\noops\n");
     std::string const invalid = "Failed to load 'main.conf':\n\tinvalid line at main.conf:2\n";
@@ -341,16 +344,16 @@ TEST_F(Config, prints_the_text_of_a_failed_load_unchanged)
     expect(config({"dump", "."}), 1, "", "Failed to load '.':\n\tfile to open is a directory\n");
 }
 
-TEST_F(Config, says_nothing_in_words_of_qt)
+TEST_F(Config, prints_no_qt_messages)
 {
     folder.write("part.conf", "a = 1\n");
     folder.write("main.conf", "include = part.conf\0x\n"s);
     expect(config({"dump", "main.conf"}), 0, "a = 1\n");
     EXPECT_THAT(config({"dump", "main.conf"}, {"QT_LOGGING_RULES=default.warning=true"}).err, HasSubstr("filename"))
-        << "unless it is asked for";
+        << "unless enabled";
 }
 
-TEST_F(Config, tells_the_place_of_an_include_behind_others_once)
+TEST_F(Config, reports_the_place_of_a_later_include_once)
 {
     folder.write("main.conf", "include = d/*.conf\ninclude = part.conf\ninclude = none\n");
     folder.write("d/a.conf", "a = 1\n");
@@ -365,7 +368,7 @@ TEST_F(Config, tells_the_place_of_an_include_behind_others_once)
            "\trecursive include='./main.conf' at ./main.conf:1\n");
 }
 
-TEST_F(Config, refuses_what_is_no_regular_file)
+TEST_F(Config, rejects_files_that_are_not_regular)
 {
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     for (auto const *file : {"pipe", "/dev/null"}) {
@@ -378,16 +381,15 @@ TEST_F(Config, refuses_what_is_no_regular_file)
     }
 }
 
-TEST_F(Config, shows_people_no_control_characters)
+TEST_F(Config, escapes_control_characters)
 {
     folder.write("main.conf", "a\x1b[2J = \x1b[1m\nb\x9b = ${\x1b}\ninclude = *\x1b\n");
     EXPECT_THAT(config({"check", "main.conf"}).out, HasSubstr("no file matches '*\\x1b'\n"));
     EXPECT_THAT(config({"explain", "main.conf", "a\x1b[2J"}).out, testing::StartsWith("a\\x1b[2J = \\x1b[1m\n"));
-    EXPECT_THAT(config({"get", "main.conf", "a\x1b[2J"}).out, testing::StrEq("\x1b[1m\n")) << "a value is a value";
+    EXPECT_THAT(config({"get", "main.conf", "a\x1b[2J"}).out, testing::StrEq("\x1b[1m\n")) << "values are not escaped";
 }
 
-// Nor what a terminal, or a fault about a name, would show in another order than it is written.
-TEST_F(Config, shows_people_no_characters_that_change_the_direction)
+TEST_F(Config, escapes_characters_that_change_the_direction)
 {
     for (char32_t const character : U"\u061c\u200e\u200f\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069"s) {
         auto const raw = QString::fromUcs4(&character, 1).toStdString();
@@ -406,14 +408,14 @@ TEST_F(Config, shows_people_no_characters_that_change_the_direction)
     }
 }
 
-TEST_F(Config, shows_people_quotes_backslashes_and_letters_as_they_are)
+TEST_F(Config, does_not_escape_quotes_backslashes_and_letters)
 {
     std::string const value = "'\"\\n\\\\ \xC3\xA4\xF0\x9F\x98\x80";
     folder.write("main.conf", "a = x" + value + "\n");
     EXPECT_THAT(config({"explain", "main.conf", "a"}).out, testing::StartsWith("a = x" + value + "\n"));
 }
 
-TEST_F(Config, says_that_its_output_cannot_be_written)
+TEST_F(Config, reports_that_its_output_cannot_be_written)
 {
     auto const file = folder.write("main.conf", "a = 1\n");
     for (auto const *command : {"check", "dump"}) {
@@ -423,7 +425,7 @@ TEST_F(Config, says_that_its_output_cannot_be_written)
     }
 }
 
-TEST_F(Config, takes_names_outside_ascii)
+TEST_F(Config, accepts_names_outside_ascii)
 {
     folder.write("gr\xC3\xB6\xC3\x9F"
                  "e.conf",

@@ -1,4 +1,4 @@
-// The warnings of `tarnwick config check`.
+// Warnings of `tarnwick config check`.
 
 #include "support/table.h"
 #include "tools/tarnwick/support/config_program.h"
@@ -18,13 +18,13 @@ using testing::HasSubstr;
 
 std::string const mark = "\xEF\xBB\xBF";
 
-/// Files that are checked, of which the program loads main.conf, and the warnings.
+/// Files of a check of main.conf, and the expected warnings.
 struct WarningCase {
     char const *name;
     std::map<std::string, std::string> files;
     std::string warnings;
     // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
-    std::string program = {}; ///< whose keys are read
+    std::string program = {}; ///< name for the prefix
 };
 
 class Warning : public ConfigProgram, public testing::WithParamInterface<Named<WarningCase>> {
@@ -52,7 +52,7 @@ TEST_P(Warning, is_printed_with_its_place)
     EXPECT_EQ(text, GetParam().warnings);
 }
 
-TEST_P(Warning, is_a_fault_where_the_check_is_strict)
+TEST_P(Warning, sets_the_exit_status_if_strict)
 {
     EXPECT_EQ(check().status, 0);
     EXPECT_EQ(check({"--strict"}).status, GetParam().warnings.empty() ? 0 : 1);
@@ -62,9 +62,9 @@ TEST_P(Warning, is_a_fault_where_the_check_is_strict)
 
 std::string const comment = "'#' does not begin a comment after a value: it is part of the value\n";
 std::string const utf8 = "bytes that are not UTF-8 are replaced by U+FFFD\n";
-std::string const dropped = "carriage returns inside the line are dropped: only a line feed ends a line\n";
-std::string const hidden = "a carriage return does not end a line: the text after it is part of the comment\n";
-std::string const marked = "the byte-order mark before the comment makes it a directive\n";
+std::string const carriage_return = "carriage returns inside the line are dropped: only a line feed ends a line\n";
+std::string const hidden_text = "a carriage return does not end a line: the text after it is part of the comment\n";
+std::string const marked_comment = "the byte-order mark before the comment makes it a directive\n";
 std::string const ordinary = " is an ordinary key: only 'include' reads a file\n";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -115,33 +115,36 @@ INSTANTIATE_TEST_SUITE_P(
                     "main.conf:2: warning: " + utf8 + "main.conf:3: warning: " + utf8},
         WarningCase{"carriage_returns_that_end_lines",
                     {{"main.conf", "a = 1\rb = 2\rc = 3\r"}},
-                    "main.conf:1: warning: " + dropped},
-        WarningCase{"carriage_returns_in_quotes", {{"main.conf", "a = ' \r'\n"}}, "main.conf:1: warning: " + dropped},
+                    "main.conf:1: warning: " + carriage_return},
+        WarningCase{
+            "carriage_returns_in_quotes", {{"main.conf", "a = ' \r'\n"}}, "main.conf:1: warning: " + carriage_return},
         // The reader keeps the first and drops the second.
         WarningCase{"carriage_returns_at_the_end_of_the_buffer",
                     {{"main.conf", "#" + std::string(16'384 - 8, 'x') + "\na\rb = 1\rc\n"}},
-                    "main.conf:2: warning: " + dropped},
+                    "main.conf:2: warning: " + carriage_return},
         WarningCase{"no_carriage_returns_that_stay", {{"main.conf", "a = 1\nb = 2\r3\nc = '\r'\n"}}, ""},
         WarningCase{"no_carriage_returns_before_line_feeds", {{"main.conf", "# c\r\na = 1\r\n\r\nb = 2\r\n"}}, ""},
         WarningCase{"carriage_returns_in_a_comment",
                     {{"main.conf", "# c\ra = 1\rb = 2\r"}, {"other.conf", ""}},
-                    "main.conf:1: warning: " + hidden},
+                    "main.conf:1: warning: " + hidden_text},
         WarningCase{"no_carriage_returns_among_comments", {{"main.conf", "# c\r# d\r\r; e\r\na = 1\n#\r\r\n"}}, ""},
         WarningCase{"mark_before_a_comment",
                     {{"main.conf", mark + "# a = 1\nb = 1\n" + mark + " ; c = 1\n"}},
-                    "main.conf:1: warning: " + marked + "main.conf:3: warning: " + marked},
+                    "main.conf:1: warning: " + marked_comment + "main.conf:3: warning: " + marked_comment},
         WarningCase{"no_mark_before_a_key",
                     {{"main.conf", mark + "a = 1\n" + mark + "b = # c\n"}},
                     "main.conf:2: warning: " + comment},
-        WarningCase{"include_that_turns_values_around",
-                    {{"main.conf", "b = 0\ninclude = part\n"}, {"part", "c = 1\na = 1\na = 2\n"}},
-                    "main.conf:2: warning: after this include, the most recent value of 'a' is '1', but in './part' it is "
-                    "'2'\n"},
-        WarningCase{"include_that_turns_values_of_a_program_around",
-                    {{"main.conf", "app.b = 0\ninclude = p*\n"}, {"part", "app.a = 1\napp.a = \n"}},
-                    "main.conf:2: warning: after this include, the most recent value of 'app.a' is '1', but in './part' it "
-                    "is ''\n",
-                    "app"},
+        WarningCase{
+            "include_that_turns_values_around",
+            {{"main.conf", "b = 0\ninclude = part\n"}, {"part", "c = 1\na = 1\na = 2\n"}},
+            "main.conf:2: warning: after this include, the most recent value of 'a' is '1', but in './part' it is "
+            "'2'\n"},
+        WarningCase{
+            "include_that_turns_values_of_a_program_around",
+            {{"main.conf", "app.b = 0\ninclude = p*\n"}, {"part", "app.a = 1\napp.a = \n"}},
+            "main.conf:2: warning: after this include, the most recent value of 'app.a' is '1', but in './part' it "
+            "is ''\n",
+            "app"},
         WarningCase{
             "nested_include_that_turns_values_around",
             {{"main.conf", "include = part\n"}, {"part", "b = 0\ninclude = deep\n"}, {"deep", "a = 1\na = 2\n"}},
@@ -184,12 +187,11 @@ INSTANTIATE_TEST_SUITE_P(
         WarningCase{"reference_to_a_later_line",
                     {{"main.conf", "a = ${b}\ninclude = part\nb = 2\n"}, {"part", "b = 1\n"}},
                     "main.conf:1: warning: 'a' is dropped: it refers to 'b', which is set only later, at ./part:1\n"},
-        WarningCase{
-            "reference_to_two_files_up",
-            {{"main.conf", "b = 1\ninclude = part\n"}, {"part", "include = deep\n"}, {"deep", "a = ${b}\n"}},
-            "./deep:1: warning: 'a' is dropped: it refers to 'b', which is set at main.conf:1: a reference can "
-            "only use keys from its own file and the file that includes it\n"
-            "\tincluded at main.conf:2\n\tincluded at ./part:1\n"},
+        WarningCase{"reference_to_two_files_up",
+                    {{"main.conf", "b = 1\ninclude = part\n"}, {"part", "include = deep\n"}, {"deep", "a = ${b}\n"}},
+                    "./deep:1: warning: 'a' is dropped: it refers to 'b', which is set at main.conf:1: a reference can "
+                    "only use keys from its own file and the file that includes it\n"
+                    "\tincluded at main.conf:2\n\tincluded at ./part:1\n"},
         WarningCase{"reference_outside_the_prefix",
                     {{"main.conf", "b = 1\napp.a = ${b}\n"}},
                     "main.conf:1: warning: 'b' is dropped: it is outside the prefix 'app.'\n"
@@ -212,7 +214,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 using Warnings = ConfigProgram;
 
-TEST_F(Warnings, explain_why_a_folder_cannot_be_listed)
+TEST_F(Warnings, report_why_a_folder_cannot_be_listed)
 {
     folder.write("main.conf", "include = closed/*\n");
     folder.write("closed/a.conf", "a = 1\n");
@@ -234,7 +236,7 @@ TEST_F(Warnings, list_ten_prefixes_at_most)
                 HasSubstr("prefixes in use: 'a.', 'b.', 'c.', 'd.', 'e.', 'f.', 'g.', 'h.', 'i.', 'j.' and 4 more\n"));
 }
 
-TEST_F(Warnings, have_colour_where_it_is_wanted)
+TEST_F(Warnings, are_coloured_by_option_and_environment)
 {
     folder.write("main.conf", "a = 1 # b\nb = ${none}\n");
     std::string const colored = "main.conf:1: \x1b[1;33mwarning:\x1b[0m ";

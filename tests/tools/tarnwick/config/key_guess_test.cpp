@@ -14,56 +14,56 @@ using test::q;
 
 struct GuessCase {
     char const *name;
-    std::string written;
-    std::string meant; ///< empty for none
+    std::string key;
+    std::string suggestion; ///< empty for none
     std::string prefix = "app.";
 };
 
-class Guess : public test::TableTest<GuessCase> {};
+class ProbableKey : public test::TableTest<GuessCase> {};
 
-TEST_P(Guess, is_the_nearest_key)
+TEST_P(ProbableKey, suggests_the_nearest_key)
 {
     QSet<QString> const known{q("port"), q("db.path"), q("pp.x"), q("x")};
-    auto const meant = probable_key(q(GetParam().written), q(GetParam().prefix), known);
-    EXPECT_EQ(meant.value_or(QString()).toStdString(), GetParam().meant);
-    EXPECT_EQ(meant.has_value(), !GetParam().meant.empty());
+    auto const suggestion = probable_key(q(GetParam().key), q(GetParam().prefix), known);
+    EXPECT_EQ(suggestion.value_or(QString()).toStdString(), GetParam().suggestion);
+    EXPECT_EQ(suggestion.has_value(), !GetParam().suggestion.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Keys, Guess,
+    Keys, ProbableKey,
     testing::Values(
-        GuessCase{"WithoutThePrefix", "port", "app.port"}, GuessCase{"LetterMissing", "ap.port", "app.port"},
-        GuessCase{"LetterTooMany", "apps.port", "app.port"}, GuessCase{"LetterWrong", "abp.port", "app.port"},
-        GuessCase{"OtherCase", "APP.port", "app.port"}, GuessCase{"DashForThePoint", "app-port", "app.port"},
-        GuessCase{"PointMissing", "appport", "app.port"}, GuessCase{"KeyWithPoints", "ap.db.path", "app.db.path"},
-        GuessCase{"KnownOneBeforeAnother", "apppp.x", "app.pp.x"},
-        GuessCase{"UnknownBehindANearPrefix", "ap.timeout", "app.timeout"}, GuessCase{"TooFar", "other.port", ""},
-        GuessCase{"TwoLettersInAShortName", "aqq.port", ""},
-        GuessCase{"TwoLettersInALongName", "sevrer.port", "server.port", "server."},
-        GuessCase{"ShortNamesAreAllAlike", "b.port", "", "a."}, GuessCase{"UnknownWithoutThePrefix", "timeout", ""},
-        GuessCase{"UnknownWithADash", "app-timeout", ""}, GuessCase{"NothingBehindThePrefix", "ap.", ""},
-        GuessCase{"Empty", "", ""}),
+        GuessCase{"without_the_prefix", "port", "app.port"}, GuessCase{"letter_missing", "ap.port", "app.port"},
+        GuessCase{"letter_too_many", "apps.port", "app.port"}, GuessCase{"letter_wrong", "abp.port", "app.port"},
+        GuessCase{"other_case", "APP.port", "app.port"}, GuessCase{"dash_for_the_point", "app-port", "app.port"},
+        GuessCase{"point_missing", "appport", "app.port"}, GuessCase{"key_with_points", "ap.db.path", "app.db.path"},
+        GuessCase{"known_one_before_another", "apppp.x", "app.pp.x"},
+        GuessCase{"unknown_after_a_near_prefix", "ap.timeout", "app.timeout"}, GuessCase{"too_far", "other.port", ""},
+        GuessCase{"two_letters_in_a_short_name", "aqq.port", ""},
+        GuessCase{"two_letters_in_a_long_name", "sevrer.port", "server.port", "server."},
+        GuessCase{"short_names_are_all_alike", "b.port", "", "a."},
+        GuessCase{"unknown_without_the_prefix", "timeout", ""}, GuessCase{"unknown_with_a_dash", "app-timeout", ""},
+        GuessCase{"nothing_after_the_prefix", "ap.", ""}, GuessCase{"empty", "", ""}),
     test::by_name);
 
 struct NearestCase {
     char const *name;
-    std::string written;
-    std::string meant;       ///< empty for none
+    std::string key;
+    std::string suggestion;  ///< empty for none
     std::string prefix = {}; // NOLINT(readability-redundant-member-init): rows leave it out
 };
 
-class Nearest : public test::TableTest<NearestCase> {};
+class NearestKey : public test::TableTest<NearestCase> {};
 
-TEST_P(Nearest, is_the_key_that_was_meant)
+TEST_P(NearestKey, suggests_a_similar_key)
 {
     QStringList const known{q("app.db.path"), q("host"), q("port"), q("timeout"), q("xy")};
-    auto const meant = nearest_key(q(GetParam().written), q(GetParam().prefix), known);
-    EXPECT_EQ(meant.value_or(QString()).toStdString(), GetParam().meant);
-    EXPECT_EQ(meant.has_value(), !GetParam().meant.empty());
+    auto const suggestion = nearest_key(q(GetParam().key), q(GetParam().prefix), known);
+    EXPECT_EQ(suggestion.value_or(QString()).toStdString(), GetParam().suggestion);
+    EXPECT_EQ(suggestion.has_value(), !GetParam().suggestion.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Keys, Nearest,
+    Keys, NearestKey,
     testing::Values(NearestCase{"letters_swapped", "prot", "port"}, NearestCase{"other_case", "Port", "port"},
                     NearestCase{"letter_missing", "timout", "timeout"}, NearestCase{"letter_too_many", "hosst", "host"},
                     NearestCase{"three_letters", "prt", "port"}, NearestCase{"two_letters_are_all_alike", "xz", ""},

@@ -1,5 +1,5 @@
-#include "config/warnings.h"
 #include "config/origins.h"
+#include "config/warnings.h"
 
 #include "support/allocations.h"
 #include "support/config_files.h"
@@ -17,7 +17,7 @@ namespace {
 
 using namespace tarnwick::program;
 
-/// The root of a chain of files, each of which includes the next.
+/// Writes a chain of files, each of which includes the next. Returns the root.
 std::string write_chain(ConfigFolder const &folder, int includes)
 {
     for (int i = 0; i <= includes; ++i) {
@@ -27,30 +27,30 @@ std::string write_chain(ConfigFolder const &folder, int includes)
     return folder.path("0.conf");
 }
 
-/// The allocations of a load that are the observer's own.
-template <class Trail>
+/// Returns the allocations of a load that the observer adds.
+template <class Tracker>
 std::size_t allocations_in(std::string const &file)
 {
     auto const plain = allocations_of([&] { (void)ConfigFile::load(q(file), QString(u"app")); });
-    Trail tracker;
+    Tracker tracker;
     return allocations_of([&] { (void)ConfigFile::load(q(file), QString(u"app"), &tracker); }) - plain;
 }
 
-template <class Trail>
-class ConfigTrailOf : public testing::Test {};
-using Trails = testing::Types<LineTracker, ConfigWarnings>;
-TYPED_TEST_SUITE(ConfigTrailOf, Trails);
+template <class Tracker>
+class LineTrackers : public testing::Test {};
+using Trackers = testing::Types<LineTracker, ConfigWarnings>;
+TYPED_TEST_SUITE(LineTrackers, Trackers);
 
-TYPED_TEST(ConfigTrailOf, costs_no_more_a_file_in_a_deeper_chain)
+TYPED_TEST(LineTrackers, cost_per_file_does_not_depend_on_depth)
 {
     ConfigFolder const folder;
-    (void)allocations_in<TypeParam>(write_chain(folder, 1)); // what is allocated once in a process
+    (void)allocations_in<TypeParam>(write_chain(folder, 1)); // makes the allocations that happen once per process
     auto const shallow = allocations_in<TypeParam>(write_chain(folder, 50));
     auto const deep = allocations_in<TypeParam>(write_chain(folder, 400));
     EXPECT_LT(deep, 10 * shallow);
 }
 
-TEST(ConfigTrailLine, is_that_of_the_include_again_after_its_file)
+TEST(CurrentLine, is_the_include_after_its_file_ends)
 {
     ConfigFolder const folder;
     folder.write("0.conf", "include = 1.conf\n");
@@ -61,7 +61,7 @@ TEST(ConfigTrailLine, is_that_of_the_include_again_after_its_file)
     EXPECT_FALSE(tracker.reference());
 }
 
-TEST(ConfigPlace, lists_the_includes_that_led_to_a_line_from_the_root_on)
+TEST(ConfigPlace, lists_includes_from_the_root)
 {
     ConfigFolder const folder;
     auto const file = write_chain(folder, 3);
@@ -80,7 +80,7 @@ TEST(ConfigPlace, lists_the_includes_that_led_to_a_line_from_the_root_on)
     EXPECT_EQ(includes, (Texts{file + ":1", folder.path("1.conf") + ":1", folder.path("2.conf") + ":1"}));
 }
 
-TEST(ConfigPlace, outlives_the_file_that_it_is_in)
+TEST(ConfigPlace, is_valid_after_its_file_is_closed)
 {
     ConfigFolder const folder;
     auto const file = write_chain(folder, 2);

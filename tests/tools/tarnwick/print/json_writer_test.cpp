@@ -34,7 +34,7 @@ namespace {
 
 using namespace std::string_literals;
 
-/// What a value becomes, as the member of an object.
+/// Returns the JSON of a value that is a member of an object.
 template <class Write>
 std::string member(Write &&write)
 {
@@ -50,7 +50,7 @@ std::string member(Write &&write)
     return std::string(line.substr(5, line.size() - 6));
 }
 
-/// The string that a value in JSON stands for.
+/// Parses a JSON string.
 QString parsed(std::string const &json)
 {
     return QJsonDocument::fromJson(QByteArray::fromStdString('[' + json + ']')).array().first().toString();
@@ -83,15 +83,15 @@ TEST(JsonWriter, writes_integers_with_all_digits)
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::max()), "9223372036854775807");
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
-    EXPECT_EQ(integer(std::uint64_t{9007199254740993}), "9007199254740993"); // no double is that number
+    EXPECT_EQ(integer(std::uint64_t{9007199254740993}), "9007199254740993"); // not representable as a double
 }
 
-TEST(JsonWriter, writes_what_is_absent_as_null)
+TEST(JsonWriter, writes_absent_values_as_null)
 {
     EXPECT_EQ(member([](JsonWriter &writer) { writer.absent(); }), "null");
 }
 
-TEST(JsonWriter, tells_a_null_text_from_an_empty_one)
+TEST(JsonWriter, distinguishes_null_and_empty_texts)
 {
     EXPECT_EQ(text(QString()), "null");
     EXPECT_EQ(text(QStringLiteral("")), R"("")");
@@ -118,8 +118,8 @@ TEST(JsonWriter, writes_texts_without_loss)
         EXPECT_EQ(text(QString::fromUtf8(utf8)), json);
 }
 
-// Bytes are looked at in words, texts in pieces: escapes and halves of a character can be at any place of them.
-TEST(JsonWriter, escapes_at_any_place_of_a_string)
+// The writer reads bytes in words and texts in pieces. Escapes and halves of characters can be anywhere in them.
+TEST(JsonWriter, escapes_at_any_position)
 {
     for (std::size_t size = 1; size < 20; ++size) {
         for (std::size_t place = 0; place < size; ++place) {
@@ -180,7 +180,7 @@ TEST(JsonWriter, writes_a_long_line_to_its_output_in_pieces)
     EXPECT_EQ(file.content(), whole.line());
 }
 
-TEST(JsonWriter, writes_bytes_as_a_string_where_they_are_utf8_and_as_base64_else_where)
+TEST(JsonWriter, writes_utf8_as_a_string_and_other_bytes_as_base64)
 {
     EXPECT_EQ(bytes(""), R"("")");
     EXPECT_EQ(bytes("a\0b"s), R"("a\u0000b")");
@@ -192,7 +192,7 @@ TEST(JsonWriter, writes_bytes_as_a_string_where_they_are_utf8_and_as_base64_else
     EXPECT_EQ(bytes("\xed\xa0\x80"), R"({"base64":"7aCA"})"); // half of a pair of code units
 }
 
-TEST(JsonWriter, writes_a_block_of_bytes_as_its_digits_and_a_chunk_as_bytes)
+TEST(JsonWriter, writes_blocks_as_digits_and_chunks_as_bytes)
 {
     auto const walked = [](auto const &value) {
         return member([&](JsonWriter &writer) { data::walk(writer, value); });
@@ -285,7 +285,7 @@ TEST(JsonWriter, writes_an_alternative_under_the_name_of_its_class)
               R"({"SourceLocation":{"file":"a","line":1,"line_extra":2}})");
 }
 
-TEST(JsonWriter, begins_anew_when_cleared)
+TEST(JsonWriter, clear_starts_a_new_line)
 {
     JsonWriter writer;
     for (int i = 0; i < 2; ++i) {

@@ -15,7 +15,7 @@ namespace {
 using testing::StrEq;
 using testing::ThrowsMessage;
 
-/// Reads what is in a pipe at the moment.
+/// Reads the bytes in a pipe without waiting. Returns their number.
 std::size_t drain(int descriptor)
 {
     char buffer[64 * 1024];
@@ -23,7 +23,7 @@ std::size_t drain(int descriptor)
     return count < 0 ? 0 : static_cast<std::size_t>(count);
 }
 
-TEST(Output, holds_back_until_it_is_flushed)
+TEST(Output, buffers_until_flushed)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -36,7 +36,7 @@ TEST(Output, holds_back_until_it_is_flushed)
     EXPECT_EQ(file.content(), "one two");
 }
 
-TEST(Output, writes_large_output_in_the_meantime)
+TEST(Output, writes_when_the_buffer_is_full)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -47,7 +47,7 @@ TEST(Output, writes_large_output_in_the_meantime)
     EXPECT_EQ(file.content(), std::string(1'000'000, 'x'));
 }
 
-TEST(Output, says_why_it_cannot_be_written)
+TEST(Output, reports_why_it_cannot_write)
 {
     test::Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     Output output(full);
@@ -56,20 +56,20 @@ TEST(Output, says_why_it_cannot_be_written)
                 ThrowsMessage<WriteError>(StrEq("cannot write the output: No space left on device")));
 }
 
-TEST(Output, reports_a_reader_that_is_gone_apart_from_errors)
+TEST(Output, reports_a_closed_pipe_separately)
 {
     std::signal(SIGPIPE, SIG_IGN);
     test::Pipe pipe;
     pipe.reader.reset();
     Output output(pipe.writer);
     output.write("x");
-    EXPECT_THROW(output.flush(), ReaderGone);
+    EXPECT_THROW(output.flush(), BrokenPipe);
 }
 
 TEST(Output, loses_nothing_when_signals_interrupt_its_wait)
 {
     test::Pipe pipe;
-    std::size_t const size = 100'000; // more than the pipe holds
+    std::size_t const size = 100'000; // more than the capacity of the pipe
     std::size_t drained = 0;
     Output output(pipe.writer);
     {

@@ -20,7 +20,7 @@ std::string written(std::string const &textproto)
     return writer.text();
 }
 
-TEST(ReadableFunctions, go_by_their_first_time_with_a_bar_each)
+TEST(ReadableFunctions, are_sorted_by_first_time_with_bars)
 {
     EXPECT_EQ(written(R"pb(
                   functions { name: "fast" count: 3 time_first { nanos: 2000 } time_second { nanos: 1 } }
@@ -49,7 +49,7 @@ TEST(ReadableFunctions, go_by_their_first_time_with_a_bar_each)
          2.000 µs                           0.001 µs           3  "fast")");
 }
 
-TEST(ReadableFunctions, with_equal_times_stay_in_order)
+TEST(ReadableFunctions, with_equal_times_keep_their_order)
 {
     auto const text =
         written("functions { name: 'b' } functions { name: 'a' } functions { name: 'c' time_first { nanos: 1 } }");
@@ -66,7 +66,7 @@ TEST(ReadableFunctions, without_a_time_above_0_have_no_bars)
     EXPECT_LT(text.find("0 s, -1 ns"), text.find("-5 s, 0 ns"));
 }
 
-TEST(ReadableFunctions, without_lines_are_an_empty_list)
+TEST(ReadableFunctions, without_rows_are_an_empty_list)
 {
     EXPECT_EQ(written(""), R"(
   request_id       7

@@ -30,7 +30,7 @@ std::string written_queries(std::string const &textproto)
         test::from_text<rpc::glimmet::v1::NotifyRequest>("request_id { id: 7 } sql_queries { " + textproto + " }")));
 }
 
-TEST(ReadableSql, is_written_as_tables)
+TEST(ReadableSql, writes_tables)
 {
     EXPECT_EQ(written_queries(R"pb(
                   connections { id: 10 kind: KIND_2 name: "mysql:host=db" }
@@ -70,7 +70,7 @@ TEST(ReadableSql, is_written_as_tables)
        0.000 µs           -            -     0            0       0            0             -  -                          "BEGIN", error "no")");
 }
 
-TEST(ReadableSql, without_anything_is_empty_lists)
+TEST(ReadableSql, writes_empty_lists)
 {
     EXPECT_EQ(written_queries(""), R"(
   request_id       7
@@ -79,14 +79,14 @@ TEST(ReadableSql, without_anything_is_empty_lists)
   queries          [])");
 }
 
-TEST(ReadableSql, names_the_first_call_where_none_stands_in_a_file)
+TEST(ReadableSql, uses_the_first_call_if_none_has_a_file)
 {
     EXPECT_THAT(written_queries("queries { stack_trace { frames { function { name: 'f' } } frames { } } }"),
                 EndsWith("  \"f\"        \"\""));
     EXPECT_THAT(written_queries("queries { stack_trace { } }"), EndsWith("  -          \"\""));
 }
 
-TEST(ReadableSql, counts_statements_that_are_repeated)
+TEST(ReadableSql, counts_repeated_statements)
 {
     EXPECT_THAT(
         written_queries("queries { text: 'c' } queries { text: 'b' } queries { text: 'a' } queries { text: 'b' }"
@@ -99,13 +99,13 @@ TEST(ReadableSql, counts_statements_that_are_repeated)
         2  "a")"));
 }
 
-TEST(ReadableSql, says_nothing_of_repetitions_where_there_are_none)
+TEST(ReadableSql, has_no_count_table_without_repetitions)
 {
     EXPECT_THAT(written_queries("queries { text: 'a' } queries { text: 'A' } queries { text: 'a ' }"),
                 Not(HasSubstr("repeated")));
 }
 
-TEST(ReadableSql, of_the_protobuf_dialect_has_tables_of_their_own)
+TEST(ReadableSql, writes_separate_tables_of_the_protobuf_dialect)
 {
     EXPECT_EQ(written(data::glimmet::SqlConnections(
                   test::from_text<pelorin::protobuf::Glimmet::SqlConnections>("connections { id: 1 name: 'c' }"))),

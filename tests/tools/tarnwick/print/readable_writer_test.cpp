@@ -22,7 +22,7 @@ namespace {
 using data::Sense;
 using namespace std::string_literals;
 
-/// A record's field that is written by `write`, without the indent and the name.
+/// Returns a field that `write` writes, without indent and name.
 template <class Write>
 std::string value(Sense sense, Write &&write)
 {
@@ -45,14 +45,14 @@ std::string text(QString const &string)
     return value(Sense::plain, [&](ReadableWriter &writer) { writer.text(string); });
 }
 
-TEST(ReadableWriter, writes_points_in_time_as_dates_where_there_is_one)
+TEST(ReadableWriter, writes_points_in_time_as_dates)
 {
     struct Case {
         data::TimePair time;
         std::string text;
     };
     Case const cases[] = {
-        {{0, 0}, "-"}, // no report has a time
+        {{0, 0}, "-"}, // the report has no time
         {{0, 1}, "1970-01-01 00:00:00.000000001 UTC"},
         {{1, 0}, "1970-01-01 00:00:01.000000000 UTC"},
         {{1'700'000'000, 5'000'000}, "2023-11-14 22:13:20.005000000 UTC"},
@@ -69,7 +69,7 @@ TEST(ReadableWriter, writes_points_in_time_as_dates_where_there_is_one)
         EXPECT_EQ(time(Sense::instant, pair), expected);
 }
 
-TEST(ReadableWriter, writes_lengths_of_time_in_a_fitting_unit_with_all_digits)
+TEST(ReadableWriter, writes_lengths_of_time_with_unit_and_all_digits)
 {
     struct Case {
         data::TimePair time;
@@ -102,7 +102,7 @@ TEST(ReadableWriter, writes_texts_in_quotes_with_escapes)
     EXPECT_EQ(text(QStringLiteral("")), R"("")");
     EXPECT_EQ(text(QStringLiteral("-")), R"("-")");
     EXPECT_EQ(text(QStringLiteral("Grüße \"x\"\n")), R"("Grüße \"x\"\n")");
-    EXPECT_EQ(text(QStringLiteral("\x1b[31m")), R"("\x1b[31m")"); // no report colours a terminal
+    EXPECT_EQ(text(QStringLiteral("\x1b[31m")), R"("\x1b[31m")"); // reports cannot control the terminal
     EXPECT_EQ(text(QString::fromUtf8("a\0b"s)), R"("a\x00b")");
 }
 
@@ -115,7 +115,7 @@ TEST(ReadableWriter, writes_integers_with_all_digits)
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
 }
 
-TEST(ReadableWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_of_a_chunk)
+TEST(ReadableWriter, writes_blocks_as_digits_and_cuts_chunks)
 {
     auto const walked = [](auto const &block) {
         return value(Sense::plain, [&](ReadableWriter &writer) { data::walk(writer, block); });
@@ -127,7 +127,7 @@ TEST(ReadableWriter, writes_a_block_of_bytes_as_its_digits_and_the_first_bytes_o
     EXPECT_EQ(walked(std::string_view(std::string(1000, 'x'))), '"' + std::string(240, 'x') + "\" and 760 bytes more");
 }
 
-TEST(ReadableWriter, indents_what_a_record_holds)
+TEST(ReadableWriter, indents_fields_of_nested_records)
 {
     ReadableWriter writer(false);
     writer.field("location", Sense::plain);
@@ -142,7 +142,7 @@ TEST(ReadableWriter, indents_what_a_record_holds)
   no_location      -)");
 }
 
-TEST(ReadableWriter, names_the_alternative_that_a_variant_holds)
+TEST(ReadableWriter, writes_the_name_of_an_alternative)
 {
     using Variant = std::variant<std::monostate, data::php::SourceLocation>;
     ReadableWriter writer(false);
@@ -167,7 +167,7 @@ TEST(ReadableWriter, writes_the_meaning_after_a_classification)
     EXPECT_EQ(writer.text(), "\n  kind             4 (PHP error)");
 }
 
-TEST(ReadableWriter, keeps_a_long_name_apart_from_its_value)
+TEST(ReadableWriter, separates_a_long_name_from_its_value)
 {
     ReadableWriter writer(false);
     writer.field("a_name_of_twenty_five_sig", Sense::plain);
@@ -175,7 +175,7 @@ TEST(ReadableWriter, keeps_a_long_name_apart_from_its_value)
     EXPECT_EQ(writer.text(), "\n  a_name_of_twenty_five_sig -");
 }
 
-TEST(ReadableWriter, colours_the_headline_only_when_asked)
+TEST(ReadableWriter, colours_the_headline_only_with_the_option)
 {
     ReadableWriter plain(false);
     plain.headline("php.RShutdown", "frame 1");
@@ -185,7 +185,7 @@ TEST(ReadableWriter, colours_the_headline_only_when_asked)
     EXPECT_EQ(coloured.text(), "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2mframe 1\x1b[0m");
 }
 
-TEST(ReadableWriter, writes_php_values_as_a_person_would_write_them)
+TEST(ReadableWriter, writes_php_values_as_text)
 {
     ReadableWriter writer(false);
     writer.field("args", Sense::plain);
@@ -221,12 +221,12 @@ TEST(ReadableWriter, writes_php_values_as_a_person_would_write_them)
       value            undefined)");
 }
 
-TEST(ReadableWriter, cuts_long_texts_between_characters_and_says_how_much_is_left_out)
+TEST(ReadableWriter, cuts_long_texts_between_characters_with_a_count)
 {
     EXPECT_EQ(text(QString(240, u'x')), '"' + std::string(240, 'x') + '"');
     EXPECT_EQ(text(QString(241, u'x')), '"' + std::string(240, 'x') + "\" and 1 bytes more");
     EXPECT_EQ(text(QString(239, u'x') + u'é' + u'y'), '"' + std::string(239, 'x') + "\" and 3 bytes more");
-    // More than is converted to UTF-8: characters of two, three and four bytes, one of them where the conversion ends.
+    // Longer than the part that is converted to UTF-8, with characters of two, three and four bytes at its end.
     auto const rest = QString(1000, u'é') + QString(1000, u'€') + QStringLiteral("\U0001F418").repeated(1000);
     EXPECT_EQ(text(QString(241, u'x') + QStringLiteral("\U0001F418") + rest),
               '"' + std::string(240, 'x') + "\" and 9005 bytes more");

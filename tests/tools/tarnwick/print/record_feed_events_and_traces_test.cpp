@@ -58,7 +58,7 @@ Frame ct_header(std::string const &textproto)
     return with<pelorin::protobuf::CT::Header>(&Frame::set_ct_header<std::string const &>, textproto);
 }
 
-/// A frame of whose fields every one is set, though none reads all.
+/// Returns a frame with all fields set. Each kind of chunk uses only some of them.
 Frame chunk(void (Frame::*set)(std::string const &), std::string const &bytes, bool more, std::int64_t skip)
 {
     Frame frame;
@@ -161,7 +161,7 @@ Row const rows[] = {
 
 class EventOrTrace : public test::TableTest<Row> {};
 
-TEST_P(EventOrTrace, feeds_one_record_whether_all_are_asked_for_or_not)
+TEST_P(EventOrTrace, prints_one_record_with_and_without_all_records)
 {
     auto const line = R"({"record":")" + GetParam().record + R"(","frame":0,"offset":0,"dialect":")" +
                       GetParam().dialect + "\"," + GetParam().fields + "}\n";
@@ -174,7 +174,7 @@ TEST_P(EventOrTrace, feeds_one_record_whether_all_are_asked_for_or_not)
 
 INSTANTIATE_TEST_SUITE_P(Frames, EventOrTrace, test::rows(rows), test::by_name);
 
-TEST(RecordFeed, feeds_an_event_or_a_header_of_an_unknown_member_as_one_without)
+TEST(RecordFeed, treats_an_unknown_member_as_absent)
 {
     Frame monitor;
     monitor.set_rpc_monitor(test::field_head(11, 0));
@@ -184,7 +184,7 @@ TEST(RecordFeed, feeds_an_event_or_a_header_of_an_unknown_member_as_one_without)
     EXPECT_THAT(test::feed(codetrace).records, testing::HasSubstr(R"("trace_kind":3,"dump_header":"43540100)"));
 }
 
-TEST(RecordFeed, feeds_chunk_after_chunk)
+TEST(RecordFeed, prints_consecutive_chunks)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -204,7 +204,7 @@ TEST(RecordFeed, feeds_chunk_after_chunk)
     EXPECT_TRUE(file.content() == expected);
 }
 
-TEST(RecordFeed, prints_the_meaning_of_an_events_kind_for_people)
+TEST(RecordFeed, prints_the_meaning_of_an_event_kind_in_text)
 {
     using Kind = data::monitor::detail::Event::Kind;
     struct Case {
@@ -233,7 +233,7 @@ TEST(RecordFeed, prints_the_meaning_of_an_events_kind_for_people)
     }
 }
 
-TEST(RecordFeed, prints_events_and_traces_for_people)
+TEST(RecordFeed, prints_events_and_traces_as_text)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());

@@ -22,7 +22,7 @@ namespace {
 
 using test::feed;
 
-/// What stands in a record's JSON behind its dialect.
+/// Returns the JSON of a record after its dialect.
 std::string json(std::string const &record, std::string const &dialect, std::string const &fields)
 {
     return R"({"record":"glimmet.)" + record + R"(","frame":0,"offset":0,"dialect":")" + dialect + "\"," + fields +
@@ -36,7 +36,7 @@ test::Frame rpc_glimmet_frame_of(std::string const &textproto)
     return frame;
 }
 
-TEST(RecordFeed, builds_the_record_of_a_glimmet_reports_case_and_all_of_them_when_asked)
+TEST(RecordFeed, prints_the_record_of_a_glimmet_case_or_all)
 {
     std::string const no_functions = json("Functions", "rpc", R"("request_id":7,"functions":[])");
     std::string const no_storage = json("Storage", "rpc", R"("request_id":7,"name":null,"entries":[])");
@@ -97,7 +97,7 @@ TEST(RecordFeed, builds_the_record_of_a_glimmet_reports_case_and_all_of_them_whe
     }
 }
 
-TEST(RecordFeed, takes_a_glimmet_report_of_an_unknown_case_for_one_without_a_case)
+TEST(RecordFeed, treats_an_unknown_glimmet_case_as_none)
 {
     test::Frame frame;
     frame.set_rpc_glimmet(test::field_head(6, 0));
@@ -124,7 +124,7 @@ TEST(RecordFeed, builds_a_record_of_each_glimmet_report_of_the_protobuf_dialect)
               json("Storage", "protobuf", R"("request_id":7,"name":"","entries":[{"name":"","values":[]}])"));
 }
 
-/// Frames of one capture, result one behind the other.
+/// Prints the frames of one capture, in order.
 class SqlFeed {
 public:
     explicit SqlFeed(bool json = true)
@@ -184,7 +184,7 @@ std::string queries_of(std::string const &request_id, std::string const &connect
                     R"(,"stack_trace":null}])");
 }
 
-TEST(RecordFeed, links_the_queries_of_the_protobuf_dialect_to_the_latest_tables_of_their_request)
+TEST(RecordFeed, links_protobuf_queries_to_the_latest_tables_of_their_request)
 {
     SqlFeed feed;
     feed.query(7);
@@ -213,7 +213,7 @@ TEST(RecordFeed, links_the_queries_of_the_protobuf_dialect_to_the_latest_tables_
                   queries_of("8", other_connections, ""));
 }
 
-TEST(RecordFeed, names_the_request_of_tables_for_people)
+TEST(RecordFeed, prints_the_request_id_of_tables_in_text)
 {
     SqlFeed feed(false);
     feed.connections(7, "connections { id: 1 }");
@@ -231,7 +231,7 @@ glimmet.SqlTransactions  frame 0 at byte 0, protobuf
 )");
 }
 
-TEST(RecordFeed, does_not_link_what_one_rpc_report_holds_to_another)
+TEST(RecordFeed, does_not_link_different_rpc_reports)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());

@@ -34,7 +34,7 @@ std::string line(std::string const &dialect, std::string const &fields)
     return R"({"record":"php.RShutdown","frame":0,"offset":0,"dialect":")" + dialect + "\"," + fields + "}\n";
 }
 
-/// The records that were printed, by name, dialect and view.
+/// Returns the name, dialect and view of each printed record.
 std::vector<std::string> names(std::string const &records)
 {
     std::vector<std::string> found;
@@ -62,7 +62,7 @@ Names const end_records{"php.RShutdown rpc", "php.ResponseHeaders rpc", "php.Sup
                         "php.ResponseBody rpc"};
 Names const error_records{"php.ErrorData rpc"};
 
-TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_asked)
+TEST(RecordFeed, prints_the_records_of_a_php_case_or_all)
 {
     struct Case {
         std::string report;
@@ -87,7 +87,7 @@ TEST(RecordFeed, builds_the_records_of_a_php_reports_case_and_all_of_them_when_a
     }
 }
 
-/// The line of a record without a frame, of request 7.
+/// Returns the line of a record of request 7 without its frame.
 std::string of_request_7(std::string const &record, std::string const &view, std::string const &fields)
 {
     return R"({"record":"php.)" + record + R"(","frame":0,"offset":0,"dialect":"rpc",)" +
@@ -109,7 +109,7 @@ TEST(RecordFeed, builds_both_views_of_superglobals_from_their_own_reports)
     EXPECT_THAT(end, testing::HasSubstr(of_request_7("Superglobals", "change", values)));
 }
 
-TEST(RecordFeed, prints_the_details_of_an_error_by_what_it_is)
+TEST(RecordFeed, prints_the_details_of_errors_and_exceptions)
 {
     auto const result = [&](std::string const &report) {
         return feed(test::rpc_php_frame_of("request_id { id: 7 } " + report), true).records;
@@ -117,7 +117,7 @@ TEST(RecordFeed, prints_the_details_of_an_error_by_what_it_is)
     std::string const no_time = R"("timestamp":{"seconds":0,"nanos":0},)";
     std::string const no_place = R"("location":null,"stack_trace":null)";
     EXPECT_THAT(result("rinit { }"), testing::EndsWith(of_request_7(
-                                      "ErrorData", "", no_time + R"("message":null,"details":null,)" + no_place)));
+                                         "ErrorData", "", no_time + R"("message":null,"details":null,)" + no_place)));
     EXPECT_THAT(result("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } category: CATEGORY_2 } }"),
                 testing::EndsWith(of_request_7(
                     "ErrorData", "",
@@ -132,7 +132,7 @@ TEST(RecordFeed, prints_the_details_of_an_error_by_what_it_is)
                 no_place)));
 }
 
-TEST(RecordFeed, builds_the_record_of_a_requests_end_of_the_message)
+TEST(RecordFeed, builds_a_request_end_from_its_message)
 {
     auto const frame = test::rpc_php_frame_of(R"(
         request_id { id: 7 }
@@ -148,7 +148,7 @@ TEST(RecordFeed, builds_the_record_of_a_requests_end_of_the_message)
                                                             R"("memory_0":5,"memory_1":6,"memory_2":-7)")));
 }
 
-TEST(RecordFeed, takes_a_php_report_of_an_unknown_case_for_one_without_a_case)
+TEST(RecordFeed, treats_an_unknown_php_case_as_none)
 {
     auto const frame = test::rpc_php_frame(test::field_head(6, 0));
     EXPECT_EQ(feed(frame).records, "");
@@ -248,13 +248,13 @@ TEST(RecordFeed, does_not_take_the_request_id_of_the_rpc_dialect_from_the_frame)
     EXPECT_NE(feed(frame).records.find(R"("request_id":7,)"), std::string::npos);
 }
 
-TEST(RecordFeed, says_that_a_report_is_not_the_message_that_it_claims_to_be)
+TEST(RecordFeed, reports_a_report_that_does_not_parse)
 {
     std::string const cases[] = {
-        "\xff",                                                               // a tag without an end
-        "\x0c",                                                               // the end of a group that never began
-        test::field_head(test::PhpReport::kRshutdownFieldNumber, 5),          // a message that lacks its bytes
-        test::field_head(test::PhpReport::kRshutdownFieldNumber, 1) + '\xff', // a message that is none
+        "\xff",                                                               // a truncated tag
+        "\x0c",                                                               // the end of a group without a start
+        test::field_head(test::PhpReport::kRshutdownFieldNumber, 5),          // a message without its bytes
+        test::field_head(test::PhpReport::kRshutdownFieldNumber, 1) + '\xff', // a message that does not parse
         test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth)) + "\xff",
     };
     for (auto const &report : cases) {
@@ -275,7 +275,7 @@ TEST(RecordFeed, reads_a_report_as_deep_as_php_sends_them)
     EXPECT_NE(result.records, "");
 }
 
-TEST(RecordFeed, finds_depth_beside_other_fields)
+TEST(RecordFeed, finds_deep_nesting_among_other_fields)
 {
     auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
     auto const shallow = test::nested_report(20);
@@ -283,7 +283,7 @@ TEST(RecordFeed, finds_depth_beside_other_fields)
               "the tarnwick.rpc.php.v1.NotifyRequest nests messages more than 1000 deep");
 }
 
-TEST(RecordFeed, begins_anew_with_each_frame)
+TEST(RecordFeed, keeps_no_state_between_frames)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -298,11 +298,11 @@ TEST(RecordFeed, begins_anew_with_each_frame)
     EXPECT_TRUE(file.content().ends_with("\n" + program::feed(last).records)) << file.content();
 }
 
-TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
+TEST(RecordFeed, reports_every_kind_that_does_not_parse)
 {
     auto const &oneof = *test::Frame::descriptor()->FindOneofByName("report");
     std::string const opaque[] = {"rpc_data", "rpc_add_data", "ct_data", "ct_add_data"};
-    int said = 0;
+    int faults = 0;
     for (int i = 0; i < oneof.field_count(); ++i) {
         auto const &field = *oneof.field(i);
         SCOPED_TRACE(field.name());
@@ -312,12 +312,12 @@ TEST(RecordFeed, says_of_every_kind_of_report_when_it_is_none)
             EXPECT_EQ(feed(frame).fault, std::nullopt);
         } else {
             EXPECT_THAT(feed(frame).fault, testing::Optional(testing::StartsWith("the report is not a valid ")));
-            ++said;
+            ++faults;
         }
         frame.GetReflection()->SetString(&frame, &field, "");
         EXPECT_EQ(feed(frame).fault, std::nullopt);
     }
-    EXPECT_EQ(said, 20);
+    EXPECT_EQ(faults, 20);
 }
 
 } // namespace

@@ -58,7 +58,7 @@ TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
               "\n");
 }
 
-TEST(RecordPrinter, names_the_file_behind_the_record)
+TEST(RecordPrinter, writes_the_file_after_the_record)
 {
     RecordPrinter::Style const style{.json = true, .name_files = true};
     EXPECT_TRUE(printed(style, {"dir/a \"b\".tnw", 1, 0}, from_protobuf, "protobuf")
@@ -67,7 +67,7 @@ TEST(RecordPrinter, names_the_file_behind_the_record)
                     .starts_with(R"({"record":"php.RShutdown","file":{"base64":"/y50bnc="},"frame":1,)"));
 }
 
-TEST(RecordPrinter, names_the_view_behind_the_dialect)
+TEST(RecordPrinter, writes_the_view_after_the_dialect)
 {
     for (bool const json : {true, false}) {
         test::MemoryFile const file;
@@ -84,7 +84,7 @@ TEST(RecordPrinter, names_the_view_behind_the_dialect)
     }
 }
 
-TEST(RecordPrinter, writes_text_for_people)
+TEST(RecordPrinter, writes_text)
 {
     EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf
   request_id       7
@@ -102,7 +102,7 @@ TEST(RecordPrinter, writes_text_for_people)
         printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
 }
 
-TEST(RecordPrinter, cuts_lines_of_text_and_ends_their_colours)
+TEST(RecordPrinter, cuts_lines_and_ends_colours)
 {
     EXPECT_EQ(printed({.color = true, .width = 16}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"),
               "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2m…\x1b[0m\n"
@@ -115,7 +115,7 @@ TEST(RecordPrinter, cuts_lines_of_text_and_ends_their_colours)
               "  memory_2     …\n\n");
 }
 
-TEST(RecordPrinter, has_tables_for_people_and_the_messages_order_in_json)
+TEST(RecordPrinter, has_tables_in_text_and_message_order_in_json)
 {
     data::glimmet::detail::Functions const functions(
         test::from_text<pelorin::protobuf::Glimmet::Functions>(
@@ -133,7 +133,7 @@ TEST(RecordPrinter, has_tables_for_people_and_the_messages_order_in_json)
     EXPECT_LT(line.find("fast"), line.find("slow"));
 }
 
-TEST(RecordPrinter, prints_one_record_behind_the_other)
+TEST(RecordPrinter, prints_consecutive_records)
 {
     for (bool const json : {true, false}) {
         test::MemoryFile const file;

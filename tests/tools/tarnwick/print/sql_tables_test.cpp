@@ -28,7 +28,7 @@ public:
     SqlTables tables;
 };
 
-TEST_F(SqlTablesTest, of_a_request_that_is_not_known_are_empty)
+TEST_F(SqlTablesTest, are_empty_for_an_unknown_request)
 {
     auto const &[connections, transactions] = tables.of(RequestId(7));
     EXPECT_TRUE(connections.isEmpty());
@@ -44,7 +44,7 @@ TEST_F(SqlTablesTest, belong_to_their_request)
     EXPECT_FALSE(has_connection(1));
 }
 
-TEST_F(SqlTablesTest, of_a_request_are_kept_apart_from_each_other)
+TEST_F(SqlTablesTest, of_one_request_are_independent)
 {
     give_connection(7);
     tables.of(RequestId(7)).transactions =
@@ -60,13 +60,13 @@ TEST_F(SqlTablesTest, are_kept_for_4096_requests)
     for (std::uint64_t id = 0; id < 4096; ++id)
         ASSERT_TRUE(has_connection(id));
     give_connection(4096);
-    EXPECT_FALSE(has_connection(0)); // which pushes out 1
+    EXPECT_FALSE(has_connection(0)); // replaces 1
     EXPECT_FALSE(has_connection(1));
     for (std::uint64_t id = 3; id <= 4096; ++id)
         ASSERT_TRUE(has_connection(id));
 }
 
-TEST_F(SqlTablesTest, of_a_request_that_is_heard_of_again_stay)
+TEST_F(SqlTablesTest, are_kept_for_a_request_that_is_used_again)
 {
     for (std::uint64_t id = 0; id < 4096; ++id)
         give_connection(id);

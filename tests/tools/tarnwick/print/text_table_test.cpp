@@ -8,7 +8,7 @@ namespace {
 using testing::ElementsAre;
 using Align = TextTable::Align;
 
-TEST(TextTable, columns_are_as_wide_as_their_widest_text)
+TEST(TextTable, columns_fit_their_widest_cell)
 {
     TextTable table({{"n"}, {"name", Align::left}, {"count"}});
     table.add({"100", "a", "5"});
@@ -17,7 +17,7 @@ TEST(TextTable, columns_are_as_wide_as_their_widest_text)
                                            "  1  a longer name  12345678"));
 }
 
-TEST(TextTable, no_line_ends_with_blanks)
+TEST(TextTable, lines_have_no_trailing_blanks)
 {
     TextTable table({{"n"}, {"name", Align::left}, {"", Align::left}});
     table.add({"1", "abc", "text"});
@@ -25,7 +25,7 @@ TEST(TextTable, no_line_ends_with_blanks)
     EXPECT_THAT(table.lines(), ElementsAre("n  name", "1  abc   text", "2  a"));
 }
 
-TEST(TextTable, counts_the_columns_of_a_terminal)
+TEST(TextTable, uses_the_width_on_a_terminal)
 {
     TextTable table({{"a", Align::left}, {"b"}});
     table.add({"éé", "1"});
@@ -35,7 +35,7 @@ TEST(TextTable, counts_the_columns_of_a_terminal)
     EXPECT_THAT(table.lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
 }
 
-TEST(TextTable, without_rows_is_its_titles)
+TEST(TextTable, prints_titles_without_rows)
 {
     EXPECT_THAT(TextTable({{"a"}, {"b"}}).lines(), ElementsAre("a  b"));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Captures made by tests.
+// Functions that build captures.
 
 #include "support/textproto.h"
 
@@ -41,7 +41,7 @@ inline std::string delimited(Frame const &frame)
     return delimited(frame.SerializeAsString());
 }
 
-/// The bytes of a message.
+/// Returns the bytes of a message.
 template <class Message>
 std::string wire(std::string const &textproto)
 {
@@ -76,38 +76,38 @@ inline Frame error_frame_of(std::uint64_t request_id, std::string const &textpro
     return frame;
 }
 
-/// A frame, with its length, that prints one record.
+/// Returns a frame with its length, which prints one record.
 inline std::string request_end(std::uint64_t request_id)
 {
     return delimited(rshutdown_frame_of(request_id, "response_status: 200"));
 }
 
-/// A length-delimited field whose content is `size` bytes long.
+/// Returns the start of a length-delimited field with `size` bytes of content.
 inline std::string field_head(int number, std::size_t size)
 {
     return varint(static_cast<std::uint64_t>(number) << 3 | 2) + varint(size);
 }
 
-/// Bytes that any message takes as a field that it does not know.
+/// Returns a field that is unknown in every message.
 inline std::string padding(std::size_t size)
 {
     return field_head(10'000, size) + std::string(size, 'x');
 }
 
-/// The fields on the way from a PHP array, as a value, to a value in it.
+/// The path of fields from a PHP array value to a value in it.
 inline std::vector<int> const fields_into_an_array{rpc::php::v1::ZVal::kArrayValueFieldNumber,
                                                    rpc::php::v1::PelorinArray::kElementsFieldNumber,
                                                    rpc::php::v1::PelorinArrayElement::kValueFieldNumber};
 
-/// A php report of a request's end whose superglobals nest until `depth` messages lie in each other below the report, by a
-/// way from value to value.
+/// Returns a php report of a request end that nests messages `depth` deep in its superglobals. `fields` is the path
+/// from a value to the next.
 inline std::string nested_report(std::size_t depth, std::vector<int> const &fields = fields_into_an_array)
 {
     using namespace rpc::php::v1;
     int const start[] = {PhpReport::kRshutdownFieldNumber, RShutdownPayload::kSuperglobalsFieldNumber,
                          PelorinArray::kElementsFieldNumber, PelorinArrayElement::kValueFieldNumber};
     constexpr auto started = std::size(start);
-    // From the innermost, empty message outwards; back to front, since what is around stands in front.
+    // Built from the innermost, empty message outwards. The bytes are reversed, so that a head can be appended.
     std::string reversed;
     for (auto level = depth; level-- > 0;) {
         auto const field = level < started ? start[level] : fields[(level - started) % fields.size()];

@@ -1,6 +1,6 @@
 #pragma once
 
-// Runs `tarnwick config` on files of a test.
+// Fixture that runs `tarnwick config` on files in a folder.
 
 #include "program.h"
 
@@ -16,7 +16,7 @@ namespace tarnwick::test {
 
 class ConfigProgram : public testing::Test {
 protected:
-    /// Runs in the folder.
+    /// Runs the program in the folder.
     [[nodiscard]] Outcome config(std::vector<std::string> arguments, std::vector<std::string> environment = {}) const
     {
         return config(test::Setup{.arguments = std::move(arguments), .environment = std::move(environment)});

@@ -1,6 +1,6 @@
 #pragma once
 
-// Files for tests, gone when the test is done.
+// Files that are removed when the test ends.
 
 #include <gtest/gtest.h>
 
@@ -19,12 +19,12 @@ inline void write_all(int descriptor, std::string_view bytes)
     while (!bytes.empty()) {
         auto const count = ::write(descriptor, bytes.data(), bytes.size());
         if (count < 0)
-            return; // The reader went away, which the test will notice by what it read.
+            return; // The reader closed its end.
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
 }
 
-/// Closes it at the end of the scope.
+/// Owner of a file descriptor.
 class Descriptor {
 public:
     explicit Descriptor(int descriptor = -1)
@@ -66,7 +66,7 @@ struct Pipe {
     Descriptor writer;
 };
 
-/// A file in memory, whose content can be looked at when others have written it.
+/// File in memory that other code writes.
 class MemoryFile {
 public:
     MemoryFile()

@@ -7,8 +7,8 @@
 
 namespace tarnwick::test {
 
-/// Interrupts this thread's system calls by twenty signals, a millisecond apart; the last one does something that lets the
-/// interrupted call come to its end.
+/// Interrupts the system calls of this thread with twenty signals, one per millisecond. The last signal calls a
+/// function that ends the interrupted call.
 class Interruptions {
 public:
     explicit Interruptions(std::function<void()> last)
@@ -29,7 +29,7 @@ public:
     {
         itimerval const never{};
         ::setitimer(ITIMER_REAL, &never, nullptr);
-        std::signal(SIGALRM, SIG_IGN); // takes away one that is pending, which would end the process
+        std::signal(SIGALRM, SIG_IGN); // drops a pending signal, which would end the process
         ::sigaction(SIGALRM, &before_, nullptr);
     }
     Interruptions(Interruptions const &) = delete;

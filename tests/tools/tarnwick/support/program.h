@@ -27,37 +27,37 @@
 
 namespace tarnwick::test {
 
-/// Where an output of the program goes.
+/// Destination of an output of the program.
 enum class Sink {
     test,     ///< to the test, through a pipe
-    terminal, ///< to the test, through a terminal that changes nothing
-    output,   ///< standard error only: where standard output goes
+    terminal, ///< to the test, through a raw terminal
+    output,   ///< for standard error only: the same as standard output
     full_disk,
     nobody, ///< a pipe that nobody reads
-    closed, ///< nowhere: the descriptor is closed
+    closed, ///< a closed descriptor
 };
 
 struct Setup {
     std::vector<std::string> arguments;
     Sink out = Sink::test;
     Sink err = Sink::test;
-    /// NAME=VALUE, beside the test's own.
+    /// NAME=VALUE, added to the environment of the test.
     std::vector<std::string> environment = {}; // NOLINT(readability-redundant-member-init): designators leave it out
-    bool obeys_permissions = false;            ///< root, too, is refused what file permissions refuse
-    int in = -1;                               ///< instead of a pipe
-    int out_file = -1;                         ///< instead of `out`
+    bool obeys_permissions = false;            ///< file permissions apply even to root
+    int in = -1;                               ///< replaces the pipe of standard input
+    int out_file = -1;                         ///< replaces `out`
     std::string program = TARNWICK_PROGRAM;    // NOLINT(readability-redundant-member-init)
-    rlim_t largest_file = RLIM_INFINITY;       ///< that it may write
-    rlim_t open_files = 0;                     ///< that it may have; 0 is as many as usual
+    rlim_t largest_file = RLIM_INFINITY;       ///< in bytes, limit of a file that it writes
+    rlim_t open_files = 0;                     ///< limit of descriptors; 0 for the default
     std::uint16_t terminal_columns = 0;        ///< of its terminals; 0 is unknown
     rlim_t address_space = RLIM_INFINITY;      ///< in bytes
 };
 
 struct Outcome {
-    int status = -1; ///< -1 when a signal ended it
+    int status = -1; ///< -1 if a signal ended it
     std::string out;
     std::string err;
-    std::int64_t peak_memory = 0; ///< the most that was resident, in KiB
+    std::int64_t peak_memory = 0; ///< resident, in KiB
 };
 
 namespace detail {
@@ -79,7 +79,7 @@ struct Terminal {
     Descriptor slave;
 };
 
-/// Called in the child: capabilities come back on exec unless the bounding set lacks them.
+/// Called in the child. exec() restores capabilities unless they are removed from the bounding set.
 inline bool drop_rights_over_files()
 {
     if (::geteuid() != 0)
@@ -97,7 +97,7 @@ inline std::string read_all(int descriptor)
 {
     std::string all;
     char buffer[16 * 1024];
-    // A terminal that its last writer has closed ends with an error.
+    // At the end of a terminal, read() fails.
     for (ssize_t count = 0; (count = ::read(descriptor, buffer, sizeof buffer)) > 0;)
         all.append(buffer, static_cast<std::size_t>(count));
     return all;
@@ -105,7 +105,7 @@ inline std::string read_all(int descriptor)
 
 } // namespace detail
 
-/// The running program.
+/// Running program.
 class Program {
 public:
     explicit Program(Setup const &setup)
@@ -149,10 +149,10 @@ public:
 
     void write(std::string_view bytes) { write_all(in_, bytes); }
     void close_input() { in_.reset(); }
-    /// Goes away as the reader of its output.
+    /// Closes the pipe of its output.
     void close_output() { out_.reset(); }
 
-    /// The next bytes of its output, at most `limit`; none at the end.
+    /// Returns the next bytes of its output, at most `limit`; none at the end.
     std::string read(std::size_t limit)
     {
         std::string bytes(limit, '\0');
@@ -160,7 +160,7 @@ public:
         bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
         return bytes;
     }
-    /// The next line of its output, with the line feed; what there is at the end of it.
+    /// Returns the next line of its output with the line feed, or the rest at the end.
     std::string read_line()
     {
         std::string line;
@@ -168,7 +168,7 @@ public:
             line.push_back(byte);
         return line;
     }
-    /// Reads its output until that many lines have come.
+    /// Reads `count` lines of its output.
     void skip_lines(std::size_t count)
     {
         char buffer[64 * 1024];
@@ -180,7 +180,7 @@ public:
             count -= lines;
         }
     }
-    /// A figure of the kernel about its memory, in kB.
+    /// Returns a memory figure of /proc, in kB.
     [[nodiscard]] std::int64_t memory(std::string const &figure) const
     {
         std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
@@ -192,7 +192,7 @@ public:
         return 0;
     }
 
-    /// Reads what it still writes, and waits for its end.
+    /// Reads the rest of its output, and waits for its end.
     Outcome finish()
     {
         Outcome outcome;
@@ -204,7 +204,7 @@ public:
     }
 
 private:
-    /// The child's end; the test's end is put into `mine`.
+    /// Opens an output. Returns the end for the child, and puts the end for the test into `mine`.
     static Descriptor open(Setup const &setup, Sink sink, Descriptor &mine)
     {
         switch (sink) {
@@ -236,7 +236,7 @@ private:
         for (char *const *entry = environ; *entry != nullptr; ++entry) {
             std::string_view const text = *entry;
             if (text.starts_with("ASAN_OPTIONS="))
-                // Memory that is kept back to find errors would count as memory in use.
+                // Quarantined memory would count as memory in use.
                 environment.push_back(std::string(text) + ":quarantine_size_mb=1");
             else if (!text.starts_with("NO_COLOR=") && !text.starts_with("COLUMNS=") && !text.starts_with("TERM="))
                 environment.emplace_back(text);

@@ -1,5 +1,5 @@
-// The program, on a system whose files fail in the way that a variable of the environment says. How many calls met that is
-// the last thing that it says on standard error.
+// The program with faults of the file system, which an environment variable describes. Its last line on standard error
+// is the number of calls that failed.
 
 #include "command_line.h"
 #include "standard_error.h"
