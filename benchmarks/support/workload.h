@@ -3,6 +3,7 @@
 #include "support/floor.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -62,6 +63,39 @@ auto build_tree(Messages const &messages)
 inline std::string numbered(char const *stem, int number)
 {
     return stem + std::to_string(number);
+}
+
+/// A workload whose report is one message of the rpc dialect.
+template <class OneMessage>
+struct RpcReport {
+    static constexpr char const *dialect = "rpc";
+    using Message = OneMessage;
+    using Messages = std::tuple<Message>;
+
+    /// Returns a message that has only a request id.
+    static Message new_message(int request_id)
+    {
+        Message message;
+        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(request_id));
+        return message;
+    }
+};
+
+/// A workload whose report is one message of the protobuf dialect.
+template <class OneMessage>
+struct ProtobufReport {
+    static constexpr char const *dialect = "protobuf";
+    using Message = OneMessage;
+    using Messages = std::tuple<Message>;
+};
+
+/// Returns the object of a report that has only a request id.
+template <class Tree>
+Tree::Object report_object()
+{
+    typename Tree::Object report;
+    Tree::template put<"request_id">(report, Tree::number(7));
+    return report;
 }
 
 } // namespace tarnwick::bench

@@ -56,22 +56,16 @@ struct Functions {
             Tree::template put<"time_second">(line, Tree::number(stats.time_second().nanos()));
             Tree::append(functions, std::move(line));
         }
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(7));
+        auto report = report_object<Tree>();
         Tree::template put<"functions">(report, std::move(functions));
         return Tree::document(std::move(report));
     }
 };
 
-struct FunctionsRpc : Functions {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::glimmet::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct FunctionsRpc : Functions, RpcReport<rpc::glimmet::v1::NotifyRequest> {
     static Messages messages(int number, int lines = usual_lines)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         for (int i = 0; i < lines; ++i) {
             auto &function = *message.mutable_functions()->add_functions();
             function.set_name(function_name(number + i));
@@ -109,11 +103,7 @@ struct FunctionsRpc : Functions {
     }
 };
 
-struct FunctionsProtobuf : Functions {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Glimmet::Functions;
-    using Messages = std::tuple<Message>;
-
+struct FunctionsProtobuf : Functions, ProtobufReport<pelorin::protobuf::Glimmet::Functions> {
     static Messages messages(int number, int lines = usual_lines)
     {
         Message message;

@@ -137,8 +137,7 @@ struct SqlQueries {
             Tree::template put<"stack_trace">(object, tree_of_frames<Tree>(query.stack_trace().frames()));
             Tree::append(queries, std::move(object));
         }
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(7));
+        auto report = report_object<Tree>();
         Tree::template put<"connections">(report, std::move(connections));
         Tree::template put<"transactions">(report, std::move(transactions));
         Tree::template put<"queries">(report, std::move(queries));
@@ -146,15 +145,10 @@ struct SqlQueries {
     }
 };
 
-struct SqlQueriesRpc : SqlQueries {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::glimmet::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct SqlQueriesRpc : SqlQueries, RpcReport<rpc::glimmet::v1::NotifyRequest> {
     static Messages messages(int number, int queries = usual_queries)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         auto &payload = *message.mutable_sql_queries();
         fill_connections(payload, usual_connections);
         fill_transactions(payload);

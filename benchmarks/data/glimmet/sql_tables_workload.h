@@ -90,11 +90,7 @@ struct SqlTables {
     }
 };
 
-struct SqlTablesRpc : SqlTables {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::glimmet::v1::SqlQueries;
-    using Messages = std::tuple<Message>;
-
+struct SqlTablesRpc : SqlTables, RpcReport<rpc::glimmet::v1::SqlQueries> {
     static Messages messages(int number, int transactions = usual_transactions)
     {
         Message message;

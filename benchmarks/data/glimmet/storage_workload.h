@@ -62,15 +62,10 @@ struct Storage {
     }
 };
 
-struct StorageRpc : Storage {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::glimmet::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct StorageRpc : Storage, RpcReport<rpc::glimmet::v1::NotifyRequest> {
     static Messages messages(int number, int values = usual_values)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         fill(*message.mutable_storage(), number, values);
         return {std::move(message)};
     }
@@ -79,11 +74,7 @@ struct StorageRpc : Storage {
     static void floor(Floor &floor, Message const &message) { floor_block(floor, message.storage()); }
 };
 
-struct StorageProtobuf : Storage {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Glimmet::Storage;
-    using Messages = std::tuple<Message>;
-
+struct StorageProtobuf : Storage, ProtobufReport<pelorin::protobuf::Glimmet::Storage> {
     static Messages messages(int number, int values = usual_values)
     {
         Message message;

@@ -48,8 +48,7 @@ struct Event {
     static Tree::Document tree_of_event(Message const &message, std::int64_t duration, Function const &function,
                                         Frames const &frames)
     {
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(7));
+        auto report = report_object<Tree>();
         Tree::template put<"timestamp">(report, Tree::number(message.timestamp().seconds()));
         Tree::template put<"text">(report, Tree::text(message.text()));
         Tree::template put<"flag">(report, Tree::number(message.flag() ? 1 : 0));
@@ -60,16 +59,11 @@ struct Event {
     }
 };
 
-struct EventRpc : Event {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::monitor::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct EventRpc : Event, RpcReport<rpc::monitor::v1::NotifyRequest> {
     static Messages messages(int number, int frames = usual_frames)
     {
-        Message message;
+        auto message = new_message(number);
         fill_common(message, number);
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
         auto &event = *message.mutable_slow_function_exec();
         fill_frames(*event.mutable_stack_trace(), frames, number, arguments);
         *event.mutable_function() = event.stack_trace().frames(0).function();
@@ -95,11 +89,7 @@ struct EventRpc : Event {
     }
 };
 
-struct EventProtobuf : Event {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Monitor::Event;
-    using Messages = std::tuple<Message>;
-
+struct EventProtobuf : Event, ProtobufReport<pelorin::protobuf::Monitor::Event> {
     static Messages messages(int number, int frames = usual_frames)
     {
         Message message;

@@ -55,15 +55,10 @@ struct ErrorData {
     }
 };
 
-struct ErrorDataRpc : ErrorData {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::php::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct ErrorDataRpc : ErrorData, RpcReport<rpc::php::v1::NotifyRequest> {
     static Messages messages(int number, int frames = usual_frames)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         message.mutable_timestamp()->set_seconds(1'700'000'000 + number);
         auto &exception = *message.mutable_error()->mutable_exception();
         fill_common(exception, frames, number);
@@ -84,11 +79,7 @@ struct ErrorDataRpc : ErrorData {
     }
 };
 
-struct ErrorDataProtobuf : ErrorData {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Glimmet::Error;
-    using Messages = std::tuple<Message>;
-
+struct ErrorDataProtobuf : ErrorData, ProtobufReport<pelorin::protobuf::Glimmet::Error> {
     static Messages messages(int number, int frames = usual_frames)
     {
         Message message;

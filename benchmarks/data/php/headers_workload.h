@@ -30,15 +30,10 @@ struct Headers {
     static std::size_t read(Record const &record) { return bench::read(*record->headers()); }
 };
 
-struct HeadersRpc : Headers {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::php::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct HeadersRpc : Headers, RpcReport<rpc::php::v1::NotifyRequest> {
     static Messages messages(int number, int headers = usual_headers)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         auto &array = *message.mutable_rinit()->mutable_request()->mutable_headers();
         for (int i = 0; i < headers; ++i) {
             auto &element = *array.add_elements();
@@ -57,11 +52,7 @@ struct HeadersRpc : Headers {
     }
 };
 
-struct HeadersProtobuf : Headers {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Glimmet::RequestHeaders;
-    using Messages = std::tuple<Message>;
-
+struct HeadersProtobuf : Headers, ProtobufReport<pelorin::protobuf::Glimmet::RequestHeaders> {
     static Messages messages(int number, int headers = usual_headers)
     {
         Message message;

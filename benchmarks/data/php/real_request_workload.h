@@ -258,8 +258,7 @@ struct RealRequestProtobuf : RealRequest {
                                PostData const &post_data, End const &end, ResponseHeaders const &response_headers,
                                Changed const &changed, Body const &body)
     {
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(7));
+        auto report = report_object<Tree>();
         Tree::template put<"info">(report, Tree::text(start.info_text()));
         Tree::template put<"text_0">(report, Tree::text(start.text_0()));
         Tree::template put<"text_1">(report, Tree::text(start.text_1()));

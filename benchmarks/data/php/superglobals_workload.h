@@ -43,22 +43,16 @@ struct Superglobals {
     template <class Tree>
     static Tree::Document tree_of_report(Tree::Object values)
     {
-        typename Tree::Object report;
-        Tree::template put<"request_id">(report, Tree::number(7));
+        auto report = report_object<Tree>();
         Tree::template put<"values">(report, std::move(values));
         return Tree::document(std::move(report));
     }
 };
 
-struct SuperglobalsRpc : Superglobals {
-    static constexpr char const *dialect = "rpc";
-    using Message = rpc::php::v1::NotifyRequest;
-    using Messages = std::tuple<Message>;
-
+struct SuperglobalsRpc : Superglobals, RpcReport<rpc::php::v1::NotifyRequest> {
     static Messages messages(int number, int entries = usual_entries)
     {
-        Message message;
-        message.mutable_request_id()->set_id(static_cast<std::uint64_t>(number));
+        auto message = new_message(number);
         auto &array = *message.mutable_rinit()->mutable_superglobals();
         for (int i = 0; i < groups; ++i) {
             auto &outer = *array.add_elements();
@@ -91,10 +85,7 @@ struct SuperglobalsRpc : Superglobals {
     }
 };
 
-struct SuperglobalsProtobuf : Superglobals {
-    static constexpr char const *dialect = "protobuf";
-    using Message = pelorin::protobuf::Monitor::Superglobals;
-    using Messages = std::tuple<Message>;
+struct SuperglobalsProtobuf : Superglobals, ProtobufReport<pelorin::protobuf::Monitor::Superglobals> {
     using Value = pelorin::protobuf::PelorinPHP::ZVal;
 
     static Messages messages(int number, int entries = usual_entries)
