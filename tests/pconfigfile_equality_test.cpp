@@ -20,6 +20,10 @@
 namespace tarnwick::test::pconfigfile_equality_test {
 namespace {
 
+/// g++ merges a literal "\0" with an empty literal of char16_t, which then has an odd address.
+constexpr char nul_byte = '\0';
+constexpr std::string_view nul(&nul_byte, 1);
+
 using namespace std::string_view_literals;
 
 class RandomContent {
@@ -91,7 +95,7 @@ private:
     static constexpr std::array line_ends{"\n"sv,   "\n"sv,     "\n"sv, "\r\n"sv, "\r"sv,
                                           "\n\r"sv, "\r\r\n"sv, ""sv,   "\0\n"sv};
     static constexpr std::array spaces{
-        ""sv, " "sv, "\t"sv, "\r"sv, "\v\f"sv, "\xC2\xA0"sv, "\xE2\x80\x83"sv, "\xEF\xBB\xBF"sv, "\xC2\x85"sv, "\0"sv};
+        ""sv, " "sv, "\t"sv, "\r"sv, "\v\f"sv, "\xC2\xA0"sv, "\xE2\x80\x83"sv, "\xEF\xBB\xBF"sv, "\xC2\x85"sv, nul};
     static constexpr std::array keys{
         "a"sv,       "b"sv,       "app.a"sv,           "app.b"sv,        "app."sv, "App.a"sv, "app.include"sv,
         "include"sv, "include"sv, "TARNWICK_TEST_E"sv, "app.\xC3\xA4"sv, ""sv,     "a b"sv};
@@ -108,7 +112,7 @@ private:
                                      ":-"sv,
                                      " "sv,
                                      "\r"sv,
-                                     "\0"sv,
+                                     nul,
                                      "x"sv,
                                      "a"sv,
                                      "#"sv,

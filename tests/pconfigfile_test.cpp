@@ -1,5 +1,5 @@
 // Reading a file: lines, directives, the prefix, the table, the texts of faults and the log. References and quotes are in
-// pconfigfile_references_test.cpp, includes in pconfigfile_includes_test.cpp.
+// config/references_test.cpp, includes in config/includes_test.cpp.
 
 #include "support/config_files.h"
 #include "support/log_lines.h"

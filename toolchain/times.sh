@@ -7,13 +7,14 @@ timed() { # STAGE COMMAND...
         "${@:2}"
         return
     fi
-    local TIMEFORMAT="$1 %R %U %S"
+    local TIMEFORMAT="stage $1 %R %U %S"
     { time "${@:2}" 2>&3 3>&-; } 3>&2 2>>"$TARNWICK_TIMES"
 }
 
-# Prints the file as a table in seconds, with the sums.
+# Prints the file as a table in seconds, with the sums. Messages of the shell about a stage are in the file too.
 print_times() {
-    awk 'BEGIN { printf "\n%-20s %10s %10s\n", "stage", "wall", "CPU" }
-        { wall += $2; cpu += $3 + $4; printf "%-20s %8.0f s %8.0f s\n", $1, $2, $3 + $4 }
+    LC_ALL=C awk 'BEGIN { printf "\n%-20s %10s %10s\n", "stage", "wall", "CPU" }
+        $1 != "stage" { print; next }
+        { wall += $3; cpu += $4 + $5; printf "%-20s %8.0f s %8.0f s\n", $2, $3, $4 + $5 }
         END { printf "%-20s %8.0f s %8.0f s\n", "all", wall, cpu }' "$TARNWICK_TIMES"
 }

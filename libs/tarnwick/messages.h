@@ -3,16 +3,24 @@
 // Short names of the namespaces of messages: the dialect, then the family. Not installed.
 
 namespace pelorin::protobuf {
-namespace CT {}
-namespace Glimmet {}
-namespace Monitor {}
-namespace PelorinPHP {}
+namespace CT {
+}
+namespace Glimmet {
+}
+namespace Monitor {
+}
+namespace PelorinPHP {
+}
 } // namespace pelorin::protobuf
 namespace tarnwick::rpc {
-namespace codetrace::v1 {}
-namespace glimmet::v1 {}
-namespace monitor::v1 {}
-namespace php::v1 {}
+namespace codetrace::v1 {
+}
+namespace glimmet::v1 {
+}
+namespace monitor::v1 {
+}
+namespace php::v1 {
+}
 } // namespace tarnwick::rpc
 
 namespace tarnwick::messages {

@@ -1,9 +1,9 @@
 #include <tarnwick/pconfigfile.h>
 
-#include <tarnwick/log.h>
-#include <tarnwick/pconfig_observer.h>
 #include <tarnwick/config/open_file.h>
 #include <tarnwick/config/resolved.h>
+#include <tarnwick/log.h>
+#include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
 

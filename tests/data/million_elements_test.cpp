@@ -282,7 +282,7 @@ inline constexpr bool is_list<QMap<Key, T>> = true;
 template <class Payload>
 constexpr bool has_list()
 {
-    bool found = false;
+    bool found = false; // NOLINT(misc-const-correctness): records without a Description leave it
     if constexpr (Described<Payload>) {
         for_each_field<Payload>([&](auto const &field) {
             found |= is_list<std::remove_cvref_t<std::invoke_result_t<decltype(field.read), Payload const &>>>;

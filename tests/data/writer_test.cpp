@@ -10,6 +10,7 @@
 namespace tarnwick::data::writer_test {
 namespace {
 
+// NOLINTBEGIN(bugprone-derived-method-shadowing-base-method): the point of these classes
 struct WithoutChunk : TextWriter {
     void chunk(std::string_view) = delete;
 };
@@ -18,6 +19,7 @@ struct WithoutUnsigned : TextWriter {
     void integer(std::int64_t);
     void integer(std::uint64_t) = delete;
 };
+// NOLINTEND(bugprone-derived-method-shadowing-base-method)
 
 TEST(Writer, is_a_class_with_every_operation)
 {

@@ -382,7 +382,8 @@ AllocationFaults insert_into_table()
 AllocationFaults match()
 {
     QRegularExpression const expression(q("^(a|b)+$"));
-    return in_processes(Operation{nothing, [&](auto) { return expression.match(q("abba")).captured(1); }, qstring_text});
+    return in_processes(
+        Operation{nothing, [&](auto) { return expression.match(q("abba")).captured(1); }, qstring_text});
 }
 
 AllocationFaults list_folder()

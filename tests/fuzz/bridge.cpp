@@ -179,8 +179,8 @@ void expect_value(Message const &message, QVariant const &value)
         return expect(value.typeId() == QMetaType::QString && is_text(value.toString(), message.string_value()), row);
     case Kind::json:
         return expect(!value.isValid() || value.typeId() == QMetaType::QVariantMap ||
-                        value.typeId() == QMetaType::QVariantList,
-                    row);
+                          value.typeId() == QMetaType::QVariantList,
+                      row);
     case Kind::timestamp: {
         expect(value.typeId() == QMetaType::QDateTime, row);
         auto const expected = milliseconds(message.timestamp_value());

@@ -167,7 +167,7 @@ void expect_report(Frame const &frame, std::string_view body)
     auto const *field = frame.GetReflection()->GetOneofFieldDescriptor(frame, &oneof);
     std::string none;
     expect(*report == (field == nullptr ? none : frame.GetReflection()->GetStringReference(frame, field, &none)),
-         "the report of a frame is the one in the file");
+           "the report of a frame is the one in the file");
 }
 
 std::string varint(std::uint64_t value)
@@ -194,8 +194,8 @@ public:
     std::string const &with(std::string_view content)
     {
         expect(::ftruncate(descriptor_, 0) == 0 &&
-                 ::pwrite(descriptor_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
-             "the file can be written");
+                   ::pwrite(descriptor_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
+               "the file can be written");
         return name_;
     }
 

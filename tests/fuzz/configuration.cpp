@@ -166,7 +166,7 @@ bool check_files(QString const &file, QString const &name)
     }
     ConfigFile again(file, name);
     expect(failure_of_load(again) == failure && again.line_no() == config.line_no() && same_values(config, again),
-         "two loads of a file are equal");
+           "two loads of a file are equal");
     // The reference reader does not detect names that grow without end.
     if (failure.find("File name too long") != std::string::npos)
         return false;

@@ -5,8 +5,8 @@
 #include "fuzz/promise.h"
 #include "fuzz/target.h"
 
-#include "support/records/constructors.h"
 #include "support/record_content.h"
+#include "support/records/constructors.h"
 
 #include <google/protobuf/descriptor.h>
 
@@ -107,7 +107,7 @@ void expect_texts(RecordContent const &content, RecordContent const &numbered, N
         auto const number = numbered.texts()[i];
         auto const bytes = sent.at(number.toUtf8().toStdString());
         expect(bytes ? content.texts()[i] == QStringView(naive_text(*bytes)) : content.texts()[i] == number,
-             "a text is what the reference decoder returns");
+               "a text is what the reference decoder returns");
     }
     for (std::size_t i = 0; i < content.byte_strings().size(); ++i) {
         auto const number = numbered.byte_strings()[i];

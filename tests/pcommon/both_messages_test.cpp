@@ -78,6 +78,7 @@ void expect_moved_from(Message &message)
         EXPECT_FALSE(message.holds_message());
     }
     EXPECT_EQ(zmq_msg_size(message.handle()), 0U);
+    EXPECT_EQ(std::as_const(message).size(), 0U);
 }
 
 TYPED_TEST(BothMessages, default_constructed_is_empty)

@@ -31,7 +31,7 @@ static_assert(static_cast<int>(PLogger::Level::debug) == 5);
 static_assert(!std::is_copy_constructible_v<PLogger> && !std::is_copy_assignable_v<PLogger>);
 static_assert(!std::is_default_constructible_v<PLogger>);
 
-// Read before any test changes them.
+// Read before any test could change them.
 std::int8_t const level_at_start = PLogger::instance().level();
 std::ostream *const output_at_start = PLogger::instance().output();
 
@@ -46,7 +46,7 @@ protected:
     PLogger &logger = PLogger::instance();
 };
 
-// Counts writes and flushes, and stores the text.
+// Counts how it is used and stores what it is given.
 class CountingBuffer : public std::streambuf {
 public:
     std::string text;
@@ -81,12 +81,12 @@ TEST_F(PLoggerTest, starts_at_level_three_without_output)
     EXPECT_EQ(output_at_start, nullptr);
 }
 
-TEST_F(PLoggerTest, instance_is_a_singleton)
+TEST_F(PLoggerTest, is_one_object)
 {
     EXPECT_EQ(&PLogger::instance(), &PLogger::instance());
 }
 
-TEST_F(PLoggerTest, set_level_changes_the_level)
+TEST_F(PLoggerTest, level_is_the_one_that_was_set)
 {
     for (int const level : {-128, -1, 0, 2, 3, 5, 127}) {
         logger.set_level(static_cast<std::int8_t>(level));
@@ -94,7 +94,7 @@ TEST_F(PLoggerTest, set_level_changes_the_level)
     }
 }
 
-TEST_F(PLoggerTest, set_output_changes_the_output)
+TEST_F(PLoggerTest, output_is_the_one_that_was_set)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -114,7 +114,7 @@ struct LineRow {
 
 class PLoggerLine : public PLoggerTest, public testing::WithParamInterface<LineRow> {};
 
-TEST_P(PLoggerLine, has_level_place_and_message)
+TEST_P(PLoggerLine, is_level_place_and_message)
 {
     LineRow const &row = GetParam();
     std::ostringstream stream;
@@ -127,17 +127,17 @@ using namespace std::string_view_literals;
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, PLoggerLine,
-    testing::Values(LineRow{"level_three", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
-                    LineRow{"level_five", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
-                    LineRow{"other_levels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
-                    LineRow{"negative_level", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
-                    LineRow{"empty_message", 3, "f", 2, ""sv, "3 f:2 \n"sv},
-                    LineRow{"message_without_address", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
-                    LineRow{"empty_file", 3, "", 0, "m"sv, "3 :0 m\n"sv},
-                    LineRow{"largest_line_number", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
-                    LineRow{"utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
-                    LineRow{"embedded_nul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
-                    LineRow{"part_of_a_longer_text", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
+    testing::Values(LineRow{"LevelThree", 3, "libs/a/b", 17, "hello"sv, "3 libs/a/b:17 hello\n"sv},
+                    LineRow{"LevelFive", 5, "libs/a/b", 1, "key = 'value'"sv, "5 libs/a/b:1 key = 'value'\n"sv},
+                    LineRow{"OtherLevels", 127, "f", 2, "m"sv, "127 f:2 m\n"sv},
+                    LineRow{"NegativeLevel", -1, "f", 2, "m"sv, "-1 f:2 m\n"sv},
+                    LineRow{"EmptyMessage", 3, "f", 2, ""sv, "3 f:2 \n"sv},
+                    LineRow{"MessageWithoutAddress", 3, "f", 2, std::string_view(), "3 f:2 \n"sv},
+                    LineRow{"EmptyFile", 3, "", 0, "m"sv, "3 :0 m\n"sv},
+                    LineRow{"LargestLineNumber", 3, "f", INT_MAX, "m"sv, "3 f:2147483647 m\n"sv},
+                    LineRow{"Utf8", 3, "f", 2, "Größe \xF0\x9F\x98\x80"sv, "3 f:2 Größe \xF0\x9F\x98\x80\n"sv},
+                    LineRow{"EmbeddedNul", 3, "f", 2, "a\0b"sv, "3 f:2 a\0b\n"sv},
+                    LineRow{"PartOfALongerText", 3, "f", 2, "message and more"sv.substr(0, 7), "3 f:2 message\n"sv}),
     [](auto const &row) { return row.param.name; });
 
 TEST_F(PLoggerTest, writes_nothing_without_output)
@@ -151,7 +151,7 @@ TEST_F(PLoggerTest, writes_nothing_without_output)
     EXPECT_EQ(buffer.flushes, 0);
 }
 
-TEST_F(PLoggerTest, println_ignores_the_level)
+TEST_F(PLoggerTest, leaves_the_level_to_its_callers)
 {
     std::ostringstream stream;
     logger.set_output(&stream);
@@ -160,7 +160,7 @@ TEST_F(PLoggerTest, println_ignores_the_level)
     EXPECT_EQ(stream.view(), "5 f:1 m\n");
 }
 
-TEST_F(PLoggerTest, writes_a_line_with_one_call_and_flushes_it)
+TEST_F(PLoggerTest, writes_a_line_in_one_piece_and_flushes_it)
 {
     for (std::size_t const size : {std::size_t{0}, std::size_t{10}, std::size_t{100'000}}) {
         CountingBuffer buffer;
@@ -174,7 +174,7 @@ TEST_F(PLoggerTest, writes_a_line_with_one_call_and_flushes_it)
     }
 }
 
-TEST_F(PLoggerTest, ignores_the_format_flags_of_the_stream)
+TEST_F(PLoggerTest, ignores_the_formatting_state_of_the_stream)
 {
     std::ostringstream stream;
     stream << std::hex << std::showbase;
@@ -189,7 +189,7 @@ protected:
     std::streamsize xsputn(char const *, std::streamsize) override { return 0; }
 };
 
-TEST_F(PLoggerTest, propagates_an_exception_of_the_stream_and_stays_usable)
+TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
 {
     FailingBuffer buffer;
     std::ostream broken(&buffer);
@@ -197,7 +197,7 @@ TEST_F(PLoggerTest, propagates_an_exception_of_the_stream_and_stays_usable)
     logger.set_output(&broken);
     EXPECT_THROW(logger.println(PLogger::Level::info, "f", 1, "lost"), std::ios::failure);
 
-    // In another thread, so that a lock that was not released fails the test instead of blocking it.
+    // In a thread of its own, so that a lock left behind is a failed test and not a test that hangs.
     std::ostringstream stream;
     std::promise<void> written;
     std::thread([&] {
@@ -209,7 +209,7 @@ TEST_F(PLoggerTest, propagates_an_exception_of_the_stream_and_stays_usable)
     EXPECT_EQ(stream.view(), "3 f:2 m\n");
 }
 
-// Stores one character at a time and yields after each, so that concurrent writers mix their lines.
+// Takes characters one by one and gives way between them, so that unguarded writers mix.
 class SlowBuffer : public std::streambuf {
 public:
     std::string text;
@@ -246,7 +246,7 @@ TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
     writers.clear();
     logger.set_output(nullptr);
 
-    // The lines of each thread are complete and in order.
+    // Each thread's lines are whole and in the thread's own order.
     std::map<std::string, int> next;
     std::istringstream written(buffer.text);
     for (std::string line; std::getline(written, line);) {
@@ -258,7 +258,7 @@ TEST_F(PLoggerTest, lines_of_several_threads_do_not_mix)
         EXPECT_EQ(next[std::string(20, static_cast<char>('a' + thread))], lines);
 }
 
-TEST_F(PLoggerTest, level_and_output_may_change_while_other_threads_log)
+TEST_F(PLoggerTest, level_and_output_may_change_while_others_log)
 {
     std::array<std::unique_ptr<std::ostringstream>, 2> streams{std::make_unique<std::ostringstream>(),
                                                                std::make_unique<std::ostringstream>()};
@@ -289,17 +289,17 @@ TEST_F(PLoggerTest, level_and_output_may_change_while_other_threads_log)
     }
 }
 
-// Blocks in a write until it is released.
+// Stays inside a write until it is let go.
 class StuckBuffer : public std::streambuf {
 public:
     std::latch entered{1};
-    std::latch release{1};
+    std::latch let_go{1};
 
 protected:
     std::streamsize xsputn(char const *, std::streamsize size) override
     {
         entered.count_down();
-        release.wait();
+        let_go.wait();
         return size;
     }
 };
@@ -318,22 +318,22 @@ protected:
     std::jthread writer;
 };
 
-TEST_F(PLoggerStuckTest, getters_and_set_level_do_not_wait_for_a_line)
+TEST_F(PLoggerStuckTest, reading_and_the_level_do_not_wait_for_a_line)
 {
     auto const done = std::async(std::launch::async, [this] {
         logger.set_level(1);
         return logger.level() == 1 && logger.output() == &stream;
     });
     EXPECT_EQ(done.wait_for(std::chrono::seconds(20)), std::future_status::ready);
-    buffer.release.count_down();
+    buffer.let_go.count_down();
 }
 
-TEST_F(PLoggerStuckTest, set_output_waits_for_the_line_being_written)
+TEST_F(PLoggerStuckTest, taking_the_output_away_waits_for_the_line_being_written)
 {
-    auto const removed = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
-    EXPECT_EQ(removed.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
-    buffer.release.count_down();
-    EXPECT_EQ(removed.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    auto const taken = std::async(std::launch::async, [this] { logger.set_output(nullptr); });
+    EXPECT_EQ(taken.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    buffer.let_go.count_down();
+    EXPECT_EQ(taken.wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 } // namespace

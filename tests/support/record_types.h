@@ -20,15 +20,15 @@ constexpr bool for_all(Condition condition)
         [&]<class... Members>(Types<Members...>) { return (condition.template operator()<Members>() && ...); }(List());
 }
 
-using Handles =
-    decltype(data::RecordHandles() + Types<PelorinPHPX::Auth::Request, PelorinPHPX::Auth::User, PelorinPHPX::Session>());
+using Handles = decltype(data::RecordHandles() +
+                         Types<PelorinPHPX::Auth::Request, PelorinPHPX::Auth::User, PelorinPHPX::Session>());
 
 /// Types that are copied by value and have no reference count.
-using Values = decltype(data::RecordValues() +
-                        Types<data::TimePair, data::glimmet::detail::StorageEntry,
-                              data::monitor::detail::Event::CustomEvent, data::monitor::detail::Event::FunctionError,
-                              data::monitor::detail::Event::HighMemoryUsage, data::monitor::detail::Event::PhpError,
-                              data::monitor::detail::Event::SlowFunctionExec,
-                              data::monitor::detail::Event::SlowRequest>());
+using Values =
+    decltype(data::RecordValues() +
+             Types<data::TimePair, data::glimmet::detail::StorageEntry, data::monitor::detail::Event::CustomEvent,
+                   data::monitor::detail::Event::FunctionError, data::monitor::detail::Event::HighMemoryUsage,
+                   data::monitor::detail::Event::PhpError, data::monitor::detail::Event::SlowFunctionExec,
+                   data::monitor::detail::Event::SlowRequest>());
 
 } // namespace tarnwick::test

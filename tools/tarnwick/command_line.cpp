@@ -265,7 +265,7 @@ std::string usage_fault(CLI::App const &command, CLI::Error const &error)
     }
     if (has_commands && error.get_name() == "RequiredError")
         return "a command is required";
-    std::string const text = error.what();
+    std::string text = error.what();
     if (error.get_name() == "ArgumentMismatch")
         return fmt::format("{}: a value is required", text.substr(0, text.find(':')));
     return text;

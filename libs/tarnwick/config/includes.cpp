@@ -1,8 +1,8 @@
 // ConfigFile: loading a file and its includes.
 
+#include <tarnwick/config/open_file.h>
 #include <tarnwick/pconfig_observer.h>
 #include <tarnwick/pconfigfile.h>
-#include <tarnwick/config/open_file.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
 

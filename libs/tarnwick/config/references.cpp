@@ -1,7 +1,7 @@
 // ConfigFile: references and quotes in values.
 
-#include <tarnwick/pconfigfile.h>
 #include <tarnwick/config/resolved.h>
+#include <tarnwick/pconfigfile.h>
 #include <tarnwick/pexception.h>
 #include <tarnwick/qstring_format.h>
 

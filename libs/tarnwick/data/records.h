@@ -1,6 +1,6 @@
 #pragma once
 
-// The list of all records. Not installed. The program and the tests derive from it whatever they do with each record.
+// The list of all records. The program and the tests derive from it what they do with each record. Not installed.
 
 #include <tarnwick/data/codetrace/add_data.h>
 #include <tarnwick/data/codetrace/data.h>
@@ -38,17 +38,16 @@ template <class... Left, class... Right>
 Types<Left..., Right...> operator+(Types<Left...>, Types<Right...>);
 
 /// Records that a report feeds: handles, and tables.
-using ReportRecords =
-    Types<codetrace::AddData, codetrace::Data, codetrace::Header, glimmet::Functions, glimmet::SqlConnections,
-          glimmet::SqlQueries, glimmet::SqlTransactions, glimmet::Storage, monitor::Event, php::ErrorData,
-          php::PostData, php::RequestHeaders, php::ResponseBody, php::ResponseHeaders, php::RInit, php::RShutdown,
-          php::Superglobals>;
+using ReportRecords = Types<codetrace::AddData, codetrace::Data, codetrace::Header, glimmet::Functions,
+                            glimmet::SqlConnections, glimmet::SqlQueries, glimmet::SqlTransactions, glimmet::Storage,
+                            monitor::Event, php::ErrorData, php::PostData, php::RequestHeaders, php::ResponseBody,
+                            php::ResponseHeaders, php::RInit, php::RShutdown, php::Superglobals>;
 
 /// Records that are parts of others: handles, and values.
 using PartRecords =
-    Types<glimmet::FunctionStats, glimmet::SqlConnection, glimmet::SqlError, glimmet::SqlQuery,
-          glimmet::SqlTransaction, php::Error, php::Exception, php::Function, php::PelorinArray, php::PelorinObject,
-          php::PelorinResource, php::RequestId, php::SourceLocation, php::StackTrace, php::ZVal>;
+    Types<glimmet::FunctionStats, glimmet::SqlConnection, glimmet::SqlError, glimmet::SqlQuery, glimmet::SqlTransaction,
+          php::Error, php::Exception, php::Function, php::PelorinArray, php::PelorinObject, php::PelorinResource,
+          php::RequestId, php::SourceLocation, php::StackTrace, php::ZVal>;
 
 using AllRecords = decltype(ReportRecords() + PartRecords());
 
@@ -90,9 +89,8 @@ struct SourcesOf<php::RequestId> {
 
 template <>
 struct SourcesOf<php::StackTrace> {
-    using Type = std::tuple<
-        From<rpc::php::v1::StackTrace>, From<pelorin::protobuf::PelorinPHP::StackTrace>,
-        From<google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame>>>;
+    using Type = std::tuple<From<rpc::php::v1::StackTrace>, From<pelorin::protobuf::PelorinPHP::StackTrace>,
+                            From<google::protobuf::RepeatedPtrField<pelorin::protobuf::PelorinPHP::StackTraceFrame>>>;
 };
 
 template <>
@@ -111,10 +109,9 @@ using sources_of_t = SourcesOf<payload_of_t<Record>>::Type;
 
 /// Whether one of a record's constructors reads these.
 template <class Record, class Message, class... Arguments>
-inline constexpr bool is_built_from =
-    []<class... Source>(std::type_identity<std::tuple<Source...>>) {
-        return (std::is_same_v<Source, From<Message, Arguments...>> || ...);
-    }(std::type_identity<sources_of_t<Record>>());
+inline constexpr bool is_built_from = []<class... Source>(std::type_identity<std::tuple<Source...>>) {
+    return (std::is_same_v<Source, From<Message, Arguments...>> || ...);
+}(std::type_identity<sources_of_t<Record>>());
 
 /// The members of a list that are handles, and those that are values.
 template <class... Members>

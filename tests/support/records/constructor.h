@@ -56,9 +56,9 @@ Constructor constructor_of(std::string name, Arguments const &...arguments)
                 [arguments...](std::uint32_t shape, FieldCoverage &coverage) {
                     auto const message = shaped<Message>(shape);
                     coverage.add(message);
-                    return fail_each_allocation(
-                        Operation{[&]() -> Message const & { return message; },
-                                  [&](Message const &given) { return make_record<Record>(given, arguments...); }, record_text});
+                    return fail_each_allocation(Operation{
+                        [&]() -> Message const & { return message; },
+                        [&](Message const &given) { return make_record<Record>(given, arguments...); }, record_text});
                 },
             .prototype = &Message::default_instance(),
             .build_from_message =

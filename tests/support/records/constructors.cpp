@@ -26,8 +26,10 @@ Constructor stack_trace_of_a_list(std::string name)
                                   [](auto const &frames) { return data::php::StackTrace(frames); }, record_text});
                 },
             .prototype = &Frames::default_instance(),
-            .build_from_message = [](google::protobuf::Message const &message,
-                       RecordContent &content) { content.assign(data::php::StackTrace(static_cast<Frames const &>(message).frames())); }};
+            .build_from_message =
+                [](google::protobuf::Message const &message, RecordContent &content) {
+                    content.assign(data::php::StackTrace(static_cast<Frames const &>(message).frames()));
+                }};
 }
 
 /// A chunk takes ownership of its transport message, so each run needs a new one.
@@ -45,7 +47,8 @@ Constructor constructor_of_chunk(std::string name, Arguments const &...arguments
                             fill(message->handle(), bytes);
                             return message;
                         },
-                        [&](auto const &message) { return make_record<Record>(std::move(*message), arguments...); }, record_text});
+                        [&](auto const &message) { return make_record<Record>(std::move(*message), arguments...); },
+                        record_text});
                 },
             .build_from_bytes =
                 [arguments...](std::string_view bytes, RecordContent &content) {

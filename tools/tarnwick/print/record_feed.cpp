@@ -40,13 +40,17 @@ std::optional<std::string> RecordFeed::feed(Frame const &frame)
     case Frame::kError:
         return parsed_into<messages::protobuf_glimmet::Error>(frame.error(), protobuf_dialect, request_id);
     case Frame::kRequestHeaders:
-        return parsed_into<messages::protobuf_glimmet::RequestHeaders>(frame.request_headers(), protobuf_dialect, request_id);
+        return parsed_into<messages::protobuf_glimmet::RequestHeaders>(frame.request_headers(), protobuf_dialect,
+                                                                       request_id);
     case Frame::kResponseHeaders:
-        return parsed_into<messages::protobuf_glimmet::ResponseHeaders>(frame.response_headers(), protobuf_dialect, request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseHeaders>(frame.response_headers(), protobuf_dialect,
+                                                                        request_id);
     case Frame::kRawPostData:
-        return parsed_into<messages::protobuf_glimmet::RawPostData>(frame.raw_post_data(), protobuf_dialect, request_id);
+        return parsed_into<messages::protobuf_glimmet::RawPostData>(frame.raw_post_data(), protobuf_dialect,
+                                                                    request_id);
     case Frame::kResponseBody:
-        return parsed_into<messages::protobuf_glimmet::ResponseBody>(frame.response_body(), protobuf_dialect, request_id);
+        return parsed_into<messages::protobuf_glimmet::ResponseBody>(frame.response_body(), protobuf_dialect,
+                                                                     request_id);
     case Frame::kMonitorSuperglobals:
         return parsed<messages::protobuf_monitor::Superglobals>(frame.monitor_superglobals(), [&](auto const &message) {
             print_superglobals(protobuf_dialect, all_entries, message, request_id);
@@ -152,7 +156,8 @@ std::optional<std::string> RecordFeed::parsed(std::string const &bytes, Build &&
 }
 
 template <class Message, class... Arguments>
-std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, std::string_view dialect, Arguments... arguments)
+std::optional<std::string> RecordFeed::parsed_into(std::string const &bytes, std::string_view dialect,
+                                                   Arguments... arguments)
 {
     return parsed<Message>(bytes, [&](Message const &message) {
         data::for_each_type(data::ReportRecords(), [&]<class Record> {

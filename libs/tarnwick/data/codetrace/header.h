@@ -89,8 +89,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::codetrace::detail::Header> {
     using Record = codetrace::detail::Header;
     static constexpr std::string_view name = "codetrace.Header";
-    using Sources = std::tuple<From<rpc::codetrace::v1::NotifyRequest>,
-                               From<pelorin::protobuf::CT::Header, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::codetrace::v1::NotifyRequest>, From<pelorin::protobuf::CT::Header, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"trace_kind", &Record::trace_kind},

@@ -59,8 +59,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::Functions> {
     using Record = glimmet::detail::Functions;
     static constexpr std::string_view name = "glimmet.Functions";
-    using Sources = std::tuple<From<rpc::glimmet::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::Functions, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::glimmet::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::Functions, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"functions", &Record::functions},

@@ -76,10 +76,9 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlQueries> {
     using Record = glimmet::detail::SqlQueries;
     static constexpr std::string_view name = "glimmet.SqlQueries";
-    using Sources = std::tuple<
-        From<rpc::glimmet::v1::NotifyRequest>,
-        From<pelorin::protobuf::Glimmet::SqlQueries, php::RequestId, glimmet::SqlConnections::Table,
-             glimmet::SqlTransactions::Table>>;
+    using Sources = std::tuple<From<rpc::glimmet::v1::NotifyRequest>,
+                               From<pelorin::protobuf::Glimmet::SqlQueries, php::RequestId,
+                                    glimmet::SqlConnections::Table, glimmet::SqlTransactions::Table>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"connections", &Record::connections},

@@ -65,8 +65,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::glimmet::detail::Storage> {
     using Record = glimmet::detail::Storage;
     static constexpr std::string_view name = "glimmet.Storage";
-    using Sources = std::tuple<From<rpc::glimmet::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::Storage, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::glimmet::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::Storage, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"name", &Record::name},

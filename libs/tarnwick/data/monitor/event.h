@@ -201,8 +201,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::monitor::detail::Event> {
     using Record = monitor::detail::Event;
     static constexpr std::string_view name = "monitor.Event";
-    using Sources = std::tuple<From<rpc::monitor::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Monitor::Event, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::monitor::v1::NotifyRequest>, From<pelorin::protobuf::Monitor::Event, php::RequestId>>;
     static constexpr Label kinds[] = {
         {static_cast<int>(Record::Kind::slow_function_exec), "slow function"},
         {static_cast<int>(Record::Kind::function_error), "function error"},

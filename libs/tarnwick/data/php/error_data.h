@@ -91,8 +91,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::ErrorData> {
     using Record = php::detail::ErrorData;
     static constexpr std::string_view name = "php.ErrorData";
-    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::Error, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::php::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::Error, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id}, Field{"timestamp", &Record::timestamp, Sense::instant},
         Field{"message", &Record::message},       Field{"details", &Record::details},

@@ -67,8 +67,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::PostData> {
     using Record = php::detail::PostData;
     static constexpr std::string_view name = "php.PostData";
-    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::RawPostData, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::php::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::RawPostData, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"text_0", &Record::text_0},

@@ -61,8 +61,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::RequestHeaders> {
     using Record = php::detail::RequestHeaders;
     static constexpr std::string_view name = "php.RequestHeaders";
-    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::RequestHeaders, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::php::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::RequestHeaders, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"headers", &Record::headers},

@@ -59,8 +59,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::ResponseBody> {
     using Record = php::detail::ResponseBody;
     static constexpr std::string_view name = "php.ResponseBody";
-    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
-                               From<pelorin::protobuf::Glimmet::ResponseBody, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::php::v1::NotifyRequest>, From<pelorin::protobuf::Glimmet::ResponseBody, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},
         Field{"text_0", &Record::text_0},

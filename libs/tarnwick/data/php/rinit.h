@@ -95,8 +95,8 @@ template <>
 struct tarnwick::data::Description<tarnwick::data::php::detail::RInit> {
     using Record = php::detail::RInit;
     static constexpr std::string_view name = "php.RInit";
-    using Sources = std::tuple<From<rpc::php::v1::NotifyRequest>,
-                               From<pelorin::protobuf::PelorinPHP::RInitData, php::RequestId>>;
+    using Sources =
+        std::tuple<From<rpc::php::v1::NotifyRequest>, From<pelorin::protobuf::PelorinPHP::RInitData, php::RequestId>>;
     static constexpr std::tuple fields{
         Field{"request_id", &Record::request_id},           Field{"timestamp", &Record::timestamp, Sense::instant},
         Field{"version_major", &Record::version_major},     Field{"version_minor", &Record::version_minor},

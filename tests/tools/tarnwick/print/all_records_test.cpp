@@ -32,9 +32,8 @@ std::set<std::string> printed_names()
 TEST(RecordFeed, feeds_every_record_from_some_report)
 {
     std::set<std::string> listed;
-    data::for_each_type(data::ReportRecords(), [&]<class Record> {
-        listed.emplace(data::Description<data::payload_of_t<Record>>::name);
-    });
+    data::for_each_type(data::ReportRecords(),
+                        [&]<class Record> { listed.emplace(data::Description<data::payload_of_t<Record>>::name); });
     EXPECT_EQ(printed_names(), listed);
 }
 

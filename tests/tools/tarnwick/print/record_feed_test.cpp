@@ -288,14 +288,14 @@ TEST(RecordFeed, keeps_no_state_between_frames)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
-    RecordFeed feed(printer, false);
-    EXPECT_EQ(feed.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")),
+    RecordFeed records(printer, false);
+    EXPECT_EQ(records.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")),
               std::nullopt);
-    EXPECT_NE(feed.feed(test::rpc_php_frame("\xff")), std::nullopt);
+    EXPECT_NE(records.feed(test::rpc_php_frame("\xff")), std::nullopt);
     auto const last = test::rpc_php_frame_of("rshutdown { }");
-    EXPECT_EQ(feed.feed(last), std::nullopt);
+    EXPECT_EQ(records.feed(last), std::nullopt);
     output.flush();
-    EXPECT_TRUE(file.content().ends_with("\n" + program::feed(last).records)) << file.content();
+    EXPECT_TRUE(file.content().ends_with("\n" + feed(last).records)) << file.content();
 }
 
 TEST(RecordFeed, reports_every_kind_that_does_not_parse)

@@ -129,7 +129,7 @@ public:
                                (!setup.obeys_permissions || detail::drop_rights_over_files()) &&
                                detail::limit(RLIMIT_FSIZE, setup.largest_file) &&
                                (setup.open_files == 0 || detail::limit(RLIMIT_NOFILE, setup.open_files)) &&
-                               detail::limit(RLIMIT_AS, setup.address_space);
+                               (setup.address_space == RLIM_INFINITY || detail::limit(RLIMIT_AS, setup.address_space));
             if (ready)
                 ::execve(setup.program.c_str(), argv.data(), envp.data());
             ::_exit(127);

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-namespace tarnwick::test::pconfigfile_includes_test {
+namespace tarnwick::test::config_includes_test {
 namespace {
 
 class Includes : public testing::Test {
@@ -317,4 +317,4 @@ TEST_F(Includes, can_be_read_into_an_object_of_the_program)
 }
 
 } // namespace
-} // namespace tarnwick::test::pconfigfile_includes_test
+} // namespace tarnwick::test::config_includes_test

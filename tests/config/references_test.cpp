@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace tarnwick::test::pconfigfile_references_test {
+namespace tarnwick::test::config_references_test {
 namespace {
 
 // Set only by a test, never by the machine.
@@ -264,4 +264,4 @@ TEST(References, return_values_unquoted_but_not_trimmed)
 }
 
 } // namespace
-} // namespace tarnwick::test::pconfigfile_references_test
+} // namespace tarnwick::test::config_references_test
