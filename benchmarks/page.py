@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the page of figures, and a plot for each kind of report, of what ./dev bench measured.
+"""Prints the page of figures of ./dev bench and writes a plot for each kind of report.
 
 Times are medians of interleaved repetitions. Their spread is half the interquartile range.
 """

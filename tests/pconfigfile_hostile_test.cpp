@@ -349,7 +349,7 @@ TEST(CarriageReturn, alone_does_not_end_a_line)
     EXPECT_EQ(read("a = 1\n\r"), Texts{"a=1"});
     EXPECT_EQ(read("\r\r\ra = 1"), Texts{"a=1"});
     auto const filler = "#" + std::string(16'380, 'x') + "\n";
-    EXPECT_EQ(read(filler + "a\rb = 1\rc\n"), Texts{"a\rb=1c"}) << "before and behind the buffer's end";
+    EXPECT_EQ(read(filler + "a\rb = 1\rc\n"), Texts{"a\rb=1c"}) << "before and after the end of the buffer";
 }
 
 } // namespace

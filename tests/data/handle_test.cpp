@@ -60,7 +60,7 @@ TEST(Handle, is_built_from_the_pointer_type_of_lists)
     EXPECT_EQ(moved->ref.loadRelaxed(), 2);
 }
 
-/// A payload that tells when it is destroyed, and one that holds a handle to it.
+/// A payload that records its destruction, and a payload with a handle to it.
 struct Part : QSharedData {
     explicit Part(int &destroyed)
         : destroyed_(destroyed)

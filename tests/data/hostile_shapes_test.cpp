@@ -86,7 +86,7 @@ std::string many_of(void (*add)(Message &))
     return message.SerializeAsString();
 }
 
-/// Values in each other, each the only content of what is around it.
+/// Nested values, each the only content of the value around it.
 template <class Inside>
 RpcArray side_by_side(int levels, Inside inside)
 {

@@ -1,4 +1,4 @@
-// What ZMQ::Message has besides the bytes of a message: whether it holds one, and move_to.
+// ZMQ::Message beyond the bytes of a message: holds_message() and move_to().
 
 #include <zeromq/message.h>
 #include <zeromq/msg.h>

@@ -197,7 +197,7 @@ TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
     logger.set_output(&broken);
     EXPECT_THROW(logger.println(PLogger::Level::info, "f", 1, "lost"), std::ios::failure);
 
-    // In a thread of its own, so that a lock left behind is a failed test and not a test that hangs.
+    // In a thread of its own, so that a lock that is never released makes the test fail instead of hang.
     std::ostringstream stream;
     std::promise<void> written;
     std::thread([&] {
@@ -209,7 +209,7 @@ TEST_F(PLoggerTest, passes_on_the_exception_of_a_stream_and_can_be_used_on)
     EXPECT_EQ(stream.view(), "3 f:2 m\n");
 }
 
-// Takes characters one by one and gives way between them, so that unguarded writers mix.
+// Writes characters one by one and yields between them, so that the output of unsynchronised writers is mixed.
 class SlowBuffer : public std::streambuf {
 public:
     std::string text;

@@ -51,11 +51,11 @@ inline std::string place_in_source(std::string const &stem, std::string const &t
     for (std::string line; std::getline(source, line);) {
         ++number;
         if (line.find(text) != std::string::npos) {
-            EXPECT_EQ(found, 0) << text << " stands more than once in " << stem;
+            EXPECT_EQ(found, 0) << text << " is more than once in " << stem;
             found = number;
         }
     }
-    EXPECT_NE(found, 0) << text << " does not stand in " << stem;
+    EXPECT_NE(found, 0) << text << " is missing from " << stem;
     return stem + ":" + std::to_string(found);
 }
 

@@ -27,7 +27,7 @@ std::string write_files(ConfigFolder const &folder)
 {
     folder.write("conf.d/a.conf", "app.a = ${app.host}\napp.b = 'quoted'\n");
     folder.write("conf.d/b.conf", "app.a = ${TARNWICK_NOT_SET:-default}\napp.c = ${HOME}\n");
-    return folder.write("f.conf", "# all that a file can do\n"
+    return folder.write("f.conf", "# every directive\n"
                                   "app.host = \"localhost\"\n"
                                   "include = conf.d/*.conf\n"
                                   "app.again = ${app.host}\n"

@@ -120,7 +120,7 @@ void add_variable(ConfigOptions &options, std::string const &argument)
     auto const name = argument.substr(0, equals);
     if (!is_variable_name(name))
         throw CLI::ValidationError("--set", fmt::format("invalid name '{}': a name is a letter or an underscore, "
-                                                        "followed by letters, digits, underscores and points",
+                                                        "followed by letters, digits, underscores and dots",
                                                         name));
     options.environment.emplace_back(name, argument.substr(equals + 1));
 }
@@ -147,7 +147,7 @@ CLI::App &add_config_command(CLI::App &config, ConfigOptions &options, Command &
     sub.add_option_function<std::string>("FILE", set_file, "configuration file")->required()->type_name("");
     if (definition.takes_key)
         sub.add_option("KEY", options.key, "key without the prefix")->required()->type_name("");
-    sub.add_option("--name", options.name, "read only the keys that start with NAME and a point")
+    sub.add_option("--name", options.name, "read only the keys that start with NAME and a dot")
         ->type_name("NAME")
         ->take_last();
     add_choice(sub, "--format", options.format,

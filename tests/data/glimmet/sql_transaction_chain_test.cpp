@@ -1,5 +1,5 @@
 // Chains of parents, which one report can make as long as it likes: their release takes no stack, keeps its order, and
-// stops where somebody else holds on.
+// stops at a link that has another owner.
 
 #include <tarnwick/data/glimmet/sql_queries.h>
 

@@ -136,7 +136,7 @@ TEST(Event, a_protobuf_event_without_type_is_a_slow_function)
     EXPECT_EQ(std::get<SlowFunctionExec>(event->details()).duration, (TimePair{1, 2}));
 }
 
-// Which kind can fill `function` and `stack_trace`, in each dialect: every message says all that it can.
+// Which kind can fill `function` and `stack_trace`, in each dialect: every message has all its fields set.
 
 struct FillRow {
     char const *name;

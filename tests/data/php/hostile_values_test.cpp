@@ -177,7 +177,7 @@ std::string member(int number, std::string const &message)
     return bytes;
 }
 
-/// How a value lies in a value: the messages on the way from the one to the other.
+/// How a value is nested in a value: the messages between them.
 struct Nesting {
     char const *name;
     int messages;

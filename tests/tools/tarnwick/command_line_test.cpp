@@ -24,7 +24,7 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
     std::string const help_usage = "usage: tarnwick help [COMMAND...]\nUse --help for more information.\n";
     auto const invalid_name = [&](std::string const &name) {
         return "tarnwick: --set: invalid name '" + name +
-               "': a name is a letter or an underscore, followed by letters, digits, underscores and points\n" +
+               "': a name is a letter or an underscore, followed by letters, digits, underscores and dots\n" +
                get_usage;
     };
     struct Case {

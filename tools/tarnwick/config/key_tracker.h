@@ -27,7 +27,7 @@ protected:
         std::optional<ConfigPlace::Line> earlier; ///< set the name before, in a file that the reference does not search
     };
 
-    /// The prefix with its point; empty if there is none.
+    /// The prefix with its dot; empty if there is none.
     [[nodiscard]] QString const &prefix() const { return prefix_; }
     [[nodiscard]] UnresolvedReference unresolved_reference(PelorinPHPX::ConfigFile const &file,
                                                            QString const &name) const;

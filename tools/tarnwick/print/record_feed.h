@@ -25,9 +25,9 @@ namespace tarnwick::program {
 /// Builds the records that a frame's report feeds and prints them.
 class RecordFeed {
 public:
-    /// How deep messages may lie in each other in a report. A PHP array takes three levels; PHP itself takes 64 arrays in
-    /// each other from a request. All that is done with such a report has room on a stack of 256 KiB, of which parsing
-    /// takes the most, some 190 bytes a message.
+    /// Limit of nested messages in a report. A PHP array takes three levels; PHP itself accepts 64 nested arrays from a
+    /// request. Parsing, building and printing such a report need at most 256 KiB of stack. Parsing needs the most, some
+    /// 190 bytes a message.
     static constexpr int max_depth = 1000;
 
     /// `all_records`: every record of the report's family, whatever the report's case.
