@@ -17,6 +17,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <stdexcept>
 #include <variant>
 
 // NOLINTBEGIN(bugprone-reserved-identifier): ThreadSanitizer calls these names
@@ -78,10 +79,18 @@ void assign_one_handle()
     });
 }
 
-void read_a_record_behind_its_release()
+Record rinit_record()
 {
-    auto const construct = constructors(1).front();
-    Record shared = construct();
+    for (auto const &construct : constructors(1)) {
+        if (auto record = construct(); std::holds_alternative<data::php::RInit>(record))
+            return record;
+    }
+    throw std::logic_error("no constructor of RInit");
+}
+
+void read_a_record_after_its_release()
+{
+    Record shared = rinit_record();
     auto const &payload = *std::get<data::php::RInit>(shared);
     on_threads([&](std::size_t thread) {
         if (thread == 0)
@@ -124,7 +133,7 @@ INSTANTIATE_TEST_SUITE_P(
     , ControlRaceDeathTest,
     testing::Values(Race{"of_one_number", count_in_one_number}, Race{"of_a_release_in_no_order", release_in_no_order},
                     Race{"of_one_handle", assign_one_handle},
-                    Race{"with_a_release", read_a_record_behind_its_release, "data race|heap-use-after-free"},
+                    Race{"with_a_release", read_a_record_after_its_release, "data race|heap-use-after-free"},
                     Race{"of_one_table", fill_one_table}),
     by_name);
 
