@@ -1,6 +1,6 @@
 # Common settings of all targets.
 
-# Options of everything built here, including generated code: the sanitizers must instrument all of it.
+# Options of everything built here.
 function(tarnwick_build_options target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
@@ -76,6 +76,6 @@ function(tarnwick_message_library target)
     target_include_directories(${target} SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${generated} FILES ${headers})
     # Generated sources reuse names of static variables, so they cannot be combined into one source.
-    set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS OFF UNITY_BUILD OFF)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
     target_link_libraries(${target} PUBLIC protobuf::libprotobuf)
 endfunction()

@@ -5,6 +5,10 @@ function(tarnwick_test_sources target)
     if(NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -O0)
     endif()
+    # In tests, these checks take a third of the compile time. AddressSanitizer reports a null pointer as well.
+    if(TARNWICK_SANITIZE MATCHES undefined AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment,object-size,vptr)
+    endif()
 endfunction()
 
 # Reuses the precompiled headers of tarnwick_tests. This requires its options, and that it is built first, which fuzzers
@@ -16,10 +20,12 @@ function(tarnwick_test_headers target)
 endfunction()
 
 # tarnwick_test(NAME FOLDER...): one executable, and one test, of all *_test.cpp in the folders of tests/ (`.` is not
-# searched deeper). The cases run in a random order, since none may depend on another.
+# searched deeper). The cases run in a random order, since none may depend on another. With SHARDS n, n tests run in
+# parallel, each with its share of the cases.
 function(tarnwick_test name)
+    cmake_parse_arguments(test "" SHARDS "" ${ARGN})
     set(sources "")
-    foreach(folder IN LISTS ARGN)
+    foreach(folder IN LISTS test_UNPARSED_ARGUMENTS)
         if(folder STREQUAL ".")
             file(GLOB found CONFIGURE_DEPENDS *_test.cpp)
         else()
@@ -29,6 +35,18 @@ function(tarnwick_test name)
     endforeach()
     add_executable(${name} ${sources})
     tarnwick_test_sources(${name})
+    # Test sources instantiate the same templates: 30 compile in 70% of the time of three times 10.
+    set_target_properties(${name} PROPERTIES UNITY_BUILD_BATCH_SIZE 30)
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
-    add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
+    if(NOT test_SHARDS)
+        add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
+        return()
+    endif()
+    foreach(number RANGE 1 ${test_SHARDS})
+        math(EXPR index "${number} - 1")
+        add_test(NAME ${name}.${number} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
+        set_tests_properties(${name}.${number} PROPERTIES
+            COST 100 # the longest tests start first
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${test_SHARDS};GTEST_SHARD_INDEX=${index}")
+    endforeach()
 endfunction()
