@@ -21,9 +21,10 @@ endfunction()
 
 # tarnwick_test(NAME FOLDER...): one executable, and one test, of all *_test.cpp in the folders of tests/ (`.` is not
 # searched deeper). The cases run in a random order, since none may depend on another. With SHARDS n, n tests run in
-# parallel, each with its share of the cases.
+# parallel, each with its share of the cases. With ONLY sanitizer, other builds neither compile nor run it, but lint
+# reads it.
 function(tarnwick_test name)
-    cmake_parse_arguments(test "" SHARDS "" ${ARGN})
+    cmake_parse_arguments(test "" "SHARDS;ONLY" "" ${ARGN})
     set(sources "")
     foreach(folder IN LISTS test_UNPARSED_ARGUMENTS)
         if(folder STREQUAL ".")
@@ -38,15 +39,17 @@ function(tarnwick_test name)
     # Test sources instantiate the same templates: 30 compile in 70% of the time of three times 10.
     set_target_properties(${name} PROPERTIES UNITY_BUILD_BATCH_SIZE 30)
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
-    if(NOT test_SHARDS)
+    if(test_ONLY AND NOT TARNWICK_SANITIZE MATCHES "${test_ONLY}")
+        set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    elseif(NOT test_SHARDS)
         add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
-        return()
+    else()
+        foreach(number RANGE 1 ${test_SHARDS})
+            math(EXPR index "${number} - 1")
+            add_test(NAME ${name}.${number} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
+            set_tests_properties(${name}.${number} PROPERTIES
+                COST 100 # the longest tests start first
+                ENVIRONMENT "GTEST_TOTAL_SHARDS=${test_SHARDS};GTEST_SHARD_INDEX=${index}")
+        endforeach()
     endif()
-    foreach(number RANGE 1 ${test_SHARDS})
-        math(EXPR index "${number} - 1")
-        add_test(NAME ${name}.${number} COMMAND ${name} --gtest_shuffle --gtest_brief=1)
-        set_tests_properties(${name}.${number} PROPERTIES
-            COST 100 # the longest tests start first
-            ENVIRONMENT "GTEST_TOTAL_SHARDS=${test_SHARDS};GTEST_SHARD_INDEX=${index}")
-    endforeach()
 endfunction()
