@@ -4,9 +4,11 @@
 #include "support/table.h"
 #include "tools/tarnwick/support/captures.h"
 
+#include "capture/record_feed.h"
+#include "capture/report_parser.h"
 #include "print/output.h"
-#include "print/record_feed.h"
 #include "print/record_printer.h"
+#include "print/record_selection.h"
 #include "tools/tarnwick/support/files.h"
 
 #include <gmock/gmock.h>
@@ -48,7 +50,8 @@ protected:
             MemoryFile const file;
             program::Output output(file.descriptor());
             program::RecordPrinter printer(output, {.json = json});
-            RecordFeed feed(printer, false);
+            RecordSelection selection(printer);
+            RecordFeed feed(selection, false);
             result.fault = feed.feed(frame);
             output.flush();
             result.printed = file.content();
@@ -57,7 +60,7 @@ protected:
     }
 };
 
-constexpr std::size_t limit = RecordFeed::max_depth;
+constexpr std::size_t limit = max_report_depth;
 
 TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
 {

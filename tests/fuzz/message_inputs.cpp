@@ -2,7 +2,7 @@
 
 #include "fuzz/message_mutator.h"
 
-#include <print/record_feed.h>
+#include <capture/report_parser.h>
 
 #include <google/protobuf/io/coded_stream.h>
 
@@ -14,7 +14,7 @@ bool parse(std::string_view bytes, Message &message)
 {
     google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(bytes.data()),
                                                   static_cast<int>(bytes.size()));
-    stream.SetRecursionLimit(program::RecordFeed::max_depth);
+    stream.SetRecursionLimit(program::max_report_depth);
     return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
 }
 

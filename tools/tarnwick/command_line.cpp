@@ -1,14 +1,15 @@
 #include "command_line.h"
 
+#include "capture/report_parser.h"
 #include "config_check.h"
 #include "config_dump.h"
 #include "config_explain.h"
 #include "config_get.h"
 #include "exit_status.h"
 #include "inspect.h"
+#include "ls.h"
 #include "print/output.h"
 #include "print/readable_text.h"
-#include "print/record_feed.h"
 #include "standard_error.h"
 
 #include <CLI/CLI.hpp>
@@ -19,12 +20,17 @@
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <charconv>
 #include <csignal>
+#include <cstdint>
 #include <functional>
 #include <new>
+#include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -78,25 +84,167 @@ void add_color(CLI::App &app, Color &color)
 /// The command of the parsed command line, ready to run.
 using Command = std::function<ExitStatus()>;
 
-void add_inspect(CLI::App &app, InspectOptions &options, Command &command)
+/// The options that choose reports, records and requests, as they are written.
+struct ChoiceOptions {
+    std::vector<std::string> records;
+    std::vector<std::string> conditions;
+    std::vector<std::string> columns;
+    std::string sort;
+};
+
+/// Reports a wrong name or condition as wrong usage.
+template <class Read>
+decltype(auto) checked(std::string const &option, Read const &read)
+{
+    try {
+        return read();
+    } catch (std::invalid_argument const &error) {
+        throw CLI::ValidationError(option, error.what());
+    }
+}
+
+void add_files(CLI::App &app, std::vector<std::string> &files)
+{
+    app.add_option("FILE", files, "captures to read; standard input if none is given, or for -")->type_name("");
+}
+
+void check_files(std::vector<std::string> const &files)
+{
+    if (std::ranges::count(files, "-") > 1)
+        throw CLI::ValidationError("standard input (-) can be read only once");
+}
+
+void add_report_choice(CLI::App &app, ReportChoice &reports)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--request",
+           [&reports](std::vector<std::string> const &arguments) {
+               for (auto const &argument : arguments) {
+                   std::uint64_t id = 0;
+                   auto const *const end = argument.data() + argument.size();
+                   if (auto const [last, fault] = std::from_chars(argument.data(), end, id);
+                       fault != std::errc() || last != end)
+                       throw CLI::ValidationError(
+                           "--request",
+                           fmt::format("'{}' is not a request id, a number from 0 to {}", argument, UINT64_MAX));
+                   reports.requests.push_back(id);
+               }
+           },
+           "only the request with this id; can be repeated")
+        ->type_name("ID")
+        ->allow_extra_args(false);
+    app.add_option_function<std::vector<std::string>>(
+           "--dialect",
+           [&reports](std::vector<std::string> const &arguments) {
+               for (auto const &argument : arguments) {
+                   if (argument != name_of(Dialect::rpc) && argument != name_of(Dialect::protobuf))
+                       throw CLI::ValidationError("--dialect",
+                                                  fmt::format("'{}' is not one of rpc, protobuf", argument));
+                   reports.dialects.push_back(argument == name_of(Dialect::rpc) ? Dialect::rpc : Dialect::protobuf);
+               }
+           },
+           "only reports of this dialect; can be repeated")
+        ->type_name("rpc|protobuf")
+        ->allow_extra_args(false);
+}
+
+void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help)
+{
+    app.add_option("--where", conditions, help)->type_name("CONDITION")->allow_extra_args(false);
+}
+
+void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help)
+{
+    app.add_option("--top", top, help)->type_name("N")->take_last();
+}
+
+constexpr auto const *exit_statuses = "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
+                                      "3 a file cannot be read or written.";
+
+void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, Command &command)
 {
     auto &sub =
         add_command(app, "inspect", "Print the records of captures", "usage: tarnwick inspect [OPTION...] [FILE...]");
-    sub.add_option("FILE", options.files, "captures to read; standard input if none is given, or for -")->type_name("");
+    add_files(sub, options.files);
     add_choice(sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     sub.add_flag("--all-records", options.all_records,
                  "print all records of the report's family, not only those that the report fills");
-    sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n"
-                           "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
-                           "3 a file cannot be read or written.",
-                           RecordFeed::max_depth));
+    sub.add_option("--record", choice.records, "only records of this name (php.RInit or RInit); can be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    add_report_choice(sub, options.reports);
+    add_conditions(sub, choice.conditions,
+                   "only records whose field fulfils this, such as 'duration>200ms'; can be repeated");
+    add_top(sub, options.top, "only the first N records");
+    sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n{}",
+                           max_report_depth, exit_statuses));
     sub.callback([&] {
-        if (std::ranges::count(options.files, "-") > 1)
-            throw CLI::ValidationError("standard input (-) can be read only once");
+        check_files(options.files);
+        options.records = checked(choice.conditions.empty() ? "--record" : "--where",
+                                  [&] { return RecordChoice(choice.records, choice.conditions); });
         command = [&options] { return inspect(options); };
+    });
+}
+
+/// Reads the columns that are separated by commas.
+std::vector<RequestColumn const *> read_columns(std::vector<std::string> const &names)
+{
+    std::vector<RequestColumn const *> columns;
+    for (auto const &name : names)
+        columns.push_back(&checked("--columns", [&]() -> RequestColumn const & { return request_column(name); }));
+    return columns;
+}
+
+void read_sort(std::string const &argument, LsOptions &options)
+{
+    auto const colon = argument.find(':');
+    auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
+    if (direction != "asc" && direction != "desc")
+        throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
+    options.sort =
+        &checked("--sort", [&]() -> RequestColumn const & { return request_column(argument.substr(0, colon)); });
+    options.is_descending = direction == "desc";
+}
+
+void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &command)
+{
+    using Format = LsOptions::Format;
+    auto &sub = add_command(app, "ls", "List the requests of captures", "usage: tarnwick ls [OPTION...] [FILE...]");
+    add_files(sub, options.files);
+    add_choice(sub, "--format", options.format,
+               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}, {"csv", Format::csv}},
+               "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
+    std::vector<std::string_view> names;
+    for (auto const &column : request_columns())
+        names.push_back(column.name);
+    sub.add_option("--columns", choice.columns, "the columns and their order, separated by commas")
+        ->type_name("COLUMNS")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    add_report_choice(sub, options.reports);
+    add_conditions(sub, choice.conditions,
+                   "only requests whose column fulfils this, such as 'status>=500' or 'uri~^/api'; can be repeated");
+    sub.add_option("--sort", choice.sort, "order by a column; add :desc for the largest first")
+        ->type_name("COLUMN[:desc]")
+        ->take_last();
+    add_top(sub, options.top, "only the first N requests");
+    sub.footer(fmt::format("Columns: {}\n\n{}", fmt::join(names, " "), exit_statuses));
+    sub.callback([&] {
+        check_files(options.files);
+        options.columns = read_columns(choice.columns);
+        if (!choice.sort.empty())
+            read_sort(choice.sort, options);
+        for (auto const &text : choice.conditions) {
+            options.conditions.push_back(checked("--where", [&] {
+                Condition condition(text);
+                condition.set_type(request_column(condition.field()).type);
+                return condition;
+            }));
+        }
+        command = [&options] { return ls(options); };
     });
 }
 
@@ -289,7 +437,11 @@ ExitStatus dispatch(int argc, char const *const *argv)
     });
     Command command;
     InspectOptions inspect_options;
-    add_inspect(app, inspect_options, command);
+    ChoiceOptions inspect_choice;
+    add_inspect(app, inspect_options, inspect_choice, command);
+    LsOptions ls_options;
+    ChoiceOptions ls_choice;
+    add_ls(app, ls_options, ls_choice, command);
     ConfigOptions config_options;
     add_config(app, config_options, command);
     std::vector<std::string> help_words;

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "exit_status.h"
+#include "print/record_selection.h"
 #include "print/terminal.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +18,9 @@ struct InspectOptions {
     Format format = Format::automatic;
     Color color = Color::automatic;
     bool all_records = false;
+    ReportChoice reports;
+    RecordChoice records;
+    std::optional<std::uint64_t> top;
 };
 
 /// Prints the records of captures to standard output, and faults with their places to standard error. Throws

@@ -1,7 +1,6 @@
 #include "capture/report_check.h"
 
 #include "capture/report_parser.h"
-#include "print/record_feed.h"
 
 #include <tarnwick/data/record_messages.h>
 #include <tarnwick/messages.h>
@@ -19,7 +18,7 @@ template <class Message>
 bool parses(std::string const &bytes)
 {
     google::protobuf::Arena arena;
-    return try_parse_report(*google::protobuf::Arena::Create<Message>(&arena), bytes, RecordFeed::max_depth);
+    return try_parse_report(*google::protobuf::Arena::Create<Message>(&arena), bytes);
 }
 
 } // namespace

@@ -24,9 +24,9 @@ CodedInputStream stream_of(std::string const &bytes)
     return CodedInputStream(reinterpret_cast<std::uint8_t const *>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
-/// Returns whether a report nests messages more than `max_depth` deep, before the first byte that does not parse. Does
+/// Returns whether a report nests messages more than `max_report_depth` deep, before the first byte that does not parse. Does
 /// not recurse, so a deep report needs no stack.
-bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth)
+bool is_too_deep(Descriptor const &type, std::string const &bytes)
 {
     struct Level {
         Descriptor const *type;
@@ -50,7 +50,7 @@ bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth
                 return false;
             continue;
         }
-        if (levels.size() > static_cast<std::size_t>(max_depth))
+        if (levels.size() > static_cast<std::size_t>(max_report_depth))
             return true;
         int length = 0;
         if (!stream.ReadVarintSizeAsInt(&length) || length > stream.BytesUntilLimit())
@@ -61,22 +61,22 @@ bool is_too_deep(Descriptor const &type, std::string const &bytes, int max_depth
 
 } // namespace
 
-bool try_parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+bool try_parse_report(google::protobuf::Message &message, std::string const &bytes)
 {
     auto stream = stream_of(bytes);
-    stream.SetRecursionLimit(max_depth);
+    stream.SetRecursionLimit(max_report_depth);
     return message.ParseFromCodedStream(&stream) && stream.ConsumedEntireMessage();
 }
 
-std::optional<std::string> parse_report(google::protobuf::Message &message, std::string const &bytes, int max_depth)
+std::optional<std::string> parse_report(google::protobuf::Message &message, std::string const &bytes)
 {
-    if (try_parse_report(message, bytes, max_depth))
+    if (try_parse_report(message, bytes))
         return std::nullopt;
     // The parser does not report why it stopped.
     auto const &type = *message.GetDescriptor();
     auto const name = std::string_view(type.full_name());
-    if (is_too_deep(type, bytes, max_depth))
-        return fmt::format("the {} nests messages more than {} deep", name, max_depth);
+    if (is_too_deep(type, bytes))
+        return fmt::format("the {} nests messages more than {} deep", name, max_report_depth);
     return fmt::format("the report is not a valid {}", name);
 }
 

@@ -74,7 +74,7 @@ void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions con
         table.add({span_text(function->time_first()), time > 0 ? bar(time / longest) : "",
                    span_text(function->time_second()), fmt::to_string(function->count()), name_and_place(*function)});
     }
-    for (auto const &line : table.lines())
+    for (auto const &line : table.take_lines())
         writer.row(line);
 }
 

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::program {
@@ -65,10 +66,10 @@ std::string statement(SqlQuery const &query)
     return text;
 }
 
-void write(ReadableWriter &writer, std::string_view field, TextTable const &table)
+void write(ReadableWriter &writer, std::string_view field, TextTable &&table)
 {
     writer.field(field, data::Sense::plain);
-    for (auto const &line : table.lines())
+    for (auto const &line : table.take_lines())
         writer.row(line);
 }
 
@@ -88,7 +89,7 @@ void write_connections(ReadableWriter &writer, Connections const &connections)
     for (auto const &connection : connections)
         table.add(
             {fmt::to_string(connection->id()), fmt::to_string(connection->kind()), quoted_text(connection->name())});
-    write(writer, "connections", table);
+    write(writer, "connections", std::move(table));
 }
 
 template <class Transactions>
@@ -100,7 +101,7 @@ void write_transactions(ReadableWriter &writer, Transactions const &transactions
     for (auto const &transaction : transactions)
         table.add({fmt::to_string(transaction->id()), id_text(transaction->parent()),
                    number_text(transaction->extra_number()), span_text(transaction->time())});
-    write(writer, "transactions", table);
+    write(writer, "transactions", std::move(table));
 }
 
 template <class Queries>
@@ -123,7 +124,7 @@ void write_queries(ReadableWriter &writer, Queries const &queries)
                    fmt::to_string(query->kind()), fmt::to_string(query->source_kind()), fmt::to_string(query->status()),
                    fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site(*query),
                    statement(*query)});
-    write(writer, "queries", table);
+    write(writer, "queries", std::move(table));
 }
 
 /// Writes the statements that were sent more than once, most frequent first, then in the order of their first query.
@@ -149,7 +150,7 @@ void write_repeated(ReadableWriter &writer, Queries const &queries)
     TextTable table({{"count"}, {"text", Align::left}});
     for (auto const &[count, text] : statements)
         table.add({fmt::to_string(count), quoted_text(text)});
-    write(writer, "repeated", table);
+    write(writer, "repeated", std::move(table));
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 
 namespace tarnwick::program {
 
-void RecordPrinter::begin_json(std::string_view name, std::string_view dialect, std::string_view view)
+void RecordPrinter::begin_json(std::string_view name, Dialect dialect, std::string_view view)
 {
     json_.begin_record(name);
     json_.field("record");
@@ -21,7 +21,7 @@ void RecordPrinter::begin_json(std::string_view name, std::string_view dialect, 
     json_.field("offset");
     json_.integer(origin_.offset);
     json_.field("dialect");
-    json_.bytes(dialect);
+    json_.bytes(name_of(dialect));
     if (!view.empty()) {
         json_.field("view");
         json_.bytes(view);
@@ -36,11 +36,11 @@ void RecordPrinter::end_json()
     json_.clear();
 }
 
-void RecordPrinter::begin_readable(std::string_view name, std::string_view dialect, std::string_view view)
+void RecordPrinter::begin_readable(std::string_view name, Dialect dialect, std::string_view view)
 {
     auto const file = style_.name_files ? escaped_text(origin_.file) + ": " : "";
-    readable_.headline(name, fmt::format("{}frame {} at byte {}, {}{}{}", file, origin_.frame, origin_.offset, dialect,
-                                         view.empty() ? "" : ", ", view));
+    readable_.headline(name, fmt::format("{}frame {} at byte {}, {}{}{}", file, origin_.frame, origin_.offset,
+                                         name_of(dialect), view.empty() ? "" : ", ", view));
 }
 
 void RecordPrinter::end_readable()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "capture/dialect.h"
+#include "capture/origin.h"
 #include "print/json_writer.h"
 #include "print/output.h"
 #include "print/readable_functions.h"
@@ -16,13 +18,6 @@
 #include <string_view>
 
 namespace tarnwick::program {
-
-/// Frame of a record.
-struct Origin {
-    std::string_view file; ///< as given on the command line
-    std::uint64_t frame = 0;
-    std::uint64_t offset = 0;
-};
 
 /// Writes the fields of a record. Records with tables have overloads of their own.
 template <data::Described Record>
@@ -56,7 +51,7 @@ public:
     /// Prints a record. `view` distinguishes several records of one type from one report; empty if there is only one.
     /// `request_id` is that of the frame, for a record without its own.
     template <data::Described Record>
-    void print(Record const &record, std::string_view dialect, std::string_view view = {},
+    void print(Record const &record, Dialect dialect, std::string_view view = {},
                std::optional<data::php::RequestId> request_id = {})
     {
         if (style_.json) {
@@ -73,9 +68,9 @@ public:
     }
 
 private:
-    void begin_json(std::string_view name, std::string_view dialect, std::string_view view);
+    void begin_json(std::string_view name, Dialect dialect, std::string_view view);
     void end_json();
-    void begin_readable(std::string_view name, std::string_view dialect, std::string_view view);
+    void begin_readable(std::string_view name, Dialect dialect, std::string_view view);
     void end_readable();
     template <data::Writer W>
     static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)

@@ -3,13 +3,13 @@
 #include "print/text_width.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <utility>
 
 namespace tarnwick::program {
 
 TextTable::TextTable(std::vector<Column> columns)
     : columns_(std::move(columns))
+    , widths_(columns_.size())
 {
     std::vector<std::string> titles;
     titles.reserve(columns_.size());
@@ -23,19 +23,19 @@ void TextTable::add(std::vector<std::string> cells)
     rows_.push_back(std::move(cells));
 }
 
-std::vector<std::string> TextTable::lines() const
+std::vector<std::string> TextTable::take_lines()
 {
-    std::vector<std::size_t> widths(columns_.size());
-    for (auto const &row : rows_) {
+    auto const rows = std::exchange(rows_, {});
+    for (auto const &row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], text_width(row[i]));
+            widths_[i] = std::max(widths_[i], text_width(row[i]));
     }
     std::vector<std::string> lines;
-    lines.reserve(rows_.size());
-    for (auto const &row : rows_) {
+    lines.reserve(rows.size());
+    for (auto const &row : rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            auto const padding = std::string(widths[i] - text_width(row[i]), ' ');
+            auto const padding = std::string(widths_[i] - text_width(row[i]), ' ');
             line += i == 0 ? "" : "  ";
             line += columns_[i].align == Align::right ? padding + row[i] : row[i] + padding;
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,11 +21,13 @@ public:
     /// Adds a row. REQUIRES: one cell per column.
     void add(std::vector<std::string> cells);
 
-    /// Returns the lines, starting with the titles.
-    [[nodiscard]] std::vector<std::string> lines() const;
+    /// Returns the lines of the rows that were added, and drops the rows. The first call starts with the titles. Columns
+    /// stay at least as wide as before.
+    [[nodiscard]] std::vector<std::string> take_lines();
 
 private:
     std::vector<Column> columns_;
+    std::vector<std::size_t> widths_;
     std::vector<std::vector<std::string>> rows_;
 };
 

@@ -19,7 +19,7 @@ using data::php::RequestId;
 using RShutdown = data::php::detail::RShutdown;
 
 template <class Record>
-std::string printed(RecordPrinter::Style style, Origin origin, Record const &record, std::string_view dialect)
+std::string printed(RecordPrinter::Style style, Origin origin, Record const &record, Dialect dialect)
 {
     test::MemoryFile const file;
     Output output(file.descriptor());
@@ -44,13 +44,13 @@ RShutdown const from_protobuf(test::from_text<test::RShutdownData>(R"(
 
 TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
 {
-    EXPECT_EQ(printed({.json = true}, {"a.tnw", 12, 3456}, from_rpc, "rpc"),
+    EXPECT_EQ(printed({.json = true}, {"a.tnw", 12, 3456}, from_rpc, Dialect::rpc),
               R"({"record":"php.RShutdown","frame":12,"offset":3456,"dialect":"rpc",)"
               R"("request_id":18446744073709551615,"timestamp":{"seconds":1700000000,"nanos":5},)"
               R"("duration":{"seconds":-9223372036854775808,"nanos":-1},"response_status":-2147483648,)"
               R"("memory_0":9223372036854775807,"memory_1":-9223372036854775808,"memory_2":1})"
               "\n");
-    EXPECT_EQ(printed({.json = true}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"),
+    EXPECT_EQ(printed({.json = true}, {"a.tnw", 1, 0}, from_protobuf, Dialect::protobuf),
               R"({"record":"php.RShutdown","frame":1,"offset":0,"dialect":"protobuf",)"
               R"("request_id":7,"timestamp":{"seconds":0,"nanos":0},)"
               R"("duration":{"seconds":0,"nanos":5000000},"response_status":200,)"
@@ -61,9 +61,9 @@ TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
 TEST(RecordPrinter, writes_the_file_after_the_record)
 {
     RecordPrinter::Style const style{.json = true, .name_files = true};
-    EXPECT_TRUE(printed(style, {"dir/a \"b\".tnw", 1, 0}, from_protobuf, "protobuf")
+    EXPECT_TRUE(printed(style, {"dir/a \"b\".tnw", 1, 0}, from_protobuf, Dialect::protobuf)
                     .starts_with(R"({"record":"php.RShutdown","file":"dir/a \"b\".tnw","frame":1,"offset":0,)"));
-    EXPECT_TRUE(printed(style, {"\xff.tnw", 1, 0}, from_protobuf, "protobuf")
+    EXPECT_TRUE(printed(style, {"\xff.tnw", 1, 0}, from_protobuf, Dialect::protobuf)
                     .starts_with(R"({"record":"php.RShutdown","file":{"base64":"/y50bnc="},"frame":1,)"));
 }
 
@@ -74,7 +74,7 @@ TEST(RecordPrinter, writes_the_view_after_the_dialect)
         Output output(file.descriptor());
         RecordPrinter printer(output, {.json = json});
         printer.set_origin({"a.tnw", 1, 0});
-        printer.print(from_protobuf, "protobuf", "init");
+        printer.print(from_protobuf, Dialect::protobuf, "init");
         output.flush();
         EXPECT_TRUE(file.content().starts_with(
             json
@@ -86,7 +86,8 @@ TEST(RecordPrinter, writes_the_view_after_the_dialect)
 
 TEST(RecordPrinter, writes_text)
 {
-    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"), R"(php.RShutdown  frame 1 at byte 0, protobuf
+    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, from_protobuf, Dialect::protobuf),
+              R"(php.RShutdown  frame 1 at byte 0, protobuf
   request_id       7
   timestamp        -
   duration         5.000000 ms
@@ -96,15 +97,15 @@ TEST(RecordPrinter, writes_text)
   memory_2         3
 
 )");
-    EXPECT_TRUE(printed({.name_files = true}, {"a.tnw", 1, 20}, from_rpc, "rpc")
+    EXPECT_TRUE(printed({.name_files = true}, {"a.tnw", 1, 20}, from_rpc, Dialect::rpc)
                     .starts_with("php.RShutdown  a.tnw: frame 1 at byte 20, rpc\n"));
-    EXPECT_TRUE(
-        printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, "rpc").starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
+    EXPECT_TRUE(printed({.color = true}, {"a.tnw", 1, 0}, from_rpc, Dialect::rpc)
+                    .starts_with("\x1b[1;36mphp.RShutdown\x1b[0m"));
 }
 
 TEST(RecordPrinter, cuts_lines_and_ends_colours)
 {
-    EXPECT_EQ(printed({.color = true, .width = 16}, {"a.tnw", 1, 0}, from_protobuf, "protobuf"),
+    EXPECT_EQ(printed({.color = true, .width = 16}, {"a.tnw", 1, 0}, from_protobuf, Dialect::protobuf),
               "\x1b[1;36mphp.RShutdown\x1b[0m  \x1b[2m…\x1b[0m\n"
               "  request_id   …\n"
               "  timestamp    …\n"
@@ -121,7 +122,8 @@ TEST(RecordPrinter, has_tables_in_text_and_message_order_in_json)
         test::from_text<pelorin::protobuf::Glimmet::Functions>(
             "functions { name: 'fast' } functions { name: 'slow' time_first { seconds: 1 } }"),
         RequestId(7));
-    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, functions, "protobuf"), R"(glimmet.Functions  frame 1 at byte 0, protobuf
+    EXPECT_EQ(printed({}, {"a.tnw", 1, 0}, functions, Dialect::protobuf),
+              R"(glimmet.Functions  frame 1 at byte 0, protobuf
   request_id       7
   functions
        time_first                        time_second  count  function
@@ -129,7 +131,7 @@ TEST(RecordPrinter, has_tables_in_text_and_message_order_in_json)
          0.000 µs                           0.000 µs      0  "fast"
 
 )");
-    auto const line = printed({.json = true}, {"a.tnw", 1, 0}, functions, "protobuf");
+    auto const line = printed({.json = true}, {"a.tnw", 1, 0}, functions, Dialect::protobuf);
     EXPECT_LT(line.find("fast"), line.find("slow"));
 }
 
@@ -139,11 +141,11 @@ TEST(RecordPrinter, prints_consecutive_records)
         test::MemoryFile const file;
         Output output(file.descriptor());
         RecordPrinter printer(output, {.json = json});
-        printer.print(from_rpc, "rpc");
-        printer.print(from_protobuf, "protobuf");
+        printer.print(from_rpc, Dialect::rpc);
+        printer.print(from_protobuf, Dialect::protobuf);
         output.flush();
-        EXPECT_EQ(file.content(), printed({.json = json}, {}, from_rpc, "rpc") +
-                                      printed({.json = json}, {}, from_protobuf, "protobuf"));
+        EXPECT_EQ(file.content(), printed({.json = json}, {}, from_rpc, Dialect::rpc) +
+                                      printed({.json = json}, {}, from_protobuf, Dialect::protobuf));
     }
 }
 

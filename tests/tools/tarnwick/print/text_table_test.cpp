@@ -13,8 +13,8 @@ TEST(TextTable, columns_fit_their_widest_cell)
     TextTable table({{"n"}, {"name", Align::left}, {"count"}});
     table.add({"100", "a", "5"});
     table.add({"1", "a longer name", "12345678"});
-    EXPECT_THAT(table.lines(), ElementsAre("  n  name              count", "100  a                     5",
-                                           "  1  a longer name  12345678"));
+    EXPECT_THAT(table.take_lines(), ElementsAre("  n  name              count", "100  a                     5",
+                                                "  1  a longer name  12345678"));
 }
 
 TEST(TextTable, lines_have_no_trailing_blanks)
@@ -22,7 +22,7 @@ TEST(TextTable, lines_have_no_trailing_blanks)
     TextTable table({{"n"}, {"name", Align::left}, {"", Align::left}});
     table.add({"1", "abc", "text"});
     table.add({"2", "a", ""});
-    EXPECT_THAT(table.lines(), ElementsAre("n  name", "1  abc   text", "2  a"));
+    EXPECT_THAT(table.take_lines(), ElementsAre("n  name", "1  abc   text", "2  a"));
 }
 
 TEST(TextTable, uses_the_width_on_a_terminal)
@@ -32,12 +32,12 @@ TEST(TextTable, uses_the_width_on_a_terminal)
     table.add({"█▏x", "µ"});
     table.add({"日", "1"});
     table.add({"e\u0301", "1"});
-    EXPECT_THAT(table.lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
+    EXPECT_THAT(table.take_lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
 }
 
 TEST(TextTable, prints_titles_without_rows)
 {
-    EXPECT_THAT(TextTable({{"a"}, {"b"}}).lines(), ElementsAre("a  b"));
+    EXPECT_THAT(TextTable({{"a"}, {"b"}}).take_lines(), ElementsAre("a  b"));
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "capture/record_feed.h"
 #include "files.h"
-#include "print/record_feed.h"
+#include "print/record_selection.h"
 
 #include <tarnwick/capture/v1/capture.pb.h>
 
@@ -22,7 +23,8 @@ inline FeedResult feed(capture::v1::Frame const &frame, bool all_records = false
     MemoryFile const file;
     program::Output output(file.descriptor());
     program::RecordPrinter printer(output, {.json = true});
-    program::RecordFeed feed(printer, all_records);
+    program::RecordSelection selection(printer);
+    program::RecordFeed feed(selection, all_records);
     auto fault = feed.feed(frame);
     output.flush();
     return {std::move(fault), file.content()};

@@ -1,6 +1,7 @@
 // Function statistics, SQL and storage.
 
-#include "print/record_feed.h"
+#include "capture/record_feed.h"
+#include "print/record_selection.h"
 
 #include "support/textproto.h"
 #include "tools/tarnwick/support/captures.h"
@@ -170,7 +171,8 @@ private:
     test::MemoryFile file_;
     Output output_{file_.descriptor()};
     RecordPrinter printer_;
-    RecordFeed feed_{printer_, false};
+    RecordSelection selection_{printer_};
+    RecordFeed<RecordSelection> feed_{selection_};
 };
 
 std::string queries_of(std::string const &request_id, std::string const &connections, std::string const &transactions)
@@ -236,7 +238,8 @@ TEST(RecordFeed, does_not_link_different_rpc_reports)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
-    RecordFeed feed(printer, false);
+    RecordSelection selection(printer);
+    RecordFeed feed(selection, false);
     EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { connections { id: 1 } }")), std::nullopt);
     EXPECT_EQ(feed.feed(rpc_glimmet_frame_of("sql_queries { queries { connection_id: 1 } }")), std::nullopt);
     output.flush();

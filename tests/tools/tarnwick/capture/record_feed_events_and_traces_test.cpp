@@ -1,6 +1,7 @@
 // Monitor events and code traces.
 
-#include "print/record_feed.h"
+#include "capture/record_feed.h"
+#include "print/record_selection.h"
 
 #include "support/table.h"
 #include "support/textproto.h"
@@ -189,7 +190,8 @@ TEST(RecordFeed, prints_consecutive_chunks)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
-    RecordFeed feed(printer, false);
+    RecordSelection selection(printer);
+    RecordFeed feed(selection, false);
     std::string const large(5'000'000, 'x');
     std::string expected;
     for (auto const &bytes : {std::string("small"), large, std::string()}) {
@@ -224,7 +226,8 @@ TEST(RecordFeed, prints_the_meaning_of_an_event_kind_in_text)
         test::MemoryFile const file;
         Output output(file.descriptor());
         RecordPrinter printer(output, {});
-        RecordFeed feed(printer, false);
+        RecordSelection selection(printer);
+        RecordFeed feed(selection, false);
         EXPECT_EQ(feed.feed(with<pelorin::protobuf::Monitor::Event>(&Frame::set_monitor_event,
                                                                     fmt::format("type: {}", static_cast<int>(kind)))),
                   std::nullopt);
@@ -238,7 +241,8 @@ TEST(RecordFeed, prints_events_and_traces_as_text)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, {});
-    RecordFeed feed(printer, false);
+    RecordSelection selection(printer);
+    RecordFeed feed(selection, false);
     EXPECT_EQ(feed.feed(rpc_monitor("timestamp { seconds: 1 } text: 't' slow_function_exec { function { name: 'f' } "
                                     "stack_trace { } duration { nanos: 5000000 } }")),
               std::nullopt);

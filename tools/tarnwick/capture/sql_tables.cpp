@@ -1,4 +1,4 @@
-#include "print/sql_tables.h"
+#include "capture/sql_tables.h"
 
 namespace tarnwick::program {
 

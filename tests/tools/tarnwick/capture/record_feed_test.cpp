@@ -1,4 +1,6 @@
-#include "print/record_feed.h"
+#include "capture/record_feed.h"
+#include "capture/report_parser.h"
+#include "print/record_selection.h"
 
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/feed.h"
@@ -255,7 +257,7 @@ TEST(RecordFeed, reports_a_report_that_does_not_parse)
         "\x0c",                                                               // the end of a group without a start
         test::field_head(test::PhpReport::kRshutdownFieldNumber, 5),          // a message without its bytes
         test::field_head(test::PhpReport::kRshutdownFieldNumber, 1) + '\xff', // a message that does not parse
-        test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth)) + "\xff",
+        test::nested_report(static_cast<std::size_t>(max_report_depth)) + "\xff",
     };
     for (auto const &report : cases) {
         auto const result = feed(test::rpc_php_frame(report), true);
@@ -277,7 +279,7 @@ TEST(RecordFeed, reads_a_report_as_deep_as_php_sends_them)
 
 TEST(RecordFeed, finds_deep_nesting_among_other_fields)
 {
-    auto const deep = test::nested_report(static_cast<std::size_t>(RecordFeed::max_depth) + 1);
+    auto const deep = test::nested_report(static_cast<std::size_t>(max_report_depth) + 1);
     auto const shallow = test::nested_report(20);
     EXPECT_EQ(feed(test::rpc_php_frame(shallow + test::padding(9) + deep + shallow)).fault,
               "the tarnwick.rpc.php.v1.NotifyRequest nests messages more than 1000 deep");
@@ -288,7 +290,8 @@ TEST(RecordFeed, keeps_no_state_between_frames)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, {.json = true});
-    RecordFeed records(printer, false);
+    RecordSelection selection(printer);
+    RecordFeed records(selection, false);
     EXPECT_EQ(records.feed(test::rpc_php_frame_of("request_id { id: 7 } rshutdown { memory { value_0: 5 } }")),
               std::nullopt);
     EXPECT_NE(records.feed(test::rpc_php_frame("\xff")), std::nullopt);

@@ -1,4 +1,4 @@
-#include "print/sql_tables.h"
+#include "capture/sql_tables.h"
 
 #include "support/textproto.h"
 
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace tarnwick::program::print_sql_tables_test {
+namespace tarnwick::program::capture_sql_tables_test {
 namespace {
 
 using data::glimmet::SqlConnections;
@@ -87,4 +87,4 @@ TEST_F(SqlTablesTest, are_kept_for_any_number_of_reports_of_one_request)
 }
 
 } // namespace
-} // namespace tarnwick::program::print_sql_tables_test
+} // namespace tarnwick::program::capture_sql_tables_test

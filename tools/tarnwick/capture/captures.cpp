@@ -1,0 +1,206 @@
+#include "capture/captures.h"
+
+#include "capture/capture_reader.h"
+#include "capture/file_kind.h"
+#include "capture/input_file.h"
+#include "capture/loopback.h"
+#include "capture/report_check.h"
+#include "print/readable_text.h"
+#include "progress.h"
+#include "standard_error.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using Step = CaptureReader::Step;
+
+/// Reads one capture, passes its frames on, and reports its faults.
+class Reading {
+public:
+    Reading(std::string const &name, Output &output, FrameHandler const &handle)
+        : name_(name)
+        , output_(output)
+        , handle_(handle)
+        // The capture can grow while it is read: print what there is before waiting for more.
+        , input_(name, [&output] { output.flush(); })
+        , reader_(input_)
+        , progress_(name, input_.size())
+    {
+    }
+
+    ExitStatus run();
+
+private:
+    /// A message about a frame, or about adjacent frames with the same message.
+    struct Message {
+        std::uint64_t number;
+        std::uint64_t offset;
+        std::string text;
+        std::uint64_t last_number;
+        std::uint64_t last_offset;
+    };
+
+    void take(Step step);
+    void take_frame();
+    void take_end();
+    void print_line(std::string_view line);
+    void print_about_file(std::string_view text);
+    void print_messages();
+    void add_message(std::string_view text);
+    void add_fault(std::string_view text);
+
+    std::string const &name_;
+    Output &output_;
+    FrameHandler const &handle_;
+    InputFile input_;
+    CaptureReader reader_;
+    Progress progress_;
+    ExitStatus status_ = success;
+    bool has_report_ = false;       ///< whether the reader returned a frame with a known report
+    std::vector<Message> messages_; ///< not printed yet; more than one only before the first report
+};
+
+ExitStatus Reading::run()
+{
+    // Results would become input.
+    if (input_.is_same_file(STDOUT_FILENO)) {
+        print_line(fmt::format("cannot read {}: standard output is the same file", escaped_text(name_)));
+        return file_failure;
+    }
+    Step step{};
+    do {
+        step = reader_.next();
+        take(step);
+        if (progress_.due())
+            progress_.show(input_.position());
+    } while (step == Step::frame || step == Step::fault || step == Step::seeking);
+    return status_;
+}
+
+void Reading::take(Step step)
+{
+    switch (step) {
+    case Step::frame:
+        take_frame();
+        break;
+    case Step::fault:
+        add_fault(reader_.problem());
+        break;
+    case Step::seeking:
+        break;
+    case Step::failure:
+        status_ = file_failure;
+        print_messages();
+        print_line(fmt::format("cannot read {}: {}", escaped_text(name_), reader_.problem()));
+        break;
+    case Step::end:
+        take_end();
+        break;
+    }
+}
+
+void Reading::take_frame()
+{
+    auto const &frame = reader_.frame();
+    if (frame.report_case() == capture::v1::Frame::REPORT_NOT_SET) {
+        add_message("skipped: no report of a known kind");
+        return;
+    }
+    has_report_ = true;
+    // Results and messages keep the order of the capture. A frame without records can extend the last message.
+    if (!messages_.empty() && has_valid_report(frame))
+        print_messages();
+    if (output_.is_terminal())
+        progress_.clear();
+    try {
+        auto const fault = handle_(frame, {name_, reader_.number(), reader_.offset()});
+        if (output_.is_terminal())
+            output_.flush();
+        if (fault)
+            add_fault(*fault);
+    } catch (SocketError const &error) {
+        status_ = file_failure;
+        add_message(fmt::format("cannot pass the chunk through a socket: {}", error.what()));
+    }
+}
+
+void Reading::take_end()
+{
+    if (has_report_ || (reader_.number() > 0 && status_ == success)) {
+        print_messages();
+        return;
+    }
+    status_ = std::max(status_, input_fault);
+    print_about_file(reader_.number() == 0 ? "not a capture: the file is empty"
+                                           : describe_foreign_file(reader_.head()));
+}
+
+// Standard output is flushed first, so that the order is right where both streams go to one place.
+void Reading::print_line(std::string_view line)
+{
+    progress_.clear();
+    output_.flush();
+    print_error(fmt::format("{}\n", line));
+}
+
+void Reading::print_about_file(std::string_view text)
+{
+    print_line(fmt::format("{}: {}", escaped_text(name_), text));
+}
+
+void Reading::print_messages()
+{
+    for (auto const &[number, offset, text, last_number, last_offset] : std::exchange(messages_, {})) {
+        auto const range = last_number == number ? std::string()
+                                                 : fmt::format("; the same for all frames up to frame {} at byte {}",
+                                                               last_number, last_offset);
+        print_about_file(fmt::format("frame {} at byte {}: {}{}", number, offset, text, range));
+    }
+}
+
+void Reading::add_message(std::string_view text)
+{
+    auto const number = reader_.number();
+    auto const offset = reader_.offset();
+    if (!messages_.empty() && messages_.back().text == text) {
+        messages_.back().last_number = number;
+        messages_.back().last_offset = offset;
+        return;
+    }
+    // A file without any report is not a capture. Then that is the only message, and these are dropped.
+    if (has_report_)
+        print_messages();
+    messages_.push_back({number, offset, std::string(text), number, offset});
+}
+
+void Reading::add_fault(std::string_view text)
+{
+    status_ = std::max(status_, input_fault);
+    add_message(text);
+}
+
+} // namespace
+
+ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle)
+{
+    auto status = success;
+    try {
+        for (auto const &name : files)
+            status = std::max(status, Reading(name, output, handle).run());
+    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
+    }
+    output.flush();
+    return status;
+}
+
+} // namespace tarnwick::program

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "capture/origin.h"
+#include "exit_status.h"
+#include "print/output.h"
+
+#include <tarnwick/capture/v1/capture.pb.h>
+
+#include <exception>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// Ends the reading of captures early, without a fault.
+class EnoughResults : public std::exception {};
+
+/// Handles a frame with a known report. Returns the fault of the report, if any. May throw `EnoughResults`.
+using FrameHandler = std::function<std::optional<std::string>(capture::v1::Frame const &frame, Origin const &origin)>;
+
+/// Reads captures, one after the other; `-` is standard input. Passes each frame with a known report to `handle`, and
+/// reports faults with their places to standard error. Flushes `output` before each message and before it waits for
+/// input, so that results and messages have the order of the capture.
+ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle);
+
+} // namespace tarnwick::program

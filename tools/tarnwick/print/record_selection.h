@@ -1,0 +1,138 @@
+#pragma once
+
+#include "capture/captures.h"
+#include "capture/dialect.h"
+#include "capture/record_feed.h"
+#include "print/record_printer.h"
+#include "requests/condition.h"
+#include "requests/record_fields.h"
+
+#include <tarnwick/data/records.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// The position of a record in `ReportRecords`.
+template <class Record>
+constexpr std::size_t record_index = [] {
+    std::size_t index = 0;
+    bool is_found = false;
+    data::for_each_type(data::ReportRecords(), [&]<class Other> {
+        is_found = is_found || std::is_same_v<Record, Other>;
+        index += is_found ? 0 : 1;
+    });
+    return index;
+}();
+
+/// Number of records that reports feed.
+inline constexpr std::size_t record_count = [] {
+    std::size_t count = 0;
+    data::for_each_type(data::ReportRecords(), [&]<class> { ++count; });
+    return count;
+}();
+
+/// Which reports are read. Empty lists mean all.
+struct ReportChoice {
+    std::vector<std::uint64_t> requests;
+    std::vector<Dialect> dialects;
+
+    [[nodiscard]] bool accepts(Dialect dialect) const
+    {
+        return dialects.empty() || std::ranges::find(dialects, dialect) != dialects.end();
+    }
+    [[nodiscard]] bool accepts(data::php::RequestId request_id) const
+    {
+        return requests.empty() || std::ranges::find(requests, request_id.id()) != requests.end();
+    }
+};
+
+/// Which records are printed. A record has the conditions of its fields; one without such a field is not printed.
+class RecordChoice {
+public:
+    /// All records.
+    RecordChoice();
+    /// Records with these names (`php.RInit` or `RInit`; all if empty) that fulfil all conditions. Throws
+    /// `std::invalid_argument` for an unknown name or field, and for a condition that does not fit its field.
+    RecordChoice(std::vector<std::string> const &names, std::vector<std::string> const &conditions);
+
+    template <class Record>
+    [[nodiscard]] bool wants() const
+    {
+        return conditions_[record_index<Record>].has_value();
+    }
+
+    template <class Record>
+    [[nodiscard]] bool fits(data::payload_of_t<Record> const &record) const
+    {
+        return std::ranges::all_of(*conditions_[record_index<Record>], [&](Condition const &condition) {
+            return any_value(record, condition.field(),
+                             [&](FieldValue const &value) { return condition.holds(value); });
+        });
+    }
+
+private:
+    std::array<std::optional<std::vector<Condition>>, record_count> conditions_; ///< absent: not wanted
+};
+
+/// Prints the records that are wanted. A sink of `RecordFeed`.
+class RecordSelection {
+public:
+    /// `top`: how many records to print. `take` throws `EnoughResults` after the last.
+    explicit RecordSelection(RecordPrinter &printer, RecordChoice records = {}, ReportChoice reports = {},
+                             std::optional<std::uint64_t> top = {})
+        : printer_(printer)
+        , records_(std::move(records))
+        , reports_(std::move(reports))
+        , left_(top)
+    {
+    }
+
+    [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
+    [[nodiscard]] bool accepts(data::php::RequestId request_id) const { return reports_.accepts(request_id); }
+    template <class Message>
+    void begin(ReportSource const & /*source*/, Message const & /*message*/)
+    {
+    }
+    template <class Record>
+    [[nodiscard]] bool wants() const
+    {
+        return records_.wants<Record>();
+    }
+    template <class Record>
+    void take(Record const &record, ReportSource const &source, std::string_view view)
+    {
+        if constexpr (data::is_handle<Record>) {
+            if (records_.fits<Record>(*record))
+                print([&] { printer_.print(*record, source.dialect, view); });
+        } else if (records_.fits<Record>(record)) { // a table has no request id of its own
+            print([&] { printer_.print(record, source.dialect, view, source.request_id); });
+        }
+    }
+
+private:
+    template <class Print>
+    void print(Print &&print)
+    {
+        if (left_ != 0)
+            print();
+        if (left_ && (*left_ == 0 || --*left_ == 0))
+            throw EnoughResults();
+    }
+
+    RecordPrinter &printer_;
+    RecordChoice records_;
+    ReportChoice reports_;
+    std::optional<std::uint64_t> left_;
+};
+
+} // namespace tarnwick::program

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "capture/dialect.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <unordered_map>
+#include <utility>
+
+namespace tarnwick::program {
+
+/// Groups reports into requests. A request closes at its next start in the same dialect, or when `max_others` other
+/// requests have begun since its last report. Later reports with its id begin another request.
+///
+/// Requests are passed on in the order of their first reports, so a closed request waits for those before it. Memory is
+/// proportional to the requests that are open or wait.
+///
+/// `Request` has a member `number`, which is set to its position in this order, from 1.
+template <class Request>
+class RequestGroups {
+public:
+    static constexpr std::uint64_t max_others = 4096;
+
+    explicit RequestGroups(std::function<void(Request &request)> pass_on)
+        : pass_on_(std::move(pass_on))
+    {
+    }
+
+    /// Returns the request of a report, valid until the next call.
+    Request &of(std::uint64_t id, Dialect dialect, bool is_start)
+    {
+        auto found = open_.find(id);
+        if (found != open_.end() && is_start && found->second->has_start[index(dialect)]) {
+            close(found->second);
+            found = open_.end();
+        }
+        if (found == open_.end())
+            found = begin(id);
+        auto const entry = found->second;
+        entry->begun = begun_;
+        entry->has_start[index(dialect)] |= is_start;
+        recent_.splice(recent_.end(), recent_, entry->place);
+        pass_on_closed();
+        return entry->request;
+    }
+
+    /// Closes all requests.
+    void close_all()
+    {
+        while (!recent_.empty())
+            close(recent_.front());
+        pass_on_closed();
+    }
+
+private:
+    struct Entry;
+    using Place = std::list<Entry>::iterator;
+    struct Entry {
+        Request request;
+        std::uint64_t id = 0;
+        std::uint64_t begun = 0; ///< how many requests had begun at its last report
+        std::array<bool, 2> has_start{};
+        bool is_open = true;
+        std::list<Place>::iterator place; ///< in `recent_`
+    };
+    using Open = std::unordered_map<std::uint64_t, Place>;
+
+    static std::size_t index(Dialect dialect) { return static_cast<std::size_t>(dialect); }
+
+    Open::iterator begin(std::uint64_t id)
+    {
+        ++begun_;
+        while (!recent_.empty() && begun_ - recent_.front()->begun >= max_others)
+            close(recent_.front());
+        auto const entry = entries_.emplace(entries_.end());
+        entry->request.number = begun_;
+        entry->id = id;
+        entry->place = recent_.insert(recent_.end(), entry);
+        return open_.emplace(id, entry).first;
+    }
+
+    void close(Place entry)
+    {
+        entry->is_open = false;
+        open_.erase(entry->id);
+        recent_.erase(entry->place);
+    }
+
+    void pass_on_closed()
+    {
+        for (; !entries_.empty() && !entries_.front().is_open; entries_.pop_front())
+            pass_on_(entries_.front().request);
+    }
+
+    std::function<void(Request &request)> pass_on_;
+    std::list<Entry> entries_; ///< open, or waiting for those before them
+    std::list<Place> recent_;  ///< open, the one with the oldest last report first
+    Open open_;
+    std::uint64_t begun_ = 0;
+};
+
+} // namespace tarnwick::program

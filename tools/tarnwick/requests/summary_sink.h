@@ -1,0 +1,96 @@
+#pragma once
+
+#include "capture/record_feed.h"
+#include "print/record_selection.h"
+#include "requests/request_groups.h"
+#include "requests/request_summary.h"
+
+#include <tarnwick/data/php/rinit.h>
+#include <tarnwick/data/php/rshutdown.h>
+
+#include <functional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace pelorin::protobuf::Glimmet {
+class Error;
+class SqlQueries;
+} // namespace pelorin::protobuf::Glimmet
+namespace pelorin::protobuf::Monitor {
+class Event;
+}
+namespace pelorin::protobuf::PelorinPHP {
+class RInitData;
+}
+namespace tarnwick::rpc::monitor::v1 {
+class NotifyRequest;
+}
+
+namespace tarnwick::program {
+
+/// Summarises requests. A sink of `RecordFeed`, which builds only the records of the start and the end.
+class SummarySink {
+public:
+    /// `pass_on` receives the requests in the order of their first reports. `reports` stays valid.
+    SummarySink(ReportChoice const &reports, std::function<void(RequestSummary &request)> pass_on)
+        : reports_(reports)
+        , groups_(std::move(pass_on))
+    {
+    }
+
+    /// Passes on the requests that are still open.
+    void close_all() { groups_.close_all(); }
+
+    [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
+    /// Every request is counted, so that numbers of requests do not depend on the choice.
+    [[nodiscard]] static bool accepts(data::php::RequestId /*request_id*/) { return true; }
+
+    template <class Message>
+    void begin(ReportSource const &source, Message const &message)
+    {
+        begin(source, is_start(message));
+        count(message);
+    }
+    template <class Record>
+    [[nodiscard]] static constexpr bool wants()
+    {
+        return std::is_same_v<Record, data::php::RInit> || std::is_same_v<Record, data::php::RShutdown>;
+    }
+    void take(data::php::RInit const &record, ReportSource const &source, std::string_view view);
+    void take(data::php::RShutdown const &record, ReportSource const &source, std::string_view view);
+    template <class Record>
+    void take(Record const & /*record*/, ReportSource const & /*source*/, std::string_view /*view*/)
+    {
+    }
+
+private:
+    void begin(ReportSource const &source, bool is_start);
+    void add(RequestSummary::Counts &counts, int number);
+
+    static bool is_start(rpc::php::v1::NotifyRequest const &message);
+    static bool is_start(pelorin::protobuf::PelorinPHP::RInitData const & /*message*/) { return true; }
+    template <class Message>
+    static bool is_start(Message const & /*message*/)
+    {
+        return false;
+    }
+
+    void count(rpc::php::v1::NotifyRequest const &message);
+    void count(rpc::monitor::v1::NotifyRequest const &message);
+    void count(rpc::glimmet::v1::NotifyRequest const &message);
+    void count(pelorin::protobuf::Glimmet::Error const &message);
+    void count(pelorin::protobuf::Monitor::Event const &message);
+    void count(pelorin::protobuf::Glimmet::SqlQueries const &message);
+    template <class Message>
+    void count(Message const & /*message*/)
+    {
+    }
+
+    ReportChoice const &reports_;
+    RequestGroups<RequestSummary> groups_;
+    RequestSummary *request_ = nullptr; ///< of the current report
+    Dialect dialect_{};                 ///< of the current report
+};
+
+} // namespace tarnwick::program
