@@ -167,7 +167,9 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
         add_command(app, "inspect", "Print the records of captures", "usage: tarnwick inspect [OPTION...] [FILE...]");
     add_files(sub, options.files);
     add_choice(sub, "--format", options.format,
-               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
+               {{"auto", InspectOptions::Format::automatic},
+                {"text", InspectOptions::Format::text},
+                {"jsonl", InspectOptions::Format::jsonl}},
                "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     sub.add_flag("--all-records", options.all_records,

@@ -15,7 +15,8 @@ namespace {
 RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
     return {
-        .json = options.format == Format::jsonl || (options.format == Format::automatic && !output.is_terminal()),
+        .json = options.format == InspectOptions::Format::jsonl ||
+                (options.format == InspectOptions::Format::automatic && !output.is_terminal()),
         .color = is_colored(options.color, STDOUT_FILENO),
         .name_files = options.files.size() > 1,
         .width = terminal_width(STDOUT_FILENO),

@@ -11,9 +11,9 @@
 
 namespace tarnwick::program {
 
-enum class Format { automatic, text, jsonl };
-
 struct InspectOptions {
+    enum class Format : std::uint8_t { automatic, text, jsonl };
+
     std::vector<std::string> files{"-"}; ///< `-` is standard input
     Format format = Format::automatic;
     Color color = Color::automatic;

@@ -19,17 +19,15 @@
 namespace tarnwick::program {
 namespace {
 
-using Format = LsOptions::Format;
-
 constexpr std::array<std::string_view, 10> columns_for_people{"number",   "start",  "method", "uri",    "status",
                                                               "duration", "memory", "errors", "events", "statements"};
 
-std::vector<RequestColumn const *> chosen_columns(LsOptions const &options, Format format)
+std::vector<RequestColumn const *> chosen_columns(LsOptions const &options, LsOptions::Format format)
 {
     if (!options.columns.empty())
         return options.columns;
     std::vector<RequestColumn const *> columns;
-    if (format == Format::text) {
+    if (format == LsOptions::Format::text) {
         for (auto const name : columns_for_people)
             columns.push_back(&request_column(name));
     } else {
@@ -51,24 +49,24 @@ TextTable table_of(std::vector<RequestColumn const *> const &columns)
 /// Prints requests in a format.
 class RequestPrinter {
 public:
-    RequestPrinter(Output &output, Format format, std::vector<RequestColumn const *> columns)
+    RequestPrinter(Output &output, LsOptions::Format format, std::vector<RequestColumn const *> columns)
         : output_(output)
         , format_(format)
         , columns_(std::move(columns))
         , width_(terminal_width(STDOUT_FILENO))
         , table_(table_of(columns_))
     {
-        if (format_ == Format::csv)
+        if (format_ == LsOptions::Format::csv)
             print_csv([](RequestColumn const &column) { return std::string(column.name); });
     }
 
     void print(RequestSummary const &request)
     {
         switch (format_) {
-        case Format::jsonl:
+        case LsOptions::Format::jsonl:
             print_json(request);
             break;
-        case Format::csv:
+        case LsOptions::Format::csv:
             print_csv([&](RequestColumn const &column) { return column.plain(request); });
             break;
         default:
@@ -79,7 +77,7 @@ public:
     /// Prints what is kept for the width of columns.
     void finish()
     {
-        if (format_ == Format::text)
+        if (format_ == LsOptions::Format::text)
             print_table();
     }
 
@@ -131,7 +129,7 @@ private:
     }
 
     Output &output_;
-    Format format_;
+    LsOptions::Format format_;
     std::vector<RequestColumn const *> columns_;
     std::optional<std::size_t> width_;
     TextTable table_;
@@ -198,8 +196,8 @@ private:
 ExitStatus ls(LsOptions const &options)
 {
     Output output(STDOUT_FILENO);
-    auto const automatic = output.is_terminal() ? Format::text : Format::jsonl;
-    auto const format = options.format == Format::automatic ? automatic : options.format;
+    auto const automatic = output.is_terminal() ? LsOptions::Format::text : LsOptions::Format::jsonl;
+    auto const format = options.format == LsOptions::Format::automatic ? automatic : options.format;
     RequestPrinter printer(output, format, chosen_columns(options, format));
     SortedRequests sorted(options);
     std::uint64_t left = options.top.value_or(UINT64_MAX);

@@ -16,11 +16,6 @@ constexpr std::size_t longest_text = 240; // in bytes
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 
-bool is_normal(data::TimePair value)
-{
-    return value.nanos >= 0 && value.nanos < nanos_per_second;
-}
-
 /// Quotes a text of `size` bytes. REQUIRES: `start` is the whole text, or a start longer than `longest_text`.
 std::string quoted_start(std::string_view start, std::size_t size)
 {
@@ -48,6 +43,11 @@ std::size_t utf8_size(QStringView text)
 }
 
 } // namespace
+
+bool is_normal(data::TimePair value)
+{
+    return value.nanos >= 0 && value.nanos < nanos_per_second;
+}
 
 std::string stored_text(data::TimePair value)
 {

@@ -10,6 +10,8 @@
 
 namespace tarnwick::program {
 
+/// Returns whether the nanoseconds are a part of a second.
+bool is_normal(data::TimePair value);
 /// Returns seconds and nanoseconds unchanged, like `1 s, 5 ns`.
 std::string stored_text(data::TimePair value);
 /// Returns a point in time as a date in UTC, with all digits. 0 s, 0 ns is `-`, which means that the report has no

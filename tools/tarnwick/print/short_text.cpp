@@ -11,11 +11,6 @@
 namespace tarnwick::program {
 namespace {
 
-bool is_normal(data::TimePair value)
-{
-    return value.nanos >= 0 && value.nanos < 1'000'000'000;
-}
-
 /// Returns a value of at least 0 with three significant digits, in the largest unit in which it is at least 1.
 template <std::size_t count>
 std::string scaled(double value, std::array<std::string_view, count> const &units)

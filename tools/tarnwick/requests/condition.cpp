@@ -18,19 +18,21 @@
 namespace tarnwick::program {
 namespace {
 
-struct Unit {
+struct NamedUnit {
     std::string_view name;
     long double factor;
 };
 
-constexpr std::array time_units{Unit{"ns", 1},   Unit{"us", 1e3L},   Unit{"µs", 1e3L},  Unit{"ms", 1e6L},
-                                Unit{"s", 1e9L}, Unit{"min", 60e9L}, Unit{"h", 3600e9L}};
-constexpr std::array size_units{Unit{"", 1},          Unit{"B", 1},        Unit{"kB", 1e3L},     Unit{"MB", 1e6L},
-                                Unit{"GB", 1e9L},     Unit{"TB", 1e12L},   Unit{"KiB", 0x1p10L}, Unit{"MiB", 0x1p20L},
-                                Unit{"GiB", 0x1p30L}, Unit{"TiB", 0x1p40L}};
+constexpr std::array time_units{NamedUnit{"ns", 1},     NamedUnit{"us", 1e3L}, NamedUnit{"µs", 1e3L},
+                                NamedUnit{"ms", 1e6L},  NamedUnit{"s", 1e9L},  NamedUnit{"min", 60e9L},
+                                NamedUnit{"h", 3600e9L}};
+constexpr std::array size_units{NamedUnit{"", 1},          NamedUnit{"B", 1},         NamedUnit{"kB", 1e3L},
+                                NamedUnit{"MB", 1e6L},     NamedUnit{"GB", 1e9L},     NamedUnit{"TB", 1e12L},
+                                NamedUnit{"KiB", 0x1p10L}, NamedUnit{"MiB", 0x1p20L}, NamedUnit{"GiB", 0x1p30L},
+                                NamedUnit{"TiB", 0x1p40L}};
 
 /// Reads a decimal number and its unit. Multiplies before it divides, so that `0.1ms` is exactly 100,000 ns.
-std::optional<long double> read_number(std::string_view text, std::span<Unit const> units)
+std::optional<long double> read_number(std::string_view text, std::span<NamedUnit const> units)
 {
     bool const is_negative = text.starts_with('-');
     std::size_t position = is_negative ? 1 : 0;
@@ -53,7 +55,7 @@ std::optional<long double> read_number(std::string_view text, std::span<Unit con
     auto name = text.substr(position);
     while (name.starts_with(' '))
         name.remove_prefix(1);
-    auto const unit = std::ranges::find(units, name, &Unit::name);
+    auto const unit = std::ranges::find(units, name, &NamedUnit::name);
     if (!has_digits || unit == units.end())
         return std::nullopt;
     auto const value = digits * unit->factor / scale;

@@ -1,0 +1,97 @@
+#!/usr/bin/env python3
+"""Prints a page: the CPU time of commands of the program, as ratios to a program that only parses the same capture, and
+the memory that many requests take.
+
+Usage: measure.py PROGRAM PARSE_ONLY CAPTURE...
+
+The runs take turns. The smallest time of each command counts, because other load can only add to it.
+"""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+COPIES = 60
+ROUNDS = 7
+REQUESTS = 10_000_000
+# The largest ratio that is allowed, if any.
+COMMANDS = [
+    (["ls", "--format=jsonl"], 1.8),
+    (["ls", "--format=csv"], None),
+    (["ls", "--format=text"], None),
+    (["ls", "--format=jsonl", "--where=status>=500"], 1.8),
+    (["ls", "--format=jsonl", "--where=method=POST"], 1.8),
+    (["ls", "--format=jsonl", "--sort=duration:desc", "--top=10"], None),
+    (["inspect", "--format=jsonl"], None),
+    (["inspect", "--format=jsonl", "--record=RShutdown"], None),
+    (["inspect", "--format=text"], None),
+]
+MANY_REQUESTS = [
+    ["ls", "--format=csv"],
+    ["ls", "--format=csv", "--sort=uri", "--top=10"],
+    ["ls", "--format=csv", "--sort=uri"],
+]
+
+
+def cpu_seconds(command):
+    """Returns the user and system time of a command, whose output goes to /dev/null."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"measure.py: {' '.join(command)} ended with status {process.returncode}")
+    return usage.ru_utime + usage.ru_stime
+
+
+def peak_megabytes(program, arguments):
+    """Returns the peak memory of a command that reads many requests."""
+    generator = [sys.executable, pathlib.Path(__file__).with_name("many_requests.py"), str(REQUESTS)]
+    with subprocess.Popen(generator, stdout=subprocess.PIPE) as capture:
+        process = subprocess.Popen([program, *arguments], stdin=capture.stdout, stdout=subprocess.DEVNULL)
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"measure.py: {' '.join(arguments)} ended with status {process.returncode}")
+    return usage.ru_maxrss * 1024 / 1e6
+
+
+def main(program, parse_only, *captures):
+    with tempfile.NamedTemporaryFile(suffix=".tnw") as file:
+        for capture in captures * COPIES:
+            with open(capture, "rb") as source:
+                file.write(source.read())
+        file.flush()
+        commands = [[parse_only, file.name]] + [[program, *arguments, file.name] for arguments, _ in COMMANDS]
+        best = [float("inf")] * len(commands)
+        for _ in range(ROUNDS):
+            for i, command in enumerate(commands):
+                best[i] = min(best[i], cpu_seconds(command))
+        size = os.path.getsize(file.name)
+    print(f"CPU time of commands on {COPIES} copies of the example captures ({size / 1e6:.0f} MB), as ratios to a program")
+    print("that parses the same frames and reports on an arena and does nothing with them. `./dev bench` writes this page.")
+    print()
+    print("| Command | ratio | at most |")
+    print("|---|---:|---:|")
+    failed = False
+    for (arguments, limit), seconds in zip(COMMANDS, best[1:]):
+        ratio = seconds / best[0]
+        print(f"| `{' '.join(arguments)}` | {ratio:.2f} | {limit or ''} |")
+        failed |= limit is not None and ratio > limit
+    print()
+    print(f"Peak memory for a capture of {REQUESTS:,} requests with different ids, from `many_requests.py`:")
+    print()
+    print("| Command | MB |")
+    print("|---|---:|")
+    for arguments in MANY_REQUESTS:
+        print(f"| `{' '.join(arguments)}` | {peak_megabytes(program, arguments):.0f} |")
+    if failed:
+        print("measure.py: a ratio is larger than allowed", file=sys.stderr)
+    return 3 if failed else 0
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 4:
+        sys.exit(__doc__)
+    sys.exit(main(*sys.argv[1:]))
