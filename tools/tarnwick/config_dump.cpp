@@ -2,6 +2,7 @@
 
 #include "config_load.h"
 #include "config_print.h"
+#include "print/masks.h"
 #include "print/readable_text.h"
 
 #include <tarnwick/qstring_format.h>
@@ -17,6 +18,25 @@ namespace tarnwick::program {
 namespace {
 
 using PelorinPHPX::ConfigFile;
+
+/// Remembers the values that are masked, because other values can contain them.
+void collect_secrets(Masks const &masks, ConfigFile const &config)
+{
+    for (auto const &key : config.keys()) {
+        bool const is_secret = masks.is_secret(key.toStdString());
+        for (auto const &value : config.values(key)) {
+            if (is_secret)
+                masks.add(value.toStdString(), Secrets::Source::key);
+            else
+                masks.add_from(value.toStdString());
+        }
+    }
+}
+
+QString masked_value(Masks const &masks, QString const &key, QString const &value)
+{
+    return masks.are_on() ? QString::fromStdString(masks.value(key.toStdString(), value.toStdString())) : value;
+}
 
 /// Returns the line that sets the value. Adds quotes if the value has blanks at its ends, starts with a quote, or looks
 /// like a reference.
@@ -52,15 +72,22 @@ ExitStatus config_dump(ConfigOptions const &options)
     auto const [config, fault] = load_config(options, tracker);
     if (!config)
         return report_failure(output, fault);
-    if (options.format == ConfigOptions::Format::json) {
+    bool const is_json = options.format == ConfigOptions::Format::json;
+    auto const masks = Masks::of(options.mask, !is_json && output.is_terminal());
+    collect_secrets(masks, *config);
+    if (is_json) {
         JsonWriter json;
         json.begin_record({});
         json.field("file");
         json.bytes(options.file);
         json.field("values");
         json.begin_record({});
-        for (auto const &key : config->keys())
-            list_field(json, key.toStdString(), config->values(key));
+        for (auto const &key : config->keys()) {
+            auto values = config->values(key);
+            std::ranges::transform(values, values.begin(),
+                                   [&](QString const &value) { return masked_value(masks, key, value); });
+            list_field(json, key.toStdString(), values);
+        }
         json.end_record();
         json.end_record();
         write_line(output, json);
@@ -78,7 +105,7 @@ ExitStatus config_dump(ConfigOptions const &options)
         // The reader returns the newest value first, a file has it last.
         auto const values = config->values(key);
         for (auto value = values.crbegin(); value != values.crend(); ++value)
-            output.write(directive(prefix + key, *value, style));
+            output.write(directive(prefix + key, masked_value(masks, key, *value), style));
     }
     return report_success(output);
 }

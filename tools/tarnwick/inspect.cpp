@@ -14,12 +14,13 @@ namespace {
 
 RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
+    bool const json = options.format == InspectOptions::Format::jsonl || (options.format == InspectOptions::Format::automatic && !output.is_terminal());
     return {
-        .json = options.format == InspectOptions::Format::jsonl ||
-                (options.format == InspectOptions::Format::automatic && !output.is_terminal()),
+        .json = json,
         .color = is_colored(options.color, STDOUT_FILENO),
         .name_files = options.files.size() > 1,
         .width = terminal_width(STDOUT_FILENO),
+        .masks = Masks::of(options.mask, !json),
     };
 }
 

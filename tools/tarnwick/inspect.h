@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_status.h"
+#include "print/masks.h"
 #include "print/record_selection.h"
 #include "print/terminal.h"
 
@@ -18,6 +19,7 @@ struct InspectOptions {
     Format format = Format::automatic;
     Color color = Color::automatic;
     bool all_records = false;
+    MaskOptions mask;
     ReportChoice reports;
     RecordChoice records;
     std::optional<std::uint64_t> top;

@@ -41,17 +41,17 @@ std::string bar(double fraction)
     return text.append(partial[eighths % 8]);
 }
 
-std::string name_and_place(FunctionStats const &function)
+std::string name_and_place(FunctionStats const &function, Masks const &masks)
 {
-    auto text = quoted_text(function.name());
+    auto text = quoted_text(masks.name(function.name().toStdString()));
     if (auto const &location = function.location())
-        text += " at " + place_text(*location);
+        text += " at " + place_text(*location, masks);
     return text;
 }
 
 } // namespace
 
-void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record)
+void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record, Masks const &masks)
 {
     writer.field("request_id", data::Sense::plain);
     data::walk(writer, record.request_id());
@@ -72,7 +72,7 @@ void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions con
     for (auto const *function : functions) {
         auto const time = seconds(function->time_first());
         table.add({span_text(function->time_first()), time > 0 ? bar(time / longest) : "",
-                   span_text(function->time_second()), fmt::to_string(function->count()), name_and_place(*function)});
+                   span_text(function->time_second()), fmt::to_string(function->count()), name_and_place(*function, masks)});
     }
     for (auto const &line : table.take_lines())
         writer.row(line);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/masks.h"
 #include "print/readable_writer.h"
 
 #include <tarnwick/data/glimmet/functions.h>
@@ -7,6 +8,6 @@
 namespace tarnwick::program {
 
 /// Writes function statistics as a table, sorted by `time_first` in descending order, with a bar for each.
-void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record);
+void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions const &record, Masks const &masks = {});
 
 } // namespace tarnwick::program

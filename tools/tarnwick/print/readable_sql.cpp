@@ -45,24 +45,24 @@ std::string id_text(Pointer const &link)
 }
 
 /// Returns the first call with a file, or the first call if none has one.
-std::string call_site(SqlQuery const &query)
+std::string call_site(SqlQuery const &query, Masks const &masks)
 {
     if (!query.stack_trace() || query.stack_trace()->frames().isEmpty())
         return "-";
     auto const &frames = query.stack_trace()->frames();
     auto const located = std::ranges::find_if(frames, [](auto const &frame) { return frame.location().has_value(); });
     auto const &frame = located == frames.end() ? frames.front() : *located;
-    auto text = quoted_text(frame.name());
+    auto text = quoted_text(masks.name(frame.name().toStdString()));
     if (frame.location())
-        text += " at " + place_text(*frame.location());
+        text += " at " + place_text(*frame.location(), masks);
     return text;
 }
 
-std::string statement(SqlQuery const &query)
+std::string statement(SqlQuery const &query, Masks const &masks)
 {
-    auto text = quoted_text(query.text());
+    auto text = quoted_text(masks.statement(query.text().toStdString()));
     if (query.error())
-        text += ", error " + quoted_text(query.error()->message());
+        text += ", error " + quoted_text(masks.text(query.error()->message().toStdString()));
     return text;
 }
 
@@ -81,14 +81,14 @@ void write_empty(ReadableWriter &writer, std::string_view field)
 }
 
 template <class Connections>
-void write_connections(ReadableWriter &writer, Connections const &connections)
+void write_connections(ReadableWriter &writer, Connections const &connections, Masks const &masks)
 {
     if (connections.isEmpty())
         return write_empty(writer, "connections");
     TextTable table({{"id"}, {"kind"}, {"name", Align::left}});
     for (auto const &connection : connections)
-        table.add(
-            {fmt::to_string(connection->id()), fmt::to_string(connection->kind()), quoted_text(connection->name())});
+        table.add({fmt::to_string(connection->id()), fmt::to_string(connection->kind()),
+                   quoted_text(masks.text(connection->name().toStdString()))});
     write(writer, "connections", std::move(table));
 }
 
@@ -105,7 +105,7 @@ void write_transactions(ReadableWriter &writer, Transactions const &transactions
 }
 
 template <class Queries>
-void write_queries(ReadableWriter &writer, Queries const &queries)
+void write_queries(ReadableWriter &writer, Queries const &queries, Masks const &masks)
 {
     if (queries.isEmpty())
         return write_empty(writer, "queries");
@@ -122,14 +122,14 @@ void write_queries(ReadableWriter &writer, Queries const &queries)
     for (auto const &query : queries)
         table.add({span_text(query->time()), id_text(query->connection()), id_text(query->transaction()),
                    fmt::to_string(query->kind()), fmt::to_string(query->source_kind()), fmt::to_string(query->status()),
-                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site(*query),
-                   statement(*query)});
+                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site(*query, masks),
+                   statement(*query, masks)});
     write(writer, "queries", std::move(table));
 }
 
 /// Writes the statements that were sent more than once, most frequent first, then in the order of their first query.
 template <class Queries>
-void write_repeated(ReadableWriter &writer, Queries const &queries)
+void write_repeated(ReadableWriter &writer, Queries const &queries, Masks const &masks)
 {
     struct Statement {
         std::size_t count = 0;
@@ -149,30 +149,30 @@ void write_repeated(ReadableWriter &writer, Queries const &queries)
     std::ranges::stable_sort(statements, std::ranges::greater(), &Statement::count);
     TextTable table({{"count"}, {"text", Align::left}});
     for (auto const &[count, text] : statements)
-        table.add({fmt::to_string(count), quoted_text(text)});
+        table.add({fmt::to_string(count), quoted_text(masks.statement(text.toStdString()))});
     write(writer, "repeated", std::move(table));
 }
 
 } // namespace
 
-void write_readable(ReadableWriter &writer, data::glimmet::SqlConnections const &record)
+void write_readable(ReadableWriter &writer, data::glimmet::SqlConnections const &record, Masks const &masks)
 {
-    write_connections(writer, record);
+    write_connections(writer, record, masks);
 }
 
-void write_readable(ReadableWriter &writer, data::glimmet::SqlTransactions const &record)
+void write_readable(ReadableWriter &writer, data::glimmet::SqlTransactions const &record, Masks const & /*masks*/)
 {
     write_transactions(writer, record);
 }
 
-void write_readable(ReadableWriter &writer, data::glimmet::detail::SqlQueries const &record)
+void write_readable(ReadableWriter &writer, data::glimmet::detail::SqlQueries const &record, Masks const &masks)
 {
     writer.field("request_id", data::Sense::plain);
     data::walk(writer, record.request_id());
-    write_connections(writer, record.connections());
+    write_connections(writer, record.connections(), masks);
     write_transactions(writer, record.transactions());
-    write_queries(writer, record.queries());
-    write_repeated(writer, record.queries());
+    write_queries(writer, record.queries(), masks);
+    write_repeated(writer, record.queries(), masks);
 }
 
 } // namespace tarnwick::program

@@ -107,10 +107,10 @@ std::string escaped_text(std::string_view bytes)
     return escaped;
 }
 
-std::string place_text(data::php::SourceLocation const &location)
+std::string place_text(data::php::SourceLocation const &location, Masks const &masks)
 {
     auto const line_extra = location.line_extra() == 0 ? "" : fmt::format(":{}", location.line_extra());
-    return fmt::format("{}:{}{}", quoted_text(location.file()), location.line(), line_extra);
+    return fmt::format("{}:{}{}", quoted_text(masks.name(location.file().toStdString())), location.line(), line_extra);
 }
 
 } // namespace tarnwick::program

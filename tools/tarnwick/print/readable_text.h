@@ -1,5 +1,7 @@
 #pragma once
 
+#include "print/masks.h"
+
 #include <tarnwick/data/php/source_location.h>
 #include <tarnwick/data/time_pair.h>
 
@@ -27,6 +29,6 @@ std::string quoted_text(QStringView text);
 /// but not quotes and backslashes.
 std::string escaped_text(std::string_view bytes);
 /// Returns a location like `"a.php":12`. A second number other than 0 follows after another colon.
-std::string place_text(data::php::SourceLocation const &location);
+std::string place_text(data::php::SourceLocation const &location, Masks const &masks = {});
 
 } // namespace tarnwick::program

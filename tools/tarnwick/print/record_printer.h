@@ -3,6 +3,8 @@
 #include "capture/dialect.h"
 #include "capture/origin.h"
 #include "print/json_writer.h"
+#include "print/masked_writer.h"
+#include "print/masks.h"
 #include "print/output.h"
 #include "print/readable_functions.h"
 #include "print/readable_sql.h"
@@ -19,11 +21,23 @@
 
 namespace tarnwick::program {
 
-/// Writes the fields of a record. Records with tables have overloads of their own.
-template <data::Described Record>
-void write_readable(ReadableWriter &writer, Record const &record)
+/// Writes the fields of a record, with its secrets masked.
+template <data::Writer W, data::Described Record>
+void write_masked(W &writer, Record const &record, Masks const &masks)
 {
-    data::walk_fields(writer, record);
+    if (masks.are_on()) {
+        MaskedWriter masked(masks, data::Description<Record>::name, writer);
+        data::walk_fields(masked, record);
+    } else {
+        data::walk_fields(writer, record);
+    }
+}
+
+/// The same as text. Records with tables have overloads of their own.
+template <data::Described Record>
+void write_readable(ReadableWriter &writer, Record const &record, Masks const &masks = {})
+{
+    write_masked(writer, record, masks);
 }
 
 /// Prints records as JSON lines, or as text for people.
@@ -35,6 +49,7 @@ public:
         bool name_files = false; ///< with several files, each record has its file
         // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
         std::optional<std::size_t> width = {}; ///< of the terminal; longer lines of text are cut
+        Masks masks = {};                      // NOLINT(readability-redundant-member-init)
     };
 
     RecordPrinter(Output &output, Style style)
@@ -54,15 +69,16 @@ public:
     void print(Record const &record, Dialect dialect, std::string_view view = {},
                std::optional<data::php::RequestId> request_id = {})
     {
+        collect_secrets(record, request_id);
         if (style_.json) {
             begin_json(data::Description<Record>::name, dialect, view);
             write_request_id(json_, request_id);
-            data::walk_fields(json_, record);
+            write_masked(json_, record, style_.masks);
             end_json();
         } else {
             begin_readable(data::Description<Record>::name, dialect, view);
             write_request_id(readable_, request_id);
-            write_readable(readable_, record);
+            write_readable(readable_, record, style_.masks);
             end_readable();
         }
     }
@@ -72,6 +88,14 @@ private:
     void end_json();
     void begin_readable(std::string_view name, Dialect dialect, std::string_view view);
     void end_readable();
+    template <data::Described Record>
+    void collect_secrets(Record const &record, std::optional<data::php::RequestId> request_id)
+    {
+        if constexpr (requires { record.request_id(); })
+            request_id = record.request_id();
+        style_.masks.select_request(request_id.value_or(data::php::RequestId()).id());
+        collect(style_.masks, record);
+    }
     template <data::Writer W>
     static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)
     {
