@@ -125,7 +125,7 @@ MaskRow const masked_statements[] = {
     {"escape", R"(a = 'it\'s secret' AND b)", R"(a = '[masked]' AND b)"},
     {"backslash_that_is_no_escape", R"(a = 'x\' AND b = 'secret')", R"(a = '[masked]' AND b = '[masked]')"},
     // What is in a string in one of two possible readings.
-    {"escape_or_backslash", R"(a = 'x\' OR 'secret' = 'y\' OR b)", R"(a = '[masked]'[masked]' = '[masked])"},
+    {"escape_or_backslash", R"(a = 'x\' , ' + 1)", R"(a = '[masked]'[masked])"},
     {"escape_that_is_cut", R"(a = 'O\'Secret)", R"(a = '[masked])"},
 };
 
@@ -220,14 +220,14 @@ TEST(SqlText, masked_statement_keeps_all_else)
     }
 }
 
-// Quadratic time would be minutes for each text.
+// Quadratic time would be minutes.
 TEST(SqlText, reads_long_repeated_text)
 {
     for (std::string const unit :
          {"'", "\"", "`", "[", "]", "(", ")", "(1,", "((1),", "\\", "\\'", "'\\", "$", "$a", "$$", "$a$b", "-", "--", "#", "/*", "*/",
           "/*/*", "/**/", "/* /* */", ".", "?", ":", "@", "@a", "1", "1.", "1e", "0x", "[a ", "a ", "IN(1),", "VALUES(1),(", "x'", "E'"}) {
         std::string text;
-        while (text.size() < 256 * 1024)
+        while (text.size() < 128 * 1024)
             text += unit;
         SCOPED_TRACE(unit);
         EXPECT_LE(statement_shape(text).size(), 2 * text.size());
