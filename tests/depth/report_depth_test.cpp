@@ -42,14 +42,14 @@ protected:
         std::string printed;
     };
 
-    static FeedResult feed(std::size_t depth, bool json)
+    static FeedResult feed(std::size_t depth, program::RecordPrinter::Style const &style)
     {
         auto const frame = rpc_php_frame(nested_report(depth, GetParam().fields));
         FeedResult result;
         on_small_stack([&] {
             MemoryFile const file;
             program::Output output(file.descriptor());
-            program::RecordPrinter printer(output, {.json = json});
+            program::RecordPrinter printer(output, style);
             RecordSelection selection(printer);
             RecordFeed feed(selection, false);
             result.fault = feed.feed(frame);
@@ -64,20 +64,23 @@ constexpr std::size_t limit = max_report_depth;
 
 TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
 {
-    for (bool const json : {true, false}) {
-        auto const of_limit = feed(limit, json);
+    program::Masks const masks{program::MaskRules()};
+    program::RecordPrinter::Style const styles[] = {
+        {.json = true}, {.json = false}, {.json = true, .masks = masks}, {.json = false, .masks = masks}};
+    for (auto const &style : styles) {
+        auto const of_limit = feed(limit, style);
         EXPECT_EQ(of_limit.fault, std::nullopt);
         EXPECT_THAT(of_limit.printed, testing::HasSubstr("php.Superglobals"));
         // With all levels.
         auto const levels = (limit - 4) / GetParam().fields.size();
-        EXPECT_GT(of_limit.printed.size(), feed(limit / 2, json).printed.size() + levels / 2);
+        EXPECT_GT(of_limit.printed.size(), feed(limit / 2, style).printed.size() + levels / 2);
     }
 }
 
 TEST_P(ReportDepth, beyond_the_limit_is_a_fault_on_a_small_stack)
 {
     for (auto const depth : {limit + 1, limit + 2, limit + 100'000}) {
-        auto const beyond = feed(depth, true);
+        auto const beyond = feed(depth, {.json = true});
         EXPECT_EQ(beyond.fault, "the tarnwick.rpc.php.v1.NotifyRequest nests messages more than 1000 deep");
         EXPECT_EQ(beyond.printed, "");
     }

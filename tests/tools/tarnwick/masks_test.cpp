@@ -139,6 +139,7 @@ std::vector<Place> const places{
      {{Report::Kind::php, "rshutdown { response { headers { " + text_entry("Set-Cookie", "a=SECRET; Path=/") + " } } }"}}},
     {"header_lines", {{Report::Kind::headers, R"(lines: "Cookie: a=SECRET" lines: "Host: h")"}}},
     {"header_line_without_space", {{Report::Kind::headers, R"(lines: "Authorization:SECRET")"}}},
+    {"header_line_of_a_word", {{Report::Kind::headers, R"(lines: "X-Token:SECRET")"}}},
     {"server_cookie", {superglobals(group("_SERVER", text_entry("HTTP_COOKIE", "a=SECRET")))}},
     {"server_authorization", {superglobals(group("_SERVER", text_entry("HTTP_AUTHORIZATION", "SECRET")))}},
     {"server_password", {superglobals(group("_SERVER", text_entry("PHP_AUTH_PW", "SECRET")))}},
@@ -297,6 +298,15 @@ TEST(Masks, keep_names_that_are_only_literals)
     auto const text = inspect({"--format=text"}, capture).out;
     EXPECT_THAT(text, HasSubstr(R"("/a/index.php")"));
     EXPECT_THAT(text, Not(HasSubstr(R"("index.php")")));
+}
+
+TEST(Masks, hide_short_literals_of_statements_in_any_text)
+{
+    auto const text = inspect({"--format=text"}, frame_of(1, call(R"(string_value: "SELECT a FROM t WHERE b = 'x7'")")) +
+                                                     frame_of(1, message("update t set b = 'x7'")))
+                          .out;
+    EXPECT_THAT(text, HasSubstr("b = '[masked]'"));
+    EXPECT_THAT(text, Not(HasSubstr("x7")));
 }
 
 TEST(Masks, take_further_words)

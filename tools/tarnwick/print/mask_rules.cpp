@@ -11,7 +11,7 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr auto npos = std::string_view::npos;
+constexpr auto not_found = std::string_view::npos;
 
 // Keys that are secret as a whole, and keys that contain one of the words. `-` is written as `_`.
 constexpr std::array<std::string_view, 6> secret_keys{"cookie",        "set_cookie",          "authorization",
@@ -34,7 +34,7 @@ std::string normal(std::string_view key)
     return text;
 }
 
-bool is_space(char c)
+bool is_blank_character(char c)
 {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
@@ -47,7 +47,7 @@ bool is_quote(char c)
 bool is_key_character(char c)
 {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view("_-.[]%$").find(c) != npos || static_cast<unsigned char>(c) >= 0x80;
+           std::string_view("_-.[]%$").find(c) != not_found || static_cast<unsigned char>(c) >= 0x80;
 }
 
 /// Reads the values of a text. It never moves back, so that its time is linear.
@@ -84,23 +84,23 @@ private:
     TextRanges &ranges_;
     MaskRules::Found const &found_;
     std::size_t at_ = 0;
-    std::size_t first_non_form_ = npos;
+    std::size_t first_non_form_ = not_found;
     bool knows_form_ = false;
     bool has_blank_lines_ = true; ///< after the position, as far as is known
 };
 
 void Reader::skip_spaces()
 {
-    while (is_space(at(at_)))
+    while (is_blank_character(at(at_)))
         ++at_;
 }
 
-/// Returns the place of a quote at the position, after backslashes; npos if there is none.
+/// Returns the place of a quote at the position, after backslashes; `not_found` if there is none.
 std::size_t Reader::quote_at(std::size_t position) const
 {
     while (at(position) == '\\')
         ++position;
-    return is_quote(at(position)) ? position : npos;
+    return is_quote(at(position)) ? position : not_found;
 }
 
 void Reader::add(TextRange range, bool is_json)
@@ -154,10 +154,10 @@ void Reader::read_json(bool is_list)
         auto const c = at(at_);
         if (at_ >= text_.size())
             return;
-        if (quote_at(at_) != npos) {
+        if (quote_at(at_) != not_found) {
             auto const range = read_quoted();
             auto after = at_;
-            while (is_space(at(after)))
+            while (is_blank_character(at(after)))
                 ++after;
             bool const is_key = at(after) == ':' && (is_list || depth > 0);
             if (is_key)
@@ -183,7 +183,7 @@ void Reader::read_json(bool is_list)
 /// A value after `=`. It ends at `&`, or at `;` before another key. In texts that are not a form it ends at a blank too.
 void Reader::read_form_value()
 {
-    if (quote_at(at_) != npos) {
+    if (quote_at(at_) != not_found) {
         add(read_quoted(), true);
         return;
     }
@@ -193,7 +193,7 @@ void Reader::read_form_value()
     }
     std::string_view const ends = at_ < first_non_form_ ? "&\r\n" : "& \t\r\n\"<>";
     auto const begin = at_;
-    for (; at_ < text_.size() && ends.find(text_[at_]) == npos; ++at_) {
+    for (; at_ < text_.size() && ends.find(text_[at_]) == not_found; ++at_) {
         if (text_[at_] != ';')
             continue;
         auto key = at_ + 1;
@@ -211,8 +211,8 @@ void Reader::read_form_value()
 /// The content of a part of a multipart form: from the next empty line to the next line with a boundary.
 void Reader::read_part_of_form()
 {
-    auto const blank = has_blank_lines_ ? text_.find("\n\r\n", at_) : npos;
-    has_blank_lines_ = blank != npos;
+    auto const blank = has_blank_lines_ ? text_.find("\n\r\n", at_) : not_found;
+    has_blank_lines_ = blank != not_found;
     if (!has_blank_lines_)
         return;
     auto const begin = blank + 3;
@@ -232,7 +232,7 @@ void Reader::read_serialized()
             ++at_;
         if (at(at_) == ':')
             ++at_;
-        if (quote_at(at_) != npos)
+        if (quote_at(at_) != not_found)
             add(read_quoted(), true);
     } else if (type == 'i' || type == 'd' || type == 'b') {
         read_bare(";");
@@ -265,7 +265,7 @@ void Reader::read_after_quoted_key(std::size_t key)
 
 void Reader::read_value_of(std::size_t key)
 {
-    if (quote_at(at_) != npos) {
+    if (quote_at(at_) != not_found) {
         read_after_quoted_key(key);
         return;
     }
@@ -289,7 +289,7 @@ void Reader::read_value_of(std::size_t key)
         at_ += 2;
         while (at(at_) == ' ')
             ++at_;
-        if (quote_at(at_) != npos || at(at_) == '[')
+        if (quote_at(at_) != not_found || at(at_) == '[')
             read_json(false);
         else
             read_bare("\r\n");
@@ -304,12 +304,12 @@ void Reader::read_value_of(std::size_t key)
 /// Adds the password of each URL with a user: `//user:password@host`.
 void find_passwords_of_urls(std::string_view text, TextRanges &ranges, MaskRules::Found const &found)
 {
-    for (auto mark = text.find("://"); mark != npos; mark = text.find("://", mark)) {
+    for (auto mark = text.find("://"); mark != not_found; mark = text.find("://", mark)) {
         mark += 3;
         auto const authority = text.substr(mark, text.find_first_of("/ \t\r\n\"<>", mark) - mark);
         auto const host = authority.rfind('@');
         auto const colon = authority.substr(0, host).find(':');
-        if (host == npos || colon == npos || colon + 1 == host)
+        if (host == not_found || colon == not_found || colon + 1 == host)
             continue;
         ranges.push_back({mark + colon + 1, mark + host});
         auto const password = authority.substr(colon + 1, host - colon - 1);
@@ -336,7 +336,7 @@ bool MaskRules::is_secret(std::string_view key) const
             rest.remove_prefix(prefix.size());
     }
     return std::ranges::find(secret_keys, rest) != secret_keys.end() ||
-           std::ranges::any_of(words_, [&](std::string const &word) { return name.find(word) != npos; });
+           std::ranges::any_of(words_, [&](std::string const &word) { return name.find(word) != not_found; });
 }
 
 TextRanges MaskRules::find(std::string_view text, Found const &found) const
@@ -368,7 +368,7 @@ TextRanges MaskRules::find(std::string_view text, Found const &found) const
         reader.move_to(end);
         auto key = text.substr(begin, end - begin);
         auto const bracket = key.rfind('[');
-        if (bracket != npos && key.ends_with(']'))
+        if (bracket != not_found && key.ends_with(']'))
             key = key.substr(bracket + 1, key.size() - bracket - 2);
         // A word and a colon can be prose; the name of a header and a colon are not.
         if (has_word ? !text.substr(end).starts_with(':') : is_secret(key))
@@ -389,7 +389,7 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
 {
     found(value);
     auto const scheme = value.substr(0, value.find(' '));
-    if (scheme.find_first_of(";=") == npos)
+    if (scheme.find_first_of(";=") == not_found)
         found(value.substr(std::min(scheme.size() + 1, value.size())));
     if (normal(value.substr(0, 6)) == "basic ") {
         auto const encoded = value.substr(6);
@@ -406,7 +406,7 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
         while (part.starts_with(' '))
             part.remove_prefix(1);
         auto const equals = part.find('=');
-        if (equals == npos || std::ranges::find(attributes, normal(part.substr(0, equals))) != attributes.end())
+        if (equals == not_found || std::ranges::find(attributes, normal(part.substr(0, equals))) != attributes.end())
             continue;
         auto const content = part.substr(equals + 1);
         found(content);
@@ -419,7 +419,7 @@ bool is_statement(std::string_view text)
     constexpr std::array<std::string_view, 10> words{"alter",  "call",    "create", "delete", "insert",
                                                      "merge",  "replace", "select", "update", "with"};
     auto const begin = text.find_first_not_of(" \t\r\n(");
-    if (begin == npos)
+    if (begin == not_found)
         return false;
     auto const start = text.substr(begin, 8);
     auto const word = start.substr(0, start.find_first_of(" \t\r\n"));

@@ -15,8 +15,8 @@ void ignore(std::string_view /*value*/)
 /// Whether the text is a URI or the path of a file.
 bool is_path(std::string_view text)
 {
-    constexpr auto npos = std::string_view::npos;
-    return (text.starts_with('/') || text.find("://") != npos) && text.find_first_of(" \t\r\n") == npos;
+    return (text.starts_with('/') || text.find("://") != std::string_view::npos) &&
+           text.find_first_of(" \t\r\n") == std::string_view::npos;
 }
 
 /// Returns the text of a string in a statement: its quotes are doubled or escaped.

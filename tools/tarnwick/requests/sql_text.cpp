@@ -14,7 +14,7 @@ namespace {
 
 using Kind = SqlToken::Kind;
 
-constexpr std::size_t none = static_cast<std::size_t>(-1);
+constexpr std::size_t no_piece = static_cast<std::size_t>(-1);
 
 std::string upper_case(std::string_view word)
 {
@@ -120,7 +120,7 @@ private:
         bool is_row = false;          ///< equal rows can follow
         bool has_only_values = true;  ///< literals and placeholders
         bool has_values = false;
-        std::size_t last_row = none;  ///< open piece of the row that ended last, if only a comma follows it
+        std::size_t last_row = no_piece;  ///< open piece of the row that ended last, if only a comma follows it
     };
 
     void add_piece(Piece piece);
@@ -184,7 +184,7 @@ void Shape::add_piece(Piece piece)
                               (piece.kind == Kind::word && is_any_of(piece.text, words_of_literals));
         group.has_values = group.has_values || is_value;
         group.has_only_values = group.has_only_values && is_value;
-        group.last_row = none;
+        group.last_row = no_piece;
     }
     pieces_.push_back(piece);
 }
@@ -210,7 +210,7 @@ void Shape::open(Piece piece)
     auto &group = groups_.back();
     auto const before = last();
     bool const follows_word = before.kind == Kind::word;
-    bool const continues_rows = group.last_row != none && before.text == ",";
+    bool const continues_rows = group.last_row != no_piece && before.text == ",";
     bool const is_in_list = group.is_list && (before.kind == Kind::open || before.text == ",");
     Group inner;
     inner.open = pieces_.size();
@@ -235,10 +235,10 @@ void Shape::close(Piece piece)
     }
     pieces_.push_back(piece);
     auto &group = groups_.back();
-    if (inner.is_row && group.last_row != none && is_last_row_repeated(group.last_row, inner.open))
+    if (inner.is_row && group.last_row != no_piece && is_last_row_repeated(group.last_row, inner.open))
         pieces_.resize(inner.open - 1); // the comma too
     else
-        group.last_row = inner.is_row ? inner.open : none;
+        group.last_row = inner.is_row ? inner.open : no_piece;
 }
 
 bool Shape::is_last_row_repeated(std::size_t first, std::size_t second) const
