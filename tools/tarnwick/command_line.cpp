@@ -101,8 +101,7 @@ void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help)
 {
     app.add_option_function<std::string>(
            "--mask", [&mask](std::string const &argument) { set_mask(mask, argument); },
-           fmt::format("mask passwords, cookies and other secrets (default), nothing (none), or also the values of keys "
-                       "that contain one of the words WORD,...; without the option, {}",
+           fmt::format("mask secrets (default), nothing (none), or also keys that contain WORD; if not given, {}",
                        default_help))
         ->type_name("default|none|WORD,...")
         ->take_last();
@@ -199,7 +198,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
                 {"jsonl", InspectOptions::Format::jsonl}},
                "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
-    add_mask(sub, options.mask, "text is masked and JSON lines are not");
+    add_mask(sub, options.mask, "only text is masked");
     sub.add_flag("--all-records", options.all_records,
                  "print all records of the report's family, not only those that the report fills");
     sub.add_option("--record", choice.records, "only records of this name (php.RInit or RInit); can be repeated")
@@ -353,7 +352,7 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
                        {"check", "Print the errors of a file, and warnings for lines without effect", config_check})
         .add_flag("--strict", options.strict, "exit with status 1 if there is a warning");
     auto &dump = add_config_command(config, options, command, {"dump", "Print all keys and their values", config_dump});
-    add_mask(dump, options.mask, "text on a terminal is masked and nothing else");
+    add_mask(dump, options.mask, "only text on a terminal is masked");
     add_config_command(config, options, command, {"get", "Print the value of a key", config_get, true})
         .add_flag("--all", options.all, "print all values of the key, newest first");
     add_config_command(config, options, command,

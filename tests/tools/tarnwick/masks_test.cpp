@@ -15,8 +15,16 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -249,6 +257,52 @@ TEST(Masks, are_the_default_of_text_only)
     for (std::string const format : {"--format=text", "--format=jsonl"})
         EXPECT_EQ(inspect({format}, secrets.capture).out,
                   inspect({format, format == "--format=text" ? "--mask=default" : "--mask=none"}, secrets.capture).out);
+}
+
+/// Returns whether two values have the same keys and lists, and differ only where one is masked.
+bool is_masked_copy(QJsonValue const &masked, QJsonValue const &plain)
+{
+    if (masked.isObject() && plain.isObject()) {
+        auto const copy = masked.toObject();
+        auto const object = plain.toObject();
+        auto const keys = object.keys();
+        return copy.keys() == keys && std::ranges::all_of(keys, [&](QString const &key) {
+                   return is_masked_copy(copy[key], object[key]);
+               });
+    }
+    if (masked.isArray() && plain.isArray())
+        return std::ranges::equal(masked.toArray(), plain.toArray(), is_masked_copy);
+    return masked == plain || masked.toString().contains(QStringLiteral("[masked]"));
+}
+
+TEST(Masks, keep_the_structure_of_records_of_real_captures)
+{
+    for (std::string const name : {"adminer", "errors", "mediawiki", "stations"}) {
+        auto const file = fmt::format("{}/{}.tnw", TARNWICK_CAPTURES, name);
+        auto const plain_lines = inspect({"--format=jsonl", file}).out;
+        auto const masked_lines = inspect({"--format=jsonl", "--mask=default", file}).out;
+        EXPECT_EQ(std::ranges::count(masked_lines, '\n'), std::ranges::count(plain_lines, '\n'));
+        std::istringstream plain(plain_lines);
+        std::istringstream masked(masked_lines);
+        std::size_t number_of_masked = 0;
+        std::string line;
+        std::string copy;
+        while (std::getline(plain, line) && std::getline(masked, copy)) {
+            number_of_masked += line == copy ? 0 : 1;
+            auto const value = [](std::string const &json) {
+                return QJsonValue(QJsonDocument::fromJson(QByteArray::fromStdString(json)).object());
+            };
+            ASSERT_TRUE(is_masked_copy(value(copy), value(line))) << line << '\n' << copy;
+        }
+        EXPECT_GT(number_of_masked, 0U) << name;
+    }
+}
+
+TEST(Masks, find_bytes_that_are_not_utf8_in_texts)
+{
+    auto const capture = frame_of(1, superglobals(group("_POST", text_entry("password", R"(the-\377-password)")))) +
+                         frame_of(1, message(R"(a the-\377-password)"));
+    EXPECT_THAT(inspect({"--format=text"}, capture).out, HasSubstr(R"("a [masked]")"));
 }
 
 TEST(Masks, keep_keys_and_structure)

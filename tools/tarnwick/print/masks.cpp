@@ -3,6 +3,9 @@
 #include "print/text_decoding.h"
 #include "requests/sql_text.h"
 
+#include <QtCore/QString>
+#include <QtCore/QUtf8StringView>
+
 #include <utility>
 
 namespace tarnwick::program {
@@ -96,8 +99,13 @@ std::string Masks::value(std::string_view key, std::string_view value) const
 
 void Masks::add(std::string_view value, Secrets::Source source) const
 {
-    if (are_on())
-        secrets().add(value, source);
+    if (!are_on())
+        return;
+    secrets().add(value, source);
+    // Texts have replacement characters for bytes that are not UTF-8.
+    QUtf8StringView const utf8(value.data(), static_cast<qsizetype>(value.size()));
+    if (!utf8.isValidUtf8())
+        secrets().add(utf8.toString().toStdString(), source);
 }
 
 void Masks::add_header(std::string_view value) const
