@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -138,6 +140,30 @@ TEST(MaskRules, recognises_statements)
         EXPECT_TRUE(is_statement(text)) << text;
     for (std::string const text : {"", "SELECT", "selected x", "a SELECT", "Hello 'x'"})
         EXPECT_FALSE(is_statement(text)) << text;
+}
+
+TEST(MaskRules, returns_parts_of_any_text)
+{
+    std::vector<std::string> const pieces{
+        "token", "Cookie", "php_auth_pw", "secret", "_", "a", "=", "=>", ":", ";", "&", "\"", "'", "\\", "\\\"", "\\u00e4", "\\u", "%", "%41", "+",
+        "{", "}", "[", "]", ",", " ", "\n", "\r\n", "\r\n\r\n", "\r\n--", "name=\"", "://", "@", "/", "s:3:", "i:1", "null", "1", "\xff", std::string(1, '\0')};
+    std::mt19937 random(20261122); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
+    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
+    MaskRules const rules;
+    for (std::size_t i = 0; i < 30'000; ++i) {
+        std::string text;
+        for (std::size_t count = 0; count < 1 + i % 20; ++count)
+            text += pieces[pick(random)];
+        SCOPED_TRACE(testing::PrintToString(text));
+        auto const ignore = [](std::string_view) {};
+        for (auto const &ranges : {rules.find(text, ignore), MaskRules::find_json_values(text, ignore)}) {
+            for (auto const &[begin, end] : ranges) {
+                ASSERT_LT(begin, end);
+                ASSERT_LE(end, text.size());
+            }
+        }
+        for_each_part_of_header(text, ignore);
+    }
 }
 
 // Quadratic time would be minutes.
