@@ -246,6 +246,7 @@ void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &c
     add_choice(sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}, {"csv", Format::csv}},
                "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
+    add_mask(sub, options.mask, "only text and CSV are masked");
     std::vector<std::string_view> names;
     for (auto const &column : request_columns())
         names.push_back(column.name);

@@ -14,7 +14,8 @@ namespace {
 
 RecordPrinter::Style style(InspectOptions const &options, Output const &output)
 {
-    bool const json = options.format == InspectOptions::Format::jsonl || (options.format == InspectOptions::Format::automatic && !output.is_terminal());
+    bool const json = options.format == InspectOptions::Format::jsonl ||
+                      (options.format == InspectOptions::Format::automatic && !output.is_terminal());
     return {
         .json = json,
         .color = is_colored(options.color, STDOUT_FILENO),

@@ -3,6 +3,7 @@
 #include "capture/captures.h"
 #include "capture/record_feed.h"
 #include "print/csv.h"
+#include "print/masks.h"
 #include "print/output.h"
 #include "print/terminal.h"
 #include "print/text_width.h"
@@ -49,10 +50,11 @@ TextTable table_of(std::vector<RequestColumn const *> const &columns)
 /// Prints requests in a format.
 class RequestPrinter {
 public:
-    RequestPrinter(Output &output, LsOptions::Format format, std::vector<RequestColumn const *> columns)
+    RequestPrinter(Output &output, LsOptions const &options, LsOptions::Format format)
         : output_(output)
         , format_(format)
-        , columns_(std::move(columns))
+        , masks_(Masks::of(options.mask, format != LsOptions::Format::jsonl))
+        , columns_(chosen_columns(options, format))
         , width_(terminal_width(STDOUT_FILENO))
         , table_(table_of(columns_))
     {
@@ -60,8 +62,12 @@ public:
             print_csv([](RequestColumn const &column) { return std::string(column.name); });
     }
 
-    void print(RequestSummary const &request)
+    void print(RequestSummary request)
     {
+        if (masks_.are_on() && request.start && request.start->uri) {
+            masks_.select_request(request.id);
+            request.start->uri = masks_.text(*request.start->uri);
+        }
         switch (format_) {
         case LsOptions::Format::jsonl:
             print_json(request);
@@ -130,6 +136,7 @@ private:
 
     Output &output_;
     LsOptions::Format format_;
+    Masks masks_;
     std::vector<RequestColumn const *> columns_;
     std::optional<std::size_t> width_;
     TextTable table_;
@@ -198,7 +205,7 @@ ExitStatus ls(LsOptions const &options)
     Output output(STDOUT_FILENO);
     auto const automatic = output.is_terminal() ? LsOptions::Format::text : LsOptions::Format::jsonl;
     auto const format = options.format == LsOptions::Format::automatic ? automatic : options.format;
-    RequestPrinter printer(output, format, chosen_columns(options, format));
+    RequestPrinter printer(output, options, format);
     SortedRequests sorted(options);
     std::uint64_t left = options.top.value_or(UINT64_MAX);
     SummarySink sink(options.reports, [&](RequestSummary &request) {

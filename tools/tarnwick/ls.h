@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_status.h"
+#include "print/masks.h"
 #include "print/record_selection.h"
 #include "requests/condition.h"
 #include "requests/request_columns.h"
@@ -17,6 +18,7 @@ struct LsOptions {
 
     std::vector<std::string> files{"-"}; ///< `-` is standard input
     Format format = Format::automatic;
+    MaskOptions mask;
     std::vector<RequestColumn const *> columns; ///< all of them, or those for people, if empty
     ReportChoice reports;
     std::vector<Condition> conditions;   ///< on columns, with their types

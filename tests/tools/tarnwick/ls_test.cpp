@@ -145,6 +145,19 @@ TEST(Ls, widens_columns_after_a_thousand_rows)
     EXPECT_EQ(std::ranges::count(out, '\n'), 1002);
 }
 
+TEST(Ls, masks_secrets_in_a_query_except_in_json_lines)
+{
+    auto const input = start(1, "GET", "/a?token=topsecret1&page=2");
+    std::string const masked = "/a?token=[masked]&page=2";
+    EXPECT_THAT(ls({"--format=text"}, input).out, HasSubstr(masked));
+    EXPECT_THAT(ls({"--format=csv"}, input).out, HasSubstr(masked));
+    EXPECT_THAT(ls({"--format=jsonl", "--mask=default"}, input).out, HasSubstr(masked));
+    EXPECT_THAT(ls({"--format=jsonl"}, input).out, HasSubstr("token=topsecret1"));
+    EXPECT_THAT(ls({"--format=text", "--mask=none"}, input).out, HasSubstr("token=topsecret1"));
+    EXPECT_THAT(ls({"--format=csv", "--mask=page"}, input).out, HasSubstr("/a?token=[masked]&page=[masked]"));
+    EXPECT_THAT(ls({"--format=csv", "--where=uri~topsecret"}, input).out, HasSubstr(masked));
+}
+
 TEST(Ls, escapes_text_in_the_table)
 {
     EXPECT_THAT(ls({"--format=text"}, start(1, "G\\033[31m", "/\\n\\342\\200\\256")).out,

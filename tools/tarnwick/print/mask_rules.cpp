@@ -14,8 +14,8 @@ namespace {
 constexpr auto not_found = std::string_view::npos;
 
 // Keys that are secret as a whole, and keys that contain one of the words. `-` is written as `_`.
-constexpr std::array<std::string_view, 6> secret_keys{"cookie",        "set_cookie",          "authorization",
-                                                      "_cookie",       "proxy_authorization", "php_auth_pw"};
+constexpr std::array<std::string_view, 6> secret_keys{"cookie",  "set_cookie",          "authorization",
+                                                      "_cookie", "proxy_authorization", "php_auth_pw"};
 constexpr std::array<std::string_view, 6> secret_words{"password", "passwd", "secret", "token", "api_key", "session"};
 // Each secret key ends with one of these.
 constexpr std::array<std::string_view, 3> ends_of_secret_keys{"cookie", "authorization", "php_auth_pw"};
@@ -396,7 +396,8 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
         auto const user_and_password =
             QByteArray::fromBase64(QByteArray(encoded.data(), static_cast<qsizetype>(encoded.size()))).toStdString();
         found(user_and_password);
-        found(std::string_view(user_and_password).substr(std::min(user_and_password.find(':') + 1, user_and_password.size())));
+        found(std::string_view(user_and_password)
+                  .substr(std::min(user_and_password.find(':') + 1, user_and_password.size())));
         return;
     }
     constexpr std::array<std::string_view, 5> attributes{"domain", "expires", "max_age", "path", "samesite"};
@@ -416,8 +417,8 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
 
 bool is_statement(std::string_view text)
 {
-    constexpr std::array<std::string_view, 10> words{"alter",  "call",    "create", "delete", "insert",
-                                                     "merge",  "replace", "select", "update", "with"};
+    constexpr std::array<std::string_view, 10> words{"alter", "call",    "create", "delete", "insert",
+                                                     "merge", "replace", "select", "update", "with"};
     auto const begin = text.find_first_not_of(" \t\r\n(");
     if (begin == not_found)
         return false;

@@ -12,17 +12,12 @@
 namespace tarnwick::program {
 
 MaskedWriter::FieldContent const MaskedWriter::contents[] = {
-    {"glimmet.FunctionStats", "name", Content::name},
-    {"glimmet.SqlQuery", "text", Content::statement},
-    {"glimmet.StorageEntry", "values", Content::storage},
-    {"php.Function", "name", Content::name},
-    {"php.PelorinObject", "class_name", Content::name},
-    {"php.PelorinResource", "type_name", Content::name},
+    {"glimmet.FunctionStats", "name", Content::name},     {"glimmet.SqlQuery", "text", Content::statement},
+    {"glimmet.StorageEntry", "values", Content::storage}, {"php.Function", "name", Content::name},
+    {"php.PelorinObject", "class_name", Content::name},   {"php.PelorinResource", "type_name", Content::name},
     {"php.RInit", "request_text_1", Content::name}, // the URI
-    {"php.RequestHeaders", "headers", Content::headers},
-    {"php.ResponseHeaders", "headers", Content::headers},
-    {"php.SourceLocation", "file", Content::name},
-    {"php.Superglobals", "values", Content::superglobals},
+    {"php.RequestHeaders", "headers", Content::headers},  {"php.ResponseHeaders", "headers", Content::headers},
+    {"php.SourceLocation", "file", Content::name},        {"php.Superglobals", "values", Content::superglobals},
 };
 
 MaskedWriter::MaskedWriter(Masks const &masks, std::string_view record, Target target)

@@ -11,9 +11,7 @@
 namespace tarnwick::program {
 namespace {
 
-void ignore(std::string_view /*value*/)
-{
-}
+void ignore(std::string_view /*value*/) {}
 
 /// Whether the text is a URI or the path of a file.
 bool is_path(std::string_view text)
@@ -50,7 +48,8 @@ void Masks::select_request(std::uint64_t request_id) const
 
 Masks Masks::of(MaskOptions const &options, bool by_default)
 {
-    bool const is_on = options.mode == MaskOptions::Mode::automatic ? by_default : options.mode == MaskOptions::Mode::on;
+    bool const is_on =
+        options.mode == MaskOptions::Mode::automatic ? by_default : options.mode == MaskOptions::Mode::on;
     return is_on ? Masks(MaskRules(options.words)) : Masks();
 }
 

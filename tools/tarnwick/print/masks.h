@@ -51,10 +51,7 @@ public:
     /// Returns the text with its secrets masked. This is right for a URI or a path, too.
     [[nodiscard]] std::string text(std::string_view text) const { return masked(text, ranges(text)); }
     /// The same for the name of a file or a function.
-    [[nodiscard]] std::string name(std::string_view name) const
-    {
-        return masked(name, ranges(name, TextPlace::name));
-    }
+    [[nodiscard]] std::string name(std::string_view name) const { return masked(name, ranges(name, TextPlace::name)); }
     /// The same for a statement, whose literals are masked.
     [[nodiscard]] std::string statement(std::string_view statement) const
     {

@@ -72,7 +72,8 @@ void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions con
     for (auto const *function : functions) {
         auto const time = seconds(function->time_first());
         table.add({span_text(function->time_first()), time > 0 ? bar(time / longest) : "",
-                   span_text(function->time_second()), fmt::to_string(function->count()), name_and_place(*function, masks)});
+                   span_text(function->time_second()), fmt::to_string(function->count()),
+                   name_and_place(*function, masks)});
     }
     for (auto const &line : table.take_lines())
         writer.row(line);

@@ -25,8 +25,9 @@ enum class TextPlace {
 /// before the next search.
 class Secrets {
 public:
-    static constexpr std::size_t shortest = 8;  ///< in bytes; shorter values are not added
-    static constexpr std::size_t longest = 512; ///< of a longer value the start counts, and the rest of a text is masked
+    static constexpr std::size_t shortest = 8; ///< in bytes; shorter values are not added
+    static constexpr std::size_t longest =
+        512; ///< of a longer value the start counts, and the rest of a text is masked
     /// In bytes. Values that were masked by their key have the last quarter for themselves.
     static constexpr std::size_t max_size = 65'536;
 
@@ -49,10 +50,10 @@ private:
     struct Node {
         std::uint32_t child = 0; ///< the first; 0 for none
         std::uint32_t sibling = 0;
-        std::uint32_t fallback = 0;    ///< node of the longest other suffix
-        std::uint16_t ends = 0;        ///< size of the value that ends here, or 0
-        std::uint16_t match = 0;       ///< size of the longest value that ends here, in any place
-        std::uint16_t name_match = 0;  ///< the same in a name
+        std::uint32_t fallback = 0;   ///< node of the longest other suffix
+        std::uint16_t ends = 0;       ///< size of the value that ends here, or 0
+        std::uint16_t match = 0;      ///< size of the longest value that ends here, in any place
+        std::uint16_t name_match = 0; ///< the same in a name
         char byte = 0;
         bool is_ordinary = false;
     };
@@ -63,8 +64,8 @@ private:
     template <class Decode>
     void search(Decode &&decode, std::size_t size, TextPlace place, TextRanges &ranges) const;
 
-    std::vector<Node> nodes_;                    ///< the root is first
-    std::array<std::uint32_t, 256> first_{};     ///< children of the root
+    std::vector<Node> nodes_;                ///< the root is first
+    std::array<std::uint32_t, 256> first_{}; ///< children of the root
     bool is_linked_ = true;
 };
 

@@ -17,7 +17,7 @@ struct SqlToken {
     enum class Kind {
         space,
         comment,
-        string,      ///< also what has no end
+        string, ///< also what has no end
         number,
         hex_number,
         word,        ///< a keyword, or a name without quotes
@@ -25,8 +25,8 @@ struct SqlToken {
         placeholder, ///< `?`, `?1`, `$1`, `:name`; `?...` is a list of them in a shape
         open,        ///< `(` or `[`
         close,
-        separator,   ///< `,` or `;`
-        other,       ///< an operator or a dot
+        separator, ///< `,` or `;`
+        other,     ///< an operator or a dot
     };
 
     Kind kind = Kind::space;

@@ -34,9 +34,9 @@ bool is_any_of(std::string_view word, std::span<std::string_view const> words)
 
 /// Words before a value: a sign that follows is part of a number, and a parenthesis is not that of a call.
 constexpr std::array<std::string_view, 38> words_before_values{
-    "ALL",    "AND",   "AS",       "BETWEEN", "BY",     "CASE",   "DISTINCT", "ELSE",   "EXISTS", "FROM",
-    "HAVING", "IN",    "INTERVAL", "INTO",    "IS",     "JOIN",   "LIKE",     "LIMIT",  "NOT",    "OFFSET",
-    "ON",     "OR",    "OVER",     "REGEXP",  "RETURN", "SELECT", "SET",      "TABLE",  "THEN",   "UNION",
+    "ALL",    "AND",   "AS",       "BETWEEN", "BY",     "CASE",   "DISTINCT", "ELSE",  "EXISTS", "FROM",
+    "HAVING", "IN",    "INTERVAL", "INTO",    "IS",     "JOIN",   "LIKE",     "LIMIT", "NOT",    "OFFSET",
+    "ON",     "OR",    "OVER",     "REGEXP",  "RETURN", "SELECT", "SET",      "TABLE", "THEN",   "UNION",
     "UPDATE", "USING", "VALUE",    "VALUES",  "WHEN",   "WHERE",  "WITH",     "XOR"};
 constexpr std::array<std::string_view, 5> words_before_names{"FROM", "INTO", "JOIN", "TABLE", "UPDATE"};
 constexpr std::array<std::string_view, 2> words_before_rows{"VALUE", "VALUES"};
@@ -59,8 +59,8 @@ bool has_names_in_double_quotes(std::string_view statement, bool backslash_escap
         auto const is_quoted = [](SqlToken const &name) {
             return name.kind == Kind::name && name.text.starts_with('"');
         };
-        if (is_quoted(token) && (previous.text == "." ||
-                                 (previous.kind == Kind::word && is_any_of(previous.text, words_before_names))))
+        if (is_quoted(token) &&
+            (previous.text == "." || (previous.kind == Kind::word && is_any_of(previous.text, words_before_names))))
             return true;
         if (is_quoted(previous) && token.text == ".")
             return true;
@@ -115,12 +115,12 @@ private:
     };
     /// An open parenthesis or bracket.
     struct Group {
-        std::size_t open = 0;         ///< its piece
-        bool is_list = false;         ///< can be a list of literals
-        bool is_row = false;          ///< equal rows can follow
-        bool has_only_values = true;  ///< literals and placeholders
+        std::size_t open = 0;        ///< its piece
+        bool is_list = false;        ///< can be a list of literals
+        bool is_row = false;         ///< equal rows can follow
+        bool has_only_values = true; ///< literals and placeholders
         bool has_values = false;
-        std::size_t last_row = no_piece;  ///< open piece of the row that ended last, if only a comma follows it
+        std::size_t last_row = no_piece; ///< open piece of the row that ended last, if only a comma follows it
     };
 
     void add_piece(Piece piece);
@@ -180,8 +180,8 @@ void Shape::add_piece(Piece piece)
 {
     auto &group = groups_.back();
     if (piece.text != ",") {
-        bool const is_value = piece.kind == Kind::placeholder ||
-                              (piece.kind == Kind::word && is_any_of(piece.text, words_of_literals));
+        bool const is_value =
+            piece.kind == Kind::placeholder || (piece.kind == Kind::word && is_any_of(piece.text, words_of_literals));
         group.has_values = group.has_values || is_value;
         group.has_only_values = group.has_only_values && is_value;
         group.last_row = no_piece;
@@ -269,8 +269,8 @@ std::string Shape::finish()
     bool joins_next = false; // a dot or a cast without a space before it
     for (auto const &piece : pieces_) {
         bool const joins = (piece.text == "." || piece.text == "::") && can_precede_dot(before.kind);
-        bool const is_call = piece.text == "(" && before.kind == Kind::word &&
-                             !is_any_of(before.text, words_before_values);
+        bool const is_call =
+            piece.text == "(" && before.kind == Kind::word && !is_any_of(before.text, words_before_values);
         bool const is_subscript = piece.text == "[" && can_precede_dot(before.kind) &&
                                   !(before.kind == Kind::word && is_any_of(before.text, words_before_values));
         bool const has_space = !text.empty() && !joins && !is_call && !is_subscript && before.kind != Kind::open &&

@@ -19,13 +19,31 @@ using testing::UnorderedElementsAre;
 TEST(MaskRules, knows_secret_keys)
 {
     MaskRules const rules;
-    for (std::string const key :
-         {"Cookie", "COOKIE", "set-cookie", "Set-Cookie", "Authorization", "proxy-authorization", "HTTP_COOKIE",
-          "HTTP_AUTHORIZATION", "HTTP_PROXY_AUTHORIZATION", "REDIRECT_HTTP_AUTHORIZATION", "PHP_AUTH_PW", "_COOKIE",
-          "password", "db_password_2", "userPassword", "PASSWD", "client_secret", "X-CSRF-Token", "api_key", "X-Api-Key",
-          "PHPSESSION", "session.id"})
+    for (std::string const key : {"Cookie",
+                                  "COOKIE",
+                                  "set-cookie",
+                                  "Set-Cookie",
+                                  "Authorization",
+                                  "proxy-authorization",
+                                  "HTTP_COOKIE",
+                                  "HTTP_AUTHORIZATION",
+                                  "HTTP_PROXY_AUTHORIZATION",
+                                  "REDIRECT_HTTP_AUTHORIZATION",
+                                  "PHP_AUTH_PW",
+                                  "_COOKIE",
+                                  "password",
+                                  "db_password_2",
+                                  "userPassword",
+                                  "PASSWD",
+                                  "client_secret",
+                                  "X-CSRF-Token",
+                                  "api_key",
+                                  "X-Api-Key",
+                                  "PHPSESSION",
+                                  "session.id"})
         EXPECT_TRUE(rules.is_secret(key)) << key;
-    for (std::string const key : {"", "Accept", "Cookies", "HTTP_HOST", "PHP_AUTH_USER", "pass", "key", "apikey", "Vary"})
+    for (std::string const key :
+         {"", "Accept", "Cookies", "HTTP_HOST", "PHP_AUTH_USER", "pass", "key", "apikey", "Vary"})
         EXPECT_FALSE(rules.is_secret(key)) << key;
 }
 
@@ -70,19 +88,22 @@ TextRow const texts[] = {
     {"url_with_a_port", "http://host:80/a@b", "http://host:80/a@b"},
     {"json", R"({"user":"a","password":"b\"c","n":1})", R"({"user":"a","password":"[masked]","n":1})"},
     {"json_with_blanks", "{ \"token\" :\n \"a\" }", "{ \"token\" :\n \"[masked]\" }"},
-    {"json_scalars", R"({"token":12,"session":true,"secret":null})", R"({"token":[masked],"session":[masked],"secret":null})"},
+    {"json_scalars", R"({"token":12,"session":true,"secret":null})",
+     R"({"token":[masked],"session":[masked],"secret":null})"},
     {"json_containers", R"({"tokens":["a",{"b":"c","d":[1,null]}],"e":"f"})",
      R"({"tokens":["[masked]",{"b":"[masked]","d":[[masked],null]}],"e":"f"})"},
     {"json_in_a_string", R"({"a":"{\"token\":\"b\",\"c\":\"d\"}"})", R"({"a":"{\"token\":\"[masked]\",\"c\":\"d\"}"})"},
     {"json_that_is_cut", R"({"password":"abc)", R"({"password":"[masked])"},
     {"json_with_a_colon_after_the_value", R"("password":"a": "b")", R"("password":"[masked]": "b")"},
     {"php_array", "array('password' => 'a', 'b' => 'c')", "array('password' => '[masked]', 'b' => 'c')"},
-    {"php_dump", "Array\n(\n    [password] => a b\n    [c] => d\n)", "Array\n(\n    [password] => [masked]\n    [c] => d\n)"},
+    {"php_dump", "Array\n(\n    [password] => a b\n    [c] => d\n)",
+     "Array\n(\n    [password] => [masked]\n    [c] => d\n)"},
     {"php_assignment", "$_POST['password'] = 'a'; b", "$_POST['password'] = '[masked]'; b"},
     {"php_serialized", R"(a:2:{s:8:"password";s:3:"abc";s:5:"token";i:12;})",
      R"(a:2:{s:8:"password";s:3:"[masked]";s:5:"token";i:[masked];})"},
-    {"multipart_form", "--x\r\nContent-Disposition: form-data; name=\"password\"\r\n\r\na b\r\n--x\r\n"
-                       "Content-Disposition: form-data; name=\"c\"\r\n\r\nd\r\n--x--",
+    {"multipart_form",
+     "--x\r\nContent-Disposition: form-data; name=\"password\"\r\n\r\na b\r\n--x\r\n"
+     "Content-Disposition: form-data; name=\"c\"\r\n\r\nd\r\n--x--",
      "--x\r\nContent-Disposition: form-data; name=\"password\"\r\n\r\n[masked]\r\n--x\r\n"
      "Content-Disposition: form-data; name=\"c\"\r\n\r\nd\r\n--x--"},
     {"header_line", "Cookie: a=b; c=d\r\nHost: e", "Cookie: [masked]\r\nHost: e"},
@@ -130,8 +151,9 @@ TEST(MaskRules, splits_headers)
     EXPECT_THAT(parts_of("sid=abc; Path=/app; Expires=Thu, 01 Jan 1970; HttpOnly"),
                 UnorderedElementsAre("sid=abc; Path=/app; Expires=Thu, 01 Jan 1970; HttpOnly", "abc", "abc"));
     EXPECT_THAT(parts_of("Bearer abc.def"), UnorderedElementsAre("Bearer abc.def", "abc.def"));
-    EXPECT_THAT(parts_of("Basic dXNlcjpwYXNzd29yZA=="),
-                UnorderedElementsAre("Basic dXNlcjpwYXNzd29yZA==", "dXNlcjpwYXNzd29yZA==", "user:password", "password"));
+    EXPECT_THAT(
+        parts_of("Basic dXNlcjpwYXNzd29yZA=="),
+        UnorderedElementsAre("Basic dXNlcjpwYXNzd29yZA==", "dXNlcjpwYXNzd29yZA==", "user:password", "password"));
 }
 
 TEST(MaskRules, recognises_statements)
@@ -145,8 +167,11 @@ TEST(MaskRules, recognises_statements)
 TEST(MaskRules, returns_parts_of_any_text)
 {
     std::vector<std::string> const pieces{
-        "token", "Cookie", "php_auth_pw", "secret", "_", "a", "=", "=>", ":", ";", "&", "\"", "'", "\\", "\\\"", "\\u00e4", "\\u", "%", "%41", "+",
-        "{", "}", "[", "]", ",", " ", "\n", "\r\n", "\r\n\r\n", "\r\n--", "name=\"", "://", "@", "/", "s:3:", "i:1", "null", "1", "\xff", std::string(1, '\0')};
+        "token", "Cookie", "php_auth_pw", "secret", "_",        "a",      "=",       "=>",
+        ":",     ";",      "&",           "\"",     "'",        "\\",     "\\\"",    "\\u00e4",
+        "\\u",   "%",      "%41",         "+",      "{",        "}",      "[",       "]",
+        ",",     " ",      "\n",          "\r\n",   "\r\n\r\n", "\r\n--", "name=\"", "://",
+        "@",     "/",      "s:3:",        "i:1",    "null",     "1",      "\xff",    std::string(1, '\0')};
     std::mt19937 random(20261122); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
     std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
     MaskRules const rules;
@@ -170,9 +195,9 @@ TEST(MaskRules, returns_parts_of_any_text)
 TEST(MaskRules, reads_long_repeated_text)
 {
     for (std::string const unit :
-         {"token", "token=", "token=;", "token=\\", "token=\"", "\"token\":", "\"token\":\"", "\"token\":[", "\"token\":{\\\"",
-          "token=>", "name=\"token\"\r", "://", "://a:b@", "Cookie:", "\"token\";s:", "token=; a", "[token]", "token\\", "\\", "\"",
-          "token=a;b"}) {
+         {"token",        "token=",          "token=;", "token=\\",         "token=\"", "\"token\":", "\"token\":\"",
+          "\"token\":[",  "\"token\":{\\\"", "token=>", "name=\"token\"\r", "://",      "://a:b@",    "Cookie:",
+          "\"token\";s:", "token=; a",       "[token]", "token\\",          "\\",       "\"",         "token=a;b"}) {
         std::string text;
         while (text.size() < 128 * 1024)
             text += unit;

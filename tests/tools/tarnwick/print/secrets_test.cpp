@@ -127,7 +127,8 @@ TEST(Secrets, agrees_with_a_plain_search)
         auto const marks = [&](TextRanges const &list) {
             std::string all(text.size(), '.');
             for (auto const &[begin, end] : list)
-                std::fill(all.begin() + static_cast<std::ptrdiff_t>(begin), all.begin() + static_cast<std::ptrdiff_t>(end), '#');
+                std::fill(all.begin() + static_cast<std::ptrdiff_t>(begin),
+                          all.begin() + static_cast<std::ptrdiff_t>(end), '#');
             return all;
         };
         ASSERT_EQ(marks(ranges), marks(expected)) << text;

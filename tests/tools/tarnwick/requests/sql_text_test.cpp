@@ -74,7 +74,8 @@ ShapeRow const shapes[] = {
     {"comment_without_end", "a /* b", "a"},
     {"white_space", "SELECT\ta ,\r\n b\n  FROM t\fWHERE( a=1 )", "SELECT a, b FROM t WHERE (a = ?)"},
     {"calls", "SELECT COUNT (*), MAX(a), f ( )", "SELECT COUNT(*), MAX(a), f()"},
-    {"operators", "a<=1 and b<>2 or c!=d || e->>'x' #> f::text := g&&h", "a <= ? and b <> ? or c != d || e ->> ? #> f::text := g && h"},
+    {"operators", "a<=1 and b<>2 or c!=d || e->>'x' #> f::text := g&&h",
+     "a <= ? and b <> ? or c != d || e ->> ? #> f::text := g && h"},
     {"dots", "t . a, t.*, s.t.a", "t.a, t.*, s.t.a"},
     {"end_of_the_statement", "SELECT 1; ", "SELECT ?"},
     {"two_statements", "BEGIN;SELECT 1", "BEGIN; SELECT ?"},
@@ -118,7 +119,8 @@ MaskRow const masked_statements[] = {
     {"list", "a IN ('b', 'c')", "a IN ('[masked]', '[masked]')"},
     {"double_quotes", R"(a = "secret" AND `b` = 1)", R"(a = "[masked]" AND `b` = 1)"},
     {"names", R"(SELECT "a" FROM "t" WHERE [b] = `c`)", R"(SELECT "a" FROM "t" WHERE [b] = `c`)"},
-    {"comments_with_quotes", "/* Foo::bar */ a /* 'secret' */ -- it's\nb", "/* Foo::bar */ a /*[masked]*/ --[masked]\nb"},
+    {"comments_with_quotes", "/* Foo::bar */ a /* 'secret' */ -- it's\nb",
+     "/* Foo::bar */ a /*[masked]*/ --[masked]\nb"},
     {"comment_or_operator", "a # 'secret'", "a #[masked]"},
     {"quote_without_end", "a = 'secret", "a = '[masked]"},
     {"backquote_without_end", "a = `secret", "a = `[masked]"},
@@ -168,11 +170,19 @@ TEST(SqlText, shape_depends_on_no_literal)
 /// Returns random text of pieces that mean something in SQL.
 std::string random_statement(std::mt19937 &random, std::size_t pieces)
 {
-    static std::vector<std::string> const words{
-        "SELECT", "select", "FROM", "IN", "VALUES", "VALUE", "ARRAY", "NULL", "a", "t1", "2fa", "e", "E", "x", "U&", "'", "''",
-        "\"", "\"\"", "\"a\"", "`", "`a`", "[", "]", "[a b]", "(", ")", ",", ";", ".", "..", "...", "?", "??", "?...", "?1", "$", "$$",
-        "$1", "$a$", ":", "::", ":=", ":a", "@", "@@", "@a", "\\", "\\'", "-", "--", "+", "*", "/", "/*", "*/", "#", "#>", "->", "=",
-        "<", ">", "!", "|", "&", "%", "1", "0x1F", "1.", ".5", "1e", "1e+5", " ", "\n", "\t", "\xc3\xa4", "\xff", std::string(1, '\0')};
+    static std::vector<std::string> const words{"SELECT", "select", "FROM", "IN",       "VALUES", "VALUE",
+                                                "ARRAY",  "NULL",   "a",    "t1",       "2fa",    "e",
+                                                "E",      "x",      "U&",   "'",        "''",     "\"",
+                                                "\"\"",   "\"a\"",  "`",    "`a`",      "[",      "]",
+                                                "[a b]",  "(",      ")",    ",",        ";",      ".",
+                                                "..",     "...",    "?",    "??",       "?...",   "?1",
+                                                "$",      "$$",     "$1",   "$a$",      ":",      "::",
+                                                ":=",     ":a",     "@",    "@@",       "@a",     "\\",
+                                                "\\'",    "-",      "--",   "+",        "*",      "/",
+                                                "/*",     "*/",     "#",    "#>",       "->",     "=",
+                                                "<",      ">",      "!",    "|",        "&",      "%",
+                                                "1",      "0x1F",   "1.",   ".5",       "1e",     "1e+5",
+                                                " ",      "\n",     "\t",   "\xc3\xa4", "\xff",   std::string(1, '\0')};
     std::uniform_int_distribution<std::size_t> pick(0, words.size() - 1);
     std::uniform_int_distribution<int> byte(0, 255);
     std::string text;
@@ -224,8 +234,9 @@ TEST(SqlText, masked_statement_keeps_all_else)
 TEST(SqlText, reads_long_repeated_text)
 {
     for (std::string const unit :
-         {"'", "\"", "`", "[", "]", "(", ")", "(1,", "((1),", "\\", "\\'", "'\\", "$", "$a", "$$", "$a$b", "-", "--", "#", "/*", "*/",
-          "/*/*", "/**/", "/* /* */", ".", "?", ":", "@", "@a", "1", "1.", "1e", "0x", "[a ", "a ", "IN(1),", "VALUES(1),(", "x'", "E'"}) {
+         {"'",  "\"", "`",    "[", "]",  "(",  ")",  "(1,", "((1),", "\\",     "\\'",         "'\\", "$",
+          "$a", "$$", "$a$b", "-", "--", "#",  "/*", "*/",  "/*/*",  "/**/",   "/* /* */",    ".",   "?",
+          ":",  "@",  "@a",   "1", "1.", "1e", "0x", "[a ", "a ",    "IN(1),", "VALUES(1),(", "x'",  "E'"}) {
         std::string text;
         while (text.size() < 128 * 1024)
             text += unit;
