@@ -66,7 +66,13 @@ TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
 {
     program::Masks const masks{program::MaskRules()};
     program::RecordPrinter::Style const styles[] = {
-        {.json = true}, {.json = false}, {.json = true, .masks = masks}, {.json = false, .masks = masks}};
+        {.json = true},
+        {.json = false},
+        {.json = true, .masks = masks},
+        {.json = false, .masks = masks},
+        {.json = true, .json_style = {.plain_values = true}},
+        {.json = true, .masks = masks, .json_style = {.plain_values = true}},
+    };
     for (auto const &style : styles) {
         auto const of_limit = feed(limit, style);
         EXPECT_EQ(of_limit.fault, std::nullopt);

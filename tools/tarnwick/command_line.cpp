@@ -107,6 +107,15 @@ void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help)
         ->take_last();
 }
 
+void add_json_style(CLI::App &app, JsonStyle &style)
+{
+    add_choice(app, "--ids", style.string_ids, {{"number", false}, {"string", true}},
+               "in JSON, how to print ids, and integers beyond 2^53; number (default), or string for tools whose "
+               "numbers are doubles");
+    add_choice(app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
+               "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");
+}
+
 /// The command of the parsed command line, ready to run.
 using Command = std::function<ExitStatus()>;
 
@@ -199,6 +208,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
                "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     add_mask(sub, options.mask, "only text is masked");
+    add_json_style(sub, options.json_style);
     sub.add_flag("--all-records", options.all_records,
                  "print all records of the report's family, not only those that the report fills");
     sub.add_option("--record", choice.records, "only records of this name (php.RInit or RInit); can be repeated")
@@ -360,13 +370,6 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
                        {"explain", "Print where each value of a key comes from", config_explain, true});
 }
 
-/// Returns the command of that name, or null if there is none.
-CLI::App *find_command(CLI::App &app, std::string_view name)
-{
-    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
-    return found.empty() ? nullptr : found.front();
-}
-
 void print(std::string_view text)
 {
     Output output(STDOUT_FILENO);
@@ -390,6 +393,13 @@ void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
             return success;
         };
     });
+}
+
+/// Returns the command of that name, or null if there is none.
+CLI::App *find_command(CLI::App &app, std::string_view name)
+{
+    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
 }
 
 /// Returns the arguments in reverse order, as the parser expects them. Splits `--name=` into the option and an empty

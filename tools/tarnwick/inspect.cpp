@@ -22,6 +22,7 @@ RecordPrinter::Style style(InspectOptions const &options, Output const &output)
         .name_files = options.files.size() > 1,
         .width = terminal_width(STDOUT_FILENO),
         .masks = Masks::of(options.mask, !json),
+        .json_style = options.json_style,
     };
 }
 

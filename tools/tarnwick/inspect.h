@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_status.h"
+#include "print/json_writer.h"
 #include "print/masks.h"
 #include "print/record_selection.h"
 #include "print/terminal.h"
@@ -19,6 +20,7 @@ struct InspectOptions {
     Format format = Format::automatic;
     Color color = Color::automatic;
     bool all_records = false;
+    JsonStyle json_style;
     MaskOptions mask;
     ReportChoice reports;
     RecordChoice records;

@@ -28,6 +28,7 @@ enum class Sense {
     plain,
     instant, ///< a `TimePair` that is a point in time
     span,    ///< a `TimePair` that is a length of time
+    id,      ///< a number that only identifies
 };
 
 /// A value of a classification and its meaning.
@@ -36,13 +37,23 @@ struct Label {
     std::string_view meaning;
 };
 
+namespace internal {
+
+/// The sense of a field whose description has none.
+template <class Member>
+inline constexpr Sense default_sense = Sense::plain;
+template <>
+inline constexpr Sense default_sense<php::RequestId() const noexcept> = Sense::id;
+
+} // namespace internal
+
 /// A field of a record: its name and how to read it. `read` is usually the accessor of that name; for a plain struct it
 /// is the data member.
 template <class Record, class Member>
 struct Field {
     std::string_view name;
     Member Record::*read;
-    Sense sense = Sense::plain;
+    Sense sense = internal::default_sense<Member>;
     // NOLINTNEXTLINE(readability-redundant-member-init): fields leave them out
     std::span<Label const> labels = {}; ///< of a classification with known meanings
 };
@@ -53,7 +64,7 @@ template <class Record, class Member>
 struct Link {
     std::string_view name;
     Member Record::*read;
-    static constexpr Sense sense = Sense::plain;
+    static constexpr Sense sense = Sense::id;
 };
 
 /// A source of a record: the message that one of its constructors reads, and the types of that constructor's further

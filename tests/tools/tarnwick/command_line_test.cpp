@@ -40,6 +40,8 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
         {{"inspect", "--format", "1"}, "tarnwick: --format: '1' is not one of auto, text, jsonl\n" + inspect_usage},
         {{"inspect", "--format"}, "tarnwick: --format: a value is required\n" + inspect_usage},
         {{"inspect", "--color=red"}, "tarnwick: --color: 'red' is not one of auto, always, never\n" + inspect_usage},
+        {{"inspect", "--ids=words"}, "tarnwick: --ids: 'words' is not one of number, string\n" + inspect_usage},
+        {{"inspect", "--values=json"}, "tarnwick: --values: 'json' is not one of typed, plain\n" + inspect_usage},
         {{"inspect", "--format=", "f"}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
         {{"inspect", "--format="}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
         {{"help", "look"}, "tarnwick: unknown command 'look'\n" + help_usage},

@@ -313,6 +313,26 @@ TEST(Inspect, prints_the_file_name_with_several_files)
     EXPECT_THAT(both, testing::HasSubstr(R"({"record":"php.RShutdown","file":"-","frame":1,)"));
 }
 
+TEST(Inspect, prints_string_ids_and_plain_values_with_the_options)
+{
+    auto const capture = delimited(rpc_php_frame_of(R"pb(
+        request_id { id: 7 }
+        rinit { request { headers { elements { string_key: "Host" value { string_value: "a" } } } } })pb"));
+    auto const headers = [&](std::vector<std::string> const &options) {
+        std::istringstream lines(inspect(options, capture).out);
+        std::string line;
+        while (std::getline(lines, line) && !line.starts_with(R"({"record":"php.RequestHeaders")")) {
+        }
+        return line.substr(line.find(R"("request_id")"));
+    };
+    std::string const typed = R"([[{"kind":"string","value":"Host"},{"kind":"string","value":"a"}]]})";
+    std::string const plain = R"({"Host":"a"}})";
+    EXPECT_EQ(headers({"--ids=string"}), R"("request_id":"7","headers":)" + typed);
+    EXPECT_EQ(headers({"--values=plain"}), R"("request_id":7,"headers":)" + plain);
+    EXPECT_EQ(headers({"--ids=string", "--values=plain"}), R"("request_id":"7","headers":)" + plain);
+    EXPECT_EQ(headers({"--ids=string", "--ids=number", "--values=plain", "--values=typed"}), headers({}));
+}
+
 TEST(Inspect, prints_all_records_with_the_option)
 {
     TemporaryFile const file(delimited(rpc_php_frame_of("request_id { id: 4 } error { }")));

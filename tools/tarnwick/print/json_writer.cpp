@@ -1,6 +1,9 @@
 #include "print/json_writer.h"
 
 #include "print/output.h"
+#include "print/plain_values.h"
+
+#include <tarnwick/data/walk.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
@@ -106,11 +109,12 @@ void JsonWriter::begin_record(std::string_view /*name*/)
     begin('{');
 }
 
-void JsonWriter::field(std::string_view name, data::Sense /*sense*/)
+void JsonWriter::field(std::string_view name, data::Sense sense)
 {
     string(name);
     line_.push_back(':');
     needs_comma_ = false;
+    is_id_ = style_.string_ids && sense == data::Sense::id;
 }
 
 void JsonWriter::end_record()
@@ -166,16 +170,16 @@ void JsonWriter::boolean(bool flag)
     value(flag ? "true" : "false");
 }
 
-void JsonWriter::integer(std::int64_t number)
+void JsonWriter::integer(std::int64_t value)
 {
-    fmt::format_int const digits(number);
-    value({digits.data(), digits.size()});
+    fmt::format_int const digits(value);
+    number({digits.data(), digits.size()}, value >= -exact_in_double && value <= exact_in_double);
 }
 
-void JsonWriter::integer(std::uint64_t number)
+void JsonWriter::integer(std::uint64_t value)
 {
-    fmt::format_int const digits(number);
-    value({digits.data(), digits.size()});
+    fmt::format_int const digits(value);
+    number({digits.data(), digits.size()}, value <= std::uint64_t{exact_in_double});
 }
 
 void JsonWriter::real(double number)
@@ -220,14 +224,14 @@ void JsonWriter::text(QString const &text)
     line_.push_back('"');
 }
 
-void JsonWriter::bytes(std::string_view bytes)
+void JsonWriter::bytes(std::string_view bytes, std::string_view base64_name)
 {
     if (QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8()) {
         string(bytes);
         return;
     }
     begin('{');
-    field("base64");
+    field(base64_name);
     base64(bytes);
     end('}');
 }
@@ -249,6 +253,14 @@ void JsonWriter::value(std::string_view json)
 {
     separate();
     append(json);
+}
+
+void JsonWriter::number(std::string_view digits, bool is_exact)
+{
+    if (is_id_ || (style_.string_ids && !is_exact))
+        string(digits);
+    else
+        value(digits);
 }
 
 void JsonWriter::string(std::string_view utf8)
@@ -300,6 +312,22 @@ void JsonWriter::write_long_line()
         output_->write(line());
         line_.clear();
     }
+}
+
+void walk(JsonWriter &writer, data::php::detail::ZVal const &value)
+{
+    if (writer.style().plain_values)
+        write_plain(writer, value);
+    else
+        data::walk<JsonWriter>(writer, value);
+}
+
+void walk(JsonWriter &writer, data::php::detail::PelorinArray const &array)
+{
+    if (writer.style().plain_values)
+        write_plain(writer, array);
+    else
+        data::walk<JsonWriter>(writer, array);
 }
 
 } // namespace tarnwick::program

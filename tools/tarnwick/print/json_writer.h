@@ -14,17 +14,34 @@ namespace tarnwick::program {
 
 class Output;
 
+/// Forms of JSON for tools that cannot use the default.
+struct JsonStyle {
+    /// Ids are strings, and so are integers that a double cannot represent exactly.
+    bool string_ids = false;
+    /// PHP values have no kinds, and PHP arrays are objects or lists; `plain_values.h` describes the form.
+    bool plain_values = false;
+};
+
+/// Integers from `-exact_in_double` to `exact_in_double` and their neighbours differ as doubles.
+inline constexpr std::int64_t exact_in_double = (std::int64_t{1} << 53) - 1;
+
 /// Writes each record as a JSON object on one line, without loss. Integers have all digits, and a null text is `null`,
 /// unlike an empty one.
 class JsonWriter {
 public:
     /// Keeps the whole line in memory.
-    JsonWriter() = default;
-    /// Writes long lines to `output` in pieces, so that a line of any length takes constant memory.
-    explicit JsonWriter(Output &output)
-        : output_(&output)
+    explicit JsonWriter(JsonStyle style = {})
+        : style_(style)
     {
     }
+    /// Writes long lines to `output` in pieces, so that a line of any length takes constant memory.
+    explicit JsonWriter(Output &output, JsonStyle style = {})
+        : output_(&output)
+        , style_(style)
+    {
+    }
+
+    [[nodiscard]] JsonStyle style() const { return style_; }
 
     /// The part of the line that is not written to `output` yet.
     [[nodiscard]] std::string_view line() const { return {line_.data(), line_.size()}; }
@@ -56,8 +73,8 @@ public:
     void real(double value);
     void time(data::TimePair value);
     void text(QString const &value);
-    /// Writes a string if the bytes are UTF-8, otherwise an object with base64.
-    void bytes(std::string_view value);
+    /// Writes a string if the bytes are UTF-8, otherwise an object whose only member has this name and is base64.
+    void bytes(std::string_view value, std::string_view base64_name = "base64");
     void json(std::string_view value) { bytes(value); }
     void digits(std::string_view value) { string(value); }
     void chunk(std::string_view value) { bytes(value); }
@@ -66,6 +83,7 @@ private:
     void begin(char bracket);
     void end(char bracket);
     void value(std::string_view json);
+    void number(std::string_view digits, bool is_exact);
     void string(std::string_view utf8);
     void base64(std::string_view bytes);
     /// Writes a comma if another member or value precedes.
@@ -75,8 +93,17 @@ private:
     void write_long_line();
 
     Output *output_ = nullptr;
+    JsonStyle style_;
     fmt::memory_buffer line_;
     bool needs_comma_ = false;
+    bool is_id_ = false; ///< the value of an id follows, as a string
 };
+
+// `data::walk` finds these overloads because JsonWriter is in their namespace.
+
+/// Writes a PHP value in the style of the writer.
+void walk(JsonWriter &writer, data::php::detail::ZVal const &value);
+/// Writes a PHP array in the style of the writer.
+void walk(JsonWriter &writer, data::php::detail::PelorinArray const &array);
 
 } // namespace tarnwick::program

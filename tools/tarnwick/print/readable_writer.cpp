@@ -136,6 +136,7 @@ void ReadableWriter::time(data::TimePair pair)
         value(span_text(pair));
         break;
     case data::Sense::plain:
+    case data::Sense::id:
         value(stored_text(pair));
         break;
     }

@@ -50,12 +50,13 @@ public:
         // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
         std::optional<std::size_t> width = {}; ///< of the terminal; longer lines of text are cut
         Masks masks = {};                      // NOLINT(readability-redundant-member-init)
+        JsonStyle json_style = {};             // NOLINT(readability-redundant-member-init)
     };
 
     RecordPrinter(Output &output, Style style)
         : output_(output)
         , style_(style)
-        , json_(output)
+        , json_(output, style.json_style)
         , readable_(style.color)
     {
     }
@@ -100,7 +101,7 @@ private:
     static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)
     {
         if (request_id) {
-            writer.field("request_id", data::Sense::plain);
+            writer.field("request_id", data::Sense::id);
             data::walk(writer, *request_id);
         }
     }

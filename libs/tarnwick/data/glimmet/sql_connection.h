@@ -61,7 +61,7 @@ struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlConnectio
     static constexpr std::string_view name = "glimmet.SqlConnection";
     using Sources = std::tuple<From<rpc::glimmet::v1::SqlConnection>, From<pelorin::protobuf::Glimmet::SqlConnection>>;
     static constexpr std::tuple fields{
-        Field{"id", &Record::id},
+        Field{"id", &Record::id, Sense::id},
         Field{"kind", &Record::kind},
         Field{"name", &Record::name},
     };

@@ -79,7 +79,7 @@ struct tarnwick::data::Description<tarnwick::data::glimmet::detail::SqlTransacti
     using Sources = std::tuple<From<rpc::glimmet::v1::SqlTransaction, QMap<unsigned int, Record::Pointer>>,
                                From<pelorin::protobuf::Glimmet::SqlTransaction, QMap<unsigned int, Record::Pointer>>>;
     static constexpr std::tuple fields{
-        Field{"id", &Record::id},
+        Field{"id", &Record::id, Sense::id},
         Link{"parent", &Record::parent},
         Field{"extra_number", &Record::extra_number},
         Field{"time", &Record::time, Sense::span},

@@ -36,9 +36,9 @@ using namespace std::string_literals;
 
 /// Returns the JSON of a value that is a member of an object.
 template <class Write>
-std::string member(Write &&write)
+std::string member(Write &&write, JsonStyle style = {})
 {
-    JsonWriter writer;
+    JsonWriter writer(style);
     writer.begin_record("ignored");
     writer.field("x");
     write(writer);
@@ -84,6 +84,47 @@ TEST(JsonWriter, writes_integers_with_all_digits)
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::max()), "9223372036854775807");
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
     EXPECT_EQ(integer(std::uint64_t{9007199254740993}), "9007199254740993"); // not representable as a double
+}
+
+TEST(JsonWriter, writes_ids_and_inexact_integers_as_strings_on_request)
+{
+    using data::Sense;
+    auto const written = [](Sense sense, auto value) {
+        return member(
+            [=](JsonWriter &writer) {
+                writer.begin_record("ignored");
+                writer.field("n", sense);
+                writer.integer(value);
+                writer.field("next");
+                writer.integer(std::int64_t{0});
+                writer.end_record();
+            },
+            {.string_ids = true});
+    };
+    struct Case {
+        std::int64_t value;
+        char const *plain;
+        char const *id;
+    };
+    Case const cases[] = {
+        {0, "0", R"("0")"},
+        {-1, "-1", R"("-1")"},
+        {9007199254740991, "9007199254740991", R"("9007199254740991")"},
+        {-9007199254740991, "-9007199254740991", R"("-9007199254740991")"},
+        {9007199254740992, R"("9007199254740992")", R"("9007199254740992")"},
+        {-9007199254740992, R"("-9007199254740992")", R"("-9007199254740992")"},
+    };
+    auto const fields = [](std::string const &json) { return R"({"n":)" + json + R"(,"next":0})"; };
+    for (auto const &[value, plain, id] : cases) {
+        EXPECT_EQ(written(Sense::plain, value), fields(plain));
+        EXPECT_EQ(written(Sense::id, value), fields(id));
+        if (value >= 0) {
+            EXPECT_EQ(written(Sense::plain, static_cast<std::uint64_t>(value)), fields(plain));
+            EXPECT_EQ(written(Sense::id, static_cast<std::uint64_t>(value)), fields(id));
+        }
+    }
+    constexpr auto largest = std::numeric_limits<std::uint64_t>::max();
+    EXPECT_EQ(written(Sense::plain, largest), fields(R"("18446744073709551615")"));
 }
 
 TEST(JsonWriter, writes_absent_values_as_null)

@@ -4,11 +4,13 @@
 #include "tools/tarnwick/support/files.h"
 
 #include <tarnwick/data/glimmet/functions.h>
+#include <tarnwick/data/glimmet/sql_queries.h>
 #include <tarnwick/data/php/rshutdown.h>
 
 #include <pelorin/protobuf/Glimmet/functions.pb.h>
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <string>
 
@@ -56,6 +58,37 @@ TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
               R"("duration":{"seconds":0,"nanos":5000000},"response_status":200,)"
               R"("memory_0":1,"memory_1":2,"memory_2":3})"
               "\n");
+}
+
+TEST(RecordPrinter, writes_every_id_as_a_string_on_request)
+{
+    RecordPrinter::Style const style{.json = true, .json_style = {.string_ids = true}};
+    EXPECT_EQ(printed(style, {"a.tnw", 12, 3456}, from_rpc, "rpc"),
+              R"({"record":"php.RShutdown","frame":12,"offset":3456,"dialect":"rpc",)"
+              R"("request_id":"18446744073709551615","timestamp":{"seconds":1700000000,"nanos":5},)"
+              R"("duration":{"seconds":"-9223372036854775808","nanos":-1},"response_status":-2147483648,)"
+              R"("memory_0":"9223372036854775807","memory_1":"-9223372036854775808","memory_2":1})"
+              "\n");
+    data::glimmet::detail::SqlQueries const queries(test::from_text<rpc::glimmet::v1::NotifyRequest>(R"(
+        request_id { id: 7 }
+        sql_queries {
+            connections { id: 1 }
+            transactions { id: 2 }
+            transactions { id: 3 parent_id: 2 }
+            queries { connection_id: 1 transaction_id: 3 }
+        })"));
+    auto const line = printed(style, {"a.tnw", 1, 0}, queries, "rpc");
+    for (auto const *member :
+         {R"("request_id":"7")", R"("connections":[{"id":"1",)", R"("transactions":[{"id":"2","parent":null,)",
+          R"({"id":"3","parent":"2",)", R"("connection":"1","transaction":"3")"})
+        EXPECT_THAT(line, testing::HasSubstr(member));
+    // A table of the protobuf dialect has the id of its frame.
+    test::MemoryFile const file;
+    Output output(file.descriptor());
+    RecordPrinter printer(output, style);
+    printer.print(data::glimmet::SqlConnections(), "protobuf", {}, RequestId(8));
+    output.flush();
+    EXPECT_THAT(file.content(), testing::HasSubstr(R"("request_id":"8","connections":[])"));
 }
 
 TEST(RecordPrinter, writes_the_file_after_the_record)
