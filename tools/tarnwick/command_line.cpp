@@ -10,6 +10,7 @@
 #include "ls.h"
 #include "print/output.h"
 #include "print/readable_text.h"
+#include "schema.h"
 #include "standard_error.h"
 
 #include <CLI/CLI.hpp>
@@ -288,6 +289,15 @@ void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &c
     });
 }
 
+void add_schema(CLI::App &app, JsonStyle &style, Command &command)
+{
+    auto &sub = add_command(app, "schema", "Print the JSON Schema of the JSON lines of inspect",
+                            "usage: tarnwick schema [OPTION...]");
+    add_json_style(sub, style);
+    sub.footer("Exit status: 0 success, 2 wrong usage, 3 the output cannot be written.");
+    sub.callback([&] { command = [&style] { return schema(style); }; });
+}
+
 /// Returns whether a reference can name the variable. REQUIRES: name is not empty.
 bool is_variable_name(std::string_view name)
 {
@@ -370,6 +380,13 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
                        {"explain", "Print where each value of a key comes from", config_explain, true});
 }
 
+/// Returns the command of that name, or null if there is none.
+CLI::App *find_command(CLI::App &app, std::string_view name)
+{
+    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
+}
+
 void print(std::string_view text)
 {
     Output output(STDOUT_FILENO);
@@ -393,13 +410,6 @@ void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
             return success;
         };
     });
-}
-
-/// Returns the command of that name, or null if there is none.
-CLI::App *find_command(CLI::App &app, std::string_view name)
-{
-    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
-    return found.empty() ? nullptr : found.front();
 }
 
 /// Returns the arguments in reverse order, as the parser expects them. Splits `--name=` into the option and an empty
@@ -483,6 +493,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
     LsOptions ls_options;
     ChoiceOptions ls_choice;
     add_ls(app, ls_options, ls_choice, command);
+    JsonStyle schema_style;
+    add_schema(app, schema_style, command);
     ConfigOptions config_options;
     add_config(app, config_options, command);
     std::vector<std::string> help_words;

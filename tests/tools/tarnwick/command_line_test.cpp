@@ -18,6 +18,7 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
     std::string const usage = "usage: tarnwick COMMAND [OPTION...]\nUse --help for more information.\n";
     std::string const inspect_usage =
         "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n";
+    std::string const schema_usage = "usage: tarnwick schema [OPTION...]\nUse --help for more information.\n";
     std::string const config_usage =
         "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\nUse --help for more information.\n";
     std::string const get_usage = "usage: tarnwick config get [OPTION...] FILE KEY\nUse --help for more information.\n";
@@ -44,6 +45,8 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
         {{"inspect", "--values=json"}, "tarnwick: --values: 'json' is not one of typed, plain\n" + inspect_usage},
         {{"inspect", "--format=", "f"}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
         {{"inspect", "--format="}, "tarnwick: --format: '' is not one of auto, text, jsonl\n" + inspect_usage},
+        {{"schema", "--ids=words"}, "tarnwick: --ids: 'words' is not one of number, string\n" + schema_usage},
+        {{"schema", "f"}, "tarnwick: unexpected argument 'f'\n" + schema_usage},
         {{"help", "look"}, "tarnwick: unknown command 'look'\n" + help_usage},
         {{"help", "config", "look"}, "tarnwick: unknown command 'config look'\n" + help_usage},
         {{"inspect", "-", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
@@ -101,7 +104,7 @@ TEST(CommandLine, prints_help_and_version_on_standard_output)
 TEST(CommandLine, help_command_equals_help_option)
 {
     for (auto const &command : std::vector<std::vector<std::string>>{
-             {}, {"inspect"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
+             {}, {"inspect"}, {"schema"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
         SCOPED_TRACE(testing::PrintToString(command));
         auto words = command;
         words.insert(words.begin(), "help");
