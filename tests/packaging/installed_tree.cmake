@@ -55,6 +55,7 @@ expect(share/tarnwick/gdb/tarnwick_gdb.py)
 expect(share/man/man1/tarnwick.1)
 expect(share/man/man1/tarnwick-inspect.1)
 expect(share/man/man1/tarnwick-ls.1)
+expect(share/man/man1/tarnwick-recover.1)
 expect(share/man/man1/tarnwick-schema.1)
 
 # The prefix of the configure run is searched for too, unless it is /usr or /.

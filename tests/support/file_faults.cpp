@@ -7,6 +7,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sstream>
+#include <sys/inotify.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -68,7 +69,7 @@ std::string FileFaults::text() const
     std::ostringstream text;
     for (auto const &calls : {this->reads, this->opens, this->entries})
         text << calls.first << ' ' << calls.last << ' ' << calls.error << ' ';
-    text << interrupted << ' ' << piece;
+    text << interrupted << ' ' << no_inotify << ' ' << piece;
     return text.str();
 }
 
@@ -78,7 +79,7 @@ FileFaults FileFaults::from(std::string const &text)
     std::istringstream words(text);
     for (auto *calls : {&given.reads, &given.opens, &given.entries})
         words >> calls->first >> calls->last >> calls->error;
-    words >> given.interrupted >> given.piece;
+    words >> given.interrupted >> given.no_inotify >> given.piece;
     return given;
 }
 
@@ -141,6 +142,17 @@ int open64(char const *name, int flags, ...)
     return tarnwick::test::opened(name, flags, mode);
 }
 // NOLINTEND(cert-dcl50-cpp)
+
+int inotify_init1(int flags) noexcept
+{
+    using namespace tarnwick::test;
+    if (faults != nullptr && faults->no_inotify) {
+        ++met;
+        errno = EMFILE;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_inotify_init1, flags));
+}
 
 dirent64 *readdir64(DIR *listing)
 {

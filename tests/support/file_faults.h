@@ -21,6 +21,7 @@ struct FileFaults {
     Calls opens = {};                 // NOLINT(readability-redundant-member-init)
     Calls entries = {};               // NOLINT(readability-redundant-member-init): of each listing of a folder
     bool interrupted = false;         ///< each call first fails with EINTR
+    bool no_inotify = false;          ///< inotify is not available
     std::size_t piece = from_then_on; ///< the most bytes that a read returns
 
     /// Converts to the value of an environment variable for another process, and back.

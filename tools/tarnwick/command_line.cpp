@@ -10,6 +10,7 @@
 #include "ls.h"
 #include "print/output.h"
 #include "print/readable_text.h"
+#include "recover.h"
 #include "schema.h"
 #include "standard_error.h"
 
@@ -219,10 +220,13 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
     add_conditions(sub, choice.conditions,
                    "only records whose field fulfils this, such as 'duration>200ms'; can be repeated");
     add_top(sub, options.top, "only the first N records");
+    sub.add_flag("--follow", options.follow, "continue to read FILE as it grows, until Ctrl-C");
     sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n{}",
                            max_report_depth, exit_statuses));
     sub.callback([&] {
         check_files(options.files);
+        if (options.follow && options.files.size() > 1)
+            throw CLI::ValidationError("--follow reads one FILE");
         options.records = checked(choice.conditions.empty() ? "--record" : "--where",
                                   [&] { return RecordChoice(choice.records, choice.conditions); });
         command = [&options] { return inspect(options); };
@@ -296,6 +300,24 @@ void add_schema(CLI::App &app, JsonStyle &style, Command &command)
     add_json_style(sub, style);
     sub.footer("Exit status: 0 success, 2 wrong usage, 3 the output cannot be written.");
     sub.callback([&] { command = [&style] { return schema(style); }; });
+}
+
+void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
+{
+    auto &sub = add_command(app, "recover", "Write the whole frames of damaged captures",
+                            "usage: tarnwick recover [OPTION...] [FILE...]");
+    add_files(sub, options.files);
+    sub.add_option("-o,--output", options.output,
+                   "file to create, with the frames of all captures; standard output if it is not given, or for -")
+        ->type_name("FILE")
+        ->take_last();
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        if (options.output == "-" && ::isatty(STDOUT_FILENO) != 0)
+            throw CLI::ValidationError("cannot write a capture to a terminal: use --output=FILE");
+        command = [&options] { return recover(options); };
+    });
 }
 
 /// Returns whether a reference can name the variable. REQUIRES: name is not empty.
@@ -493,6 +515,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
     LsOptions ls_options;
     ChoiceOptions ls_choice;
     add_ls(app, ls_options, ls_choice, command);
+    RecoverOptions recover_options;
+    add_recover(app, recover_options, command);
     JsonStyle schema_style;
     add_schema(app, schema_style, command);
     ConfigOptions config_options;

@@ -1,6 +1,7 @@
 #include "inspect.h"
 
 #include "capture/captures.h"
+#include "capture/input_file.h"
 #include "capture/record_feed.h"
 #include "print/output.h"
 #include "print/record_printer.h"
@@ -34,10 +35,11 @@ ExitStatus inspect(InspectOptions const &options)
     RecordPrinter printer(output, style(options, output));
     RecordSelection selection(printer, options.records, options.reports, options.top);
     RecordFeed feed(selection, options.all_records);
-    return read_captures(options.files, output, [&](capture::v1::Frame const &frame, Origin const &origin) {
+    auto const print = [&](capture::v1::Frame const &frame, Origin const &origin) {
         printer.set_origin(origin);
         return feed.feed(frame);
-    });
+    };
+    return read_captures(options.files, output, print, options.follow ? AtEnd::follow : AtEnd::stop);
 }
 
 } // namespace tarnwick::program

@@ -25,6 +25,7 @@ struct InspectOptions {
     ReportChoice reports;
     RecordChoice records;
     std::optional<std::uint64_t> top;
+    bool follow = false; ///< continue to read as the file grows; for one file
 };
 
 /// Prints the records of captures to standard output, and faults with their places to standard error. Throws

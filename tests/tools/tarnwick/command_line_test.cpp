@@ -18,6 +18,8 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
     std::string const usage = "usage: tarnwick COMMAND [OPTION...]\nUse --help for more information.\n";
     std::string const inspect_usage =
         "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n";
+    std::string const recover_usage =
+        "usage: tarnwick recover [OPTION...] [FILE...]\nUse --help for more information.\n";
     std::string const schema_usage = "usage: tarnwick schema [OPTION...]\nUse --help for more information.\n";
     std::string const config_usage =
         "usage: tarnwick config COMMAND [OPTION...] FILE [KEY]\nUse --help for more information.\n";
@@ -51,6 +53,9 @@ TEST(CommandLine, rejects_wrong_usage_with_status_2)
         {{"help", "config", "look"}, "tarnwick: unknown command 'config look'\n" + help_usage},
         {{"inspect", "-", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
         {{"inspect", "-", "f", "-"}, "tarnwick: standard input (-) can be read only once\n" + inspect_usage},
+        {{"inspect", "--follow", "f", "g"}, "tarnwick: --follow reads one FILE\n" + inspect_usage},
+        {{"recover", "-", "-"}, "tarnwick: standard input (-) can be read only once\n" + recover_usage},
+        {{"recover", "-o"}, "tarnwick: --output: a value is required\n" + recover_usage},
         {{"config"}, "tarnwick: a command is required\n" + config_usage},
         {{"config", "look"}, "tarnwick: unknown command 'look'\n" + config_usage},
         {{"config", "get", "f"}, "tarnwick: KEY is required\n" + get_usage},
@@ -104,7 +109,7 @@ TEST(CommandLine, prints_help_and_version_on_standard_output)
 TEST(CommandLine, help_command_equals_help_option)
 {
     for (auto const &command : std::vector<std::vector<std::string>>{
-             {}, {"inspect"}, {"schema"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
+             {}, {"inspect"}, {"recover"}, {"schema"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
         SCOPED_TRACE(testing::PrintToString(command));
         auto words = command;
         words.insert(words.begin(), "help");
@@ -138,7 +143,7 @@ TEST(CommandLine, prints_the_help_of_inspect)
     EXPECT_EQ(help.err, "");
     for (auto const *text :
          {"usage: tarnwick inspect [OPTION...] [FILE...]\n", "--format auto|text|jsonl ", "--color auto|always|never ",
-          "--all-records ", "up to 1000 deep", "Exit status: 0 success, 1 a capture has a fault, ",
+          "--all-records ", "--follow ", "up to 1000 deep", "Exit status: 0 success, 1 a capture has a fault, ",
           "\n3 a file cannot be read or written.\n"})
         EXPECT_THAT(help.out, HasSubstr(text));
     EXPECT_THAT(help.out, Not(HasSubstr("->"))) << "no internal values";

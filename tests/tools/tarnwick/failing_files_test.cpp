@@ -35,6 +35,7 @@ struct Command {
 std::vector<Command> const readers{
     {"inspect_json", {"inspect", "CAPTURE"}, true},
     {"inspect_text", {"inspect", "--format=text", "CAPTURE"}},
+    {"recover", {"recover", "CAPTURE"}},
     {"config_check", {"config", "check", "CONFIG"}},
     {"config_check_json", {"config", "check", "--format=json", "CONFIG"}, true},
     {"config_dump", {"config", "dump", "CONFIG"}},
@@ -57,6 +58,7 @@ std::vector<Command> all_commands()
     commands.push_back({"config_check_of_a_fault_json", {"config", "check", "--format=json", "FAULTY"}, true});
     commands.push_back({"config_get_of_no_key_json", {"config", "get", "--format=json", "CONFIG", "none"}, true});
     commands.push_back({"inspect_of_a_fault", {"inspect", "FAULTY_CAPTURE"}, true});
+    commands.push_back({"recover_of_a_fault", {"recover", "FAULTY_CAPTURE"}});
     return commands;
 }
 
@@ -76,7 +78,7 @@ protected:
         }
         return setup;
     }
-    [[nodiscard]] bool inspects() const { return GetParam().arguments.front() == "inspect"; }
+    [[nodiscard]] bool reads_a_capture() const { return GetParam().arguments.front() != "config"; }
 
     /// Runs the command with faults of the file system. Expects that at least one call failed.
     [[nodiscard]] Outcome run_with(FileFaults const &faults) const
@@ -132,7 +134,7 @@ class FailingInput : public Failing {
 protected:
     void expect_failure(Outcome const &outcome, std::string const &reason, Outcome const &clean) const
     {
-        if (inspects()) {
+        if (reads_a_capture()) {
             EXPECT_EQ(outcome.status, 3);
             EXPECT_EQ(outcome.err, fmt::format("cannot read {}: {}\n", capture, reason));
             expect_start(outcome.out, clean.out);
@@ -166,7 +168,7 @@ TEST_P(FailingInput, read_error_is_reported)
             auto const outcome = run_with({.reads = {read, last, EIO}});
             expect_failure(outcome, "Input/output error", clean);
             // Records before the error are printed.
-            EXPECT_EQ(inspects() && read == 2, inspects() && !outcome.out.empty());
+            EXPECT_EQ(reads_a_capture() && read == 2, reads_a_capture() && !outcome.out.empty());
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "capture/capture_reader.h"
 
+#include "capture/interrupt.h"
 #include "capture/report_check.h"
 #include "error_text.h"
 
@@ -32,8 +33,25 @@ bool parse(capture::v1::Frame &frame, std::string_view bytes)
 
 CaptureReader::Step CaptureReader::next()
 {
+    // Ctrl-C ends the input of a reader that waits. A reader that has more to read stops before the next frame.
+    if (Interrupt::requested() && !input_.has_ended())
+        return Step::end;
+    auto step = next_in_file();
+    while (step == Step::end && file_.has_changed()) {
+        auto const [number, offset] = history_.keep_unchanged(file_);
+        input_.reopen(offset);
+        number_ = number;
+        previous_ = 0;
+        step = next_in_file();
+    }
+    return step;
+}
+
+CaptureReader::Step CaptureReader::next_in_file()
+{
     if (is_seeking_)
         return seek();
+    drop_large_frame();
     offset_ = input_.position() + previous_;
     if (!input_.fill(previous_ + 1))
         return input_.error() == 0 ? Step::end : failure();
@@ -66,9 +84,17 @@ CaptureReader::Step CaptureReader::read_frame(std::uint64_t start, std::uint64_t
     }
     input_.drop(previous_);
     previous_ = start + size - previous_;
+    if (file_.is_followed())
+        history_.add(number_, offset_, bytes());
+    if (!keeps_bytes_)
+        drop_large_frame();
+    return Step::frame;
+}
+
+void CaptureReader::drop_large_frame()
+{
     if (previous_ > max_look_ahead)
         input_.drop(std::exchange(previous_, 0));
-    return Step::frame;
 }
 
 // The input ended too early, by a fault of the file or by a read error.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/frame_fields.h"
+#include "capture/frame_history.h"
 #include "capture/input_file.h"
 #include "capture/read_ahead.h"
 #include "capture/varint.h"
@@ -24,6 +25,9 @@ namespace tarnwick::program {
 ///
 /// The damage can be in the frame before the fault: if it lost bytes, it includes the start of the next frames. So the
 /// search starts inside that frame, unless it is too long, for frames in sequence that continue past the fault.
+///
+/// When a followed file was truncated or replaced, the reader first returns the rest of the previous content. It then
+/// continues after the frames that are unchanged, which it does not return again.
 class CaptureReader {
 public:
     static constexpr std::uint64_t max_frame_size = std::uint64_t{1} << 30;
@@ -42,13 +46,22 @@ public:
 
     /// Does not own the file.
     explicit CaptureReader(InputFile &input)
-        : input_(input)
+        : file_(input)
+        , input_(input)
     {
     }
 
     Step next();
 
+    /// Keeps the bytes of every frame for `bytes`. Otherwise those of a frame over `max_look_ahead` are freed at once.
+    void keep_bytes() { keeps_bytes_ = true; }
+
     [[nodiscard]] capture::v1::Frame const &frame() const { return frame_; }
+    /// The bytes of the frame with its length, unchanged. Valid until the next call of `next`. Needs `keep_bytes`.
+    [[nodiscard]] std::string_view bytes() const
+    {
+        return bytes_from(0).substr(0, static_cast<std::size_t>(previous_));
+    }
     [[nodiscard]] std::string const &problem() const { return problem_; }
     /// The number of the frame or fault, from 1, and its offset in the file.
     [[nodiscard]] std::uint64_t number() const { return number_; }
@@ -59,7 +72,9 @@ public:
 private:
     enum class Candidate { none, known_report, other_report, beyond_look_ahead };
 
+    Step next_in_file();
     Step read_frame(std::uint64_t start, std::uint64_t size);
+    void drop_large_frame();
     Step cut_short(std::string problem);
     Step failure();
     Step fault(std::string problem, std::uint64_t end);
@@ -74,12 +89,15 @@ private:
     Candidate candidate_at(std::uint64_t &at);
     bool can_spend(std::uint64_t effort);
 
+    InputFile &file_;
     ReadAhead input_;
+    FrameHistory history_; ///< only of a followed file
     capture::v1::Frame frame_;
     std::string problem_;
     std::uint64_t number_ = 0;
     std::uint64_t offset_ = 0;
     std::uint64_t previous_ = 0; ///< the size of the previous frame, which is still at the start of `input_`
+    bool keeps_bytes_ = false;
 
     // State of the search after a fault.
     bool is_seeking_ = false;

@@ -27,14 +27,16 @@ using Step = CaptureReader::Step;
 /// Reads one capture, passes its frames on, and reports its faults.
 class Reading {
 public:
-    Reading(std::string const &name, Output &output, FrameHandler const &handle)
+    Reading(std::string const &name, Output &output, FrameHandler const &handle, AtEnd at_end)
         : name_(name)
         , output_(output)
         , handle_(handle)
         // The capture can grow while it is read: print what there is before waiting for more.
-        , input_(name, [&output] { output.flush(); })
+        , input_(
+              name, [this] { prepare_wait(); }, at_end)
         , reader_(input_)
-        , progress_(name, input_.size())
+        , progress_(name, at_end == AtEnd::follow ? 0 : input_.size())
+        , at_end_(at_end)
     {
     }
 
@@ -53,6 +55,7 @@ private:
     void take(Step step);
     void take_frame();
     void take_end();
+    void prepare_wait();
     void print_line(std::string_view line);
     void print_about_file(std::string_view text);
     void print_messages();
@@ -65,6 +68,7 @@ private:
     InputFile input_;
     CaptureReader reader_;
     Progress progress_;
+    AtEnd at_end_;
     ExitStatus status_ = success;
     bool has_report_ = false;       ///< whether the reader returned a frame with a known report
     std::vector<Message> messages_; ///< not printed yet; more than one only before the first report
@@ -134,8 +138,19 @@ void Reading::take_frame()
     }
 }
 
+void Reading::prepare_wait()
+{
+    // The next frame of a followed file, which could extend the last message, can be far in the future.
+    if (at_end_ == AtEnd::follow && has_report_)
+        print_messages();
+    output_.flush();
+}
+
 void Reading::take_end()
 {
+    // Nothing is written yet.
+    if (at_end_ == AtEnd::follow && reader_.number() == 0)
+        return;
     if (has_report_ || (reader_.number() > 0 && status_ == success)) {
         print_messages();
         return;
@@ -191,12 +206,13 @@ void Reading::add_fault(std::string_view text)
 
 } // namespace
 
-ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle)
+ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle,
+                         AtEnd at_end)
 {
     auto status = success;
     try {
         for (auto const &name : files)
-            status = std::max(status, Reading(name, output, handle).run());
+            status = std::max(status, Reading(name, output, handle, at_end).run());
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
     }
     output.flush();

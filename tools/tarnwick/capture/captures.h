@@ -1,5 +1,6 @@
 #pragma once
 
+#include "capture/input_file.h"
 #include "capture/origin.h"
 #include "exit_status.h"
 #include "print/output.h"
@@ -23,6 +24,7 @@ using FrameHandler = std::function<std::optional<std::string>(capture::v1::Frame
 /// Reads captures, one after the other; `-` is standard input. Passes each frame with a known report to `handle`, and
 /// reports faults with their places to standard error. Flushes `output` before each message and before it waits for
 /// input, so that results and messages have the order of the capture.
-ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle);
+ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle,
+                         AtEnd at_end = AtEnd::stop);
 
 } // namespace tarnwick::program

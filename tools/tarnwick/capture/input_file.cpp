@@ -1,6 +1,7 @@
 #include "capture/input_file.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
@@ -25,8 +26,9 @@ int open_input(std::string const &name)
 
 } // namespace
 
-InputFile::InputFile(std::string const &name, std::function<void()> before_wait)
-    : descriptor_(open_input(name))
+InputFile::InputFile(std::string name, std::function<void()> before_wait, AtEnd at_end)
+    : name_(std::move(name))
+    , descriptor_(open_input(name_))
     , before_wait_(std::move(before_wait))
     , buffer_(buffer_size)
 {
@@ -34,6 +36,11 @@ InputFile::InputFile(std::string const &name, std::function<void()> before_wait)
         error_ = errno;
     else if (S_ISDIR(status_.st_mode))
         error_ = EISDIR;
+    if (error_ != 0 || at_end == AtEnd::stop)
+        return;
+    interrupt_.emplace();
+    if (S_ISREG(status_.st_mode))
+        follow_.emplace(name_ == "-" ? "/dev/stdin" : name_, descriptor_);
 }
 
 InputFile::~InputFile()
@@ -71,31 +78,81 @@ bool InputFile::at_end()
     return unread_.empty();
 }
 
+void InputFile::reopen(std::uint64_t offset)
+{
+    if (auto const replacement = follow_->take_replacement(); replacement >= 0) {
+        // The number of standard input must not be reused.
+        if (descriptor_ > STDIN_FILENO)
+            ::close(descriptor_);
+        descriptor_ = replacement;
+    }
+    if (::fstat(descriptor_, &status_) != 0 || ::lseek(descriptor_, static_cast<off_t>(offset), SEEK_SET) < 0)
+        error_ = errno;
+    position_ = offset;
+    has_changed_ = false;
+    follow_.emplace(follow_->name(), descriptor_);
+}
+
+std::string InputFile::bytes_at(std::uint64_t offset, std::uint64_t size) const
+{
+    auto const replacement = follow_ ? follow_->replacement() : -1;
+    return program::bytes_at(replacement < 0 ? descriptor_ : replacement, offset, size);
+}
+
 void InputFile::read()
 {
-    while (error_ == 0) {
-        wait();
+    while (error_ == 0 && !has_changed_) {
+        // Tested before the read: what was written before the replacement is read first.
+        bool const is_last_read = follow_ && follow_->is_replaced();
+        if (!wait_for_pipe())
+            return;
         auto const count = ::read(descriptor_, buffer_.data(), buffer_.size());
-        if (count >= 0) {
-            unread_ = {buffer_.data(), static_cast<std::size_t>(count)};
+        if (count < 0) {
+            if (errno != EINTR && errno != EAGAIN)
+                error_ = errno;
+            continue;
+        }
+        std::string_view const bytes(buffer_.data(), static_cast<std::size_t>(count));
+        if (follow_ && !follow_->continues_with(bytes)) {
+            has_changed_ = true;
             return;
         }
-        if (errno != EINTR && errno != EAGAIN)
-            error_ = errno;
+        unread_ = bytes;
+        if (!follow_ || !unread_.empty())
+            return;
+        has_changed_ = is_last_read;
+        if (!has_changed_ && !wait_for_change())
+            return;
     }
 }
 
-// Ignores errors of poll(): the read that follows reports them.
-void InputFile::wait()
+void InputFile::report_wait() const
 {
-    if (S_ISREG(status_.st_mode))
-        return;
-    pollfd input{.fd = descriptor_, .events = POLLIN, .revents = 0};
-    if (::poll(&input, 1, 0) != 0)
-        return;
     if (before_wait_)
         before_wait_();
-    ::poll(&input, 1, -1);
+}
+
+/// Returns false after Ctrl-C.
+bool InputFile::wait_for_change() const
+{
+    if (Interrupt::requested())
+        return false;
+    report_wait();
+    return follow_->wait();
+}
+
+// Ignores errors of poll(): the read that follows reports them.
+bool InputFile::wait_for_pipe() const
+{
+    if (S_ISREG(status_.st_mode))
+        return true;
+    std::array<pollfd, 2> sources{pollfd{.fd = descriptor_, .events = POLLIN, .revents = 0},
+                                  pollfd{.fd = Interrupt::descriptor(), .events = POLLIN, .revents = 0}};
+    if (::poll(sources.data(), 1, 0) != 0)
+        return true;
+    report_wait();
+    ::poll(sources.data(), sources.size(), -1);
+    return !Interrupt::requested();
 }
 
 } // namespace tarnwick::program

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "capture/follow.h"
+#include "capture/interrupt.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -10,11 +14,17 @@
 
 namespace tarnwick::program {
 
+/// What `InputFile` does at the end of a regular file.
+enum class AtEnd {
+    stop,
+    follow, ///< waits for more; the input ends when the file is truncated or replaced, and after Ctrl-C
+};
+
 /// File or pipe that is read from start to end; standard input for `-`.
 class InputFile {
 public:
     /// Calls `before_wait` before it waits for more input.
-    explicit InputFile(std::string const &name, std::function<void()> before_wait = {});
+    explicit InputFile(std::string name, std::function<void()> before_wait = {}, AtEnd at_end = AtEnd::stop);
     ~InputFile();
     InputFile(InputFile const &) = delete;
     InputFile &operator=(InputFile const &) = delete;
@@ -34,14 +44,29 @@ public:
     /// True after an error too.
     bool at_end();
 
+    /// Returns whether the file is followed.
+    [[nodiscard]] bool is_followed() const { return follow_.has_value(); }
+    /// Returns whether the input ended because the followed file was truncated or replaced. Then `reopen` continues.
+    [[nodiscard]] bool has_changed() const { return has_changed_; }
+    /// Continues at an offset of the file that now has the name.
+    void reopen(std::uint64_t offset);
+    /// Returns bytes of the open file, or of a file that has replaced it; fewer at its end or after an error.
+    [[nodiscard]] std::string bytes_at(std::uint64_t offset, std::uint64_t size) const;
+
 private:
     void read();
-    void wait();
+    void report_wait() const;
+    [[nodiscard]] bool wait_for_change() const;
+    [[nodiscard]] bool wait_for_pipe() const;
 
+    std::string name_;
     int descriptor_;
     int error_ = 0;
     struct stat status_ = {};
     std::function<void()> before_wait_;
+    std::optional<Interrupt> interrupt_;
+    std::optional<Follow> follow_;
+    bool has_changed_ = false;
     std::vector<char> buffer_;
     std::string_view unread_; ///< in `buffer_`
     std::uint64_t position_ = 0;

@@ -35,6 +35,15 @@ void ReadAhead::drop(std::uint64_t size)
         compact();
 }
 
+void ReadAhead::reopen(std::uint64_t offset)
+{
+    input_.reopen(offset);
+    buffer_.clear();
+    begin_ = 0;
+    head_.clear();
+    has_ended_ = false;
+}
+
 // Called only when more bytes were dropped than it moves, so the cost per byte is constant.
 void ReadAhead::compact()
 {

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] std::string_view bytes() const { return {buffer_.data() + begin_, buffer_.size() - begin_}; }
     /// Removes bytes from the start.
     void drop(std::uint64_t size);
+    /// Removes all bytes, and continues at an offset of a file that has changed; see `InputFile::has_changed`.
+    void reopen(std::uint64_t offset);
 
     /// The offset of `bytes()` in the input.
     [[nodiscard]] std::uint64_t position() const { return input_.position() - bytes().size(); }

@@ -24,6 +24,7 @@ public:
     void write(std::string_view bytes);
     void flush();
 
+    [[nodiscard]] int descriptor() const { return descriptor_; }
     [[nodiscard]] bool is_terminal() const { return is_terminal_; }
 
 private:

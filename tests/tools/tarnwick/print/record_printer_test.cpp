@@ -63,7 +63,7 @@ TEST(RecordPrinter, writes_a_json_line_of_either_dialect)
 TEST(RecordPrinter, writes_every_id_as_a_string_on_request)
 {
     RecordPrinter::Style const style{.json = true, .json_style = {.string_ids = true}};
-    EXPECT_EQ(printed(style, {"a.tnw", 12, 3456}, from_rpc, "rpc"),
+    EXPECT_EQ(printed(style, {"a.tnw", 12, 3456}, from_rpc, Dialect::rpc),
               R"({"record":"php.RShutdown","frame":12,"offset":3456,"dialect":"rpc",)"
               R"("request_id":"18446744073709551615","timestamp":{"seconds":1700000000,"nanos":5},)"
               R"("duration":{"seconds":"-9223372036854775808","nanos":-1},"response_status":-2147483648,)"
@@ -77,7 +77,7 @@ TEST(RecordPrinter, writes_every_id_as_a_string_on_request)
             transactions { id: 3 parent_id: 2 }
             queries { connection_id: 1 transaction_id: 3 }
         })"));
-    auto const line = printed(style, {"a.tnw", 1, 0}, queries, "rpc");
+    auto const line = printed(style, {"a.tnw", 1, 0}, queries, Dialect::rpc);
     for (auto const *member :
          {R"("request_id":"7")", R"("connections":[{"id":"1",)", R"("transactions":[{"id":"2","parent":null,)",
           R"({"id":"3","parent":"2",)", R"("connection":"1","transaction":"3")"})
@@ -86,7 +86,7 @@ TEST(RecordPrinter, writes_every_id_as_a_string_on_request)
     test::MemoryFile const file;
     Output output(file.descriptor());
     RecordPrinter printer(output, style);
-    printer.print(data::glimmet::SqlConnections(), "protobuf", {}, RequestId(8));
+    printer.print(data::glimmet::SqlConnections(), Dialect::protobuf, {}, RequestId(8));
     output.flush();
     EXPECT_THAT(file.content(), testing::HasSubstr(R"("request_id":"8","connections":[])"));
 }

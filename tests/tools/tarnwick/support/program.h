@@ -124,6 +124,7 @@ public:
         pid_ = ::fork();
         if (pid_ == 0) {
             std::signal(SIGPIPE, SIG_DFL);
+            std::signal(SIGINT, SIG_DFL); // a shell ignores it in programs in the background
             bool const ready = ::dup2(setup.in < 0 ? int(in.reader) : setup.in, STDIN_FILENO) >= 0 &&
                                redirect(out, STDOUT_FILENO) && redirect(err, STDERR_FILENO) &&
                                (!setup.obeys_permissions || detail::drop_rights_over_files()) &&
@@ -149,6 +150,7 @@ public:
 
     void write(std::string_view bytes) { write_all(in_, bytes); }
     void close_input() { in_.reset(); }
+    void send(int signal) const { EXPECT_EQ(::kill(pid_, signal), 0); }
     /// Closes the pipe of its output.
     void close_output() { out_.reset(); }
 
