@@ -57,6 +57,9 @@ expect(share/man/man1/tarnwick-inspect.1)
 expect(share/man/man1/tarnwick-ls.1)
 expect(share/man/man1/tarnwick-recover.1)
 expect(share/man/man1/tarnwick-schema.1)
+expect(share/bash-completion/completions/tarnwick.bash)
+expect(share/zsh/site-functions/_tarnwick)
+expect(share/fish/vendor_completions.d/tarnwick.fish)
 
 # The prefix of the configure run is searched for too, unless it is /usr or /.
 set(places ${FIRST_PLACE} ${BUILD} ${SOURCE})

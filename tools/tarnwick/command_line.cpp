@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "capture/report_parser.h"
+#include "completion.h"
 #include "config_check.h"
 #include "config_dump.h"
 #include "config_explain.h"
@@ -24,10 +25,12 @@
 #include <algorithm>
 #include <charconv>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <new>
 #include <optional>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -114,8 +117,9 @@ void add_json_style(CLI::App &app, JsonStyle &style)
     add_choice(app, "--ids", style.string_ids, {{"number", false}, {"string", true}},
                "in JSON, how to print ids, and integers beyond 2^53; number (default), or string for tools whose "
                "numbers are doubles");
-    add_choice(app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
-               "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");
+    add_choice(
+        app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
+        "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");
 }
 
 /// The command of the parsed command line, ready to run.
@@ -402,13 +406,6 @@ void add_config(CLI::App &app, ConfigOptions &options, Command &command)
                        {"explain", "Print where each value of a key comes from", config_explain, true});
 }
 
-/// Returns the command of that name, or null if there is none.
-CLI::App *find_command(CLI::App &app, std::string_view name)
-{
-    auto const found = app.get_subcommands([name](CLI::App const *command) { return command->get_name() == name; });
-    return found.empty() ? nullptr : found.front();
-}
-
 void print(std::string_view text)
 {
     Output output(STDOUT_FILENO);
@@ -523,6 +520,13 @@ ExitStatus dispatch(int argc, char const *const *argv)
     add_config(app, config_options, command);
     std::vector<std::string> help_words;
     add_help(app, help_words, command);
+
+    // Not a command of its own: its arguments are parts of any command line.
+    std::span const arguments(argv, static_cast<std::size_t>(argc));
+    if (argc > 1 && arguments[1] == std::string_view("complete")) {
+        print(completions(app, arguments.subspan(2)));
+        return success;
+    }
 
     try {
         app.parse(arguments_of(app, argc, argv));

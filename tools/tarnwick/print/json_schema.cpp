@@ -164,10 +164,7 @@ private:
     {
         return schema<std::underlying_type_t<T>>(sense);
     }
-    QJsonObject of(Type<double> /*type*/, Sense /*sense*/)
-    {
-        return any_of({of_type(u"number"_s), not_finite()});
-    }
+    QJsonObject of(Type<double> /*type*/, Sense /*sense*/) { return any_of({of_type(u"number"_s), not_finite()}); }
     QJsonObject of(Type<data::TimePair> /*type*/, Sense /*sense*/)
     {
         return defined(u"TimePair"_s, [&] {
@@ -303,8 +300,8 @@ private:
                 {u"properties"_s,
                  QJsonObject{{u"kind"_s, QJsonObject{{u"enum"_s, QJsonArray{text(data::kind_names[kind])...}}}}}},
                 {u"required"_s, QJsonArray{u"kind"_s}},
-                {u"allOf"_s,
-                 QJsonArray{typed_value<std::variant_alternative_t<kind, php::ZVal::Value>>(data::kind_names[kind])...}},
+                {u"allOf"_s, QJsonArray{typed_value<std::variant_alternative_t<kind, php::ZVal::Value>>(
+                                 data::kind_names[kind])...}},
             };
         }(std::make_index_sequence<data::kind_names.size()>());
     }

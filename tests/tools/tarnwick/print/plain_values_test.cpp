@@ -57,14 +57,17 @@ Case const cases[] = {
      R"({"$resource":"stream","value":2})"},
     {"empty_array", "array_value { }", "[]"},
     {"keys_from_0",
-     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { long_key: 1 value { bool_value: false } } }",
+     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { long_key: 1 value { bool_value: false "
+     "} } }",
      "[5,false]"},
     {"keys_from_1", "array_value { elements { long_key: 1 value { long_value: 5 } } }", R"({"$entries":[[1,5]]})"},
     {"keys_out_of_order",
-     "array_value { elements { long_key: 1 value { long_value: 5 } } elements { long_key: 0 value { long_value: 6 } } }",
+     "array_value { elements { long_key: 1 value { long_value: 5 } } elements { long_key: 0 value { long_value: 6 } } "
+     "}",
      R"({"$entries":[[1,5],[0,6]]})"},
     {"same_index",
-     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { long_key: 0 value { long_value: 6 } } }",
+     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { long_key: 0 value { long_value: 6 } } "
+     "}",
      R"({"$entries":[[0,5],[0,6]]})"},
     {"names",
      "array_value { elements { string_key: 'b\"' value { long_value: 5 } } elements { string_key: '' value { } } "
@@ -75,7 +78,8 @@ Case const cases[] = {
      "elements { string_key: 'a' value { long_value: 6 } } }",
      R"({"$entries":[["a",5],["b",null],["a",6]]})"},
     {"names_and_indices",
-     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { string_key: 'a' value { long_value: 6 } } }",
+     "array_value { elements { long_key: 0 value { long_value: 5 } } elements { string_key: 'a' value { long_value: 6 "
+     "} } }",
      R"({"$entries":[[0,5],["a",6]]})"},
     {"name_not_utf8", "array_value { elements { string_key: '\\377' value { long_value: 5 } } }",
      R"({"$entries":[[{"$base64":"/w=="},5]]})"},
@@ -83,8 +87,8 @@ Case const cases[] = {
      R"({"$entries":[["$long","5"]]})"},
     {"no_key", "array_value { elements { value { long_value: 5 } } }", R"({"$entries":[[null,5]]})"},
     {"nested_arrays",
-     "array_value { elements { string_key: 'a' value { array_value { elements { long_key: 0 value { array_value { } } } "
-     "} } } }",
+     "array_value { elements { string_key: 'a' value { array_value { elements { long_key: 0 value { array_value { } } "
+     "} } } } }",
      R"({"a":[[]]})"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, PlainValues, test::rows(cases), test::by_name);
