@@ -50,7 +50,7 @@ protected:
             MemoryFile const file;
             program::Output output(file.descriptor());
             program::RecordPrinter printer(output, style);
-            RecordSelection selection(printer);
+            program::RecordSelection selection(printer);
             RecordFeed feed(selection, false);
             result.fault = feed.feed(frame);
             output.flush();
@@ -60,7 +60,7 @@ protected:
     }
 };
 
-constexpr std::size_t limit = max_report_depth;
+constexpr std::size_t limit = program::max_report_depth;
 
 TEST_P(ReportDepth, up_to_the_limit_is_printed_on_a_small_stack)
 {

@@ -241,6 +241,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
 std::vector<RequestColumn const *> read_columns(std::vector<std::string> const &names)
 {
     std::vector<RequestColumn const *> columns;
+    columns.reserve(names.size());
     for (auto const &name : names)
         columns.push_back(&checked("--columns", [&]() -> RequestColumn const & { return request_column(name); }));
     return columns;

@@ -25,15 +25,13 @@ constexpr std::array<std::string_view, 10> columns_for_people{"number",   "start
 
 std::vector<RequestColumn const *> chosen_columns(LsOptions const &options, LsOptions::Format format)
 {
-    if (!options.columns.empty())
-        return options.columns;
-    std::vector<RequestColumn const *> columns;
-    if (format == LsOptions::Format::text) {
+    auto columns = options.columns;
+    if (columns.empty() && format == LsOptions::Format::text) {
         for (auto const name : columns_for_people)
             columns.push_back(&request_column(name));
-    } else {
+    } else if (columns.empty()) {
         for (auto const &column : request_columns())
-            columns.push_back(&column);
+            columns.push_back(&request_column(column.name));
     }
     return columns;
 }
@@ -219,9 +217,11 @@ ExitStatus ls(LsOptions const &options)
             sorted.add(std::move(request));
             return;
         }
-        if (left > 0)
+        if (left > 0) {
             printer.print(request);
-        if (left == 0 || --left == 0)
+            --left;
+        }
+        if (left == 0)
             throw EnoughResults();
     });
     RecordFeed feed(sink);

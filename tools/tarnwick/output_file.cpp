@@ -26,7 +26,7 @@ void set_handler(void (*handler)(int))
 {
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     for (auto const signal : ending_signals) {
         struct sigaction before = {};
         ::sigaction(signal, nullptr, &before);

@@ -108,8 +108,14 @@ TEST(CommandLine, prints_help_and_version_on_standard_output)
 
 TEST(CommandLine, help_command_equals_help_option)
 {
-    for (auto const &command : std::vector<std::vector<std::string>>{
-             {}, {"inspect"}, {"recover"}, {"schema"}, {"config"}, {"config", "check"}, {"config", "explain"}, {"help"}}) {
+    for (auto const &command : std::vector<std::vector<std::string>>{{},
+                                                                     {"inspect"},
+                                                                     {"recover"},
+                                                                     {"schema"},
+                                                                     {"config"},
+                                                                     {"config", "check"},
+                                                                     {"config", "explain"},
+                                                                     {"help"}}) {
         SCOPED_TRACE(testing::PrintToString(command));
         auto words = command;
         words.insert(words.begin(), "help");

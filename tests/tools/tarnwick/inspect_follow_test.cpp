@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdint>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
@@ -18,7 +19,7 @@ using testing::HasSubstr;
 
 class InspectFollow : public testing::Test {
 protected:
-    static std::string record_of(int request) { return "\"request_id\":" + std::to_string(request) + ","; }
+    static std::string record_of(std::uint64_t request) { return "\"request_id\":" + std::to_string(request) + ","; }
 
     /// Expects that Ctrl-C ends the program without further output.
     static void expect_end(Program &program, int status, std::string const &err = {})
@@ -39,7 +40,7 @@ TEST_F(InspectFollow, prints_records_as_the_capture_grows)
 {
     Program program(follow);
     EXPECT_THAT(program.read_line(), HasSubstr(record_of(1)));
-    for (int const request : {2, 3}) {
+    for (std::uint64_t const request : {2U, 3U}) {
         write_all(writer, request_end(request));
         EXPECT_THAT(program.read_line(), HasSubstr(record_of(request)));
     }

@@ -192,7 +192,7 @@ protected:
 TEST_F(RecoverToFile, creates_the_file)
 {
     for (auto const &options : {std::vector<std::string>{"-o", output}, {"--output=" + output}, {"--output", output}}) {
-        auto const outcome = recover(options, first + bad + second);
+        auto const outcome = recover(options, fmt::format("{}{}{}", first, bad, second));
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.out, "");
         EXPECT_THAT(outcome.err, HasSubstr("frames recovered: 2"));

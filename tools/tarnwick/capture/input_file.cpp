@@ -80,6 +80,7 @@ bool InputFile::at_end()
 
 void InputFile::reopen(std::uint64_t offset)
 {
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): only a followed file is read again
     if (auto const replacement = follow_->take_replacement(); replacement >= 0) {
         // The number of standard input must not be reused.
         if (descriptor_ > STDIN_FILENO)
@@ -90,7 +91,7 @@ void InputFile::reopen(std::uint64_t offset)
         error_ = errno;
     position_ = offset;
     has_changed_ = false;
-    follow_.emplace(follow_->name(), descriptor_);
+    follow_.emplace(follow_->name(), descriptor_); // NOLINT(bugprone-unchecked-optional-access)
 }
 
 std::string InputFile::bytes_at(std::uint64_t offset, std::uint64_t size) const
@@ -138,7 +139,7 @@ bool InputFile::wait_for_change() const
     if (Interrupt::requested())
         return false;
     report_wait();
-    return follow_->wait();
+    return follow_->wait(); // NOLINT(bugprone-unchecked-optional-access): only a followed file changes
 }
 
 // Ignores errors of poll(): the read that follows reports them.

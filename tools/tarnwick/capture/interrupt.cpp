@@ -33,7 +33,7 @@ Interrupt::Interrupt()
         return;
     struct sigaction action = {};
     action.sa_handler = record_interrupt;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     ::sigaction(SIGINT, &action, nullptr);
 }
 

@@ -209,9 +209,7 @@ void MaskedWriter::chunk(std::string_view value)
 template <class Pass>
 void MaskedWriter::scalar(std::string_view text, Pass &&pass_unchanged)
 {
-    if (is_masked_)
-        mask(text);
-    else if (values_ > 0 && !is_in_key() && !collects() && !ranges(text).empty())
+    if (is_masked_ || (values_ > 0 && !is_in_key() && !collects() && !ranges(text).empty()))
         mask(text);
     else
         pass(pass_unchanged);

@@ -17,7 +17,8 @@ struct MaskOptions {
     enum class Mode { automatic, none, on };
 
     Mode mode = Mode::automatic;
-    std::vector<std::string> words{}; ///< further words of keys
+    /// Further words of keys.
+    std::vector<std::string> words{}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 /// Masks what must not be printed: the values that `MaskRules` finds, literals of SQL, values of storage, and any value

@@ -74,7 +74,8 @@ public:
     template <class Record>
     [[nodiscard]] bool fits(data::payload_of_t<Record> const &record) const
     {
-        return std::ranges::all_of(*conditions_[record_index<Record>], [&](Condition const &condition) {
+        auto const &conditions = conditions_[record_index<Record>];
+        return !conditions || std::ranges::all_of(*conditions, [&](Condition const &condition) {
             return any_value(record, condition.field(),
                              [&](FieldValue const &value) { return condition.holds(value); });
         });
@@ -93,7 +94,7 @@ public:
         : printer_(printer)
         , records_(std::move(records))
         , reports_(std::move(reports))
-        , left_(top)
+        , left_(top.value_or(UINT64_MAX))
     {
     }
 
@@ -123,16 +124,18 @@ private:
     template <class Print>
     void print(Print &&print)
     {
-        if (left_ != 0)
+        if (left_ > 0) {
             print();
-        if (left_ && (*left_ == 0 || --*left_ == 0))
+            --left_;
+        }
+        if (left_ == 0)
             throw EnoughResults();
     }
 
     RecordPrinter &printer_;
     RecordChoice records_;
     ReportChoice reports_;
-    std::optional<std::uint64_t> left_;
+    std::uint64_t left_;
 };
 
 } // namespace tarnwick::program

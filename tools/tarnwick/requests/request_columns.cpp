@@ -196,6 +196,7 @@ RequestColumn const &request_column(std::string_view name)
     if (found != columns.end())
         return *found;
     std::vector<std::string> names;
+    names.reserve(columns.size());
     for (auto const &column : columns)
         names.emplace_back(column.name);
     throw unknown_name("no column is named", name, names);

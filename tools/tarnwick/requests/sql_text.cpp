@@ -272,7 +272,7 @@ std::string Shape::finish()
         bool const is_call =
             piece.text == "(" && before.kind == Kind::word && !is_any_of(before.text, words_before_values);
         bool const is_subscript = piece.text == "[" && can_precede_dot(before.kind) &&
-                                  !(before.kind == Kind::word && is_any_of(before.text, words_before_values));
+                                  (before.kind != Kind::word || !is_any_of(before.text, words_before_values));
         bool const has_space = !text.empty() && !joins && !is_call && !is_subscript && before.kind != Kind::open &&
                                piece.kind != Kind::close && piece.kind != Kind::separator &&
                                !(joins_next && (can_precede_dot(piece.kind) || piece.text == "*"));

@@ -248,7 +248,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Follow, reads_a_capture_that_grows_by_single_bytes)
 {
     std::vector<Change> changes;
-    for (auto const byte : first + second + third)
+    auto const frames = fmt::format("{}{}{}", first, second, third);
+    for (auto const byte : frames)
         changes.push_back(append({byte}));
     Capture capture;
     EXPECT_THAT(steps(capture, changes),
@@ -285,7 +286,7 @@ TEST_F(Follow, continues_after_a_truncation_within_the_last_4096_frames)
 
 TEST_F(Follow, stops_before_the_end_when_interrupted)
 {
-    Capture capture;
+    Capture const capture;
     capture.append(first + second);
     InputFile input(capture.name(), [] { ADD_FAILURE() << "it waits"; }, AtEnd::follow);
     CaptureReader reader(input);
@@ -307,7 +308,7 @@ TEST_F(Follow, is_notified_of_growth_and_of_new_files)
 {
     Capture capture;
     Descriptor const reader(::open(capture.name().c_str(), O_RDONLY | O_CLOEXEC));
-    program::Follow follow(capture.name(), reader, -1);
+    program::Follow const follow(capture.name(), reader, -1);
     Interrupt const interrupt;
     capture.append(first);
     EXPECT_TRUE(follow.wait());
