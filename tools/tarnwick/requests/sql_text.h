@@ -9,7 +9,7 @@ namespace tarnwick::program {
 
 // Functions on the text of SQL statements. They know the quotes, numbers, placeholders and comments of MySQL,
 // PostgreSQL and SQLite, but no grammar. They accept any bytes. Their time is linear in the size of the text, apart from
-// lists of rows that are nested in each other. A quote or a comment without an end reaches to the end of the text.
+// nested lists of rows. A quote or a comment without an end reaches to the end of the text.
 //
 // Two rules differ between the dialects, and the text decides:
 // - A text in double quotes is a name if some text in double quotes follows FROM, INTO, JOIN, TABLE or UPDATE, or is
