@@ -69,7 +69,8 @@ std::string completions(CLI::App &app, std::span<char const *const> words)
     std::string_view const last = words.empty() ? "" : words.back();
     auto *command = &app;
     CLI::Option const *option = nullptr; // the next word is its value
-    for (std::string const word : words.first(words.empty() ? 0 : words.size() - 1)) {
+    for (auto const *text : words.first(words.empty() ? 0 : words.size() - 1)) {
+        std::string const word(text);
         if (word == "--")
             return {};
         bool const is_value = option != nullptr;
