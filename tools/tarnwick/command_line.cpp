@@ -247,6 +247,20 @@ std::vector<RequestColumn const *> read_columns(std::vector<std::string> const &
     return columns;
 }
 
+/// Reads conditions on columns.
+std::vector<Condition> read_conditions(std::vector<std::string> const &texts)
+{
+    std::vector<Condition> conditions;
+    for (auto const &text : texts) {
+        conditions.push_back(checked("--where", [&] {
+            Condition condition(text);
+            condition.set_type(request_column(condition.field()).type);
+            return condition;
+        }));
+    }
+    return conditions;
+}
+
 void read_sort(std::string const &argument, LsOptions &options)
 {
     auto const colon = argument.find(':');
@@ -274,7 +288,7 @@ void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &c
         ->type_name("COLUMNS")
         ->delimiter(',')
         ->allow_extra_args(false);
-    add_report_choice(sub, options.reports);
+    add_report_choice(sub, options.filter.reports);
     add_conditions(sub, choice.conditions,
                    "only requests whose column fulfils this, such as 'status>=500' or 'uri~^/api'; can be repeated");
     sub.add_option("--sort", choice.sort, "order by a column; add :desc for the largest first")
@@ -287,13 +301,7 @@ void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &c
         options.columns = read_columns(choice.columns);
         if (!choice.sort.empty())
             read_sort(choice.sort, options);
-        for (auto const &text : choice.conditions) {
-            options.conditions.push_back(checked("--where", [&] {
-                Condition condition(text);
-                condition.set_type(request_column(condition.field()).type);
-                return condition;
-            }));
-        }
+        options.filter.conditions = read_conditions(choice.conditions);
         command = [&options] { return ls(options); };
     });
 }

@@ -39,7 +39,7 @@ ExitStatus inspect(InspectOptions const &options)
         printer.set_origin(origin);
         return feed.feed(frame);
     };
-    return read_captures(options.files, output, print, options.follow ? AtEnd::follow : AtEnd::stop);
+    return read_captures(capture_files(options.files), output, print, options.follow ? AtEnd::follow : AtEnd::stop);
 }
 
 } // namespace tarnwick::program

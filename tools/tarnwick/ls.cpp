@@ -206,12 +206,8 @@ ExitStatus ls(LsOptions const &options)
     RequestPrinter printer(output, options, format);
     SortedRequests sorted(options);
     std::uint64_t left = options.top.value_or(UINT64_MAX);
-    SummarySink sink(options.reports, [&](RequestSummary &request) {
-        bool const is_chosen = options.reports.accepts(data::php::RequestId(request.id)) &&
-                               std::ranges::all_of(options.conditions, [&](Condition const &condition) {
-                                   return condition.holds(request_column(condition.field()).value(request));
-                               });
-        if (!is_chosen)
+    SummarySink sink(options.filter.reports, [&](RequestSummary &request) {
+        if (!options.filter.fits(request))
             return;
         if (options.sort != nullptr) {
             sorted.add(std::move(request));
@@ -225,7 +221,7 @@ ExitStatus ls(LsOptions const &options)
             throw EnoughResults();
     });
     RecordFeed feed(sink);
-    auto const status = read_captures(options.files, output,
+    auto const status = read_captures(capture_files(options.files), output,
                                       [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
     try {
         sink.close_all();

@@ -2,8 +2,7 @@
 
 #include "exit_status.h"
 #include "print/masks.h"
-#include "print/record_selection.h"
-#include "requests/condition.h"
+#include "requests/find_request.h"
 #include "requests/request_columns.h"
 
 #include <cstdint>
@@ -20,8 +19,7 @@ struct LsOptions {
     Format format = Format::automatic;
     MaskOptions mask;
     std::vector<RequestColumn const *> columns; ///< all of them, or those for people, if empty
-    ReportChoice reports;
-    std::vector<Condition> conditions;   ///< on columns, with their types
+    RequestFilter filter;
     RequestColumn const *sort = nullptr; ///< by first report if null
     bool is_descending = false;
     std::optional<std::uint64_t> top;

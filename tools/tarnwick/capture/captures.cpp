@@ -27,15 +27,15 @@ using Step = CaptureReader::Step;
 /// Reads one capture, passes its frames on, and reports its faults.
 class Reading {
 public:
-    Reading(std::string const &name, Output &output, FrameHandler const &handle, AtEnd at_end)
-        : name_(name)
+    Reading(CaptureFile const &file, Output &output, FrameHandler const &handle, AtEnd at_end)
+        : name_(file.name)
         , output_(output)
         , handle_(handle)
         // The capture can grow while it is read: print what there is before waiting for more.
         , input_(
-              name, [this] { prepare_wait(); }, at_end)
+              file.path, [this] { prepare_wait(); }, at_end)
         , reader_(input_)
-        , progress_(name, at_end == AtEnd::follow ? 0 : input_.size())
+        , progress_(name_, at_end == AtEnd::follow ? 0 : input_.size())
         , at_end_(at_end)
     {
     }
@@ -206,17 +206,41 @@ void Reading::add_fault(std::string_view text)
 
 } // namespace
 
-ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle,
+std::vector<CaptureFile> capture_files(std::vector<std::string> const &names)
+{
+    std::vector<CaptureFile> files;
+    files.reserve(names.size());
+    for (auto const &name : names)
+        files.push_back({name, name});
+    return files;
+}
+
+ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
                          AtEnd at_end)
 {
     auto status = success;
     try {
-        for (auto const &name : files)
-            status = std::max(status, Reading(name, output, handle, at_end).run());
+        for (auto const &file : files)
+            status = std::max(status, Reading(file, output, handle, at_end).run());
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
     }
     output.flush();
     return status;
+}
+
+void reread_captures(std::vector<CaptureFile> const &files, FrameHandler const &handle)
+{
+    try {
+        for (auto const &file : files) {
+            InputFile input(file.path);
+            CaptureReader reader(input);
+            for (auto step = reader.next(); step != Step::end && step != Step::failure; step = reader.next()) {
+                if (step == Step::frame && reader.frame().report_case() != capture::v1::Frame::REPORT_NOT_SET)
+                    (void)handle(reader.frame(), {file.name, reader.number(), reader.offset()});
+            }
+        }
+    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
+    }
 }
 
 } // namespace tarnwick::program

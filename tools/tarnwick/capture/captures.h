@@ -21,10 +21,22 @@ class EnoughResults : public std::exception {};
 /// Handles a frame with a known report. Returns the fault of the report, if any. May throw `EnoughResults`.
 using FrameHandler = std::function<std::optional<std::string>(capture::v1::Frame const &frame, Origin const &origin)>;
 
-/// Reads captures, one after the other; `-` is standard input. Passes each frame with a known report to `handle`, and
+/// A capture file.
+struct CaptureFile {
+    std::string name; ///< in messages
+    std::string path; ///< to open; `-` is standard input
+};
+
+/// Returns the files of these names.
+std::vector<CaptureFile> capture_files(std::vector<std::string> const &names);
+
+/// Reads captures, one after the other. Passes each frame with a known report to `handle`, and
 /// reports faults with their places to standard error. Flushes `output` before each message and before it waits for
 /// input, so that results and messages have the order of the capture.
-ExitStatus read_captures(std::vector<std::string> const &files, Output &output, FrameHandler const &handle,
+ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
                          AtEnd at_end = AtEnd::stop);
+
+/// Reads captures again, without messages.
+void reread_captures(std::vector<CaptureFile> const &files, FrameHandler const &handle);
 
 } // namespace tarnwick::program

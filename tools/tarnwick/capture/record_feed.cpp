@@ -2,6 +2,7 @@
 
 #include "capture/report_parser.h"
 #include "print/record_selection.h"
+#include "requests/records_sink.h"
 #include "requests/summary_sink.h"
 
 #include <tarnwick/data/record_messages.h>
@@ -258,6 +259,7 @@ void RecordFeed<Sink>::build(ReportSource const &source, std::string_view view, 
 }
 
 template class RecordFeed<RecordSelection>;
+template class RecordFeed<RecordsSink>;
 template class RecordFeed<SummarySink>;
 
 } // namespace tarnwick::program

@@ -66,11 +66,6 @@ void SummarySink::add(RequestSummary::Counts &counts, int number)
     count = count.value_or(0) + static_cast<std::uint64_t>(number);
 }
 
-bool SummarySink::is_start(messages::rpc_php::NotifyRequest const &message)
-{
-    return message.has_rinit();
-}
-
 void SummarySink::count(messages::rpc_php::NotifyRequest const &message)
 {
     if (message.has_error())

@@ -3,6 +3,7 @@
 #include "capture/record_feed.h"
 #include "print/record_selection.h"
 #include "requests/request_groups.h"
+#include "requests/request_start.h"
 #include "requests/request_summary.h"
 
 #include <tarnwick/data/php/rinit.h>
@@ -19,9 +20,6 @@ class SqlQueries;
 } // namespace pelorin::protobuf::Glimmet
 namespace pelorin::protobuf::Monitor {
 class Event;
-}
-namespace pelorin::protobuf::PelorinPHP {
-class RInitData;
 }
 namespace tarnwick::rpc::monitor::v1 {
 class NotifyRequest;
@@ -67,14 +65,6 @@ public:
 private:
     void begin(ReportSource const &source, bool is_start);
     void add(RequestSummary::Counts &counts, int number);
-
-    static bool is_start(rpc::php::v1::NotifyRequest const &message);
-    static bool is_start(pelorin::protobuf::PelorinPHP::RInitData const & /*message*/) { return true; }
-    template <class Message>
-    static bool is_start(Message const & /*message*/)
-    {
-        return false;
-    }
 
     void count(rpc::php::v1::NotifyRequest const &message);
     void count(rpc::monitor::v1::NotifyRequest const &message);

@@ -1,0 +1,152 @@
+#include "requests/find_request.h"
+
+#include "capture/captures.h"
+#include "capture/record_feed.h"
+#include "requests/records_sink.h"
+#include "requests/request_columns.h"
+#include "requests/summary_sink.h"
+#include "standard_error.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+namespace tarnwick::program {
+namespace {
+
+/// Chooses the request of a name from those that pass.
+class RequestFinder {
+public:
+    explicit RequestFinder(RequestName const &name)
+        : name_(name)
+    {
+    }
+
+    void pass(RequestSummary const &request)
+    {
+        ++count_;
+        if (first_.size() < max_listed)
+            first_.push_back(description(request));
+        if (!is_meant(request))
+            return;
+        if (name_.kind == RequestName::Kind::id && found_)
+            others_.push_back(fmt::format("@{}", request.number));
+        else
+            found_ = request;
+    }
+
+    [[nodiscard]] std::optional<RequestSummary> const &found() const { return found_; }
+
+    /// Returns what a person should know about the choice; empty if nothing.
+    [[nodiscard]] std::string message() const
+    {
+        if (found_ && others_.empty())
+            return {};
+        if (found_)
+            return fmt::format("several requests have the id {}: this is @{}, others are {}", found_->id,
+                               found_->number, list(others_, others_.size()));
+        if (count_ == 0)
+            return "no request is in the captures, or none fulfils the conditions";
+        if (name_.kind == RequestName::Kind::slowest)
+            return "no request has a duration, because no report is the end of one";
+        return fmt::format("no request has the {} {}; there are {} requests: {}",
+                           name_.kind == RequestName::Kind::id ? "id" : "number", name_.value, count_,
+                           list(first_, count_));
+    }
+
+private:
+    static constexpr std::size_t max_listed = 10;
+
+    static std::string description(RequestSummary const &request)
+    {
+        return fmt::format("@{} with id {}", request.number, request.id);
+    }
+
+    static std::string list(std::vector<std::string> const &words, std::uint64_t count)
+    {
+        auto const listed = std::min(words.size(), max_listed);
+        return fmt::format("{}{}", fmt::join(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(listed), ", "),
+                           listed < count ? ", ..." : "");
+    }
+
+    [[nodiscard]] bool is_meant(RequestSummary const &request) const
+    {
+        switch (name_.kind) {
+        case RequestName::Kind::id:
+            return request.id == name_.value;
+        case RequestName::Kind::number:
+            return request.number == name_.value;
+        case RequestName::Kind::slowest:
+            return request.end &&
+                   (!found_ || nanoseconds(found_->end->duration) < nanoseconds(request.end->duration));
+        case RequestName::Kind::last:
+            return true;
+        }
+        return false;
+    }
+
+    RequestName name_;
+    std::uint64_t count_ = 0;
+    std::vector<std::string> first_; ///< the first requests
+    std::optional<RequestSummary> found_;
+    std::vector<std::string> others_; ///< with the same id
+};
+
+} // namespace
+
+bool RequestFilter::fits(RequestSummary const &request) const
+{
+    return reports.accepts(data::php::RequestId(request.id)) &&
+           std::ranges::all_of(conditions, [&](Condition const &condition) {
+               return condition.holds(request_column(condition.field()).value(request));
+           });
+}
+
+RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
+                           Output &output)
+{
+    RequestFinder finder(name);
+    SummarySink summaries(filter.reports, [&](RequestSummary const &request) {
+        if (filter.fits(request))
+            finder.pass(request);
+    });
+    RecordFeed summary_feed(summaries);
+    RequestSearch search{
+        read_captures(captures.files(), output,
+                      [&](auto const &frame, auto const & /*origin*/) { return summary_feed.feed(frame); }),
+        std::nullopt};
+    summaries.close_all();
+    if (auto const message = finder.message(); !message.empty())
+        print_error(fmt::format("tarnwick: {}\n", message));
+    if (!finder.found()) {
+        search.status = std::max(search.status, wrong_usage);
+        return search;
+    }
+
+    search.request = {*finder.found(), {}};
+    RecordsSink records(
+        filter.reports, [&](std::uint64_t number) { return number == search.request->summary.number; },
+        [&](RequestRecords &request) {
+            if (request.number != search.request->summary.number)
+                return;
+            search.request->records = std::move(request);
+            throw EnoughResults();
+        });
+    RecordFeed record_feed(records);
+    reread_captures(captures.files(), [&](auto const &frame, auto const &origin) {
+        records.set_origin(origin);
+        return record_feed.feed(frame);
+    });
+    try {
+        records.close_all();
+    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the others are not wanted
+    }
+    return search;
+}
+
+} // namespace tarnwick::program

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "capture/rereadable_captures.h"
+#include "exit_status.h"
+#include "print/output.h"
+#include "print/record_selection.h"
+#include "requests/condition.h"
+#include "requests/request_name.h"
+#include "requests/request_records.h"
+#include "requests/request_summary.h"
+
+#include <optional>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// Which requests a name can mean.
+struct RequestFilter {
+    ReportChoice reports;
+    std::vector<Condition> conditions; ///< on columns, with their types
+
+    [[nodiscard]] bool fits(RequestSummary const &request) const;
+};
+
+/// A request with its records.
+struct FoundRequest {
+    RequestSummary summary;
+    RequestRecords records;
+};
+
+/// What `find_request` returns.
+struct RequestSearch {
+    ExitStatus status; ///< of reading the captures; `wrong_usage` if no request has the name
+    std::optional<FoundRequest> request;
+};
+
+/// Reads captures twice, first to find a request and then its records, whose origins view `captures`. If several requests
+/// have the id, the first is found. Messages on standard error say which others have it, and which requests there are
+/// if none has the name.
+RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
+                           Output &output);
+
+} // namespace tarnwick::program

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "capture/origin.h"
+#include "capture/record_feed.h"
+#include "print/record_selection.h"
+#include "requests/request_groups.h"
+#include "requests/request_records.h"
+#include "requests/request_start.h"
+
+#include <tarnwick/data/codetrace/add_data.h>
+#include <tarnwick/data/codetrace/data.h>
+
+#include <functional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace tarnwick::program {
+
+/// Keeps the records of chosen requests, apart from the chunks of code traces. A sink of `RecordFeed`.
+class RecordsSink {
+public:
+    /// `keeps`: whether to keep the records of the request with a number. `pass_on` receives the requests in the order of
+    /// their first reports, those that are not kept without records. `reports` stays valid.
+    RecordsSink(ReportChoice const &reports, std::function<bool(std::uint64_t number)> keeps,
+                std::function<void(RequestRecords &request)> pass_on)
+        : reports_(reports)
+        , keeps_(std::move(keeps))
+        , groups_(std::move(pass_on))
+    {
+    }
+
+    /// Sets the place of the reports that follow.
+    void set_origin(Origin const &origin) { origin_ = origin; }
+    /// Passes on the requests that are still open.
+    void close_all() { groups_.close_all(); }
+
+    [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
+    /// Every request is counted, so that numbers of requests do not depend on the choice.
+    [[nodiscard]] static bool accepts(data::php::RequestId /*request_id*/) { return true; }
+
+    template <class Message>
+    void begin(ReportSource const &source, Message const &message)
+    {
+        request_ = &groups_.of(source.request_id.id(), source.dialect, is_start(message));
+        is_kept_ = keeps_(request_->number);
+    }
+    template <class Record>
+    [[nodiscard]] bool wants() const
+    {
+        return is_kept_ && !std::is_same_v<Record, data::codetrace::Data> &&
+               !std::is_same_v<Record, data::codetrace::AddData>;
+    }
+    template <class Record>
+    void take(Record const &record, ReportSource const &source, std::string_view view)
+    {
+        request_->add(record, source.dialect, view, origin_);
+    }
+
+private:
+    ReportChoice const &reports_;
+    std::function<bool(std::uint64_t number)> keeps_;
+    RequestGroups<RequestRecords> groups_;
+    RequestRecords *request_ = nullptr; ///< of the current report
+    bool is_kept_ = false;
+    Origin origin_;
+};
+
+} // namespace tarnwick::program
