@@ -1,0 +1,48 @@
+#include "requests/call_site.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringView>
+
+#include <algorithm>
+#include <array>
+
+namespace tarnwick::program {
+namespace {
+
+using data::php::Function;
+
+bool is_library_file(QStringView file)
+{
+    constexpr std::array<QStringView, 6> places{u"phar://",       u"/usr/share/php/", u"/usr/share/pear/",
+                                                u"/usr/lib/php/", u"/usr/lib64/php/", u"/usr/local/lib/php/"};
+    constexpr std::array<QStringView, 2> directories{u"/vendor/", u"/node_modules/"};
+    return std::ranges::any_of(places, [file](QStringView place) { return file.startsWith(place); }) ||
+           std::ranges::any_of(directories, [file](QStringView directory) {
+               return file.contains(directory) || file.startsWith(directory.sliced(1));
+           });
+}
+
+bool has_file(Function const &function)
+{
+    return function.location() && !function.location()->file().isEmpty();
+}
+
+bool is_in_application(Function const &function)
+{
+    return has_file(function) && !is_library_file(function.location()->file());
+}
+
+} // namespace
+
+Function const *call_site(data::php::StackTrace const &trace)
+{
+    auto const &frames = trace.frames();
+    for (auto *const is_wanted : {is_in_application, has_file}) {
+        auto const found = std::ranges::find_if(frames, is_wanted);
+        if (found != frames.end())
+            return &*found;
+    }
+    return frames.isEmpty() ? nullptr : &frames.front();
+}
+
+} // namespace tarnwick::program

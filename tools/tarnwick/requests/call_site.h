@@ -1,0 +1,15 @@
+#pragma once
+
+#include <tarnwick/data/php/function.h>
+#include <tarnwick/data/php/stack_trace.h>
+
+namespace tarnwick::program {
+
+/// Returns the call of a trace that a developer looks for: the first one in a file of the application. If there is none,
+/// returns the first call in any file, otherwise the first call. Returns null for a trace without calls.
+///
+/// Other files are those of libraries: in an archive (`phar://`), in a directory `vendor` or `node_modules`, or in a
+/// directory into which the system or PHP installs libraries.
+data::php::Function const *call_site(data::php::StackTrace const &trace);
+
+} // namespace tarnwick::program
