@@ -13,6 +13,7 @@
 #include "print/readable_text.h"
 #include "recover.h"
 #include "schema.h"
+#include "show.h"
 #include "standard_error.h"
 
 #include <CLI/CLI.hpp>
@@ -155,6 +156,23 @@ void check_files(std::vector<std::string> const &files)
         throw CLI::ValidationError("standard input (-) can be read only once");
 }
 
+void add_dialect(CLI::App &app, ReportChoice &reports)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--dialect",
+           [&reports](std::vector<std::string> const &arguments) {
+               for (auto const &argument : arguments) {
+                   if (argument != name_of(Dialect::rpc) && argument != name_of(Dialect::protobuf))
+                       throw CLI::ValidationError("--dialect",
+                                                  fmt::format("'{}' is not one of rpc, protobuf", argument));
+                   reports.dialects.push_back(argument == name_of(Dialect::rpc) ? Dialect::rpc : Dialect::protobuf);
+               }
+           },
+           "only reports of this dialect; can be repeated")
+        ->type_name("rpc|protobuf")
+        ->allow_extra_args(false);
+}
+
 void add_report_choice(CLI::App &app, ReportChoice &reports)
 {
     app.add_option_function<std::vector<std::string>>(
@@ -174,21 +192,8 @@ void add_report_choice(CLI::App &app, ReportChoice &reports)
            "only the request with this id; can be repeated")
         ->type_name("ID")
         ->allow_extra_args(false);
-    app.add_option_function<std::vector<std::string>>(
-           "--dialect",
-           [&reports](std::vector<std::string> const &arguments) {
-               for (auto const &argument : arguments) {
-                   if (argument != name_of(Dialect::rpc) && argument != name_of(Dialect::protobuf))
-                       throw CLI::ValidationError("--dialect",
-                                                  fmt::format("'{}' is not one of rpc, protobuf", argument));
-                   reports.dialects.push_back(argument == name_of(Dialect::rpc) ? Dialect::rpc : Dialect::protobuf);
-               }
-           },
-           "only reports of this dialect; can be repeated")
-        ->type_name("rpc|protobuf")
-        ->allow_extra_args(false);
+    add_dialect(app, reports);
 }
-
 void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help)
 {
     app.add_option("--where", conditions, help)->type_name("CONDITION")->allow_extra_args(false);
@@ -303,6 +308,37 @@ void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &c
             read_sort(choice.sort, options);
         options.filter.conditions = read_conditions(choice.conditions);
         command = [&options] { return ls(options); };
+    });
+}
+
+void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Command &command)
+{
+    using Format = ShowOptions::Format;
+    auto &sub = add_command(app, "show", "Print one request from start to end",
+                            "usage: tarnwick show [OPTION...] REQUEST [FILE...]");
+    sub.add_option_function<std::string>(
+           "REQUEST",
+           [&options](std::string const &text) {
+               options.request = checked("REQUEST", [&] { return RequestName::read(text); });
+           },
+           "id of the request, its number from ls as @1, slowest or last")
+        ->type_name("")
+        ->required();
+    add_files(sub, options.files);
+    add_choice(sub, "--format", options.format,
+               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
+               "text, or the records as JSON lines; auto (default): text on a terminal, jsonl otherwise");
+    add_color(sub, options.color);
+    add_mask(sub, options.mask, "only text is masked");
+    sub.add_flag("--all", options.all, "in text, leave nothing out: whole lists, texts and traces, all superglobals");
+    add_dialect(sub, options.filter.reports);
+    add_conditions(sub, choice.conditions,
+                   "choose among requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        options.filter.conditions = read_conditions(choice.conditions);
+        command = [&options] { return show(options); };
     });
 }
 
@@ -521,6 +557,9 @@ ExitStatus dispatch(int argc, char const *const *argv)
     LsOptions ls_options;
     ChoiceOptions ls_choice;
     add_ls(app, ls_options, ls_choice, command);
+    ShowOptions show_options;
+    ChoiceOptions show_choice;
+    add_show(app, show_options, show_choice, command);
     RecoverOptions recover_options;
     add_recover(app, recover_options, command);
     JsonStyle schema_style;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "print/json_writer.h"
+#include "print/line_writer.h"
 #include "print/masks.h"
 #include "print/readable_writer.h"
 
@@ -36,6 +37,10 @@ public:
         : MaskedWriter(masks, record, Target(&writer))
     {
     }
+    MaskedWriter(Masks const &masks, std::string_view record, LineWriter &writer)
+        : MaskedWriter(masks, record, Target(&writer))
+    {
+    }
 
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense);
@@ -65,7 +70,7 @@ public:
     void chunk(std::string_view value);
 
 private:
-    using Target = std::variant<std::monostate, JsonWriter *, ReadableWriter *>;
+    using Target = std::variant<std::monostate, JsonWriter *, ReadableWriter *, LineWriter *>;
 
     /// What a field contains.
     enum class Content { text, name, statement, storage, headers, superglobals };

@@ -1,5 +1,6 @@
 #include "print/readable_functions.h"
 
+#include "print/bar.h"
 #include "print/readable_text.h"
 #include "print/text_table.h"
 
@@ -8,11 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstddef>
 #include <string>
-#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -27,18 +24,6 @@ static_assert(std::tuple_size_v<decltype(data::Description<FunctionStats>::field
 double seconds(data::TimePair time)
 {
     return static_cast<double>(time.seconds) + static_cast<double>(time.nanos) * 1e-9;
-}
-
-/// Returns a bar with this fraction of the full width, in eighths of a character.
-std::string bar(double fraction)
-{
-    constexpr double full_width = 20;
-    constexpr std::array<std::string_view, 8> partial{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
-    auto const eighths = static_cast<std::size_t>(std::lround(fraction * full_width * 8));
-    std::string text;
-    for (std::size_t i = 0; i < eighths / 8; ++i)
-        text += "█";
-    return text.append(partial[eighths % 8]);
 }
 
 std::string name_and_place(FunctionStats const &function, Masks const &masks)

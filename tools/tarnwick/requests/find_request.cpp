@@ -31,7 +31,7 @@ public:
     {
         ++count_;
         if (first_.size() < max_listed)
-            first_.push_back(description(request));
+            first_.push_back(fmt::to_string(request.id));
         if (!is_meant(request))
             return;
         if (name_.kind == RequestName::Kind::id && found_)
@@ -54,18 +54,14 @@ public:
             return "no request is in the captures, or none fulfils the conditions";
         if (name_.kind == RequestName::Kind::slowest)
             return "no request has a duration, because no report is the end of one";
-        return fmt::format("no request has the {} {}; there are {} requests: {}",
-                           name_.kind == RequestName::Kind::id ? "id" : "number", name_.value, count_,
+        if (name_.kind == RequestName::Kind::number)
+            return fmt::format("no request has the number @{}; there are {} requests", name_.value, count_);
+        return fmt::format("no request has the id {}; the ids of the {} requests are {}", name_.value, count_,
                            list(first_, count_));
     }
 
 private:
     static constexpr std::size_t max_listed = 10;
-
-    static std::string description(RequestSummary const &request)
-    {
-        return fmt::format("@{} with id {}", request.number, request.id);
-    }
 
     static std::string list(std::vector<std::string> const &words, std::uint64_t count)
     {
@@ -92,7 +88,7 @@ private:
 
     RequestName name_;
     std::uint64_t count_ = 0;
-    std::vector<std::string> first_; ///< the first requests
+    std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
     std::vector<std::string> others_; ///< with the same id
 };

@@ -1,0 +1,143 @@
+#include "print/request_page.h"
+
+#include "print/bar.h"
+#include "print/masked_writer.h"
+#include "print/request_sections.h"
+#include "print/sections.h"
+#include "print/short_text.h"
+#include "print/text_table.h"
+#include "requests/call_site.h"
+#include "requests/sql_text.h"
+
+#include <tarnwick/data/records.h>
+
+#include <fmt/format.h>
+
+#include <QtCore/QString>
+
+#include <algorithm>
+#include <functional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using data::glimmet::FunctionStats;
+
+constexpr std::size_t most_rows = 10;
+
+void collect_secrets(FoundRequest const &request, Masks const &masks)
+{
+    masks.select_request(request.summary.id);
+    data::for_each_type(data::ReportRecords(), [&]<class Record> {
+        for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
+            for (auto const &reported : request.records.of<Record>(dialect)) {
+                if constexpr (data::is_handle<Record>)
+                    collect(masks, *reported.record);
+                else
+                    collect(masks, reported.record);
+            }
+        }
+    });
+}
+
+std::string text_or(std::optional<std::string> const &text, std::string_view other)
+{
+    return escaped_text(text ? std::string_view(*text) : other);
+}
+
+/// The request line, and what is known of the whole request.
+void write_head(Sections &page, FoundRequest const &request, RequestPageStyle const &style)
+{
+    auto const &[summary, records] = request;
+    std::string line = "a request without a start";
+    if (auto const &start = summary.start)
+        line = fmt::format("{} {}", text_or(start->method, "-"), style.masks.name(text_or(start->uri, "-")));
+    if (auto const &end = summary.end)
+        line += fmt::format("  {}  {}  {}", end->status, short_span_text(end->duration), short_size_text(end->memory));
+    page.title(line);
+
+    line = fmt::format("@{}, id {}, {}", summary.number, summary.id,
+                       summary.dialects[0] && summary.dialects[1]
+                           ? "both dialects"
+                           : name_of(summary.dialects[0] ? Dialect::rpc : Dialect::protobuf));
+    if (summary.start)
+        line += fmt::format(", started {} UTC", short_instant_text(summary.start->time));
+    for (auto const &[start, view, origin, position] : records.of_either<data::php::RInit>())
+        line += fmt::format(", PHP {}.{}.{}", start->version_major(), start->version_minor(), start->version_patch());
+    page.line(line);
+    if (!summary.start)
+        page.line("incomplete: no report of the start");
+    if (!summary.end)
+        page.line("incomplete: no report of the end");
+}
+
+double seconds_of(data::TimePair time)
+{
+    return static_cast<double>(nanoseconds(time)) * 1e-9;
+}
+
+void write_functions(Sections &page, RequestRecords const &records, RequestPageStyle const &style)
+{
+    std::vector<FunctionStats const *> functions;
+    for (auto const &reported : records.of_either<data::glimmet::Functions>()) {
+        for (auto const &function : reported.record->functions())
+            functions.push_back(&function);
+    }
+    if (functions.empty())
+        return;
+    auto const time = [](auto const *function) { return seconds_of(function->time_first()); };
+    std::ranges::stable_sort(functions, std::ranges::greater(), time);
+    auto const longest = time(functions.front());
+    auto const count = shown(functions.size(), most_rows, style);
+    using Align = TextTable::Align;
+    TextTable table({{"time_first"}, {"", Align::left}, {"time_second"}, {"count"}, {"function", Align::left}});
+    for (auto const *function : std::span(functions).first(count)) {
+        auto name = plain_name(function->name(), style.masks);
+        if (function->location())
+            name += "  " + plain_place(*function->location(), style.masks);
+        table.add({short_span_text(function->time_first()), longest > 0 ? bar(std::max(time(function) / longest, 0.0)) : "",
+                   short_span_text(function->time_second()), fmt::to_string(function->count()), std::move(name)});
+    }
+    page.title(fmt::format("Functions ({})", functions.size()));
+    for (auto const &line : table.take_lines())
+        page.line(line);
+    page.left_out(functions.size() - count);
+}
+
+} // namespace
+
+std::string message_text(QString const &text, RequestPageStyle const &style)
+{
+    auto const masked = style.masks.text(text.toStdString());
+    auto const quoted = style.all ? fmt::format("{:?}", masked) : quoted_text(masked);
+    return quoted;
+}
+
+std::string plain_name(QString const &name, Masks const &masks)
+{
+    return escaped_text(masks.name(name.toStdString()));
+}
+
+std::string plain_place(data::php::SourceLocation const &location, Masks const &masks)
+{
+    return fmt::format("{}:{}", plain_name(location.file(), masks), location.line());
+}
+
+std::string request_page(FoundRequest const &request, RequestPageStyle const &style)
+{
+    collect_secrets(request, style.masks);
+    Sections page(style.color);
+    write_head(page, request, style);
+    write_events(page, request, style);
+    write_functions(page, request.records, style);
+    write_superglobals(page, request.records, style);
+    write_headers(page, request.records, style);
+    write_bodies(page, request.records, style);
+    write_storage(page, request.records, style);
+    return page.text();
+}
+
+} // namespace tarnwick::program

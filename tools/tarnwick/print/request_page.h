@@ -1,0 +1,19 @@
+#pragma once
+
+#include "print/masks.h"
+#include "requests/find_request.h"
+
+#include <string>
+
+namespace tarnwick::program {
+
+struct RequestPageStyle {
+    bool color = false;
+    bool all = false; ///< nothing is left out or cut
+    Masks masks;
+};
+
+/// Returns a request as text for people, with its secrets masked. Only sections that have content are printed.
+std::string request_page(FoundRequest const &request, RequestPageStyle const &style);
+
+} // namespace tarnwick::program

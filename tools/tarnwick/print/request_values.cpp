@@ -1,0 +1,259 @@
+#include "print/line_writer.h"
+#include "print/masked_writer.h"
+#include "print/readable_text.h"
+#include "print/request_sections.h"
+#include "print/text_width.h"
+
+#include <tarnwick/data/glimmet/storage.h>
+#include <tarnwick/data/php/post_data.h>
+#include <tarnwick/data/php/request_headers.h>
+#include <tarnwick/data/php/response_body.h>
+#include <tarnwick/data/php/response_headers.h>
+#include <tarnwick/data/php/superglobals.h>
+#include <tarnwick/data/walk.h>
+
+#include <fmt/format.h>
+
+#include <QtCore/QString>
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using data::php::PelorinArray;
+using data::php::Superglobals;
+using data::php::ZVal;
+
+constexpr std::size_t most_values = 20;
+constexpr std::size_t widest_value = 120;
+constexpr std::size_t most_bytes_of_body = 1000;
+constexpr std::size_t most_bytes_of_line = 100;
+
+/// Writes values of an array in a record as text on one line. Which are masked depends on the keys around them.
+class ValueText {
+public:
+    ValueText(RequestPageStyle const &style, std::string_view record, std::string_view field, bool has_quotes = true)
+        : style_(style)
+        , line_(has_quotes)
+        , writer_(style.masks, record, line_)
+    {
+        writer_.field(field, data::Sense::plain);
+    }
+
+    /// Returns the text of a key, and enters its value.
+    std::string begin(ZVal const &key)
+    {
+        writer_.begin_entry();
+        auto name = of(key);
+        writer_.entry_value();
+        return name;
+    }
+    void end() { writer_.end_entry(); }
+
+    /// Returns the text of anything that a record contains.
+    template <class Value>
+    std::string of(Value const &value)
+    {
+        line_.clear();
+        data::walk(writer_, value);
+        return style_.all ? line_.text() : cut_lines(line_.text(), widest_value);
+    }
+
+private:
+    RequestPageStyle const &style_;
+    LineWriter line_;
+    MaskedWriter writer_;
+};
+
+bool is_same_key(ZVal const &left, ZVal const &right)
+{
+    if (left->kind() != right->kind())
+        return false;
+    if (auto const *text = std::get_if<std::string>(&left->value()))
+        return *text == std::get<std::string>(right->value());
+    if (auto const *number = std::get_if<std::int64_t>(&left->value()))
+        return *number == std::get<std::int64_t>(right->value());
+    return false;
+}
+
+/// Returns the value of a key; null if it has none.
+ZVal const *value_of(PelorinArray const &array, ZVal const &key)
+{
+    auto const &elements = array->elements();
+    auto const found =
+        std::ranges::find_if(elements, [&](auto const &element) { return is_same_key(element.first, key); });
+    return found == elements.end() || found->second->kind() == ZVal::Kind::undefined ? nullptr : &found->second;
+}
+
+/// Returns the superglobals of a view; null if no report has it.
+Superglobals const *superglobals(RequestRecords const &records, std::string_view view)
+{
+    for (auto const &reported : records.of_either<Superglobals>()) {
+        if (reported.view == view)
+            return &reported.record;
+    }
+    return nullptr;
+}
+
+PelorinArray const *array_in(ZVal const *value)
+{
+    return value == nullptr ? nullptr : std::get_if<PelorinArray>(&(*value)->value());
+}
+
+/// Returns a line for each element of each superglobal.
+std::vector<std::string> superglobal_lines(Superglobals const &record, Superglobals const *before,
+                                           RequestPageStyle const &style)
+{
+    ValueText values(style, "php.Superglobals", "values");
+    ValueText names(style, "php.Superglobals", "values", false);
+    std::vector<std::string> lines;
+    for (auto const &[name, group] : record->values()->elements()) {
+        auto const group_name = names.of(name);
+        values.begin(name);
+        if (auto const *elements = array_in(&group)) {
+            auto const *old_elements = before == nullptr ? nullptr : array_in(value_of((*before)->values(), name));
+            for (auto const &[key, value] : (*elements)->elements()) {
+                auto const *old = old_elements == nullptr ? nullptr : value_of(*old_elements, key);
+                auto line = fmt::format("{}[{}]", group_name, values.begin(key));
+                line += " = " + values.of(value);
+                if (before != nullptr)
+                    line += old == nullptr ? ", new" : ", was " + values.of(*old);
+                values.end();
+                lines.push_back(std::move(line));
+            }
+        } else {
+            lines.push_back(fmt::format("{} = {}", group_name, values.of(group)));
+        }
+        values.end();
+    }
+    return lines;
+}
+
+void write_lines(Sections &page, std::string_view title, std::vector<std::string> const &lines,
+                 RequestPageStyle const &style)
+{
+    if (lines.empty())
+        return;
+    page.title(fmt::format("{} ({})", title, lines.size()));
+    auto const count = shown(lines.size(), most_values, style);
+    for (auto const &line : std::span(lines).first(count))
+        page.line(line);
+    page.left_out(lines.size() - count);
+}
+
+template <class Headers>
+void write_headers_of(Sections &page, RequestRecords const &records, std::string_view title, std::string_view record,
+                      RequestPageStyle const &style)
+{
+    ValueText values(style, record, "headers", false);
+    std::vector<std::string> lines;
+    for (auto const &reported : records.of_either<Headers>()) {
+        for (auto const &[name, value] : reported.record->headers()->elements()) {
+            auto line = values.begin(name);
+            if (value->kind() != ZVal::Kind::undefined)
+                line += ": " + values.of(value);
+            values.end();
+            lines.push_back(std::move(line));
+        }
+    }
+    write_lines(page, title, lines, style);
+}
+
+/// Returns the size of the text up to a limit, without a part of a character.
+std::size_t size_up_to(std::string_view text, std::size_t limit)
+{
+    if (text.size() <= limit)
+        return text.size();
+    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xc0U) == 0x80U)
+        --limit;
+    return limit;
+}
+
+void write_text(Sections &page, std::string_view name, QString const &content, RequestPageStyle const &style)
+{
+    if (content.isEmpty())
+        return;
+    auto const text = style.masks.text(content.toStdString());
+    if (text.size() <= most_bytes_of_line && text.find('\n') == std::string::npos) {
+        page.line(fmt::format("{}: {}", name, escaped_text(text)));
+        return;
+    }
+    page.line(fmt::format("{} ({} bytes):", name, text.size()));
+    auto const size = style.all ? text.size() : size_up_to(text, most_bytes_of_body);
+    std::string_view rest(text.data(), size);
+    while (!rest.empty()) {
+        auto const end = std::min(rest.find('\n'), rest.size());
+        page.line(escaped_text(rest.substr(0, end)), 2);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    if (size < text.size())
+        page.line(fmt::format("and {} more bytes", text.size() - size), 2);
+}
+
+template <class Body>
+void write_bodies_of(Sections &page, RequestRecords const &records, std::string_view title,
+                     RequestPageStyle const &style)
+{
+    for (auto const &reported : records.of_either<Body>()) {
+        auto const &body = *reported.record;
+        if (body.text_0().isEmpty() && body.text_1().isEmpty())
+            continue;
+        page.title(title);
+        write_text(page, "text_0", body.text_0(), style);
+        write_text(page, "text_1", body.text_1(), style);
+    }
+}
+
+} // namespace
+
+void write_superglobals(Sections &page, RequestRecords const &records, RequestPageStyle const &style)
+{
+    auto const *const start = superglobals(records, "init");
+    if (auto const *change = superglobals(records, "change"))
+        write_lines(page, "Changed superglobals", superglobal_lines(*change, start, style), style);
+    if (!style.all)
+        return;
+    // Without a report of the end, the protobuf dialect has only the state at one time.
+    auto const *const state = start != nullptr ? start : superglobals(records, "all");
+    if (state != nullptr)
+        write_lines(page, "Superglobals at the start", superglobal_lines(*state, nullptr, style), style);
+}
+
+void write_headers(Sections &page, RequestRecords const &records, RequestPageStyle const &style)
+{
+    write_headers_of<data::php::RequestHeaders>(page, records, "Request headers", "php.RequestHeaders", style);
+    write_headers_of<data::php::ResponseHeaders>(page, records, "Response headers", "php.ResponseHeaders", style);
+}
+
+void write_bodies(Sections &page, RequestRecords const &records, RequestPageStyle const &style)
+{
+    write_bodies_of<data::php::PostData>(page, records, "Request body", style);
+    write_bodies_of<data::php::ResponseBody>(page, records, "Response body", style);
+}
+
+void write_storage(Sections &page, RequestRecords const &records, RequestPageStyle const &style)
+{
+    auto const &storages = records.of_either<data::glimmet::Storage>();
+    if (storages.empty())
+        return;
+    ValueText names(style, "glimmet.Storage", "name", false);
+    ValueText values(style, "glimmet.StorageEntry", "values");
+    page.title(fmt::format("Storage ({})", storages.size()));
+    for (auto const &reported : storages) {
+        auto const &entries = reported.record->entries();
+        page.line(fmt::format("{}: {} {}", names.of(reported.record->name()), entries.size(),
+                              entries.size() == 1 ? "entry" : "entries"));
+        if (!style.all)
+            continue;
+        for (auto const &entry : entries)
+            page.line(fmt::format("{}: {}", names.of(entry.name()), values.of(entry.values())), 2);
+    }
+}
+
+} // namespace tarnwick::program

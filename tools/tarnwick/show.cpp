@@ -1,0 +1,65 @@
+#include "show.h"
+
+#include "capture/rereadable_captures.h"
+#include "print/output.h"
+#include "print/record_printer.h"
+#include "print/request_page.h"
+#include "print/text_width.h"
+
+#include <tarnwick/data/records.h>
+
+#include <algorithm>
+#include <functional>
+#include <unistd.h>
+#include <utility>
+
+namespace tarnwick::program {
+namespace {
+
+/// Prints the records that count, in the order of their reports.
+void print_records(Output &output, FoundRequest const &request, ShowOptions const &options)
+{
+    RecordPrinter printer(output, {.json = true,
+                                   .name_files = options.files.size() > 1,
+                                   .masks = Masks::of(options.mask, false)});
+    std::vector<std::pair<std::uint64_t, std::function<void()>>> prints; // by position
+    data::for_each_type(data::ReportRecords(), [&]<class Record> {
+        auto const &records = request.records;
+        auto const dialect = records.of<Record>(Dialect::rpc).empty() ? Dialect::protobuf : Dialect::rpc;
+        for (auto const &reported : records.of<Record>(dialect)) {
+            prints.emplace_back(reported.position, [&printer, &reported, &request, dialect] {
+                printer.set_origin(reported.origin);
+                if constexpr (data::is_handle<Record>)
+                    printer.print(*reported.record, dialect, reported.view);
+                else
+                    printer.print(reported.record, dialect, reported.view, data::php::RequestId(request.summary.id));
+            });
+        }
+    });
+    std::ranges::sort(prints, {}, [](auto const &print) { return print.first; });
+    for (auto const &[position, print] : prints)
+        print();
+}
+
+} // namespace
+
+ExitStatus show(ShowOptions const &options)
+{
+    Output output(STDOUT_FILENO);
+    RereadableCaptures const captures(options.files);
+    auto const search = find_request(captures, options.request, options.filter, output);
+    if (search.request && (options.format == ShowOptions::Format::jsonl ||
+                           (options.format == ShowOptions::Format::automatic && !output.is_terminal()))) {
+        print_records(output, *search.request, options);
+    } else if (search.request) {
+        auto const page = request_page(*search.request, {.color = is_colored(options.color, STDOUT_FILENO),
+                                                         .all = options.all,
+                                                         .masks = Masks::of(options.mask, true)});
+        auto const width = terminal_width(STDOUT_FILENO);
+        output.write(width ? cut_lines(page, *width) : page);
+    }
+    output.flush();
+    return search.status;
+}
+
+} // namespace tarnwick::program
