@@ -12,6 +12,9 @@
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "recover.h"
+#include "requests/column.h"
+#include "requests/request_columns.h"
+#include "requests/table_options.h"
 #include "schema.h"
 #include "show.h"
 #include "standard_error.h"
@@ -243,71 +246,92 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
 }
 
 /// Reads the columns that are separated by commas.
-std::vector<RequestColumn const *> read_columns(std::vector<std::string> const &names)
+template <class Row>
+std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &names,
+                                              std::span<Column<Row> const> columns)
 {
-    std::vector<RequestColumn const *> columns;
-    columns.reserve(names.size());
+    std::vector<Column<Row> const *> chosen;
+    chosen.reserve(names.size());
     for (auto const &name : names)
-        columns.push_back(&checked("--columns", [&]() -> RequestColumn const & { return request_column(name); }));
-    return columns;
+        chosen.push_back(&checked("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
+    return chosen;
 }
 
 /// Reads conditions on columns.
-std::vector<Condition> read_conditions(std::vector<std::string> const &texts)
+template <class Row>
+std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
 {
     std::vector<Condition> conditions;
     for (auto const &text : texts) {
         conditions.push_back(checked("--where", [&] {
             Condition condition(text);
-            condition.set_type(request_column(condition.field()).type);
+            condition.set_type(column_named(columns, condition.field()).type);
             return condition;
         }));
     }
     return conditions;
 }
 
-void read_sort(std::string const &argument, LsOptions &options)
+template <class Row>
+void read_sort(std::string const &argument, TableOptions<Row> &options, std::span<Column<Row> const> columns)
 {
     auto const colon = argument.find(':');
     auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
     if (direction != "asc" && direction != "desc")
         throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
     options.sort =
-        &checked("--sort", [&]() -> RequestColumn const & { return request_column(argument.substr(0, colon)); });
+        &checked("--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
     options.is_descending = direction == "desc";
 }
 
-void add_ls(CLI::App &app, LsOptions &options, ChoiceOptions &choice, Command &command)
+/// A command that prints a table.
+template <class Row>
+struct TableCommand {
+    std::string name;
+    std::string help;
+    std::string rows;       ///< what the lines show
+    std::string conditions; ///< examples
+    std::span<Column<Row> const> columns;
+    ExitStatus (*run)(TableOptions<Row> const &options);
+};
+
+template <class Row>
+void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions &choice, Command &command,
+                       TableCommand<Row> const &definition)
 {
-    using Format = LsOptions::Format;
-    auto &sub = add_command(app, "ls", "List the requests of captures", "usage: tarnwick ls [OPTION...] [FILE...]");
+    auto &sub = add_command(app, definition.name, definition.help,
+                            fmt::format("usage: tarnwick {} [OPTION...] [FILE...]", definition.name));
     add_files(sub, options.files);
     add_choice(sub, "--format", options.format,
-               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}, {"csv", Format::csv}},
+               {{"auto", TableFormat::automatic},
+                {"text", TableFormat::text},
+                {"jsonl", TableFormat::jsonl},
+                {"csv", TableFormat::csv}},
                "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
     add_mask(sub, options.mask, "only text and CSV are masked");
     std::vector<std::string_view> names;
-    for (auto const &column : request_columns())
+    for (auto const &column : definition.columns)
         names.push_back(column.name);
     sub.add_option("--columns", choice.columns, "the columns and their order, separated by commas")
         ->type_name("COLUMNS")
         ->delimiter(',')
         ->allow_extra_args(false);
-    add_report_choice(sub, options.filter.reports);
+    add_report_choice(sub, options.reports);
     add_conditions(sub, choice.conditions,
-                   "only requests whose column fulfils this, such as 'status>=500' or 'uri~^/api'; can be repeated");
+                   fmt::format("only {} whose column fulfils this, such as {}; can be repeated", definition.rows,
+                               definition.conditions));
     sub.add_option("--sort", choice.sort, "order by a column; add :desc for the largest first")
         ->type_name("COLUMN[:desc]")
         ->take_last();
-    add_top(sub, options.top, "only the first N requests");
+    add_top(sub, options.top, fmt::format("only the first N {}", definition.rows));
     sub.footer(fmt::format("Columns: {}\n\n{}", fmt::join(names, " "), exit_statuses));
-    sub.callback([&] {
+    sub.callback([&options, &choice, &command, columns = definition.columns, run = definition.run] {
         check_files(options.files);
-        options.columns = read_columns(choice.columns);
+        options.columns = read_columns(choice.columns, columns);
         if (!choice.sort.empty())
-            read_sort(choice.sort, options);
-        options.filter.conditions = read_conditions(choice.conditions);
-        command = [&options] { return ls(options); };
+            read_sort(choice.sort, options, columns);
+        options.conditions = read_conditions(choice.conditions, columns);
+        command = [&options, run] { return run(options); };
     });
 }
 
@@ -337,7 +361,7 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
     sub.footer(exit_statuses);
     sub.callback([&] {
         check_files(options.files);
-        options.filter.conditions = read_conditions(choice.conditions);
+        options.filter.conditions = read_conditions(choice.conditions, request_columns());
         command = [&options] { return show(options); };
     });
 }
@@ -556,7 +580,13 @@ ExitStatus dispatch(int argc, char const *const *argv)
     add_inspect(app, inspect_options, inspect_choice, command);
     LsOptions ls_options;
     ChoiceOptions ls_choice;
-    add_ls(app, ls_options, ls_choice, command);
+    add_table_command(app, ls_options, ls_choice, command,
+                      {.name = "ls",
+                       .help = "List the requests of captures",
+                       .rows = "requests",
+                       .conditions = "'status>=500' or 'uri~^/api'",
+                       .columns = request_columns(),
+                       .run = ls});
     ShowOptions show_options;
     ChoiceOptions show_choice;
     add_show(app, show_options, show_choice, command);

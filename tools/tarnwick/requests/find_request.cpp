@@ -5,6 +5,7 @@
 #include "requests/records_sink.h"
 #include "requests/request_columns.h"
 #include "requests/summary_sink.h"
+#include "requests/table_options.h"
 #include "standard_error.h"
 
 #include <fmt/format.h>
@@ -97,10 +98,7 @@ private:
 
 bool RequestFilter::fits(RequestSummary const &request) const
 {
-    return reports.accepts(data::php::RequestId(request.id)) &&
-           std::ranges::all_of(conditions, [&](Condition const &condition) {
-               return condition.holds(request_column(condition.field()).value(request));
-           });
+    return reports.accepts(data::php::RequestId(request.id)) && fulfils(request, conditions, request_columns());
 }
 
 RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,

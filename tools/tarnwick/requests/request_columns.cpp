@@ -1,13 +1,11 @@
 #include "requests/request_columns.h"
 
 #include "print/short_text.h"
-#include "unknown_name.h"
 
 #include <fmt/format.h>
 
 #include <QtCore/QString>
 
-#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -76,20 +74,6 @@ void write_dialects(JsonWriter &writer, Request const &request)
     writer.end_list();
 }
 
-/// A column of a count that is never absent.
-template <auto get>
-constexpr RequestColumn count_column(std::string_view name, std::string_view title)
-{
-    return {name,
-            title,
-            Align::right,
-            FieldType::number,
-            [](Request const &request) { return number(get(request)); },
-            [](Request const &request) { return fmt::format("{}", get(request)); },
-            [](Request const &request) { return fmt::format("{}", get(request)); },
-            [](JsonWriter &writer, Request const &request) { writer.integer(get(request)); }};
-}
-
 constexpr auto id_of = [](Request const &request) { return request.id; };
 constexpr auto number_of = [](Request const &request) { return request.number; };
 constexpr auto errors_of = [](Request const &request) { return Request::count(request.errors); };
@@ -97,7 +81,7 @@ constexpr auto events_of = [](Request const &request) { return Request::count(re
 constexpr auto statements_of = [](Request const &request) { return Request::count(request.statements); };
 
 constexpr std::array columns{
-    count_column<id_of>("request_id", "request id"),
+    count_column<Request, id_of>("request_id", "request id"),
     RequestColumn{"dialects", "dialects", Align::left, FieldType::text,
                   [](Request const &request) -> FieldValue {
                       if (request.dialects[0] && request.dialects[1])
@@ -168,9 +152,9 @@ constexpr std::array columns{
             else
                 writer.absent();
         }},
-    count_column<errors_of>("errors", "errors"),
-    count_column<events_of>("events", "events"),
-    count_column<statements_of>("statements", "statements"),
+    count_column<Request, errors_of>("errors", "errors"),
+    count_column<Request, events_of>("events", "events"),
+    count_column<Request, statements_of>("statements", "statements"),
     RequestColumn{"complete", "complete", Align::left, FieldType::boolean,
                   [](Request const &request) -> FieldValue { return request.is_complete(); },
                   [](Request const &request) -> std::string { return request.is_complete() ? "yes" : "no"; },
@@ -192,14 +176,15 @@ std::span<RequestColumn const> request_columns()
 
 RequestColumn const &request_column(std::string_view name)
 {
-    auto const *const found = std::ranges::find(columns, name, &RequestColumn::name);
-    if (found != columns.end())
-        return *found;
-    std::vector<std::string> names;
-    names.reserve(columns.size());
-    for (auto const &column : columns)
-        names.emplace_back(column.name);
-    throw unknown_name("no column is named", name, names);
+    return column_named(request_columns(), name);
+}
+
+void mask(RequestSummary &request, Masks const &masks)
+{
+    if (!request.start || !request.start->uri)
+        return;
+    masks.select_request(request.id);
+    request.start->uri = masks.text(*request.start->uri);
 }
 
 } // namespace tarnwick::program

@@ -1,0 +1,142 @@
+#pragma once
+
+#include "print/csv.h"
+#include "print/json_writer.h"
+#include "print/masks.h"
+#include "print/output.h"
+#include "print/terminal.h"
+#include "print/text_table.h"
+#include "print/text_width.h"
+#include "requests/column.h"
+#include "requests/table_options.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// Prints rows as a table for people, as JSON lines or as CSV. `mask(row, masks)` masks a row.
+template <class Row>
+class TablePrinter {
+public:
+    /// `all`: the columns of JSON and CSV. `for_people`: the names of those of the table.
+    TablePrinter(Output &output, TableOptions<Row> const &options, std::span<Column<Row> const> all,
+                 std::span<std::string_view const> for_people)
+        : output_(output)
+        , format_(options.format)
+    {
+        if (format_ == TableFormat::automatic)
+            format_ = output.is_terminal() ? TableFormat::text : TableFormat::jsonl;
+        masks_ = Masks::of(options.mask, format_ != TableFormat::jsonl);
+        columns_ = options.columns;
+        if (columns_.empty() && format_ == TableFormat::text) {
+            for (auto const name : for_people)
+                columns_.push_back(&column_named(all, name));
+        } else if (columns_.empty()) {
+            for (auto const &column : all)
+                columns_.push_back(&column);
+        }
+        if (format_ == TableFormat::csv)
+            print_csv([](Column<Row> const &column) { return std::string(column.name); });
+        if (format_ == TableFormat::text) {
+            width_ = terminal_width(STDOUT_FILENO);
+            start_table();
+        }
+    }
+
+    void print(Row row)
+    {
+        if (masks_.are_on())
+            mask(row, masks_);
+        switch (format_) {
+        case TableFormat::jsonl:
+            print_json(row);
+            break;
+        case TableFormat::csv:
+            print_csv([&](Column<Row> const &column) { return column.plain(row); });
+            break;
+        default:
+            add_row(row);
+        }
+    }
+
+    /// Prints what is kept for the width of columns.
+    void finish()
+    {
+        if (format_ == TableFormat::text)
+            print_table();
+    }
+
+private:
+    static constexpr std::size_t max_rows = 1000; ///< that share the width of their columns
+
+    void start_table()
+    {
+        std::vector<TextTable::Column> titles;
+        titles.reserve(columns_.size());
+        for (auto const *column : columns_)
+            titles.push_back({column->title, column->align});
+        table_ = TextTable(std::move(titles));
+    }
+
+    void print_json(Row const &row)
+    {
+        json_.begin_record({});
+        for (auto const *column : columns_) {
+            json_.field(column->name);
+            column->write(json_, row);
+        }
+        json_.end_record();
+        output_.write(json_.line());
+        output_.write("\n");
+        json_.clear();
+    }
+
+    template <class Cell>
+    void print_csv(Cell const &cell)
+    {
+        std::string line;
+        for (auto const *column : columns_) {
+            line += line.empty() ? "" : ",";
+            line += csv_cell(cell(*column));
+        }
+        output_.write(line + "\r\n");
+    }
+
+    void add_row(Row const &row)
+    {
+        std::vector<std::string> cells;
+        cells.reserve(columns_.size());
+        for (auto const *column : columns_)
+            cells.push_back(column->cell(row));
+        table_.add(std::move(cells));
+        if (++rows_ == max_rows)
+            print_table();
+    }
+
+    void print_table()
+    {
+        rows_ = 0;
+        for (auto const &line : table_.take_lines()) {
+            output_.write(width_ ? cut_lines(line, *width_) : line);
+            output_.write("\n");
+        }
+    }
+
+    Output &output_;
+    TableFormat format_;
+    Masks masks_;
+    std::vector<Column<Row> const *> columns_;
+    std::optional<std::size_t> width_; ///< of the terminal
+    TextTable table_{std::vector<TextTable::Column>()};
+    std::size_t rows_ = 0; ///< in the table
+    JsonWriter json_;
+};
+
+} // namespace tarnwick::program
