@@ -10,7 +10,7 @@ namespace tarnwick::program {
 struct RequestPageStyle {
     bool color = false;
     bool all = false; ///< nothing is left out or cut
-    Masks masks;
+    Masks masks{}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 /// Returns a request as text for people, with its secrets masked. Only sections that have content are printed.

@@ -1,3 +1,4 @@
+#include "print/json_writer.h"
 #include "print/line_writer.h"
 #include "print/masked_writer.h"
 #include "print/readable_text.h"
@@ -41,34 +42,37 @@ public:
     ValueText(RequestPageStyle const &style, std::string_view record, std::string_view field, bool has_quotes = true)
         : style_(style)
         , line_(has_quotes)
-        , writer_(style.masks, record, line_)
+        , masked_(style.masks, record, line_)
     {
-        writer_.field(field, data::Sense::plain);
+        masked_.field(field, data::Sense::plain);
     }
 
     /// Returns the text of a key, and enters its value.
     std::string begin(ZVal const &key)
     {
-        writer_.begin_entry();
+        masked_.begin_entry();
         auto name = of(key);
-        writer_.entry_value();
+        masked_.entry_value();
         return name;
     }
-    void end() { writer_.end_entry(); }
+    void end() { masked_.end_entry(); }
 
     /// Returns the text of anything that a record contains.
     template <class Value>
     std::string of(Value const &value)
     {
         line_.clear();
-        data::walk(writer_, value);
+        if (style_.masks.are_on())
+            data::walk(masked_, value);
+        else
+            data::walk(line_, value);
         return style_.all ? line_.text() : cut_lines(line_.text(), widest_value);
     }
 
 private:
     RequestPageStyle const &style_;
     LineWriter line_;
-    MaskedWriter writer_;
+    MaskedWriter masked_; ///< writes to `line_`
 };
 
 bool is_same_key(ZVal const &left, ZVal const &right)
@@ -91,6 +95,16 @@ ZVal const *value_of(PelorinArray const &array, ZVal const &key)
     return found == elements.end() || found->second->kind() == ZVal::Kind::undefined ? nullptr : &found->second;
 }
 
+/// Compares whole values, unlike their text, which can be cut or masked.
+bool is_same_value(ZVal const &left, ZVal const &right)
+{
+    JsonWriter left_writer;
+    JsonWriter right_writer;
+    data::walk(left_writer, left);
+    data::walk(right_writer, right);
+    return left_writer.line() == right_writer.line();
+}
+
 /// Returns the superglobals of a view; null if no report has it.
 Superglobals const *superglobals(RequestRecords const &records, std::string_view view)
 {
@@ -106,7 +120,7 @@ PelorinArray const *array_in(ZVal const *value)
     return value == nullptr ? nullptr : std::get_if<PelorinArray>(&(*value)->value());
 }
 
-/// Returns a line for each element of each superglobal.
+/// Returns a line for each element of each superglobal, or for each that differs from the state before, if there is one.
 std::vector<std::string> superglobal_lines(Superglobals const &record, Superglobals const *before,
                                            RequestPageStyle const &style)
 {
@@ -120,6 +134,8 @@ std::vector<std::string> superglobal_lines(Superglobals const &record, Superglob
             auto const *old_elements = before == nullptr ? nullptr : array_in(value_of((*before)->values(), name));
             for (auto const &[key, value] : (*elements)->elements()) {
                 auto const *old = old_elements == nullptr ? nullptr : value_of(*old_elements, key);
+                if (old != nullptr && is_same_value(*old, value))
+                    continue;
                 auto line = fmt::format("{}[{}]", group_name, values.begin(key));
                 line += " = " + values.of(value);
                 if (before != nullptr)

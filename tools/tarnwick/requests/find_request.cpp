@@ -44,7 +44,7 @@ public:
     [[nodiscard]] std::optional<RequestSummary> const &found() const { return found_; }
 
     /// Returns what a person should know about the choice; empty if nothing.
-    [[nodiscard]] std::string message() const
+    [[nodiscard]] std::string message(bool has_requests) const
     {
         if (found_ && others_.empty())
             return {};
@@ -52,7 +52,7 @@ public:
             return fmt::format("several requests have the id {}: this is @{}, others are {}", found_->id,
                                found_->number, list(others_, others_.size()));
         if (count_ == 0)
-            return "no request is in the captures, or none fulfils the conditions";
+            return has_requests ? "no request fulfils the conditions" : "no request is in the captures";
         if (name_.kind == RequestName::Kind::slowest)
             return "no request has a duration, because no report is the end of one";
         if (name_.kind == RequestName::Kind::number)
@@ -105,7 +105,9 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
                            Output &output)
 {
     RequestFinder finder(name);
+    bool has_requests = false;
     SummarySink summaries(filter.reports, [&](RequestSummary const &request) {
+        has_requests = true;
         if (filter.fits(request))
             finder.pass(request);
     });
@@ -115,7 +117,7 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
                       [&](auto const &frame, auto const & /*origin*/) { return summary_feed.feed(frame); }),
         std::nullopt};
     summaries.close_all();
-    if (auto const message = finder.message(); !message.empty())
+    if (auto const message = finder.message(has_requests); !message.empty())
         print_error(fmt::format("tarnwick: {}\n", message));
     if (!finder.found()) {
         search.status = std::max(search.status, wrong_usage);
@@ -123,12 +125,15 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
     }
 
     search.request = {*finder.found(), {}};
+    auto const &summary = search.request->summary;
+    bool is_complete = false;
     RecordsSink records(
-        filter.reports, [&](std::uint64_t number) { return number == search.request->summary.number; },
+        filter.reports, [&](std::uint64_t number) { return number == summary.number; },
         [&](RequestRecords &request) {
-            if (request.number != search.request->summary.number)
+            if (request.number != summary.number || is_complete)
                 return;
             search.request->records = std::move(request);
+            is_complete = true;
             throw EnoughResults();
         });
     RecordFeed record_feed(records);

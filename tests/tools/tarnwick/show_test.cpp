@@ -1,0 +1,135 @@
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/files.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarnwick::test::show_test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+Outcome show(std::vector<std::string> arguments, std::string_view input = {})
+{
+    arguments.insert(arguments.begin(), "show");
+    return run({.arguments = arguments}, input);
+}
+
+std::string start(std::uint64_t id, std::string const &uri)
+{
+    return delimited(rpc_php_frame_of("request_id { id: " + std::to_string(id) +
+                                      " } rinit { request { text_0: 'GET' text_1: '" + uri + "' } }"));
+}
+
+std::string end(std::uint64_t id, int seconds)
+{
+    return delimited(rpc_php_frame_of("request_id { id: " + std::to_string(id) +
+                                      " } rshutdown { response { status: 200 } duration { seconds: " +
+                                      std::to_string(seconds) + " } }"));
+}
+
+std::string const three_requests = start(5, "/a") + end(5, 2) + start(6, "/b") + end(6, 3) + start(5, "/c") + end(5, 1);
+
+TEST(Show, finds_a_request_by_id_number_or_name)
+{
+    auto const uri = [](std::string const &request, std::vector<std::string> const &options = {}) {
+        std::vector<std::string> arguments{"--format=text", request};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        auto const outcome = show(arguments, three_requests);
+        EXPECT_EQ(outcome.status, 0);
+        return outcome.out.substr(0, outcome.out.find("  "));
+    };
+    EXPECT_EQ(uri("6"), "GET /b");
+    EXPECT_EQ(uri("@3"), "GET /c");
+    EXPECT_EQ(uri("slowest"), "GET /b");
+    EXPECT_EQ(uri("last"), "GET /c");
+    EXPECT_EQ(uri("slowest", {"--where=uri!=/b"}), "GET /a");
+    EXPECT_EQ(uri("last", {"--where=duration>1s"}), "GET /b");
+}
+
+TEST(Show, reports_other_requests_with_the_id)
+{
+    auto const outcome = show({"--format=text", "5"}, three_requests);
+    EXPECT_THAT(outcome.out, StartsWith("GET /a"));
+    EXPECT_EQ(outcome.err, "tarnwick: several requests have the id 5: this is @1, others are @3\n");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Show, reports_which_requests_there_are)
+{
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string capture;
+        std::string message;
+    };
+    Case const cases[] = {
+        {{"9"}, three_requests, "no request has the id 9; the ids of the 3 requests are 5, 6, 5"},
+        {{"@9"}, three_requests, "no request has the number @9; there are 3 requests"},
+        {{"slowest"}, start(5, "/a"), "no request has a duration, because no report is the end of one"},
+        {{"last", "--where=status=404"}, three_requests, "no request fulfils the conditions"},
+        {{"last", "--dialect=protobuf"}, three_requests, "no request is in the captures"},
+    };
+    for (auto const &[arguments, capture, message] : cases) {
+        auto const outcome = show(arguments, capture);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, "tarnwick: " + message + "\n");
+        EXPECT_EQ(outcome.status, 2);
+    }
+}
+
+TEST(Show, prints_the_records_that_count_as_json_lines)
+{
+    auto const capture = delimited(rshutdown_frame_of(5, "response_status: 100")) + three_requests +
+                         delimited(error_frame_of(5, "number: 4"));
+    auto const outcome = show({"@1"}, capture);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, StartsWith(R"({"record":"php.RInit","frame":2,)"));
+    EXPECT_THAT(outcome.out, AllOf(Not(HasSubstr("\"response_status\":100")), Not(HasSubstr("php.ErrorData")),
+                                   HasSubstr(R"("record":"php.RShutdown","frame":3,)")));
+    EXPECT_THAT(show({"@3"}, capture).out, HasSubstr(R"("record":"php.ErrorData","frame":8,)"));
+}
+
+TEST(Show, reads_pipes_and_files)
+{
+    TemporaryFile const file(three_requests);
+    EXPECT_THAT(show({"@4", file.name(), "-"}, start(8, "/d")).out, HasSubstr(R"("file":"-","frame":1,)"));
+}
+
+TEST(Show, reports_a_fault_once)
+{
+    auto const outcome = show({"5"}, start(5, "/a") + "\x05xxxxx");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, StartsWith("-: frame 2 at byte "));
+    EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1);
+}
+
+TEST(Show, cuts_lines_at_the_width_of_the_terminal)
+{
+    TemporaryFile const file(three_requests);
+    EXPECT_EQ(run({.arguments = {"show", "6", file.name(), "--color=never"},
+                   .out = Sink::terminal,
+                   .terminal_columns = 20})
+                  .out,
+              "GET /b  200  3.00 s…\n  @2, id 6, rpc, st…\n");
+}
+
+TEST(Show, reports_wrong_usage)
+{
+    EXPECT_THAT(show({"x"}).err,
+                StartsWith("tarnwick: REQUEST: 'x' is not a request: give its id, its number as @1, slowest or last\n"));
+    EXPECT_EQ(show({"x"}).status, 2);
+    EXPECT_EQ(show({}).status, 2);
+    EXPECT_EQ(show({"-1"}).status, 2);
+    EXPECT_EQ(show({"18446744073709551616"}).status, 2);
+}
+
+} // namespace
+} // namespace tarnwick::test::show_test
