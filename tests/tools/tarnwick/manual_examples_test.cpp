@@ -1,0 +1,95 @@
+// The examples in the manual pages, and the first look of the README, match the program.
+
+#include "support/config_files.h"
+#include "tools/tarnwick/support/manual.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::test::manual_examples_test {
+namespace {
+
+/// Runs a command line in the folder of the captures. Standard error follows standard output.
+Outcome shell(std::string const &command)
+{
+    WorkingFolder const here(TARNWICK_CAPTURES);
+    auto const folder = std::filesystem::path(TARNWICK_PROGRAM).parent_path().string();
+    return run({.arguments = {"-c", "PATH='" + folder + "':$PATH; " + command},
+                .err = Sink::output,
+                .program = "/bin/sh"});
+}
+
+std::string replaced(std::string text, std::string_view part, std::string_view replacement)
+{
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + replacement.size()))
+        text.replace(at, part.size(), replacement);
+    return text;
+}
+
+/// The start of a line with a command in the README, and the command that it runs.
+struct Start {
+    std::string_view line;
+    std::string_view command;
+};
+
+class ManualExamples : public testing::TestWithParam<std::string_view> {};
+
+TEST_P(ManualExamples, match_the_program)
+{
+    auto const examples = examples_of(std::string(GetParam()));
+    EXPECT_FALSE(examples.empty());
+    for (auto const &[command, output] : examples) {
+        SCOPED_TRACE(command);
+        if (command.find("--follow") != std::string::npos)
+            continue;
+        if (output) {
+            EXPECT_EQ(shell(command).out, *output);
+        } else {
+            // The programs that read the output need not be installed.
+            auto const outcome = shell(command.substr(0, command.find(" | ")));
+            EXPECT_EQ(outcome.status, 0) << outcome.out;
+        }
+    }
+}
+
+TEST(ReadmeExamples, match_the_program)
+{
+    std::ifstream const file(TARNWICK_SOURCES "/README.md");
+    std::ostringstream all;
+    all << file.rdbuf();
+    auto const text = all.str();
+    std::size_t runs = 0;
+    for (auto const &[start, command] : {Start{"\n    ./dev demo ", "tarnwick ls --format=text "},
+                                         Start{"\n    tarnwick show ", "tarnwick show --format=text "}}) {
+        for (auto at = text.find(start); at != std::string::npos; at = text.find(start, at + 1), ++runs) {
+            auto const arguments = at + start.size();
+            auto const end = text.find('\n', arguments);
+            auto const output = text.find("```\n", end) + 4;
+            SCOPED_TRACE(text.substr(at, end - at));
+            std::string line(command);
+            line += text.substr(arguments, end - arguments);
+            // `./dev demo` reads all captures.
+            line += line.find(".tnw") == std::string::npos ? " *.tnw" : "";
+            EXPECT_EQ(shell(replaced(line, "examples/captures/", {})).out,
+                      text.substr(output, text.find("```", output) - output));
+        }
+    }
+    EXPECT_EQ(runs, 2U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pages, ManualExamples,
+                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-schema.1",
+                                         "tarnwick-show.1"),
+                         [](auto const &page) {
+                             auto const name = std::string(page.param).substr(std::string_view("tarnwick-").size());
+                             return name.substr(0, name.find('.'));
+                         });
+
+} // namespace
+} // namespace tarnwick::test::manual_examples_test
