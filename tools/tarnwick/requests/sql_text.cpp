@@ -127,6 +127,7 @@ private:
     void add_sign();
     void open(Piece piece);
     void close(Piece piece);
+    void drop_cut_row();
     [[nodiscard]] Piece last() const { return pieces_.empty() ? Piece() : pieces_.back(); }
     [[nodiscard]] bool expects_value() const;
     [[nodiscard]] bool is_last_row_repeated(std::size_t first, std::size_t second) const;
@@ -248,6 +249,18 @@ bool Shape::is_last_row_repeated(std::size_t first, std::size_t second) const
                               &Piece::text);
 }
 
+/// If the text is cut in a row that follows another, drops it: the whole row could have been equal to the other.
+void Shape::drop_cut_row()
+{
+    for (std::size_t i = 1; i < groups_.size(); ++i) {
+        if (groups_[i].is_row && groups_[i - 1].last_row != no_piece) {
+            pieces_.resize(groups_[i].open - 1); // the comma too
+            groups_.resize(i);
+            return;
+        }
+    }
+}
+
 bool can_precede_dot(Kind kind)
 {
     return kind == Kind::word || kind == Kind::name || kind == Kind::placeholder || kind == Kind::close;
@@ -256,6 +269,7 @@ bool can_precede_dot(Kind kind)
 std::string Shape::finish()
 {
     add_sign();
+    drop_cut_row();
     // The text can be cut in a list.
     if (auto const &group = groups_.back(); group.is_list && group.has_only_values && group.has_values) {
         pieces_.resize(group.open + 1);

@@ -21,7 +21,8 @@ namespace tarnwick::program {
 /// in comments have the same shape, and the shape of a shape is the shape.
 ///
 /// Strings and numbers become `?`; a sign is part of its number. A list of literals and placeholders after IN, VALUES
-/// or ARRAY becomes `(?...)`, and of several equal rows the first remains. Other placeholders, names and words are
+/// or ARRAY becomes `(?...)`, and of several equal rows the first remains. A row in which the text ends counts as equal
+/// to those before it. Other placeholders, names and words are
 /// unchanged: keywords keep their case.
 std::string statement_shape(std::string_view statement);
 
