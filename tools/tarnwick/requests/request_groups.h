@@ -15,17 +15,23 @@ namespace tarnwick::program {
 /// Groups reports into requests. A request closes at its next start in the same dialect, or when `max_others` other
 /// requests have begun since its last report. Later reports with its id begin another request.
 ///
-/// Requests are passed on in the order of their first reports, so a closed request waits for those before it. Memory is
-/// proportional to the requests that are open or wait.
+/// Memory is proportional to the requests that are open or wait for others.
 ///
-/// `Request` has a member `number`, which is set to its position in this order, from 1.
+/// `Request` has a member `number`, which is set to its position in the order of first reports, from 1.
 template <class Request>
 class RequestGroups {
 public:
     static constexpr std::uint64_t max_others = 4096;
 
-    explicit RequestGroups(std::function<void(Request &request)> pass_on)
+    /// When requests are passed on.
+    enum class Order : std::uint8_t {
+        first_report, ///< in the order of their first reports: a closed request waits for those before it
+        closing,      ///< when they close
+    };
+
+    explicit RequestGroups(std::function<void(Request &request)> pass_on, Order order = Order::first_report)
         : pass_on_(std::move(pass_on))
+        , order_(order)
     {
     }
 
@@ -87,6 +93,10 @@ private:
         entry->is_open = false;
         open_.erase(entry->id);
         recent_.erase(entry->place);
+        if (order_ == Order::closing) {
+            pass_on_(entry->request);
+            entries_.erase(entry);
+        }
     }
 
     void pass_on_closed()
@@ -96,6 +106,7 @@ private:
     }
 
     std::function<void(Request &request)> pass_on_;
+    Order order_;
     std::list<Entry> entries_; ///< open, or waiting for those before them
     std::list<Place> recent_;  ///< open, the one with the oldest last report first
     Open open_;

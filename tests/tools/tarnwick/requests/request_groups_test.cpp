@@ -104,5 +104,21 @@ TEST_F(RequestGroupsTest, closed_requests_wait_for_an_open_one_before_them)
     EXPECT_THAT(requests_, ElementsAre("1 a", "2 b"));
 }
 
+TEST(RequestGroups, pass_requests_on_when_they_close_if_asked)
+{
+    std::vector<std::string> passed_on;
+    using Groups = RequestGroups<Request>;
+    Groups groups(
+        [&](Request const &request) { passed_on.push_back(std::to_string(request.number) + ' ' + request.reports); },
+        Groups::Order::closing);
+    groups.of(5, Dialect::rpc, true).reports += "a";
+    groups.of(6, Dialect::rpc, true).reports += "b";
+    groups.of(6, Dialect::rpc, true).reports += "c";
+    EXPECT_THAT(passed_on, ElementsAre("2 b"));
+    groups.of(5, Dialect::protobuf, false).reports += "d";
+    groups.close_all();
+    EXPECT_THAT(passed_on, ElementsAre("2 b", "3 c", "1 ad"));
+}
+
 } // namespace
 } // namespace tarnwick::program::request_groups_test
