@@ -14,10 +14,12 @@
 #include "recover.h"
 #include "requests/column.h"
 #include "requests/request_columns.h"
+#include "requests/statement_columns.h"
 #include "requests/table_options.h"
 #include "schema.h"
 #include "show.h"
 #include "standard_error.h"
+#include "statements.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -590,6 +592,15 @@ ExitStatus dispatch(int argc, char const *const *argv)
     ShowOptions show_options;
     ChoiceOptions show_choice;
     add_show(app, show_options, show_choice, command);
+    StatementsOptions statements_options;
+    ChoiceOptions statements_choice;
+    add_table_command(app, statements_options, statements_choice, command,
+                      {.name = "statements",
+                       .help = "List the SQL statements of captures",
+                       .rows = "statements",
+                       .conditions = "'word=SELECT' or 'total>100ms'",
+                       .columns = statement_columns(),
+                       .run = statements});
     RecoverOptions recover_options;
     add_recover(app, recover_options, command);
     JsonStyle schema_style;

@@ -27,6 +27,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::test::masks_test {
@@ -199,6 +200,8 @@ std::vector<Place> const places{
     {"event", {login, {Report::Kind::monitor, R"(text: "SECRET" custom { text_0: "a" text_1: "b SECRET" })"}}},
     {"event_value", {login, {Report::Kind::monitor, R"(custom { value { string_value: "SECRET" } })"}}},
     {"file", {login, {Report::Kind::php, R"(error { error { location { file: "/a/SECRET.php" } } })"}}},
+    {"call_site",
+     {query(R"(text: "a" stack_trace { frames { function { location { file: "/a.php?token=SECRET" } } } })")}},
     {"literal_in_a_message", {query(R"(text: "a = 'SECRET'")"), message("duplicate entry SECRET")}},
     {"storage_in_a_message", {{Report::Kind::storage, R"(entries { values: "SECRET" })"}, message("SECRET")}},
     {"cookie_in_an_argument", {headers(text_entry("Cookie", "sid=SECRET")), call(R"(string_value: "SECRET")")}},
@@ -256,6 +259,22 @@ TEST_P(PlantedSecrets, are_printed_without_masks)
 
 INSTANTIATE_TEST_SUITE_P(Masks, PlantedSecrets, testing::Values("text", "jsonl"),
                          [](auto const &instance) { return std::string(instance.param); });
+
+TEST(Masks, hide_secrets_in_tables)
+{
+    auto const secrets = planted();
+    for (auto const &[command, place] : {std::pair("ls", "uri"), std::pair("statements", "call_site")}) {
+        for (std::string const format : {"--format=text", "--format=csv", "--format=jsonl"}) {
+            auto const found = [&](std::string const &mask) {
+                auto const outcome = run({.arguments = {command, format, mask}}, secrets.capture);
+                EXPECT_EQ(outcome.status, 0) << outcome.err;
+                return places_of_secrets(secrets, outcome.out, true);
+            };
+            EXPECT_THAT(found("--mask=default"), IsEmpty()) << command << format;
+            EXPECT_THAT(found("--mask=none"), testing::Contains(place)) << command << format;
+        }
+    }
+}
 
 TEST(Masks, are_the_default_of_text_only)
 {

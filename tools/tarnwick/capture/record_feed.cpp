@@ -3,6 +3,7 @@
 #include "capture/report_parser.h"
 #include "print/record_selection.h"
 #include "requests/records_sink.h"
+#include "requests/statement_sink.h"
 #include "requests/summary_sink.h"
 
 #include <tarnwick/data/record_messages.h>
@@ -260,6 +261,7 @@ void RecordFeed<Sink>::build(ReportSource const &source, std::string_view view, 
 
 template class RecordFeed<RecordSelection>;
 template class RecordFeed<RecordsSink>;
+template class RecordFeed<StatementSink>;
 template class RecordFeed<SummarySink>;
 
 } // namespace tarnwick::program

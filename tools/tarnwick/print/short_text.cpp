@@ -49,6 +49,22 @@ std::string short_size_text(std::int64_t bytes)
     return scaled(static_cast<double>(bytes), std::array<std::string_view, 5>{"B", "kB", "MB", "GB", "TB"});
 }
 
+std::string_view start_of_text(std::string_view text, std::size_t max_bytes)
+{
+    if (text.size() <= max_bytes)
+        return text;
+    auto end = max_bytes;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80U)
+        --end;
+    return text.substr(0, end);
+}
+
+std::string cut_text(std::string_view text, std::size_t max_bytes)
+{
+    auto const start = start_of_text(text, max_bytes);
+    return std::string(start) + (start.size() < text.size() ? "…" : "");
+}
+
 std::string iso_text(data::TimePair value)
 {
     auto text = instant_text(value);

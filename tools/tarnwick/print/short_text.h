@@ -4,8 +4,10 @@
 
 #include <tarnwick/data/time_pair.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tarnwick::program {
 
@@ -17,6 +19,11 @@ std::string short_instant_text(data::TimePair value);
 std::string short_span_text(data::TimePair value);
 /// Returns a number of bytes like `10.8 MB`, in powers of 1,000.
 std::string short_size_text(std::int64_t bytes);
+
+/// Returns the longest start of a UTF-8 text that has at most `max_bytes` and ends between characters.
+std::string_view start_of_text(std::string_view text, std::size_t max_bytes);
+/// Returns the text. Of a longer text than `max_bytes`, returns the start and an ellipsis.
+std::string cut_text(std::string_view text, std::size_t max_bytes);
 
 // Values for other programs, with all digits.
 

@@ -1,5 +1,7 @@
 #include "requests/summary_sink.h"
 
+#include "print/short_text.h"
+
 #include <tarnwick/data/record_messages.h>
 #include <tarnwick/messages.h>
 
@@ -11,21 +13,16 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr qsizetype max_method = 24;
-constexpr qsizetype max_uri = 500;
+constexpr std::size_t max_method = 24;
+constexpr std::size_t max_uri = 500;
 
-/// Returns text as UTF-8, nothing for a null text. Cuts a text of more than `max_bytes` between characters.
-std::optional<std::string> short_text(QString const &text, qsizetype max_bytes)
+/// Returns text as UTF-8, cut if it has more than `max_bytes`; nothing for a null text.
+std::optional<std::string> short_text(QString const &text, std::size_t max_bytes)
 {
     if (text.isNull())
         return std::nullopt;
     auto const bytes = text.toUtf8();
-    if (bytes.size() <= max_bytes)
-        return bytes.toStdString();
-    auto end = max_bytes;
-    while ((static_cast<unsigned char>(bytes[end]) & 0xc0U) == 0x80U)
-        --end;
-    return bytes.first(end).toStdString() + "…";
+    return cut_text({bytes.constData(), static_cast<std::size_t>(bytes.size())}, max_bytes);
 }
 
 } // namespace

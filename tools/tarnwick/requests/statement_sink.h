@@ -1,0 +1,113 @@
+#pragma once
+
+#include "capture/record_feed.h"
+#include "print/record_selection.h"
+#include "requests/request_groups.h"
+#include "requests/request_start.h"
+#include "requests/statement_summary.h"
+
+#include <tarnwick/data/glimmet/sql_queries.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// Counts the statements of requests. A sink of `RecordFeed`, which builds only the records of queries.
+///
+/// Queries with the same shape are one statement. Of each request, the queries of the rpc dialect count if it reports
+/// any, otherwise those of the protobuf dialect.
+///
+/// No record is kept. Memory is proportional to the different statements, and to those of each open request.
+class StatementSink {
+public:
+    /// Only the first bytes of longer statements are read.
+    static constexpr std::size_t max_text = std::size_t{1} << 20;
+    /// Longer shapes are cut, but remain different statements.
+    static constexpr std::size_t max_shape = 4096;
+    static constexpr std::size_t max_call_site = 1000;
+
+    /// `reports` stays valid.
+    explicit StatementSink(ReportChoice const &reports);
+
+    /// Returns the statements in the order of their first queries. REQUIRES: the sink is not used again.
+    std::vector<StatementSummary> finish();
+
+    [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
+    /// Every request counts for the closing of others, so that requests do not depend on the choice.
+    [[nodiscard]] static bool accepts(data::php::RequestId /*request_id*/) { return true; }
+
+    template <class Message>
+    void begin(ReportSource const &source, Message const &message)
+    {
+        begin(source, is_start(message));
+    }
+    template <class Record>
+    [[nodiscard]] bool wants() const
+    {
+        return std::is_same_v<Record, data::glimmet::SqlQueries> && is_chosen_;
+    }
+    void take(data::glimmet::SqlQueries const &record, ReportSource const &source, std::string_view view);
+    template <class Record>
+    void take(Record const & /*record*/, ReportSource const & /*source*/, std::string_view /*view*/)
+    {
+    }
+
+private:
+    /// A shape with the hash of the whole shape if it is cut.
+    struct Shape {
+        std::string_view text;
+        std::size_t hash = 0;
+
+        bool operator==(Shape const &) const = default;
+    };
+    struct HashOfShape {
+        std::size_t operator()(Shape const &shape) const { return shape.hash; }
+    };
+    struct Statement {
+        StatementSummary summary;
+        std::uint64_t first_located = UINT64_MAX; ///< position of the first query that has a call site
+    };
+    /// Queries of one request with the same shape and call site.
+    struct Calls {
+        std::uint64_t first = 0; ///< position among all queries
+        std::uint64_t count = 0;
+        std::uint64_t errors = 0;
+        long double total = 0; ///< nanoseconds
+        data::TimePair slowest;
+    };
+    struct Request {
+        std::uint64_t number = 0;
+        std::uint64_t id = 0;
+        bool has_rpc = false;
+        /// By statement and call site.
+        std::map<std::pair<std::size_t, std::size_t>, Calls> calls;
+    };
+
+    void begin(ReportSource const &source, bool is_start);
+    void add(data::glimmet::detail::SqlQuery const &query);
+    void close(Request const &request);
+    std::size_t statement_of(data::glimmet::detail::SqlQuery const &query);
+    std::size_t call_site_of(data::glimmet::detail::SqlQuery const &query);
+
+    ReportChoice const &reports_;
+    RequestGroups<Request> groups_;
+    Request *request_ = nullptr; ///< of the current report
+    bool is_chosen_ = false;
+    std::uint64_t queries_ = 0;
+    // Views are of texts that stay in place.
+    std::deque<Statement> statements_;
+    std::unordered_map<Shape, std::size_t, HashOfShape> statement_places_;
+    std::deque<std::string> call_sites_;
+    std::unordered_map<std::string_view, std::size_t> call_site_places_;
+};
+
+} // namespace tarnwick::program

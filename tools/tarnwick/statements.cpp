@@ -1,0 +1,47 @@
+#include "statements.h"
+
+#include "capture/captures.h"
+#include "capture/record_feed.h"
+#include "print/output.h"
+#include "print/table_printer.h"
+#include "requests/sorted_rows.h"
+#include "requests/statement_columns.h"
+#include "requests/statement_sink.h"
+
+#include <array>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace tarnwick::program {
+namespace {
+
+constexpr std::array<std::string_view, 7> statement_columns_for_people{
+    "total", "count", "slowest", "requests", "n_plus_one", "call_site", "statement"};
+
+} // namespace
+
+ExitStatus statements(StatementsOptions const &options)
+{
+    auto const columns = statement_columns();
+    Output output(STDOUT_FILENO);
+    TablePrinter<StatementSummary> printer(output, options, columns, statement_columns_for_people);
+    StatementSink sink(options.reports);
+    RecordFeed feed(sink);
+    auto const status = read_captures(capture_files(options.files), output,
+                                      [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+    bool const is_default = options.sort == nullptr;
+    SortedRows<StatementSummary> sorted(is_default ? column_named(columns, "total") : *options.sort,
+                                        is_default || options.is_descending, options.top);
+    for (auto &statement : sink.finish()) {
+        if (fulfils(statement, options.conditions, columns))
+            sorted.add(std::move(statement));
+    }
+    for (auto const &statement : sorted.sorted())
+        printer.print(statement);
+    printer.finish();
+    output.flush();
+    return status;
+}
+
+} // namespace tarnwick::program
