@@ -6,8 +6,10 @@
 #include "print/sections.h"
 #include "print/short_text.h"
 #include "print/text_table.h"
-#include "requests/call_site.h"
-#include "requests/sql_text.h"
+#include "print/text_width.h"
+#include "requests/column.h"
+#include "requests/statement_columns.h"
+#include "requests/statement_sink.h"
 
 #include <tarnwick/data/records.h>
 
@@ -16,9 +18,11 @@
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
+#include <span>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::program {
@@ -27,6 +31,7 @@ namespace {
 using data::glimmet::FunctionStats;
 
 constexpr std::size_t most_rows = 10;
+constexpr std::size_t widest_statement = 120;
 
 void collect_secrets(FoundRequest const &request, Masks const &masks)
 {
@@ -107,6 +112,46 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
     page.left_out(functions.size() - count);
 }
 
+void write_statements(Sections &page, FoundRequest const &request, RequestPageStyle const &style)
+{
+    ReportChoice const every_report;
+    StatementSink sink(every_report);
+    ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
+    sink.begin(source, TraceChunk());
+    std::size_t queries = 0;
+    for (auto const &reported : request.records.of_either<data::glimmet::SqlQueries>()) {
+        sink.take(reported.record, source, reported.view);
+        queries += static_cast<std::size_t>(reported.record->queries().size());
+    }
+    auto statements = sink.finish();
+    if (statements.empty())
+        return;
+    std::ranges::stable_sort(statements, std::ranges::greater(),
+                             [](auto const &statement) { return nanoseconds(statement.slowest); });
+    std::vector<TextTable::Column> titles;
+    std::vector<Column<StatementSummary> const *> columns;
+    for (auto const *const name : {"slowest", "total", "count", "n_plus_one", "call_site", "statement"}) {
+        columns.push_back(&column_named(statement_columns(), name));
+        titles.push_back({columns.back()->title, columns.back()->align});
+    }
+    TextTable table(std::move(titles));
+    auto const count = shown(statements.size(), most_rows, style);
+    for (auto &statement : std::span(statements).first(count)) {
+        mask(statement, style.masks);
+        std::vector<std::string> cells;
+        cells.reserve(columns.size());
+        for (auto const *column : columns)
+            cells.push_back(column->cell(statement));
+        if (!style.all)
+            cells.back() = cut_lines(cells.back(), widest_statement);
+        table.add(std::move(cells));
+    }
+    page.title(fmt::format("Statements ({}, {} different)", queries, statements.size()));
+    for (auto const &line : table.take_lines())
+        page.line(line);
+    page.left_out(statements.size() - count);
+}
+
 } // namespace
 
 std::string message_text(QString const &text, RequestPageStyle const &style)
@@ -133,6 +178,7 @@ std::string request_page(FoundRequest const &request, RequestPageStyle const &st
     write_head(page, request, style);
     write_events(page, request, style);
     write_functions(page, request.records, style);
+    write_statements(page, request, style);
     write_superglobals(page, request.records, style);
     write_headers(page, request.records, style);
     write_bodies(page, request.records, style);

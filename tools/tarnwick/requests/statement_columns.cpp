@@ -105,7 +105,8 @@ std::span<StatementColumn const> statement_columns()
 
 void mask(StatementSummary &summary, Masks const &masks)
 {
-    summary.statement = masks.statement(summary.statement);
+    // The shape has no literals left; names of tables stay readable.
+    summary.statement = masks.name(summary.statement);
     summary.call_site = masks.name(summary.call_site);
 }
 
