@@ -1,7 +1,13 @@
 // Secrets do not reach the output.
 
+#include "capture/rereadable_captures.h"
+#include "print/masks.h"
+#include "print/output.h"
+#include "print/request_page.h"
+#include "requests/find_request.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/config_program.h"
+#include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
 
 #include <pelorin/protobuf/Glimmet/error.pb.h>
@@ -24,6 +30,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -274,6 +281,32 @@ TEST(Masks, hide_secrets_in_tables)
             EXPECT_THAT(found("--mask=none"), testing::Contains(place)) << command << format;
         }
     }
+}
+
+TEST(Masks, hide_secrets_in_pages_of_requests)
+{
+    using namespace program;
+    auto const secrets = planted();
+    TemporaryFile const file(secrets.capture);
+    MemoryFile const nowhere;
+    Output output(nowhere.descriptor());
+    RereadableCaptures const captures({file.name()});
+    auto const pages = [&](Masks const &masks) {
+        std::string all;
+        for (std::uint64_t number = 1; number <= secrets.secrets.size(); ++number) {
+            auto const search = find_request(captures, {RequestName::Kind::number, number}, {}, output);
+            all += request_page(search.request.value(), {.all = true, .masks = masks});
+        }
+        return all;
+    };
+    EXPECT_THAT(places_of_secrets(secrets, pages(Masks(MaskRules())), true), IsEmpty());
+    // Arguments of calls, connections and literals of statements are not on the page.
+    std::set<std::string> absent;
+    for (auto const &name : places_of_secrets(secrets, pages(Masks()), false))
+        absent.insert(name);
+    EXPECT_THAT(absent, testing::ElementsAre("argument_by_key", "argument_of_json", "dsn", "dsn_url", "property",
+                                             "sql_in_an_argument", "sql_literal", "sql_literal_in_double_quotes",
+                                             "sql_of_protobuf", "sql_twice"));
 }
 
 TEST(Masks, are_the_default_of_text_only)

@@ -8,6 +8,7 @@
 #include "print/text_table.h"
 #include "print/text_width.h"
 #include "requests/column.h"
+#include "requests/sql_text.h"
 #include "requests/statement_columns.h"
 #include "requests/statement_sink.h"
 
@@ -119,9 +120,15 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
     ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
     sink.begin(source, TraceChunk());
     std::size_t queries = 0;
+    std::vector<std::string> failures;
     for (auto const &reported : request.records.of_either<data::glimmet::SqlQueries>()) {
         sink.take(reported.record, source, reported.view);
-        queries += static_cast<std::size_t>(reported.record->queries().size());
+        for (auto const &query : reported.record->queries()) {
+            ++queries;
+            if (query->error())
+                failures.push_back(fmt::format("{} failed: {}", first_word(query->text().toStdString()),
+                                               message_text(query->error()->message(), style)));
+        }
     }
     auto statements = sink.finish();
     if (statements.empty())
@@ -150,6 +157,10 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
     for (auto const &line : table.take_lines())
         page.line(line);
     page.left_out(statements.size() - count);
+    auto const failed = shown(failures.size(), most_rows, style);
+    for (auto const &failure : std::span(failures).first(failed))
+        page.line(failure);
+    page.left_out(failures.size() - failed);
 }
 
 } // namespace

@@ -170,15 +170,18 @@ TEST(RequestPage, groups_statements_and_marks_those_in_a_loop)
         return "queries { text: '" + text + "' time { nanos: " + std::to_string(milliseconds) +
                "000000 } stack_trace { " + call("find", "/app/models.php", 7) + "} } ";
     };
-    std::string queries = query("UPDATE t SET a = 5", 4) + query("COMMIT", 9);
+    std::string queries = query("UPDATE t SET a = 5", 4) + query("COMMIT", 9) +
+                          "queries { text: 'DELETE FROM u' error { message: 'no such table: u' } } ";
     for (int i = 0; i < 12; ++i)
         queries += query("SELECT * FROM t WHERE id = " + std::to_string(i), i == 3 ? 7 : 1);
     EXPECT_EQ(sections({start(), end(), profile("sql_queries { " + queries + "}")}), R"(
-Statements (14, 3 different)
+Statements (15, 4 different)
   slowest    total  count  N+1  call site     statement
   9.00 ms  9.00 ms      1    -  models.php:7  COMMIT
   7.00 ms  18.0 ms     12  12x  models.php:7  SELECT * FROM t WHERE id = ?
   4.00 ms  4.00 ms      1    -  models.php:7  UPDATE t SET a = ?
+     0 ns     0 ns      1    -  -             DELETE FROM u
+  DELETE failed: "no such table: u"
 )");
 }
 
