@@ -37,7 +37,9 @@ ExitStatus inspect(InspectOptions const &options)
     RecordFeed feed(selection, options.all_records);
     auto const print = [&](capture::v1::Frame const &frame, Origin const &origin) {
         printer.set_origin(origin);
-        return feed.feed(frame);
+        auto fault = feed.feed(frame);
+        selection.flush();
+        return fault;
     };
     return read_captures(capture_files(options.files), output, print, options.follow ? AtEnd::follow : AtEnd::stop);
 }

@@ -19,9 +19,9 @@ namespace {
 /// Prints the records that count, in the order of their reports.
 void print_records(Output &output, FoundRequest const &request, ShowOptions const &options)
 {
-    RecordPrinter printer(output, {.json = true,
-                                   .name_files = options.files.size() > 1,
-                                   .masks = Masks::of(options.mask, false)});
+    auto const masks = Masks::of(options.mask, false);
+    collect_secrets(request, masks);
+    RecordPrinter printer(output, {.json = true, .name_files = options.files.size() > 1, .masks = masks});
     std::vector<std::pair<std::uint64_t, std::function<void()>>> prints; // by position
     data::for_each_type(data::ReportRecords(), [&]<class Record> {
         auto const &records = request.records;

@@ -76,6 +76,16 @@ using payload_of_t = PayloadOf<Record>::Type;
 template <class Record>
 inline constexpr bool is_handle = !std::is_same_v<payload_of_t<Record>, Record>;
 
+/// Returns the payload of a handle, otherwise the record itself.
+template <class Record>
+payload_of_t<Record> const &payload_of(Record const &record)
+{
+    if constexpr (is_handle<Record>)
+        return *record;
+    else
+        return record;
+}
+
 /// The sources of a payload or a value: those of its description. Four parts print without a description.
 template <class Payload>
 struct SourcesOf {

@@ -40,6 +40,7 @@
 namespace tarnwick::test::masks_test {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -300,6 +301,9 @@ TEST(Masks, hide_secrets_in_pages_of_requests)
         return all;
     };
     EXPECT_THAT(places_of_secrets(secrets, pages(Masks(MaskRules())), true), IsEmpty());
+    auto const json = run({.arguments = {"show", "@37", "--mask=default"}}, secrets.capture).out;
+    EXPECT_THAT(json, HasSubstr("[masked]"));
+    EXPECT_THAT(places_of_secrets(secrets, json, true), IsEmpty());
     // Arguments of calls, connections and literals of statements are not on the page.
     std::set<std::string> absent;
     for (auto const &name : places_of_secrets(secrets, pages(Masks()), false))
@@ -390,7 +394,25 @@ TEST(Masks, do_not_reach_other_requests)
                 HasSubstr(R"("the-password")"));
 }
 
-TEST(Masks, do_not_reach_earlier_records)
+TEST(Masks, reach_earlier_records_of_the_same_report)
+{
+    auto const capture = frame_of(1, start(R"(request { text_1: "/login/the-password" post_data { text_0: "p" } } )"
+                                           "superglobals { " +
+                                           group("_POST", text_entry("password", "the-password")) + " }"));
+    EXPECT_THAT(inspect({"--format=text"}, capture).out, Not(HasSubstr("the-password")));
+    EXPECT_THAT(inspect({"--format=text", "--record=RInit"}, capture).out,
+                AllOf(HasSubstr("/login/[masked]"), Not(HasSubstr("the-password"))));
+    EXPECT_THAT(inspect({"--format=text", "--top=1"}, capture).out,
+                AllOf(HasSubstr("php.RInit"), Not(HasSubstr("php.PostData"))));
+}
+
+TEST(Masks, come_from_records_that_are_not_printed)
+{
+    auto const capture = frame_of(1, superglobals(group("_POST", text_entry("password", "the-password")))) + frame_of(1, message("the-password"));
+    EXPECT_THAT(inspect({"--format=text", "--record=ErrorData"}, capture).out, HasSubstr(R"("[masked]")"));
+}
+
+TEST(Masks, do_not_reach_earlier_reports)
 {
     auto const capture = frame_of(1, message("the-password")) +
                          frame_of(1, superglobals(group("_POST", text_entry("password", "the-password")))) +

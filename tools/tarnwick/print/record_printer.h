@@ -64,13 +64,21 @@ public:
     /// Sets the frame of the records that are printed next.
     void set_origin(Origin const &origin) { origin_ = origin; }
 
-    /// Prints a record. `view` distinguishes several records of one type from one report; empty if there is only one.
+    [[nodiscard]] bool has_masks() const { return style_.masks.are_on(); }
+    /// Remembers the secrets of a record, which are masked in all records of its request that are printed later.
+    template <data::Described Record>
+    void collect_secrets(Record const &record, data::php::RequestId request_id)
+    {
+        style_.masks.select_request(request_id.id());
+        collect(style_.masks, record);
+    }
+
+    /// Prints a record, with the secrets of the request of `collect_secrets` masked. `view` distinguishes several records of one type from one report; empty if there is only one.
     /// `request_id` is that of the frame, for a record without its own.
     template <data::Described Record>
     void print(Record const &record, Dialect dialect, std::string_view view = {},
                std::optional<data::php::RequestId> request_id = {})
     {
-        collect_secrets(record, request_id);
         if (style_.json) {
             begin_json(data::Description<Record>::name, dialect, view);
             write_request_id(json_, request_id);
@@ -89,14 +97,6 @@ private:
     void end_json();
     void begin_readable(std::string_view name, Dialect dialect, std::string_view view);
     void end_readable();
-    template <data::Described Record>
-    void collect_secrets(Record const &record, std::optional<data::php::RequestId> request_id)
-    {
-        if constexpr (requires { record.request_id(); })
-            request_id = record.request_id();
-        style_.masks.select_request(request_id.value_or(data::php::RequestId()).id());
-        collect(style_.masks, record);
-    }
     template <data::Writer W>
     static void write_request_id(W &writer, std::optional<data::php::RequestId> request_id)
     {

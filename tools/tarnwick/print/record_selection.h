@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -86,9 +87,12 @@ private:
 };
 
 /// Prints the records that are wanted. A sink of `RecordFeed`.
+///
+/// With masks, it prints the records of a report in `flush`, when the secrets of all of them are known, and builds
+/// records for their secrets alone.
 class RecordSelection {
 public:
-    /// `top`: how many records to print. `take` throws `EnoughResults` after the last.
+    /// `top`: how many records to print. `take` and `flush` throw `EnoughResults` after the last.
     explicit RecordSelection(RecordPrinter &printer, RecordChoice records = {}, ReportChoice reports = {},
                              std::optional<std::uint64_t> top = {})
         : printer_(printer)
@@ -96,6 +100,13 @@ public:
         , reports_(std::move(reports))
         , left_(top.value_or(UINT64_MAX))
     {
+    }
+
+    /// Call it after each report.
+    void flush()
+    {
+        for (auto const &print : std::exchange(waiting_, {}))
+            print();
     }
 
     [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
@@ -107,17 +118,27 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return records_.wants<Record>();
+        return printer_.has_masks() || records_.wants<Record>();
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view view)
     {
-        if constexpr (data::is_handle<Record>) {
-            if (records_.fits<Record>(*record))
-                print([&] { printer_.print(*record, source.dialect, view); });
-        } else if (records_.fits<Record>(record)) { // a table has no request id of its own
-            print([&] { printer_.print(record, source.dialect, view, source.request_id); });
-        }
+        auto const &payload = data::payload_of(record);
+        printer_.collect_secrets(payload, source.request_id);
+        if (!records_.wants<Record>() || !records_.fits<Record>(payload))
+            return;
+        auto const print_record = [this, record, source, view] {
+            print([&] {
+                if constexpr (data::is_handle<Record>)
+                    printer_.print(*record, source.dialect, view);
+                else // a table has no request id of its own
+                    printer_.print(record, source.dialect, view, source.request_id);
+            });
+        };
+        if (printer_.has_masks())
+            waiting_.emplace_back(print_record);
+        else
+            print_record();
     }
 
 private:
@@ -136,6 +157,7 @@ private:
     RecordChoice records_;
     ReportChoice reports_;
     std::uint64_t left_;
+    std::vector<std::function<void()>> waiting_;
 };
 
 } // namespace tarnwick::program

@@ -34,21 +34,6 @@ using data::glimmet::FunctionStats;
 constexpr std::size_t most_rows = 10;
 constexpr std::size_t widest_statement = 120;
 
-void collect_secrets(FoundRequest const &request, Masks const &masks)
-{
-    masks.select_request(request.summary.id);
-    data::for_each_type(data::ReportRecords(), [&]<class Record> {
-        for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
-            for (auto const &reported : request.records.of<Record>(dialect)) {
-                if constexpr (data::is_handle<Record>)
-                    collect(masks, *reported.record);
-                else
-                    collect(masks, reported.record);
-            }
-        }
-    });
-}
-
 std::string text_or(std::optional<std::string> const &text, std::string_view other)
 {
     return escaped_text(text ? std::string_view(*text) : other);
@@ -164,6 +149,17 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
 }
 
 } // namespace
+
+void collect_secrets(FoundRequest const &request, Masks const &masks)
+{
+    masks.select_request(request.summary.id);
+    data::for_each_type(data::ReportRecords(), [&]<class Record> {
+        for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
+            for (auto const &reported : request.records.of<Record>(dialect))
+                collect(masks, data::payload_of(reported.record));
+        }
+    });
+}
 
 std::string message_text(QString const &text, RequestPageStyle const &style)
 {
