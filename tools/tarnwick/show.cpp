@@ -20,6 +20,7 @@ namespace {
 void print_records(Output &output, FoundRequest const &request, ShowOptions const &options)
 {
     auto const masks = Masks::of(options.mask, false);
+    data::php::RequestId const request_id(request.summary.id);
     collect_secrets(request, masks);
     RecordPrinter printer(output, {.json = true, .name_files = options.files.size() > 1, .masks = masks});
     std::vector<std::pair<std::uint64_t, std::function<void()>>> prints; // by position
@@ -27,12 +28,11 @@ void print_records(Output &output, FoundRequest const &request, ShowOptions cons
         auto const &records = request.records;
         auto const dialect = records.of<Record>(Dialect::rpc).empty() ? Dialect::protobuf : Dialect::rpc;
         for (auto const &reported : records.of<Record>(dialect)) {
-            prints.emplace_back(reported.position, [&printer, &reported, &request, dialect] {
+            prints.emplace_back(reported.position, [&printer, &reported, request_id, dialect] {
                 printer.set_origin(reported.origin);
-                if constexpr (data::is_handle<Record>)
-                    printer.print(*reported.record, dialect, reported.view);
-                else
-                    printer.print(reported.record, dialect, reported.view, data::php::RequestId(request.summary.id));
+                // A table has no request id of its own.
+                printer.print(data::payload_of(reported.record), dialect, reported.view,
+                              data::is_handle<Record> ? std::nullopt : std::optional(request_id));
             });
         }
     });

@@ -83,7 +83,7 @@ payload_of_t<Record> const &payload_of(Record const &record)
     if constexpr (is_handle<Record>)
         return *record;
     else
-        return record;
+        return record; // NOLINT(bugprone-return-const-ref-from-parameter): as an accessor of a handle does
 }
 
 /// The sources of a payload or a value: those of its description. Four parts print without a description.

@@ -20,9 +20,8 @@ Outcome shell(std::string const &command)
 {
     WorkingFolder const here(TARNWICK_CAPTURES);
     auto const folder = std::filesystem::path(TARNWICK_PROGRAM).parent_path().string();
-    return run({.arguments = {"-c", "PATH='" + folder + "':$PATH; " + command},
-                .err = Sink::output,
-                .program = "/bin/sh"});
+    return run(
+        {.arguments = {"-c", "PATH='" + folder + "':$PATH; " + command}, .err = Sink::output, .program = "/bin/sh"});
 }
 
 std::string replaced(std::string text, std::string_view part, std::string_view replacement)
@@ -84,8 +83,8 @@ TEST(ReadmeExamples, match_the_program)
 }
 
 INSTANTIATE_TEST_SUITE_P(Pages, ManualExamples,
-                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-schema.1",
-                                         "tarnwick-show.1", "tarnwick-statements.1"),
+                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-schema.1", "tarnwick-show.1",
+                                         "tarnwick-statements.1"),
                          [](auto const &page) {
                              auto const name = std::string(page.param).substr(std::string_view("tarnwick-").size());
                              return name.substr(0, name.find('.'));

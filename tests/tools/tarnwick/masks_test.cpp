@@ -408,7 +408,8 @@ TEST(Masks, reach_earlier_records_of_the_same_report)
 
 TEST(Masks, come_from_records_that_are_not_printed)
 {
-    auto const capture = frame_of(1, superglobals(group("_POST", text_entry("password", "the-password")))) + frame_of(1, message("the-password"));
+    auto const capture = frame_of(1, superglobals(group("_POST", text_entry("password", "the-password")))) +
+                         frame_of(1, message("the-password"));
     EXPECT_THAT(inspect({"--format=text", "--record=ErrorData"}, capture).out, HasSubstr(R"("[masked]")"));
 }
 

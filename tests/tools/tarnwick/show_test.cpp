@@ -31,9 +31,9 @@ std::string start(std::uint64_t id, std::string const &uri)
 
 std::string end(std::uint64_t id, int seconds)
 {
-    return delimited(rpc_php_frame_of("request_id { id: " + std::to_string(id) +
-                                      " } rshutdown { response { status: 200 } duration { seconds: " +
-                                      std::to_string(seconds) + " } }"));
+    return delimited(rpc_php_frame_of(
+        "request_id { id: " + std::to_string(id) +
+        " } rshutdown { response { status: 200 } duration { seconds: " + std::to_string(seconds) + " } }"));
 }
 
 std::string const three_requests = start(5, "/a") + end(5, 2) + start(6, "/b") + end(6, 3) + start(5, "/c") + end(5, 1);
@@ -114,17 +114,17 @@ TEST(Show, reports_a_fault_once)
 TEST(Show, cuts_lines_at_the_width_of_the_terminal)
 {
     TemporaryFile const file(three_requests);
-    EXPECT_EQ(run({.arguments = {"show", "6", file.name(), "--color=never"},
-                   .out = Sink::terminal,
-                   .terminal_columns = 20})
-                  .out,
-              "GET /b  200  3.00 s…\n  @2, id 6, rpc, st…\n");
+    EXPECT_EQ(
+        run({.arguments = {"show", "6", file.name(), "--color=never"}, .out = Sink::terminal, .terminal_columns = 20})
+            .out,
+        "GET /b  200  3.00 s…\n  @2, id 6, rpc, st…\n");
 }
 
 TEST(Show, reports_wrong_usage)
 {
-    EXPECT_THAT(show({"x"}).err,
-                StartsWith("tarnwick: REQUEST: 'x' is not a request: give its id, its number as @1, slowest or last\n"));
+    EXPECT_THAT(
+        show({"x"}).err,
+        StartsWith("tarnwick: REQUEST: 'x' is not a request: give its id, its number as @1, slowest or last\n"));
     EXPECT_EQ(show({"x"}).status, 2);
     EXPECT_EQ(show({}).status, 2);
     EXPECT_EQ(show({"-1"}).status, 2);

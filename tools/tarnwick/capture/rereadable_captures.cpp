@@ -18,8 +18,7 @@ namespace {
 bool is_stream(std::string const &name)
 {
     struct stat status = {};
-    return name == "-" ||
-           (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
+    return name == "-" || (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
 }
 
 } // namespace

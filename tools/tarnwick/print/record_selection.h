@@ -129,10 +129,9 @@ public:
             return;
         auto const print_record = [this, record, source, view] {
             print([&] {
-                if constexpr (data::is_handle<Record>)
-                    printer_.print(*record, source.dialect, view);
-                else // a table has no request id of its own
-                    printer_.print(record, source.dialect, view, source.request_id);
+                // A table has no request id of its own.
+                printer_.print(data::payload_of(record), source.dialect, view,
+                               data::is_handle<Record> ? std::nullopt : std::optional(source.request_id));
             });
         };
         if (printer_.has_masks())

@@ -155,7 +155,7 @@ bool is_same_place(std::optional<data::php::SourceLocation> const &left,
 void write_calls(Sections &page, Entry const &entry, RequestPageStyle const &style)
 {
     auto const *const site = entry.trace != nullptr ? call_site(*entry.trace) : nullptr;
-    if (entry.place && !(site != nullptr && is_same_place(entry.place, site->location())))
+    if (entry.place && (site == nullptr || !is_same_place(entry.place, site->location())))
         page.line("at " + plain_place(*entry.place, style.masks), 6);
     if (style.all && entry.trace != nullptr) {
         for (auto const &call : entry.trace->frames())

@@ -89,7 +89,8 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
         auto name = plain_name(function->name(), style.masks);
         if (function->location())
             name += "  " + plain_place(*function->location(), style.masks);
-        table.add({short_span_text(function->time_first()), longest > 0 ? bar(std::max(time(function) / longest, 0.0)) : "",
+        table.add({short_span_text(function->time_first()),
+                   longest > 0 ? bar(std::max(time(function) / longest, 0.0)) : "",
                    short_span_text(function->time_second()), fmt::to_string(function->count()), std::move(name)});
     }
     page.title(fmt::format("Functions ({})", functions.size()));

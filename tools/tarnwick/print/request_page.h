@@ -10,7 +10,7 @@ namespace tarnwick::program {
 struct RequestPageStyle {
     bool color = false;
     bool all = false; ///< nothing is left out or cut
-    Masks masks{}; // NOLINT(readability-redundant-member-init): designators leave it out
+    Masks masks{};    // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 /// Remembers all secrets of a request, and chooses the request.

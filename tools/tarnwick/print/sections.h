@@ -24,10 +24,7 @@ public:
         text_ += text_.empty() ? "" : "\n";
         text_ += color_ ? fmt::format("\x1b[1m{}\x1b[0m\n", text) : fmt::format("{}\n", text);
     }
-    void line(std::string_view text, std::size_t depth = 1)
-    {
-        text_ += fmt::format("{:{}}{}\n", "", 2 * depth, text);
-    }
+    void line(std::string_view text, std::size_t depth = 1) { text_ += fmt::format("{:{}}{}\n", "", 2 * depth, text); }
     /// Writes how many lines are left out, if any.
     void left_out(std::size_t count)
     {

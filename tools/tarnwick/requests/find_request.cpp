@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -35,10 +36,13 @@ public:
             first_.push_back(fmt::to_string(request.id));
         if (!is_meant(request))
             return;
-        if (name_.kind == RequestName::Kind::id && found_)
+        if (name_.kind == RequestName::Kind::id && found_) {
             others_.push_back(fmt::format("@{}", request.number));
-        else
-            found_ = request;
+            return;
+        }
+        found_ = request;
+        if (request.end)
+            slowest_ = nanoseconds(request.end->duration);
     }
 
     [[nodiscard]] std::optional<RequestSummary> const &found() const { return found_; }
@@ -79,8 +83,7 @@ private:
         case RequestName::Kind::number:
             return request.number == name_.value;
         case RequestName::Kind::slowest:
-            return request.end &&
-                   (!found_ || nanoseconds(found_->end->duration) < nanoseconds(request.end->duration));
+            return request.end && nanoseconds(request.end->duration) > slowest_;
         case RequestName::Kind::last:
             return true;
         }
@@ -91,6 +94,7 @@ private:
     std::uint64_t count_ = 0;
     std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
+    long double slowest_ = std::numeric_limits<long double>::lowest(); ///< duration of `found_`
     std::vector<std::string> others_; ///< with the same id
 };
 

@@ -16,10 +16,10 @@
 namespace tarnwick::program::request_page_test {
 namespace {
 
-using testing::HasSubstr;
 using test::delimited;
 using test::Frame;
 using test::rpc_php_frame_of;
+using testing::HasSubstr;
 
 Frame php(std::string const &report, std::int64_t second = 1'700'000'000)
 {
@@ -104,17 +104,16 @@ TEST(RequestPage, begins_with_the_request_line_and_the_origin)
 
 TEST(RequestPage, prints_errors_and_events_in_their_order)
 {
-    EXPECT_EQ(
-        sections({start(), event("text: 'tick' slow_request { duration { seconds: 2 } }"),
-                  php("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } " + location + " } }",
-                      1'700'000'002),
-                  event("text: 'E_WARNING' php_error { error { message: 'm' type { name: 'E_WARNING' } " + location +
-                        " } }"),
-                  php("error { exception { exception_name: 'Oops' message: 'n' } }", 1'600'000'000),
-                  event("high_memory_usage { usage: 5 }"), event("custom { text_0: 'a' text_1: 'b' }"),
-                  event("slow_function_exec { function { name: 'f' } duration { nanos: 1000000 } }"),
-                  event("function_error { function { name: 'f' } }"), event(""), end()}),
-        R"(
+    EXPECT_EQ(sections({start(), event("text: 'tick' slow_request { duration { seconds: 2 } }"),
+                        php("error { error { message: 'm' type { name: 'E_WARNING' number: 2 } " + location + " } }",
+                            1'700'000'002),
+                        event("text: 'E_WARNING' php_error { error { message: 'm' type { name: 'E_WARNING' } " +
+                              location + " } }"),
+                        php("error { exception { exception_name: 'Oops' message: 'n' } }", 1'600'000'000),
+                        event("high_memory_usage { usage: 5 }"), event("custom { text_0: 'a' text_1: 'b' }"),
+                        event("slow_function_exec { function { name: 'f' } duration { nanos: 1000000 } }"),
+                        event("function_error { function { name: 'f' } }"), event(""), end()}),
+              R"(
 Errors and events (9)
     1.50 s  event: slow request  2.00 s  "tick"
     2.00 s  error  E_WARNING  "m"
@@ -134,8 +133,8 @@ TEST(RequestPage, prints_the_first_call_that_is_not_of_a_library)
     auto const error = [](std::string const &trace) {
         return php("error { error { message: 'm' type { number: 2 } " + location + " stack_trace { " + trace + "} } }");
     };
-    auto const calls = call("Lib::run", "/app/vendor/lib.php", 9) + call("load", "/app/b.php", 4) +
-                       call("main", "/app/index.php", 1);
+    auto const calls =
+        call("Lib::run", "/app/vendor/lib.php", 9) + call("load", "/app/b.php", 4) + call("main", "/app/index.php", 1);
     EXPECT_THAT(sections({start(), error(calls)}),
                 HasSubstr("            at /app/a.php:3\n            load called at /app/b.php:4\n"));
     EXPECT_THAT(sections({start(), error(calls)}, {.all = true}),
@@ -151,8 +150,8 @@ TEST(RequestPage, prints_the_slowest_functions_with_bars)
 {
     std::string functions;
     for (int i = 1; i <= 12; ++i)
-        functions += "functions { name: 'f" + std::to_string(i) + "' stats { time_first { nanos: " +
-                     std::to_string(i * 1'000'000) + " } count: 1 } } ";
+        functions += "functions { name: 'f" + std::to_string(i) +
+                     "' stats { time_first { nanos: " + std::to_string(i * 1'000'000) + " } count: 1 } } ";
     auto const text = sections({start(), profile("functions { " + functions + "}")});
     EXPECT_THAT(text, HasSubstr(R"(
 Functions (12)
@@ -235,11 +234,13 @@ TEST(RequestPage, prints_headers_as_they_are_sent)
 TEST(RequestPage, cuts_bodies_after_1000_bytes)
 {
     auto const body = [](std::string const &text, RequestPageStyle const &style) {
-        return sections({php("rinit { request { post_data { text_0: '" + text + "' text_1: 'a/b' } } }"), end()}, style);
+        return sections({php("rinit { request { post_data { text_0: '" + text + "' text_1: 'a/b' } } }"), end()},
+                        style);
     };
     EXPECT_EQ(body("x=1&password=secret", {.masks = Masks(MaskRules())}),
               "\nRequest body\n  text_0: x=1&password=[masked]\n  text_1: a/b\n");
-    EXPECT_EQ(body("one\\ntwo\\033", {}), "\nRequest body\n  text_0 (8 bytes):\n    one\n    two\\x1b\n  text_1: a/b\n");
+    EXPECT_EQ(body("one\\ntwo\\033", {}),
+              "\nRequest body\n  text_0 (8 bytes):\n    one\n    two\\x1b\n  text_1: a/b\n");
     // The last character of the part that is printed has two bytes.
     auto const text = std::string(999, 'x') + "éy";
     EXPECT_EQ(body(text, {}), "\nRequest body\n  text_0 (1002 bytes):\n    " + std::string(999, 'x') +
