@@ -2,6 +2,7 @@
 
 #include "capture/report_parser.h"
 #include "print/record_selection.h"
+#include "requests/activity_sink.h"
 #include "requests/records_sink.h"
 #include "requests/statement_sink.h"
 #include "requests/summary_sink.h"
@@ -259,6 +260,7 @@ void RecordFeed<Sink>::build(ReportSource const &source, std::string_view view, 
         sink_.take(Record(new Record::Pointer::Type(std::forward<Parts>(parts)...)), source, view);
 }
 
+template class RecordFeed<ActivitySink>;
 template class RecordFeed<RecordSelection>;
 template class RecordFeed<RecordsSink>;
 template class RecordFeed<StatementSink>;

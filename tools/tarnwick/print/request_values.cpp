@@ -3,6 +3,7 @@
 #include "print/masked_writer.h"
 #include "print/readable_text.h"
 #include "print/request_sections.h"
+#include "print/short_text.h"
 #include "print/text_width.h"
 
 #include <tarnwick/data/glimmet/storage.h>
@@ -181,16 +182,6 @@ void write_headers_of(Sections &page, RequestRecords const &records, std::string
     write_lines(page, title, lines, style);
 }
 
-/// Returns the size of the text up to a limit, without a part of a character.
-std::size_t size_up_to(std::string_view text, std::size_t limit)
-{
-    if (text.size() <= limit)
-        return text.size();
-    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xc0U) == 0x80U)
-        --limit;
-    return limit;
-}
-
 void write_text(Sections &page, std::string_view name, QString const &content, RequestPageStyle const &style)
 {
     if (content.isEmpty())
@@ -201,8 +192,8 @@ void write_text(Sections &page, std::string_view name, QString const &content, R
         return;
     }
     page.line(fmt::format("{} ({} bytes):", name, text.size()));
-    auto const size = style.all ? text.size() : size_up_to(text, most_bytes_of_body);
-    std::string_view rest(text.data(), size);
+    auto rest = style.all ? std::string_view(text) : start_of_text(text, most_bytes_of_body);
+    auto const size = rest.size();
     while (!rest.empty()) {
         auto const end = std::min(rest.find('\n'), rest.size());
         page.line(escaped_text(rest.substr(0, end)), 2);

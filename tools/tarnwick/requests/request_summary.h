@@ -2,6 +2,8 @@
 
 #include "capture/dialect.h"
 
+#include <tarnwick/data/php/rinit.h>
+#include <tarnwick/data/php/rshutdown.h>
 #include <tarnwick/data/time_pair.h>
 
 #include <array>
@@ -42,6 +44,9 @@ struct RequestSummary {
     // Start and end are those of the rpc dialect, if it reports them.
     bool has_rpc_start = false;
     bool has_rpc_end = false;
+
+    void add(data::php::RInit const &record, Dialect dialect);
+    void add(data::php::RShutdown const &record, Dialect dialect);
 
     [[nodiscard]] bool is_complete() const { return start && end; }
     /// Returns the count of the rpc dialect if it has any report of the kind, otherwise that of the protobuf dialect.

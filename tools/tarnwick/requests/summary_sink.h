@@ -55,11 +55,11 @@ public:
     {
         return std::is_same_v<Record, data::php::RInit> || std::is_same_v<Record, data::php::RShutdown>;
     }
-    void take(data::php::RInit const &record, ReportSource const &source, std::string_view view);
-    void take(data::php::RShutdown const &record, ReportSource const &source, std::string_view view);
     template <class Record>
-    void take(Record const & /*record*/, ReportSource const & /*source*/, std::string_view /*view*/)
+    void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
+        if constexpr (wants<Record>())
+            request_->add(record, source.dialect);
     }
 
 private:

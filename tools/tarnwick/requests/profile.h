@@ -1,0 +1,45 @@
+#pragma once
+
+#include "requests/request_activity.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// The columns of requests of which a profile has means. Those of time are in nanoseconds.
+inline constexpr std::array<std::string_view, 5> measures{"duration", "memory", "statements", "errors", "events"};
+inline constexpr std::size_t duration_measure = 0;
+inline constexpr std::size_t memory_measure = 1;
+inline constexpr std::size_t statements_measure = 2;
+
+/// The means and totals of some requests.
+class Profile {
+public:
+    void add(RequestActivity const &request);
+
+    [[nodiscard]] std::uint64_t requests() const { return requests_; }
+    /// The mean over the requests that have a value; nothing if none has.
+    [[nodiscard]] std::optional<double> mean(std::size_t measure) const;
+    /// How many requests ended with each status.
+    [[nodiscard]] std::map<std::int32_t, std::uint64_t> const &statuses() const { return statuses_; }
+    /// The sums over all requests.
+    [[nodiscard]] Amounts const &totals(ActivityKind kind) const { return totals_[static_cast<std::size_t>(kind)]; }
+
+private:
+    struct Sum {
+        double total = 0;
+        std::uint64_t values = 0;
+    };
+
+    std::uint64_t requests_ = 0;
+    std::array<Sum, measures.size()> sums_;
+    std::map<std::int32_t, std::uint64_t> statuses_;
+    std::array<Amounts, activity_kinds.size()> totals_;
+};
+
+} // namespace tarnwick::program

@@ -1,0 +1,156 @@
+#include "requests/request_activity.h"
+
+#include "requests/condition.h"
+#include "requests/sql_text.h"
+
+#include <fmt/format.h>
+
+#include <QtCore/QString>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <variant>
+
+namespace tarnwick::program {
+namespace {
+
+using data::monitor::Event;
+
+/// Returns the parts that are not empty, with colons between.
+std::string joined(std::initializer_list<QString> parts)
+{
+    std::string text;
+    for (auto const &part : parts) {
+        if (!part.isEmpty())
+            text += fmt::format("{}{}", text.empty() ? "" : ": ", part.toStdString());
+    }
+    return text;
+}
+
+std::string in_file(std::string text, std::optional<data::php::SourceLocation> const &location)
+{
+    return location ? std::move(text) + " in " + location->file().toStdString() : std::move(text);
+}
+
+std::string function_name(data::glimmet::FunctionStats const &function)
+{
+    auto const &location = function.location();
+    return (function.name().isEmpty() && location ? location->file() : function.name()).toStdString();
+}
+
+std::string error_name(data::php::ErrorData const &record)
+{
+    QString class_name;
+    if (auto const *error = std::get_if<data::php::Error>(&record->details()))
+        class_name = error->name().isEmpty() ? QString::number(error->number()) : error->name();
+    else if (auto const *exception = std::get_if<data::php::Exception>(&record->details()))
+        class_name = exception->exception_name();
+    return in_file(joined({class_name, record->message()}), record->location());
+}
+
+QString event_subject(Event const &record)
+{
+    if (auto const *error = std::get_if<Event::PhpError>(&record->details()))
+        return error->message;
+    if (auto const *event = std::get_if<Event::CustomEvent>(&record->details()))
+        return event->text_0;
+    return record->function() ? record->function()->name() : QString();
+}
+
+std::string event_name(Event const &record)
+{
+    auto const &labels = data::Description<data::monitor::detail::Event>::kinds;
+    auto const *const label = std::ranges::find(labels, static_cast<std::int64_t>(record->kind()), &data::Label::value);
+    auto const kind = label == std::end(labels)
+                          ? QString::number(static_cast<std::uint32_t>(record->kind()))
+                          : QString::fromUtf8(label->meaning.data(), static_cast<qsizetype>(label->meaning.size()));
+    return joined({kind, record->event_text(), event_subject(record)});
+}
+
+/// Returns the amounts of a kind in a dialect, which exist from now on.
+Amounts &amounts_of(RequestActivity &request, ActivityKind kind, Dialect dialect)
+{
+    auto &amounts = request.amounts[static_cast<std::size_t>(kind)][static_cast<std::size_t>(dialect)];
+    if (!amounts)
+        amounts.emplace();
+    return *amounts;
+}
+
+void count(RequestSummary::Counts &counts, Dialect dialect, std::uint64_t number)
+{
+    auto &count = counts[static_cast<std::size_t>(dialect)];
+    count = count.value_or(0) + number;
+}
+
+} // namespace
+
+Amount &Amount::operator+=(Amount const &other)
+{
+    count += other.count;
+    nanoseconds += other.nanoseconds;
+    return *this;
+}
+
+Amount operator*(Amount amount, double factor)
+{
+    return {amount.count * factor, amount.nanoseconds * factor};
+}
+
+std::uint32_t NameTable::number_of(std::string name)
+{
+    auto const [entry, is_new] = numbers_.try_emplace(std::move(name), static_cast<std::uint32_t>(names_.size()));
+    if (is_new)
+        names_.push_back(&entry->first);
+    return entry->second;
+}
+
+Amounts const &RequestActivity::of(ActivityKind kind) const
+{
+    static Amounts const none;
+    auto const &[rpc, protobuf] = amounts[static_cast<std::size_t>(kind)];
+    return rpc ? *rpc : protobuf ? *protobuf : none;
+}
+
+void ActivityBuilder::add(RequestActivity &request, data::php::RInit const &record, Dialect dialect)
+{
+    request.RequestSummary::add(record, dialect);
+}
+
+void ActivityBuilder::add(RequestActivity &request, data::php::RShutdown const &record, Dialect dialect)
+{
+    request.RequestSummary::add(record, dialect);
+}
+
+void ActivityBuilder::add(RequestActivity &request, data::php::ErrorData const &record, Dialect dialect)
+{
+    count(request.errors, dialect, 1);
+    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record))] += {1, 0};
+}
+
+void ActivityBuilder::add(RequestActivity &request, Event const &record, Dialect dialect)
+{
+    count(request.events, dialect, 1);
+    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record))] += {1, 0};
+}
+
+void ActivityBuilder::add(RequestActivity &request, data::glimmet::Functions const &record, Dialect dialect)
+{
+    auto &amounts = amounts_of(request, ActivityKind::function, dialect);
+    for (auto const &function : record->functions()) {
+        amounts[names_.number_of(function_name(function))] +=
+            {static_cast<double>(function.count()), static_cast<double>(nanoseconds(function.time_first()))};
+    }
+}
+
+void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries const &record, Dialect dialect)
+{
+    count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
+    auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
+    for (auto const &query : record->queries()) {
+        amounts[names_.number_of(statement_shape(query->text().toStdString()))] +=
+            {1, static_cast<double>(nanoseconds(query->time()))};
+    }
+}
+
+} // namespace tarnwick::program
