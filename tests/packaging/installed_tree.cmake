@@ -53,6 +53,7 @@ endforeach()
 
 expect(share/tarnwick/gdb/tarnwick_gdb.py)
 expect(share/man/man1/tarnwick.1)
+expect(share/man/man1/tarnwick-diff.1)
 expect(share/man/man1/tarnwick-inspect.1)
 expect(share/man/man1/tarnwick-ls.1)
 expect(share/man/man1/tarnwick-show.1)

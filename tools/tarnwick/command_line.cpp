@@ -6,6 +6,7 @@
 #include "config_dump.h"
 #include "config_explain.h"
 #include "config_get.h"
+#include "diff.h"
 #include "exit_status.h"
 #include "inspect.h"
 #include "ls.h"
@@ -368,6 +369,56 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
     });
 }
 
+struct DiffArguments {
+    std::vector<std::string> places;
+    std::vector<std::string> limits;
+};
+
+void read_places(std::vector<std::string> const &places, DiffOptions &options)
+{
+    if (places.size() != 2)
+        throw CLI::ValidationError("two captures, or two requests as FILE:REQUEST, are required");
+    options.a = RequestPlace::read(places.front());
+    options.b = RequestPlace::read(places.back());
+    if (options.a.request.has_value() != options.b.request.has_value()) {
+        bool const is_a = options.a.request.has_value();
+        throw CLI::ValidationError(
+            fmt::format("'{}' is a request and '{}' a capture: give two requests as FILE:REQUEST, or two captures",
+                        places[is_a ? 0 : 1], places[is_a ? 1 : 0]));
+    }
+    check_files({options.a.file, options.b.file});
+}
+
+void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Command &command)
+{
+    using Format = DiffOptions::Format;
+    auto &sub =
+        add_command(app, "diff", "Compare two requests or two captures", "usage: tarnwick diff [OPTION...] A B");
+    sub.add_option(
+           "FILE", arguments.places,
+           "two captures, whose requests are compared by method and route, or two requests as FILE:ID, FILE:@N, "
+           "FILE:slowest or FILE:last; - is standard input")
+        ->type_name("");
+    add_choice(sub, "--format", options.format,
+               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
+               "tables, or one JSON object for each difference; auto (default): text on a terminal, jsonl otherwise");
+    add_mask(sub, options.mask, "only text is masked");
+    sub.add_option("--fail-if", arguments.limits,
+                   "exit with status 4 if a mean grows from A to B by more than this, such as 'duration>20%' or "
+                   "'memory>10MB'; can be repeated")
+        ->type_name("NAME>LIMIT")
+        ->allow_extra_args(false);
+    sub.footer(fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
+                           "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
+                           "3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
+    sub.callback([&] {
+        read_places(arguments.places, options);
+        for (auto const &limit : arguments.limits)
+            options.limits.push_back(checked("--fail-if", [&] { return GrowthLimit(limit); }));
+        command = [&options] { return diff(options); };
+    });
+}
+
 void add_schema(CLI::App &app, JsonStyle &style, Command &command)
 {
     auto &sub = add_command(app, "schema", "Print the JSON Schema of the JSON lines of inspect",
@@ -601,6 +652,9 @@ ExitStatus dispatch(int argc, char const *const *argv)
                        .conditions = "'word=SELECT' or 'total>100ms'",
                        .columns = statement_columns(),
                        .run = statements});
+    DiffOptions diff_options;
+    DiffArguments diff_arguments;
+    add_diff(app, diff_options, diff_arguments, command);
     RecoverOptions recover_options;
     add_recover(app, recover_options, command);
     JsonStyle schema_style;

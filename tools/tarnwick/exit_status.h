@@ -7,8 +7,9 @@ enum ExitStatus : int {
     success = 0,
     input_fault = 1, ///< the input has a fault
     wrong_usage = 2,
-    file_failure = 3,  ///< a file cannot be read or written
-    broken_pipe = 141, ///< the status that a shell reports for a program that SIGPIPE ended
+    file_failure = 3,   ///< a file cannot be read or written
+    limit_exceeded = 4, ///< a difference is larger than `diff --fail-if` permits
+    broken_pipe = 141,  ///< the status that a shell reports for a program that SIGPIPE ended
 };
 
 } // namespace tarnwick::program

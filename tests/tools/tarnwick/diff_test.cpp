@@ -1,0 +1,465 @@
+#include "support/config_files.h"
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/files.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <tarnwick/rpc/glimmet/v1/notify_request.pb.h>
+#include <tarnwick/rpc/monitor/v1/notify_request.pb.h>
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnwick::test::diff_test {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+std::string content_of(std::string const &file)
+{
+    std::ifstream const stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+Outcome diff(std::vector<std::string> arguments, std::string_view input = {})
+{
+    arguments.insert(arguments.begin(), "diff");
+    return run({.arguments = arguments}, input);
+}
+
+std::vector<std::string> lines_of(std::string const &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// Returns the JSON lines of a kind.
+std::vector<std::string> differences(std::string const &kind, std::string const &a, std::string const &b)
+{
+    auto const outcome = diff({a, b});
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.status, 0);
+    auto lines = lines_of(outcome.out);
+    std::erase_if(lines, [&](std::string const &line) { return !line.starts_with(R"({"kind":")" + kind + '"'); });
+    return lines;
+}
+
+/// A request of the rpc dialect, as textproto.
+struct Request {
+    std::string uri = "/page";
+    // NOLINTBEGIN(readability-redundant-member-init): designators leave them out
+    std::string start = {};     ///< further fields of `rinit`
+    std::string request = {};   ///< further fields of `rinit.request`
+    int milliseconds = 10;      ///< below 1000
+    std::string response = {};  ///< further fields of `rshutdown.response`
+    std::string php_error = {}; ///< the error of an error report
+    std::string event = {};     ///< the content of an event
+    std::string functions = {}; ///< of a report of functions
+    std::string queries = {};   ///< of a report of statements
+    // NOLINTEND(readability-redundant-member-init)
+    std::string id = "request_id { id: 7 } ";
+};
+
+std::string profiler_frame(std::string const &textproto)
+{
+    Frame frame;
+    frame.set_rpc_glimmet(wire<rpc::glimmet::v1::NotifyRequest>(textproto));
+    return delimited(frame);
+}
+
+std::string capture_of(Request const &request)
+{
+    auto capture =
+        delimited(rpc_php_frame_of(request.id + "rinit { " + request.start + " request { text_0: 'GET' text_1: '" +
+                                   request.uri + "' " + request.request + " } }"));
+    if (!request.php_error.empty())
+        capture += delimited(rpc_php_frame_of(request.id + "error { error { " + request.php_error + " } }"));
+    if (!request.event.empty()) {
+        Frame frame;
+        frame.set_rpc_monitor(wire<rpc::monitor::v1::NotifyRequest>(request.id + request.event));
+        capture += delimited(frame);
+    }
+    if (!request.functions.empty())
+        capture += profiler_frame(request.id + "functions { " + request.functions + " }");
+    if (!request.queries.empty())
+        capture += profiler_frame(request.id + "sql_queries { " + request.queries + " }");
+    return capture + delimited(rpc_php_frame_of(request.id + "rshutdown { response { status: 200 " + request.response +
+                                                " } duration { nanos: " + std::to_string(request.milliseconds) +
+                                                "000000 } memory { value_1: 2000000 } }"));
+}
+
+std::string function(std::string const &name, int count, int milliseconds)
+{
+    return "functions { name: '" + name + "' stats { count: " + std::to_string(count) +
+           " time_first { nanos: " + std::to_string(milliseconds) + "000000 } } } ";
+}
+
+std::string query(std::string const &text, int milliseconds)
+{
+    return "queries { text: \"" + text + "\" time { nanos: " + std::to_string(milliseconds) + "000000 } } ";
+}
+
+std::string element(std::string const &key, std::string const &value = "string_value: 'x'")
+{
+    return "elements { string_key: '" + key + "' value { " + value + " } } ";
+}
+
+std::string array(std::string const &elements)
+{
+    return "array_value { " + elements + "} ";
+}
+
+Request const before{.functions = function("slow", 1, 2) + function("old", 1, 1),
+                     .queries = query("SELECT 1", 1) + query("SELECT 2", 1)};
+Request const after{
+    .milliseconds = 15, .functions = function("slow", 2, 9) + function("young", 3, 4), .queries = query("SELECT 3", 1)};
+
+TEST(Diff, prints_tables_of_two_requests)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of(after));
+    auto const outcome = diff({"--format=text", a.name() + ":@1", b.name() + ":7"});
+    EXPECT_EQ(outcome.out, "A  GET /page  (@1 of " + a.name() + ", id 7)\nB  GET /page  (@1 of " + b.name() + R"(, id 7)
+
+            A → B               growth
+status      200
+duration    10.0 ms → 15.0 ms  +50.0 %
+memory      2.00 MB
+statements  2 → 1              -50.0 %
+errors      0
+events      0
+
+functions
+change  time               growth  count  function
+slower  2.00 ms → 9.00 ms  +350 %  1 → 2  slow
+new     4.00 ms                    3      young
+gone    1.00 ms                    1      old
+
+statements
+change  time                growth  count  statement
+fewer   2.00 ms → 1.00 ms  -50.0 %  2 → 1  SELECT ?
+)");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Diff, prints_json_lines_of_two_requests)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of(after));
+    EXPECT_THAT(
+        lines_of(diff({a.name() + ":slowest", b.name() + ":last"}).out),
+        ElementsAre(
+            AllOf(
+                StartsWith(R"({"kind":"request","a":{"file":")" + a.name() + R"(","request_id":7,"dialects":["rpc"],)"),
+                HasSubstr(R"("duration":{"seconds":0,"nanos":10000000})"), HasSubstr(R"(},"b":{"file":")"),
+                EndsWith(R"("complete":true,"number":1}})")),
+            R"({"kind":"function","change":"slower","name":"slow","a":{"count":1,"time":{"seconds":0,"nanos":2000000}},"b":{"count":2,"time":{"seconds":0,"nanos":9000000}}})",
+            R"({"kind":"function","change":"new","name":"young","a":null,"b":{"count":3,"time":{"seconds":0,"nanos":4000000}}})",
+            R"({"kind":"function","change":"gone","name":"old","a":{"count":1,"time":{"seconds":0,"nanos":1000000}},"b":null})",
+            R"({"kind":"statement","change":"fewer","name":"SELECT ?","a":{"count":2,"time":{"seconds":0,"nanos":2000000}},"b":{"count":1,"time":{"seconds":0,"nanos":1000000}}})"));
+}
+
+TEST(Diff, compares_errors_and_events_without_their_lines)
+{
+    TemporaryFile const a(
+        capture_of({.php_error = "message: 'm' type { name: 'E_WARNING' } location { file: '/a.php' line: 1 }",
+                    .event = "text: 'more than 20 ms' slow_request { }"}));
+    TemporaryFile const b(
+        capture_of({.php_error = "message: 'm' type { name: 'E_WARNING' } location { file: '/a.php' line: 2 }",
+                    .event = "text: 'level 0' custom { text_0: 'page saved' }"}));
+    TemporaryFile const c(capture_of({.php_error = "message: 'm' type { number: 2 } location { file: '/b.php' }",
+                                      .event = "function_error { function { name: 'fopen' } }"}));
+    EXPECT_THAT(differences("error", a.name() + ":@1", b.name() + ":@1"), IsEmpty());
+    EXPECT_THAT(
+        differences("error", a.name() + ":@1", c.name() + ":@1"),
+        ElementsAre(R"({"kind":"error","change":"new","name":"2: m in /b.php","a":null,"b":{"count":1}})",
+                    R"({"kind":"error","change":"gone","name":"E_WARNING: m in /a.php","a":{"count":1},"b":null})"));
+    EXPECT_THAT(
+        differences("event", a.name() + ":@1", b.name() + ":@1"),
+        ElementsAre(
+            R"({"kind":"event","change":"new","name":"custom event: level 0: page saved","a":null,"b":{"count":1}})",
+            R"({"kind":"event","change":"gone","name":"slow request: more than 20 ms","a":{"count":1},"b":null})"));
+    EXPECT_THAT(differences("event", c.name() + ":@1", b.name() + ":@1").back(),
+                HasSubstr(R"("name":"function error: fopen")"));
+}
+
+TEST(Diff, compares_keys_of_headers_and_superglobals)
+{
+    TemporaryFile const a(capture_of(
+        {.start = "superglobals { " + element("_GET", array(element("page") + element("a", array(element("x"))))) + "}",
+         .request = "headers { " + element("Host") + element("Cookie", "string_value: 'secret'") + "}",
+         .response = "headers { " + element("ETag", "string_value: '1'") + "}"}));
+    TemporaryFile const b(capture_of(
+        {.start = "superglobals { " +
+                  element("_GET", array(element("page", "long_value: 2") + element("a", array(element("y"))))) +
+                  element("_POST", array(element("b") + element("c"))) + "}",
+         .request = "headers { " + element("Host", "string_value: 'y'") + element("host") + "}",
+         .response = "headers { " + element("ETag", "string_value: '2'") + "}"}));
+    EXPECT_THAT(differences("key", a.name() + ":@1", b.name() + ":@1"),
+                ElementsAre(R"({"kind":"key","change":"gone","array":"request headers","key":["Cookie"]})",
+                            R"({"kind":"key","change":"new","array":"request headers","key":["host"]})",
+                            R"({"kind":"key","change":"gone","array":"superglobals","key":["_GET","a","x"]})",
+                            R"({"kind":"key","change":"new","array":"superglobals","key":["_GET","a","y"]})",
+                            R"({"kind":"key","change":"new","array":"superglobals","key":["_POST"]})"));
+    EXPECT_THAT(diff({"--format=text", a.name() + ":@1", b.name() + ":@1"}).out,
+                HasSubstr("\nkeys\nchange  array            key\n"
+                          "gone    request headers  Cookie\n"
+                          "new     request headers  host\n"
+                          "gone    superglobals     _GET[a][x]\n"
+                          "new     superglobals     _GET[a][y]\n"
+                          "new     superglobals     _POST\n"));
+}
+
+TEST(Diff, counts_a_function_once_if_both_dialects_report_it)
+{
+    auto const capture = capture_of({.functions = function("f", 1, 2)});
+    Frame frame;
+    frame.set_request_id(7);
+    frame.set_functions(wire<rpc::glimmet::v1::Functions>("functions { name: 'only_protobuf' }"));
+    TemporaryFile const a(capture);
+    TemporaryFile const b(capture + delimited(frame));
+    EXPECT_THAT(differences("function", a.name() + ":@1", b.name() + ":@1"), IsEmpty());
+    EXPECT_THAT(differences("function", a.name(), b.name()), IsEmpty());
+}
+
+TEST(Diff, cuts_long_sections_of_text_but_not_json_lines)
+{
+    std::string functions;
+    for (int i = 1; i <= 12; ++i)
+        functions += function("f" + std::to_string(i), 1, i);
+    TemporaryFile const a(capture_of({}));
+    TemporaryFile const b(capture_of({.functions = functions}));
+    auto const text = diff({"--format=text", a.name() + ":@1", b.name() + ":@1"}).out;
+    EXPECT_THAT(text, AllOf(HasSubstr("\nfunctions: the 10 largest of 12 differences\n"), HasSubstr("  f12\n"),
+                            HasSubstr("  f3\n"), Not(HasSubstr("  f2\n"))));
+    EXPECT_EQ(differences("function", a.name() + ":@1", b.name() + ":@1").size(), 12U);
+}
+
+TEST(Diff, pairs_requests_of_captures_by_method_and_route)
+{
+    auto const a_requests = capture_of({.uri = "/users/1", .milliseconds = 10}) +
+                            capture_of({.uri = "/users/2", .milliseconds = 30, .queries = query("SELECT 1", 1)}) +
+                            capture_of({.uri = "/old"});
+    auto const b_requests = capture_of({.uri = "/users/3?page=1", .milliseconds = 7}) +
+                            capture_of({.uri = "/users/99", .milliseconds = 50, .queries = query("SELECT 2", 3)});
+    TemporaryFile const a(a_requests);
+    TemporaryFile const b(b_requests);
+    EXPECT_EQ(diff({"--format=text", a.name(), b.name()}).out, "A  " + a.name() + "  (requests: 3)\nB  " + b.name() +
+                                                                   R"(  (requests: 2)
+
+change  duration           growth  route                 requests  memory   statements  status
+slower  20.0 ms → 50.0 ms  +150 %  GET /users/{id}       2 → 1     2.00 MB  0.5 → 1     200
+new     7.00 ms                    GET /users/{id}?page  1         2.00 MB  0           200
+gone    10.0 ms                    GET /old              1         2.00 MB  0           200
+
+statements per request
+change  time              growth  count    statement
+more    500 µs → 3.00 ms  +500 %  0.5 → 1  SELECT ?
+)");
+    EXPECT_THAT(
+        diff({a.name(), b.name()}).out,
+        AllOf(
+            StartsWith(
+                R"({"kind":"route","change":"slower","method":"GET","route":"/users/{id}","a":{"requests":2,"duration":{"seconds":0,"nanos":20000000},"memory":2000000,"statements":0.5,"errors":0,"events":0,"statuses":{"200":2}},"b":{"requests":1,)"),
+            HasSubstr(
+                R"({"kind":"statement","change":"more","name":"SELECT ?","a":{"count":0.5,"time":{"seconds":0,"nanos":500000}},"b":{"count":1,"time":{"seconds":0,"nanos":3000000}}})")));
+}
+
+TEST(Diff, reports_that_nothing_differs)
+{
+    TemporaryFile const file(capture_of(before));
+    EXPECT_THAT(diff({"--format=text", file.name(), file.name()}).out,
+                AllOf(HasSubstr("same    10.0 ms"), EndsWith("\n\nNothing else differs.\n")));
+    EXPECT_THAT(diff({"--format=text", file.name() + ":@1", file.name() + ":@1"}).out,
+                EndsWith("\nevents      0\n\nNothing else differs.\n"));
+    TemporaryFile const other(capture_of({.uri = "/other"}));
+    EXPECT_THAT(diff({"--format=text", file.name(), other.name()}).out,
+                EndsWith("\nNo route is in both captures, so functions and statements are not compared.\n"));
+}
+
+TEST(Diff, compares_requests_without_a_start_or_an_end)
+{
+    TemporaryFile const file(request_end(1) + delimited(error_frame_of(2, "message: 'm'")));
+    auto const outcome = diff({file.name(), file.name()});
+    EXPECT_THAT(outcome.out,
+                StartsWith(R"({"kind":"route","change":"same","method":null,"route":null,"a":{"requests":2,)"));
+    EXPECT_THAT(
+        diff({"--format=text", file.name() + ":1", file.name() + ":2"}).out,
+        AllOf(StartsWith("A  - -  (@1 of "), HasSubstr("\nstatus      200 → -\n"), HasSubstr("\nerrors      0 → 1\n")));
+    EXPECT_THAT(diff({"--format=text", file.name(), file.name()}).out, HasSubstr("  -      2 "));
+}
+
+TEST(Diff, fails_if_a_limit_is_exceeded)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of(after));
+    auto outcome = diff({"--fail-if=duration>49%", "--fail-if=statements>0", "--fail-if", "duration>5ms",
+                         "--fail-if=duration>4ms", a.name() + ":7", b.name() + ":7"});
+    EXPECT_EQ(outcome.err, "tarnwick: duration>49% is exceeded: 10.0 ms → 15.0 ms (+50.0 %)\n"
+                           "tarnwick: duration>4ms is exceeded: 10.0 ms → 15.0 ms (+50.0 %)\n");
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_THAT(outcome.out, HasSubstr(R"("kind":"statement")"));
+    outcome = diff({"--fail-if=duration>49%", a.name(), b.name()});
+    EXPECT_EQ(outcome.err, "tarnwick: GET /page: duration>49% is exceeded: 10.0 ms → 15.0 ms (+50.0 %)\n");
+    EXPECT_EQ(outcome.status, 4);
+    outcome = diff({"--fail-if=duration>50%", "--fail-if=memory>0", a.name(), b.name()});
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Diff, fails_if_a_limit_cannot_be_checked)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of({.uri = "/other"}));
+    auto const outcome = diff({"--fail-if=duration>50%", a.name(), b.name()});
+    EXPECT_EQ(outcome.err, "tarnwick: duration>50% cannot be checked: A and B have no duration to compare\n");
+    EXPECT_EQ(outcome.status, 4);
+}
+
+TEST(Diff, masks_secrets_except_in_json_lines)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of({.uri = "/page?token=topsecret1",
+                                      .php_error = "message: 'no topsecret2 here'",
+                                      .queries = query("SELECT 'topsecret2'", 1),
+                                      .id = "request_id { id: 8 } "}));
+    auto const places = std::vector{a.name() + ":@1", b.name() + ":@1"};
+    auto const out = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), places.begin(), places.end());
+        return diff(arguments).out;
+    };
+    EXPECT_THAT(out({"--format=text"}), AllOf(HasSubstr("/page?token=[masked]  ("), HasSubstr("no [masked] here"),
+                                              Not(HasSubstr("topsecret"))));
+    EXPECT_THAT(out({"--mask=default"}), AllOf(HasSubstr("token=[masked]"), Not(HasSubstr("topsecret"))));
+    EXPECT_THAT(out({}), AllOf(HasSubstr("topsecret1"), HasSubstr("topsecret2")));
+    EXPECT_THAT(out({"--format=text", "--mask=none"}), AllOf(HasSubstr("topsecret1"), HasSubstr("topsecret2")));
+}
+
+TEST(Diff, reads_one_side_from_standard_input)
+{
+    TemporaryFile const file(capture_of(before));
+    auto const from_input = diff({"-", file.name()}, capture_of(after));
+    EXPECT_THAT(from_input.out, StartsWith(R"({"kind":"route","change":"faster")"));
+    EXPECT_EQ(from_input.status, 0);
+    EXPECT_THAT(diff({"--", file.name() + ":@1", "-:last"}, capture_of(after)).out,
+                HasSubstr(R"({"kind":"function","change":"slower","name":"slow")"));
+}
+
+TEST(Diff, reads_a_file_whose_name_ends_like_a_request)
+{
+    ConfigFolder const folder;
+    auto const name = folder.path("a:7");
+    TemporaryFile const other(capture_of(before));
+    EXPECT_EQ(diff({name, other.name()}).status, 2);
+    folder.write("a:7", capture_of(before));
+    EXPECT_EQ(diff({name, other.name()}).status, 0);
+    EXPECT_EQ(diff({name + ":7", other.name() + ":7"}).status, 0);
+}
+
+TEST(Diff, continues_after_a_fault_and_reports_it)
+{
+    Frame broken;
+    broken.set_rpc_php("\xff");
+    TemporaryFile const a(capture_of(before) + delimited(broken));
+    TemporaryFile const b(capture_of(after));
+    for (std::string const request : {"", ":@1"}) {
+        auto const outcome = diff({"--fail-if=errors>0", a.name() + request, b.name() + request});
+        EXPECT_THAT(outcome.out, HasSubstr(R"("name":"slow")"));
+        EXPECT_THAT(outcome.err, HasSubstr("the report is not a valid tarnwick.rpc.php.v1.NotifyRequest"));
+        EXPECT_EQ(outcome.status, 1);
+    }
+}
+
+TEST(Diff, compares_nothing_if_a_file_or_a_request_is_missing)
+{
+    TemporaryFile const file(capture_of(before));
+    auto outcome = diff({file.name(), "/no/such/file"});
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, HasSubstr("/no/such/file: "));
+    EXPECT_EQ(outcome.status, 3);
+    outcome = diff({file.name() + ":@1", file.name() + ":8"});
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "tarnwick: no request has the id 8; there are 1 requests: @1 with id 7\n");
+    EXPECT_EQ(outcome.status, 2);
+}
+
+TEST(Diff, cuts_lines_at_the_width_of_a_terminal)
+{
+    TemporaryFile const a(capture_of(before));
+    TemporaryFile const b(capture_of(after));
+    auto const outcome =
+        run({.arguments = {"diff", a.name(), b.name()}, .out = Sink::terminal, .terminal_columns = 20});
+    EXPECT_THAT(outcome.out, HasSubstr("\nslower  10.0 ms → 1…\n"));
+}
+
+TEST(Diff, works_as_in_the_manual)
+{
+    auto const statements = [](int users) {
+        std::string text = query("SELECT * FROM posts LIMIT 3", 4);
+        for (int i = 0; i < users; ++i)
+            text += query("SELECT name FROM users WHERE id = " + std::to_string(i), 2);
+        return text;
+    };
+    ConfigFolder const folder;
+    folder.write("before.tnw", capture_of({.uri = "/posts/17",
+                                           .milliseconds = 42,
+                                           .functions = function("Posts::list", 1, 9) + function("render", 1, 20),
+                                           .queries = statements(1)}) +
+                                   capture_of({.uri = "/login", .milliseconds = 84}));
+    folder.write("after.tnw", capture_of({.uri = "/posts/18",
+                                          .milliseconds = 61,
+                                          .functions = function("Posts::list", 1, 28) + function("render", 1, 20),
+                                          .queries = statements(10)}) +
+                                  capture_of({.uri = "/login", .milliseconds = 80}));
+    WorkingFolder const here(folder.path());
+    auto const outcome = diff({"--format=text", "--fail-if=duration>20%", "before.tnw", "after.tnw"});
+    EXPECT_EQ(outcome.status, 4);
+    auto const session = "\n$ tarnwick diff --format=text --fail-if='duration>20%' before.tnw after.tnw\n" +
+                         outcome.out + outcome.err + "$ echo $?\n4\n";
+    EXPECT_THAT(content_of(TARNWICK_MANUAL "/tarnwick-diff.1"), HasSubstr(session));
+}
+
+TEST(Diff, reports_wrong_usage)
+{
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string err;
+    };
+    Case const cases[] = {
+        {{}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
+        {{"a"}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
+        {{"a", "b", "c"}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
+        {{"a:1", "b"},
+         "tarnwick: 'a:1' is a request and 'b' a capture: give two requests as FILE:REQUEST, or two captures\n"},
+        {{"a", "b:last"},
+         "tarnwick: 'b:last' is a request and 'a' a capture: give two requests as FILE:REQUEST, or two captures\n"},
+        {{"-", "-"}, "tarnwick: standard input (-) can be read only once\n"},
+        {{"a", "b", "--fail-if=status>1"}, "tarnwick: --fail-if: no limit is possible for 'status'\n"},
+        {{"a", "b", "--format=csv"}, "tarnwick: --format: 'csv' is not one of auto, text, jsonl\n"},
+    };
+    for (auto const &[arguments, err] : cases) {
+        auto const outcome = diff(arguments);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.err, err + "usage: tarnwick diff [OPTION...] A B\nUse --help for more information.\n");
+    }
+}
+
+} // namespace
+} // namespace tarnwick::test::diff_test

@@ -1,0 +1,181 @@
+#include "diff.h"
+
+#include "capture/captures.h"
+#include "capture/record_feed.h"
+#include "capture/rereadable_captures.h"
+#include "print/change_text.h"
+#include "print/difference_printer.h"
+#include "print/masked_writer.h"
+#include "print/output.h"
+#include "print/readable_text.h"
+#include "requests/activity_sink.h"
+#include "requests/difference.h"
+#include "requests/find_request.h"
+#include "requests/key_difference.h"
+#include "standard_error.h"
+
+#include <tarnwick/data/records.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+namespace tarnwick::program {
+namespace {
+
+/// Two profiles that limits compare.
+struct ProfilePair {
+    std::string name; ///< of their route; empty for two requests
+    Profile const *a;
+    Profile const *b;
+};
+
+/// Reports what exceeds the limits on standard error.
+ExitStatus check_limits(std::vector<GrowthLimit> const &limits, std::vector<ProfilePair> const &pairs)
+{
+    auto status = success;
+    auto const report = [&status](std::string const &text) {
+        status = limit_exceeded;
+        print_error(fmt::format("tarnwick: {}\n", escaped_text(text)));
+    };
+    for (auto const &limit : limits) {
+        bool is_checked = false;
+        for (auto const &[name, a, b] : pairs) {
+            auto const is_exceeded = limit.is_exceeded(*a, *b);
+            is_checked = is_checked || is_exceeded.has_value();
+            if (!is_exceeded.value_or(false))
+                continue;
+            auto const mean_a = a->mean(limit.measure());
+            auto const mean_b = b->mean(limit.measure());
+            auto const growth = growth_text(*mean_a, *mean_b);
+            report(fmt::format("{}{}{} is exceeded: {} → {}{}", name, name.empty() ? "" : ": ", limit.text(),
+                               measure_text(limit.measure(), mean_a), measure_text(limit.measure(), mean_b),
+                               growth.empty() ? "" : fmt::format(" ({})", growth)));
+        }
+        if (!is_checked)
+            report(fmt::format("{} cannot be checked: A and B have no {} to compare", limit.text(),
+                               measures[limit.measure()]));
+    }
+    return status;
+}
+
+/// Compares places that both name a request, or both a capture.
+class Comparison {
+public:
+    explicit Comparison(DiffOptions const &options)
+        : options_(options)
+        , output_(STDOUT_FILENO)
+    {
+        using Format = DiffOptions::Format;
+        auto const automatic = output_.is_terminal() ? Format::text : Format::jsonl;
+        bool const is_text = (options.format == Format::automatic ? automatic : options.format) == Format::text;
+        masks_ = Masks::of(options.mask, is_text);
+        printer_ = is_text ? make_difference_text(output_, masks_) : make_difference_json(output_, masks_);
+    }
+
+    ExitStatus compare_requests()
+    {
+        RereadableCaptures const captures_a({options_.a.file});
+        RereadableCaptures const captures_b({options_.b.file});
+        auto const a = find_request(captures_a, *options_.a.request, {}, output_);
+        auto const b = find_request(captures_b, *options_.b.request, {}, output_);
+        auto const status = std::max(a.status, b.status);
+        if (!a.request || !b.request)
+            return status;
+        auto const compared_a = compared(options_.a.file, *a.request);
+        auto const compared_b = compared(options_.b.file, *b.request);
+        printer_->print_requests(compared_a, compared_b);
+        for (auto const kind : activity_kinds)
+            printer_->print(compare(kind, compared_a.activity.of(kind), compared_b.activity.of(kind), names_));
+        printer_->print(compare_keys(a.request->records, b.request->records));
+        return finish(status, {{"", &compared_a.profile, &compared_b.profile}});
+    }
+
+    ExitStatus compare_captures()
+    {
+        ComparedCapture a{options_.a.file, {}};
+        ComparedCapture b{options_.b.file, {}};
+        auto const status = std::max(read(a), read(b));
+        if (status == file_failure)
+            return status;
+        auto const routes = compare(a.profiles, b.profiles);
+        printer_->print_captures(a, b, routes);
+        for (auto const kind : activity_kinds) {
+            auto const [amounts_a, amounts_b] = mean_amounts(routes, kind);
+            printer_->print(compare(kind, amounts_a, amounts_b, names_));
+        }
+        std::vector<ProfilePair> pairs;
+        for (auto const &route : routes) {
+            if (route.a != nullptr && route.b != nullptr)
+                pairs.push_back({route_text(masks_, *route.route), route.a, route.b});
+        }
+        return finish(status, pairs);
+    }
+
+private:
+    /// Reduces a request to its activity, and collects its secrets.
+    ComparedRequest compared(std::string const &file, FoundRequest const &found)
+    {
+        ComparedRequest request{file, {}, {}};
+        request.activity.number = found.summary.number;
+        request.activity.id = found.summary.id;
+        request.activity.dialects = found.summary.dialects;
+        data::for_each_type(data::ReportRecords(), [&]<class Record> {
+            for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
+                for (auto const &reported : found.records.of<Record>(dialect))
+                    add(request.activity, reported.record, dialect);
+            }
+        });
+        request.profile.add(request.activity);
+        return request;
+    }
+
+    template <class Record>
+    void add(RequestActivity &activity, Record const &record, Dialect dialect)
+    {
+        // Both requests share their secrets, because names that they share are printed once.
+        if constexpr (data::is_handle<Record>)
+            collect(masks_, *record);
+        else
+            collect(masks_, record);
+        if constexpr (ActivityBuilder::takes<Record>)
+            ActivityBuilder(names_).add(activity, record, dialect);
+    }
+
+    ExitStatus read(ComparedCapture &capture)
+    {
+        ActivitySink sink(
+            names_, [&capture](RequestActivity const &request) { capture.profiles[route_of(request)].add(request); });
+        RecordFeed feed(sink);
+        auto const status = read_captures(capture_files({capture.file}), output_,
+                                          [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+        sink.close_all();
+        return status;
+    }
+
+    ExitStatus finish(ExitStatus status, std::vector<ProfilePair> const &pairs)
+    {
+        printer_->finish();
+        output_.flush();
+        return std::max(status, check_limits(options_.limits, pairs));
+    }
+
+    DiffOptions const &options_;
+    Output output_;
+    Masks masks_;
+    std::unique_ptr<DifferencePrinter> printer_;
+    NameTable names_;
+};
+
+} // namespace
+
+ExitStatus diff(DiffOptions const &options)
+{
+    Comparison comparison(options);
+    return options.a.request ? comparison.compare_requests() : comparison.compare_captures();
+}
+
+} // namespace tarnwick::program

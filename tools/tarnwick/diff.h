@@ -1,0 +1,27 @@
+#pragma once
+
+#include "exit_status.h"
+#include "print/masks.h"
+#include "requests/growth_limit.h"
+#include "requests/request_place.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace tarnwick::program {
+
+struct DiffOptions {
+    enum class Format : std::uint8_t { automatic, text, jsonl };
+
+    RequestPlace a;
+    RequestPlace b; ///< a request if `a` is one, otherwise a capture
+    Format format = Format::automatic;
+    MaskOptions mask;
+    std::vector<GrowthLimit> limits;
+};
+
+/// Prints the differences of two requests or of two captures. Returns `limit_exceeded` if a limit is exceeded, or if it
+/// cannot be checked. Throws `WriteError` and `BrokenPipe`.
+ExitStatus diff(DiffOptions const &options);
+
+} // namespace tarnwick::program

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "print/masks.h"
+#include "print/output.h"
+#include "requests/difference.h"
+#include "requests/key_difference.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tarnwick::program {
+
+/// One of two requests.
+struct ComparedRequest {
+    std::string file;
+    RequestActivity activity;
+    Profile profile; ///< of this request alone
+};
+
+/// One of two captures.
+struct ComparedCapture {
+    std::string file;
+    Profiles profiles;
+};
+
+/// Prints differences in a format.
+class DifferencePrinter {
+public:
+    DifferencePrinter() = default;
+    virtual ~DifferencePrinter() = default;
+    DifferencePrinter(DifferencePrinter const &) = delete;
+    DifferencePrinter &operator=(DifferencePrinter const &) = delete;
+
+    virtual void print_requests(ComparedRequest const &a, ComparedRequest const &b) = 0;
+    virtual void print_captures(ComparedCapture const &a, ComparedCapture const &b,
+                                std::vector<RouteDifference> const &routes) = 0;
+    /// Differences of one kind.
+    virtual void print(std::vector<ActivityDifference> const &differences) = 0;
+    virtual void print(std::vector<KeyDifference> const &differences) = 0;
+    /// Called last.
+    virtual void finish() = 0;
+};
+
+/// `masks` are those of all requests that are printed.
+std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, Masks masks);
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, Masks masks);
+
+/// Returns the name of a function, statement, error or event with its secrets masked.
+std::string masked_name(Masks const &masks, ActivityDifference const &difference);
+/// Returns `METHOD ROUTE` with its secrets masked; `-` for requests without a start.
+std::string route_text(Masks const &masks, MethodAndRoute const &route);
+/// Returns a key of a PHP array as text.
+std::string key_text(data::php::ZVal const &key);
+
+} // namespace tarnwick::program
