@@ -73,7 +73,7 @@ public:
         auto const automatic = output_.is_terminal() ? Format::text : Format::jsonl;
         bool const is_text = (options.format == Format::automatic ? automatic : options.format) == Format::text;
         masks_ = Masks::of(options.mask, is_text);
-        printer_ = is_text ? make_difference_text(output_, masks_) : make_difference_json(output_, masks_);
+        printer_ = is_text ? make_difference_text(output_) : make_difference_json(output_);
     }
 
     ExitStatus compare_requests()
@@ -85,12 +85,20 @@ public:
         auto const status = std::max(a.status, b.status);
         if (!a.request || !b.request)
             return status;
+        // Both requests share their secrets, because names that they share are printed once.
+        collect_secrets(a.request->records);
+        collect_secrets(b.request->records);
         auto const compared_a = compared(options_.a.file, *a.request);
         auto const compared_b = compared(options_.b.file, *b.request);
         printer_->print_requests(compared_a, compared_b);
         for (auto const kind : activity_kinds)
             printer_->print(compare(kind, compared_a.activity.of(kind), compared_b.activity.of(kind), names_));
-        printer_->print(compare_keys(a.request->records, b.request->records));
+        auto keys = compare_keys(a.request->records, b.request->records);
+        for (auto &difference : keys) {
+            for (auto &key : difference.path)
+                key = masks_.text(key);
+        }
+        printer_->print(keys);
         return finish(status, {{"", &compared_a.profile, &compared_b.profile}});
     }
 
@@ -110,45 +118,57 @@ public:
         std::vector<ProfilePair> pairs;
         for (auto const &route : routes) {
             if (route.a != nullptr && route.b != nullptr)
-                pairs.push_back({route_text(masks_, *route.route), route.a, route.b});
+                pairs.push_back({text_of(*route.route), route.a, route.b});
         }
         return finish(status, pairs);
     }
 
 private:
-    /// Reduces a request to its activity, and collects its secrets.
+    template <class Handle>
+    static void for_each_record(RequestRecords const &records, Handle const &handle)
+    {
+        data::for_each_type(data::ReportRecords(), [&]<class Record> {
+            for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
+                for (auto const &reported : records.of<Record>(dialect))
+                    handle(reported.record, dialect);
+            }
+        });
+    }
+
+    void collect_secrets(RequestRecords const &records) const
+    {
+        for_each_record(records, [this](auto const &record, Dialect /*dialect*/) { collect(masks_, record); });
+    }
+
     ComparedRequest compared(std::string const &file, FoundRequest const &found)
     {
         ComparedRequest request{file, {}, {}};
         request.activity.number = found.summary.number;
         request.activity.id = found.summary.id;
         request.activity.dialects = found.summary.dialects;
-        data::for_each_type(data::ReportRecords(), [&]<class Record> {
-            for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
-                for (auto const &reported : found.records.of<Record>(dialect))
-                    add(request.activity, reported.record, dialect);
-            }
+        ActivityBuilder builder(names_, masks_);
+        for_each_record(found.records, [&]<class Record>(Record const &record, Dialect dialect) {
+            if constexpr (ActivityBuilder::takes<Record>)
+                builder.add(request.activity, record, dialect);
         });
+        mask_uri(request.activity);
         request.profile.add(request.activity);
         return request;
     }
 
-    template <class Record>
-    void add(RequestActivity &activity, Record const &record, Dialect dialect)
+    void mask_uri(RequestSummary &request) const
     {
-        // Both requests share their secrets, because names that they share are printed once.
-        if constexpr (data::is_handle<Record>)
-            collect(masks_, *record);
-        else
-            collect(masks_, record);
-        if constexpr (ActivityBuilder::takes<Record>)
-            ActivityBuilder(names_).add(activity, record, dialect);
+        if (request.start && request.start->uri)
+            request.start->uri = masks_.text(*request.start->uri);
     }
 
     ExitStatus read(ComparedCapture &capture)
     {
-        ActivitySink sink(
-            names_, [&capture](RequestActivity const &request) { capture.profiles[route_of(request)].add(request); });
+        ActivitySink sink(names_, masks_, [&](RequestActivity &request) {
+            masks_.select_request(request.id);
+            mask_uri(request);
+            capture.profiles[route_of(request)].add(request);
+        });
         RecordFeed feed(sink);
         auto const status = read_captures(capture_files({capture.file}), output_,
                                           [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });

@@ -313,6 +313,28 @@ TEST(Masks, hide_secrets_in_pages_of_requests)
                                              "sql_of_protobuf", "sql_twice"));
 }
 
+TEST(Masks, hide_secrets_in_differences)
+{
+    auto const secrets = planted();
+    TemporaryFile const file(secrets.capture);
+    // A request without a start, so that it has the route of most planted ones.
+    TemporaryFile const other(frame_of(1, message("other")));
+    auto const diff = [&](std::string const &format, std::string const &mask, std::string const &request) {
+        auto const outcome = run({.arguments = {"diff", format, mask, other.name() + (request.empty() ? "" : ":@1"),
+                                                file.name() + request}});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return outcome.out;
+    };
+    for (std::string const format : {"--format=text", "--format=jsonl"})
+        EXPECT_THAT(places_of_secrets(secrets, diff(format, "--mask=default", ""), true), IsEmpty());
+    for (std::size_t i = 1; i <= places.size(); ++i) {
+        auto const out = diff("--format=jsonl", "--mask=default", fmt::format(":@{}", i));
+        EXPECT_THAT(places_of_secrets(secrets, out, true), IsEmpty());
+    }
+    EXPECT_THAT(places_of_secrets(secrets, diff("--format=jsonl", "--mask=none", ""), true),
+                testing::IsSupersetOf({"message", "message_of_protobuf", "event", "file", "literal_in_a_message"}));
+}
+
 TEST(Masks, are_the_default_of_text_only)
 {
     auto const secrets = planted();

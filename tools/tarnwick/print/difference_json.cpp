@@ -18,9 +18,8 @@ namespace {
 /// Prints each difference as a JSON object on a line.
 class DifferenceJson : public DifferencePrinter {
 public:
-    DifferenceJson(Output &output, Masks masks)
+    explicit DifferenceJson(Output &output)
         : output_(output)
-        , masks_(std::move(masks))
     {
     }
 
@@ -41,7 +40,7 @@ public:
             auto const &[method, path] = *route.route;
             bool const has_start = !method.empty() || !path.empty();
             write_optional_text("method", has_start ? std::optional(method) : std::nullopt);
-            write_optional_text("route", has_start ? std::optional(masks_.text(path)) : std::nullopt);
+            write_optional_text("route", has_start ? std::optional(path) : std::nullopt);
             write_side("a", route.a, [this](Profile const &profile) { write(profile); });
             write_side("b", route.b, [this](Profile const &profile) { write(profile); });
             end();
@@ -53,7 +52,7 @@ public:
         for (auto const &difference : differences) {
             begin(name_of(difference.kind));
             write_text("change", std::string(name_of(difference.change)));
-            write_text("name", masked_name(masks_, difference));
+            write_text("name", *difference.name);
             auto const write_amount = [&](Amount const &amount) { write(amount, difference.kind); };
             write_side("a", difference.a ? &*difference.a : nullptr, write_amount);
             write_side("b", difference.b ? &*difference.b : nullptr, write_amount);
@@ -70,7 +69,7 @@ public:
             json_.field("key");
             json_.begin_list();
             for (auto const &part : difference.path)
-                json_.bytes(masks_.text(key_text(part)));
+                json_.bytes(part);
             json_.end_list();
             end();
         }
@@ -134,12 +133,9 @@ private:
     void write(ComparedRequest const &request)
     {
         write_text("file", request.file);
-        RequestSummary summary = request.activity;
-        if (summary.start && summary.start->uri)
-            summary.start->uri = masks_.text(*summary.start->uri);
         for (auto const &column : request_columns()) {
             json_.field(column.name);
-            column.write(json_, summary);
+            column.write(json_, request.activity);
         }
     }
 
@@ -177,15 +173,14 @@ private:
     }
 
     Output &output_;
-    Masks masks_;
     JsonWriter json_;
 };
 
 } // namespace
 
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, Masks masks)
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output)
 {
-    return std::make_unique<DifferenceJson>(output, std::move(masks));
+    return std::make_unique<DifferenceJson>(output);
 }
 
 } // namespace tarnwick::program

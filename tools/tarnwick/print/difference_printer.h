@@ -1,6 +1,5 @@
 #pragma once
 
-#include "print/masks.h"
 #include "print/output.h"
 #include "requests/difference.h"
 #include "requests/key_difference.h"
@@ -24,7 +23,7 @@ struct ComparedCapture {
     Profiles profiles;
 };
 
-/// Prints differences in a format.
+/// Prints differences in a format. What it receives is masked already.
 class DifferencePrinter {
 public:
     DifferencePrinter() = default;
@@ -42,15 +41,7 @@ public:
     virtual void finish() = 0;
 };
 
-/// `masks` are those of all requests that are printed.
-std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, Masks masks);
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, Masks masks);
-
-/// Returns the name of a function, statement, error or event with its secrets masked.
-std::string masked_name(Masks const &masks, ActivityDifference const &difference);
-/// Returns `METHOD ROUTE` with its secrets masked; `-` for requests without a start.
-std::string route_text(Masks const &masks, MethodAndRoute const &route);
-/// Returns a key of a PHP array as text.
-std::string key_text(data::php::ZVal const &key);
+std::unique_ptr<DifferencePrinter> make_difference_text(Output &output);
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output);
 
 } // namespace tarnwick::program

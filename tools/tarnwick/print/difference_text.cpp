@@ -74,9 +74,8 @@ std::string growth_of_measure(Profile const *a, Profile const *b, std::size_t me
 /// Prints differences as tables for people.
 class DifferenceText : public DifferencePrinter {
 public:
-    DifferenceText(Output &output, Masks masks)
+    explicit DifferenceText(Output &output)
         : output_(output)
-        , masks_(std::move(masks))
         , width_(terminal_width(STDOUT_FILENO))
     {
     }
@@ -118,8 +117,7 @@ public:
                          {"status", Align::left}});
         for (auto const &route : routes)
             table.add({std::string(name_of(route.change)), change_of_measure(route.a, route.b, duration_measure),
-                       growth_of_measure(route.a, route.b, duration_measure),
-                       escaped_text(route_text(masks_, *route.route)),
+                       growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(*route.route)),
                        change_of_profiles(route.a, route.b,
                                           [](Profile const &profile) { return fmt::to_string(profile.requests()); }),
                        change_of_measure(route.a, route.b, memory_measure),
@@ -156,7 +154,7 @@ public:
                 cells.push_back(a && b ? growth_text(a->nanoseconds, b->nanoseconds) : "");
             }
             cells.push_back(optional_change_text(calls_text(a), calls_text(b)));
-            cells.push_back(escaped_text(masked_name(masks_, difference)));
+            cells.push_back(escaped_text(*difference.name));
             table.add(std::move(cells));
         }
         print_table(table);
@@ -171,7 +169,7 @@ public:
         for (auto const &difference : first(differences)) {
             std::string key;
             for (auto const &part : difference.path) {
-                auto const text = escaped_text(masks_.text(key_text(part)));
+                auto const text = escaped_text(part);
                 key += key.empty() ? text : fmt::format("[{}]", text);
             }
             table.add({std::string(name_of(difference.is_in_b ? Change::only_in_b : Change::only_in_a)),
@@ -196,13 +194,12 @@ private:
         return {differences.begin(), differences.begin() + static_cast<std::ptrdiff_t>(count)};
     }
 
-    [[nodiscard]] std::pair<std::string, std::string> method_and_uri(RequestSummary const &request) const
+    static std::pair<std::string, std::string> method_and_uri(RequestSummary const &request)
     {
         auto const text = [](std::optional<std::string> const &part) { return escaped_text(part.value_or("-")); };
         if (!request.start)
             return {"-", "-"};
-        auto const &uri = request.start->uri;
-        return {text(request.start->method), text(uri ? std::optional(masks_.text(*uri)) : std::nullopt)};
+        return {text(request.start->method), text(request.start->uri)};
     }
 
     void print_line(std::string_view line)
@@ -225,7 +222,6 @@ private:
     }
 
     Output &output_;
-    Masks masks_;
     std::optional<std::size_t> width_;
     std::string_view per_request_; ///< after the names of means
     bool has_sections_ = false;
@@ -233,9 +229,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, Masks masks)
+std::unique_ptr<DifferencePrinter> make_difference_text(Output &output)
 {
-    return std::make_unique<DifferenceText>(output, std::move(masks));
+    return std::make_unique<DifferenceText>(output);
 }
 
 } // namespace tarnwick::program

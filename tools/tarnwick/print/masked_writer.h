@@ -6,6 +6,7 @@
 #include "print/readable_writer.h"
 
 #include <tarnwick/data/description.h>
+#include <tarnwick/data/records.h>
 #include <tarnwick/data/time_pair.h>
 #include <tarnwick/data/walk.h>
 
@@ -124,6 +125,14 @@ void collect(Masks const &masks, Record const &record)
         return;
     MaskedWriter writer(masks, data::Description<Record>::name);
     data::walk_fields(writer, record);
+}
+
+/// The same for the handle of a record.
+template <class Record>
+    requires data::is_handle<Record>
+void collect(Masks const &masks, Record const &record)
+{
+    collect(masks, *record);
 }
 
 } // namespace tarnwick::program

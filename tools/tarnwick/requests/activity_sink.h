@@ -1,23 +1,31 @@
 #pragma once
 
 #include "capture/record_feed.h"
+#include "print/masked_writer.h"
+#include "print/masks.h"
 #include "requests/request_activity.h"
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
 
+#include <tarnwick/data/codetrace/add_data.h>
+#include <tarnwick/data/codetrace/data.h>
+
 #include <cstddef>
 #include <functional>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace tarnwick::program {
 
-/// Reduces requests to their activities as their records arrive. A sink of `RecordFeed`.
+/// Reduces requests to their activities as their records arrive. A sink of `RecordFeed`. With masks, it collects the
+/// secrets of all records, apart from the chunks of code traces.
 class ActivitySink {
 public:
     /// `pass_on` receives the requests in the order of their first reports. `names` stays valid.
-    ActivitySink(NameTable &names, std::function<void(RequestActivity &request)> pass_on)
-        : builder_(names)
+    ActivitySink(NameTable &names, Masks const &masks, std::function<void(RequestActivity &request)> pass_on)
+        : masks_(masks)
+        , builder_(names, masks)
         , groups_(std::move(pass_on))
     {
     }
@@ -34,20 +42,25 @@ public:
         request_ = &groups_.of(source.request_id.id(), source.dialect, is_start(message));
         request_->id = source.request_id.id();
         request_->dialects[static_cast<std::size_t>(source.dialect)] = true;
+        masks_.select_request(request_->id);
     }
     template <class Record>
-    [[nodiscard]] static constexpr bool wants()
+    [[nodiscard]] bool wants() const
     {
-        return ActivityBuilder::takes<Record>;
+        constexpr bool is_chunk =
+            std::is_same_v<Record, data::codetrace::Data> || std::is_same_v<Record, data::codetrace::AddData>;
+        return ActivityBuilder::takes<Record> || (masks_.are_on() && !is_chunk);
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
-        if constexpr (wants<Record>())
+        collect(masks_, record);
+        if constexpr (ActivityBuilder::takes<Record>)
             builder_.add(*request_, record, source.dialect);
     }
 
 private:
+    Masks masks_;
     ActivityBuilder builder_;
     RequestGroups<RequestActivity> groups_;
     RequestActivity *request_ = nullptr; ///< of the current report

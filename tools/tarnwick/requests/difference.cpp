@@ -84,6 +84,12 @@ MethodAndRoute route_of(RequestSummary const &request)
     return {request.start->method.value_or(""), route_of(request.start->uri.value_or(""))};
 }
 
+std::string text_of(MethodAndRoute const &route)
+{
+    auto const &[method, path] = route;
+    return method.empty() && path.empty() ? "-" : method + ' ' + path;
+}
+
 std::vector<RouteDifference> compare(Profiles const &a, Profiles const &b)
 {
     std::vector<RouteDifference> differences;

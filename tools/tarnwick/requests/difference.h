@@ -41,6 +41,8 @@ std::vector<ActivityDifference> compare(ActivityKind kind, Amounts const &a, Amo
 /// Method and route of requests. Both are empty for requests without a start.
 using MethodAndRoute = std::pair<std::string, std::string>;
 MethodAndRoute route_of(RequestSummary const &request);
+/// Returns `METHOD ROUTE`; `-` for requests without a start.
+std::string text_of(MethodAndRoute const &route);
 
 /// The requests of a capture by method and route.
 using Profiles = std::map<MethodAndRoute, Profile>;

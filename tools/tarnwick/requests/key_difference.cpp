@@ -3,14 +3,27 @@
 #include <tarnwick/data/php/request_headers.h>
 #include <tarnwick/data/php/response_headers.h>
 #include <tarnwick/data/php/superglobals.h>
+#include <tarnwick/data/php/zval.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <variant>
 
 namespace tarnwick::program {
 namespace {
 
 using data::php::PelorinArray;
+
+std::string key_text(data::php::ZVal const &key)
+{
+    if (auto const *text = std::get_if<std::string>(&key->value()))
+        return *text;
+    if (auto const *number = std::get_if<std::int64_t>(&key->value()))
+        return fmt::to_string(*number);
+    return "undefined";
+}
 
 /// Adds the keys that a result of `diff_keys` has. `other` is the argument of that call. The result shares keys and
 /// whole values with it, and has new arrays for those that differ in part.
@@ -21,7 +34,7 @@ void add_keys(PelorinArray const &result, PelorinArray const &other, KeyDifferen
     for (auto const &[key, value] : result->elements()) {
         element = std::ranges::find_if(element, other->elements().end(),
                                        [&](auto const &candidate) { return candidate.first == key; });
-        current.path.push_back(key);
+        current.path.push_back(key_text(key));
         if (element->second == value)
             differences.push_back(current);
         else

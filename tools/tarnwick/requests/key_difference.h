@@ -2,8 +2,7 @@
 
 #include "requests/request_records.h"
 
-#include <tarnwick/data/php/zval.h>
-
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,7 +13,7 @@ struct KeyDifference {
     std::string_view array; ///< the name of the array, for people
     bool is_in_b = false;   ///< only B has the key, otherwise only A
     /// The key, after the keys of the arrays around it, the outermost first.
-    std::vector<data::php::ZVal> path;
+    std::vector<std::string> path;
 };
 
 /// Returns the keys of headers and superglobals that only one of two requests has, as `detail::PelorinArray::diff_keys`

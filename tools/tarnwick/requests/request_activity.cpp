@@ -125,20 +125,20 @@ void ActivityBuilder::add(RequestActivity &request, data::php::RShutdown const &
 void ActivityBuilder::add(RequestActivity &request, data::php::ErrorData const &record, Dialect dialect)
 {
     count(request.errors, dialect, 1);
-    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record))] += {1, 0};
+    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(masks_.text(error_name(record)))] += {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, Event const &record, Dialect dialect)
 {
     count(request.events, dialect, 1);
-    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record))] += {1, 0};
+    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(masks_.text(event_name(record)))] += {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, data::glimmet::Functions const &record, Dialect dialect)
 {
     auto &amounts = amounts_of(request, ActivityKind::function, dialect);
     for (auto const &function : record->functions()) {
-        amounts[names_.number_of(function_name(function))] +=
+        amounts[names_.number_of(masks_.name(function_name(function)))] +=
             {static_cast<double>(function.count()), static_cast<double>(nanoseconds(function.time_first()))};
     }
 }
@@ -148,7 +148,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries co
     count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
     auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
     for (auto const &query : record->queries()) {
-        amounts[names_.number_of(statement_shape(query->text().toStdString()))] +=
+        amounts[names_.number_of(masks_.statement(statement_shape(query->text().toStdString())))] +=
             {1, static_cast<double>(nanoseconds(query->time()))};
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/dialect.h"
+#include "print/masks.h"
 #include "requests/request_summary.h"
 
 #include <tarnwick/data/glimmet/functions.h>
@@ -17,6 +18,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::program {
@@ -74,12 +76,14 @@ struct RequestActivity : RequestSummary {
 /// | error     | its name or its class, its message, and its file without the line            |
 /// | event     | the label of its kind, its text, and the function, the message or the title  |
 ///
-/// Lines are left out, because they change from version to version of a file.
+/// Lines are left out, because they change from version to version of a file. Names are masked with the secrets that are
+/// known when their record is added.
 class ActivityBuilder {
 public:
     /// `names` stays valid.
-    explicit ActivityBuilder(NameTable &names)
+    ActivityBuilder(NameTable &names, Masks masks)
         : names_(names)
+        , masks_(std::move(masks))
     {
     }
 
@@ -97,6 +101,7 @@ public:
 
 private:
     NameTable &names_;
+    Masks masks_;
 };
 
 } // namespace tarnwick::program
