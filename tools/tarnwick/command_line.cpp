@@ -7,6 +7,7 @@
 #include "config_explain.h"
 #include "config_get.h"
 #include "diff.h"
+#include "diff_dialects.h"
 #include "exit_status.h"
 #include "inspect.h"
 #include "ls.h"
@@ -179,11 +180,11 @@ void add_dialect(CLI::App &app, ReportChoice &reports)
         ->allow_extra_args(false);
 }
 
-void add_report_choice(CLI::App &app, ReportChoice &reports)
+void add_request_choice(CLI::App &app, std::vector<std::uint64_t> &requests)
 {
     app.add_option_function<std::vector<std::string>>(
            "--request",
-           [&reports](std::vector<std::string> const &arguments) {
+           [&requests](std::vector<std::string> const &arguments) {
                for (auto const &argument : arguments) {
                    std::uint64_t id = 0;
                    auto const *const end = argument.data() + argument.size();
@@ -192,12 +193,17 @@ void add_report_choice(CLI::App &app, ReportChoice &reports)
                        throw CLI::ValidationError(
                            "--request",
                            fmt::format("'{}' is not a request id, a number from 0 to {}", argument, UINT64_MAX));
-                   reports.requests.push_back(id);
+                   requests.push_back(id);
                }
            },
            "only the request with this id; can be repeated")
         ->type_name("ID")
         ->allow_extra_args(false);
+}
+
+void add_report_choice(CLI::App &app, ReportChoice &reports)
+{
+    add_request_choice(app, reports.requests);
     add_dialect(app, reports);
 }
 void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help)
@@ -372,6 +378,7 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
 struct DiffArguments {
     std::vector<std::string> places;
     std::vector<std::string> limits;
+    DiffDialectsOptions dialects;
 };
 
 void read_places(std::vector<std::string> const &places, DiffOptions &options)
@@ -392,13 +399,15 @@ void read_places(std::vector<std::string> const &places, DiffOptions &options)
 void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Command &command)
 {
     using Format = DiffOptions::Format;
-    auto &sub =
-        add_command(app, "diff", "Compare two requests or two captures", "usage: tarnwick diff [OPTION...] A B");
+    auto &sub = add_command(app, "diff", "Compare two requests, two captures, or the dialects of requests",
+                            "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] [FILE...]");
     sub.add_option(
            "FILE", arguments.places,
            "two captures, whose requests are compared by method and route, or two requests as FILE:ID, FILE:@N, "
-           "FILE:slowest or FILE:last; - is standard input")
+           "FILE:slowest or FILE:last; with --dialects, captures; - is standard input")
         ->type_name("");
+    auto const *dialects =
+        sub.add_flag("--dialects", "compare the two dialects of each request, to find mistakes of the sender");
     add_choice(sub, "--format", options.format,
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "tables, or one JSON object for each difference; auto (default): text on a terminal, jsonl otherwise");
@@ -408,10 +417,25 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
                    "'memory>10MB'; can be repeated")
         ->type_name("NAME>LIMIT")
         ->allow_extra_args(false);
-    sub.footer(fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
-                           "Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
-                           "3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
-    sub.callback([&] {
+    add_request_choice(sub, arguments.dialects.requests);
+    sub.footer(fmt::format(
+        "Names of limits: {}\n\n{}", fmt::join(measures, " "),
+        "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
+        "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
+    sub.callback([&, dialects] {
+        if (dialects->count() > 0) {
+            if (!arguments.limits.empty())
+                throw CLI::ValidationError("--fail-if", "not with --dialects, which compares no durations");
+            if (!arguments.places.empty())
+                arguments.dialects.files = arguments.places;
+            check_files(arguments.dialects.files);
+            arguments.dialects.format = options.format;
+            arguments.dialects.mask = options.mask;
+            command = [&arguments] { return diff_dialects(arguments.dialects); };
+            return;
+        }
+        if (!arguments.dialects.requests.empty())
+            throw CLI::ValidationError("--request", "only with --dialects; name two requests as FILE:ID");
         read_places(arguments.places, options);
         for (auto const &limit : arguments.limits)
             options.limits.push_back(checked("--fail-if", [&] { return GrowthLimit(limit); }));

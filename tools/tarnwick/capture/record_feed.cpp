@@ -3,6 +3,7 @@
 #include "capture/report_parser.h"
 #include "print/record_selection.h"
 #include "requests/activity_sink.h"
+#include "requests/dialect_differences.h"
 #include "requests/records_sink.h"
 #include "requests/statement_sink.h"
 #include "requests/summary_sink.h"
@@ -261,6 +262,7 @@ void RecordFeed<Sink>::build(ReportSource const &source, std::string_view view, 
 }
 
 template class RecordFeed<ActivitySink>;
+template class RecordFeed<DialectDifferences>;
 template class RecordFeed<RecordSelection>;
 template class RecordFeed<RecordsSink>;
 template class RecordFeed<StatementSink>;
