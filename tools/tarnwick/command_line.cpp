@@ -163,6 +163,17 @@ void check_files(std::vector<std::string> const &files)
         throw CLI::ValidationError("standard input (-) can be read only once");
 }
 
+void add_follow(CLI::App &app, bool &follow)
+{
+    app.add_flag("--follow", follow, "continue to read FILE as it grows, until Ctrl-C");
+}
+
+void check_follow(bool follow, std::vector<std::string> const &files)
+{
+    if (follow && files.size() > 1)
+        throw CLI::ValidationError("--follow reads one FILE");
+}
+
 void add_dialect(CLI::App &app, ReportChoice &reports)
 {
     app.add_option_function<std::vector<std::string>>(
@@ -241,13 +252,12 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
     add_conditions(sub, choice.conditions,
                    "only records whose field fulfils this, such as 'duration>200ms'; can be repeated");
     add_top(sub, options.top, "only the first N records");
-    sub.add_flag("--follow", options.follow, "continue to read FILE as it grows, until Ctrl-C");
+    add_follow(sub, options.follow);
     sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n{}",
                            max_report_depth, exit_statuses));
     sub.callback([&] {
         check_files(options.files);
-        if (options.follow && options.files.size() > 1)
-            throw CLI::ValidationError("--follow reads one FILE");
+        check_follow(options.follow, options.files);
         options.records = checked(choice.conditions.empty() ? "--record" : "--where",
                                   [&] { return RecordChoice(choice.records, choice.conditions); });
         command = [&options] { return inspect(options); };
@@ -302,6 +312,7 @@ struct TableCommand {
     std::string conditions; ///< examples
     std::span<Column<Row> const> columns;
     ExitStatus (*run)(TableOptions<Row> const &options);
+    bool can_follow = false;
 };
 
 template <class Row>
@@ -333,9 +344,14 @@ void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions 
         ->type_name("COLUMN[:desc]")
         ->take_last();
     add_top(sub, options.top, fmt::format("only the first N {}", definition.rows));
+    if (definition.can_follow)
+        add_follow(sub, options.follow);
     sub.footer(fmt::format("Columns: {}\n\n{}", fmt::join(names, " "), exit_statuses));
     sub.callback([&options, &choice, &command, columns = definition.columns, run = definition.run] {
         check_files(options.files);
+        check_follow(options.follow, options.files);
+        if (options.follow && !choice.sort.empty())
+            throw CLI::ValidationError("--sort needs all requests, and --follow prints each when it closes");
         options.columns = read_columns(choice.columns, columns);
         if (!choice.sort.empty())
             read_sort(choice.sort, options, columns);
@@ -663,7 +679,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
                        .rows = "requests",
                        .conditions = "'status>=500' or 'uri~^/api'",
                        .columns = request_columns(),
-                       .run = ls});
+                       .run = ls,
+                       .can_follow = true});
     ShowOptions show_options;
     ChoiceOptions show_choice;
     add_show(app, show_options, show_choice, command);
@@ -675,7 +692,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
                        .rows = "statements",
                        .conditions = "'word=SELECT' or 'total>100ms'",
                        .columns = statement_columns(),
-                       .run = statements});
+                       .run = statements,
+                       .can_follow = false});
     DiffOptions diff_options;
     DiffArguments diff_arguments;
     add_diff(app, diff_options, diff_arguments, command);

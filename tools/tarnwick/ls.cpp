@@ -9,6 +9,7 @@
 #include "requests/summary_sink.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -31,7 +32,7 @@ ExitStatus ls(LsOptions const &options)
     if (options.sort != nullptr)
         sorted.emplace(*options.sort, options.is_descending, options.top);
     std::uint64_t left = options.top.value_or(UINT64_MAX);
-    SummarySink sink(options.reports, [&](RequestSummary &request) {
+    auto const pass_on = [&](RequestSummary &request) {
         if (!options.reports.accepts(data::php::RequestId(request.id)) ||
             !fulfils(request, options.conditions, request_columns()))
             return;
@@ -43,12 +44,20 @@ ExitStatus ls(LsOptions const &options)
             printer.print(request);
             --left;
         }
+        if (options.follow) {
+            printer.finish();
+            output.flush();
+        }
         if (left == 0)
             throw EnoughResults();
-    });
+    };
+    SummarySink sink(options.reports, pass_on,
+                     options.follow ? SummarySink::Clock(std::chrono::steady_clock::now) : nullptr);
     RecordFeed feed(sink);
-    auto const status = read_captures(capture_files(options.files), output,
-                                      [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+    auto const handle = [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); };
+    auto const status = options.follow ? read_captures(capture_files(options.files), output, handle, AtEnd::follow,
+                                                       [&sink] { sink.close_due(); })
+                                       : read_captures(capture_files(options.files), output, handle);
     try {
         sink.close_all();
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the others are not wanted

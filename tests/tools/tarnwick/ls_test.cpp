@@ -199,6 +199,9 @@ TEST(Ls, reports_wrong_usage)
         {{"--request=18446744073709551616"},
          "tarnwick: --request: '18446744073709551616' is not a request id, a number from 0 to 18446744073709551615\n"},
         {{"--dialect=soap"}, "tarnwick: --dialect: 'soap' is not one of rpc, protobuf\n"},
+        {{"--follow", "--sort=start"},
+         "tarnwick: --sort needs all requests, and --follow prints each when it closes\n"},
+        {{"--follow", "a.tnw", "b.tnw"}, "tarnwick: --follow reads one FILE\n"},
         {{"--top=-1"}, "tarnwick: Could not convert: --top = -1\n"},
     };
     for (auto const &[arguments, err] : cases) {

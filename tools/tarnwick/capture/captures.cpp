@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -27,7 +28,8 @@ using Step = CaptureReader::Step;
 /// Reads one capture, passes its frames on, and reports its faults.
 class Reading {
 public:
-    Reading(CaptureFile const &file, Output &output, FrameHandler const &handle, AtEnd at_end)
+    Reading(CaptureFile const &file, Output &output, FrameHandler const &handle, AtEnd at_end,
+            std::function<void()> const &before_wait)
         : name_(file.name)
         , output_(output)
         , handle_(handle)
@@ -37,6 +39,7 @@ public:
         , reader_(input_)
         , progress_(name_, at_end == AtEnd::follow ? 0 : input_.size())
         , at_end_(at_end)
+        , before_wait_(before_wait)
     {
     }
 
@@ -69,6 +72,7 @@ private:
     CaptureReader reader_;
     Progress progress_;
     AtEnd at_end_;
+    std::function<void()> const &before_wait_;
     ExitStatus status_ = success;
     bool has_report_ = false;       ///< whether the reader returned a frame with a known report
     std::vector<Message> messages_; ///< not printed yet; more than one only before the first report
@@ -143,6 +147,8 @@ void Reading::prepare_wait()
     // The next frame of a followed file, which could extend the last message, can be far in the future.
     if (at_end_ == AtEnd::follow && has_report_)
         print_messages();
+    if (before_wait_)
+        before_wait_();
     output_.flush();
 }
 
@@ -216,12 +222,12 @@ std::vector<CaptureFile> capture_files(std::vector<std::string> const &names)
 }
 
 ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
-                         AtEnd at_end)
+                         AtEnd at_end, std::function<void()> const &before_wait)
 {
     auto status = success;
     try {
         for (auto const &file : files)
-            status = std::max(status, Reading(file, output, handle, at_end).run());
+            status = std::max(status, Reading(file, output, handle, at_end, before_wait).run());
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
     }
     output.flush();

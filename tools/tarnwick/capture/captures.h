@@ -32,9 +32,10 @@ std::vector<CaptureFile> capture_files(std::vector<std::string> const &names);
 
 /// Reads captures, one after the other. Passes each frame with a known report to `handle`, and
 /// reports faults with their places to standard error. Flushes `output` before each message and before it waits for
-/// input, so that results and messages have the order of the capture.
+/// input, so that results and messages have the order of the capture. Calls `before_wait`, which may throw
+/// `EnoughResults`, when `InputFile` does.
 ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
-                         AtEnd at_end = AtEnd::stop);
+                         AtEnd at_end = AtEnd::stop, std::function<void()> const &before_wait = {});
 
 /// Reads captures again, without messages.
 void reread_captures(std::vector<CaptureFile> const &files, FrameHandler const &handle);

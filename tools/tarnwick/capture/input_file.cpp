@@ -152,7 +152,9 @@ bool InputFile::wait_for_pipe() const
     if (::poll(sources.data(), 1, 0) != 0)
         return true;
     report_wait();
-    ::poll(sources.data(), sources.size(), -1);
+    auto const interval = interrupt_ ? Follow::usual_interval : -1;
+    while (::poll(sources.data(), sources.size(), interval) == 0)
+        report_wait();
     return !Interrupt::requested();
 }
 

@@ -23,7 +23,8 @@ enum class AtEnd {
 /// File or pipe that is read from start to end; standard input for `-`.
 class InputFile {
 public:
-    /// Calls `before_wait` before it waits for more input.
+    /// Calls `before_wait` before it waits for more input. If it follows, it also calls it while it waits, at the
+    /// interval of `Follow`.
     explicit InputFile(std::string name, std::function<void()> before_wait = {}, AtEnd at_end = AtEnd::stop);
     ~InputFile();
     InputFile(InputFile const &) = delete;

@@ -10,6 +10,7 @@
 #include "requests/column.h"
 #include "requests/table_options.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -46,7 +47,7 @@ public:
             print_csv([](Column<Row> const &column) { return std::string(column.name); });
         if (format_ == TableFormat::text) {
             width_ = terminal_width(STDOUT_FILENO);
-            start_table();
+            start_table(options.follow);
         }
     }
 
@@ -76,12 +77,14 @@ public:
 private:
     static constexpr std::size_t max_rows = 1000; ///< that share the width of their columns
 
-    void start_table()
+    /// `has_fixed_widths`: because lines are printed one by one.
+    void start_table(bool has_fixed_widths)
     {
         std::vector<TextTable::Column> titles;
         titles.reserve(columns_.size());
         for (auto const *column : columns_)
-            titles.push_back({column->title, column->align});
+            titles.push_back({column->title, column->align,
+                              has_fixed_widths ? std::max(column->usual_width, text_width(column->title)) : 0});
         table_ = TextTable(std::move(titles));
     }
 

@@ -28,14 +28,14 @@ std::vector<std::string> TextTable::take_lines()
     auto const rows = std::exchange(rows_, {});
     for (auto const &row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths_[i] = std::max(widths_[i], text_width(row[i]));
+            widths_[i] = columns_[i].width > 0 ? columns_[i].width : std::max(widths_[i], text_width(row[i]));
     }
     std::vector<std::string> lines;
     lines.reserve(rows.size());
     for (auto const &row : rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            auto const padding = std::string(widths_[i] - text_width(row[i]), ' ');
+            auto const padding = std::string(widths_[i] - std::min(widths_[i], text_width(row[i])), ' ');
             line += i == 0 ? "" : "  ";
             line += columns_[i].align == Align::right ? padding + row[i] : row[i] + padding;
         }

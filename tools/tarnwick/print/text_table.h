@@ -7,13 +7,15 @@
 
 namespace tarnwick::program {
 
-/// Table of text below a line of titles. Each column is as wide as its widest cell.
+/// Table of text below a line of titles. Each column is as wide as its widest cell, or has a fixed width. A cell that is
+/// wider than that moves the rest of its line.
 class TextTable {
 public:
     enum class Align { left, right };
     struct Column {
         std::string_view title;
         Align align = Align::right;
+        std::size_t width = 0; ///< 0: that of the widest cell
     };
 
     explicit TextTable(std::vector<Column> columns);

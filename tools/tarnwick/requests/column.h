@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,6 +30,7 @@ struct Column {
     /// The value without loss, for CSV; empty if absent.
     std::string (*plain)(Row const &row);
     void (*write)(JsonWriter &writer, Row const &row);
+    std::size_t usual_width = 0; ///< of cells that are usually wider than the title, for lines that are printed alone
 };
 
 /// Returns the column of a name. Throws `std::invalid_argument` for an unknown one.
@@ -47,7 +49,7 @@ Column<Row> const &column_named(std::span<Column<Row> const> columns, std::strin
 
 /// A column of a count that is never absent.
 template <class Row, auto get>
-constexpr Column<Row> count_column(std::string_view name, std::string_view title)
+constexpr Column<Row> count_column(std::string_view name, std::string_view title, std::size_t usual_width = 0)
 {
     return {name,
             title,
@@ -56,7 +58,8 @@ constexpr Column<Row> count_column(std::string_view name, std::string_view title
             [](Row const &row) -> FieldValue { return static_cast<long double>(get(row)); },
             [](Row const &row) { return fmt::format("{}", get(row)); },
             [](Row const &row) { return fmt::format("{}", get(row)); },
-            [](JsonWriter &writer, Row const &row) { writer.integer(get(row)); }};
+            [](JsonWriter &writer, Row const &row) { writer.integer(get(row)); },
+            usual_width};
 }
 
 } // namespace tarnwick::program

@@ -81,14 +81,14 @@ constexpr auto events_of = [](Request const &request) { return Request::count(re
 constexpr auto statements_of = [](Request const &request) { return Request::count(request.statements); };
 
 constexpr std::array columns{
-    count_column<Request, id_of>("request_id", "request id"),
+    count_column<Request, id_of>("request_id", "request id", 20),
     RequestColumn{"dialects", "dialects", Align::left, FieldType::text,
                   [](Request const &request) -> FieldValue {
                       if (request.dialects[0] && request.dialects[1])
                           return std::string_view("rpc+protobuf");
                       return dialect_names[request.dialects[0] ? 0 : 1];
                   },
-                  dialects_text, dialects_text, write_dialects},
+                  dialects_text, dialects_text, write_dialects, 12},
     RequestColumn{
         "start", "start (UTC)", Align::left, FieldType::instant,
         [](Request const &request) -> FieldValue {
@@ -101,7 +101,8 @@ constexpr std::array columns{
                 writer.time(request.start->time);
             else
                 writer.absent();
-        }},
+        },
+        23},
     RequestColumn{
         "method", "method", Align::left, FieldType::text,
         [](Request const &request) { return request.start ? text_value(request.start->method) : FieldValue(); },
@@ -112,7 +113,8 @@ constexpr std::array columns{
                   [](Request const &request) { return text_value(uri(request)); },
                   [](Request const &request) { return escaped_text(uri(request).value_or(absent_cell())); },
                   [](Request const &request) { return uri(request).value_or(""); },
-                  [](JsonWriter &writer, Request const &request) { write_text(writer, uri(request)); }},
+                  [](JsonWriter &writer, Request const &request) { write_text(writer, uri(request)); },
+                  30},
     RequestColumn{
         "status", "status", Align::right, FieldType::number,
         [](Request const &request) -> FieldValue {
@@ -164,7 +166,8 @@ constexpr std::array columns{
                   [](Request const &request) { return number(request.number); },
                   [](Request const &request) { return fmt::format("@{}", request.number); },
                   [](Request const &request) { return fmt::format("{}", request.number); },
-                  [](JsonWriter &writer, Request const &request) { writer.integer(request.number); }},
+                  [](JsonWriter &writer, Request const &request) { writer.integer(request.number); },
+                  4},
 };
 
 } // namespace

@@ -6,11 +6,14 @@
 namespace tarnwick::program {
 void SummarySink::begin(ReportSource const &source, bool is_start)
 {
+    if (clock_)
+        close_due();
     dialect_ = source.dialect;
     request_ = &groups_.of(source.request_id.id(), source.dialect, is_start);
     request_->id = source.request_id.id();
     request_->dialects[static_cast<std::size_t>(source.dialect)] = true;
 }
+
 
 void SummarySink::add(RequestSummary::Counts &counts, int number)
 {

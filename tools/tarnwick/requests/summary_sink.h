@@ -30,12 +30,20 @@ namespace tarnwick::program {
 /// Summarises requests. A sink of `RecordFeed`, which builds only the records of the start and the end.
 class SummarySink {
 public:
-    /// `pass_on` receives the requests in the order of their first reports. `reports` stays valid.
-    SummarySink(ReportChoice const &reports, std::function<void(RequestSummary &request)> pass_on)
+    using Groups = RequestGroups<RequestSummary>;
+    using Clock = std::function<Groups::Time()>;
+
+    /// `pass_on` receives the requests in the order of their first reports. With a clock, it receives them in the order
+    /// of closing, and a request closes some time after its end too. `reports` stays valid.
+    SummarySink(ReportChoice const &reports, std::function<void(RequestSummary &request)> pass_on, Clock clock = {})
         : reports_(reports)
-        , groups_(std::move(pass_on))
+        , groups_(std::move(pass_on), clock ? Groups::Order::closing : Groups::Order::first_reports)
+        , clock_(std::move(clock))
     {
     }
+
+    /// Passes on the requests that close because of their end. Every report does this, too. REQUIRES: there is a clock.
+    void close_due() { groups_.close_due(clock_()); }
 
     /// Passes on the requests that are still open.
     void close_all() { groups_.close_all(); }
@@ -60,6 +68,8 @@ public:
     {
         if constexpr (wants<Record>())
             request_->add(record, source.dialect);
+        if (std::is_same_v<Record, data::php::RShutdown> && clock_)
+            groups_.end(source.request_id.id(), clock_());
     }
 
 private:
@@ -78,7 +88,8 @@ private:
     }
 
     ReportChoice const &reports_;
-    RequestGroups<RequestSummary> groups_;
+    Groups groups_;
+    Clock clock_;
     RequestSummary *request_ = nullptr; ///< of the current report
     Dialect dialect_{};                 ///< of the current report
 };

@@ -28,6 +28,7 @@ struct TableOptions {
     Column<Row> const *sort = nullptr; ///< the command's own order if null
     bool is_descending = false;
     std::optional<std::uint64_t> top;
+    bool follow = false; ///< continue to read as the file grows, and print each row at once; for one file
 };
 
 /// Returns whether a row fulfils all conditions.

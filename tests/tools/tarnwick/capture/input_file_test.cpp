@@ -54,6 +54,19 @@ TEST(InputFile, calls_back_only_before_waiting)
     EXPECT_EQ(waits, 1);
 }
 
+TEST(InputFile, calls_back_while_it_waits_for_a_followed_pipe)
+{
+    test::Pipe const pipe;
+    int waits = 0;
+    auto const write_at_third_call = [&] {
+        if (++waits == 3)
+            test::write_all(pipe.writer, "later");
+    };
+    InputFile input(path_of(pipe.reader), write_at_third_call, AtEnd::follow);
+    EXPECT_EQ(input.take(100), "later");
+    EXPECT_EQ(waits, 3);
+}
+
 TEST(InputFile, never_waits_for_a_regular_file)
 {
     test::TemporaryFile const file("abc");

@@ -35,6 +35,15 @@ TEST(TextTable, uses_the_width_on_a_terminal)
     EXPECT_THAT(table.take_lines(), ElementsAre("a    b", "éé   1", "█▏x  µ", "日   1", "e\u0301    1"));
 }
 
+TEST(TextTable, a_wide_cell_in_a_column_of_a_fixed_width_moves_the_rest_of_its_line)
+{
+    TextTable table({{"a", Align::left, 3}, {"b", Align::right, 2}});
+    table.add({"x", "1"});
+    table.add({"wider", "234"});
+    table.add({"y", "5"});
+    EXPECT_THAT(table.take_lines(), ElementsAre("a     b", "x     1", "wider  234", "y     5"));
+}
+
 TEST(TextTable, prints_titles_without_rows)
 {
     EXPECT_THAT(TextTable({{"a"}, {"b"}}).take_lines(), ElementsAre("a  b"));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -118,6 +119,118 @@ TEST(RequestGroups, pass_requests_on_when_they_close_if_asked)
     groups.of(5, Dialect::protobuf, false).reports += "d";
     groups.close_all();
     EXPECT_THAT(passed_on, ElementsAre("2 b", "3 c", "1 ad"));
+}
+
+/// Requests in the order of closing, at times that a test sets.
+class ClosingRequestsTest : public testing::Test {
+protected:
+    using Groups = RequestGroups<Request>;
+
+    void report(std::uint64_t id, std::string const &report, bool is_start = false)
+    {
+        groups_.close_due(now_);
+        groups_.of(id, Dialect::rpc, is_start).reports += report;
+    }
+    void start(std::uint64_t id, std::string const &text) { report(id, text, true); }
+    void end(std::uint64_t id, std::string const &text)
+    {
+        report(id, text);
+        groups_.end(id, now_);
+    }
+    void wait(std::chrono::milliseconds time)
+    {
+        now_ += time;
+        groups_.close_due(now_);
+    }
+
+    std::vector<std::string> requests_;
+    Groups::Time now_;
+    Groups groups_{
+        [this](Request const &request) { requests_.push_back(std::to_string(request.number) + ' ' + request.reports); },
+        Groups::Order::closing};
+};
+
+using std::chrono_literals::operator""ms;
+
+TEST_F(ClosingRequestsTest, a_request_closes_one_second_after_its_end)
+{
+    start(5, "a");
+    wait(5000ms);
+    end(5, "b");
+    wait(500ms);
+    report(5, "c");
+    wait(499ms);
+    EXPECT_THAT(requests_, IsEmpty());
+    wait(1ms);
+    EXPECT_THAT(requests_, ElementsAre("1 abc"));
+    groups_.close_all();
+    EXPECT_THAT(requests_, ElementsAre("1 abc"));
+}
+
+TEST_F(ClosingRequestsTest, the_end_in_the_other_dialect_counts_again)
+{
+    end(5, "a");
+    wait(600ms);
+    end(5, "b");
+    wait(999ms);
+    EXPECT_THAT(requests_, IsEmpty());
+    wait(1ms);
+    EXPECT_THAT(requests_, ElementsAre("1 ab"));
+}
+
+TEST_F(ClosingRequestsTest, requests_are_passed_on_in_the_order_of_closing)
+{
+    start(5, "a");
+    start(6, "b");
+    start(7, "c");
+    end(7, "d");
+    wait(10ms);
+    end(5, "e");
+    wait(1000ms);
+    EXPECT_THAT(requests_, ElementsAre("3 cd", "1 ae"));
+    groups_.close_all();
+    EXPECT_THAT(requests_, ElementsAre("3 cd", "1 ae", "2 b"));
+}
+
+TEST_F(ClosingRequestsTest, an_end_before_the_start_closes_the_request)
+{
+    end(5, "end");
+    start(5, "start");
+    wait(1000ms);
+    EXPECT_THAT(requests_, ElementsAre("1 endstart"));
+}
+
+TEST_F(ClosingRequestsTest, a_report_after_closing_begins_another_request)
+{
+    start(5, "a");
+    end(5, "b");
+    now_ += 1000ms;
+    report(5, "late");
+    EXPECT_THAT(requests_, ElementsAre("1 ab"));
+    wait(100'000ms);
+    groups_.close_all();
+    EXPECT_THAT(requests_, ElementsAre("1 ab", "2 late"));
+}
+
+TEST_F(ClosingRequestsTest, the_next_start_closes_a_request_that_ended_and_not_the_next_one)
+{
+    start(5, "a");
+    end(5, "b");
+    start(5, "c");
+    EXPECT_THAT(requests_, ElementsAre("1 ab"));
+    wait(1000ms);
+    EXPECT_THAT(requests_, ElementsAre("1 ab"));
+    end(5, "d");
+    wait(1000ms);
+    EXPECT_THAT(requests_, ElementsAre("1 ab", "2 cd"));
+}
+
+TEST_F(ClosingRequestsTest, a_request_without_an_end_closes_when_4096_others_have_begun)
+{
+    start(5, "a");
+    for (std::uint64_t id = 0; id < 4096; ++id)
+        report(100 + id, "other");
+    EXPECT_THAT(requests_, ElementsAre("1 a"));
 }
 
 } // namespace

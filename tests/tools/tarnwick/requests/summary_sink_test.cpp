@@ -14,6 +14,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -206,6 +208,32 @@ TEST(Summary, counts_a_chunk_of_a_trace_as_a_report)
     frame.set_request_id(7);
     frame.set_rpc_data("bytes");
     EXPECT_THAT(summaries({frame}), ElementsAre(line(R"("rpc")", no_start, no_end, no_counts, "false")));
+}
+
+TEST(SummarySink, with_a_clock_passes_on_a_request_one_second_after_its_end)
+{
+    ReportChoice const reports;
+    SummarySink::Groups::Time now;
+    std::vector<bool> complete;
+    SummarySink sink(
+        reports, [&](RequestSummary const &request) { complete.push_back(request.is_complete()); },
+        [&now] { return now; });
+    RecordFeed feed(sink);
+    auto const read = [&](Frame const &frame) { EXPECT_EQ(feed.feed(frame), std::nullopt); };
+    read(rpc_start(""));
+    read(rpc_end(""));
+    now += std::chrono::milliseconds(500);
+    read(test::rshutdown_frame_of(7, ""));
+    now += std::chrono::milliseconds(999);
+    sink.close_due();
+    EXPECT_THAT(complete, ElementsAre());
+    now += std::chrono::milliseconds(1);
+    sink.close_due();
+    EXPECT_THAT(complete, ElementsAre(true));
+    read(rpc_end(""));
+    now += std::chrono::seconds(1);
+    read(test::rshutdown_frame_of(8, ""));
+    EXPECT_THAT(complete, ElementsAre(true, false));
 }
 
 } // namespace
