@@ -16,8 +16,8 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::array<std::string_view, 7> statement_columns_for_people{
-    "total", "count", "slowest", "requests", "n_plus_one", "call_site", "statement"};
+constexpr std::array<std::string_view, 6> statement_columns_for_people{"total",      "count",     "slowest",
+                                                                       "n_plus_one", "call_site", "statement"};
 
 } // namespace
 
