@@ -396,7 +396,7 @@ TEST(Diff, compares_nothing_if_a_file_or_a_request_is_missing)
     EXPECT_EQ(outcome.status, 3);
     outcome = diff({file.name() + ":@1", file.name() + ":8"});
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "tarnwick: no request has the id 8; there are 1 requests: @1 with id 7\n");
+    EXPECT_EQ(outcome.err, "tarnwick: no request has the id 8; the ids of requests are 7\n");
     EXPECT_EQ(outcome.status, 2);
 }
 
@@ -452,12 +452,16 @@ TEST(Diff, reports_wrong_usage)
          "tarnwick: 'b:last' is a request and 'a' a capture: give two requests as FILE:REQUEST, or two captures\n"},
         {{"-", "-"}, "tarnwick: standard input (-) can be read only once\n"},
         {{"a", "b", "--fail-if=status>1"}, "tarnwick: --fail-if: no limit is possible for 'status'\n"},
+        {{"a", "--dialects", "--fail-if=duration>1s"},
+         "tarnwick: --fail-if: not with --dialects, which compares no durations\n"},
+        {{"a", "b", "--request=1"}, "tarnwick: --request: only with --dialects; name two requests as FILE:ID\n"},
         {{"a", "b", "--format=csv"}, "tarnwick: --format: 'csv' is not one of auto, text, jsonl\n"},
     };
     for (auto const &[arguments, err] : cases) {
         auto const outcome = diff(arguments);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err, err + "usage: tarnwick diff [OPTION...] A B\nUse --help for more information.\n");
+        EXPECT_EQ(outcome.err, err + "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
+                                     "[FILE...]\nUse --help for more information.\n");
     }
 }
 

@@ -71,8 +71,8 @@ TEST(Show, reports_which_requests_there_are)
         std::string message;
     };
     Case const cases[] = {
-        {{"9"}, three_requests, "no request has the id 9; the ids of the 3 requests are 5, 6, 5"},
-        {{"@9"}, three_requests, "no request has the number @9; there are 3 requests"},
+        {{"9"}, three_requests, "no request has the id 9; the ids of requests are 5, 6, 5"},
+        {{"@9"}, three_requests, "no request has the number @9; the last is @3"},
         {{"slowest"}, start(5, "/a"), "no request has a duration, because no report is the end of one"},
         {{"last", "--where=status=404"}, three_requests, "no request fulfils the conditions"},
         {{"last", "--dialect=protobuf"}, three_requests, "no request is in the captures"},

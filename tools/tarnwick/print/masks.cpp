@@ -80,12 +80,12 @@ TextRanges Masks::ranges_of_json(std::string_view json) const
     return ranges;
 }
 
-TextRanges Masks::ranges_of_statement(std::string_view statement) const
+TextRanges Masks::ranges_of_statement(std::string_view statement, TextPlace place) const
 {
     if (!are_on())
         return {};
     auto ranges = literal_ranges(statement);
-    secrets().find(statement, TextPlace::text, ranges);
+    secrets().find(statement, place, ranges);
     return ranges;
 }
 

@@ -47,7 +47,7 @@ public:
     [[nodiscard]] TextRanges ranges(std::string_view text, TextPlace place = TextPlace::text) const;
     /// The same for the values of a JSON text all of which are masked, and for a statement.
     [[nodiscard]] TextRanges ranges_of_json(std::string_view json) const;
-    [[nodiscard]] TextRanges ranges_of_statement(std::string_view statement) const;
+    [[nodiscard]] TextRanges ranges_of_statement(std::string_view statement, TextPlace place = TextPlace::text) const;
 
     /// Returns the text with its secrets masked. This is right for a URI or a path, too.
     [[nodiscard]] std::string text(std::string_view text) const { return masked(text, ranges(text)); }
@@ -57,6 +57,11 @@ public:
     [[nodiscard]] std::string statement(std::string_view statement) const
     {
         return masked(statement, ranges_of_statement(statement));
+    }
+    /// The same for the shape of a statement, which has names and no literals.
+    [[nodiscard]] std::string shape(std::string_view shape) const
+    {
+        return masked(shape, ranges_of_statement(shape, TextPlace::name));
     }
     /// The same for the value of a key.
     [[nodiscard]] std::string value(std::string_view key, std::string_view value) const;

@@ -32,6 +32,7 @@ public:
     void pass(RequestSummary const &request)
     {
         ++count_;
+        last_ = request.number;
         if (first_.size() < max_listed)
             first_.push_back(fmt::to_string(request.id));
         if (!is_meant(request))
@@ -60,9 +61,8 @@ public:
         if (name_.kind == RequestName::Kind::slowest)
             return "no request has a duration, because no report is the end of one";
         if (name_.kind == RequestName::Kind::number)
-            return fmt::format("no request has the number @{}; there are {} requests", name_.value, count_);
-        return fmt::format("no request has the id {}; the ids of the {} requests are {}", name_.value, count_,
-                           list(first_, count_));
+            return fmt::format("no request has the number @{}; the last is @{}", name_.value, last_);
+        return fmt::format("no request has the id {}; the ids of requests are {}", name_.value, list(first_, count_));
     }
 
 private:
@@ -92,6 +92,7 @@ private:
 
     RequestName name_;
     std::uint64_t count_ = 0;
+    std::uint64_t last_ = 0; ///< number of the last request
     std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
     long double slowest_ = std::numeric_limits<long double>::lowest(); ///< duration of `found_`

@@ -105,8 +105,7 @@ std::span<StatementColumn const> statement_columns()
 
 void mask(StatementSummary &summary, Masks const &masks)
 {
-    // The shape has no literals left; names of tables stay readable.
-    summary.statement = masks.name(summary.statement);
+    summary.statement = masks.shape(summary.statement);
     summary.call_site = masks.name(summary.call_site);
 }
 
