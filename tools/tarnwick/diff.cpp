@@ -22,6 +22,8 @@
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 namespace {
@@ -109,7 +111,9 @@ public:
         auto const status = std::max(read(a), read(b));
         if (status == file_failure)
             return status;
-        auto const routes = compare(a.profiles, b.profiles);
+        auto routes = compare(a.profiles, b.profiles);
+        for (auto &[route, change, profile_a, profile_b] : routes)
+            route.second = routes_.shown(routes_.number_of(route.second, {}, &Masks::text));
         printer_->print_captures(a, b, routes);
         for (auto const kind : activity_kinds) {
             auto const [amounts_a, amounts_b] = mean_amounts(routes, kind);
@@ -118,7 +122,7 @@ public:
         std::vector<ProfilePair> pairs;
         for (auto const &route : routes) {
             if (route.a != nullptr && route.b != nullptr)
-                pairs.push_back({text_of(*route.route), route.a, route.b});
+                pairs.push_back({text_of(route.route), route.a, route.b});
         }
         return finish(status, pairs);
     }
@@ -151,23 +155,19 @@ private:
             if constexpr (ActivityBuilder::takes<Record>)
                 builder.add(request.activity, record, dialect);
         });
-        mask_uri(request.activity);
+        if (request.activity.start && request.activity.start->uri)
+            request.activity.start->uri = masks_.text(*request.activity.start->uri);
         request.profile.add(request.activity);
         return request;
-    }
-
-    void mask_uri(RequestSummary &request) const
-    {
-        if (request.start && request.start->uri)
-            request.start->uri = masks_.text(*request.start->uri);
     }
 
     ExitStatus read(ComparedCapture &capture)
     {
         ActivitySink sink(names_, masks_, [&](RequestActivity &request) {
+            auto route = route_of(request);
             masks_.select_request(request.id);
-            mask_uri(request);
-            capture.profiles[route_of(request)].add(request);
+            (void)routes_.number_of(route.second, masks_, &Masks::text);
+            capture.profiles[std::move(route)].add(request);
         });
         RecordFeed feed(sink);
         auto const status = read_captures(capture_files({capture.file}), output_,
@@ -188,6 +188,7 @@ private:
     Masks masks_;
     std::unique_ptr<DifferencePrinter> printer_;
     NameTable names_;
+    NameTable routes_;
 };
 
 } // namespace

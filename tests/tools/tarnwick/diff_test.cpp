@@ -352,6 +352,21 @@ TEST(Diff, masks_secrets_except_in_json_lines)
     EXPECT_THAT(out({"--format=text", "--mask=none"}), AllOf(HasSubstr("topsecret1"), HasSubstr("topsecret2")));
 }
 
+TEST(Diff, compares_names_before_they_are_masked)
+{
+    // In the first request of either capture, the name of the table is a cookie, which makes it a secret.
+    auto const statement = query("SELECT a FROM my_table", 1);
+    auto const capture = capture_of({.uri = "/my_table/1",
+                                     .request = "headers { " + element("Cookie", "string_value: 'sid=my_table'") + "}",
+                                     .queries = statement}) +
+                         capture_of({.uri = "/my_table/2", .queries = statement, .id = "request_id { id: 8 } "});
+    TemporaryFile const a(capture);
+    TemporaryFile const b(capture + capture_of({.uri = "/my_table/3", .id = "request_id { id: 9 } "}));
+    auto const text = diff({"--format=text", a.name(), b.name()}).out;
+    EXPECT_THAT(text, AllOf(HasSubstr("GET /[masked]/{id}  2 → 3"), HasSubstr("SELECT a FROM [masked]\n"),
+                            HasSubstr("1 → 0.67"), Not(HasSubstr("my_table"))));
+}
+
 TEST(Diff, reads_one_side_from_standard_input)
 {
     TemporaryFile const file(capture_of(before));

@@ -37,7 +37,7 @@ public:
         for (auto const &route : routes) {
             begin("route");
             write_text("change", std::string(name_of(route.change)));
-            auto const &[method, path] = *route.route;
+            auto const &[method, path] = route.route;
             bool const has_start = !method.empty() || !path.empty();
             write_optional_text("method", has_start ? std::optional(method) : std::nullopt);
             write_optional_text("route", has_start ? std::optional(path) : std::nullopt);
@@ -52,7 +52,7 @@ public:
         for (auto const &difference : differences) {
             begin(name_of(difference.kind));
             write_text("change", std::string(name_of(difference.change)));
-            write_text("name", *difference.name);
+            write_text("name", difference.name);
             auto const write_amount = [&](Amount const &amount) { write(amount, difference.kind); };
             write_side("a", difference.a ? &*difference.a : nullptr, write_amount);
             write_side("b", difference.b ? &*difference.b : nullptr, write_amount);

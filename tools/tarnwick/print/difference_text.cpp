@@ -117,7 +117,7 @@ public:
                          {"status", Align::left}});
         for (auto const &route : routes)
             table.add({std::string(name_of(route.change)), change_of_measure(route.a, route.b, duration_measure),
-                       growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(*route.route)),
+                       growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(route.route)),
                        change_of_profiles(route.a, route.b,
                                           [](Profile const &profile) { return fmt::to_string(profile.requests()); }),
                        change_of_measure(route.a, route.b, memory_measure),
@@ -154,7 +154,7 @@ public:
                 cells.push_back(a && b ? growth_text(a->nanoseconds, b->nanoseconds) : "");
             }
             cells.push_back(optional_change_text(calls_text(a), calls_text(b)));
-            cells.push_back(escaped_text(*difference.name));
+            cells.push_back(escaped_text(difference.name));
             table.add(std::move(cells));
         }
         print_table(table);

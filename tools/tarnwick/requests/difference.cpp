@@ -30,7 +30,7 @@ auto activity_order(ActivityDifference const &difference)
     auto const a = difference.a.value_or(Amount());
     auto const b = difference.b.value_or(Amount());
     return std::tuple(-std::abs(b.nanoseconds - a.nanoseconds), -std::abs(b.count - a.count),
-                      std::string_view(*difference.name));
+                      std::string_view(difference.name));
 }
 
 auto route_order(RouteDifference const &difference)
@@ -39,7 +39,7 @@ auto route_order(RouteDifference const &difference)
         return profile == nullptr ? 0 : profile->mean(duration_measure).value_or(0);
     };
     int const group = difference.a == nullptr ? 1 : difference.b == nullptr ? 2 : 0;
-    return std::tuple(group, -std::abs(duration(difference.b) - duration(difference.a)), *difference.route);
+    return std::tuple(group, -std::abs(duration(difference.b) - duration(difference.a)), difference.route);
 }
 
 Change route_change(Profile const &a, Profile const &b)
@@ -67,11 +67,11 @@ std::vector<ActivityDifference> compare(ActivityKind kind, Amounts const &a, Amo
         auto const amount_b = amount_of(b, name);
         auto const change = amount_b ? activity_change(kind, amount_a, *amount_b) : Change::only_in_a;
         if (change != Change::same)
-            differences.push_back({kind, change, &names.name(name), amount_a, amount_b});
+            differences.push_back({kind, change, names.shown(name), amount_a, amount_b});
     }
     for (auto const &[name, amount_b] : b) {
         if (!a.contains(name))
-            differences.push_back({kind, Change::only_in_b, &names.name(name), std::nullopt, amount_b});
+            differences.push_back({kind, Change::only_in_b, names.shown(name), std::nullopt, amount_b});
     }
     std::ranges::sort(differences, {}, activity_order);
     return differences;
@@ -96,13 +96,13 @@ std::vector<RouteDifference> compare(Profiles const &a, Profiles const &b)
     for (auto const &[route, profile_a] : a) {
         auto const found = b.find(route);
         if (found == b.end())
-            differences.push_back({&route, Change::only_in_a, &profile_a, nullptr});
+            differences.push_back({route, Change::only_in_a, &profile_a, nullptr});
         else
-            differences.push_back({&route, route_change(profile_a, found->second), &profile_a, &found->second});
+            differences.push_back({route, route_change(profile_a, found->second), &profile_a, &found->second});
     }
     for (auto const &[route, profile_b] : b) {
         if (!a.contains(route))
-            differences.push_back({&route, Change::only_in_b, nullptr, &profile_b});
+            differences.push_back({route, Change::only_in_b, nullptr, &profile_b});
     }
     std::ranges::sort(differences, {}, route_order);
     return differences;

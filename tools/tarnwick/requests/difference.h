@@ -29,13 +29,13 @@ Change change_of(double a, double b, Change if_more, Change if_less);
 struct ActivityDifference {
     ActivityKind kind;
     Change change;
-    std::string const *name;
+    std::string name; ///< masked
     std::optional<Amount> a;
     std::optional<Amount> b;
 };
 
 /// Returns what differs, the largest difference of time first, then of counts. A function is slower or faster if its
-/// time differs; otherwise, and for the other kinds first, the counts decide. The result views `names`.
+/// time differs; otherwise, and for the other kinds first, the counts decide.
 std::vector<ActivityDifference> compare(ActivityKind kind, Amounts const &a, Amounts const &b, NameTable const &names);
 
 /// Method and route of requests. Both are empty for requests without a start.
@@ -49,7 +49,7 @@ using Profiles = std::map<MethodAndRoute, Profile>;
 
 /// A route of two captures.
 struct RouteDifference {
-    MethodAndRoute const *route;
+    MethodAndRoute route;
     Change change;
     // Null if the capture has no such request.
     Profile const *a;

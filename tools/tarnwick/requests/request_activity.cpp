@@ -97,11 +97,15 @@ Amount operator*(Amount amount, double factor)
     return {amount.count * factor, amount.nanoseconds * factor};
 }
 
-std::uint32_t NameTable::number_of(std::string name)
+std::uint32_t NameTable::number_of(std::string const &name, Masks const &masks, Mask mask)
 {
-    auto const [entry, is_new] = numbers_.try_emplace(std::move(name), static_cast<std::uint32_t>(names_.size()));
+    auto const [entry, is_new] = numbers_.try_emplace(name, static_cast<std::uint32_t>(shown_.size()));
     if (is_new)
-        names_.push_back(&entry->first);
+        shown_.push_back(name);
+    if (masks.are_on()) {
+        auto &shown = shown_[entry->second];
+        shown = (masks.*mask)(shown);
+    }
     return entry->second;
 }
 
@@ -125,20 +129,22 @@ void ActivityBuilder::add(RequestActivity &request, data::php::RShutdown const &
 void ActivityBuilder::add(RequestActivity &request, data::php::ErrorData const &record, Dialect dialect)
 {
     count(request.errors, dialect, 1);
-    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(masks_.text(error_name(record)))] += {1, 0};
+    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record), masks_, &Masks::text)] +=
+        {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, Event const &record, Dialect dialect)
 {
     count(request.events, dialect, 1);
-    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(masks_.text(event_name(record)))] += {1, 0};
+    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record), masks_, &Masks::text)] +=
+        {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, data::glimmet::Functions const &record, Dialect dialect)
 {
     auto &amounts = amounts_of(request, ActivityKind::function, dialect);
     for (auto const &function : record->functions()) {
-        amounts[names_.number_of(masks_.name(function_name(function)))] +=
+        amounts[names_.number_of(function_name(function), masks_, &Masks::name)] +=
             {static_cast<double>(function.count()), static_cast<double>(nanoseconds(function.time_first()))};
     }
 }
@@ -148,7 +154,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries co
     count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
     auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
     for (auto const &query : record->queries()) {
-        amounts[names_.number_of(masks_.statement(statement_shape(query->text().toStdString())))] +=
+        amounts[names_.number_of(statement_shape(query->text().toStdString()), masks_, &Masks::statement)] +=
             {1, static_cast<double>(nanoseconds(query->time()))};
     }
 }

@@ -44,15 +44,20 @@ struct Amount {
     friend Amount operator*(Amount amount, double factor);
 };
 
-/// Numbers for names, so that the activities of many requests can share them.
+/// Numbers for names, so that the activities of many requests can share them. Names that differ only in what is masked
+/// have different numbers.
 class NameTable {
 public:
-    std::uint32_t number_of(std::string name);
-    [[nodiscard]] std::string const &name(std::uint32_t number) const { return *names_[number]; }
+    using Mask = std::string (Masks::*)(std::string_view text) const;
+
+    /// Masks the name with the secrets of the chosen request, in addition to those of earlier calls.
+    std::uint32_t number_of(std::string const &name, Masks const &masks, Mask mask);
+    /// The masked name.
+    [[nodiscard]] std::string const &shown(std::uint32_t number) const { return shown_[number]; }
 
 private:
     std::unordered_map<std::string, std::uint32_t> numbers_;
-    std::vector<std::string const *> names_; ///< keys of `numbers_`
+    std::vector<std::string> shown_;
 };
 
 /// The amounts of each name, by its number.
@@ -76,8 +81,8 @@ struct RequestActivity : RequestSummary {
 /// | error     | its name or its class, its message, and its file without the line            |
 /// | event     | the label of its kind, its text, and the function, the message or the title  |
 ///
-/// Lines are left out, because they change from version to version of a file. Names are masked with the secrets that are
-/// known when their record is added.
+/// Lines are left out, because they change from version to version of a file. A name is masked with
+/// the secrets that are known when records with this name are added.
 class ActivityBuilder {
 public:
     /// `names` stays valid.
