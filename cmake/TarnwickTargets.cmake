@@ -51,6 +51,27 @@ function(tarnwick_shared_library target)
     endif()
 endfunction()
 
+# In a unity build, compiles all generated sources of a library as one: most of their compile time is that of protobuf's
+# headers. These names are static in each of them, so each source gets names of its own.
+function(tarnwick_combine_messages target)
+    set(names
+        _static_init2_
+        file_level_enum_descriptors
+        file_level_service_descriptors
+        file_message_globals
+        file_reflection_data
+        schemas)
+    set(own_names "")
+    foreach(name IN LISTS names)
+        string(APPEND own_names "#define ${name} TARNWICK_JOIN(${name}, TARNWICK_SOURCE)\n")
+    endforeach()
+    set_target_properties(${target} PROPERTIES
+        UNITY_BUILD_BATCH_SIZE 0
+        UNITY_BUILD_UNIQUE_ID TARNWICK_SOURCE
+        UNITY_BUILD_CODE_BEFORE_INCLUDE
+            "#define TARNWICK_JOIN_(a, b) a##b\n#define TARNWICK_JOIN(a, b) TARNWICK_JOIN_(a, b)\n${own_names}")
+endfunction()
+
 # A library of generated message classes from all .proto files below a folder of proto/.
 function(tarnwick_message_library target)
     file(GLOB_RECURSE protos CONFIGURE_DEPENDS ${ARGN})
@@ -65,17 +86,19 @@ function(tarnwick_message_library target)
         OUT_VAR headers)
     list(FILTER headers INCLUDE REGEX "\\.h$")
     target_compile_options(${target} PRIVATE -w)
-    # Every generated source includes these, and they take most of its compile time.
-    target_precompile_headers(${target} PRIVATE
-        <google/protobuf/descriptor.h>
-        <google/protobuf/extension_set.h>
-        <google/protobuf/generated_message_reflection.h>
-        <google/protobuf/generated_message_tctable_impl.h>
-        <google/protobuf/map.h>
-        <google/protobuf/wire_format.h>)
     target_include_directories(${target} SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${generated} FILES ${headers})
-    # Generated sources reuse names of static variables, so they cannot be combined into one source.
-    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
+    if(CMAKE_UNITY_BUILD)
+        tarnwick_combine_messages(${target})
+    else()
+        # Every generated source includes these, and they take most of its compile time.
+        target_precompile_headers(${target} PRIVATE
+            <google/protobuf/descriptor.h>
+            <google/protobuf/extension_set.h>
+            <google/protobuf/generated_message_reflection.h>
+            <google/protobuf/generated_message_tctable_impl.h>
+            <google/protobuf/map.h>
+            <google/protobuf/wire_format.h>)
+    endif()
     target_link_libraries(${target} PUBLIC protobuf::libprotobuf)
 endfunction()

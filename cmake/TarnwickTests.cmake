@@ -36,8 +36,6 @@ function(tarnwick_test name)
     endforeach()
     add_executable(${name} ${sources})
     tarnwick_test_sources(${name})
-    # Test sources instantiate the same templates: 30 compile in 70% of the time of three times 10.
-    set_target_properties(${name} PROPERTIES UNITY_BUILD_BATCH_SIZE 30)
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
     if(test_ONLY AND NOT TARNWICK_SANITIZE MATCHES "${test_ONLY}")
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)

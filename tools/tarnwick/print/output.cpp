@@ -12,7 +12,7 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::size_t buffer_size = 65'536;
+constexpr std::size_t output_buffer_size = 65'536;
 
 } // namespace
 
@@ -24,13 +24,13 @@ Output::Output(int descriptor)
 
 void Output::write(std::string_view bytes)
 {
-    if (bytes.size() >= buffer_size) {
+    if (bytes.size() >= output_buffer_size) {
         flush();
         write_now(bytes);
         return;
     }
     buffer_.append(bytes);
-    if (buffer_.size() >= buffer_size)
+    if (buffer_.size() >= output_buffer_size)
         flush();
 }
 
