@@ -3,6 +3,7 @@
 #include "support/config_files.h"
 #include "support/file_faults.h"
 #include "support/open_files.h"
+#include "support/sanitizers.h"
 #include "support/small_stack.h"
 #include "support/table.h"
 
@@ -21,12 +22,6 @@
 
 namespace tarnwick::test::pconfigfile_hostile_test {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool is_sanitized = true;
-#else
-constexpr bool is_sanitized = false;
-#endif
 
 // Sanitizers are slow and delay the release of memory.
 constexpr std::size_t long_line = is_sanitized ? 5'000'000 : 100'000'000;
