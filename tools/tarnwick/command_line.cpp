@@ -415,8 +415,9 @@ void read_places(std::vector<std::string> const &places, DiffOptions &options)
 void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Command &command)
 {
     using Format = DiffOptions::Format;
-    auto &sub = add_command(app, "diff", "Compare two requests, two captures, or the dialects of requests",
-                            "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] [FILE...]");
+    auto &sub =
+        add_command(app, "diff", "Compare two requests, two captures, or the dialects of requests",
+                    "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] [FILE...]");
     sub.add_option(
            "FILE", arguments.places,
            "two captures, whose requests are compared by method and route, or two requests as FILE:ID, FILE:@N, "
@@ -434,10 +435,10 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
         ->type_name("NAME>LIMIT")
         ->allow_extra_args(false);
     add_request_choice(sub, arguments.dialects.requests);
-    sub.footer(fmt::format(
-        "Names of limits: {}\n\n{}", fmt::join(measures, " "),
-        "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
-        "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
+    sub.footer(
+        fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
+                    "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
+                    "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
     sub.callback([&, dialects] {
         if (dialects->count() > 0) {
             if (!arguments.limits.empty())

@@ -475,8 +475,9 @@ TEST(Diff, reports_wrong_usage)
     for (auto const &[arguments, err] : cases) {
         auto const outcome = diff(arguments);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err, err + "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
-                                     "[FILE...]\nUse --help for more information.\n");
+        EXPECT_EQ(outcome.err, err +
+                                   "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
+                                   "[FILE...]\nUse --help for more information.\n");
     }
 }
 

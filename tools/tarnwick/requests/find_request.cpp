@@ -92,11 +92,11 @@ private:
 
     RequestName name_;
     std::uint64_t count_ = 0;
-    std::uint64_t last_ = 0; ///< number of the last request
+    std::uint64_t last_ = 0;         ///< number of the last request
     std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
     long double slowest_ = std::numeric_limits<long double>::lowest(); ///< duration of `found_`
-    std::vector<std::string> others_; ///< with the same id
+    std::vector<std::string> others_;                                  ///< with the same id
 };
 
 } // namespace

@@ -154,7 +154,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries co
     count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
     auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
     for (auto const &query : record->queries()) {
-        amounts[names_.number_of(statement_shape(query->text().toStdString()), masks_, &Masks::statement)] +=
+        amounts[names_.number_of(statement_shape(query->text().toStdString()), masks_, &Masks::shape)] +=
             {1, static_cast<double>(nanoseconds(query->time()))};
     }
 }

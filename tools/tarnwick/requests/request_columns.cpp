@@ -113,8 +113,7 @@ constexpr std::array columns{
                   [](Request const &request) { return text_value(uri(request)); },
                   [](Request const &request) { return escaped_text(uri(request).value_or(absent_cell())); },
                   [](Request const &request) { return uri(request).value_or(""); },
-                  [](JsonWriter &writer, Request const &request) { write_text(writer, uri(request)); },
-                  30},
+                  [](JsonWriter &writer, Request const &request) { write_text(writer, uri(request)); }, 30},
     RequestColumn{
         "status", "status", Align::right, FieldType::number,
         [](Request const &request) -> FieldValue {
@@ -166,8 +165,7 @@ constexpr std::array columns{
                   [](Request const &request) { return number(request.number); },
                   [](Request const &request) { return fmt::format("@{}", request.number); },
                   [](Request const &request) { return fmt::format("{}", request.number); },
-                  [](JsonWriter &writer, Request const &request) { writer.integer(request.number); },
-                  4},
+                  [](JsonWriter &writer, Request const &request) { writer.integer(request.number); }, 4},
 };
 
 } // namespace

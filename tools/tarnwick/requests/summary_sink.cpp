@@ -14,7 +14,6 @@ void SummarySink::begin(ReportSource const &source, bool is_start)
     request_->dialects[static_cast<std::size_t>(source.dialect)] = true;
 }
 
-
 void SummarySink::add(RequestSummary::Counts &counts, int number)
 {
     auto &count = counts[static_cast<std::size_t>(dialect_)];
