@@ -20,9 +20,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <map>
 #include <span>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace tarnwick::program {
@@ -76,25 +79,41 @@ private:
     MaskedWriter masked_; ///< writes to `line_`
 };
 
-bool is_same_key(ZVal const &left, ZVal const &right)
-{
-    if (left->kind() != right->kind())
-        return false;
-    if (auto const *text = std::get_if<std::string>(&left->value()))
-        return *text == std::get<std::string>(right->value());
-    if (auto const *number = std::get_if<std::int64_t>(&left->value()))
-        return *number == std::get<std::int64_t>(right->value());
-    return false;
-}
+/// Finds values by key.
+class Index {
+public:
+    /// `array` can be null.
+    explicit Index(PelorinArray const *array)
+    {
+        if (array == nullptr)
+            return;
+        for (auto const &[key, value] : (*array)->elements()) {
+            if (value->kind() != ZVal::Kind::undefined)
+                values_.emplace(id_of(key), &value);
+        }
+    }
 
-/// Returns the value of a key; null if it has none.
-ZVal const *value_of(PelorinArray const &array, ZVal const &key)
-{
-    auto const &elements = array->elements();
-    auto const found =
-        std::ranges::find_if(elements, [&](auto const &element) { return is_same_key(element.first, key); });
-    return found == elements.end() || found->second->kind() == ZVal::Kind::undefined ? nullptr : &found->second;
-}
+    /// Returns null if the key has no value.
+    [[nodiscard]] ZVal const *find(ZVal const &key) const
+    {
+        auto const found = values_.find(id_of(key));
+        return found == values_.end() ? nullptr : found->second;
+    }
+
+private:
+    using Id = std::variant<std::monostate, std::int64_t, std::string_view>;
+
+    static Id id_of(ZVal const &key)
+    {
+        if (auto const *text = std::get_if<std::string>(&key->value()))
+            return *text;
+        if (auto const *number = std::get_if<std::int64_t>(&key->value()))
+            return *number;
+        return {};
+    }
+
+    std::map<Id, ZVal const *> values_;
+};
 
 /// Compares whole values, unlike their text, which can be cut or masked.
 bool is_same_value(ZVal const &left, ZVal const &right)
@@ -127,14 +146,15 @@ std::vector<std::string> superglobal_lines(Superglobals const &record, Superglob
 {
     ValueText values(style, "php.Superglobals", "values");
     ValueText names(style, "php.Superglobals", "values", false);
+    Index const groups_before(before == nullptr ? nullptr : &(*before)->values());
     std::vector<std::string> lines;
     for (auto const &[name, group] : record->values()->elements()) {
         auto const group_name = names.of(name);
         values.begin(name);
         if (auto const *elements = array_in(&group)) {
-            auto const *old_elements = before == nullptr ? nullptr : array_in(value_of((*before)->values(), name));
+            Index const elements_before(array_in(groups_before.find(name)));
             for (auto const &[key, value] : (*elements)->elements()) {
-                auto const *old = old_elements == nullptr ? nullptr : value_of(*old_elements, key);
+                auto const *old = elements_before.find(key);
                 if (old != nullptr && is_same_value(*old, value))
                     continue;
                 auto line = fmt::format("{}[{}]", group_name, values.begin(key));
