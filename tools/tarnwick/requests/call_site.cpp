@@ -22,14 +22,19 @@ bool is_library_file(QStringView file)
            });
 }
 
+QStringView file_of(Function const &function)
+{
+    return function.location() ? QStringView(function.location()->file()) : QStringView();
+}
+
 bool has_file(Function const &function)
 {
-    return function.location() && !function.location()->file().isEmpty();
+    return !file_of(function).isEmpty();
 }
 
 bool is_in_application(Function const &function)
 {
-    return has_file(function) && !is_library_file(function.location()->file());
+    return has_file(function) && !is_library_file(file_of(function));
 }
 
 } // namespace

@@ -10,8 +10,8 @@
 namespace tarnwick::program {
 namespace {
 
-using Statement = StatementSummary;
-using StatementColumn = Column<Statement>;
+using Summary = StatementSummary;
+using StatementColumn = Column<Summary>;
 
 /// Returns a length of time; the largest possible one if it is too long.
 data::TimePair time_of(long double nanoseconds)
@@ -37,14 +37,14 @@ constexpr StatementColumn text_column(std::string_view name, std::string_view ti
             title,
             TextTable::Align::left,
             FieldType::text,
-            [](Statement const &row) {
+            [](Summary const &row) {
                 return (row.*member).empty() ? FieldValue() : FieldValue(std::string_view(row.*member));
             },
-            [](Statement const &row) {
+            [](Summary const &row) {
                 return (row.*member).empty() ? std::string("-") : escaped_text(short_text(row.*member));
             },
-            [](Statement const &row) { return row.*member; },
-            [](JsonWriter &writer, Statement const &row) {
+            [](Summary const &row) { return row.*member; },
+            [](JsonWriter &writer, Summary const &row) {
                 if ((row.*member).empty())
                     writer.absent();
                 else
@@ -60,40 +60,39 @@ constexpr StatementColumn span_column(std::string_view name)
             name,
             TextTable::Align::right,
             FieldType::span,
-            [](Statement const &row) -> FieldValue { return nanoseconds(get(row)); },
-            [](Statement const &row) { return short_span_text(get(row)); },
-            [](Statement const &row) { return seconds_text(get(row)); },
-            [](JsonWriter &writer, Statement const &row) { writer.time(get(row)); }};
+            [](Summary const &row) -> FieldValue { return nanoseconds(get(row)); },
+            [](Summary const &row) { return short_span_text(get(row)); },
+            [](Summary const &row) { return seconds_text(get(row)); },
+            [](JsonWriter &writer, Summary const &row) { writer.time(get(row)); }};
 }
 
 constexpr auto whole = [](std::string const &text) { return text; };
-constexpr auto count_of = [](Statement const &row) { return row.count; };
-constexpr auto requests_of = [](Statement const &row) { return row.requests; };
-constexpr auto per_request_of = [](Statement const &row) { return row.per_request; };
-constexpr auto failures_of = [](Statement const &row) { return row.errors; };
-constexpr auto total_of = [](Statement const &row) { return time_of(row.total); };
-constexpr auto average_of = [](Statement const &row) { return time_of(row.total / row.count); };
-constexpr auto slowest_of = [](Statement const &row) { return row.slowest; };
-constexpr auto slowest_request_of = [](Statement const &row) { return row.slowest_request; };
+constexpr auto count_of = [](Summary const &row) { return row.count; };
+constexpr auto requests_of = [](Summary const &row) { return row.requests; };
+constexpr auto per_request_of = [](Summary const &row) { return row.per_request; };
+constexpr auto failures_of = [](Summary const &row) { return row.errors; };
+constexpr auto total_of = [](Summary const &row) { return time_of(row.total); };
+constexpr auto average_of = [](Summary const &row) { return time_of(row.total / row.count); };
+constexpr auto slowest_of = [](Summary const &row) { return row.slowest; };
+constexpr auto slowest_request_of = [](Summary const &row) { return row.slowest_request; };
 
 constexpr std::array statement_table{
-    text_column<&Statement::statement, whole>("statement", "statement"),
-    text_column<&Statement::word, whole>("word", "word"),
-    count_column<Statement, count_of>("count", "count"),
-    count_column<Statement, requests_of>("requests", "requests"),
-    count_column<Statement, per_request_of>("per_request", "per request"),
-    StatementColumn{
-        "n_plus_one", "N+1", TextTable::Align::right, FieldType::boolean,
-        [](Statement const &row) -> FieldValue { return row.is_n_plus_one(); },
-        [](Statement const &row) { return row.is_n_plus_one() ? fmt::format("{}x", row.per_request) : "-"; },
-        [](Statement const &row) -> std::string { return row.is_n_plus_one() ? "true" : "false"; },
-        [](JsonWriter &writer, Statement const &row) { writer.boolean(row.is_n_plus_one()); }},
-    count_column<Statement, failures_of>("errors", "errors"),
+    text_column<&Summary::statement, whole>("statement", "statement"),
+    text_column<&Summary::word, whole>("word", "word"),
+    count_column<Summary, count_of>("count", "count"),
+    count_column<Summary, requests_of>("requests", "requests"),
+    count_column<Summary, per_request_of>("per_request", "per request"),
+    StatementColumn{"n_plus_one", "N+1", TextTable::Align::right, FieldType::boolean,
+                    [](Summary const &row) -> FieldValue { return row.is_n_plus_one(); },
+                    [](Summary const &row) { return row.is_n_plus_one() ? fmt::format("{}x", row.per_request) : "-"; },
+                    [](Summary const &row) -> std::string { return row.is_n_plus_one() ? "true" : "false"; },
+                    [](JsonWriter &writer, Summary const &row) { writer.boolean(row.is_n_plus_one()); }},
+    count_column<Summary, failures_of>("errors", "errors"),
     span_column<total_of>("total"),
     span_column<average_of>("average"),
     span_column<slowest_of>("slowest"),
-    count_column<Statement, slowest_request_of>("slowest_request", "slowest request"),
-    text_column<&Statement::call_site, file_name>("call_site", "call site"),
+    count_column<Summary, slowest_request_of>("slowest_request", "slowest request"),
+    text_column<&Summary::call_site, file_name>("call_site", "call site"),
 };
 
 } // namespace

@@ -81,9 +81,9 @@ std::size_t StatementSink::call_site_of(SqlQuery const &query)
     if (call == nullptr)
         return 0;
     auto const &location = call->location();
-    bool const has_file = location && !location->file().isEmpty();
-    auto text = cut_text((has_file ? location->file() : call->name()).toStdString(), max_call_site);
-    if (has_file)
+    bool const is_located = location && !location->file().isEmpty();
+    auto text = cut_text((is_located ? location->file() : call->name()).toStdString(), max_call_site);
+    if (is_located)
         text += fmt::format(":{}", location->line());
     if (auto const found = call_site_places_.find(text); found != call_site_places_.end())
         return found->second;
