@@ -1,0 +1,296 @@
+#include "capture_commands.h"
+
+#include "capture/report_parser.h"
+#include "requests/column.h"
+#include "requests/request_columns.h"
+#include "requests/statement_columns.h"
+#include "requests/table_options.h"
+#include "schema.h"
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+#include <unistd.h>
+
+namespace tarnwick::program {
+namespace {
+
+void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, Command &command)
+{
+    auto &sub =
+        add_command(app, "inspect", "Print the records of captures", "usage: tarnwick inspect [OPTION...] [FILE...]");
+    add_files(sub, options.files);
+    add_choice(sub, "--format", options.format,
+               {{"auto", InspectOptions::Format::automatic},
+                {"text", InspectOptions::Format::text},
+                {"jsonl", InspectOptions::Format::jsonl}},
+               "text, or one JSON object per line; auto (default): text on a terminal, jsonl otherwise");
+    add_color(sub, options.color);
+    add_mask(sub, options.mask, "only text is masked");
+    add_json_style(sub, options.json_style);
+    sub.add_flag("--all-records", options.all_records,
+                 "print all records of the report's family, not only those that the report fills");
+    sub.add_option("--record", choice.records, "only records of this name (php.RInit or RInit); can be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    add_report_choice(sub, options.reports);
+    add_conditions(sub, choice.conditions,
+                   "only records whose field fulfils this, such as 'duration>200ms'; can be repeated");
+    add_top(sub, options.top, "only the first N records");
+    add_follow(sub, options.follow);
+    sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n{}",
+                           max_report_depth, exit_statuses));
+    sub.callback([&] {
+        check_files(options.files);
+        check_follow(options.follow, options.files);
+        options.records = checked(choice.conditions.empty() ? "--record" : "--where",
+                                  [&] { return RecordChoice(choice.records, choice.conditions); });
+        command = [&options] { return inspect(options); };
+    });
+}
+
+/// Reads the columns that are separated by commas.
+template <class Row>
+std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &names,
+                                              std::span<Column<Row> const> columns)
+{
+    std::vector<Column<Row> const *> chosen;
+    chosen.reserve(names.size());
+    for (auto const &name : names)
+        chosen.push_back(&checked("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
+    return chosen;
+}
+
+/// Reads conditions on columns.
+template <class Row>
+std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
+{
+    std::vector<Condition> conditions;
+    for (auto const &text : texts) {
+        conditions.push_back(checked("--where", [&] {
+            Condition condition(text);
+            condition.set_type(column_named(columns, condition.field()).type);
+            return condition;
+        }));
+    }
+    return conditions;
+}
+
+template <class Row>
+void read_sort(std::string const &argument, TableOptions<Row> &options, std::span<Column<Row> const> columns)
+{
+    auto const colon = argument.find(':');
+    auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
+    if (direction != "asc" && direction != "desc")
+        throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
+    options.sort =
+        &checked("--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
+    options.is_descending = direction == "desc";
+}
+
+/// A command that prints a table.
+template <class Row>
+struct TableCommand {
+    std::string name;
+    std::string help;
+    std::string rows;       ///< what the lines show
+    std::string conditions; ///< examples
+    std::span<Column<Row> const> columns;
+    ExitStatus (*run)(TableOptions<Row> const &options);
+    bool can_follow = false;
+};
+
+template <class Row>
+void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions &choice, Command &command,
+                       TableCommand<Row> const &definition)
+{
+    auto &sub = add_command(app, definition.name, definition.help,
+                            fmt::format("usage: tarnwick {} [OPTION...] [FILE...]", definition.name));
+    add_files(sub, options.files);
+    add_choice(sub, "--format", options.format,
+               {{"auto", TableFormat::automatic},
+                {"text", TableFormat::text},
+                {"jsonl", TableFormat::jsonl},
+                {"csv", TableFormat::csv}},
+               "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
+    add_mask(sub, options.mask, "only text and CSV are masked");
+    std::vector<std::string_view> names;
+    for (auto const &column : definition.columns)
+        names.push_back(column.name);
+    sub.add_option("--columns", choice.columns, "the columns and their order, separated by commas")
+        ->type_name("COLUMNS")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    add_report_choice(sub, options.reports);
+    add_conditions(sub, choice.conditions,
+                   fmt::format("only {} whose column fulfils this, such as {}; can be repeated", definition.rows,
+                               definition.conditions));
+    sub.add_option("--sort", choice.sort, "order by a column; add :desc for the largest first")
+        ->type_name("COLUMN[:desc]")
+        ->take_last();
+    add_top(sub, options.top, fmt::format("only the first N {}", definition.rows));
+    if (definition.can_follow)
+        add_follow(sub, options.follow);
+    sub.footer(fmt::format("Columns: {}\n\n{}", fmt::join(names, " "), exit_statuses));
+    sub.callback([&options, &choice, &command, columns = definition.columns, run = definition.run] {
+        check_files(options.files);
+        check_follow(options.follow, options.files);
+        if (options.follow && !choice.sort.empty())
+            throw CLI::ValidationError("--sort needs all requests, and --follow prints each when it closes");
+        options.columns = read_columns(choice.columns, columns);
+        if (!choice.sort.empty())
+            read_sort(choice.sort, options, columns);
+        options.conditions = read_conditions(choice.conditions, columns);
+        command = [&options, run] { return run(options); };
+    });
+}
+
+void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Command &command)
+{
+    using Format = ShowOptions::Format;
+    auto &sub = add_command(app, "show", "Print one request from start to end",
+                            "usage: tarnwick show [OPTION...] REQUEST [FILE...]");
+    sub.add_option_function<std::string>(
+           "REQUEST",
+           [&options](std::string const &text) {
+               options.request = checked("REQUEST", [&] { return RequestName::read(text); });
+           },
+           "id of the request, its number from ls as @1, slowest or last")
+        ->type_name("")
+        ->required();
+    add_files(sub, options.files);
+    add_choice(sub, "--format", options.format,
+               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
+               "text, or the records as JSON lines; auto (default): text on a terminal, jsonl otherwise");
+    add_color(sub, options.color);
+    add_mask(sub, options.mask, "only text is masked");
+    sub.add_flag("--all", options.all, "in text, leave nothing out: whole lists, texts and traces, all superglobals");
+    add_dialect(sub, options.filter.reports);
+    add_conditions(sub, choice.conditions,
+                   "choose among requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        options.filter.conditions = read_conditions(choice.conditions, request_columns());
+        command = [&options] { return show(options); };
+    });
+}
+
+void read_places(std::vector<std::string> const &places, DiffOptions &options)
+{
+    if (places.size() != 2)
+        throw CLI::ValidationError("two captures, or two requests as FILE:REQUEST, are required");
+    options.a = RequestPlace::read(places.front());
+    options.b = RequestPlace::read(places.back());
+    if (options.a.request.has_value() != options.b.request.has_value()) {
+        bool const is_a = options.a.request.has_value();
+        throw CLI::ValidationError(
+            fmt::format("'{}' is a request and '{}' a capture: give two requests as FILE:REQUEST, or two captures",
+                        places[is_a ? 0 : 1], places[is_a ? 1 : 0]));
+    }
+    check_files({options.a.file, options.b.file});
+}
+
+void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Command &command)
+{
+    using Format = DiffOptions::Format;
+    auto &sub =
+        add_command(app, "diff", "Compare two requests, two captures, or the dialects of requests",
+                    "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] [FILE...]");
+    sub.add_option(
+           "FILE", arguments.places,
+           "two captures, whose requests are compared by method and route, or two requests as FILE:ID, FILE:@N, "
+           "FILE:slowest or FILE:last; with --dialects, captures; - is standard input")
+        ->type_name("");
+    auto const *dialects =
+        sub.add_flag("--dialects", "compare the two dialects of each request, to find mistakes of the sender");
+    add_choice(sub, "--format", options.format,
+               {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
+               "tables, or one JSON object for each difference; auto (default): text on a terminal, jsonl otherwise");
+    add_mask(sub, options.mask, "only text is masked");
+    sub.add_option("--fail-if", arguments.limits,
+                   "exit with status 4 if a mean grows from A to B by more than this, such as 'duration>20%' or "
+                   "'memory>10MB'; can be repeated")
+        ->type_name("NAME>LIMIT")
+        ->allow_extra_args(false);
+    add_request_choice(sub, arguments.dialects.requests);
+    sub.footer(
+        fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
+                    "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
+                    "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
+    sub.callback([&, dialects] {
+        if (dialects->count() > 0) {
+            if (!arguments.limits.empty())
+                throw CLI::ValidationError("--fail-if", "not with --dialects, which compares no durations");
+            if (!arguments.places.empty())
+                arguments.dialects.files = arguments.places;
+            check_files(arguments.dialects.files);
+            arguments.dialects.format = options.format;
+            arguments.dialects.mask = options.mask;
+            command = [&arguments] { return diff_dialects(arguments.dialects); };
+            return;
+        }
+        if (!arguments.dialects.requests.empty())
+            throw CLI::ValidationError("--request", "only with --dialects; name two requests as FILE:ID");
+        read_places(arguments.places, options);
+        for (auto const &limit : arguments.limits)
+            options.limits.push_back(checked("--fail-if", [&] { return GrowthLimit(limit); }));
+        command = [&options] { return diff(options); };
+    });
+}
+
+void add_schema(CLI::App &app, JsonStyle &style, Command &command)
+{
+    auto &sub = add_command(app, "schema", "Print the JSON Schema of the JSON lines of inspect",
+                            "usage: tarnwick schema [OPTION...]");
+    add_json_style(sub, style);
+    sub.footer("Exit status: 0 success, 2 wrong usage, 3 the output cannot be written.");
+    sub.callback([&] { command = [&style] { return schema(style); }; });
+}
+
+void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
+{
+    auto &sub = add_command(app, "recover", "Write the whole frames of damaged captures",
+                            "usage: tarnwick recover [OPTION...] [FILE...]");
+    add_files(sub, options.files);
+    sub.add_option("-o,--output", options.output,
+                   "file to create, with the frames of all captures; standard output if it is not given, or for -")
+        ->type_name("FILE")
+        ->take_last();
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        if (options.output == "-" && ::isatty(STDOUT_FILENO) != 0)
+            throw CLI::ValidationError("cannot write a capture to a terminal: use --output=FILE");
+        command = [&options] { return recover(options); };
+    });
+}
+
+} // namespace
+
+void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &command)
+{
+    add_inspect(app, options.inspect, options.inspect_choice, command);
+    add_table_command(app, options.ls, options.ls_choice, command,
+                      {.name = "ls",
+                       .help = "List the requests of captures",
+                       .rows = "requests",
+                       .conditions = "'status>=500' or 'uri~^/api'",
+                       .columns = request_columns(),
+                       .run = ls,
+                       .can_follow = true});
+    add_show(app, options.show, options.show_choice, command);
+    add_table_command(app, options.statements, options.statements_choice, command,
+                      {.name = "statements",
+                       .help = "List the SQL statements of captures",
+                       .rows = "statements",
+                       .conditions = "'word=SELECT' or 'total>100ms'",
+                       .columns = statement_columns(),
+                       .run = statements,
+                       .can_follow = false});
+    add_diff(app, options.diff, options.diff_arguments, command);
+    add_recover(app, options.recover, command);
+    add_schema(app, options.schema, command);
+}
+
+} // namespace tarnwick::program

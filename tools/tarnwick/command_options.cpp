@@ -1,0 +1,139 @@
+#include "command_options.h"
+
+#include "capture/dialect.h"
+
+#include <algorithm>
+#include <charconv>
+#include <system_error>
+
+namespace tarnwick::program {
+namespace {
+
+/// Sets what is masked from the argument of --mask.
+void set_mask(MaskOptions &mask, std::string const &argument)
+{
+    mask = {.mode = argument == "none" ? MaskOptions::Mode::none : MaskOptions::Mode::on, .words = {}};
+    if (argument == "none" || argument == "default")
+        return;
+    for (auto const &word : CLI::detail::split(argument, ',')) {
+        if (word.empty() || word == "none")
+            throw CLI::ValidationError(
+                "--mask", fmt::format("'{}' is not default, none, or a list of words with commas between", argument));
+        if (word != "default")
+            mask.words.push_back(word);
+    }
+}
+
+} // namespace
+
+CLI::App &add_command(CLI::App &parent, std::string const &name, std::string const &help, std::string const &usage)
+{
+    auto *command = parent.add_subcommand(name, help);
+    command->group("Commands");
+    command->usage(usage);
+    command->set_version_flag("--version", parent.version(), version_help);
+    return *command;
+}
+
+void add_color(CLI::App &app, Color &color)
+{
+    add_choice(app, "--color", color, {{"auto", Color::automatic}, {"always", Color::always}, {"never", Color::never}},
+               "when to colour text; auto (default): on a terminal, unless NO_COLOR is set");
+}
+
+void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help)
+{
+    app.add_option_function<std::string>(
+           "--mask", [&mask](std::string const &argument) { set_mask(mask, argument); },
+           fmt::format("mask secrets (default), nothing (none), or also keys that contain WORD; if not given, {}",
+                       default_help))
+        ->type_name("default|none|WORD,...")
+        ->take_last();
+}
+
+void add_json_style(CLI::App &app, JsonStyle &style)
+{
+    add_choice(app, "--ids", style.string_ids, {{"number", false}, {"string", true}},
+               "in JSON, how to print ids, and integers beyond 2^53; number (default), or string for tools whose "
+               "numbers are doubles");
+    add_choice(
+        app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
+        "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");
+}
+
+void add_files(CLI::App &app, std::vector<std::string> &files)
+{
+    app.add_option("FILE", files, "captures to read; standard input if none is given, or for -")->type_name("");
+}
+
+void check_files(std::vector<std::string> const &files)
+{
+    if (std::ranges::count(files, "-") > 1)
+        throw CLI::ValidationError("standard input (-) can be read only once");
+}
+
+void add_follow(CLI::App &app, bool &follow)
+{
+    app.add_flag("--follow", follow, "continue to read FILE as it grows, until Ctrl-C");
+}
+
+void check_follow(bool follow, std::vector<std::string> const &files)
+{
+    if (follow && files.size() > 1)
+        throw CLI::ValidationError("--follow reads one FILE");
+}
+
+void add_dialect(CLI::App &app, ReportChoice &reports)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--dialect",
+           [&reports](std::vector<std::string> const &arguments) {
+               for (auto const &argument : arguments) {
+                   if (argument != name_of(Dialect::rpc) && argument != name_of(Dialect::protobuf))
+                       throw CLI::ValidationError("--dialect",
+                                                  fmt::format("'{}' is not one of rpc, protobuf", argument));
+                   reports.dialects.push_back(argument == name_of(Dialect::rpc) ? Dialect::rpc : Dialect::protobuf);
+               }
+           },
+           "only reports of this dialect; can be repeated")
+        ->type_name("rpc|protobuf")
+        ->allow_extra_args(false);
+}
+
+void add_request_choice(CLI::App &app, std::vector<std::uint64_t> &requests)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--request",
+           [&requests](std::vector<std::string> const &arguments) {
+               for (auto const &argument : arguments) {
+                   std::uint64_t id = 0;
+                   auto const *const end = argument.data() + argument.size();
+                   if (auto const [last, fault] = std::from_chars(argument.data(), end, id);
+                       fault != std::errc() || last != end)
+                       throw CLI::ValidationError(
+                           "--request",
+                           fmt::format("'{}' is not a request id, a number from 0 to {}", argument, UINT64_MAX));
+                   requests.push_back(id);
+               }
+           },
+           "only the request with this id; can be repeated")
+        ->type_name("ID")
+        ->allow_extra_args(false);
+}
+
+void add_report_choice(CLI::App &app, ReportChoice &reports)
+{
+    add_request_choice(app, reports.requests);
+    add_dialect(app, reports);
+}
+void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help)
+{
+    app.add_option("--where", conditions, help)->type_name("CONDITION")->allow_extra_args(false);
+}
+
+void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help)
+{
+    app.add_option("--top", top, help)->type_name("N")->take_last();
+}
+
+} // namespace tarnwick::program
