@@ -9,8 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
-#include <utility>
 
 namespace tarnwick::program {
 namespace {

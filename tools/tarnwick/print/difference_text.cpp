@@ -147,7 +147,8 @@ public:
                                    {name_of(kind), Align::left}})
                       : TextTable({{"change", Align::left}, {"count", Align::left}, {name_of(kind), Align::left}});
         for (auto const &difference : first(differences)) {
-            auto const &[a, b] = std::pair(difference.a, difference.b);
+            auto const &a = difference.a;
+            auto const &b = difference.b;
             std::vector<std::string> cells{std::string(name_of(difference.change))};
             if (has_times) {
                 cells.push_back(optional_change_text(time_text(a), time_text(b)));

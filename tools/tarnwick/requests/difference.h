@@ -3,6 +3,8 @@
 #include "requests/profile.h"
 #include "requests/request_activity.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>

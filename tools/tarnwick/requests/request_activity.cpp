@@ -8,6 +8,7 @@
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <utility>
 #include <variant>
