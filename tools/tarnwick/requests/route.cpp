@@ -20,7 +20,7 @@ bool is_hexadecimal_digit(char character)
            (character >= 'A' && character <= 'F');
 }
 
-bool is_word_character(char character)
+bool is_part_of_word(char character)
 {
     return is_decimal_digit(character) || (character >= 'a' && character <= 'z') ||
            (character >= 'A' && character <= 'Z') || static_cast<unsigned char>(character) >= 0x80U;
@@ -28,7 +28,7 @@ bool is_word_character(char character)
 
 std::size_t word_size(std::string_view text)
 {
-    return static_cast<std::size_t>(std::ranges::find_if_not(text, is_word_character) - text.begin());
+    return static_cast<std::size_t>(std::ranges::find_if_not(text, is_part_of_word) - text.begin());
 }
 
 /// Returns whether a word starts as an escaped byte, such as %20.
