@@ -185,6 +185,7 @@ public:
     void print(std::uint64_t pairs, std::uint64_t requests)
     {
         std::vector<std::pair<Key const *, Field const *>> fields;
+        fields.reserve(fields_.size());
         for (auto const &[key, field] : fields_)
             fields.emplace_back(&key, &field);
         std::ranges::sort(fields, {}, [](auto const &entry) { return entry.second->order; });

@@ -117,7 +117,8 @@ struct Mistake {
     char const *name;
     Reports reports;
     Texts differences;
-    std::string field{}; ///< of the only difference; not compared if empty
+    /// Of the only difference; not compared if empty.
+    std::string field = {}; // NOLINT(readability-redundant-member-init): rows leave it out
 };
 
 Mistake const mistakes[] = {
