@@ -149,7 +149,7 @@ DialectAbsence const absences[] = {
     {"php.ResponseHeaders", no_part, R"("headers":[])"},
     {"php.Superglobals change", no_part, R"("values":[])"},
     {"php.Superglobals init", "the protobuf dialect reports this state at the end of a request", ""},
-    {"php.Superglobals all", "the protobuf dialect reports this state for events", ""},
+    {"php.Superglobals all", "the protobuf dialect reports this state at the end too", ""},
 };
 
 } // namespace

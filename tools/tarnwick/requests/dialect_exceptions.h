@@ -21,7 +21,7 @@ struct DialectException {
 
 /// Record of the rpc dialect that the protobuf dialect need not have.
 struct DialectAbsence {
-    std::string_view record; ///< with its view; `*` is any text
+    std::string_view record; ///< with its view
     std::string_view why;
     std::string_view content; ///< part of its JSON
 
