@@ -16,7 +16,7 @@ endfunction()
 # Options of our own sources.
 function(tarnwick_own_sources target)
     tarnwick_build_options(${target})
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wredundant-decls)
     if(TARNWICK_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

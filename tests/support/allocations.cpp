@@ -133,13 +133,13 @@ std::vector<void const *> tarnwick::test::recorded_frees()
 
 extern "C" {
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are given
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): the names are given
 void *TARNWICK_BEHIND(malloc)(std::size_t size) noexcept;
 void *TARNWICK_BEHIND(calloc)(std::size_t number, std::size_t size) noexcept;
 void *TARNWICK_BEHIND(realloc)(void *block, std::size_t size) noexcept;
 void *TARNWICK_BEHIND(memalign)(std::size_t alignment, std::size_t size) noexcept;
 void TARNWICK_BEHIND(free)(void *block) noexcept;
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 void *malloc(std::size_t size) noexcept
 {

@@ -20,7 +20,7 @@
 #include <stdexcept>
 #include <variant>
 
-// NOLINTBEGIN(bugprone-reserved-identifier): ThreadSanitizer calls these names
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): ThreadSanitizer calls these names
 
 /// One race is enough, and the code after it can crash.
 extern "C" char const *__tsan_default_options()
@@ -36,7 +36,7 @@ extern "C" char const *__tsan_default_suppressions()
            "race_top:pthread_cond_\n";
 }
 
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 namespace tarnwick::test::control_race_test {
 namespace {
