@@ -12,6 +12,7 @@
 #include "requests/difference.h"
 #include "requests/find_request.h"
 #include "requests/key_difference.h"
+#include "requests/request_columns.h"
 #include "standard_error.h"
 
 #include <tarnwick/data/records.h>
@@ -92,13 +93,15 @@ public:
         collect_secrets(b.request->records);
         auto const compared_a = compared(options_.a.file, *a.request);
         auto const compared_b = compared(options_.b.file, *b.request);
+        mask_names(names_, compared_a.activity, masks_);
+        mask_names(names_, compared_b.activity, masks_);
         printer_->print_requests(compared_a, compared_b);
         for (auto const kind : activity_kinds)
             printer_->print(compare(kind, compared_a.activity.of(kind), compared_b.activity.of(kind), names_));
         auto keys = compare_keys(a.request->records, b.request->records);
         for (auto &difference : keys) {
             for (auto &key : difference.path)
-                key = masks_.text(key);
+                key = masked_key(key);
         }
         printer_->print(keys);
         return finish(status, {{"", &compared_a.profile, &compared_b.profile}});
@@ -108,12 +111,15 @@ public:
     {
         ComparedCapture a{options_.a.file, {}};
         ComparedCapture b{options_.b.file, {}};
-        auto const status = std::max(read(a), read(b));
+        auto const status_of_a = read(a);
+        auto const status = std::max(status_of_a, read(b));
         if (status == file_failure)
             return status;
         auto routes = compare(a.profiles, b.profiles);
-        for (auto &[route, change, profile_a, profile_b] : routes)
-            route.second = routes_.shown(routes_.number_of(route.second, {}, &Masks::text));
+        for (auto &[route, change, profile_a, profile_b] : routes) {
+            for (auto *text : {&route.first, &route.second})
+                *text = routes_.shown(routes_.number_of(*text));
+        }
         printer_->print_captures(a, b, routes);
         for (auto const kind : activity_kinds) {
             auto const [amounts_a, amounts_b] = mean_amounts(routes, kind);
@@ -144,19 +150,26 @@ private:
         for_each_record(records, [this](auto const &record, Dialect /*dialect*/) { collect(masks_, record); });
     }
 
+    /// A line of a header that has no space after its colon is a key.
+    [[nodiscard]] std::string masked_key(std::string const &key) const
+    {
+        auto const name = key.substr(0, key.find(':'));
+        return name.size() < key.size() && masks_.is_secret(name) ? fmt::format("{}:{}", name, mask_text)
+                                                                   : masks_.text(key);
+    }
+
     ComparedRequest compared(std::string const &file, FoundRequest const &found)
     {
         ComparedRequest request{file, {}, {}};
         request.activity.number = found.summary.number;
         request.activity.id = found.summary.id;
         request.activity.dialects = found.summary.dialects;
-        ActivityBuilder builder(names_, masks_);
+        ActivityBuilder builder(names_);
         for_each_record(found.records, [&]<class Record>(Record const &record, Dialect dialect) {
-            if constexpr (ActivityBuilder::takes<Record>)
+            if constexpr (is_activity<Record>)
                 builder.add(request.activity, record, dialect);
         });
-        if (request.activity.start && request.activity.start->uri)
-            request.activity.start->uri = masks_.text(*request.activity.start->uri);
+        mask_start(request.activity, masks_);
         request.profile.add(request.activity);
         return request;
     }
@@ -166,7 +179,10 @@ private:
         ActivitySink sink(names_, masks_, [&](RequestActivity &request) {
             auto route = route_of(request);
             masks_.select_request(request.id);
-            (void)routes_.number_of(route.second, masks_, &Masks::text);
+            for (auto const &text : {route.first, route.second})
+                routes_.mask(routes_.number_of(text), masks_,
+                             [](Masks const &masks, std::string_view part) { return masks.text(part); });
+            mask_names(names_, request, masks_);
             capture.profiles[std::move(route)].add(request);
         });
         RecordFeed feed(sink);

@@ -261,6 +261,8 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
     RereadableCaptures const captures(options.files);
     auto const requests = find_twofold_requests(captures, options.requests, output);
 
+    if (requests.status == file_failure)
+        return requests.status;
     DifferenceLines lines(output);
     DifferenceSummary summary(output, masks);
     auto status = requests.status;

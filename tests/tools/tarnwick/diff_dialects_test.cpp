@@ -109,8 +109,8 @@ TEST(DiffDialects, fails_if_there_is_nothing_to_compare)
 
 TEST(DiffDialects, reports_wrong_usage)
 {
-    std::string const usage =
-        "usage: tarnwick diff --dialects [OPTION...] [FILE...]\nUse --help for more information.\n";
+    std::string const usage = "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
+                              "[FILE...]\nUse --help for more information.\n";
     auto const format = diff({"--format=csv"});
     EXPECT_EQ(format.err, "tarnwick: --format: 'csv' is not one of auto, text, jsonl\n" + usage);
     EXPECT_EQ(format.status, 2);

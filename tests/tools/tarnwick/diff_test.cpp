@@ -247,7 +247,7 @@ TEST(Diff, cuts_long_sections_of_text_but_not_json_lines)
     TemporaryFile const a(capture_of({}));
     TemporaryFile const b(capture_of({.functions = functions}));
     auto const text = diff({"--format=text", a.name() + ":@1", b.name() + ":@1"}).out;
-    EXPECT_THAT(text, AllOf(HasSubstr("\nfunctions: the 10 largest of 12 differences\n"), HasSubstr("  f12\n"),
+    EXPECT_THAT(text, AllOf(HasSubstr("\nfunctions: the first 10 of 12 differences\n"), HasSubstr("  f12\n"),
                             HasSubstr("  f3\n"), Not(HasSubstr("  f2\n"))));
     EXPECT_EQ(differences("function", a.name() + ":@1", b.name() + ":@1").size(), 12U);
 }
@@ -411,7 +411,7 @@ TEST(Diff, compares_nothing_if_a_file_or_a_request_is_missing)
     EXPECT_EQ(outcome.status, 3);
     outcome = diff({file.name() + ":@1", file.name() + ":8"});
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "tarnwick: no request has the id 8; the ids of requests are 7\n");
+    EXPECT_EQ(outcome.err, "tarnwick: " + file.name() + ": no request has the id 8; the ids of requests are 7\n");
     EXPECT_EQ(outcome.status, 2);
 }
 

@@ -85,6 +85,12 @@ TEST(Ls, prints_csv_with_the_names_of_json)
               "7,rpc,2023-11-14T22:13:20.000000000Z,GET,\"/a,b?\"\"c\"\"\",200,0.001000000,5,0,0,0,true,1\r\n");
 }
 
+TEST(Ls, prints_an_empty_cell_of_csv_for_an_absent_value)
+{
+    EXPECT_EQ(ls({"--format=csv", "--columns=uri,status,start"}, end(7, 200, 1, 5)).out,
+              "uri,status,start\r\n,200,\r\n");
+}
+
 TEST(Ls, prints_the_chosen_columns_in_their_order)
 {
     EXPECT_EQ(ls({"--columns=uri,status", "--columns", "number"}, three_requests).out,

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <fcntl.h>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,8 @@ TEST(Show, reports_which_requests_there_are)
         {{"9"}, three_requests, "no request has the id 9; the ids of requests are 5, 6, 5"},
         {{"@9"}, three_requests, "no request has the number @9; the last is @3"},
         {{"slowest"}, start(5, "/a"), "no request has a duration, because no report is the end of one"},
+        {{"6", "--where=status=404"}, three_requests, "the request does not fulfil the conditions"},
+        {{"@3", "--where=duration>1s"}, three_requests, "the request does not fulfil the conditions"},
         {{"last", "--where=status=404"}, three_requests, "no request fulfils the conditions"},
         {{"last", "--dialect=protobuf"}, three_requests, "no request is in the captures"},
     };
@@ -109,6 +112,17 @@ TEST(Show, reports_a_fault_once)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, StartsWith("-: frame 2 at byte "));
     EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1);
+}
+
+TEST(Show, reports_an_input_that_cannot_be_read)
+{
+    Descriptor const folder(::open("/", O_RDONLY | O_CLOEXEC));
+    auto outcome = run({.arguments = {"show", "last"}, .in = folder});
+    EXPECT_EQ(outcome.err, "tarnwick: cannot read -: Is a directory\n");
+    EXPECT_EQ(outcome.status, 3);
+    outcome = show({"last", "/no/such/file"});
+    EXPECT_EQ(outcome.err, "cannot read /no/such/file: No such file or directory\n");
+    EXPECT_EQ(outcome.status, 3);
 }
 
 TEST(Show, cuts_lines_at_the_width_of_the_terminal)

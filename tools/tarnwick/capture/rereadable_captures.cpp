@@ -3,6 +3,7 @@
 #include "capture/input_file.h"
 #include "error_text.h"
 #include "print/output.h"
+#include "print/readable_text.h"
 
 #include <fmt/format.h>
 
@@ -49,6 +50,8 @@ RereadableCaptures::TemporaryFile RereadableCaptures::copy(std::string const &na
         auto const bytes = input.take(UINT64_MAX);
         is_whole = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
     }
+    if (input.error() != 0)
+        throw WriteError(fmt::format("cannot read {}: {}", escaped_text(name), error_text(input.error())));
     if (!is_whole || std::fflush(file.get()) != 0)
         throw WriteError(fmt::format("cannot write a temporary file: {}", error_text(errno)));
     return file;

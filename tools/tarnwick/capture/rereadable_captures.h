@@ -13,7 +13,7 @@ namespace tarnwick::program {
 /// are copied to temporary files without a name.
 class RereadableCaptures {
 public:
-    /// Throws `WriteError` if a copy cannot be written.
+    /// Throws `WriteError` if a copy cannot be made.
     explicit RereadableCaptures(std::vector<std::string> const &names);
 
     [[nodiscard]] std::vector<CaptureFile> const &files() const { return files_; }

@@ -218,7 +218,7 @@ private:
     void print_heading(std::string_view name, std::size_t count)
     {
         has_sections_ = true;
-        print_line(count > max_rows ? fmt::format("\n{}: the {} largest of {} differences", name, max_rows, count)
+        print_line(count > max_rows ? fmt::format("\n{}: the first {} of {} differences", name, max_rows, count)
                                     : fmt::format("\n{}", name));
     }
 

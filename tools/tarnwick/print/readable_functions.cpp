@@ -52,8 +52,8 @@ void write_readable(ReadableWriter &writer, data::glimmet::detail::Functions con
                              [](auto const *function) { return seconds(function->time_first()); });
 
     auto const longest = seconds(functions.front()->time_first());
-    using Align = TextTable::Align;
-    TextTable table({{"time_first"}, {"", Align::left}, {"time_second"}, {"count"}, {"function", Align::left}});
+    constexpr auto left = TextTable::Align::left;
+    TextTable table({{"time_first"}, {"", left}, {"time_second"}, {"count"}, {"function", left}});
     for (auto const *function : functions) {
         auto const time = seconds(function->time_first());
         table.add({span_text(function->time_first()), time > 0 ? bar(time / longest) : "",

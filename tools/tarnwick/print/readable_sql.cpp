@@ -45,7 +45,7 @@ std::string id_text(Pointer const &link)
 }
 
 /// Returns the first call with a file, or the first call if none has one.
-std::string call_site(SqlQuery const &query, Masks const &masks)
+std::string call_site_text(SqlQuery const &query, Masks const &masks)
 {
     if (!query.stack_trace() || query.stack_trace()->frames().isEmpty())
         return "-";
@@ -122,7 +122,7 @@ void write_queries(ReadableWriter &writer, Queries const &queries, Masks const &
     for (auto const &query : queries)
         table.add({span_text(query->time()), id_text(query->connection()), id_text(query->transaction()),
                    fmt::to_string(query->kind()), fmt::to_string(query->source_kind()), fmt::to_string(query->status()),
-                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site(*query, masks),
+                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site_text(*query, masks),
                    statement(*query, masks)});
     write(writer, "queries", std::move(table));
 }

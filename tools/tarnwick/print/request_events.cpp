@@ -29,8 +29,10 @@ constexpr std::size_t most_entries = 20;
 struct Entry {
     std::uint64_t position = 0;
     data::TimePair time;
+    bool is_event = false;
     std::string kind;
     std::string text;
+    QString subject{}; ///< name and message of a PHP error
     std::optional<data::php::SourceLocation> place;
     data::php::StackTrace const *trace = nullptr; ///< null if there is none
 };
@@ -60,8 +62,10 @@ Entry entry_of(ReportedRecord<ErrorData> const &reported, RequestPageStyle const
     auto const &error = *reported.record;
     return {.position = reported.position,
             .time = error.timestamp(),
+            .is_event = false,
             .kind = std::holds_alternative<data::php::Exception>(error.details()) ? "exception" : "error",
             .text = name_and_message(name_of(error.details()), error.message(), style),
+            .subject = name_of(error.details()) + QChar(u'\n') + error.message(),
             .place = error.location(),
             .trace = pointer_to(error.stack_trace())};
 }
@@ -104,6 +108,7 @@ Entry entry_of(ReportedRecord<Event> const &reported, RequestPageStyle const &st
     auto const &event = *reported.record;
     Entry entry{.position = reported.position,
                 .time = event.timestamp(),
+                .is_event = true,
                 .kind = fmt::format("event: {}", label_of(event.kind())),
                 .text = {},
                 .place = std::nullopt,
@@ -113,8 +118,10 @@ Entry entry_of(ReportedRecord<Event> const &reported, RequestPageStyle const &st
         if (!part.empty())
             entry.text += (entry.text.empty() ? "" : "  ") + part;
     }
-    if (auto const *details = std::get_if<Event::PhpError>(&event.details()))
+    if (auto const *details = std::get_if<Event::PhpError>(&event.details())) {
         entry.place = details->location;
+        entry.subject = details->error_name + QChar(u'\n') + details->message;
+    }
     return entry;
 }
 
@@ -180,7 +187,8 @@ void write_events(Sections &page, FoundRequest const &request, RequestPageStyle 
     Entry const *previous = nullptr;
     for (auto const &entry : std::span(entries).first(count)) {
         // PHP processes send an event for most errors.
-        bool const is_repeated = previous != nullptr && previous->text == entry.text && entry.trace == nullptr &&
+        bool const is_repeated = previous != nullptr && !previous->is_event && entry.is_event &&
+                                 previous->subject == entry.subject && entry.trace == nullptr &&
                                  is_same_place(previous->place, entry.place);
         page.line(fmt::format("{:>8}  {}  {}", since_start(entry.time, request), entry.kind,
                               is_repeated ? "the same" : entry.text));

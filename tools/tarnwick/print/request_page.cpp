@@ -2,6 +2,7 @@
 
 #include "print/bar.h"
 #include "print/masked_writer.h"
+#include "print/readable_text.h"
 #include "print/request_sections.h"
 #include "print/sections.h"
 #include "print/short_text.h"
@@ -33,10 +34,14 @@ using data::glimmet::FunctionStats;
 
 constexpr std::size_t most_rows = 10;
 constexpr std::size_t widest_statement = 120;
+constexpr qsizetype longest_word_start = 1000;
+constexpr std::size_t longest_word = 24;
+constexpr std::size_t longest_uri = 500;
 
-std::string text_or(std::optional<std::string> const &text, std::string_view other)
+/// Returns the method or the URI.
+std::string request_text(QString const &text, Masks const &masks)
 {
-    return escaped_text(text ? std::string_view(*text) : other);
+    return text.isEmpty() ? "-" : escaped_text(cut_text(masks.text(text.toStdString()), longest_uri));
 }
 
 /// The request line, and what is known of the whole request.
@@ -44,8 +49,10 @@ void write_head(Sections &page, FoundRequest const &request, RequestPageStyle co
 {
     auto const &[summary, records] = request;
     std::string line = "a request without a start";
-    if (auto const &start = summary.start)
-        line = fmt::format("{} {}", text_or(start->method, "-"), style.masks.name(text_or(start->uri, "-")));
+    // The summary has cut texts, in which a secret can be cut too.
+    for (auto const &[start, view, origin, position] : records.of_either<data::php::RInit>())
+        line = fmt::format("{} {}", request_text(start->request_text_0(), style.masks),
+                           request_text(start->request_text_1(), style.masks));
     if (auto const &end = summary.end)
         line += fmt::format("  {}  {}  {}", end->status, short_span_text(end->duration), short_size_text(end->memory));
     page.title(line);
@@ -83,12 +90,15 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
     std::ranges::stable_sort(functions, std::ranges::greater(), time);
     auto const longest = time(functions.front());
     auto const count = shown(functions.size(), most_rows, style);
-    using Align = TextTable::Align;
-    TextTable table({{"time_first"}, {"", Align::left}, {"time_second"}, {"count"}, {"function", Align::left}});
+    constexpr auto left = TextTable::Align::left;
+    TextTable table({{"time_first"}, {"", left}, {"time_second"}, {"count"}, {"function", left}});
     for (auto const *function : std::span(functions).first(count)) {
-        auto name = plain_name(function->name(), style.masks);
-        if (function->location())
-            name += "  " + plain_place(*function->location(), style.masks);
+        // The code of a file has no name of its own, or that of the file.
+        auto const &location = function->location();
+        bool const is_file = location && (function->name().isEmpty() || function->name() == location->file());
+        auto name = plain_name(is_file ? location->file() : function->name(), style.masks);
+        if (location && !is_file)
+            name += "  " + plain_place(*location, style.masks);
         table.add({short_span_text(function->time_first()),
                    longest > 0 ? bar(std::max(time(function) / longest, 0.0)) : "",
                    short_span_text(function->time_second()), fmt::to_string(function->count()), std::move(name)});
@@ -106,14 +116,13 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
     ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
     sink.begin(source, TraceChunk());
     std::size_t queries = 0;
-    std::vector<std::string> failures;
+    std::vector<data::glimmet::detail::SqlQuery const *> failures;
     for (auto const &reported : request.records.of_either<data::glimmet::SqlQueries>()) {
         sink.take(reported.record, source, reported.view);
         for (auto const &query : reported.record->queries()) {
             ++queries;
             if (query->error())
-                failures.push_back(fmt::format("{} failed: {}", first_word(query->text().toStdString()),
-                                               message_text(query->error()->message(), style)));
+                failures.push_back(query.constData());
         }
     }
     auto statements = sink.finish();
@@ -144,8 +153,13 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
         page.line(line);
     page.left_out(statements.size() - count);
     auto const failed = shown(failures.size(), most_rows, style);
-    for (auto const &failure : std::span(failures).first(failed))
-        page.line(failure);
+    for (auto const *failure : std::span(failures).first(failed)) {
+        // A word of broken SQL can be anything.
+        auto const start = style.masks.text(failure->text().left(longest_word_start).toStdString());
+        auto const word = escaped_text(cut_text(first_word(start), longest_word));
+        page.line(fmt::format("{} failed: {}", word.empty() ? "a statement" : word,
+                              message_text(failure->error()->message(), style)));
+    }
     page.left_out(failures.size() - failed);
 }
 

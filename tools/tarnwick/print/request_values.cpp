@@ -147,14 +147,19 @@ std::vector<std::string> superglobal_lines(Superglobals const &record, Superglob
     ValueText values(style, "php.Superglobals", "values");
     ValueText names(style, "php.Superglobals", "values", false);
     Index const groups_before(before == nullptr ? nullptr : &(*before)->values());
+    std::map<ZVal const *, Index> indexes; // by group
     std::vector<std::string> lines;
     for (auto const &[name, group] : record->values()->elements()) {
         auto const group_name = names.of(name);
         values.begin(name);
         if (auto const *elements = array_in(&group)) {
-            Index const elements_before(array_in(groups_before.find(name)));
+            auto const *const group_before = groups_before.find(name);
+            auto const &elements_before = indexes.try_emplace(group_before, array_in(group_before)).first->second;
             for (auto const &[key, value] : (*elements)->elements()) {
                 auto const *old = elements_before.find(key);
+                // One message of the protobuf dialect has both states, so the first has later entries without value.
+                if (before == nullptr && value->kind() == ZVal::Kind::undefined)
+                    continue;
                 if (old != nullptr && is_same_value(*old, value))
                     continue;
                 auto line = fmt::format("{}[{}]", group_name, values.begin(key));
@@ -164,7 +169,7 @@ std::vector<std::string> superglobal_lines(Superglobals const &record, Superglob
                 values.end();
                 lines.push_back(std::move(line));
             }
-        } else {
+        } else if (auto const *old = groups_before.find(name); old == nullptr || !is_same_value(*old, group)) {
             lines.push_back(fmt::format("{} = {}", group_name, values.of(group)));
         }
         values.end();
@@ -211,7 +216,7 @@ void write_text(Sections &page, std::string_view name, QString const &content, R
         page.line(fmt::format("{}: {}", name, escaped_text(text)));
         return;
     }
-    page.line(fmt::format("{} ({} bytes):", name, text.size()));
+    page.line(fmt::format("{} ({} bytes):", name, content.toUtf8().size()));
     auto rest = style.all ? std::string_view(text) : start_of_text(text, most_bytes_of_body);
     auto const size = rest.size();
     while (!rest.empty()) {

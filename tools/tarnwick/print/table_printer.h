@@ -105,9 +105,11 @@ private:
     void print_csv(Cell const &cell)
     {
         std::string line;
+        std::string_view separator;
         for (auto const *column : columns_) {
-            line += line.empty() ? "" : ",";
+            line += separator;
             line += csv_cell(cell(*column));
+            separator = ",";
         }
         output_.write(line + "\r\n");
     }

@@ -22,11 +22,11 @@ namespace tarnwick::program {
 /// secrets of all records, apart from the chunks of code traces.
 class ActivitySink {
 public:
-    /// `pass_on` receives the requests in the order of their first reports. `names` stays valid.
+    /// `pass_on` receives the requests in the order of closing. `names` stays valid.
     ActivitySink(NameTable &names, Masks const &masks, std::function<void(RequestActivity &request)> pass_on)
         : masks_(masks)
-        , builder_(names, masks)
-        , groups_(std::move(pass_on))
+        , builder_(names)
+        , groups_(std::move(pass_on), RequestGroups<RequestActivity>::Order::closing)
     {
     }
 
@@ -49,13 +49,13 @@ public:
     {
         constexpr bool is_chunk =
             std::is_same_v<Record, data::codetrace::Data> || std::is_same_v<Record, data::codetrace::AddData>;
-        return ActivityBuilder::takes<Record> || (masks_.are_on() && !is_chunk);
+        return is_activity<Record> || (masks_.are_on() && !is_chunk);
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
         collect(masks_, record);
-        if constexpr (ActivityBuilder::takes<Record>)
+        if constexpr (is_activity<Record>)
             builder_.add(*request_, record, source.dialect);
     }
 

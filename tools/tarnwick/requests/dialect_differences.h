@@ -93,9 +93,7 @@ public:
         if constexpr (data::is_handle<Record>) {
             masks_.select_request(request_->id);
             collect(masks_, *record);
-            ComparedRecords records{data::Description<data::payload_of_t<Record>>::name, view, {}};
-            if constexpr (std::is_same_v<Record, data::monitor::Event>)
-                records.kind = static_cast<std::uint32_t>(record->kind());
+            ComparedRecords const records{data::Description<data::payload_of_t<Record>>::name, view, kind_of(record)};
             add(records, source.dialect, [record](Masks const &masks) {
                 JsonWriter writer;
                 writer.begin_record({});
@@ -107,6 +105,16 @@ public:
     }
 
 private:
+    static std::optional<std::uint32_t> kind_of(data::monitor::Event const &event)
+    {
+        return static_cast<std::uint32_t>(event->kind());
+    }
+    template <class Record>
+    static std::optional<std::uint32_t> kind_of(Record const & /*record*/)
+    {
+        return std::nullopt;
+    }
+
     /// Returns a record as JSON.
     using Json = std::function<std::string(Masks const &masks)>;
     /// Records of each dialect that wait for those of the other.

@@ -2,6 +2,7 @@
 
 #include "capture/captures.h"
 #include "capture/record_feed.h"
+#include "print/readable_text.h"
 #include "requests/records_sink.h"
 #include "requests/request_columns.h"
 #include "requests/summary_sink.h"
@@ -38,12 +39,20 @@ public:
         if (!is_meant(request))
             return;
         if (name_.kind == RequestName::Kind::id && found_) {
-            others_.push_back(fmt::format("@{}", request.number));
+            if (++other_count_ <= max_listed)
+                others_.push_back(fmt::format("@{}", request.number));
             return;
         }
         found_ = request;
         if (request.end)
             slowest_ = nanoseconds(request.end->duration);
+    }
+
+    /// Takes a request that does not fulfil the conditions.
+    void exclude(RequestSummary const &request)
+    {
+        bool const is_named = name_.kind == RequestName::Kind::id || name_.kind == RequestName::Kind::number;
+        is_excluded_ = is_excluded_ || (is_named && is_meant(request));
     }
 
     [[nodiscard]] std::optional<RequestSummary> const &found() const { return found_; }
@@ -55,7 +64,9 @@ public:
             return {};
         if (found_)
             return fmt::format("several requests have the id {}: this is @{}, others are {}", found_->id,
-                               found_->number, list(others_, others_.size()));
+                               found_->number, list(others_, other_count_));
+        if (is_excluded_)
+            return "the request does not fulfil the conditions";
         if (count_ == 0)
             return has_requests ? "no request fulfils the conditions" : "no request is in the captures";
         if (name_.kind == RequestName::Kind::slowest)
@@ -96,7 +107,9 @@ private:
     std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
     long double slowest_ = std::numeric_limits<long double>::lowest(); ///< duration of `found_`
-    std::vector<std::string> others_;                                  ///< with the same id
+    std::vector<std::string> others_; ///< the first with the same id
+    std::uint64_t other_count_ = 0;
+    bool is_excluded_ = false; ///< whether a request has the name, but does not fulfil the conditions
 };
 
 } // namespace
@@ -115,6 +128,8 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
         has_requests = true;
         if (filter.fits(request))
             finder.pass(request);
+        else
+            finder.exclude(request);
     });
     RecordFeed summary_feed(summaries);
     RequestSearch search{
@@ -122,8 +137,13 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
                       [&](auto const &frame, auto const & /*origin*/) { return summary_feed.feed(frame); }),
         std::nullopt};
     summaries.close_all();
-    if (auto const message = finder.message(has_requests); !message.empty())
-        print_error(fmt::format("tarnwick: {}\n", message));
+    // Without any request, the fault of the file is enough.
+    bool const is_unread = search.status == file_failure && !has_requests;
+    if (auto const message = finder.message(has_requests); !message.empty() && !is_unread) {
+        auto const &files = captures.files();
+        bool const is_one_file = files.size() == 1 && files.front().name != "-";
+        print_error(fmt::format("tarnwick: {}{}\n", is_one_file ? escaped_text(files.front().name) + ": " : "", message));
+    }
     if (!finder.found()) {
         search.status = std::max(search.status, wrong_usage);
         return search;

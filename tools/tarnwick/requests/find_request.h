@@ -35,7 +35,7 @@ struct RequestSearch {
 };
 
 /// Reads captures twice, first to find a request and then its records, whose origins view `captures`. If several requests
-/// have the id, the first is found. Messages on standard error say which others have it, and which requests there are
+/// have the id, the first is found. Messages on standard error list others that have it, and some requests
 /// if none has the name.
 RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
                            Output &output);

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -57,7 +58,7 @@ std::optional<bool> GrowthLimit::is_exceeded(Profile const &a, Profile const &b)
     if (is_percentage_ && *mean_a == 0)
         growth = growth > 0 ? std::numeric_limits<long double>::infinity() : 0;
     else if (is_percentage_)
-        growth = growth / *mean_a * 100;
+        growth = growth / std::abs(*mean_a) * 100;
     return condition_.holds(growth);
 }
 

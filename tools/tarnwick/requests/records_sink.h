@@ -21,12 +21,12 @@ namespace tarnwick::program {
 class RecordsSink {
 public:
     /// `keeps`: whether to keep the records of the request with a number. `pass_on` receives the requests in the order of
-    /// their first reports, those that are not kept without records. `reports` stays valid.
+    /// closing, those that are not kept without records. `reports` stays valid.
     RecordsSink(ReportChoice const &reports, std::function<bool(std::uint64_t number)> keeps,
                 std::function<void(RequestRecords &request)> pass_on)
         : reports_(reports)
         , keeps_(std::move(keeps))
-        , groups_(std::move(pass_on))
+        , groups_(std::move(pass_on), RequestGroups<RequestRecords>::Order::closing)
     {
     }
 

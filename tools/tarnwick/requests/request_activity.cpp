@@ -1,13 +1,17 @@
 #include "requests/request_activity.h"
 
+#include "print/short_text.h"
 #include "requests/condition.h"
 #include "requests/sql_text.h"
+#include "requests/statement_sink.h"
 
 #include <fmt/format.h>
 
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <initializer_list>
 #include <iterator>
 #include <utility>
@@ -29,9 +33,20 @@ std::string joined(std::initializer_list<QString> parts)
     return text;
 }
 
+constexpr std::string_view before_file = " in ";
+
 std::string in_file(std::string text, std::optional<data::php::SourceLocation> const &location)
 {
-    return location ? std::move(text) + " in " + location->file().toStdString() : std::move(text);
+    return location ? fmt::format("{}{}{}", text, before_file, location->file().toStdString()) : std::move(text);
+}
+
+/// Masks the message as a text and the file as a name.
+std::string mask_error(Masks const &masks, std::string_view name)
+{
+    auto const end = std::min(name.rfind(before_file), name.size());
+    auto const file = std::min(end + before_file.size(), name.size());
+    return fmt::format("{}{}{}", masks.text(name.substr(0, end)), name.substr(end, file - end),
+                       masks.name(name.substr(file)));
 }
 
 std::string function_name(data::glimmet::FunctionStats const &function)
@@ -69,6 +84,13 @@ std::string event_name(Event const &record)
     return joined({kind, record->event_text(), event_subject(record)});
 }
 
+std::string shape_of(data::glimmet::detail::SqlQuery const &query)
+{
+    auto const text = query.text().toUtf8();
+    return statement_shape(
+        start_of_text({text.constData(), static_cast<std::size_t>(text.size())}, StatementSink::max_text));
+}
+
 /// Returns the amounts of a kind in a dialect, which exist from now on.
 Amounts &amounts_of(RequestActivity &request, ActivityKind kind, Dialect dialect)
 {
@@ -98,16 +120,32 @@ Amount operator*(Amount amount, double factor)
     return {amount.count * factor, amount.nanoseconds * factor};
 }
 
-std::uint32_t NameTable::number_of(std::string const &name, Masks const &masks, Mask mask)
+std::uint32_t NameTable::number_of(std::string const &name)
 {
-    auto const [entry, is_new] = numbers_.try_emplace(name, static_cast<std::uint32_t>(shown_.size()));
+    auto const shown = cut_text(name, max_name);
+    auto const key = shown.size() < name.size() ? fmt::format("{}{}", shown, std::hash<std::string>()(name)) : name;
+    auto const [entry, is_new] = numbers_.try_emplace(key, static_cast<std::uint32_t>(shown_.size()));
     if (is_new)
-        shown_.push_back(name);
-    if (masks.are_on()) {
-        auto &shown = shown_[entry->second];
-        shown = (masks.*mask)(shown);
-    }
+        shown_.push_back(shown);
     return entry->second;
+}
+
+void NameTable::mask(std::uint32_t number, Masks const &masks, Mask mask)
+{
+    if (masks.are_on())
+        shown_[number] = mask(masks, shown_[number]);
+}
+
+void mask_names(NameTable &names, RequestActivity const &request, Masks const &masks)
+{
+    constexpr std::array<NameTable::Mask, activity_kinds.size()> mask_of_kind{
+        [](Masks const &rules, std::string_view name) { return rules.name(name); },
+        [](Masks const &rules, std::string_view shape) { return rules.shape(shape); }, mask_error,
+        [](Masks const &rules, std::string_view text) { return rules.text(text); }};
+    for (auto const kind : activity_kinds) {
+        for (auto const &[number, amount] : request.of(kind))
+            names.mask(number, masks, mask_of_kind[static_cast<std::size_t>(kind)]);
+    }
 }
 
 Amounts const &RequestActivity::of(ActivityKind kind) const
@@ -130,14 +168,14 @@ void ActivityBuilder::add(RequestActivity &request, data::php::RShutdown const &
 void ActivityBuilder::add(RequestActivity &request, data::php::ErrorData const &record, Dialect dialect)
 {
     count(request.errors, dialect, 1);
-    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record), masks_, &Masks::text)] +=
+    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record))] +=
         {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, Event const &record, Dialect dialect)
 {
     count(request.events, dialect, 1);
-    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record), masks_, &Masks::text)] +=
+    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record))] +=
         {1, 0};
 }
 
@@ -145,7 +183,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::Functions con
 {
     auto &amounts = amounts_of(request, ActivityKind::function, dialect);
     for (auto const &function : record->functions()) {
-        amounts[names_.number_of(function_name(function), masks_, &Masks::name)] +=
+        amounts[names_.number_of(function_name(function))] +=
             {static_cast<double>(function.count()), static_cast<double>(nanoseconds(function.time_first()))};
     }
 }
@@ -155,7 +193,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries co
     count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
     auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
     for (auto const &query : record->queries()) {
-        amounts[names_.number_of(statement_shape(query->text().toStdString()), masks_, &Masks::shape)] +=
+        amounts[names_.number_of(shape_of(*query))] +=
             {1, static_cast<double>(nanoseconds(query->time()))};
     }
 }

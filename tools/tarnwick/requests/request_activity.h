@@ -48,10 +48,12 @@ struct Amount {
 /// have different numbers.
 class NameTable {
 public:
-    using Mask = std::string (Masks::*)(std::string_view text) const;
+    using Mask = std::string (*)(Masks const &masks, std::string_view text);
+    static constexpr std::size_t max_name = 4096; ///< longer names are cut, but remain different
 
-    /// Masks the name with the secrets of the chosen request, in addition to those of earlier calls.
-    std::uint32_t number_of(std::string const &name, Masks const &masks, Mask mask);
+    std::uint32_t number_of(std::string const &name);
+    /// Masks a name with the secrets of the chosen request, in addition to those of earlier calls.
+    void mask(std::uint32_t number, Masks const &masks, Mask mask);
     /// The masked name.
     [[nodiscard]] std::string const &shown(std::uint32_t number) const { return shown_[number]; }
 
@@ -72,6 +74,9 @@ struct RequestActivity : RequestSummary {
     [[nodiscard]] Amounts const &of(ActivityKind kind) const;
 };
 
+/// Masks the names of what a request did with the secrets of the chosen request.
+void mask_names(NameTable &names, RequestActivity const &request, Masks const &masks);
+
 /// Adds records to activities, under these names:
 ///
 /// | Kind      | Name                                                                         |
@@ -81,14 +86,12 @@ struct RequestActivity : RequestSummary {
 /// | error     | its name or its class, its message, and its file without the line            |
 /// | event     | the label of its kind, its text, and the function, the message or the title  |
 ///
-/// Lines are left out, because they change from version to version of a file. A name is masked with
-/// the secrets that are known when records with this name are added.
+/// Lines are left out, because they change from version to version of a file.
 class ActivityBuilder {
 public:
     /// `names` stays valid.
-    ActivityBuilder(NameTable &names, Masks masks)
+    explicit ActivityBuilder(NameTable &names)
         : names_(names)
-        , masks_(std::move(masks))
     {
     }
 
@@ -99,14 +102,13 @@ public:
     void add(RequestActivity &request, data::glimmet::Functions const &record, Dialect dialect);
     void add(RequestActivity &request, data::glimmet::SqlQueries const &record, Dialect dialect);
 
-    /// Whether records of a class can be added.
-    template <class Record>
-    static constexpr bool takes = requires(ActivityBuilder builder, RequestActivity &request, Record const &record,
-                                           Dialect dialect) { builder.add(request, record, dialect); };
-
 private:
     NameTable &names_;
-    Masks masks_;
 };
+
+/// Whether `ActivityBuilder` adds records of a class.
+template <class Record>
+inline constexpr bool is_activity = requires(ActivityBuilder builder, RequestActivity &request, Record const &record,
+                                             Dialect dialect) { builder.add(request, record, dialect); };
 
 } // namespace tarnwick::program

@@ -182,10 +182,18 @@ RequestColumn const &request_column(std::string_view name)
 
 void mask(RequestSummary &request, Masks const &masks)
 {
-    if (!request.start || !request.start->uri)
-        return;
     masks.select_request(request.id);
-    request.start->uri = masks.text(*request.start->uri);
+    mask_start(request, masks);
+}
+
+void mask_start(RequestSummary &request, Masks const &masks)
+{
+    if (!request.start)
+        return;
+    for (auto *text : {&request.start->method, &request.start->uri}) {
+        if (*text)
+            *text = masks.text(**text);
+    }
 }
 
 } // namespace tarnwick::program

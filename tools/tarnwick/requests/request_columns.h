@@ -20,5 +20,7 @@ RequestColumn const &request_column(std::string_view name);
 
 /// Masks the secrets of a request's URI.
 void mask(RequestSummary &request, Masks const &masks);
+/// The same with the secrets of the request that is chosen already.
+void mask_start(RequestSummary &request, Masks const &masks);
 
 } // namespace tarnwick::program

@@ -30,7 +30,7 @@ public:
     {
         rows_.push_back(std::move(row));
         // Twice as many, so that sorting costs little for each.
-        if (top_ && rows_.size() >= *top_ * 2 + 1000)
+        if (top_ && rows_.size() >= 1000 && (rows_.size() - 1000) / 2 >= *top_)
             sort();
     }
 

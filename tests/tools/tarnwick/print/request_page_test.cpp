@@ -20,6 +20,7 @@ using test::delimited;
 using test::Frame;
 using test::rpc_php_frame_of;
 using testing::HasSubstr;
+using testing::Not;
 
 Frame php(std::string const &report, std::int64_t second = 1'700'000'000)
 {
@@ -182,6 +183,26 @@ Statements (15, 4 different)
      0 ns     0 ns      1    -  -             DELETE FROM u
   DELETE failed: "no such table: u"
 )");
+}
+
+TEST(RequestPage, escapes_and_masks_the_first_word_of_a_failed_statement)
+{
+    auto const text = sections({php("rinit { request { headers { elements { string_key: 'Cookie' value { "
+                                    "string_value: 'sid=secret12345678' } } } } }"),
+                                end(),
+                                profile("sql_queries { queries { text: '\302\23331m\342\200\256' error { } } "
+                                        "queries { text: 'secret12345678 a' error { } } }")});
+    EXPECT_THAT(text, HasSubstr("  \\x9b31M\\u202e failed: \"\"\n  a statement failed: \"\"\n"));
+    EXPECT_THAT(text, Not(HasSubstr("12345678")));
+}
+
+TEST(RequestPage, prints_an_error_after_another_one_with_the_same_start)
+{
+    auto const error = [](char last) {
+        return php("error { error { message: '" + std::string(300, 'x') + last + "' type { number: 2 } } }");
+    };
+    auto const text = sections({start(), error('a'), error('b')});
+    EXPECT_THAT(text, Not(HasSubstr("the same")));
 }
 
 std::string array(std::string const &name, std::string const &elements)

@@ -46,16 +46,16 @@ TEST(Activities, differ_by_time_first_if_they_are_functions)
     Amounts a;
     Amounts b;
     auto const add = [&](std::string const &name, Amount amount_a, Amount amount_b) {
-        a[names.number_of(name, {}, &Masks::name)] = amount_a;
-        b[names.number_of(name, {}, &Masks::name)] = amount_b;
+        a[names.number_of(name)] = amount_a;
+        b[names.number_of(name)] = amount_b;
     };
     add("slow", {2, 10}, {1, 90});
     add("fast", {1, 50}, {2, 10});
     add("often", {1, 5}, {3, 5});
     add("rare", {3, 5}, {2, 5});
     add("same", {1, 5}, {1, 5});
-    a[names.number_of("old", {}, &Masks::name)] = {1, 20};
-    b[names.number_of("young", {}, &Masks::name)] = {1, 30};
+    a[names.number_of("old")] = {1, 20};
+    b[names.number_of("young")] = {1, 30};
     EXPECT_THAT(changes(compare(ActivityKind::function, a, b, names)),
                 ElementsAre("slower slow", "faster fast", "new young", "gone old", "more often", "fewer rare"));
     EXPECT_THAT(changes(compare(ActivityKind::statement, a, b, names)),
@@ -65,8 +65,8 @@ TEST(Activities, differ_by_time_first_if_they_are_functions)
 TEST(Activities, do_not_differ_by_rounding)
 {
     NameTable names;
-    Amounts const a{{names.number_of("f", {}, &Masks::name), {0.1 + 0.2, 1e9 / 3 * 3}}};
-    Amounts const b{{names.number_of("f", {}, &Masks::name), {0.3, 1e9}}};
+    Amounts const a{{names.number_of("f"), {0.1 + 0.2, 1e9 / 3 * 3}}};
+    Amounts const b{{names.number_of("f"), {0.3, 1e9}}};
     EXPECT_THAT(compare(ActivityKind::function, a, b, names), IsEmpty());
 }
 
