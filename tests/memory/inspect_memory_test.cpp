@@ -188,6 +188,7 @@ TEST_P(LargeFrames, without_enough_memory_end_with_a_message)
 }
 
 constexpr std::size_t near_the_limit = 900'000'000;
+constexpr std::size_t large = 210'000'000; // for what is read and printed like another row
 
 INSTANTIATE_TEST_SUITE_P(
     Inspect, LargeFrames,
@@ -196,7 +197,7 @@ INSTANTIATE_TEST_SUITE_P(
                                .most_memory = 2.5,
                                .fields = {Frame::kRpcDataFieldNumber}},
                     LargeFrame{.name = "chunk_of_any_bytes",
-                               .size = near_the_limit,
+                               .size = large,
                                .most_memory = 2.5,
                                .fields = {Frame::kCtDataFieldNumber},
                                .unit = "\xff\xff\xff",
@@ -211,7 +212,7 @@ INSTANTIATE_TEST_SUITE_P(
                                .frame_start = varint(Frame::kSkipFieldNumber << 3) + varint(1),
                                .string_start = "s"},
                     LargeFrame{.name = "php_bytes",
-                               .size = near_the_limit,
+                               .size = large,
                                .most_memory = 3.5,
                                .fields = {Frame::kRpcPhpFieldNumber, PhpReport::kRshutdownFieldNumber,
                                           rpc::php::v1::RShutdownPayload::kSuperglobalsFieldNumber,
@@ -235,7 +236,7 @@ INSTANTIATE_TEST_SUITE_P(
                                .json_unit = "\xef\xbf\xbd",
                                .text_size = 3},
                     LargeFrame{.name = "sql_statement",
-                               .size = near_the_limit,
+                               .size = large,
                                .most_memory = 5,
                                .fields = {Frame::kSqlQueriesFieldNumber, SqlQueries::kQueriesFieldNumber,
                                           SqlQuery::kTextFieldNumber}}),

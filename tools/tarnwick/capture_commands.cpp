@@ -43,7 +43,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
     sub.callback([&] {
         check_files(options.files);
         check_follow(options.follow, options.files);
-        options.records = checked(choice.conditions.empty() ? "--record" : "--where",
+        options.records = read_argument(choice.conditions.empty() ? "--record" : "--where",
                                   [&] { return RecordChoice(choice.records, choice.conditions); });
         command = [&options] { return inspect(options); };
     });
@@ -57,7 +57,7 @@ std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &na
     std::vector<Column<Row> const *> chosen;
     chosen.reserve(names.size());
     for (auto const &name : names)
-        chosen.push_back(&checked("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
+        chosen.push_back(&read_argument("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
     return chosen;
 }
 
@@ -67,7 +67,7 @@ std::vector<Condition> read_conditions(std::vector<std::string> const &texts, st
 {
     std::vector<Condition> conditions;
     for (auto const &text : texts) {
-        conditions.push_back(checked("--where", [&] {
+        conditions.push_back(read_argument("--where", [&] {
             Condition condition(text);
             condition.set_type(column_named(columns, condition.field()).type);
             return condition;
@@ -84,7 +84,7 @@ void read_sort(std::string const &argument, TableOptions<Row> &options, std::spa
     if (direction != "asc" && direction != "desc")
         throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
     options.sort =
-        &checked("--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
+        &read_argument("--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
     options.is_descending = direction == "desc";
 }
 
@@ -153,7 +153,7 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
     sub.add_option_function<std::string>(
            "REQUEST",
            [&options](std::string const &text) {
-               options.request = checked("REQUEST", [&] { return RequestName::read(text); });
+               options.request = read_argument("REQUEST", [&] { return RequestName::read(text); });
            },
            "id of the request, its number from ls as @1, slowest or last")
         ->type_name("")
@@ -234,7 +234,7 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
             throw CLI::ValidationError("--request", "only with --dialects; name two requests as FILE:ID");
         read_places(arguments.places, options);
         for (auto const &limit : arguments.limits)
-            options.limits.push_back(checked("--fail-if", [&] { return GrowthLimit(limit); }));
+            options.limits.push_back(read_argument("--fail-if", [&] { return GrowthLimit(limit); }));
         command = [&options] { return diff(options); };
     });
 }

@@ -60,7 +60,7 @@ void add_choice(CLI::App &app, std::string const &name, Enum &target, Choices<En
 
 /// Reports a wrong name or condition as wrong usage.
 template <class Read>
-decltype(auto) checked(std::string const &option, Read const &read)
+decltype(auto) read_argument(std::string const &option, Read const &read)
 {
     try {
         return read();

@@ -155,7 +155,7 @@ private:
     {
         auto const name = key.substr(0, key.find(':'));
         return name.size() < key.size() && masks_.is_secret(name) ? fmt::format("{}:{}", name, mask_text)
-                                                                   : masks_.text(key);
+                                                                  : masks_.text(key);
     }
 
     ComparedRequest compared(std::string const &file, FoundRequest const &found)

@@ -421,8 +421,8 @@ TEST(Masks, reach_earlier_reports_in_differences)
     TemporaryFile const before(frame_of(1, message("other")));
     TemporaryFile const after(
         frame_of(1, message("the-secret-1")) +
-        frame_of(1, {Report::Kind::php, "rshutdown { response { headers { " +
-                                            text_entry("Set-Cookie", "a=the-secret-1") + " } } }"}));
+        frame_of(1, {Report::Kind::php,
+                     "rshutdown { response { headers { " + text_entry("Set-Cookie", "a=the-secret-1") + " } } }"}));
     auto const outcome = run({.arguments = {"diff", "--format=text", before.name(), after.name()}});
     EXPECT_THAT(outcome.out, HasSubstr("[masked]"));
     EXPECT_THAT(outcome.out, Not(HasSubstr("the-secret")));
@@ -430,8 +430,8 @@ TEST(Masks, reach_earlier_reports_in_differences)
 
 TEST(Masks, reach_the_method_of_a_request)
 {
-    auto const capture = frame_of(1, start(R"(request { text_0: "the-secret-1" headers { )" +
-                                           text_entry("Cookie", "a=the-secret-1") + " } }"));
+    auto const capture = frame_of(
+        1, start(R"(request { text_0: "the-secret-1" headers { )" + text_entry("Cookie", "a=the-secret-1") + " } }"));
     EXPECT_THAT(run({.arguments = {"show", "--format=text", "last"}}, capture).out,
                 AllOf(HasSubstr("[masked] -"), Not(HasSubstr("the-secret"))));
 }

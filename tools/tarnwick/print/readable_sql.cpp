@@ -122,8 +122,8 @@ void write_queries(ReadableWriter &writer, Queries const &queries, Masks const &
     for (auto const &query : queries)
         table.add({span_text(query->time()), id_text(query->connection()), id_text(query->transaction()),
                    fmt::to_string(query->kind()), fmt::to_string(query->source_kind()), fmt::to_string(query->status()),
-                   fmt::to_string(query->wide_number()), number_text(query->extra_number()), call_site_text(*query, masks),
-                   statement(*query, masks)});
+                   fmt::to_string(query->wide_number()), number_text(query->extra_number()),
+                   call_site_text(*query, masks), statement(*query, masks)});
     write(writer, "queries", std::move(table));
 }
 

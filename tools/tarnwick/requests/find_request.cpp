@@ -107,7 +107,7 @@ private:
     std::vector<std::string> first_; ///< ids of the first requests
     std::optional<RequestSummary> found_;
     long double slowest_ = std::numeric_limits<long double>::lowest(); ///< duration of `found_`
-    std::vector<std::string> others_; ///< the first with the same id
+    std::vector<std::string> others_;                                  ///< the first with the same id
     std::uint64_t other_count_ = 0;
     bool is_excluded_ = false; ///< whether a request has the name, but does not fulfil the conditions
 };
@@ -142,7 +142,8 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
     if (auto const message = finder.message(has_requests); !message.empty() && !is_unread) {
         auto const &files = captures.files();
         bool const is_one_file = files.size() == 1 && files.front().name != "-";
-        print_error(fmt::format("tarnwick: {}{}\n", is_one_file ? escaped_text(files.front().name) + ": " : "", message));
+        print_error(
+            fmt::format("tarnwick: {}{}\n", is_one_file ? escaped_text(files.front().name) + ": " : "", message));
     }
     if (!finder.found()) {
         search.status = std::max(search.status, wrong_usage);

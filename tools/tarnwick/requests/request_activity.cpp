@@ -130,10 +130,10 @@ std::uint32_t NameTable::number_of(std::string const &name)
     return entry->second;
 }
 
-void NameTable::mask(std::uint32_t number, Masks const &masks, Mask mask)
+void NameTable::mask(std::uint32_t number, Masks const &masks, Mask masked)
 {
     if (masks.are_on())
-        shown_[number] = mask(masks, shown_[number]);
+        shown_[number] = masked(masks, shown_[number]);
 }
 
 void mask_names(NameTable &names, RequestActivity const &request, Masks const &masks)
@@ -168,15 +168,13 @@ void ActivityBuilder::add(RequestActivity &request, data::php::RShutdown const &
 void ActivityBuilder::add(RequestActivity &request, data::php::ErrorData const &record, Dialect dialect)
 {
     count(request.errors, dialect, 1);
-    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record))] +=
-        {1, 0};
+    amounts_of(request, ActivityKind::error, dialect)[names_.number_of(error_name(record))] += {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, Event const &record, Dialect dialect)
 {
     count(request.events, dialect, 1);
-    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record))] +=
-        {1, 0};
+    amounts_of(request, ActivityKind::event, dialect)[names_.number_of(event_name(record))] += {1, 0};
 }
 
 void ActivityBuilder::add(RequestActivity &request, data::glimmet::Functions const &record, Dialect dialect)
@@ -193,8 +191,7 @@ void ActivityBuilder::add(RequestActivity &request, data::glimmet::SqlQueries co
     count(request.statements, dialect, static_cast<std::uint64_t>(record->queries().size()));
     auto &amounts = amounts_of(request, ActivityKind::statement, dialect);
     for (auto const &query : record->queries()) {
-        amounts[names_.number_of(shape_of(*query))] +=
-            {1, static_cast<double>(nanoseconds(query->time()))};
+        amounts[names_.number_of(shape_of(*query))] += {1, static_cast<double>(nanoseconds(query->time()))};
     }
 }
 

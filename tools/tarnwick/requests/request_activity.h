@@ -53,7 +53,7 @@ public:
 
     std::uint32_t number_of(std::string const &name);
     /// Masks a name with the secrets of the chosen request, in addition to those of earlier calls.
-    void mask(std::uint32_t number, Masks const &masks, Mask mask);
+    void mask(std::uint32_t number, Masks const &masks, Mask masked);
     /// The masked name.
     [[nodiscard]] std::string const &shown(std::uint32_t number) const { return shown_[number]; }
 
