@@ -53,6 +53,7 @@ protected:
             program::RecordSelection selection(printer);
             RecordFeed feed(selection, false);
             result.fault = feed.feed(frame);
+            selection.flush();
             output.flush();
             result.printed = file.content();
         });
