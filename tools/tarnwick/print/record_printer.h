@@ -73,8 +73,9 @@ public:
         collect(style_.masks, record);
     }
 
-    /// Prints a record, with the secrets of the request of `collect_secrets` masked. `view` distinguishes several records of one type from one report; empty if there is only one.
-    /// `request_id` is that of the frame, for a record without its own.
+    /// Prints a record, with the secrets of the request of `collect_secrets` masked. `view` distinguishes several records
+    /// of one type from one report; empty if there is only one. `request_id` is that of the frame, for a record without
+    /// its own.
     template <data::Described Record>
     void print(Record const &record, Dialect dialect, std::string_view view = {},
                std::optional<data::php::RequestId> request_id = {})
