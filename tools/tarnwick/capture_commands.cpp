@@ -44,7 +44,7 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
         check_files(options.files);
         check_follow(options.follow, options.files);
         options.records = read_argument(choice.conditions.empty() ? "--record" : "--where",
-                                  [&] { return RecordChoice(choice.records, choice.conditions); });
+                                        [&] { return RecordChoice(choice.records, choice.conditions); });
         command = [&options] { return inspect(options); };
     });
 }
@@ -57,7 +57,8 @@ std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &na
     std::vector<Column<Row> const *> chosen;
     chosen.reserve(names.size());
     for (auto const &name : names)
-        chosen.push_back(&read_argument("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
+        chosen.push_back(
+            &read_argument("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); }));
     return chosen;
 }
 
@@ -66,6 +67,7 @@ template <class Row>
 std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
 {
     std::vector<Condition> conditions;
+    conditions.reserve(texts.size());
     for (auto const &text : texts) {
         conditions.push_back(read_argument("--where", [&] {
             Condition condition(text);
@@ -83,8 +85,8 @@ void read_sort(std::string const &argument, TableOptions<Row> &options, std::spa
     auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
     if (direction != "asc" && direction != "desc")
         throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
-    options.sort =
-        &read_argument("--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
+    options.sort = &read_argument(
+        "--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
     options.is_descending = direction == "desc";
 }
 

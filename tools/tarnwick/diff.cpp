@@ -53,7 +53,7 @@ ExitStatus check_limits(std::vector<GrowthLimit> const &limits, std::vector<Prof
                 continue;
             auto const mean_a = a->mean(limit.measure());
             auto const mean_b = b->mean(limit.measure());
-            auto const growth = growth_text(*mean_a, *mean_b);
+            auto const growth = mean_a && mean_b ? growth_text(*mean_a, *mean_b) : std::string();
             report(fmt::format("{}{}{} is exceeded: {} → {}{}", name, name.empty() ? "" : ": ", limit.text(),
                                measure_text(limit.measure(), mean_a), measure_text(limit.measure(), mean_b),
                                growth.empty() ? "" : fmt::format(" ({})", growth)));
@@ -79,12 +79,12 @@ public:
         printer_ = is_text ? make_difference_text(output_) : make_difference_json(output_);
     }
 
-    ExitStatus compare_requests()
+    ExitStatus compare_requests(RequestName const &request_a, RequestName const &request_b)
     {
         RereadableCaptures const captures_a({options_.a.file});
         RereadableCaptures const captures_b({options_.b.file});
-        auto const a = find_request(captures_a, *options_.a.request, {}, output_);
-        auto const b = find_request(captures_b, *options_.b.request, {}, output_);
+        auto const a = find_request(captures_a, request_a, {}, output_);
+        auto const b = find_request(captures_b, request_b, {}, output_);
         auto const status = std::max(a.status, b.status);
         if (!a.request || !b.request)
             return status;
@@ -212,7 +212,8 @@ private:
 ExitStatus diff(DiffOptions const &options)
 {
     Comparison comparison(options);
-    return options.a.request ? comparison.compare_requests() : comparison.compare_captures();
+    return options.a.request && options.b.request ? comparison.compare_requests(*options.a.request, *options.b.request)
+                                                  : comparison.compare_captures();
 }
 
 } // namespace tarnwick::program

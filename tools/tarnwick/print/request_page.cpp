@@ -116,13 +116,13 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
     ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
     sink.begin(source, TraceChunk());
     std::size_t queries = 0;
-    std::vector<data::glimmet::detail::SqlQuery const *> failures;
+    std::vector<std::pair<QString, QString>> failures; // statement and message
     for (auto const &reported : request.records.of_either<data::glimmet::SqlQueries>()) {
         sink.take(reported.record, source, reported.view);
         for (auto const &query : reported.record->queries()) {
             ++queries;
-            if (query->error())
-                failures.push_back(query.constData());
+            if (auto const &error = query->error())
+                failures.emplace_back(query->text(), error->message());
         }
     }
     auto statements = sink.finish();
@@ -153,12 +153,11 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
         page.line(line);
     page.left_out(statements.size() - count);
     auto const failed = shown(failures.size(), most_rows, style);
-    for (auto const *failure : std::span(failures).first(failed)) {
+    for (auto const &[statement, message] : std::span(failures).first(failed)) {
         // A word of broken SQL can be anything.
-        auto const start = style.masks.text(failure->text().left(longest_word_start).toStdString());
+        auto const start = style.masks.text(statement.left(longest_word_start).toStdString());
         auto const word = escaped_text(cut_text(first_word(start), longest_word));
-        page.line(fmt::format("{} failed: {}", word.empty() ? "a statement" : word,
-                              message_text(failure->error()->message(), style)));
+        page.line(fmt::format("{} failed: {}", word.empty() ? "a statement" : word, message_text(message, style)));
     }
     page.left_out(failures.size() - failed);
 }

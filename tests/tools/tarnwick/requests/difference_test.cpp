@@ -17,6 +17,7 @@ using testing::IsEmpty;
 std::vector<std::string> changes(std::vector<ActivityDifference> const &differences)
 {
     std::vector<std::string> texts;
+    texts.reserve(differences.size());
     for (auto const &difference : differences)
         texts.push_back(std::string(name_of(difference.change)) + ' ' + difference.name);
     return texts;
@@ -26,6 +27,7 @@ std::vector<std::string> changes(std::vector<ActivityDifference> const &differen
 std::vector<std::string> changes(std::vector<RouteDifference> const &differences)
 {
     std::vector<std::string> texts;
+    texts.reserve(differences.size());
     for (auto const &difference : differences)
         texts.push_back(std::string(name_of(difference.change)) + ' ' + difference.route.second);
     return texts;
