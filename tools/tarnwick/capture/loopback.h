@@ -1,17 +1,13 @@
 #pragma once
 
+#include "live/zeromq.h"
+
 #include <memory>
-#include <stdexcept>
 #include <string_view>
 
 #include <zeromq/msg.h>
 
 namespace tarnwick::program {
-
-/// Failure to open or use a socket, for example because no descriptor is left.
-class SocketError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// Pair of connected sockets in this process. Only receiving a message sets its flag that further parts follow, so
 /// messages with that flag must pass through sockets. The first message opens the sockets.
@@ -22,22 +18,12 @@ public:
     [[nodiscard]] zeromq::msg_t transfer(std::string_view bytes, bool more);
 
 private:
-    struct Terminate {
-        void operator()(void *context) const noexcept;
-    };
-    struct Close {
-        void operator()(void *socket) const noexcept;
-    };
-    using Socket = std::unique_ptr<void, Close>;
-
     struct Pair {
         Pair();
 
-        [[nodiscard]] Socket socket() const;
-
-        std::unique_ptr<void, Terminate> context;
-        Socket sender;
-        Socket receiver;
+        ContextHandle context;
+        SocketHandle sender;
+        SocketHandle receiver;
     };
 
     std::unique_ptr<Pair> pair_;
