@@ -51,3 +51,10 @@ function(tarnwick_test name)
         endforeach()
     endif()
 endfunction()
+
+# Takes sources whose paths match a regular expression from a target.
+function(tarnwick_without_sources target regex)
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources EXCLUDE REGEX ${regex})
+    set_target_properties(${target} PROPERTIES SOURCES "${sources}")
+endfunction()

@@ -1,6 +1,7 @@
 #include "command_options.h"
 
 #include "capture/dialect.h"
+#include "live/nats_source.h"
 
 #include <algorithm>
 #include <charconv>
@@ -63,13 +64,17 @@ void add_json_style(CLI::App &app, JsonStyle &style)
 
 void add_files(CLI::App &app, std::vector<std::string> &files)
 {
-    app.add_option("FILE", files, "captures to read; standard input if none is given, or for -")->type_name("");
+    app.add_option("FILE", files, "captures to read, or nats://HOST:PORT/STREAM; standard input if none is given, or for -")->type_name("");
 }
 
 void check_files(std::vector<std::string> const &files)
 {
     if (std::ranges::count(files, "-") > 1)
         throw CLI::ValidationError("standard input (-) can be read only once");
+    for (auto const &file : files) {
+        if (NatsAddress::is_one(file))
+            read_argument("FILE", [&] { NatsSource::check(file); });
+    }
 }
 
 void add_follow(CLI::App &app, bool &follow)

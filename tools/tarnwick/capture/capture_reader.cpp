@@ -54,7 +54,7 @@ CaptureReader::Step CaptureReader::next_in_file()
     drop_large_frame();
     offset_ = input_.position() + previous_;
     if (!input_.fill(previous_ + 1))
-        return input_.error() == 0 ? Step::end : failure();
+        return input_.problem().empty() ? Step::end : failure();
     ++number_;
 
     auto const length = length_at(previous_);
@@ -100,12 +100,12 @@ void CaptureReader::drop_large_frame()
 // The input ended too early, by a fault of the file or by a read error.
 CaptureReader::Step CaptureReader::cut_short(std::string problem)
 {
-    return input_.error() == 0 ? fault(std::move(problem), input_.end()) : failure();
+    return input_.problem().empty() ? fault(std::move(problem), input_.end()) : failure();
 }
 
 CaptureReader::Step CaptureReader::failure()
 {
-    problem_ = error_text(input_.error());
+    problem_ = input_.problem();
     return Step::failure;
 }
 

@@ -1,5 +1,7 @@
 #include "capture/input_file.h"
 
+#include "error_text.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -24,11 +26,17 @@ int open_input(std::string const &name)
     return descriptor;
 }
 
+std::unique_ptr<NatsSource> open_source(std::string const &name, AtEnd at_end)
+{
+    return NatsAddress::is_one(name) ? std::make_unique<NatsSource>(name, at_end == AtEnd::follow) : nullptr;
+}
+
 } // namespace
 
 InputFile::InputFile(std::string name, std::function<void()> before_wait, AtEnd at_end)
     : name_(std::move(name))
-    , descriptor_(open_input(name_))
+    , source_(open_source(name_, at_end))
+    , descriptor_(source_ ? source_->descriptor() : open_input(name_))
     , before_wait_(std::move(before_wait))
     , buffer_(buffer_size)
 {
@@ -47,6 +55,13 @@ InputFile::~InputFile()
 {
     if (descriptor_ > STDIN_FILENO)
         ::close(descriptor_);
+}
+
+std::string InputFile::problem() const
+{
+    if (error_ != 0)
+        return error_text(error_);
+    return source_ && is_ended_ ? source_->problem() : std::string();
 }
 
 std::uint64_t InputFile::size() const
@@ -119,6 +134,7 @@ void InputFile::read()
             return;
         }
         unread_ = bytes;
+        is_ended_ = bytes.empty();
         if (!follow_ || !unread_.empty())
             return;
         has_changed_ = is_last_read;

@@ -2,10 +2,12 @@
 
 #include "capture/follow.h"
 #include "capture/interrupt.h"
+#include "live/nats_source.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,7 +22,7 @@ enum class AtEnd {
     follow, ///< waits for more; the input ends when the file is truncated or replaced, and after Ctrl-C
 };
 
-/// File or pipe that is read from start to end; standard input for `-`.
+/// File or pipe that is read from start to end; standard input for `-`; the frames of a stream for a `NatsAddress`.
 class InputFile {
 public:
     /// Calls `before_wait` before it waits for more input. If it follows, it also calls it while it waits, at the
@@ -30,8 +32,8 @@ public:
     InputFile(InputFile const &) = delete;
     InputFile &operator=(InputFile const &) = delete;
 
-    /// The error of opening or reading the file, as an `errno`; 0 if there is none.
-    [[nodiscard]] int error() const { return error_; }
+    /// Why the file cannot be opened or read; empty if it can.
+    [[nodiscard]] std::string problem() const;
     /// The size of a regular file; 0 for others, such as a pipe.
     [[nodiscard]] std::uint64_t size() const;
     /// Returns whether another descriptor refers to the same regular file.
@@ -61,13 +63,15 @@ private:
     [[nodiscard]] bool wait_for_pipe() const;
 
     std::string name_;
+    std::unique_ptr<NatsSource> source_; ///< of a stream; destroyed after the descriptor is closed
     int descriptor_;
-    int error_ = 0;
+    int error_ = 0; ///< an `errno`; 0 if there is none
     struct stat status_ = {};
     std::function<void()> before_wait_;
     std::optional<Interrupt> interrupt_;
     std::optional<Follow> follow_;
     bool has_changed_ = false;
+    bool is_ended_ = false; ///< the last read returned no bytes
     std::vector<char> buffer_;
     std::string_view unread_; ///< in `buffer_`
     std::uint64_t position_ = 0;

@@ -34,7 +34,7 @@ public:
     /// Whether `fill` reached the end of the input.
     [[nodiscard]] bool has_ended() const { return has_ended_; }
     /// See `InputFile::error`.
-    [[nodiscard]] int error() const { return input_.error(); }
+    [[nodiscard]] std::string problem() const { return input_.problem(); }
     /// The first bytes of the input, at most 64.
     [[nodiscard]] std::string_view head() const { return head_; }
 

@@ -19,7 +19,8 @@ namespace {
 bool is_stream(std::string const &name)
 {
     struct stat status = {};
-    return name == "-" || (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
+    return name == "-" || NatsAddress::is_one(name) ||
+           (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
 }
 
 } // namespace
@@ -50,8 +51,8 @@ RereadableCaptures::TemporaryFile RereadableCaptures::copy(std::string const &na
         auto const bytes = input.take(UINT64_MAX);
         is_whole = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
     }
-    if (input.error() != 0)
-        throw WriteError(fmt::format("cannot read {}: {}", escaped_text(name), error_text(input.error())));
+    if (auto const problem = input.problem(); !problem.empty())
+        throw WriteError(fmt::format("cannot read {}: {}", escaped_text(name), problem));
     if (!is_whole || std::fflush(file.get()) != 0)
         throw WriteError(fmt::format("cannot write a temporary file: {}", error_text(errno)));
     return file;

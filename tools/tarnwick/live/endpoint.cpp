@@ -15,6 +15,8 @@ namespace {
 constexpr std::string_view tcp = "tcp://";
 constexpr std::string_view ipc = "ipc://";
 
+} // namespace
+
 bool is_loopback_host(std::string const &host)
 {
     if (host == "localhost")
@@ -26,8 +28,6 @@ bool is_loopback_host(std::string const &host)
     return host.starts_with('[') && host.ends_with(']') &&
            ::inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), &v6) == 1 && IN6_IS_ADDR_LOOPBACK(&v6);
 }
-
-} // namespace
 
 Endpoint::Endpoint(std::string text)
     : text_(std::move(text))

@@ -4,6 +4,9 @@
 
 namespace tarnwick::program {
 
+/// Returns whether a host is this machine: `localhost`, or a loopback address, an IPv6 address in brackets.
+[[nodiscard]] bool is_loopback_host(std::string const &host);
+
 /// The address of a ZeroMQ socket: `tcp://HOST:PORT` or `ipc://PATH`.
 class Endpoint {
 public:

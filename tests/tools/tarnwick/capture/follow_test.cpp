@@ -300,7 +300,7 @@ TEST_F(Follow, waits_for_a_pipe_until_interrupted)
     Pipe const pipe;
     InputFile input(fmt::format("/dev/fd/{}", int(pipe.reader)), [] { std::raise(SIGINT); }, AtEnd::follow);
     EXPECT_EQ(input.take(1), "");
-    EXPECT_EQ(input.error(), 0);
+    EXPECT_EQ(input.problem(), "");
 }
 
 // Without the interval, a wait ends only by inotify.

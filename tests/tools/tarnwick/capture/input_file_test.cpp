@@ -29,7 +29,7 @@ TEST(InputFile, position_counts_taken_bytes)
     EXPECT_TRUE(input.at_end());
     EXPECT_EQ(input.take(1), "");
     EXPECT_EQ(input.position(), 6U);
-    EXPECT_EQ(input.error(), 0);
+    EXPECT_EQ(input.problem(), "");
 }
 
 TEST(InputFile, pipe_has_size_0)
@@ -81,7 +81,7 @@ TEST(InputFile, continues_after_an_interrupted_wait)
     InputFile input(path_of(pipe.reader));
     test::Interruptions const interruptions([&] { test::write_all(pipe.writer, "late"); });
     EXPECT_EQ(input.take(100), "late");
-    EXPECT_EQ(input.error(), 0);
+    EXPECT_EQ(input.problem(), "");
 }
 
 } // namespace

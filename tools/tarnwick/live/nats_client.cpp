@@ -1,0 +1,97 @@
+#include "live/nats_client.h"
+
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <pthread.h>
+#include <vector>
+
+namespace tarnwick::program {
+namespace {
+
+using Options = std::unique_ptr<natsOptions, NatsDestroy<natsOptions_Destroy>>;
+
+/// Blocks all signals while threads are started that inherit this: signals are for the main thread.
+class WithoutSignals {
+public:
+    WithoutSignals()
+    {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    WithoutSignals(WithoutSignals const &) = delete;
+    WithoutSignals &operator=(WithoutSignals const &) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+/// Returns a variable of the environment that is not empty, or null.
+char const *setting(char const *name)
+{
+    auto const *value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nothing changes the environment
+    return value == nullptr || *value == '\0' ? nullptr : value;
+}
+
+Options options_for(NatsAddress const &address)
+{
+    natsOptions *created = nullptr;
+    check_nats(natsOptions_Create(&created));
+    Options options(created);
+    std::vector<char const *> servers;
+    for (auto const &server : address.servers())
+        servers.push_back(server.c_str());
+    check_nats(natsOptions_SetServers(created, servers.data(), static_cast<int>(servers.size())));
+    check_nats(natsOptions_SetName(created, "tarnwick"));
+    check_nats(natsOptions_SetSecure(created, address.is_encrypted()));
+    if (auto const *file = setting("NATS_CA"))
+        check_nats(natsOptions_LoadCATrustedCertificates(created, file));
+    if (auto const *file = setting("NATS_CERT"))
+        check_nats(natsOptions_LoadCertificatesChain(created, file, setting("NATS_KEY")));
+    if (auto const *file = setting("NATS_CREDS"))
+        check_nats(natsOptions_SetUserCredentialsFromFiles(created, file, nullptr));
+    return options;
+}
+
+} // namespace
+
+void check_nats(natsStatus status)
+{
+    if (status == NATS_OK)
+        return;
+    auto const *const detail = nats_GetLastError(nullptr);
+    throw NatsError(detail != nullptr && *detail != '\0' ? detail : natsStatus_GetText(status));
+}
+
+NatsPlace place_of(NatsMessage const &message)
+{
+    jsMsgMetaData *data = nullptr;
+    check_nats(natsMsg_GetMetaData(&data, message.get()));
+    NatsPlace const place{.sequence = data->Sequence.Stream, .pending = data->NumPending};
+    jsMsgMetaData_Destroy(data);
+    return place;
+}
+
+std::string_view bytes_of(NatsMessage const &message)
+{
+    return {natsMsg_GetData(message.get()), static_cast<std::size_t>(natsMsg_GetDataLength(message.get()))};
+}
+
+NatsClient::NatsClient(NatsAddress const &address, jsOptionsPublishAsync const &async)
+{
+    WithoutSignals const without_signals;
+    auto const options = options_for(address);
+    natsConnection *connection = nullptr;
+    check_nats(natsConnection_Connect(&connection, options.get()));
+    connection_.reset(connection);
+    jsOptions stream_options;
+    check_nats(jsOptions_Init(&stream_options));
+    stream_options.PublishAsync = async;
+    jsCtx *jetstream = nullptr;
+    check_nats(natsConnection_JetStream(&jetstream, connection, &stream_options));
+    jetstream_.reset(jetstream);
+}
+
+} // namespace tarnwick::program
