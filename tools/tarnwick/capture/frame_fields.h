@@ -10,7 +10,7 @@ namespace tarnwick::program {
 /// length long before the whole frame is read.
 class FrameFields {
 public:
-    /// The most fields that are examined. A frame has six, if none is repeated. The limit bounds the cost for bytes
+    /// The most fields that are examined. A frame has seven, if none is repeated. The limit bounds the cost for bytes
     /// that are not a frame.
     static constexpr unsigned max_fields = 16;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace tarnwick::program {
@@ -40,6 +41,14 @@ inline Varint read_varint(std::string_view bytes)
             return {.state = Varint::State::whole, .value = value, .size = i + 1};
     }
     return {.state = available < max_size ? Varint::State::truncated : Varint::State::too_large};
+}
+
+/// Appends the varint of a value.
+inline void append_varint(std::string &bytes, std::uint64_t value)
+{
+    for (; value >= 0x80; value >>= 7U)
+        bytes.push_back(static_cast<char>((value & 0x7fU) | 0x80U));
+    bytes.push_back(static_cast<char>(value));
 }
 
 } // namespace tarnwick::program

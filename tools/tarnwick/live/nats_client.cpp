@@ -1,5 +1,10 @@
 #include "live/nats_client.h"
 
+#include <fmt/format.h>
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QtEndian>
+
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -92,6 +97,18 @@ NatsClient::NatsClient(NatsAddress const &address, jsOptionsPublishAsync const &
     jsCtx *jetstream = nullptr;
     check_nats(natsConnection_JetStream(&jetstream, connection, &stream_options));
     jetstream_.reset(jetstream);
+}
+
+NatsStreamState state_of(NatsClient const &client, std::string const &stream)
+{
+    jsStreamInfo *info = nullptr;
+    check_nats(js_GetStreamInfo(&info, client.jetstream(), stream.c_str(), nullptr, nullptr));
+    std::unique_ptr<jsStreamInfo, NatsDestroy<jsStreamInfo_Destroy>> const owned(info);
+    auto const identity = fmt::format("{} {}", stream, info->Created);
+    auto const hash = QCryptographicHash::hash(QByteArrayView(identity), QCryptographicHash::Sha256);
+    return {.id = qFromLittleEndian<std::uint32_t>(hash.constData()),
+            .messages = info->State.Msgs,
+            .last_sequence = info->State.LastSeq};
 }
 
 } // namespace tarnwick::program

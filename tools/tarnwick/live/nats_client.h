@@ -53,4 +53,13 @@ private:
     std::unique_ptr<jsCtx, NatsDestroy<jsCtx_Destroy>> jetstream_;
 };
 
+struct NatsStreamState {
+    std::uint32_t id = 0; ///< from the stream's name and the time of its creation
+    std::uint64_t messages = 0;
+    std::uint64_t last_sequence = 0;
+};
+
+/// Throws `NatsError`.
+NatsStreamState state_of(NatsClient const &client, std::string const &stream);
+
 } // namespace tarnwick::program

@@ -1,5 +1,6 @@
 #include "live/nats_source.h"
 
+#include "capture/varint.h"
 #include "live/nats_client.h"
 #include "live/stream_frame.h"
 #include "print/output.h"
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <exception>
 #include <fcntl.h>
+#include <string>
 #include <system_error>
 #include <unistd.h>
 
@@ -16,20 +18,6 @@ namespace tarnwick::program {
 namespace {
 
 constexpr std::int64_t milliseconds_between_checks = 200;
-
-struct StreamState {
-    std::uint64_t messages = 0;
-    std::uint64_t last_sequence = 0;
-};
-
-StreamState state_of(NatsClient const &client, std::string const &stream)
-{
-    jsStreamInfo *info = nullptr;
-    check_nats(js_GetStreamInfo(&info, client.jetstream(), stream.c_str(), nullptr, nullptr));
-    StreamState const state{.messages = info->State.Msgs, .last_sequence = info->State.LastSeq};
-    jsStreamInfo_Destroy(info);
-    return state;
-}
 
 /// The server sends the messages of an ordered consumer again from the first one that is missing.
 NatsSubscription subscribe_in_order(NatsClient const &client, std::string const &stream)
@@ -105,7 +93,11 @@ void NatsSource::receive()
             continue;
         }
         auto const [sequence, pending] = place_of(message);
-        output.write(stream_frame(bytes_of(message), sequence));
+        auto const frame = stream_frame(bytes_of(message), {.stream = state.id, .sequence = sequence});
+        std::string length;
+        append_varint(length, frame.size());
+        output.write(length);
+        output.write(frame);
         if (pending == 0)
             output.flush();
         if (!follows_ && (sequence >= state.last_sequence || pending == 0))
