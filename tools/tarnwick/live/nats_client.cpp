@@ -102,7 +102,10 @@ NatsClient::NatsClient(NatsAddress const &address, jsOptionsPublishAsync const &
 NatsStreamState state_of(NatsClient const &client, std::string const &stream)
 {
     jsStreamInfo *info = nullptr;
-    check_nats(js_GetStreamInfo(&info, client.jetstream(), stream.c_str(), nullptr, nullptr));
+    auto const status = js_GetStreamInfo(&info, client.jetstream(), stream.c_str(), nullptr, nullptr);
+    if (status == NATS_NOT_FOUND)
+        throw NatsError("the servers have no such stream");
+    check_nats(status);
     std::unique_ptr<jsStreamInfo, NatsDestroy<jsStreamInfo_Destroy>> const owned(info);
     auto const identity = fmt::format("{} {}", stream, info->Created);
     auto const hash = QCryptographicHash::hash(QByteArrayView(identity), QCryptographicHash::Sha256);

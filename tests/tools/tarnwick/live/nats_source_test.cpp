@@ -89,7 +89,7 @@ TEST_F(NatsSourceTest, that_does_not_exist_cannot_be_read)
 {
     auto const outcome = inspect({server.stream("other")});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.err, "cannot read " + server.stream("other") + ": stream not found\n");
+    EXPECT_EQ(outcome.err, "cannot read " + server.stream("other") + ": the servers have no such stream\n");
 }
 
 TEST_F(NatsSourceTest, without_a_server_cannot_be_read)
