@@ -5,6 +5,8 @@
 #include "completion.h"
 #include "config_commands.h"
 #include "exit_status.h"
+#include "live/zeromq.h"
+#include "live_commands.h"
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "standard_error.h"
@@ -132,6 +134,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
     Command command;
     CaptureCommands capture_options;
     add_capture_commands(app, capture_options, command);
+    LiveCommands live_options;
+    add_live_commands(app, live_options, command);
     ConfigOptions config_options;
     add_config_commands(app, config_options, command);
     std::vector<std::string> help_words;
@@ -167,6 +171,8 @@ int run(int argc, char const *const *argv)
     } catch (BrokenPipe const &) {
         return broken_pipe;
     } catch (WriteError const &error) {
+        print_error(fmt::format("tarnwick: {}\n", error.what()));
+    } catch (SocketError const &error) {
         print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (std::bad_alloc const &) {
         print_error("tarnwick: out of memory\n");

@@ -56,14 +56,13 @@ int create_new(std::string const &name)
     return descriptor;
 }
 
-/// Renames a file, unless the new name exists. Network file systems can only check that before.
+} // namespace
+
 bool rename_to_new(std::string const &from, std::string const &to)
 {
     return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0 ||
            (errno == EINVAL && ::rename(from.c_str(), to.c_str()) == 0);
 }
-
-} // namespace
 
 OutputFile::OutputFile(std::string name)
     : name_(std::move(name))

@@ -4,6 +4,10 @@
 
 namespace tarnwick::program {
 
+/// Renames a file, unless the new name exists. Returns whether it did; otherwise `errno` is the reason. On network file
+/// systems that cannot check the new name, it can replace a file that was created in the meantime.
+bool rename_to_new(std::string const &from, std::string const &to);
+
 /// New file that gets its name when it is complete. Until then its name ends with `.part`. The file is removed if the
 /// object is destroyed before, or if SIGHUP, SIGINT or SIGTERM ends the process. There can be one such object at a
 /// time.

@@ -1,0 +1,502 @@
+// `tarnwick record`: the captures that it writes, its counts, and what ends it.
+
+#include "support/config_files.h"
+#include "support/sanitizers.h"
+#include "support/table.h"
+#include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/live.h"
+#include "tools/tarnwick/support/program.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
+
+namespace tarnwick::test::record_test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+std::string content_of_file(std::string const &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string frame(std::uint64_t request_id)
+{
+    return rshutdown_frame_of(request_id, "response_status: 200").SerializeAsString();
+}
+
+std::string counts(std::uint64_t written, std::uint64_t refused = 0, std::uint64_t requests = 0)
+{
+    return fmt::format("received: {}; written: {}; refused: {}; dropped: 0; requests: {}\n", written + refused, written,
+                       refused, requests);
+}
+
+class Record : public testing::Test {
+protected:
+    /// Arguments of a recorder that binds a free port.
+    [[nodiscard]] Setup setup(std::vector<std::string> const &options = {}) const
+    {
+        Setup setup{.arguments = {"record", "--output=" + file, "tcp://127.0.0.1:*"}, .err = Sink::output};
+        setup.arguments.insert(setup.arguments.end(), options.begin(), options.end());
+        return setup;
+    }
+    [[nodiscard]] std::string ipc() const { return "ipc://" + folder.path() + "/s"; }
+    [[nodiscard]] std::string content() const { return content_of_file(file); }
+
+    /// Ends a recorder with a signal. Returns the rest of its output.
+    static Outcome end(Program &program, int signal = SIGINT)
+    {
+        program.send(signal);
+        return program.finish();
+    }
+
+    ConfigFolder folder;
+    std::string const file = folder.path() + "/capture.tnw";
+};
+
+TEST_F(Record, writes_messages_unchanged_with_their_lengths)
+{
+    Program recorder(setup());
+    auto const unusual = std::string("\xaa\x01\x02\x08\x02\x08\x05", 7);
+    std::string const unknown_report = "\x08\x05" + field_head(99, 2) + "ab";
+    std::string const bad_report = rpc_php_frame("\xff").SerializeAsString();
+    send_all(address_from(recorder), {frame(1), unusual, unknown_report, bad_report});
+    auto const expected =
+        delimited(frame(1)) + delimited(unusual) + delimited(unknown_report) + delimited(bad_report);
+    wait_for_size(file, expected.size());
+    auto const outcome = end(recorder);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, counts(4));
+    EXPECT_EQ(content(), expected);
+}
+
+TEST_F(Record, receives_from_several_senders_and_sockets)
+{
+    constexpr int frames = is_sanitized ? 2'000 : 20'000;
+    Program recorder(setup({ipc()}));
+    auto const tcp = address_from(recorder);
+    EXPECT_EQ(address_from(recorder), ipc());
+    std::size_t size = 0;
+    std::vector<std::thread> senders;
+    std::uint64_t first = 1;
+    for (auto const &endpoint : {tcp, tcp, ipc()}) {
+        std::vector<std::string> messages;
+        for (int i = 0; i < frames; ++i) {
+            messages.push_back(frame(first++));
+            size += delimited(messages.back()).size();
+        }
+        senders.emplace_back(send_all, endpoint, messages);
+    }
+    for (auto &sender : senders)
+        sender.join();
+    wait_for_size(file, size);
+    EXPECT_EQ(end(recorder).out, counts(3 * frames));
+    auto const listed = run({.arguments = {"ls", "--columns=request_id", "--format=csv", file}});
+    EXPECT_EQ(std::ranges::count(listed.out, '\n'), 3 * frames + 1);
+    EXPECT_EQ(listed.status, 0);
+}
+
+TEST_F(Record, connects_to_senders)
+{
+    std::unique_ptr<void, int (*)(void *)> const context(zmq_ctx_new(), zmq_ctx_term);
+    std::unique_ptr<void, int (*)(void *)> const socket(zmq_socket(context.get(), ZMQ_PUSH), zmq_close);
+    ASSERT_EQ(zmq_bind(socket.get(), ipc().c_str()), 0);
+    Program recorder({.arguments = {"record", "--connect", "-o", file, ipc()}, .err = Sink::output});
+    EXPECT_EQ(recorder.read_line(), "connecting to " + ipc() + '\n');
+    auto const message = frame(1);
+    zmq_send(socket.get(), message.data(), message.size(), 0);
+    wait_for_size(file, delimited(message).size());
+    EXPECT_EQ(end(recorder).out, counts(1));
+}
+
+TEST_F(Record, refuses_messages_that_are_not_one_frame)
+{
+    Program recorder(setup());
+    {
+        Sender sender(address_from(recorder));
+        sender.send("");
+        sender.send("\xff\xff\xff");
+        sender.send("\xff");
+        sender.send(frame(1), ZMQ_SNDMORE);
+        sender.send(frame(2));
+        sender.send(frame(3));
+    }
+    wait_for_size(file, delimited(frame(3)).size());
+    auto const outcome = end(recorder);
+    EXPECT_EQ(outcome.out, "refused a message: it is empty\n"
+                           "refused a message of 3 bytes: it is not a frame\n"
+                           "refused a message of 16 bytes: it has several parts\n" +
+                               counts(1, 4));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(content(), delimited(frame(3)));
+}
+
+TEST_F(Record, closes_the_connection_of_a_sender_of_a_larger_frame)
+{
+    Program recorder(setup({"--max-frame=1kB"}));
+    auto const address = address_from(recorder);
+    Frame chunk;
+    chunk.set_ct_data(std::string(1'000, 'x'));
+    Sender too_large(address);
+    too_large.set(ZMQ_LINGER, 0);
+    too_large.send(chunk.SerializeAsString());
+    chunk.set_ct_data(std::string(900, 'x'));
+    send_all(address, {chunk.SerializeAsString()});
+    wait_for_size(file, delimited(chunk).size());
+    EXPECT_EQ(end(recorder).out, counts(1));
+    EXPECT_EQ(content(), delimited(chunk));
+}
+
+TEST_F(Record, counts_a_request_of_both_dialects_once)
+{
+    Program recorder(setup());
+    auto const rpc_start = rpc_php_frame_of("request_id { id: 7 } rinit {}").SerializeAsString();
+    auto const start = [](std::uint64_t id) {
+        Frame frame;
+        frame.set_request_id(id);
+        frame.set_rinit("");
+        return frame.SerializeAsString();
+    };
+    auto const end_of_seven = rpc_php_frame_of("request_id { id: 7 } rshutdown {}").SerializeAsString();
+    std::vector<std::string> const messages{rpc_start, start(7), end_of_seven, start(8), start(7)};
+    send_all(address_from(recorder), messages);
+    std::string expected;
+    for (auto const &message : messages)
+        expected += delimited(message);
+    wait_for_size(file, expected.size());
+    EXPECT_EQ(end(recorder).out, counts(5, 0, 3));
+}
+
+class RecordEnds : public Record, public testing::WithParamInterface<int> {};
+
+TEST_P(RecordEnds, after_the_frames_that_have_arrived)
+{
+    Program recorder(setup());
+    send_all(address_from(recorder), {frame(1)});
+    wait_for_size(file, delimited(frame(1)).size());
+    auto const outcome = end(recorder, GetParam());
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, counts(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(With, RecordEnds, testing::Values(SIGHUP, SIGINT, SIGTERM),
+                         [](auto const &info) { return std::string(::sigabbrev_np(info.param)); });
+
+TEST_F(Record, prints_counts_on_request)
+{
+    Program recorder(setup());
+    auto const address = address_from(recorder);
+    for (std::uint64_t count : {1, 2}) {
+        send_all(address, {frame(count)});
+        wait_for_size(file, count * delimited(frame(1)).size());
+        recorder.send(SIGUSR1);
+        EXPECT_EQ(recorder.read_line(), counts(count));
+    }
+    EXPECT_EQ(end(recorder).out, counts(2));
+}
+
+TEST_F(Record, continues_a_capture)
+{
+    for (std::uint64_t id : {1, 2}) {
+        Program recorder(setup());
+        send_all(address_from(recorder), {frame(id)});
+        wait_for_size(file, id * delimited(frame(1)).size());
+        EXPECT_EQ(end(recorder).out, counts(1));
+    }
+    EXPECT_EQ(content(), request_end(1) + request_end(2));
+}
+
+TEST_F(Record, leaves_whole_frames_when_it_is_killed)
+{
+    {
+        Program recorder(setup());
+        send_all(address_from(recorder), {frame(1)});
+        wait_for_size(file, request_end(1).size());
+        end(recorder, SIGKILL);
+    }
+    EXPECT_EQ(content(), request_end(1));
+    Program recorder(setup());
+    EXPECT_THAT(recorder.read_line(), StartsWith("listening on "));
+}
+
+struct Rest {
+    std::string name;
+    std::string bytes;
+};
+
+class RecordRemoves : public TableTest<Rest> {};
+
+TEST_P(RecordRemoves, an_incomplete_frame_at_the_end)
+{
+    TemporaryFile const capture(request_end(1) + GetParam().bytes);
+    Program recorder({.arguments = {"record", "-o", capture.name(), "tcp://127.0.0.1:*"}, .err = Sink::output});
+    EXPECT_EQ(recorder.read_line(),
+              fmt::format("{}: removed {} bytes of an incomplete frame\n", capture.name(), GetParam().bytes.size()));
+    send_all(address_from(recorder), {frame(2)});
+    wait_for_size(capture.name(), (request_end(1) + request_end(2)).size());
+    recorder.send(SIGINT);
+    EXPECT_EQ(recorder.finish().status, 0);
+    EXPECT_EQ(content_of_file(capture.name()), request_end(1) + request_end(2));
+}
+
+INSTANTIATE_TEST_SUITE_P(Which, RecordRemoves,
+                         testing::Values(Rest{"is_a_length", request_end(2).substr(0, 1)},
+                                         Rest{"is_a_part_of_a_length", varint(300).substr(0, 1)},
+                                         Rest{"lacks_a_byte", request_end(2).substr(0, request_end(2).size() - 1)},
+                                         Rest{"is_larger_than_a_read",
+                                              varint(9'000'000) + field_head(61, 8'999'000) +
+                                                  std::string(2'000'000, 'x')}),
+                         by_name);
+
+struct Foreign {
+    std::string name;
+    std::string bytes;
+    std::string reason;
+};
+
+class RecordRefuses : public TableTest<Foreign> {};
+
+TEST_P(RecordRefuses, files_that_are_not_captures)
+{
+    TemporaryFile const existing(GetParam().bytes);
+    auto const outcome = run({.arguments = {"record", "-o", existing.name(), "tcp://127.0.0.1:*"}});
+    EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot write {}: {}\n", existing.name(), GetParam().reason));
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(content_of_file(existing.name()), GetParam().bytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Existing, RecordRefuses,
+    testing::Values(Foreign{"text", "To whom it may concern\n", "not a capture: it has no frame with a known report"},
+                    Foreign{"gzip", std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
+                            "not a capture: the file is compressed with gzip; pipe it through `zcat`"},
+                    Foreign{"damage_before_the_end", request_end(1) + delimited("\xff") + request_end(2),
+                            fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
+                                        "`tarnwick recover`",
+                                        request_end(1).size())},
+                    Foreign{"length_over_the_limit", request_end(1) + varint((1U << 30U) + 1),
+                            fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
+                                        "`tarnwick recover`",
+                                        request_end(1).size())}),
+    by_name);
+
+TEST_F(Record, refuses_files_that_it_cannot_write)
+{
+    ASSERT_EQ(::mkfifo((folder.path() + "/fifo").c_str(), 0600), 0);
+    for (auto const &[name, reason] : {std::pair{folder.path(), "Is a directory"},
+                                       {folder.path() + "/fifo", "not a regular file"},
+                                       {folder.path() + "/none/capture.tnw", "No such file or directory"}}) {
+        auto const outcome = run({.arguments = {"record", "-o", name, "tcp://127.0.0.1:*"}});
+        EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot write {}: {}\n", name, reason));
+        EXPECT_EQ(outcome.status, 3);
+    }
+}
+
+TEST_F(Record, refuses_a_file_that_another_program_writes)
+{
+    Program recorder(setup());
+    address_from(recorder);
+    auto const outcome = run(setup());
+    EXPECT_EQ(outcome.out, fmt::format("tarnwick: cannot write {}: another program writes it\n", file));
+    EXPECT_EQ(outcome.status, 3);
+}
+
+TEST_F(Record, reports_an_address_that_is_in_use)
+{
+    Program recorder(setup());
+    auto const address = address_from(recorder);
+    auto const outcome = run({.arguments = {"record", "-o", folder.path() + "/other.tnw", address}});
+    EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot listen on {}: Address already in use\n", address));
+    EXPECT_EQ(outcome.status, 3);
+}
+
+TEST_F(Record, keeps_whole_frames_when_the_disk_is_full)
+{
+    auto limited = setup();
+    for (std::size_t const size : {std::size_t(100), std::size_t(100'000)}) {
+        SCOPED_TRACE(size);
+        std::filesystem::remove(file);
+        Frame chunk;
+        chunk.set_ct_data(std::string(size, 'x'));
+        auto const bytes = delimited(chunk);
+        constexpr rlim_t whole_frames = 7;
+        limited.largest_file = whole_frames * bytes.size() + bytes.size() / 2;
+        Program recorder(limited);
+        Sender sender(address_from(recorder));
+        sender.set(ZMQ_LINGER, 0);
+        std::thread endless([&] {
+            // The recorder closes the connection when it ends.
+            sender.set(ZMQ_SNDTIMEO, 100);
+            while (sender.send(chunk.SerializeAsString())) {
+            }
+        });
+        auto const outcome = recorder.finish();
+        endless.join();
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(outcome.out, EndsWith(fmt::format("tarnwick: cannot write {}: File too large\n", file)));
+        unsigned long long received = 0;
+        unsigned long long dropped = 0;
+        ASSERT_EQ(std::sscanf(outcome.out.c_str(), "received: %llu; written: 7; refused: 0; dropped: %llu;", &received,
+                              &dropped),
+                  2)
+            << outcome.out;
+        EXPECT_EQ(received, whole_frames + dropped);
+        EXPECT_GE(dropped, 1U);
+        std::string expected;
+        for (rlim_t i = 0; i < whole_frames; ++i)
+            expected += bytes;
+        EXPECT_TRUE(content() == expected);
+    }
+}
+
+class RecordRotates : public Record {
+protected:
+    /// Returns the names of finished files, in the order of their messages.
+    static std::vector<std::string> finished_in(std::string const &messages)
+    {
+        std::vector<std::string> names;
+        std::string_view const word = ": renamed to ";
+        for (auto at = messages.find(word); at != std::string::npos; at = messages.find(word, at + 1)) {
+            auto const begin = at + word.size();
+            names.push_back(messages.substr(begin, messages.find('\n', begin) - begin));
+        }
+        return names;
+    }
+};
+
+TEST_F(RecordRotates, at_a_size_without_dividing_frames)
+{
+    Program recorder(setup({"--rotate=20B"}));
+    std::string expected;
+    std::vector<std::string> messages;
+    for (std::uint64_t id = 1; id <= 7; ++id) {
+        messages.push_back(frame(id));
+        expected += request_end(id);
+    }
+    send_all(address_from(recorder), messages);
+    wait_for(folder.path(), [&] {
+        std::uintmax_t size = 0;
+        for (auto const &entry : std::filesystem::directory_iterator(folder.path()))
+            size += entry.path().extension() == ".tnw" ? entry.file_size() : 0;
+        return size >= expected.size();
+    });
+    auto const outcome = end(recorder);
+    auto const names = finished_in(outcome.out);
+    ASSERT_EQ(names.size(), 2U);
+    std::string found;
+    for (auto const &name : names) {
+        EXPECT_THAT(name, MatchesRegex(".*/capture-[0-9]{8}T[0-9]{6}Z(-2)?\\.tnw"));
+        EXPECT_EQ(content_of_file(name).size(), 3 * request_end(1).size());
+        found += content_of_file(name);
+    }
+    EXPECT_EQ(found + content(), expected);
+    EXPECT_THAT(outcome.out, EndsWith(counts(7)));
+}
+
+TEST_F(RecordRotates, at_an_age)
+{
+    Program recorder(setup({"--rotate=1ms"}));
+    auto const address = address_from(recorder);
+    for (std::uint64_t id : {1, 2}) {
+        send_all(address, {frame(id)});
+        auto const names = finished_in(recorder.read_line());
+        ASSERT_EQ(names.size(), 1U);
+        EXPECT_EQ(content_of_file(names.front()), request_end(id));
+    }
+    EXPECT_EQ(end(recorder).out, counts(2));
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(RecordRotates, while_the_capture_is_followed)
+{
+    Program recorder(setup({"--rotate=1B"}));
+    auto const address = address_from(recorder);
+    Program follower({.arguments = {"inspect", "--follow", "--format=jsonl", file}});
+    for (std::uint64_t id = 1; id <= 5; ++id) {
+        send_all(address, {frame(id)});
+        recorder.read_line();
+    }
+    end(recorder);
+    // A file of its own name again: the last frame is in a renamed one.
+    std::ofstream(file, std::ios::binary | std::ios::app) << request_end(6);
+    for (std::uint64_t id = 6; id <= 6; ++id) {
+        auto line = follower.read_line();
+        while (!line.empty() && line.find(R"("request_id":6)") == std::string::npos)
+            line = follower.read_line();
+        EXPECT_FALSE(line.empty());
+    }
+}
+
+TEST_F(Record, needs_no_standard_error)
+{
+    Program recorder({.arguments = {"record", "-o", file, ipc()}, .err = Sink::closed});
+    wait_for(folder.path(), [&] { return std::filesystem::exists(folder.path() + "/s"); });
+    send_all(ipc(), {"", frame(1)});
+    wait_for_size(file, request_end(1).size());
+    EXPECT_EQ(end(recorder).status, 0);
+    EXPECT_EQ(content(), request_end(1));
+}
+
+TEST_F(Record, shows_progress_on_a_terminal)
+{
+    Program recorder({.arguments = {"record", "-o", file, ipc()},
+                      .err = Sink::terminal,
+                      .environment = {"TERM=xterm"}});
+    wait_for(folder.path(), [&] { return std::filesystem::exists(folder.path() + "/s"); });
+    send_all(ipc(), {frame(1)});
+    wait_for_size(file, request_end(1).size());
+    auto const outcome = end(recorder);
+    EXPECT_THAT(outcome.err, HasSubstr("\r\x1b[K" + file + ": "));
+    EXPECT_THAT(outcome.err, EndsWith("\r\x1b[K" + counts(1)));
+}
+
+struct Usage {
+    std::string name;
+    std::vector<std::string> arguments;
+    std::string message;
+};
+
+class RecordUsage : public TableTest<Usage> {};
+
+TEST_P(RecordUsage, is_checked)
+{
+    auto arguments = GetParam().arguments;
+    arguments.insert(arguments.begin(), "record");
+    auto const outcome = run({.arguments = arguments});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, StartsWith("tarnwick: " + GetParam().message));
+}
+
+std::string const somewhere = "tcp://127.0.0.1:*";
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, RecordUsage,
+    testing::Values(
+        Usage{"no_file", {somewhere}, "--output is required"},
+        Usage{"no_endpoint", {"-o", "x"}, "ENDPOINT is required"},
+        Usage{"other_endpoint", {"-o", "x", "5555"}, "ENDPOINT: '5555' is neither tcp://HOST:PORT nor ipc://PATH"},
+        Usage{"rotation", {"-o", "x", "--rotate=often", somewhere},
+              "--rotate: 'often' is neither a size such as 100MB nor a length of time such as 1h"},
+        Usage{"rotation_of_zero", {"-o", "x", "--rotate=0", somewhere}, "--rotate: '0' is neither"},
+        Usage{"frames_over_1_GiB", {"-o", "x", "--max-frame=2GiB", somewhere},
+              "--max-frame: '2GiB' is not a size from 1 byte to 1GiB"}),
+    by_name);
+
+} // namespace
+} // namespace tarnwick::test::record_test

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarnwick::program {
+
+/// Capture that grows while frames are appended to it. The file always ends with a whole frame, unless the process is
+/// killed while it writes. A lock keeps other processes from writing it.
+class RecordedFile {
+public:
+    /// Opens or creates a file. Removes an incomplete frame at the end of an existing one, with a message. Throws
+    /// `WriteError` if the file cannot be opened, is no capture, or is written by another process.
+    explicit RecordedFile(std::string name);
+    /// Drops the frames that are not written yet.
+    ~RecordedFile();
+    RecordedFile(RecordedFile const &) = delete;
+    RecordedFile &operator=(RecordedFile const &) = delete;
+
+    /// Appends a frame with its length. Readers see it after `flush`, or after a number of other frames. Throws
+    /// `WriteError`; the whole frames that were written remain.
+    void append(std::string_view frame);
+    /// Writes the frames that were appended. Throws `WriteError`.
+    void flush();
+    /// Stores the content on the disk. Throws `WriteError`.
+    void sync();
+    /// Writes and stores all frames, renames the file to a name with the current time, and begins a new file. Returns
+    /// the name. Throws `WriteError`.
+    std::string rotate();
+
+    [[nodiscard]] std::string const &name() const { return name_; }
+    /// The size of the file with the frames that were appended, in bytes.
+    [[nodiscard]] std::uint64_t size() const { return size_ + buffer_.size(); }
+    /// The number of frames that this object has written completely, to all files.
+    [[nodiscard]] std::uint64_t written() const { return written_; }
+
+private:
+    void open(int flags);
+    void continue_existing();
+    void write(std::string_view bytes);
+    void remove_incomplete(std::size_t size);
+    [[noreturn]] void fail(std::string_view reason) const;
+
+    std::string name_;
+    int descriptor_ = -1;
+    std::uint64_t size_ = 0;
+    std::uint64_t written_ = 0;
+    std::uint64_t waiting_ = 0; ///< frames in `buffer_`
+    std::string buffer_;
+};
+
+} // namespace tarnwick::program
