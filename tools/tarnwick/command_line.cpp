@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "access_options.h"
 #include "capture_commands.h"
 #include "command_options.h"
 #include "completion.h"
@@ -7,6 +8,7 @@
 #include "exit_status.h"
 #include "live/zeromq.h"
 #include "live_commands.h"
+#include "live/key_files.h"
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "standard_error.h"
@@ -136,6 +138,8 @@ ExitStatus dispatch(int argc, char const *const *argv)
     add_capture_commands(app, capture_options, command);
     LiveCommands live_options;
     add_live_commands(app, live_options, command);
+    KeysOptions keys_options;
+    add_keys(app, keys_options, command);
     ConfigOptions config_options;
     add_config_commands(app, config_options, command);
     std::vector<std::string> help_words;
@@ -170,6 +174,8 @@ int run(int argc, char const *const *argv)
         return dispatch(argc, argv);
     } catch (BrokenPipe const &) {
         return broken_pipe;
+    } catch (KeyFileError const &error) {
+        print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (WriteError const &error) {
         print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (SocketError const &error) {
