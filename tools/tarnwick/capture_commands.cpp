@@ -62,22 +62,6 @@ std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &na
     return chosen;
 }
 
-/// Reads conditions on columns.
-template <class Row>
-std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
-{
-    std::vector<Condition> conditions;
-    conditions.reserve(texts.size());
-    for (auto const &text : texts) {
-        conditions.push_back(read_argument("--where", [&] {
-            Condition condition(text);
-            condition.set_type(column_named(columns, condition.field()).type);
-            return condition;
-        }));
-    }
-    return conditions;
-}
-
 template <class Row>
 void read_sort(std::string const &argument, TableOptions<Row> &options, std::span<Column<Row> const> columns)
 {

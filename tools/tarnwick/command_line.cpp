@@ -1,14 +1,11 @@
 #include "command_line.h"
 
-#include "access_options.h"
 #include "capture_commands.h"
 #include "command_options.h"
 #include "completion.h"
 #include "config_commands.h"
 #include "exit_status.h"
-#include "live/zeromq.h"
 #include "live_commands.h"
-#include "live/key_files.h"
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "standard_error.h"
@@ -26,6 +23,7 @@
 #include <new>
 #include <span>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -138,8 +136,6 @@ ExitStatus dispatch(int argc, char const *const *argv)
     add_capture_commands(app, capture_options, command);
     LiveCommands live_options;
     add_live_commands(app, live_options, command);
-    KeysOptions keys_options;
-    add_keys(app, keys_options, command);
     ConfigOptions config_options;
     add_config_commands(app, config_options, command);
     std::vector<std::string> help_words;
@@ -174,11 +170,7 @@ int run(int argc, char const *const *argv)
         return dispatch(argc, argv);
     } catch (BrokenPipe const &) {
         return broken_pipe;
-    } catch (KeyFileError const &error) {
-        print_error(fmt::format("tarnwick: {}\n", error.what()));
-    } catch (WriteError const &error) {
-        print_error(fmt::format("tarnwick: {}\n", error.what()));
-    } catch (SocketError const &error) {
+    } catch (std::runtime_error const &error) { // of files and sockets
         print_error(fmt::format("tarnwick: {}\n", error.what()));
     } catch (std::bad_alloc const &) {
         print_error("tarnwick: out of memory\n");

@@ -5,6 +5,8 @@
 #include "print/masks.h"
 #include "print/record_selection.h"
 #include "print/terminal.h"
+#include "requests/column.h"
+#include "requests/condition.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -13,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -67,6 +70,22 @@ decltype(auto) read_argument(std::string const &option, Read const &read)
     } catch (std::invalid_argument const &error) {
         throw CLI::ValidationError(option, error.what());
     }
+}
+
+/// Reads conditions on columns.
+template <class Row>
+std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
+{
+    std::vector<Condition> conditions;
+    conditions.reserve(texts.size());
+    for (auto const &text : texts) {
+        conditions.push_back(read_argument("--where", [&] {
+            Condition condition(text);
+            condition.set_type(column_named(columns, condition.field()).type);
+            return condition;
+        }));
+    }
+    return conditions;
 }
 
 void add_color(CLI::App &app, Color &color);

@@ -2,9 +2,28 @@
 
 #include "live/frame_check.h"
 #include "requests/quantity.h"
+#include "requests/request_columns.h"
+
+#include <cmath>
+#include <functional>
+#include <optional>
 
 namespace tarnwick::program {
 namespace {
+
+/// Adds the options for CURVE keys.
+void add_access_options(CLI::App &app, AccessOptions &options)
+{
+    auto const add = [&app](std::string const &name, std::string &target, char const *type, std::string const &help) {
+        app.add_option(name, target, help)->type_name(type)->take_last();
+    };
+    add("--curve-keys", options.curve_keys, "FILE",
+        "encrypt, and prove who this side is, with the key pair of this file; tarnwick keys creates it");
+    add("--allow", options.allow, "FILE",
+        "where an address is bound: only clients whose public keys are in this file, or in a .pub file of this folder");
+    add("--server-key", options.server_key, "FILE",
+        "where an address is connected to: the file with the public key of the other side");
+}
 
 /// Reads the size or the age at which a new file begins.
 void read_rotation(std::string const &text, RecordOptions &options)
@@ -33,7 +52,7 @@ void add_record(CLI::App &app, RecordOptions &options, RecordArguments &argument
         ->type_name("FILE")
         ->required()
         ->take_last();
-    sub.add_flag("--connect", options.connects, "connect to the endpoints, instead of waiting for connections");
+    auto const *connects = sub.add_flag("--connect", "connect to the endpoints, instead of waiting for connections");
     sub.add_option("--rotate", arguments.rotate,
                    "begin a new FILE when it reaches this size or age, and add the time to the name of the previous")
         ->type_name("SIZE|TIME")
@@ -41,11 +60,15 @@ void add_record(CLI::App &app, RecordOptions &options, RecordArguments &argument
     sub.add_option("--max-frame", arguments.max_frame, "the largest frame (default 16MB, at most 1GiB)")
         ->type_name("SIZE")
         ->take_last();
+    add_access_options(sub, options.access);
     sub.footer("Exit status: 0 a signal ended the program, 2 wrong usage, 3 a socket cannot be opened or FILE cannot be "
                "written.");
-    sub.callback([&] {
+    sub.callback([&, connects] {
         for (auto const &text : arguments.endpoints)
             options.endpoints.push_back(read_argument("ENDPOINT", [&] { return Endpoint(text); }));
+        options.attachment = connects->count() > 0 ? Attachment::connect : Attachment::bind;
+        for (auto const &endpoint : options.endpoints)
+            read_argument("ENDPOINT", [&] { check_access(options.access, options.attachment, endpoint); });
         if (!arguments.rotate.empty())
             read_rotation(arguments.rotate, options);
         if (!arguments.max_frame.empty()) {
@@ -59,11 +82,81 @@ void add_record(CLI::App &app, RecordOptions &options, RecordArguments &argument
     });
 }
 
+/// Adds an option that takes a positive number.
+void add_factor(CLI::App &app, std::string const &name, std::string const &type, std::string const &help,
+                std::function<void(long double)> const &set)
+{
+    app.add_option_function<std::string>(
+           name,
+           [name, set](std::string const &argument) {
+               long double number = 0;
+               if (!CLI::detail::lexical_cast(argument, number) || !std::isfinite(number) || number <= 0)
+                   throw CLI::ValidationError(name, fmt::format("'{}' is not a number above 0", argument));
+               set(number);
+           },
+           help)
+        ->type_name(type)
+        ->take_last();
+}
+
+void add_replay(CLI::App &app, ReplayOptions &options, ReplayArguments &arguments, Command &command)
+{
+    auto &sub = add_command(app, "replay", "Send the frames of captures over ZeroMQ",
+                            "usage: tarnwick replay [OPTION...] [FILE...] ENDPOINT");
+    sub.add_option("FILE", arguments.places,
+                   "captures to send, standard input if none is given, or for -; then the address of the receiver, "
+                   "tcp://HOST:PORT or ipc://PATH")
+        ->type_name("");
+    add_factor(sub, "--speed", "FACTOR", "divide the times between frames by this, such as 2 or 0.5",
+               [&options](long double speed) { options.pace.speed = speed; });
+    add_factor(sub, "--rate", "N", "send N frames a second, instead of at their times",
+               [&options](long double rate) { options.pace.rate = rate; });
+    sub.add_flag("--loop", options.loop, "after the last frame, continue with the first, until Ctrl-C");
+    add_report_choice(sub, options.filter.reports);
+    add_conditions(sub, arguments.conditions,
+                   "only requests whose column in ls fulfils this, such as 'status>=500' or 'uri~^/api'; can be "
+                   "repeated");
+    add_access_options(sub, options.access);
+    sub.footer("Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
+               "3 a file cannot be read, or Ctrl-C came before all frames were sent.");
+    sub.callback([&] {
+        if (arguments.places.empty())
+            throw CLI::ValidationError("the address of the receiver is required");
+        options.endpoint = read_argument("ENDPOINT", [&] { return Endpoint(arguments.places.back()); });
+        read_argument("ENDPOINT", [&] { check_access(options.access, Attachment::connect, *options.endpoint); });
+        arguments.places.pop_back();
+        if (!arguments.places.empty())
+            options.files = arguments.places;
+        check_files(options.files);
+        if (sub.count("--speed") > 0 && sub.count("--rate") > 0)
+            throw CLI::ValidationError("--speed", "not with --rate, which does not use the times of frames");
+        options.filter.conditions = read_conditions(arguments.conditions, request_columns());
+        command = [&options] { return replay(options); };
+    });
+}
+
+void add_keys_command(CLI::App &app, KeysOptions &options, Command &command)
+{
+    auto &sub =
+        add_command(app, "keys", "Create keys for record and replay", "usage: tarnwick keys [OPTION...] NAME");
+    sub.add_option("NAME", options.name,
+                   "creates NAME.key, which must remain secret, and NAME.pub, for the other side")
+        ->type_name("");
+    sub.footer("Exit status: 0 success, 2 wrong usage, 3 a file cannot be written.");
+    sub.callback([&] {
+        if (options.name.empty())
+            throw CLI::ValidationError("a name for the files is required");
+        command = [&options] { return keys(options); };
+    });
+}
+
 } // namespace
 
 void add_live_commands(CLI::App &app, LiveCommands &options, Command &command)
 {
     add_record(app, options.record, options.record_arguments, command);
+    add_replay(app, options.replay, options.replay_arguments, command);
+    add_keys_command(app, options.keys, command);
 }
 
 } // namespace tarnwick::program

@@ -32,20 +32,19 @@ constexpr int waiting_messages = 1;
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
 constexpr std::uint64_t max_bytes_at_end = 256'000'000;
 
-SocketHandle open_receiver(ContextHandle const &context, Endpoint const &endpoint, RecordOptions const &options)
+SocketHandle open_receiver(ContextHandle const &context, Access const &access, Endpoint const &endpoint,
+                           RecordOptions const &options)
 {
     auto socket = open_socket(context, ZMQ_PULL);
     set_option(socket, ZMQ_RCVHWM, waiting_messages);
     auto const largest = static_cast<std::int64_t>(options.max_frame);
     check_zeromq(zmq_setsockopt(socket.get(), ZMQ_MAXMSGSIZE, &largest, sizeof largest));
-    auto const open = options.connects ? zmq_connect : zmq_bind;
-    if (open(socket.get(), endpoint.text().c_str()) != 0)
-        throw SocketError(fmt::format("cannot {} {}: {}", options.connects ? "connect to" : "listen on",
-                                      escaped_text(endpoint.text()), zmq_strerror(zmq_errno())));
+    access.attach(socket, endpoint);
     std::array<char, 256> address{};
     auto size = address.size();
     check_zeromq(zmq_getsockopt(socket.get(), ZMQ_LAST_ENDPOINT, address.data(), &size));
-    print_error(fmt::format("{} {}\n", options.connects ? "connecting to" : "listening on", address.data()));
+    print_error(fmt::format("{} {}\n", options.attachment == Attachment::connect ? "connecting to" : "listening on",
+                            escaped_text(address.data())));
     return socket;
 }
 
@@ -69,10 +68,11 @@ public:
         , interrupt_(ends_of_service)
         , file_(options.output)
         , context_(open_context(1))
+        , access_(context_, options.attachment, options.access)
     {
         interrupt_.enable_reports();
         for (auto const &endpoint : options_.endpoints)
-            sockets_.push_back(open_receiver(context_, endpoint, options_));
+            sockets_.push_back(open_receiver(context_, access_, endpoint, options_));
     }
 
     void run();
@@ -82,6 +82,7 @@ private:
 
     void record_until_end();
     void count_arrived();
+    void answer_clients();
     bool receive_from_all();
     void handle_message(SocketHandle const &socket);
     void refuse(Fault fault, std::string const &text);
@@ -95,6 +96,7 @@ private:
     Interrupt interrupt_;
     RecordedFile file_;
     ContextHandle context_;
+    Access access_;
     std::vector<SocketHandle> sockets_;
     zeromq::msg_t message_;
     ProgressLine progress_{true};
@@ -130,6 +132,7 @@ void Recorder::record_until_end()
             file_.flush();
             print_counts();
         }
+        answer_clients();
         auto const has_received = receive_from_all();
         rotate_if_due();
         if (progress_.due())
@@ -153,6 +156,15 @@ void Recorder::count_arrived()
             received_ += zmq_msg_more(message_.handle()) == 0 ? 1 : 0;
         }
     }
+}
+
+/// Admits or refuses the clients that wait for it.
+void Recorder::answer_clients()
+{
+    if (access_.clients() == nullptr)
+        return;
+    if (auto const refusal = access_.clients()->handle(); !refusal.empty())
+        print_line(refusal);
 }
 
 /// Receives at most one message from each socket. Returns whether there was one.
@@ -226,6 +238,8 @@ void Recorder::wait()
     std::vector<zmq_pollitem_t> items;
     for (auto const &socket : sockets_)
         items.push_back({.socket = socket.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0});
+    if (access_.clients() != nullptr)
+        items.push_back({.socket = access_.clients()->socket(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0});
     items.push_back({.socket = nullptr, .fd = Interrupt::descriptor(), .events = ZMQ_POLLIN, .revents = 0});
     if (zmq_poll(items.data(), static_cast<int>(items.size()), timeout.count()) < 0 && zmq_errno() != EINTR)
         check_zeromq(-1);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_status.h"
+#include "live/access.h"
 #include "live/endpoint.h"
 
 #include <chrono>
@@ -13,7 +14,8 @@ namespace tarnwick::program {
 
 struct RecordOptions {
     std::vector<Endpoint> endpoints;
-    bool connects = false; ///< connects sockets instead of binding them
+    Attachment attachment = Attachment::bind;
+    AccessOptions access;
     std::string output;
     /// When to begin a new file.
     std::optional<std::uint64_t> rotate_size;
@@ -21,7 +23,8 @@ struct RecordOptions {
     std::uint64_t max_frame = 16'000'000; ///< in bytes
 };
 
-/// Receives frames and appends them to a capture, until a signal ends it. Throws `WriteError` and `SocketError`.
+/// Receives frames and appends them to a capture, until a signal ends it. Throws `WriteError`, `SocketError`
+/// and `KeyFileError`.
 ExitStatus record(RecordOptions const &options);
 
 } // namespace tarnwick::program

@@ -3,8 +3,10 @@
 #include "capture/capture_reader.h"
 #include "capture/file_kind.h"
 #include "capture/input_file.h"
+#include "capture/interrupt.h"
 #include "capture/loopback.h"
 #include "capture/report_check.h"
+#include "capture/varint.h"
 #include "print/readable_text.h"
 #include "progress.h"
 #include "standard_error.h"
@@ -16,6 +18,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -25,10 +28,29 @@ namespace {
 
 using Step = CaptureReader::Step;
 
+/// Handles the frame of a reader.
+using ReaderHandler =
+    std::function<std::optional<std::string>(CaptureReader const &reader, std::string const &file_name)>;
+
+ReaderHandler reader_handler(FrameHandler const &handle)
+{
+    return [&handle](CaptureReader const &reader, std::string const &file_name) {
+        return handle(reader.frame(), {file_name, reader.number(), reader.offset()});
+    };
+}
+
+ReaderHandler reader_handler(FrameBytesHandler const &handle)
+{
+    return [&handle](CaptureReader const &reader, std::string const & /*file_name*/) {
+        auto const bytes = reader.bytes();
+        return handle(reader.frame(), bytes.substr(read_varint(bytes).size));
+    };
+}
+
 /// Reads one capture, passes its frames on, and reports its faults.
 class Reading {
 public:
-    Reading(CaptureFile const &file, Output &output, FrameHandler const &handle, AtEnd at_end,
+    Reading(CaptureFile const &file, Output &output, ReaderHandler const &handle, AtEnd at_end,
             std::function<void()> const &before_wait)
         : name_(file.name)
         , output_(output)
@@ -44,6 +66,7 @@ public:
     }
 
     ExitStatus run();
+    void keep_bytes() { reader_.keep_bytes(); }
 
 private:
     /// A message about a frame, or about adjacent frames with the same message.
@@ -67,7 +90,7 @@ private:
 
     std::string const &name_;
     Output &output_;
-    FrameHandler const &handle_;
+    ReaderHandler const &handle_;
     InputFile input_;
     CaptureReader reader_;
     Progress progress_;
@@ -131,7 +154,7 @@ void Reading::take_frame()
     if (output_.is_terminal())
         progress_.clear();
     try {
-        auto const fault = handle_(frame, {name_, reader_.number(), reader_.offset()});
+        auto const fault = handle_(reader_, name_);
         if (output_.is_terminal())
             output_.flush();
         if (fault)
@@ -155,7 +178,7 @@ void Reading::prepare_wait()
 void Reading::take_end()
 {
     // Nothing is written yet.
-    if (at_end_ == AtEnd::follow && reader_.number() == 0)
+    if ((at_end_ == AtEnd::follow || Interrupt::requested()) && reader_.number() == 0)
         return;
     if (has_report_ || (reader_.number() > 0 && status_ == success)) {
         print_messages();
@@ -210,6 +233,44 @@ void Reading::add_fault(std::string_view text)
     add_message(text);
 }
 
+template <class Handler>
+ExitStatus read_all(std::vector<CaptureFile> const &files, Output &output, Handler const &handle, AtEnd at_end,
+                    std::function<void()> const &before_wait)
+{
+    auto const handle_reader = reader_handler(handle);
+    auto status = success;
+    try {
+        for (auto const &file : files) {
+            Reading reading(file, output, handle_reader, at_end, before_wait);
+            if (std::is_same_v<Handler, FrameBytesHandler>)
+                reading.keep_bytes();
+            status = std::max(status, reading.run());
+        }
+    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
+    }
+    output.flush();
+    return status;
+}
+
+template <class Handler>
+void reread_all(std::vector<CaptureFile> const &files, Handler const &handle)
+{
+    auto const handle_reader = reader_handler(handle);
+    try {
+        for (auto const &file : files) {
+            InputFile input(file.path);
+            CaptureReader reader(input);
+            if (std::is_same_v<Handler, FrameBytesHandler>)
+                reader.keep_bytes();
+            for (auto step = reader.next(); step != Step::end && step != Step::failure; step = reader.next()) {
+                if (step == Step::frame && reader.frame().report_case() != capture::v1::Frame::REPORT_NOT_SET)
+                    (void)handle_reader(reader, file.name);
+            }
+        }
+    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
+    }
+}
+
 } // namespace
 
 std::vector<CaptureFile> capture_files(std::vector<std::string> const &names)
@@ -224,29 +285,22 @@ std::vector<CaptureFile> capture_files(std::vector<std::string> const &names)
 ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
                          AtEnd at_end, std::function<void()> const &before_wait)
 {
-    auto status = success;
-    try {
-        for (auto const &file : files)
-            status = std::max(status, Reading(file, output, handle, at_end, before_wait).run());
-    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
-    }
-    output.flush();
-    return status;
+    return read_all(files, output, handle, at_end, before_wait);
+}
+
+ExitStatus read_capture_bytes(std::vector<CaptureFile> const &files, Output &output, FrameBytesHandler const &handle)
+{
+    return read_all(files, output, handle, AtEnd::stop, {});
 }
 
 void reread_captures(std::vector<CaptureFile> const &files, FrameHandler const &handle)
 {
-    try {
-        for (auto const &file : files) {
-            InputFile input(file.path);
-            CaptureReader reader(input);
-            for (auto step = reader.next(); step != Step::end && step != Step::failure; step = reader.next()) {
-                if (step == Step::frame && reader.frame().report_case() != capture::v1::Frame::REPORT_NOT_SET)
-                    (void)handle(reader.frame(), {file.name, reader.number(), reader.offset()});
-            }
-        }
-    } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the rest is not wanted
-    }
+    reread_all(files, handle);
+}
+
+void reread_capture_bytes(std::vector<CaptureFile> const &files, FrameBytesHandler const &handle)
+{
+    reread_all(files, handle);
 }
 
 } // namespace tarnwick::program

@@ -11,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarnwick::program {
@@ -20,6 +21,10 @@ class EnoughResults : public std::exception {};
 
 /// Handles a frame with a known report. Returns the fault of the report, if any. May throw `EnoughResults`.
 using FrameHandler = std::function<std::optional<std::string>(capture::v1::Frame const &frame, Origin const &origin)>;
+
+/// Handles the bytes of a frame too, without its length. They are valid during the call.
+using FrameBytesHandler =
+    std::function<std::optional<std::string>(capture::v1::Frame const &frame, std::string_view bytes)>;
 
 /// A capture file.
 struct CaptureFile {
@@ -37,7 +42,11 @@ std::vector<CaptureFile> capture_files(std::vector<std::string> const &names);
 ExitStatus read_captures(std::vector<CaptureFile> const &files, Output &output, FrameHandler const &handle,
                          AtEnd at_end = AtEnd::stop, std::function<void()> const &before_wait = {});
 
-/// Reads captures again, without messages.
+/// The same for a command that needs the bytes of frames.
+ExitStatus read_capture_bytes(std::vector<CaptureFile> const &files, Output &output, FrameBytesHandler const &handle);
+
+/// These read captures again, without messages.
 void reread_captures(std::vector<CaptureFile> const &files, FrameHandler const &handle);
+void reread_capture_bytes(std::vector<CaptureFile> const &files, FrameBytesHandler const &handle);
 
 } // namespace tarnwick::program

@@ -1,6 +1,7 @@
 #include "capture/record_feed.h"
 
 #include "capture/report_parser.h"
+#include "live/frame_choice.h"
 #include "print/record_selection.h"
 #include "requests/activity_sink.h"
 #include "requests/dialect_differences.h"
@@ -263,6 +264,7 @@ void RecordFeed<Sink>::build(ReportSource const &source, std::string_view view, 
 
 template class RecordFeed<ActivitySink>;
 template class RecordFeed<DialectDifferences>;
+template class RecordFeed<FrameChoice>;
 template class RecordFeed<RecordSelection>;
 template class RecordFeed<RecordsSink>;
 template class RecordFeed<StatementSink>;

@@ -28,13 +28,6 @@ namespace {
 
 constexpr std::size_t written_at_once = 65'536;
 
-void append_varint(std::string &bytes, std::uint64_t value)
-{
-    for (; value >= 0x80; value >>= 7U)
-        bytes.push_back(static_cast<char>((value & 0x7fU) | 0x80U));
-    bytes.push_back(static_cast<char>(value));
-}
-
 /// The frames at the start of a file.
 class FrameScan {
 public:
