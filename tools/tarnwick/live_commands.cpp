@@ -1,6 +1,7 @@
 #include "live_commands.h"
 
 #include "live/frame_check.h"
+#include "live/nats_source.h"
 #include "requests/quantity.h"
 #include "requests/request_columns.h"
 
@@ -43,12 +44,14 @@ void read_rotation(std::string const &text, RecordOptions &options)
 
 void add_record(CLI::App &app, RecordOptions &options, RecordArguments &arguments, Command &command)
 {
-    auto &sub = add_command(app, "record", "Receive frames over ZeroMQ and write a capture",
+    auto &sub = add_command(app, "record", "Receive frames over ZeroMQ or from a stream, and write a capture",
                             "usage: tarnwick record [OPTION...] -o FILE ENDPOINT...");
-    sub.add_option("ENDPOINT", arguments.endpoints, "addresses of sockets: tcp://HOST:PORT or ipc://PATH")
+    sub.add_option("ENDPOINT", arguments.endpoints,
+                   "addresses of sockets, tcp://HOST:PORT or ipc://PATH, or one stream, nats://HOST:PORT/STREAM")
         ->type_name("")
         ->required();
-    sub.add_option("-o,--output", options.output, "capture to create or to continue")
+    sub.add_option("-o,--output", options.output,
+                   "capture to create or to continue, or a stream, nats://HOST:PORT/STREAM")
         ->type_name("FILE")
         ->required()
         ->take_last();
@@ -61,9 +64,24 @@ void add_record(CLI::App &app, RecordOptions &options, RecordArguments &argument
         ->type_name("SIZE")
         ->take_last();
     add_access_options(sub, options.access);
-    sub.footer("Exit status: 0 a signal ended the program, 2 wrong usage, 3 a socket cannot be opened or FILE cannot be "
-               "written.");
+    sub.footer(
+        "Exit status: 0 a signal ended the program, 2 wrong usage, 3 a socket cannot be opened or FILE cannot be "
+        "written.");
     sub.callback([&, connects] {
+        if (NatsAddress::is_one(options.output)) {
+            read_argument("--output", [&] { NatsSource::check(options.output); });
+            if (!arguments.rotate.empty())
+                throw CLI::ValidationError("--rotate", "only for a file");
+        }
+        if (NatsAddress::is_one(arguments.endpoints.front())) {
+            options.stream = arguments.endpoints.front();
+            read_argument("ENDPOINT", [&] { NatsSource::check(*options.stream); });
+            if (arguments.endpoints.size() > 1)
+                throw CLI::ValidationError("ENDPOINT", "a stream is recorded alone");
+            if (NatsAddress::is_one(options.output))
+                throw CLI::ValidationError("--output", "a stream is recorded to a file");
+            arguments.endpoints.clear();
+        }
         for (auto const &text : arguments.endpoints)
             options.endpoints.push_back(read_argument("ENDPOINT", [&] { return Endpoint(text); }));
         options.attachment = connects->count() > 0 ? Attachment::connect : Attachment::bind;
@@ -74,8 +92,8 @@ void add_record(CLI::App &app, RecordOptions &options, RecordArguments &argument
         if (!arguments.max_frame.empty()) {
             auto const size = read_size(arguments.max_frame);
             if (!size || *size < 1 || *size > static_cast<long double>(max_frame_size))
-                throw CLI::ValidationError("--max-frame", fmt::format("'{}' is not a size from 1 byte to 1GiB",
-                                                                      arguments.max_frame));
+                throw CLI::ValidationError("--max-frame",
+                                           fmt::format("'{}' is not a size from 1 byte to 1GiB", arguments.max_frame));
             options.max_frame = static_cast<std::uint64_t>(*size);
         }
         command = [&options] { return record(options); };
@@ -137,10 +155,8 @@ void add_replay(CLI::App &app, ReplayOptions &options, ReplayArguments &argument
 
 void add_keys_command(CLI::App &app, KeysOptions &options, Command &command)
 {
-    auto &sub =
-        add_command(app, "keys", "Create keys for record and replay", "usage: tarnwick keys [OPTION...] NAME");
-    sub.add_option("NAME", options.name,
-                   "creates NAME.key, which must remain secret, and NAME.pub, for the other side")
+    auto &sub = add_command(app, "keys", "Create keys for record and replay", "usage: tarnwick keys [OPTION...] NAME");
+    sub.add_option("NAME", options.name, "creates NAME.key, which must remain secret, and NAME.pub, for the other side")
         ->type_name("");
     sub.footer("Exit status: 0 success, 2 wrong usage, 3 a file cannot be written.");
     sub.callback([&] {

@@ -14,9 +14,10 @@ namespace tarnwick::program {
 
 struct RecordOptions {
     std::vector<Endpoint> endpoints;
+    std::optional<std::string> stream; ///< a stream to record instead of endpoints
     Attachment attachment = Attachment::bind;
     AccessOptions access;
-    std::string output;
+    std::string output; ///< a file, or a stream
     /// When to begin a new file.
     std::optional<std::uint64_t> rotate_size;
     std::optional<std::chrono::nanoseconds> rotate_age;

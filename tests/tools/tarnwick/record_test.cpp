@@ -50,9 +50,9 @@ std::string counts(std::uint64_t written, std::uint64_t refused = 0, std::uint64
 class Record : public testing::Test {
 protected:
     /// Arguments of a recorder that binds a free port.
-    [[nodiscard]] Setup setup(std::vector<std::string> const &options = {}) const
+    [[nodiscard]] test::Setup setup(std::vector<std::string> const &options = {}) const
     {
-        Setup setup{.arguments = {"record", "--output=" + file, "tcp://127.0.0.1:*"}, .err = Sink::output};
+        test::Setup setup{.arguments = {"record", "--output=" + file, "tcp://127.0.0.1:*"}, .err = Sink::output};
         setup.arguments.insert(setup.arguments.end(), options.begin(), options.end());
         return setup;
     }
@@ -196,7 +196,7 @@ TEST_P(RecordEnds, after_the_frames_that_have_arrived)
 }
 
 INSTANTIATE_TEST_SUITE_P(With, RecordEnds, testing::Values(SIGHUP, SIGINT, SIGTERM),
-                         [](auto const &info) { return std::string(::sigabbrev_np(info.param)); });
+                         [](auto const &signal) { return std::string(::sigabbrev_np(signal.param)); });
 
 TEST_F(Record, prints_counts_on_request)
 {

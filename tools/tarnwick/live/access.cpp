@@ -112,9 +112,8 @@ Access::Access(ContextHandle const &context, Attachment attachment, AccessOption
     if (options_.curve_keys.empty())
         return;
     if (zmq_has("curve") == 0)
-        throw KeyFileError(
-            fmt::format("cannot use {}: this ZeroMQ library was built without CURVE (libsodium)",
-                        escaped_text(options_.curve_keys)));
+        throw KeyFileError(fmt::format("cannot use {}: this ZeroMQ library was built without CURVE (libsodium)",
+                                       escaped_text(options_.curve_keys)));
     keys_ = read_key_pair(options_.curve_keys);
     if (attachment_ == Attachment::bind)
         clients_.emplace(context, options_.allow);

@@ -34,7 +34,8 @@ Endpoint::Endpoint(std::string text)
 {
     if (text_.starts_with(ipc)) {
         path_ = text_.substr(ipc.size());
-        if (path_.empty() || path_.starts_with('@') || path_.starts_with('*') || path_.size() >= sizeof sockaddr_un{}.sun_path)
+        if (path_.empty() || path_.starts_with('@') || path_.starts_with('*') ||
+            path_.size() >= sizeof sockaddr_un{}.sun_path)
             throw std::invalid_argument(
                 fmt::format("'{}' does not name a file of at most {} bytes", text_, sizeof sockaddr_un{}.sun_path - 1));
         is_local_ = true;

@@ -1,6 +1,7 @@
 // In place of the sources that need the client library of NATS, in a build without it.
 
 #include "live/nats_source.h"
+#include "live/nats_streams.h"
 
 #include <stdexcept>
 
@@ -19,5 +20,16 @@ NatsSource::NatsSource(std::string const &address, bool follows)
 }
 
 NatsSource::~NatsSource() = default;
+
+std::unique_ptr<FrameTarget> open_nats_target(std::string const &address)
+{
+    NatsSource::check(address);
+    return nullptr;
+}
+
+void record_stream(std::string const &address, Recording & /*recording*/)
+{
+    NatsSource::check(address);
+}
 
 } // namespace tarnwick::program

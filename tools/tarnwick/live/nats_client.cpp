@@ -60,14 +60,24 @@ Options options_for(NatsAddress const &address)
     return options;
 }
 
+/// Returns what the library or the server says, without the library's line of code: `(conn.c:2143): text`.
+std::string text_of(natsStatus status)
+{
+    auto const *const last = nats_GetLastError(nullptr);
+    std::string const detail = last == nullptr ? "" : last;
+    auto const end = detail.starts_with('(') ? detail.find("): ") : std::string::npos;
+    if (detail.empty())
+        return natsStatus_GetText(status);
+    return end == std::string::npos ? detail : detail.substr(end + 3);
+}
+
 } // namespace
 
 void check_nats(natsStatus status)
 {
     if (status == NATS_OK)
         return;
-    auto const *const detail = nats_GetLastError(nullptr);
-    throw NatsError(detail != nullptr && *detail != '\0' ? detail : natsStatus_GetText(status));
+    throw NatsError(text_of(status));
 }
 
 NatsPlace place_of(NatsMessage const &message)
@@ -89,7 +99,8 @@ NatsClient::NatsClient(NatsAddress const &address, jsOptionsPublishAsync const &
     WithoutSignals const without_signals;
     auto const options = options_for(address);
     natsConnection *connection = nullptr;
-    check_nats(natsConnection_Connect(&connection, options.get()));
+    if (auto const status = natsConnection_Connect(&connection, options.get()); status != NATS_OK)
+        throw NatsError(fmt::format("cannot connect to {}: {}", address.text(), text_of(status)));
     connection_.reset(connection);
     jsOptions stream_options;
     check_nats(jsOptions_Init(&stream_options));

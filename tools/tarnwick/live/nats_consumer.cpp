@@ -11,8 +11,8 @@ namespace tarnwick::program {
 namespace {
 
 constexpr std::chrono::seconds longest_outage{120};
-
-using ConsumerInfo = std::unique_ptr<jsConsumerInfo, NatsDestroy<jsConsumerInfo_Destroy>>;
+/// After it, the servers send a frame again. Frames that a killed recorder had taken come after this time.
+constexpr std::chrono::seconds time_to_acknowledge{10};
 
 NatsSubscription subscribe_durably(NatsClient const &client, std::string const &stream, std::string const &name)
 {
@@ -20,6 +20,7 @@ NatsSubscription subscribe_durably(NatsClient const &client, std::string const &
     check_nats(jsSubOptions_Init(&options));
     options.Stream = stream.c_str();
     options.Config.AckPolicy = js_AckExplicit;
+    options.Config.AckWait = std::chrono::nanoseconds(time_to_acknowledge).count();
     natsSubscription *subscription = nullptr;
     check_nats(js_PullSubscribe(&subscription, client.jetstream(), ">", name.c_str(), nullptr, &options, nullptr));
     return NatsSubscription(subscription);
@@ -40,9 +41,6 @@ NatsConsumer::NatsConsumer(NatsAddress const &address, std::string const &name)
     , stream_id_(state_of(client_, address.stream()).id)
     , last_answer_(std::chrono::steady_clock::now())
 {
-    jsConsumerInfo *info = nullptr;
-    check_nats(natsSubscription_GetConsumerInfo(&info, subscription_.get(), nullptr, nullptr));
-    acknowledged_ = ConsumerInfo(info)->AckFloor.Stream;
 }
 
 std::vector<NatsMessage> NatsConsumer::receive()

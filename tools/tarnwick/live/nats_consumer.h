@@ -23,8 +23,6 @@ public:
     NatsConsumer(NatsAddress const &address, std::string const &name);
 
     [[nodiscard]] std::uint32_t stream_id() const { return stream_id_; }
-    /// All frames up to this number of the stream were acknowledged before.
-    [[nodiscard]] std::uint64_t acknowledged() const { return acknowledged_; }
 
     /// Returns the frames that have arrived; waits if there are none. Throws `NatsError`, not for an outage that can
     /// end.
@@ -38,7 +36,6 @@ private:
     NatsClient client_;
     NatsSubscription subscription_;
     std::uint32_t stream_id_ = 0;
-    std::uint64_t acknowledged_ = 0;
     std::chrono::steady_clock::time_point last_answer_;
 };
 

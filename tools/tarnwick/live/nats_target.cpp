@@ -69,13 +69,15 @@ struct NatsTarget::Results {
     std::mutex mutex;
     std::condition_variable changed;
     std::uint64_t pending = 0;          ///< bytes without acknowledgement
+    std::uint64_t written = 0;          ///< frames with acknowledgement
     std::deque<NatsMessage> failed;     ///< to be published again
     std::optional<std::string> refusal; ///< why the server does not take a frame
     std::chrono::steady_clock::time_point last_success = std::chrono::steady_clock::now();
 };
 
 NatsTarget::NatsTarget(NatsAddress const &address)
-    : results_(Results::create())
+    : name_(address.text())
+    , results_(Results::create())
     , client_(address, {0, handle_result, &results_, nullptr, nullptr, 0})
     , id_prefix_(random_prefix())
 {
@@ -96,6 +98,7 @@ void NatsTarget::handle_result(jsCtx * /*context*/, natsMsg *message, jsPubAck *
     std::lock_guard const lock(self.mutex);
     if (error == nullptr) {
         self.pending -= bytes_of(owned).size();
+        ++self.written;
         self.last_success = std::chrono::steady_clock::now();
     } else if (is_temporary(*error)) {
         self.failed.push_back(std::move(owned));
@@ -110,7 +113,7 @@ std::uint64_t NatsTarget::max_frame() const
     return static_cast<std::uint64_t>(natsConnection_GetMaxPayload(client_.connection()));
 }
 
-void NatsTarget::write(std::string_view frame)
+void NatsTarget::append(std::string_view frame)
 {
     wait_until_at_most(max_pending);
     natsMsg *created = nullptr;
@@ -128,7 +131,18 @@ void NatsTarget::write(std::string_view frame)
 
 void NatsTarget::flush()
 {
+    wait_until_at_most(max_pending);
+}
+
+void NatsTarget::sync()
+{
     wait_until_at_most(0);
+}
+
+std::uint64_t NatsTarget::written() const
+{
+    std::lock_guard const lock(results_.mutex);
+    return results_.written;
 }
 
 void NatsTarget::wait_until_at_most(std::uint64_t bytes)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "live/frame_target.h"
 #include "live/nats_client.h"
 
 #include <chrono>
@@ -12,7 +13,7 @@ namespace tarnwick::program {
 /// Publishes frames to a stream of NATS. A stream that does not exist is created, on three servers if the address names
 /// three or more, otherwise on one. A frame whose acknowledgement does not arrive is published again with the same id,
 /// by which the server recognises it for two minutes.
-class NatsTarget {
+class NatsTarget final : public FrameTarget {
 public:
     /// More bytes are not sent before the server has acknowledged some.
     static constexpr std::uint64_t max_pending = std::uint64_t{32} << 20;
@@ -21,16 +22,17 @@ public:
 
     /// Throws `NatsError`.
     explicit NatsTarget(NatsAddress const &address);
-    ~NatsTarget() = default;
-    NatsTarget(NatsTarget const &) = delete;
-    NatsTarget &operator=(NatsTarget const &) = delete;
 
-    /// The largest frame that the server takes, in bytes.
-    [[nodiscard]] std::uint64_t max_frame() const;
-    /// Publishes a frame. Waits while too much is not acknowledged. Throws `NatsError`.
-    void write(std::string_view frame);
-    /// Waits until all frames are acknowledged. Throws `NatsError`.
-    void flush();
+    /// Waits while too much is not acknowledged. These throw `NatsError`.
+    void append(std::string_view frame) override;
+    /// Resends what failed.
+    void flush() override;
+    /// Waits until all frames are acknowledged.
+    void sync() override;
+
+    [[nodiscard]] std::string const &name() const override { return name_; }
+    [[nodiscard]] std::uint64_t written() const override;
+    [[nodiscard]] std::uint64_t max_frame() const override;
 
 private:
     struct Results;
@@ -40,6 +42,7 @@ private:
     void wait_until_at_most(std::uint64_t bytes);
     void publish(NatsMessage message);
 
+    std::string name_;
     Results &results_;
     NatsClient client_;
     std::string subject_;

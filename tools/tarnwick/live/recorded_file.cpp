@@ -156,8 +156,7 @@ void RecordedFile::continue_existing()
     if (!scan.is_incomplete())
         fail(fmt::format("byte {} is not the start of a frame; write its frames to a new file with `tarnwick recover`",
                          scan.end()));
-    print_error(
-        fmt::format("{}: removed {} bytes of an incomplete frame\n", escaped_text(name_), size_ - scan.end()));
+    print_error(fmt::format("{}: removed {} bytes of an incomplete frame\n", escaped_text(name_), size_ - scan.end()));
     if (::ftruncate(descriptor_, static_cast<off_t>(scan.end())) != 0)
         fail(error_text(errno));
     size_ = scan.end();
@@ -227,19 +226,19 @@ void RecordedFile::remove_incomplete(std::size_t size)
     }
     buffer_.clear();
     struct stat status = {};
-    if (::fstat(descriptor_, &status) == 0)
-        [[maybe_unused]] auto const result = ::ftruncate(descriptor_, status.st_size - static_cast<off_t>(size - end));
+    if (::fstat(descriptor_, &status) == 0) [[maybe_unused]]
+        auto const result = ::ftruncate(descriptor_, status.st_size - static_cast<off_t>(size - end));
 }
 
 void RecordedFile::sync()
 {
+    flush();
     if (::fsync(descriptor_) != 0)
         fail(error_text(errno));
 }
 
 std::string RecordedFile::rotate()
 {
-    flush();
     sync();
     auto const now = std::time(nullptr);
     unsigned number = 1;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "live/frame_check.h"
+#include "live/frame_target.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -9,32 +12,28 @@ namespace tarnwick::program {
 
 /// Capture that grows while frames are appended to it. The file always ends with a whole frame, unless the process is
 /// killed while it writes. A lock keeps other processes from writing it.
-class RecordedFile {
+class RecordedFile final : public FrameTarget {
 public:
     /// Opens or creates a file. Removes an incomplete frame at the end of an existing one, with a message. Throws
     /// `WriteError` if the file cannot be opened, is no capture, or is written by another process.
     explicit RecordedFile(std::string name);
     /// Drops the frames that are not written yet.
-    ~RecordedFile();
-    RecordedFile(RecordedFile const &) = delete;
-    RecordedFile &operator=(RecordedFile const &) = delete;
+    ~RecordedFile() override;
 
-    /// Appends a frame with its length. Readers see it after `flush`, or after a number of other frames. Throws
-    /// `WriteError`; the whole frames that were written remain.
-    void append(std::string_view frame);
-    /// Writes the frames that were appended. Throws `WriteError`.
-    void flush();
-    /// Stores the content on the disk. Throws `WriteError`.
-    void sync();
+    /// These throw `WriteError`; the whole frames that were written remain.
+    void append(std::string_view frame) override;
+    void flush() override;
+    void sync() override;
     /// Writes and stores all frames, renames the file to a name with the current time, and begins a new file. Returns
     /// the name. Throws `WriteError`.
     std::string rotate();
 
-    [[nodiscard]] std::string const &name() const { return name_; }
+    [[nodiscard]] std::string const &name() const override { return name_; }
     /// The size of the file with the frames that were appended, in bytes.
     [[nodiscard]] std::uint64_t size() const { return size_ + buffer_.size(); }
     /// The number of frames that this object has written completely, to all files.
-    [[nodiscard]] std::uint64_t written() const { return written_; }
+    [[nodiscard]] std::uint64_t written() const override { return written_; }
+    [[nodiscard]] std::uint64_t max_frame() const override { return max_frame_size; }
 
 private:
     void open(int flags);
