@@ -12,18 +12,26 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include <zmq.h>
 
 namespace tarnwick::program {
 namespace {
 
-/// The number of complete messages that wait for each sender. One more is being received.
-constexpr int waiting_messages = 1;
+/// The bytes that wait in the queue of a sender, if all frames are as large as the largest of the recent ones. ZeroMQ
+/// loses messages of a sender that closes an ipc connection while its queue is full, so queues of small frames are long.
+constexpr std::uint64_t max_waiting_bytes = 32'000'000;
+/// What a message in a queue takes at least, in bytes.
+constexpr std::uint64_t min_message_size = 320;
+/// The number of messages after which a large frame is no longer recent.
+constexpr std::uint64_t recent_messages = 4'096;
+
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
 constexpr std::uint64_t max_bytes_at_end = 256'000'000;
 
@@ -31,7 +39,7 @@ SocketHandle open_receiver(ContextHandle const &context, Access const &access, E
                            RecordOptions const &options)
 {
     auto socket = open_socket(context, ZMQ_PULL);
-    set_option(socket, ZMQ_RCVHWM, waiting_messages);
+    set_option(socket, ZMQ_RCVHWM, static_cast<int>(max_waiting_bytes / min_message_size));
     auto const largest = static_cast<std::int64_t>(options.max_frame);
     check_zeromq(zmq_setsockopt(socket.get(), ZMQ_MAXMSGSIZE, &largest, sizeof largest));
     access.attach(socket, endpoint);
@@ -75,6 +83,7 @@ private:
     void answer_clients();
     bool receive_from_all();
     void take_message(SocketHandle const &socket);
+    void limit_queues(std::uint64_t size);
     void wait();
 
     Recording &recording_;
@@ -82,6 +91,10 @@ private:
     Access access_;
     std::vector<SocketHandle> sockets_;
     zeromq::msg_t message_;
+    std::uint64_t received_ = 0; ///< messages
+    std::uint64_t received_bytes_ = 0; ///< with what each message takes at least
+    std::uint64_t largest_ = min_message_size; ///< message that the queues are made for, in bytes
+    std::uint64_t largest_recent_ = 0;
 };
 
 void Receivers::receive_until_end()
@@ -96,8 +109,8 @@ void Receivers::receive_until_end()
             wait();
         }
     }
-    auto const most = recording_.bytes() + max_bytes_at_end;
-    while (recording_.bytes() < most && receive_from_all()) {
+    auto const most = received_bytes_ + max_bytes_at_end;
+    while (received_bytes_ < most && receive_from_all()) {
     }
 }
 
@@ -138,6 +151,7 @@ bool Receivers::receive_from_all()
 void Receivers::take_message(SocketHandle const &socket)
 {
     if (zmq_msg_more(message_.handle()) == 0) {
+        limit_queues(message_.size());
         recording_.take({message_.data(), message_.size()});
         return;
     }
@@ -146,12 +160,33 @@ void Receivers::take_message(SocketHandle const &socket)
         receive(socket, message_, 0);
         size += message_.size();
     }
+    limit_queues(size);
     recording_.refuse_parts(size);
+}
+
+/// Makes the queues as long as the sizes of recent messages permit.
+void Receivers::limit_queues(std::uint64_t size)
+{
+    received_bytes_ += std::max(size, min_message_size);
+    largest_recent_ = std::max(largest_recent_, size);
+    bool const is_over = ++received_ % recent_messages == 0;
+    if (largest_recent_ <= largest_ && !is_over)
+        return;
+    if (auto const before = std::exchange(largest_, std::max(largest_recent_, min_message_size)); before != largest_) {
+        auto const waiting = static_cast<int>(std::max<std::uint64_t>(max_waiting_bytes / largest_, 1));
+        for (auto const &socket : sockets_)
+            set_option(socket, ZMQ_RCVHWM, waiting);
+    }
+    if (is_over)
+        largest_recent_ = 0;
 }
 
 /// Waits for messages, signals, and the time of the next rotation or line of progress.
 void Receivers::wait()
 {
+    // Taking a request for a report can take the wake-up of this one too.
+    if (Interrupt::requested())
+        return;
     std::vector<zmq_pollitem_t> items;
     for (auto const &socket : sockets_)
         items.push_back({.socket = socket.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0});

@@ -10,15 +10,21 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::test::record_test {
@@ -88,7 +94,7 @@ TEST_F(Record, writes_messages_unchanged_with_their_lengths)
 
 TEST_F(Record, receives_from_several_senders_and_sockets)
 {
-    constexpr int frames = is_sanitized ? 2'000 : 20'000;
+    constexpr int frames = is_sanitized ? 500 : 2'000;
     Program recorder(setup({ipc()}));
     auto const tcp = address_from(recorder);
     EXPECT_EQ(address_from(recorder), ipc());
@@ -110,6 +116,23 @@ TEST_F(Record, receives_from_several_senders_and_sockets)
     auto const listed = run({.arguments = {"ls", "--columns=request_id", "--format=csv", file}});
     EXPECT_EQ(std::ranges::count(listed.out, '\n'), 3 * frames + 1);
     EXPECT_EQ(listed.status, 0);
+}
+
+TEST_F(Record, loses_none_of_many_frames)
+{
+    constexpr std::uint64_t frames = is_sanitized ? 20'000 : 200'000;
+    Program recorder(setup());
+    std::uintmax_t size = 0;
+    {
+        Sender sender(address_from(recorder));
+        for (std::uint64_t id = 1; id <= frames; ++id) {
+            sender.send(frame(id));
+            size += delimited(frame(id)).size();
+        }
+    }
+    wait_for_size(file, size);
+    EXPECT_EQ(end(recorder).out, counts(frames));
+    EXPECT_EQ(std::filesystem::file_size(file), size);
 }
 
 TEST_F(Record, connects_to_senders)
@@ -196,7 +219,7 @@ TEST_P(RecordEnds, after_the_frames_that_have_arrived)
 }
 
 INSTANTIATE_TEST_SUITE_P(With, RecordEnds, testing::Values(SIGHUP, SIGINT, SIGTERM),
-                         [](auto const &signal) { return std::string(::sigabbrev_np(signal.param)); });
+                         [](auto const &instance) { return std::string(::sigabbrev_np(instance.param)); });
 
 TEST_F(Record, prints_counts_on_request)
 {
@@ -425,22 +448,56 @@ TEST_F(RecordRotates, at_an_age)
 
 TEST_F(RecordRotates, while_the_capture_is_followed)
 {
-    Program recorder(setup({"--rotate=1B"}));
+    Program recorder(setup({"--rotate=10B"})); // two frames
     auto const address = address_from(recorder);
+    send_all(address, {frame(1)});
+    wait_for_size(file, request_end(1).size());
     Program follower({.arguments = {"inspect", "--follow", "--format=jsonl", file}});
-    for (std::uint64_t id = 1; id <= 5; ++id) {
-        send_all(address, {frame(id)});
-        recorder.read_line();
+    for (std::uint64_t id = 1; id <= 6; ++id) {
+        if (id > 1)
+            send_all(address, {frame(id)});
+        EXPECT_THAT(follower.read_line(), HasSubstr(fmt::format(R"("request_id":{})", id)));
     }
-    end(recorder);
-    // A file of its own name again: the last frame is in a renamed one.
-    std::ofstream(file, std::ios::binary | std::ios::app) << request_end(6);
-    for (std::uint64_t id = 6; id <= 6; ++id) {
-        auto line = follower.read_line();
-        while (!line.empty() && line.find(R"("request_id":6)") == std::string::npos)
-            line = follower.read_line();
-        EXPECT_FALSE(line.empty());
-    }
+    EXPECT_EQ(finished_in(end(recorder).out).size(), 3U);
+}
+
+// The recorder cannot continue while its standard error is a full pipe.
+TEST_F(Record, makes_a_sender_of_large_frames_wait)
+{
+    if (is_sanitized)
+        GTEST_SKIP() << "sanitizers need memory of their own";
+    constexpr int frames = 40;
+    constexpr std::int64_t max_growth = 64'000; // kB
+    Frame chunk;
+    chunk.set_ct_data(std::string(4'000'000, 'x'));
+    auto const bytes = chunk.SerializeAsString();
+    Pipe err;
+    auto const capacity = ::fcntl(err.writer, F_SETPIPE_SZ, 4096);
+    Program recorder({.arguments = {"record", "-o", file, ipc()}, .err = Sink::output, .out_file = err.writer});
+    wait_for(folder.path(), [&] { return std::filesystem::exists(folder.path() + "/s"); });
+    Sender sender(ipc());
+    sender.set(ZMQ_SNDHWM, 1);
+    sender.send(bytes);
+    wait_for_size(file, delimited(bytes).size());
+    auto const before = recorder.memory("VmHWM");
+
+    int used = 0;
+    ASSERT_EQ(::ioctl(err.reader, FIONREAD, &used), 0);
+    write_all(err.writer, std::string(static_cast<std::size_t>(capacity - used), '\n'));
+    recorder.send(SIGUSR1);
+    sender.set(ZMQ_SNDTIMEO, 2'000); // a slow machine makes it wait for less
+    std::uint64_t sent = 1;
+    while (sent < frames && sender.send(bytes))
+        ++sent;
+    EXPECT_LT(sent, frames);
+    EXPECT_LT(recorder.memory("VmHWM") - before, max_growth);
+
+    std::thread reader([&] { detail::read_all(err.reader); });
+    wait_for_size(file, sent * delimited(bytes).size());
+    EXPECT_EQ(end(recorder).status, 0);
+    err.writer.reset();
+    reader.join();
+    EXPECT_EQ(std::filesystem::file_size(file), sent * delimited(bytes).size());
 }
 
 TEST_F(Record, needs_no_standard_error)

@@ -44,6 +44,8 @@ void Recording::take(std::string_view message)
         return;
     }
     bytes_ += message.size();
+    if (file_ != nullptr && file_->size() == 0)
+        opened_ = Clock::now();
     target_->append(message);
     if (frame->start)
         requests_.add(*frame->start);

@@ -9,8 +9,8 @@
 
 namespace tarnwick::program {
 
-/// Counts requests by their starts. A request whose start both dialects report counts once, if at most `remembered`
-/// other requests start between the two reports.
+/// Counts requests by their starts. A request whose start both dialects report counts once, if fewer than
+/// `remembered` other requests start between the two reports.
 class StartedRequests {
 public:
     static constexpr std::size_t remembered = 4'096;
