@@ -9,8 +9,9 @@ namespace tarnwick::program {
 
 /// How fast frames are sent.
 struct Pace {
-    long double speed = 1;           ///< divides the times between frames; positive
-    std::optional<long double> rate; ///< frames a second, whatever their times; positive
+    long double speed = 1; ///< divides the times between frames; positive
+    /// Frames a second, whatever their times; positive.
+    std::optional<long double> rate = {}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 /// Computes when the frames of captures are sent. Has no clock.
