@@ -121,6 +121,16 @@ Access::Access(ContextHandle const &context, Attachment attachment, AccessOption
         server_key_ = read_public_key(options_.server_key);
 }
 
+// ZeroMQ leaves the files. Another process can have replaced one since the sockets were closed.
+Access::~Access()
+{
+    for (auto const &[path, device, inode] : files_) {
+        struct stat file = {};
+        if (::lstat(path.c_str(), &file) == 0 && file.st_dev == device && file.st_ino == inode)
+            ::unlink(path.c_str());
+    }
+}
+
 void Access::set_keys(SocketHandle const &socket) const
 {
     set_text_option(socket, ZMQ_CURVE_PUBLICKEY, keys_->public_key);
@@ -131,7 +141,7 @@ void Access::set_keys(SocketHandle const &socket) const
         set_text_option(socket, ZMQ_CURVE_SERVERKEY, server_key_);
 }
 
-void Access::attach(SocketHandle const &socket, Endpoint const &endpoint) const
+void Access::attach(SocketHandle const &socket, Endpoint const &endpoint)
 {
     check_access(options_, attachment_, endpoint);
     bool const binds = attachment_ == Attachment::bind;
@@ -157,13 +167,12 @@ void Access::attach(SocketHandle const &socket, Endpoint const &endpoint) const
         if ((binds ? zmq_bind(socket.get(), address) : zmq_connect(socket.get(), address)) < 0)
             error = zmq_errno();
     }
-    if (error == EINVAL)
-        fail("the host or the port is not valid");
-    if (error == ENODEV)
-        fail("this machine has no such address, and names cannot be bound");
     // The descriptions of ZeroMQ include those of the system.
     if (error != 0)
         fail(zmq_strerror(error));
+    struct stat file = {};
+    if (binds && !endpoint.path().empty() && ::lstat(endpoint.path().c_str(), &file) == 0)
+        files_.push_back({.path = endpoint.path(), .device = file.st_dev, .inode = file.st_ino});
 }
 
 } // namespace tarnwick::program

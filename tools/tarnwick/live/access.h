@@ -5,9 +5,10 @@
 #include "live/zap_handler.h"
 #include "live/zeromq.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
+#include <vector>
 
 namespace tarnwick::program {
 
@@ -41,15 +42,25 @@ public:
     /// and `std::bad_alloc`.
     Access(ContextHandle const &context, Attachment attachment, AccessOptions options);
 
-    /// Binds or connects a socket; a socket can have several addresses. An `ipc` file that is bound has mode 0600, and
-    /// closing the socket removes the file. Binding raises the limit of open files as far as the system permits. Throws
+    /// Removes the files of `ipc` addresses that were bound.
+    ~Access();
+    Access(Access const &) = delete;
+    Access &operator=(Access const &) = delete;
+
+    /// Binds or connects a socket; a socket can have several addresses. An `ipc` file that is bound has mode 0600. Binding raises the limit of open files as far as the system permits. Throws
     /// `std::invalid_argument` as `check_access`, and `SocketError` with the address and the reason.
-    void attach(SocketHandle const &socket, Endpoint const &endpoint) const;
+    void attach(SocketHandle const &socket, Endpoint const &endpoint);
 
     /// Decides which clients may connect; null if no keys are used or the sockets connect.
     [[nodiscard]] ZapHandler *clients() { return clients_ ? &*clients_ : nullptr; }
 
 private:
+    struct BoundFile {
+        std::string path;
+        dev_t device;
+        ino_t inode;
+    };
+
     void set_keys(SocketHandle const &socket) const;
 
     Attachment attachment_;
@@ -57,6 +68,7 @@ private:
     std::optional<KeyPair> keys_;
     std::string server_key_;
     std::optional<ZapHandler> clients_;
+    std::vector<BoundFile> files_;
 };
 
 } // namespace tarnwick::program

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include <arpa/inet.h>
+#include <charconv>
 #include <netinet/in.h>
 #include <stdexcept>
 #include <string_view>
 #include <sys/un.h>
+#include <system_error>
 #include <utility>
 
 namespace tarnwick::program {
@@ -14,6 +16,14 @@ namespace {
 
 constexpr std::string_view tcp = "tcp://";
 constexpr std::string_view ipc = "ipc://";
+
+bool is_port(std::string_view text)
+{
+    constexpr unsigned largest = 65535;
+    unsigned port = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return text == "*" || (error == std::errc() && end == text.data() + text.size() && port > 0 && port <= largest);
+}
 
 } // namespace
 
@@ -42,7 +52,7 @@ Endpoint::Endpoint(std::string text)
         return;
     }
     auto const colon = text_.rfind(':');
-    if (!text_.starts_with(tcp) || colon <= tcp.size() || colon + 1 == text_.size())
+    if (!text_.starts_with(tcp) || colon <= tcp.size() || !is_port(std::string_view(text_).substr(colon + 1)))
         throw std::invalid_argument(fmt::format("'{}' is neither tcp://HOST:PORT nor ipc://PATH", text_));
     is_local_ = is_loopback_host(text_.substr(tcp.size(), colon - tcp.size()));
 }

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <netinet/in.h>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -51,15 +52,22 @@ struct Event {
 /// Receiver that checks clients, and records what happens.
 class Server {
 public:
-    explicit Server(AccessOptions const &options, std::string const &endpoint = "tcp://127.0.0.1:*")
+    explicit Server(AccessOptions const &options, std::string const &endpoint = "tcp://127.0.0.1:*",
+                    int handshake_milliseconds = 30'000)
         : access_(context_, Attachment::bind, options)
         , socket_(open_socket(context_, ZMQ_PULL))
         , monitor_(open_socket(context_, ZMQ_PAIR))
     {
         EXPECT_EQ(zmq_socket_monitor(socket_.get(), "inproc://monitor", ZMQ_EVENT_ALL), 0);
         EXPECT_EQ(zmq_connect(monitor_.get(), "inproc://monitor"), 0);
+        set_option(socket_, ZMQ_HANDSHAKE_IVL, handshake_milliseconds);
         access_.attach(socket_, Endpoint(endpoint));
     }
+
+    // The thread of ZeroMQ waits for a reader of its events.
+    ~Server() { zmq_socket_monitor(socket_.get(), nullptr, 0); }
+    Server(Server const &) = delete;
+    Server &operator=(Server const &) = delete;
 
     /// Receives and admits until the condition is true.
     template <class Condition>
@@ -67,9 +75,10 @@ public:
     {
         while (!condition()) {
             auto *const clients = access_.clients() == nullptr ? nullptr : access_.clients()->socket();
-            std::array<zmq_pollitem_t, 3> items{{{.socket = monitor_.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0},
-                                                 {.socket = socket_.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0},
-                                                 {.socket = clients, .fd = 0, .events = ZMQ_POLLIN, .revents = 0}}};
+            std::array<zmq_pollitem_t, 3> items{
+                {{.socket = monitor_.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0},
+                 {.socket = socket_.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0},
+                 {.socket = clients, .fd = 0, .events = ZMQ_POLLIN, .revents = 0}}};
             ASSERT_GT(zmq_poll(items.data(), clients == nullptr ? 2 : 3, -1), 0);
             if (items[0].revents != 0)
                 receive_event();
@@ -163,8 +172,7 @@ protected:
     }
     [[nodiscard]] AccessOptions client_options(std::string const &keys, std::string const &server = "server") const
     {
-        return {
-            .curve_keys = folder_.path(keys + ".key"), .allow = {}, .server_key = folder_.path(server + ".pub")};
+        return {.curve_keys = folder_.path(keys + ".key"), .allow = {}, .server_key = folder_.path(server + ".pub")};
     }
     /// Expects that no message arrived, and that a client with an allowed key still gets through.
     void expect_only_good_client(Server &server) const
@@ -241,9 +249,9 @@ TEST_F(Clients, are_admitted_and_refused_as_the_list_changes)
     EXPECT_THAT(server.messages(), ElementsAre("added", "good"));
 }
 
-TEST_F(Clients, wait_while_the_list_cannot_be_used)
+TEST_F(Clients, try_again_while_the_list_cannot_be_used)
 {
-    Server server(server_options());
+    Server server(server_options(), "tcp://127.0.0.1:*", 1000);
     auto const damaged = folder_.write("allowed/damaged.pub", "damaged");
     Client const good(server.endpoint(), "good", client_options("allowed/good"));
     server.serve_until_event(ZMQ_EVENT_HANDSHAKE_FAILED_AUTH, 2);
@@ -309,7 +317,7 @@ TEST_P(Strangers, are_disconnected_without_a_message)
     expect_only_good_client(server);
 }
 
-Stranger const strangers[] = {
+Stranger const kinds_of_strangers[] = {
     {"silent", ""},
     {"http", "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n"},
     {"tls_hello", std::string("\x16\3\1\0\x05\1\0\0\1\3", 10)},
@@ -321,7 +329,7 @@ Stranger const strangers[] = {
     {"old_protocol_1", std::string("\1\0\4\0bad", 7)},
     {"old_protocol_2", std::string("\xff\0\0\0\0\0\0\0\1\x7f\1\x08\0\0\0\3bad", 19)},
 };
-INSTANTIATE_TEST_SUITE_P(Bytes, Strangers, rows(strangers), by_name);
+INSTANTIATE_TEST_SUITE_P(Bytes, Strangers, rows(kinds_of_strangers), by_name);
 
 TEST_F(Clients, get_through_while_1000_connections_are_half_open)
 {
@@ -371,8 +379,7 @@ TEST_F(Clients, are_refused_if_the_request_is_not_valid)
              {"1.0", "7", "", "127.0.0.1", "", "CURVE", key},
          }) {
         Server server(server_options());
-        EXPECT_THAT(reply_to(parts, server),
-                    ElementsAre("1.0", parts.size() > 1 ? parts[1] : "", "400", "", "", ""));
+        EXPECT_THAT(reply_to(parts, server), ElementsAre("1.0", parts.size() > 1 ? parts[1] : "", "400", "", "", ""));
         EXPECT_EQ(server.clients().refused(), 1U);
     }
 }
@@ -383,7 +390,8 @@ TEST_F(Clients, are_checked_with_files_that_have_no_fault)
     auto const options = server_options();
     folder_.write("allowed/damaged.pub", "damaged");
     EXPECT_THROW(Access(context, Attachment::bind, options), KeyFileError);
-    EXPECT_THROW(Access(context, Attachment::bind, {.curve_keys = folder_.path("none"), .allow = options.allow, .server_key = {}}),
+    EXPECT_THROW(Access(context, Attachment::bind,
+                        {.curve_keys = folder_.path("none"), .allow = options.allow, .server_key = {}}),
                  KeyFileError);
     EXPECT_THROW(Access(context, Attachment::connect,
                         {.curve_keys = folder_.path("bad.key"), .allow = {}, .server_key = folder_.path("none")}),
@@ -417,25 +425,46 @@ Rule const rules[] = {
     {"bind_local_file", {}, Attachment::bind, "ipc:///run/tarnwick.sock", ""},
     {"bind_loopback", {}, Attachment::bind, "tcp://127.0.0.1:5555", ""},
     {"connect_loopback", {}, Attachment::connect, "tcp://[::1]:5555", ""},
-    {"bind_public", {}, Attachment::bind, "tcp://*:5555",
+    {"bind_public",
+     {},
+     Attachment::bind,
+     "tcp://*:5555",
      "'tcp://*:5555' is not only for this machine: use --curve-keys and --allow, or an address ipc:// or "
      "tcp://127.0.0.1:PORT"},
-    {"connect_public", {}, Attachment::connect, public_address,
+    {"connect_public",
+     {},
+     Attachment::connect,
+     public_address,
      "'tcp://192.0.2.1:5555' is not only for this machine: use --curve-keys and --server-key, or an address ipc:// or "
      "tcp://127.0.0.1:PORT"},
     {"bind_public_with_keys", {"k", "a", ""}, Attachment::bind, "tcp://*:5555", ""},
     {"connect_public_with_keys", {"k", "", "s"}, Attachment::connect, public_address, ""},
-    {"bind_without_list", {"k", "", ""}, Attachment::bind, "tcp://*:5555",
+    {"bind_without_list",
+     {"k", "", ""},
+     Attachment::bind,
+     "tcp://*:5555",
      "--curve-keys also requires --allow, with the keys of the clients"},
-    {"bind_local_without_list", {"k", "", ""}, Attachment::bind, "ipc://a",
+    {"bind_local_without_list",
+     {"k", "", ""},
+     Attachment::bind,
+     "ipc://a",
      "--curve-keys also requires --allow, with the keys of the clients"},
-    {"connect_without_server_key", {"k", "", ""}, Attachment::connect, public_address,
+    {"connect_without_server_key",
+     {"k", "", ""},
+     Attachment::connect,
+     public_address,
      "--curve-keys also requires --server-key"},
     {"list_without_keys", {"", "a", ""}, Attachment::bind, "ipc://a", "--allow requires --curve-keys"},
     {"server_key_without_keys", {"", "", "s"}, Attachment::connect, "ipc://a", "--server-key requires --curve-keys"},
-    {"bind_with_server_key", {"k", "a", "s"}, Attachment::bind, "ipc://a",
+    {"bind_with_server_key",
+     {"k", "a", "s"},
+     Attachment::bind,
+     "ipc://a",
      "--server-key is only for addresses that are connected to"},
-    {"connect_with_list", {"k", "a", "s"}, Attachment::connect, "ipc://a",
+    {"connect_with_list",
+     {"k", "a", "s"},
+     Attachment::connect,
+     "ipc://a",
      "--allow is only for addresses that are bound"},
 };
 INSTANTIATE_TEST_SUITE_P(Options, Rules, rows(rules), by_name);
@@ -443,13 +472,13 @@ INSTANTIATE_TEST_SUITE_P(Options, Rules, rows(rules), by_name);
 class Attach : public testing::Test {
 protected:
     /// Binds an address without keys.
-    [[nodiscard]] SocketHandle bound(std::string const &endpoint) const
+    [[nodiscard]] SocketHandle bound(std::string const &endpoint)
     {
         auto socket = open_socket(context_, ZMQ_PULL);
-        Access(context_, Attachment::bind, {}).attach(socket, Endpoint(endpoint));
+        access_.emplace(context_, Attachment::bind, AccessOptions{}).attach(socket, Endpoint(endpoint));
         return socket;
     }
-    void expect_failure(std::string const &endpoint, std::string const &reason) const
+    void expect_failure(std::string const &endpoint, std::string const &reason)
     {
         EXPECT_THAT([&] { (void)bound(endpoint); },
                     ThrowsMessage<SocketError>("cannot bind " + endpoint + ": " + reason));
@@ -457,6 +486,7 @@ protected:
 
     ConfigFolder folder_;                     // NOLINT: fixture
     ContextHandle context_ = open_context(1); // NOLINT: fixture
+    std::optional<Access> access_;            // NOLINT: fixture
 };
 
 TEST_F(Attach, refuses_public_addresses_itself)
@@ -479,8 +509,19 @@ TEST_F(Attach, removes_the_file_at_the_end)
 {
     auto const file = folder_.path("socket");
     (void)bound("ipc://" + file);
-    context_.reset();
+    EXPECT_TRUE(std::filesystem::exists(file));
+    access_.reset();
     EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Attach, keeps_the_file_of_its_successor)
+{
+    auto const file = folder_.path("socket");
+    (void)bound("ipc://" + file);
+    std::filesystem::rename(file, file + ".old"); // its inode remains in use
+    folder_.write("socket", "successor");
+    access_.reset();
+    EXPECT_TRUE(std::filesystem::exists(file));
 }
 
 TEST_F(Attach, keeps_files_that_are_not_sockets)
@@ -495,7 +536,9 @@ TEST_F(Attach, keeps_files_that_are_not_sockets)
 TEST_F(Attach, keeps_the_socket_of_another_process)
 {
     auto const endpoint = "ipc://" + folder_.path("socket");
-    auto const first = bound(endpoint);
+    auto const first = open_socket(context_, ZMQ_PULL);
+    Access access(context_, Attachment::bind, {});
+    access.attach(first, Endpoint(endpoint));
     expect_failure(endpoint, "another process uses it");
     Client const client(endpoint, "first");
     std::array<char, 5> bytes{};
@@ -522,8 +565,6 @@ TEST_F(Attach, reports_why_an_address_cannot_be_bound)
 {
     auto const first = bound("tcp://127.0.0.1:*");
     expect_failure(endpoint_of(first), "Address already in use");
-    expect_failure("tcp://127.0.0.1:99999", "the host or the port is not valid");
-    expect_failure("tcp://localhost:5555", "this machine has no such address, and names cannot be bound");
     expect_failure("ipc://" + folder_.path("none/socket"), "No such file or directory");
 }
 

@@ -28,8 +28,10 @@ TEST(EndpointTest, keeps_the_file_of_an_ipc_address)
 
 TEST(EndpointTest, refuses_other_texts)
 {
-    for (std::string const text : {"", "5555", "tcp://", "tcp://:5555", "tcp://127.0.0.1", "tcp://127.0.0.1:",
-                                   "udp://127.0.0.1:5555", "inproc://x", "ipc://", "ipc://@abstract", "ipc://*"})
+    for (std::string const text :
+         {"", "5555", "tcp://", "tcp://:5555", "tcp://127.0.0.1", "tcp://127.0.0.1:", "tcp://127.0.0.1:0",
+          "tcp://127.0.0.1:65536", "tcp://127.0.0.1:x", "tcp://127.0.0.1:1x", "udp://127.0.0.1:5555", "inproc://x",
+          "ipc://", "ipc://@abstract", "ipc://*"})
         EXPECT_THROW(Endpoint{text}, std::invalid_argument) << text;
 }
 

@@ -80,7 +80,7 @@ TEST(KeysCommand, leaves_no_file_if_the_disk_is_full)
 
 TEST(KeysCommand, requires_a_name)
 {
-    for (std::vector<std::string> const arguments : {std::vector<std::string>{"keys"}, {"keys", ""}}) {
+    for (auto const &arguments : std::vector<std::vector<std::string>>{{"keys"}, {"keys", ""}}) {
         auto const outcome = run({.arguments = arguments});
         EXPECT_EQ(outcome.status, 2);
         EXPECT_THAT(outcome.err, HasSubstr("tarnwick: a name for the files is required\n"));
@@ -105,9 +105,9 @@ TEST_F(KeyFiles, are_refused_if_others_can_read_or_write_the_secret_key)
 {
     for (mode_t const mode : {0640U, 0604U, 0620U, 0602U, 0666U}) {
         auto const file = write("a.key", keys_.public_key + "\n" + keys_.secret_key + "\n", mode);
-        EXPECT_THAT([&] { (void)program::read_key_pair(file); },
-                    ThrowsMessage<KeyFileError>("cannot use " + file +
-                                                ": other users can read or write it: use chmod 600"))
+        EXPECT_THAT(
+            [&] { (void)program::read_key_pair(file); },
+            ThrowsMessage<KeyFileError>("cannot use " + file + ": other users can read or write it: use chmod 600"))
             << mode;
     }
     for (mode_t const mode : {0600U, 0400U}) {
@@ -119,8 +119,7 @@ TEST_F(KeyFiles, are_refused_if_others_can_read_or_write_the_secret_key)
 TEST_F(KeyFiles, are_refused_if_all_users_can_write_the_public_key)
 {
     auto const file = write("a.pub", keys_.public_key + "\n", 0646);
-    auto const expected =
-        ThrowsMessage<KeyFileError>("cannot use " + file + ": all users can write it: use chmod o-w");
+    auto const expected = ThrowsMessage<KeyFileError>("cannot use " + file + ": all users can write it: use chmod o-w");
     EXPECT_THAT([&] { (void)program::read_public_key(file); }, expected);
     EXPECT_THAT([&] { (void)program::has_public_key(file, keys_.public_key); }, expected);
     EXPECT_THAT([&] { (void)program::has_public_key(folder_.path(), keys_.public_key); }, expected);
