@@ -72,7 +72,6 @@ TEST_P(InspectReads, a_file)
 TEST_P(InspectReads, standard_input)
 {
     expect(inspect({}, GetParam().bytes), "-");
-    expect(inspect({"-"}, GetParam().bytes), "-");
 }
 
 std::string const good = request_end(1); // 9 bytes
@@ -80,6 +79,7 @@ std::string const bad = delimited("\xff\xff\xff");
 std::string const unknown_report = delimited("\x08\x05" + field_head(99, 2) + "ab");
 
 std::string const bad_report = delimited(rpc_php_frame("\xff"));
+std::string const nested_too_deep = delimited(rpc_php_frame(nested_report(300'000)));
 
 char const *const not_utf8 =
     R"(rshutdown { superglobals { elements { value { object_value { class_name: "\377" } } } } })";
@@ -105,9 +105,9 @@ INSTANTIATE_TEST_SUITE_P(
                 {"1 at 0: 1", "3 at 13: 1"},
                 "FILE: frame 2 at byte 9: the report is not a valid tarnwick.rpc.php.v1.NotifyRequest\n"},
         Capture{"report_nested_too_deep",
-                good + delimited(rpc_php_frame(nested_report(300'000))) + request_end(3),
+                good + nested_too_deep + request_end(3),
                 1,
-                {"1 at 0: 1", fmt::format("3 at {}: 3", 9 + delimited(rpc_php_frame(nested_report(300'000))).size())},
+                {"1 at 0: 1", fmt::format("3 at {}: 3", good.size() + nested_too_deep.size())},
                 "FILE: frame 2 at byte 9: the tarnwick.rpc.php.v1.NotifyRequest nests messages more "
                 "than 1000 deep\n"},
         Capture{"report_as_deep_as_php_sends", delimited(rpc_php_frame(nested_report(2 + 3 * 64))), 0,
@@ -194,6 +194,16 @@ INSTANTIATE_TEST_SUITE_P(
                 "FILE: frame 1 at byte 0: the file ends inside this frame, after 28 of its 31 bytes; "
                 "skipped 2 bytes, up to byte 2\n"}),
     by_name);
+
+TEST(Inspect, reads_standard_input_as_the_file_minus)
+{
+    auto const input = good + bad + good;
+    auto const outcome = inspect({"-"}, input);
+    auto const expected = inspect({}, input);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, expected.out);
+    EXPECT_EQ(outcome.err, "-: frame 2 at byte 9: this is not a frame\n");
+}
 
 TEST(Inspect, reports_why_a_file_cannot_be_read)
 {

@@ -45,6 +45,7 @@ protected:
         Variable const variable("V", GetParam().variable);
         return failure("main.conf");
     }
+    [[nodiscard]] std::string error_text() const { return what() + "\n" + GetParam().notes; }
     [[nodiscard]] test::Setup setup(std::vector<std::string> arguments) const
     {
         return {.arguments = std::move(arguments), .environment = {"V=" + GetParam().variable}};
@@ -53,16 +54,16 @@ protected:
 
 TEST_P(Fault, prints_the_exception_and_notes)
 {
-    auto const text = what() + "\n" + GetParam().notes;
-    EXPECT_EQ(config(setup({"check", "main.conf"})).err, text);
-    EXPECT_EQ(config(setup({"check", "--format=json", "main.conf"})).err, text);
-    EXPECT_EQ(config(setup({"dump", "main.conf"})).err, text);
-    EXPECT_EQ(config(setup({"explain", "main.conf", "a"})).err, text);
+    EXPECT_EQ(config(setup({"check", "main.conf"})).err, error_text());
+    EXPECT_EQ(config(setup({"dump", "main.conf"})).err, error_text());
+    EXPECT_EQ(config(setup({"explain", "main.conf", "a"})).err, error_text());
 }
 
 TEST_P(Fault, is_in_the_json_of_check)
 {
-    auto const out = config(setup({"check", "--format=json", "main.conf"})).out;
+    auto const outcome = config(setup({"check", "--format=json", "main.conf"}));
+    EXPECT_EQ(outcome.err, error_text());
+    auto const &out = outcome.out;
     auto const check = QJsonDocument::fromJson(QByteArray::fromStdString(out)).object();
     QJsonArray const faults{QJsonObject{{QStringLiteral("file"), QStringLiteral("main.conf")},
                                         {QStringLiteral("line"), GetParam().line},
