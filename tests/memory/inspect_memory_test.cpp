@@ -162,7 +162,7 @@ TEST_P(LargeFrames, without_enough_memory_end_with_a_message)
 {
     auto const &frame = GetParam();
     constexpr std::size_t size = 18'000'000;
-    constexpr std::size_t step = 4'000'000;
+    constexpr std::size_t step = 6'000'000;
     static auto const least = least_address_space();
     Descriptor const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     for (std::string const format : {"jsonl", "text"}) {
