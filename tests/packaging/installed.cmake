@@ -27,7 +27,6 @@ function(tarnwick_consumer name source)
         --build-and-test ${source} ${work}/consumer/${name} --build-generator ${CMAKE_GENERATOR} --build-noclean
         --build-options ${compiler} ${ARGN}
         --test-command consumer)
-    set_tests_properties(packaging.consumer.${name} PROPERTIES PROCESSORS 2)
 endfunction()
 
 tarnwick_consumer(find_package ${here}/find_package -DCMAKE_PREFIX_PATH=${tree})
@@ -38,6 +37,7 @@ set_tests_properties(packaging.consumer.pkg_config PROPERTIES
 add_test(NAME packaging.page_on_using_the_library_can_be_followed
     COMMAND ${here}/using_the_library.sh ${PROJECT_SOURCE_DIR}/docs/using-the-library.md ${tree} ${CMAKE_INSTALL_LIBDIR}
         ${work}/using_the_library)
+set_tests_properties(packaging.page_on_using_the_library_can_be_followed PROPERTIES COST 60)
 set_tests_properties(
     packaging.consumer.find_package
     packaging.consumer.pkg_config
@@ -57,7 +57,7 @@ set_tests_properties(packaging.refusal.installed_package_with_old_protobuf PROPE
 tarnwick_consumer(add_subdirectory ${here}/add_subdirectory -DCMAKE_PREFIX_PATH=${tree}
     -DTARNWICK_BUNDLED_PMSG=OFF -DTARNWICK_BUNDLED_PRPC=OFF)
 set_tests_properties(packaging.consumer.add_subdirectory PROPERTIES
-    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP super_project)
+    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP super_project COST 90)
 add_test(NAME packaging.sub_project_builds_the_libraries_alone
     COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${here}/add_subdirectory -B ${work}/consumer/only_configured
         ${compiler})
@@ -72,7 +72,7 @@ add_test(NAME packaging.neighbours_can_be_replaced_by_installed_ones COMMAND ${C
     -DNEIGHBOURS=${work}/tree/neighbours -DTREE=${without_neighbours}
     -P ${here}/neighbours.cmake)
 set_tests_properties(packaging.neighbours_can_be_replaced_by_installed_ones PROPERTIES
-    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP without_neighbours PROCESSORS 2)
+    FIXTURES_REQUIRED installed_tree FIXTURES_SETUP without_neighbours COST 90)
 tarnwick_consumer(find_package_with_installed_neighbours ${here}/find_package
     "-DCMAKE_PREFIX_PATH=${without_neighbours}\\;${work}/tree/neighbours")
 tarnwick_refusal(installed_package_without_neighbours SOURCE ${here}/find_package
