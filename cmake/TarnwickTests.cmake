@@ -5,9 +5,10 @@ function(tarnwick_test_sources target)
     if(NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -O0)
     endif()
-    # In tests, these checks take a third of the compile time. AddressSanitizer reports a null pointer as well.
-    if(TARNWICK_SANITIZE MATCHES undefined AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment,object-size,vptr)
+    tarnwick_fewer_checks(${target})
+    # Reports of sanitizers name the functions of tests without it.
+    if(TARNWICK_SANITIZE MATCHES address)
+        target_compile_options(${target} PRIVATE -g0)
     endif()
 endfunction()
 
