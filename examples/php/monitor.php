@@ -14,10 +14,11 @@ final class Monitor
     private const FRAMES = 4;
     private const WATCHED = [
         '' => [
-            'copy', 'curl_exec', 'file_get_contents', 'fopen', 'hash_pbkdf2', 'mkdir', 'openssl_pbkdf2',
+            'copy', 'curl_exec', 'file_get_contents', 'fopen', 'hash_pbkdf2', 'mkdir', 'mysqli_query', 'openssl_pbkdf2',
             'password_hash', 'password_verify', 'rename', 'shell_exec', 'sleep', 'stream_socket_client', 'unlink',
             'usleep',
         ],
+        'mysqli' => ['query'],
         'PDO' => ['exec', 'query'],
         'PDOStatement' => ['execute'],
         'SQLite3' => ['exec', 'query'],

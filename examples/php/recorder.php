@@ -30,6 +30,8 @@ final class Recorder
     private int $started = 0;
     private string $body = '';
     private int $body_length = 0;
+    private bool $shutting_down = false;
+    private bool $discarded = false;
     private bool $ended = false;
     private ?array $last_fatal = null;
 
@@ -75,11 +77,9 @@ final class Recorder
         $calls = new Calls($this->reports);
         $this->monitor->install($calls);
         $this->sql->install($calls);
-        register_shutdown_function($this->fatal_error(...));
+        register_shutdown_function($this->shut_down(...));
         $this->profiler->stop_at_the_end();
-        // The last call of the outermost output buffer comes after everything else in the request, including shutdown
-        // functions and destructors. The application can empty this buffer but not remove it.
-        ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
+        $this->start_output();
         if (isset($_SERVER['HTTP_X_CODE_TRACE'])) {
             $this->code_trace->start(CodeTrace::BY_THE_CLIENT);
         }
@@ -143,8 +143,31 @@ final class Recorder
         }
     }
 
+    /**
+     * The last call of the outermost output buffer comes after everything else in the request, including shutdown
+     * functions and destructors. The application can empty this buffer but not remove it.
+     */
+    private function start_output(): void
+    {
+        ob_start($this->output(...), 0, PHP_OUTPUT_HANDLER_CLEANABLE | PHP_OUTPUT_HANDLER_FLUSHABLE);
+    }
+
+    private function shut_down(): void
+    {
+        $this->shutting_down = true;
+        $this->fatal_error();
+        if ($this->discarded) {
+            $this->start_output();
+        }
+    }
+
     private function output(string $output, int $phase): string
     {
+        // When memory runs out, PHP removes all buffers before it sets the status and calls shutdown functions.
+        if ($phase & PHP_OUTPUT_HANDLER_FINAL && !$this->shutting_down) {
+            $this->discarded = true;
+            return $output;
+        }
         if (!($phase & PHP_OUTPUT_HANDLER_CLEAN)) {
             $this->body .= substr($output, 0, max(0, RequestFacts::BODY_LIMIT - strlen($this->body)));
             $this->body_length += strlen($output);

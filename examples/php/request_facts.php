@@ -40,22 +40,23 @@ final class RequestFacts
     }
 
     /**
-     * Returns the current superglobals. A changed entry has its value at the start as a third element: undefined if the
-     * entry is new. A removed entry is null, at the end of its group.
+     * Returns the current superglobals in the order of the start, in which an application may have sorted them anew.
+     * A changed entry has its value at the start as a third element: undefined if the entry is new, and then it follows
+     * the others. A removed entry is null.
      */
     public static function changes_since(array $start): array
     {
         $groups = [];
         foreach (self::superglobals() as $i => [$name, $entries]) {
-            $before = array_column($start[$i][1], 1, 0);
+            $now = array_column($entries, 1, 0);
             $merged = [];
-            foreach ($entries as [$key, $node]) {
-                $initial = $before[$key] ?? ['undefined'];
+            foreach ($start[$i][1] as [$key, $initial]) {
+                $node = $now[$key] ?? ['null'];
                 $merged[] = $node === $initial ? [$key, $node] : [$key, $node, $initial];
-                unset($before[$key]);
+                unset($now[$key]);
             }
-            foreach ($before as $key => $node) {
-                $merged[] = [$key, ['null'], $node];
+            foreach ($now as $key => $node) {
+                $merged[] = [$key, $node, ['undefined']];
             }
             $groups[] = [$name, $merged];
         }

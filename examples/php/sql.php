@@ -4,7 +4,7 @@ declare(strict_types=1);
 
 namespace Tarnwick\Example;
 
-/** The statements that an application runs through PDO and SQLite3, on which connection, in which transaction. */
+/** The statements that an application runs through PDO, SQLite3 and mysqli, on which connection, in which transaction. */
 final class Sql
 {
     public const ROWS_UNKNOWN = -1;
@@ -21,6 +21,7 @@ final class Sql
     private const THROUGH_PDO_STATEMENT = 2;
     private const THROUGH_SQLITE3 = 3;
     private const THROUGH_SQLITE3_STATEMENT = 4;
+    private const THROUGH_MYSQLI = 5;
 
     private const KINDS = [
         'SELECT' => 0, 'INSERT' => 1, 'UPDATE' => 2, 'DELETE' => 3, 'REPLACE' => 4, 'BEGIN' => 5, 'COMMIT' => 6,
@@ -64,6 +65,12 @@ final class Sql
             $this->executed($call, $call->object->queryString, self::THROUGH_PDO_STATEMENT));
         $calls->watch('SQLite3Stmt', 'execute', fn (Call $call) =>
             $this->executed($call, $call->object->getSQL(), self::THROUGH_SQLITE3_STATEMENT));
+        $calls->watch('mysqli', 'query', fn (Call $call) =>
+            $this->statement($call, $call->object, $call->first_argument(), self::THROUGH_MYSQLI, null), $connect);
+        $calls->watch('', 'mysqli_query', function (Call $call): void {
+            [$connection, $text] = array_values($call->arguments);
+            $this->statement($call, $connection, (string) $text, self::THROUGH_MYSQLI, null);
+        }, fn (Call $call) => $this->number(array_values($call->arguments)[0]));
         // PHP has no statement text for these.
         $calls->watch('PDO', 'beginTransaction', fn (Call $call) => $this->transact($call, 'BEGIN', ''), $connect);
         $calls->watch('PDO', 'commit', fn (Call $call) => $this->transact($call, 'COMMIT', ''), $connect);
@@ -114,6 +121,7 @@ final class Sql
             $rows = match (true) {
                 is_int($call->result) => $call->result,
                 $connection instanceof \SQLite3 => $connection->changes(),
+                $connection instanceof \mysqli => (int) $connection->affected_rows,
                 $call->result instanceof \PDOStatement => $call->result->rowCount(),
                 $call->object instanceof \PDOStatement => $call->object->rowCount(),
                 default => self::ROWS_UNKNOWN,
@@ -218,6 +226,9 @@ final class Sql
     /** Returns kind and name of a connection. Called before the application's statement, whose error then remains. */
     private static function describe(object $connection): array
     {
+        if ($connection instanceof \mysqli) {
+            return ['kind' => self::OTHER_DATABASE, 'name' => 'mysql'];
+        }
         if ($connection instanceof \PDO && $connection->getAttribute(\PDO::ATTR_DRIVER_NAME) !== 'sqlite') {
             $name = $connection->getAttribute(\PDO::ATTR_DRIVER_NAME);
             return ['kind' => self::OTHER_DATABASE, 'name' => $name];
@@ -240,6 +251,7 @@ final class Sql
             $call->object instanceof \PDO, $call->object instanceof \PDOStatement =>
                 (string) $call->object->errorInfo()[2],
             $connection instanceof \SQLite3 => $connection->lastErrorMsg(),
+            $connection instanceof \mysqli => $connection->error,
             default => '',
         };
     }
