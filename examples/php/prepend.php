@@ -1,12 +1,15 @@
 <?php
 
 /*
- * Reports every request of a PHP application as frames of a capture file, each fact in both dialects.
+ * Reports every request of a PHP application as frames of a capture, each fact in both dialects.
  * Used as `auto_prepend_file`; README.md describes each report.
  *
- * Settings are on PHP's command line, which the application does not see:
- *   -d tarnwick.capture=FILE     the capture file, appended to
- *   -d tarnwick.classes=FOLDER   the message classes that protoc made
+ * Settings are in PHP's configuration or on its command line, where the application does not see them:
+ *   tarnwick.capture=FILE        the capture file, appended to
+ *   tarnwick.endpoint=ADDRESS    instead of a file: where `tarnwick record` receives frames, with the extension zmq
+ *   tarnwick.curve_keys=FILE     the key file of this side, which `tarnwick keys` creates
+ *   tarnwick.server_key=FILE     the public key of the receiver
+ *   tarnwick.classes=FOLDER      the message classes that protoc made
  */
 
 declare(strict_types=1);
@@ -19,7 +22,9 @@ if (defined('TARNWICK_EXAMPLE_RECORDER')) {
 }
 define('TARNWICK_EXAMPLE_RECORDER', true);
 
+require __DIR__ . '/frame_writer.php';
 require __DIR__ . '/capture_file.php';
+require __DIR__ . '/capture_socket.php';
 require __DIR__ . '/snapshot.php';
 require __DIR__ . '/rpc_values.php';
 require __DIR__ . '/rpc_reports.php';
@@ -47,4 +52,12 @@ spl_autoload_register(static function (string $class): void {
     }
 });
 
-Recorder::begin(new CaptureFile((string) get_cfg_var('tarnwick.capture')));
+try {
+    $setting = static fn (string $name): string => (string) get_cfg_var("tarnwick.$name");
+    Recorder::begin($setting('endpoint') === '' ? new CaptureFile($setting('capture'))
+        : new CaptureSocket($setting('endpoint'), $setting('curve_keys'), $setting('server_key')));
+} catch (\Throwable $fault) {
+    error_log('this request is not reported: ' . $fault->getMessage());
+} finally {
+    unset($setting, $fault);
+}

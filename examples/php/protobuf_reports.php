@@ -22,7 +22,7 @@ final class ProtobufReports
     private const IN_SOURCE = 1; // the kind of a function that has a location
     private const ABSENT = -1;
 
-    public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
+    public function __construct(private readonly FrameWriter $frames, private readonly int $request_id)
     {
     }
 
@@ -147,7 +147,7 @@ final class ProtobufReports
             foreach ($chunks as $i => $chunk) {
                 $prefix = pack('JN', $this->request_id, $i);
                 $beside = ['request_id' => $this->request_id, 'skip' => strlen($prefix)];
-                $this->file->append($member, $prefix . $chunk, $beside);
+                $this->frames->append($member, $prefix . $chunk, $beside);
             }
         }
     }
@@ -240,7 +240,7 @@ final class ProtobufReports
 
     private function append(string $member, object $message): void
     {
-        $this->file->append($member, $message, ['request_id' => $this->request_id]);
+        $this->frames->append($member, $message, ['request_id' => $this->request_id]);
     }
 
     private static function lines(array $headers): array

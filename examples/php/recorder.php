@@ -35,9 +35,9 @@ final class Recorder
     private bool $ended = false;
     private ?array $last_fatal = null;
 
-    public static function begin(CaptureFile $file): void
+    public static function begin(FrameWriter $frames): void
     {
-        self::$current = new self($file);
+        self::$current = new self($frames);
         self::$current->start();
     }
 
@@ -59,9 +59,9 @@ final class Recorder
         self::$current?->code_trace->start(CodeTrace::BY_THE_APPLICATION);
     }
 
-    private function __construct(CaptureFile $file)
+    private function __construct(FrameWriter $frames)
     {
-        $this->reports = new Reports($file);
+        $this->reports = new Reports($frames);
         $this->start = RequestFacts::start();
         $this->code_trace = new CodeTrace($this->reports);
         $this->monitor = new Monitor($this->reports, $this->code_trace, $this->start['superglobals']);

@@ -11,10 +11,10 @@ final class Reports
     private readonly array $dialects;
     private bool $busy = false;
 
-    public function __construct(CaptureFile $file)
+    public function __construct(FrameWriter $frames)
     {
         $request_id = unpack('q', random_bytes(8))[1];
-        $this->dialects = [new RpcReports($file, $request_id), new ProtobufReports($file, $request_id)];
+        $this->dialects = [new RpcReports($frames, $request_id), new ProtobufReports($frames, $request_id)];
     }
 
     /** Whether a report is being written: calls are then made by the recorder itself. */

@@ -15,7 +15,7 @@ use Tarnwick\Rpc\V1\VersionInfo;
 /** Encodes facts as messages of the rpc dialect: everything about one event in one envelope. */
 final class RpcReports
 {
-    public function __construct(private readonly CaptureFile $file, private readonly int $request_id)
+    public function __construct(private readonly FrameWriter $frames, private readonly int $request_id)
     {
     }
 
@@ -111,7 +111,7 @@ final class RpcReports
                 'level' => $facts['level'],
             ])],
         };
-        $this->file->append('rpc_monitor', new Monitor\NotifyRequest($event + $this->envelope($facts['timestamp']) + [
+        $this->frames->append('rpc_monitor', new Monitor\NotifyRequest($event + $this->envelope($facts['timestamp']) + [
             'text' => $facts['text'],
             'flag' => $facts['flag'],
         ]));
@@ -119,7 +119,7 @@ final class RpcReports
 
     public function code_trace(array $facts): void
     {
-        $this->file->append('rpc_codetrace', new Codetrace\NotifyRequest([
+        $this->frames->append('rpc_codetrace', new Codetrace\NotifyRequest([
             'request_id' => new Rpc\RequestId(['id' => $this->request_id]),
             'header' => new Codetrace\HeaderPayload([
                 'request' => new Codetrace\Request(['kind' => $facts['kind'] + 1]),
@@ -135,7 +135,7 @@ final class RpcReports
         foreach (['rpc_data' => $facts['body'], 'rpc_add_data' => $facts['added']] as $member => $chunks) {
             foreach ($chunks as $i => $chunk) {
                 $more = $i < count($chunks) - 1;
-                $this->file->append($member, $chunk, ['request_id' => $this->request_id, 'more' => $more]);
+                $this->frames->append($member, $chunk, ['request_id' => $this->request_id, 'more' => $more]);
             }
         }
     }
@@ -204,12 +204,12 @@ final class RpcReports
 
     private function notify(int $timestamp, string $member, object $payload): void
     {
-        $this->file->append('rpc_php', new Rpc\NotifyRequest([$member => $payload] + $this->envelope($timestamp)));
+        $this->frames->append('rpc_php', new Rpc\NotifyRequest([$member => $payload] + $this->envelope($timestamp)));
     }
 
     private function profiled(string $member, object $payload): void
     {
-        $this->file->append('rpc_glimmet', new Glimmet\NotifyRequest([$member => $payload] + $this->envelope(now())));
+        $this->frames->append('rpc_glimmet', new Glimmet\NotifyRequest([$member => $payload] + $this->envelope(now())));
     }
 
     private function envelope(int $timestamp): array
