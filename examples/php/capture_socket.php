@@ -56,15 +56,19 @@ final class CaptureSocket extends FrameWriter
             $socket->setSockOpt(\ZMQ::SOCKOPT_CURVE_SECRETKEY, $secret);
             $socket->setSockOpt(\ZMQ::SOCKOPT_CURVE_SERVERKEY, self::lines($server_key, 1)[0]);
         }
-        $socket->connect($endpoint);
+        try {
+            $socket->connect($endpoint);
+        } catch (\ZMQSocketException $fault) {
+            throw new \RuntimeException("cannot connect to $endpoint: {$fault->getMessage()}", previous: $fault);
+        }
     }
 
     /** @return list<string> the keys of a file, one a line */
     private static function lines(string $file, int $count): array
     {
-        $lines = @file($file, FILE_IGNORE_NEW_LINES);
+        $lines = $file === '' ? false : @file($file, FILE_IGNORE_NEW_LINES);
         if ($lines === false || count($lines) !== $count || strlen($lines[0]) !== 40) {
-            throw new \RuntimeException("cannot read $count keys of CURVE from '$file'");
+            throw new \RuntimeException("cannot read CURVE keys in $count lines from '$file'");
         }
         return $lines;
     }
