@@ -9,6 +9,7 @@
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "standard_error.h"
+#include "unknown_name.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -102,10 +103,17 @@ std::string usage_fault(CLI::App const &command, CLI::Error const &error)
     // The parser reports a wrong command as a missing one, and unexpected arguments in reverse order.
     if (auto const unexpected = command.remaining(); !unexpected.empty()) {
         auto const &argument = unexpected.front();
-        auto const *const kind = argument.starts_with('-') ? "unknown option"
-                                 : has_commands            ? "unknown command"
-                                                           : "unexpected argument";
-        return fmt::format("{} '{}'", kind, argument);
+        auto const name = argument.substr(0, argument.find('='));
+        std::vector<std::string> known;
+        if (!argument.starts_with('-')) {
+            for (auto const *sub : command.get_subcommands([](CLI::App const *) { return true; }))
+                known.push_back(sub->get_name());
+            return has_commands ? unknown_name("unknown command", argument, known).what()
+                                : fmt::format("unexpected argument '{}'", argument);
+        }
+        for (auto const *option : command.get_options())
+            known.push_back(option->get_name());
+        return unknown_name("unknown option", name, known).what();
     }
     if (has_commands && error.get_name() == "RequiredError")
         return "a command is required";

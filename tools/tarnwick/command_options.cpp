@@ -25,6 +25,17 @@ void set_mask(MaskOptions &mask, std::string const &argument)
     }
 }
 
+/// Reads a number from the argument of an option. `what`: what the argument should be.
+std::uint64_t read_number(std::string const &option, std::string const &argument, std::string_view what)
+{
+    std::uint64_t number = 0;
+    auto const *const end = argument.data() + argument.size();
+    if (auto const [last, fault] = std::from_chars(argument.data(), end, number); fault != std::errc() || last != end)
+        throw CLI::ValidationError(option,
+                                   fmt::format("'{}' is not {}, a number from 0 to {}", argument, what, UINT64_MAX));
+    return number;
+}
+
 } // namespace
 
 CLI::App &add_command(CLI::App &parent, std::string const &name, std::string const &help, std::string const &usage)
@@ -110,16 +121,8 @@ void add_request_choice(CLI::App &app, std::vector<std::uint64_t> &requests)
     app.add_option_function<std::vector<std::string>>(
            "--request",
            [&requests](std::vector<std::string> const &arguments) {
-               for (auto const &argument : arguments) {
-                   std::uint64_t id = 0;
-                   auto const *const end = argument.data() + argument.size();
-                   if (auto const [last, fault] = std::from_chars(argument.data(), end, id);
-                       fault != std::errc() || last != end)
-                       throw CLI::ValidationError(
-                           "--request",
-                           fmt::format("'{}' is not a request id, a number from 0 to {}", argument, UINT64_MAX));
-                   requests.push_back(id);
-               }
+               for (auto const &argument : arguments)
+                   requests.push_back(read_number("--request", argument, "a request id"));
            },
            "only the request with this id; can be repeated")
         ->type_name("ID")
@@ -138,7 +141,10 @@ void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::st
 
 void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help)
 {
-    app.add_option("--top", top, help)->type_name("N")->take_last();
+    app.add_option_function<std::string>(
+           "--top", [&top](std::string const &argument) { top = read_number("--top", argument, "a count"); }, help)
+        ->type_name("N")
+        ->take_last();
 }
 
 } // namespace tarnwick::program
