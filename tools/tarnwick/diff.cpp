@@ -5,7 +5,6 @@
 #include "capture/rereadable_captures.h"
 #include "print/change_text.h"
 #include "print/difference_printer.h"
-#include "print/masked_writer.h"
 #include "print/output.h"
 #include "print/readable_text.h"
 #include "requests/activity_sink.h"
@@ -89,8 +88,8 @@ public:
         if (!a.request || !b.request)
             return status;
         // Both requests share their secrets, because names that they share are printed once.
-        collect_secrets(a.request->records);
-        collect_secrets(b.request->records);
+        collect(masks_, a.request->records);
+        collect(masks_, b.request->records);
         auto const compared_a = compared(options_.a.file, *a.request);
         auto const compared_b = compared(options_.b.file, *b.request);
         mask_names(names_, compared_a.activity, masks_);
@@ -134,22 +133,6 @@ public:
     }
 
 private:
-    template <class Handle>
-    static void for_each_record(RequestRecords const &records, Handle const &handle)
-    {
-        data::for_each_type(data::ReportRecords(), [&]<class Record> {
-            for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
-                for (auto const &reported : records.of<Record>(dialect))
-                    handle(reported.record, dialect);
-            }
-        });
-    }
-
-    void collect_secrets(RequestRecords const &records) const
-    {
-        for_each_record(records, [this](auto const &record, Dialect /*dialect*/) { collect(masks_, record); });
-    }
-
     /// A line of a header that has no space after its colon is a key.
     [[nodiscard]] std::string masked_key(std::string const &key) const
     {
@@ -165,7 +148,7 @@ private:
         request.activity.id = found.summary.id;
         request.activity.dialects = found.summary.dialects;
         ActivityBuilder builder(names_);
-        for_each_record(found.records, [&]<class Record>(Record const &record, Dialect dialect) {
+        found.records.for_each([&]<class Record>(Record const &record, Dialect dialect) {
             if constexpr (is_activity<Record>)
                 builder.add(request.activity, record, dialect);
         });
@@ -176,15 +159,15 @@ private:
 
     ExitStatus read(ComparedCapture &capture)
     {
-        ActivitySink sink(names_, masks_, [&](RequestActivity &request) {
-            auto route = route_of(request);
-            masks_.select_request(request.id);
+        auto const mask = [&](RequestActivity const &request) {
+            auto const route = route_of(request);
             for (auto const &text : {route.first, route.second})
                 routes_.mask(routes_.number_of(text), masks_,
-                             [](Masks const &masks, std::string_view part) { return masks.text(part); });
+                             [](Masks const &masks, std::string_view part) { return masks.ranges(part); });
             mask_names(names_, request, masks_);
-            capture.profiles[std::move(route)].add(request);
-        });
+        };
+        ActivitySink sink(names_, masks_, mask,
+                          [&](RequestActivity const &request) { capture.profiles[route_of(request)].add(request); });
         RecordFeed feed(sink);
         auto const status = read_captures(capture_files({capture.file}), output_,
                                           [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });

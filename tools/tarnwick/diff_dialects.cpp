@@ -34,10 +34,12 @@ struct TwofoldRequests {
     std::vector<bool> numbers;   ///< by number
     std::uint64_t count = 0;
     std::uint64_t others = 0; ///< requests with reports of one dialect
+    /// With masks: which frame has the last report of each request, by number.
+    std::vector<std::uint64_t> last_frames;
 };
 
 TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, std::vector<std::uint64_t> const &ids,
-                                      Output &output)
+                                      Masks const &masks, Output &output)
 {
     TwofoldRequests found;
     ReportChoice const chosen{.requests = ids, .dialects = {}};
@@ -54,8 +56,16 @@ TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, std::v
         found.numbers[request.number] = true;
     });
     RecordFeed feed(sink);
-    found.status = read_captures(captures.files(), output,
-                                 [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+    std::uint64_t frames = 0;
+    found.status = read_captures(captures.files(), output, [&](auto const &frame, auto const & /*origin*/) {
+        auto fault = feed.feed(frame);
+        ++frames;
+        if (masks.are_on()) {
+            found.last_frames.resize(std::max(found.last_frames.size(), std::size_t{sink.number()} + 1));
+            found.last_frames[sink.number()] = frames;
+        }
+        return fault;
+    });
     sink.close_all();
     return found;
 }
@@ -156,9 +166,8 @@ std::string difference_text(std::string_view value, std::string_view other)
 /// Collects the differences of each field. Prints how often a field differs, and its first difference.
 class DifferenceSummary {
 public:
-    DifferenceSummary(Output &output, Masks masks)
+    explicit DifferenceSummary(Output &output)
         : output_(output)
-        , masks_(std::move(masks))
         , width_(terminal_width(STDOUT_FILENO))
     {
     }
@@ -227,12 +236,9 @@ private:
                                ? fmt::format(" {} times, first", field.count)
                                : fmt::format(" {} times in {}, first", field.count, plural(requests, "request"));
         auto const place = field.place == path ? std::string() : fmt::format(" at {}", field.place);
-        // Secrets that were found after the difference are masked too.
-        masks_.select_request(field.request_id);
-        print_line(masks_.text(
-            fmt::format("{}{}{} in @{} with id {}:", title(key), times, place, field.number, field.request_id)));
-        print_line(fmt::format("    rpc       {}", masks_.text(field.rpc)));
-        print_line(fmt::format("    protobuf  {}", masks_.text(field.protobuf)));
+        print_line(fmt::format("{}{}{} in @{} with id {}:", title(key), times, place, field.number, field.request_id));
+        print_line(fmt::format("    rpc       {}", field.rpc));
+        print_line(fmt::format("    protobuf  {}", field.protobuf));
     }
 
     void print_line(std::string_view line)
@@ -243,7 +249,6 @@ private:
     }
 
     Output &output_;
-    Masks masks_;
     std::optional<std::size_t> width_;
     std::map<Key, Field> fields_;
     std::uint64_t count_ = 0;
@@ -259,12 +264,12 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
         options.format == Format::text || (options.format == Format::automatic && output.is_terminal());
     auto const masks = Masks::of(options.mask, is_text);
     RereadableCaptures const captures(options.files);
-    auto const requests = find_twofold_requests(captures, options.requests, output);
+    auto const requests = find_twofold_requests(captures, options.requests, masks, output);
 
     if (requests.status == file_failure)
         return requests.status;
     DifferenceLines lines(output);
-    DifferenceSummary summary(output, masks);
+    DifferenceSummary summary(output);
     auto status = requests.status;
     DialectDifferences differences(
         [&](std::uint64_t number) { return number < requests.numbers.size() && requests.numbers[number]; }, masks,
@@ -277,7 +282,15 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
         });
     if (requests.count > 0) {
         RecordFeed feed(differences);
-        reread_captures(captures.files(), [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+        std::uint64_t frames = 0;
+        reread_captures(captures.files(), [&](auto const &frame, auto const & /*origin*/) {
+            auto fault = feed.feed(frame);
+            ++frames;
+            auto const number = differences.number();
+            if (number > 0 && number < requests.last_frames.size() && requests.last_frames[number] == frames)
+                differences.complete_request();
+            return fault;
+        });
         differences.close_all();
         if (is_text)
             summary.print(differences.pairs(), requests.count);

@@ -21,7 +21,8 @@ void print_records(Output &output, FoundRequest const &request, ShowOptions cons
 {
     auto const masks = Masks::of(options.mask, false);
     data::php::RequestId const request_id(request.summary.id);
-    collect_secrets(request, masks);
+    masks.select_request(request.summary.id);
+    collect(masks, request.records);
     RecordPrinter printer(output, {.json = true, .name_files = options.files.size() > 1, .masks = masks});
     std::vector<std::pair<std::uint64_t, std::function<void()>>> prints; // by position
     data::for_each_type(data::ReportRecords(), [&]<class Record> {

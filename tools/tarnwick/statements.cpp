@@ -26,7 +26,7 @@ ExitStatus statements(StatementsOptions const &options)
     auto const columns = statement_columns();
     Output output(STDOUT_FILENO);
     TablePrinter<StatementSummary> printer(output, options, columns, statement_columns_for_people);
-    StatementSink sink(options.reports);
+    StatementSink sink(options.reports, printer.masks());
     RecordFeed feed(sink);
     auto const status = read_captures(capture_files(options.files), output,
                                       [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });

@@ -140,6 +140,18 @@ TEST(Ls, sorts_many_requests_and_keeps_the_first)
     EXPECT_THAT(uris({"--sort=memory:desc", "--top=3"}, input), ElementsAre("/4999", "/4998", "/4997"));
 }
 
+TEST(Ls, reports_ids_that_no_request_has)
+{
+    auto const input = start(5, "GET", "/a") + start(7, "GET", "/b");
+    auto const outcome = ls({"--request=7", "--request=1", "--columns=uri", "--format=csv"}, input);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "uri\r\n/b\r\n");
+    EXPECT_EQ(outcome.err, "tarnwick: no request has the id 1; the ids of requests are 5, 7\n");
+    EXPECT_EQ(ls({"--request=7", "--where=uri=/a"}, input).status, 0);
+    EXPECT_EQ(ls({"--request=7"}).err, "tarnwick: no request is in the captures\n");
+    EXPECT_EQ(ls({"--request=7", "--request=1", "--top=1"}, input).status, 0);
+}
+
 TEST(Ls, widens_columns_after_a_thousand_rows)
 {
     std::string input;
@@ -168,6 +180,14 @@ TEST(Ls, escapes_text_in_the_table)
 {
     EXPECT_THAT(ls({"--format=text"}, start(1, "G\\033[31m", "/\\n\\342\\200\\256")).out,
                 HasSubstr(R"(G\x1b[31m  /\n\u202e)"));
+}
+
+TEST(Ls, escapes_csv_on_a_terminal_only)
+{
+    TemporaryFile const file(start(1, "GET", "/a\\033[2J"));
+    std::vector<std::string> const arguments{"ls", "--format=csv", "--columns=uri", file.name()};
+    EXPECT_THAT(run({.arguments = arguments, .out = Sink::terminal}).out, HasSubstr("/a\\x1b[2J"));
+    EXPECT_THAT(run({.arguments = arguments}).out, HasSubstr("/a\x1b[2J"));
 }
 
 TEST(Ls, reads_several_captures_as_one)
@@ -201,6 +221,7 @@ TEST(Ls, reports_wrong_usage)
         {{"--sort=tsart"}, "tarnwick: --sort: no column is named 'tsart'; did you mean 'start'?\n"},
         {{"--sort=start:up"}, "tarnwick: --sort: 'up' is not one of asc, desc\n"},
         {{"--columns=uri,nothing"}, "tarnwick: --columns: no column is named 'nothing'\n"},
+        {{"--columns=uri,status,uri"}, "tarnwick: --columns: 'uri' is listed twice\n"},
         {{"--request=x"}, "tarnwick: --request: 'x' is not a request id, a number from 0 to 18446744073709551615\n"},
         {{"--request=18446744073709551616"},
          "tarnwick: --request: '18446744073709551616' is not a request id, a number from 0 to 18446744073709551615\n"},
@@ -208,7 +229,7 @@ TEST(Ls, reports_wrong_usage)
         {{"--follow", "--sort=start"},
          "tarnwick: --sort needs all requests, and --follow prints each when it closes\n"},
         {{"--follow", "a.tnw", "b.tnw"}, "tarnwick: --follow reads one FILE\n"},
-        {{"--top=-1"}, "tarnwick: Could not convert: --top = -1\n"},
+        {{"--top=-1"}, "tarnwick: --top: '-1' is not a count, a number from 0 to 18446744073709551615\n"},
     };
     for (auto const &[arguments, err] : cases) {
         auto const outcome = ls(arguments);

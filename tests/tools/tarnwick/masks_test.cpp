@@ -335,6 +335,75 @@ TEST(Masks, hide_secrets_in_differences)
                 testing::IsSupersetOf({"message", "message_of_protobuf", "event", "file", "literal_in_a_message"}));
 }
 
+/// A record with a secret that only another record of its request reports.
+struct RowWithSecret {
+    char const *name;
+    char const *command;
+    Report report;
+};
+std::vector<RowWithSecret> const rows_with_secrets{
+    {"uri", "ls", start(R"(request { text_1: "/reset/the-secret-1" })")},
+    {"method", "ls", start(R"(request { text_0: "the-secret-1" })")},
+    {"uri_that_is_cut", "ls",
+     start(R"(request { text_1: "/)" + std::string(487, 'a') + R"(/the-secret-1" })")},
+    {"call_site", "statements",
+     query(R"(text: "a" stack_trace { frames { function { location { file: "/the-secret-1/a.php" } } } })")},
+    {"table", "statements", query(R"(text: "SELECT a FROM `the-secret-1`")")},
+};
+
+Report const secret_report{Report::Kind::headers, R"(lines: "Cookie: a=the-secret-1")"};
+
+/// Other requests with more secrets than are remembered.
+std::string requests_with_secrets()
+{
+    std::string frames;
+    for (std::uint64_t id = 100; id < 1300; ++id)
+        frames += frame_of(id, {Report::Kind::headers, fmt::format(R"(lines: "Cookie: a={}{}")", id, std::string(500, 'x'))});
+    return frames;
+}
+
+TEST(Masks, reach_rows_from_earlier_and_later_records)
+{
+    auto const others = requests_with_secrets();
+    for (auto const &[name, command, report] : rows_with_secrets) {
+        auto const row = frame_of(1, report);
+        auto const secret = frame_of(1, secret_report);
+        for (auto const &capture : {secret + row, row + secret, row + secret + others}) {
+            for (std::string const format : {"--format=text", "--format=csv", "--format=jsonl"}) {
+                auto const out = [&](std::string const &mask) {
+                    return run({.arguments = {command, format, mask}}, capture).out;
+                };
+                EXPECT_THAT(out("--mask=default"), AllOf(HasSubstr("[masked]"), Not(HasSubstr("the-sec"))))
+                    << name << format;
+                EXPECT_THAT(out("--mask=none"), HasSubstr("the-sec")) << name << format;
+            }
+        }
+    }
+}
+
+TEST(Masks, keep_the_unmasked_values_of_conditions)
+{
+    auto const capture = frame_of(1, rows_with_secrets.front().report) + frame_of(1, secret_report);
+    EXPECT_THAT(run({.arguments = {"ls", "--format=csv", "--where=uri~the-secret", "--columns=uri"}}, capture).out,
+                testing::StrEq("uri\r\n/reset/[masked]\r\n"));
+}
+
+TEST(Masks, reach_differences_of_dialects_from_later_records)
+{
+    auto const capture =
+        frame_of(1, message("a the-secret-1")) +
+        frame_of(1, {Report::Kind::error, R"(message: "b the-secret-1" number: 1)"}) + frame_of(1, secret_report);
+    for (auto const &all : {capture, capture + requests_with_secrets()}) {
+        for (std::string const format : {"--format=text", "--format=jsonl"}) {
+            auto const out = [&](std::string const &mask) {
+                return run({.arguments = {"diff", "--dialects", format, mask}}, all).out;
+            };
+            EXPECT_THAT(out("--mask=default"), AllOf(HasSubstr("a [masked]"), Not(HasSubstr("the-secret")))) << format;
+            EXPECT_THAT(out("--mask=none"), HasSubstr("a the-secret-1")) << format;
+        }
+    }
+}
+
 TEST(Masks, are_the_default_of_text_only)
 {
     auto const secrets = planted();
@@ -419,13 +488,15 @@ TEST(Masks, do_not_reach_other_requests)
 TEST(Masks, reach_earlier_reports_in_differences)
 {
     TemporaryFile const before(frame_of(1, message("other")));
-    TemporaryFile const after(
+    auto const reports =
         frame_of(1, message("the-secret-1")) +
         frame_of(1, {Report::Kind::php,
-                     "rshutdown { response { headers { " + text_entry("Set-Cookie", "a=the-secret-1") + " } } }"}));
-    auto const outcome = run({.arguments = {"diff", "--format=text", before.name(), after.name()}});
-    EXPECT_THAT(outcome.out, HasSubstr("[masked]"));
-    EXPECT_THAT(outcome.out, Not(HasSubstr("the-secret")));
+                     "rshutdown { response { headers { " + text_entry("Set-Cookie", "a=the-secret-1") + " } } }"});
+    for (auto const &capture : {reports, reports + requests_with_secrets()}) {
+        TemporaryFile const after(capture);
+        auto const outcome = run({.arguments = {"diff", "--format=text", before.name(), after.name()}});
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr("[masked]"), Not(HasSubstr("the-secret"))));
+    }
 }
 
 TEST(Masks, reach_the_method_of_a_request)

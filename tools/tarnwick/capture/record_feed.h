@@ -12,7 +12,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
+namespace tarnwick::data::codetrace {
+class AddData;
+class Data;
+} // namespace tarnwick::data::codetrace
 namespace tarnwick::rpc::glimmet::v1 {
 class NotifyRequest;
 }
@@ -30,6 +35,11 @@ struct ReportSource {
 
 /// Part of a trace, which is no message.
 struct TraceChunk {};
+
+/// Whether records of a class are built from parts of traces. They are the largest records, and contain only names.
+template <class Record>
+inline constexpr bool is_trace_chunk =
+    std::is_same_v<Record, data::codetrace::Data> || std::is_same_v<Record, data::codetrace::AddData>;
 
 /// Builds the records of reports and passes them to a sink. The sink has these members:
 ///

@@ -40,6 +40,9 @@ public:
     /// Chooses the request of the next calls. Secrets of 4,096 requests are kept, those used most recently.
     void select_request(std::uint64_t request_id) const;
 
+    /// Returns whether secrets of the request were added after the last search of a text for them.
+    [[nodiscard]] bool have_new_secrets() const { return are_on() && secrets().has_new_values(); }
+
     /// Returns whether a value is masked because of its key.
     [[nodiscard]] bool is_secret(std::string_view key) const;
 
@@ -57,11 +60,6 @@ public:
     [[nodiscard]] std::string statement(std::string_view statement) const
     {
         return masked(statement, ranges_of_statement(statement));
-    }
-    /// The same for the shape of a statement, which has names and no literals.
-    [[nodiscard]] std::string shape(std::string_view shape) const
-    {
-        return masked(shape, ranges_of_statement(shape, TextPlace::name));
     }
     /// The same for the value of a key.
     [[nodiscard]] std::string value(std::string_view key, std::string_view value) const;

@@ -1,7 +1,6 @@
 #include "print/request_page.h"
 
 #include "print/bar.h"
-#include "print/masked_writer.h"
 #include "print/readable_text.h"
 #include "print/request_sections.h"
 #include "print/sections.h"
@@ -112,7 +111,7 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
 void write_statements(Sections &page, FoundRequest const &request, RequestPageStyle const &style)
 {
     ReportChoice const every_report;
-    StatementSink sink(every_report);
+    StatementSink sink(every_report, style.masks);
     ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
     sink.begin(source, TraceChunk());
     std::size_t queries = 0;
@@ -139,7 +138,7 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
     TextTable table(std::move(titles));
     auto const count = shown(statements.size(), most_rows, style);
     for (auto &statement : std::span(statements).first(count)) {
-        mask(statement, style.masks);
+        mask(statement);
         std::vector<std::string> cells;
         cells.reserve(columns.size());
         for (auto const *column : columns)
@@ -164,17 +163,6 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
 
 } // namespace
 
-void collect_secrets(FoundRequest const &request, Masks const &masks)
-{
-    masks.select_request(request.summary.id);
-    data::for_each_type(data::ReportRecords(), [&]<class Record> {
-        for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
-            for (auto const &reported : request.records.of<Record>(dialect))
-                collect(masks, data::payload_of(reported.record));
-        }
-    });
-}
-
 std::string message_text(QString const &text, RequestPageStyle const &style)
 {
     auto const masked = style.masks.text(text.toStdString());
@@ -194,7 +182,8 @@ std::string plain_place(data::php::SourceLocation const &location, Masks const &
 
 std::string request_page(FoundRequest const &request, RequestPageStyle const &style)
 {
-    collect_secrets(request, style.masks);
+    style.masks.select_request(request.summary.id);
+    collect(style.masks, request.records);
     Sections page(style.color);
     write_head(page, request, style);
     write_events(page, request, style);

@@ -13,9 +13,6 @@ struct RequestPageStyle {
     Masks masks{};    // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
-/// Remembers all secrets of a request, and chooses the request.
-void collect_secrets(FoundRequest const &request, Masks const &masks);
-
 /// Returns a request as text for people, with its secrets masked. Only sections that have content are printed.
 std::string request_page(FoundRequest const &request, RequestPageStyle const &style);
 

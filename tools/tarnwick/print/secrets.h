@@ -43,6 +43,8 @@ public:
     void add(std::string_view value, Source source);
     /// Adds the parts of the text that are one of the values, as they are, URL-encoded or escaped as in JSON.
     void find(std::string_view text, TextPlace place, TextRanges &ranges);
+    /// Whether values were added after the last search.
+    [[nodiscard]] bool has_new_values() const { return !is_linked_; }
     /// In bytes of values, without their common starts.
     [[nodiscard]] std::size_t size() const { return nodes_.size(); }
 

@@ -4,6 +4,7 @@
 #include "print/json_writer.h"
 #include "print/masks.h"
 #include "print/output.h"
+#include "print/readable_text.h"
 #include "print/terminal.h"
 #include "print/text_table.h"
 #include "print/text_width.h"
@@ -22,7 +23,7 @@
 
 namespace tarnwick::program {
 
-/// Prints rows as a table for people, as JSON lines or as CSV. `mask(row, masks)` masks a row.
+/// Prints rows as a table for people, as JSON lines or as CSV. `mask(row)` masks a row.
 template <class Row>
 class TablePrinter {
 public:
@@ -51,10 +52,13 @@ public:
         }
     }
 
+    /// Those of the rows, for the records that can contain secrets.
+    [[nodiscard]] Masks const &masks() const { return masks_; }
+
     void print(Row row)
     {
         if (masks_.are_on())
-            mask(row, masks_);
+            mask(row);
         switch (format_) {
         case TableFormat::jsonl:
             print_json(row);
@@ -111,7 +115,8 @@ private:
             line += csv_cell(cell(*column));
             separator = ",";
         }
-        output_.write(line + "\r\n");
+        output_.write(output_.is_terminal() ? escaped_text(line) : line);
+        output_.write("\r\n");
     }
 
     void add_row(Row const &row)

@@ -4,6 +4,22 @@
 
 namespace tarnwick::program {
 
+void add_ranges(TextRanges &ranges, TextRanges const &more)
+{
+    if (more.empty())
+        return;
+    ranges.insert(ranges.end(), more.begin(), more.end());
+    std::ranges::sort(ranges, {}, &TextRange::begin);
+    auto last = ranges.begin();
+    for (auto const &range : ranges) {
+        if (range.begin <= last->end)
+            last->end = std::max(last->end, range.end);
+        else
+            *++last = range;
+    }
+    ranges.erase(last + 1, ranges.end());
+}
+
 std::string masked(std::string_view text, TextRanges ranges)
 {
     std::ranges::sort(ranges, {}, &TextRange::begin);

@@ -7,31 +7,35 @@
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
 
-#include <tarnwick/data/codetrace/add_data.h>
-#include <tarnwick/data/codetrace/data.h>
-
 #include <cstddef>
 #include <functional>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 namespace tarnwick::program {
 
 /// Reduces requests to their activities as their records arrive. A sink of `RecordFeed`. With masks, it collects the
-/// secrets of all records, apart from the chunks of code traces.
+/// secrets of all records, apart from parts of traces.
 class ActivitySink {
 public:
-    /// `pass_on` receives the requests in the order of closing. `names` stays valid.
-    ActivitySink(NameTable &names, Masks const &masks, std::function<void(RequestActivity &request)> pass_on)
-        : masks_(masks)
+    using Use = std::function<void(RequestActivity &request)>;
+
+    /// `pass_on` receives the requests in the order of closing. With masks, `mask` receives a request after each report
+    /// that adds names or secrets, because secrets of a request are forgotten while it is open. `names` stays valid.
+    ActivitySink(NameTable &names, Masks masks, Use mask, Use pass_on)
+        : masks_(std::move(masks))
+        , mask_(std::move(mask))
         , builder_(names)
         , groups_(std::move(pass_on), RequestGroups<RequestActivity>::Order::closing)
     {
     }
 
     /// Passes on the requests that are still open.
-    void close_all() { groups_.close_all(); }
+    void close_all()
+    {
+        finish_report();
+        groups_.close_all();
+    }
 
     [[nodiscard]] static bool accepts(Dialect /*dialect*/) { return true; }
     [[nodiscard]] static bool accepts(data::php::RequestId /*request_id*/) { return true; }
@@ -39,6 +43,7 @@ public:
     template <class Message>
     void begin(ReportSource const &source, Message const &message)
     {
+        finish_report();
         request_ = &groups_.of(source.request_id.id(), source.dialect, is_start(message));
         request_->id = source.request_id.id();
         request_->dialects[static_cast<std::size_t>(source.dialect)] = true;
@@ -47,23 +52,33 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        constexpr bool is_chunk =
-            std::is_same_v<Record, data::codetrace::Data> || std::is_same_v<Record, data::codetrace::AddData>;
-        return is_activity<Record> || (masks_.are_on() && !is_chunk);
+        return is_activity<Record> || (masks_.are_on() && !is_trace_chunk<Record>);
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
         collect(masks_, record);
-        if constexpr (is_activity<Record>)
+        if constexpr (is_activity<Record>) {
             builder_.add(*request_, record, source.dialect);
+            has_new_names_ = true;
+        }
     }
 
 private:
+    void finish_report()
+    {
+        if (request_ != nullptr && masks_.are_on() && (has_new_names_ || masks_.have_new_secrets()))
+            mask_(*request_);
+        request_ = nullptr;
+        has_new_names_ = false;
+    }
+
     Masks masks_;
+    Use mask_;
     ActivityBuilder builder_;
     RequestGroups<RequestActivity> groups_;
     RequestActivity *request_ = nullptr; ///< of the current report
+    bool has_new_names_ = false;         ///< in the current report
 };
 
 } // namespace tarnwick::program

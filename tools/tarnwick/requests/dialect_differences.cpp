@@ -190,7 +190,7 @@ DialectDifferences::DialectDifferences(std::function<bool(std::uint64_t number)>
     : keeps_(std::move(keeps))
     , masks_(std::move(masks))
     , report_(std::move(report))
-    , groups_([this](Request const &request) { close(request); })
+    , groups_([this](Request &request) { close(request); })
 {
 }
 
@@ -218,12 +218,24 @@ void DialectDifferences::pair(ComparedRecords const &records, Dialect dialect, J
     }
     auto const other = std::move(others.front());
     others.pop_front();
-    compare(records, dialect == Dialect::rpc ? json : other, dialect == Dialect::rpc ? other : json);
+    if (dialect == Dialect::rpc)
+        compare(records, std::move(json), other);
+    else
+        compare(records, other, std::move(json));
 }
 
-void DialectDifferences::compare(ComparedRecords const &records, Json const &rpc, Json const &protobuf)
+void DialectDifferences::compare(ComparedRecords const &records, Json rpc, Json protobuf)
 {
     ++pairs_;
+    if (!masks_.are_on())
+        report(*request_, {records, std::move(rpc), std::move(protobuf)});
+    else if (rpc({}) != protobuf({}))
+        request_->differing.push_back({records, std::move(rpc), std::move(protobuf)});
+}
+
+void DialectDifferences::report(Request const &request, RecordPair const &pair)
+{
+    auto const &[records, rpc, protobuf] = pair;
     auto const rpc_json = rpc({});
     auto const protobuf_json = protobuf({});
     if (rpc_json == protobuf_json)
@@ -232,9 +244,9 @@ void DialectDifferences::compare(ComparedRecords const &records, Json const &rpc
     auto const protobuf_shown = masks_.are_on() ? protobuf(masks_) : std::string();
     RecordComparison comparison(exceptions_, [&](ComparedPlace const &place, ComparedValue const &rpc_value,
                                                  ComparedValue const &protobuf_value) {
-        report_({.number = request_->number,
-                 .request_id = request_->id,
-                 .records = records,
+        report_({.number = request.number,
+                 .request_id = request.id,
+                 .records = pair.records,
                  .field = place.field,
                  .place = place.place,
                  .rpc = rpc_value.shown,
@@ -245,10 +257,12 @@ void DialectDifferences::compare(ComparedRecords const &records, Json const &rpc
                        {protobuf_json, masks_.are_on() ? protobuf_shown : protobuf_json});
 }
 
-void DialectDifferences::close(Request const &request)
+void DialectDifferences::close(Request &request)
 {
     masks_.select_request(request.id);
-    for (auto const &[records, waiting] : request.waiting) {
+    for (auto const &pair : std::exchange(request.differing, {}))
+        report(request, pair);
+    for (auto const &[records, waiting] : std::exchange(request.waiting, {})) {
         for (auto const &rpc : waiting[0]) {
             auto const absence = std::ranges::find_if(
                 dialect_absences(), [&](DialectAbsence const &row) { return row.is_for(records.name(), rpc({})); });

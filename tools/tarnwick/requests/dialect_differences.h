@@ -25,6 +25,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 
@@ -55,7 +56,7 @@ struct DialectDifference {
 /// (`dialect_exceptions.h`). A sink of `RecordFeed`.
 ///
 /// The records of a request are compared in pairs, those of a class in the order of their reports. Memory is proportional
-/// to the records that wait for the other dialect, in requests that are open.
+/// to the records that wait for the other dialect, in requests that are open. With masks, records that differ wait too.
 class DialectDifferences {
 public:
     /// `keeps`: whether to compare the request with a number. `report` receives each difference. The values of the
@@ -65,6 +66,11 @@ public:
 
     /// Reports the records that only one dialect has, of the requests that are still open.
     void close_all() { groups_.close_all(); }
+    /// With masks, call it after the last report of a request: it reports the differences of the request, which wait for
+    /// all of its secrets.
+    void complete_request() { close(*request_); }
+    /// The number of the request of the last report; 0 if there was none.
+    [[nodiscard]] std::uint64_t number() const { return request_ == nullptr ? 0 : request_->number; }
 
     /// The number of pairs that were compared.
     [[nodiscard]] std::uint64_t pairs() const { return pairs_; }
@@ -119,17 +125,24 @@ private:
     using Json = std::function<std::string(Masks const &masks)>;
     /// Records of each dialect that wait for those of the other.
     using Waiting = std::array<std::deque<Json>, 2>;
+    struct RecordPair {
+        ComparedRecords records;
+        Json rpc;
+        Json protobuf;
+    };
     struct Request {
         std::uint64_t number = 0;
         std::uint64_t id = 0;
         bool has_first_state = false; ///< whether the protobuf dialect has reported the superglobals at the start
         std::map<ComparedRecords, Waiting> waiting;
+        std::vector<RecordPair> differing; ///< with masks
     };
 
     void add(ComparedRecords records, Dialect dialect, Json json);
     void pair(ComparedRecords const &records, Dialect dialect, Json json);
-    void compare(ComparedRecords const &records, Json const &rpc, Json const &protobuf);
-    void close(Request const &request);
+    void compare(ComparedRecords const &records, Json rpc, Json protobuf);
+    void report(Request const &request, RecordPair const &pair);
+    void close(Request &request);
 
     std::function<bool(std::uint64_t number)> keeps_;
     Masks masks_;

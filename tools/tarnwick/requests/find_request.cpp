@@ -22,6 +22,13 @@
 namespace tarnwick::program {
 namespace {
 
+std::string listed_requests(std::vector<std::string> const &words, std::uint64_t count)
+{
+    auto const listed = std::min(words.size(), max_listed_requests);
+    return fmt::format("{}{}", fmt::join(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(listed), ", "),
+                       listed < count ? ", ..." : "");
+}
+
 /// Chooses the request of a name from those that pass.
 class RequestFinder {
 public:
@@ -34,12 +41,12 @@ public:
     {
         ++count_;
         last_ = request.number;
-        if (first_.size() < max_listed)
+        if (first_.size() < max_listed_requests)
             first_.push_back(fmt::to_string(request.id));
         if (!is_meant(request))
             return;
         if (name_.kind == RequestName::Kind::id && found_) {
-            if (++other_count_ <= max_listed)
+            if (++other_count_ <= max_listed_requests)
                 others_.push_back(fmt::format("@{}", request.number));
             return;
         }
@@ -64,7 +71,7 @@ public:
             return {};
         if (found_)
             return fmt::format("several requests have the id {}: this is @{}, others are {}", found_->id,
-                               found_->number, list(others_, other_count_));
+                               found_->number, listed_requests(others_, other_count_));
         if (is_excluded_)
             return "the request does not fulfil the conditions";
         if (count_ == 0)
@@ -73,19 +80,10 @@ public:
             return "no request has a duration, because no report is the end of one";
         if (name_.kind == RequestName::Kind::number)
             return fmt::format("no request has the number @{}; the last is @{}", name_.value, last_);
-        return fmt::format("no request has the id {}; the ids of requests are {}", name_.value, list(first_, count_));
+        return no_request_text(name_.value, first_, count_);
     }
 
 private:
-    static constexpr std::size_t max_listed = 10;
-
-    static std::string list(std::vector<std::string> const &words, std::uint64_t count)
-    {
-        auto const listed = std::min(words.size(), max_listed);
-        return fmt::format("{}{}", fmt::join(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(listed), ", "),
-                           listed < count ? ", ..." : "");
-    }
-
     [[nodiscard]] bool is_meant(RequestSummary const &request) const
     {
         switch (name_.kind) {
@@ -113,6 +111,13 @@ private:
 };
 
 } // namespace
+
+std::string no_request_text(std::uint64_t id, std::vector<std::string> const &first_ids, std::uint64_t count)
+{
+    return count == 0 ? "no request is in the captures"
+                      : fmt::format("no request has the id {}; the ids of requests are {}", id,
+                                    listed_requests(first_ids, count));
+}
 
 bool RequestFilter::fits(RequestSummary const &request) const
 {

@@ -7,12 +7,8 @@
 #include "requests/request_records.h"
 #include "requests/request_start.h"
 
-#include <tarnwick/data/codetrace/add_data.h>
-#include <tarnwick/data/codetrace/data.h>
-
 #include <functional>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 namespace tarnwick::program {
@@ -48,8 +44,7 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_kept_ && !std::is_same_v<Record, data::codetrace::Data> &&
-               !std::is_same_v<Record, data::codetrace::AddData>;
+        return is_kept_ && !is_trace_chunk<Record>;
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view view)

@@ -40,13 +40,15 @@ std::string in_file(std::string text, std::optional<data::php::SourceLocation> c
     return location ? fmt::format("{}{}{}", text, before_file, location->file().toStdString()) : std::move(text);
 }
 
-/// Masks the message as a text and the file as a name.
-std::string mask_error(Masks const &masks, std::string_view name)
+/// The message is a text, and the file is a name.
+TextRanges ranges_of_error(Masks const &masks, std::string_view name)
 {
     auto const end = std::min(name.rfind(before_file), name.size());
     auto const file = std::min(end + before_file.size(), name.size());
-    return fmt::format("{}{}{}", masks.text(name.substr(0, end)), name.substr(end, file - end),
-                       masks.name(name.substr(file)));
+    auto ranges = masks.ranges(name.substr(0, end));
+    for (auto const &[begin, range_end] : masks.ranges(name.substr(file), TextPlace::name))
+        ranges.push_back({file + begin, file + range_end});
+    return ranges;
 }
 
 std::string function_name(data::glimmet::FunctionStats const &function)
@@ -124,27 +126,27 @@ std::uint32_t NameTable::number_of(std::string const &name)
 {
     auto const shown = cut_text(name, max_name);
     auto const key = shown.size() < name.size() ? fmt::format("{}{}", shown, std::hash<std::string>()(name)) : name;
-    auto const [entry, is_new] = numbers_.try_emplace(key, static_cast<std::uint32_t>(shown_.size()));
+    auto const [entry, is_new] = numbers_.try_emplace(key, static_cast<std::uint32_t>(names_.size()));
     if (is_new)
-        shown_.push_back(shown);
+        names_.push_back({.text = shown});
     return entry->second;
 }
 
-void NameTable::mask(std::uint32_t number, Masks const &masks, Mask masked)
+void NameTable::mask(std::uint32_t number, Masks const &masks, MaskedRanges ranges)
 {
     if (masks.are_on())
-        shown_[number] = masked(masks, shown_[number]);
+        add_ranges(names_[number].masked, ranges(masks, names_[number].text));
 }
 
 void mask_names(NameTable &names, RequestActivity const &request, Masks const &masks)
 {
-    constexpr std::array<NameTable::Mask, activity_kinds.size()> mask_of_kind{
-        [](Masks const &rules, std::string_view name) { return rules.name(name); },
-        [](Masks const &rules, std::string_view shape) { return rules.shape(shape); }, mask_error,
-        [](Masks const &rules, std::string_view text) { return rules.text(text); }};
+    constexpr std::array<NameTable::MaskedRanges, activity_kinds.size()> ranges_of_kind{
+        [](Masks const &rules, std::string_view name) { return rules.ranges(name, TextPlace::name); },
+        [](Masks const &rules, std::string_view shape) { return rules.ranges_of_statement(shape, TextPlace::name); },
+        ranges_of_error, [](Masks const &rules, std::string_view text) { return rules.ranges(text); }};
     for (auto const kind : activity_kinds) {
         for (auto const &[number, amount] : request.of(kind))
-            names.mask(number, masks, mask_of_kind[static_cast<std::size_t>(kind)]);
+            names.mask(number, masks, ranges_of_kind[static_cast<std::size_t>(kind)]);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "capture/dialect.h"
 #include "print/masks.h"
+#include "print/text_ranges.h"
 #include "requests/request_summary.h"
 
 #include <tarnwick/data/glimmet/functions.h>
@@ -48,18 +49,18 @@ struct Amount {
 /// have different numbers.
 class NameTable {
 public:
-    using Mask = std::string (*)(Masks const &masks, std::string_view text);
+    using MaskedRanges = TextRanges (*)(Masks const &masks, std::string_view name);
     static constexpr std::size_t max_name = 4096; ///< longer names are cut, but remain different
 
     std::uint32_t number_of(std::string const &name);
     /// Masks a name with the secrets of the chosen request, in addition to those of earlier calls.
-    void mask(std::uint32_t number, Masks const &masks, Mask masked);
+    void mask(std::uint32_t number, Masks const &masks, MaskedRanges ranges);
     /// The masked name.
-    [[nodiscard]] std::string const &shown(std::uint32_t number) const { return shown_[number]; }
+    [[nodiscard]] std::string shown(std::uint32_t number) const { return masked(names_[number].text, names_[number].masked); }
 
 private:
     std::unordered_map<std::string, std::uint32_t> numbers_;
-    std::vector<std::string> shown_;
+    std::vector<MaskedText> names_;
 };
 
 /// The amounts of each name, by its number.

@@ -180,12 +180,6 @@ RequestColumn const &request_column(std::string_view name)
     return column_named(request_columns(), name);
 }
 
-void mask(RequestSummary &request, Masks const &masks)
-{
-    masks.select_request(request.id);
-    mask_start(request, masks);
-}
-
 void mask_start(RequestSummary &request, Masks const &masks)
 {
     if (!request.start)

@@ -18,9 +18,7 @@ std::span<RequestColumn const> request_columns();
 /// Returns the column of a name. Throws `std::invalid_argument` for an unknown one.
 RequestColumn const &request_column(std::string_view name);
 
-/// Masks the secrets of a request's URI.
-void mask(RequestSummary &request, Masks const &masks);
-/// The same with the secrets of the request that is chosen already.
+/// Masks the texts of the start with the secrets of the chosen request.
 void mask_start(RequestSummary &request, Masks const &masks);
 
 } // namespace tarnwick::program

@@ -2,6 +2,8 @@
 
 #include "capture/dialect.h"
 #include "capture/origin.h"
+#include "print/masked_writer.h"
+#include "print/masks.h"
 
 #include <tarnwick/data/records.h>
 
@@ -46,6 +48,18 @@ public:
         return rpc.empty() ? of<Record>(Dialect::protobuf) : rpc;
     }
 
+    /// Calls `use(record, dialect)` with all records.
+    template <class Use>
+    void for_each(Use const &use) const
+    {
+        data::for_each_type(data::ReportRecords(), [&]<class Record> {
+            for (auto const dialect : {Dialect::rpc, Dialect::protobuf}) {
+                for (auto const &reported : of<Record>(dialect))
+                    use(reported.record, dialect);
+            }
+        });
+    }
+
     template <class Record>
     void add(Record record, Dialect dialect, std::string_view view, Origin const &origin)
     {
@@ -63,5 +77,11 @@ private:
     decltype(lists_of(data::ReportRecords())) lists_;
     std::uint64_t position_ = 0;
 };
+
+/// Remembers the secrets of all records, as those of the chosen request.
+inline void collect(Masks const &masks, RequestRecords const &records)
+{
+    records.for_each([&](auto const &record, Dialect /*dialect*/) { collect(masks, record); });
+}
 
 } // namespace tarnwick::program

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace tarnwick::program {
 namespace {
@@ -102,10 +103,10 @@ std::span<StatementColumn const> statement_columns()
     return statement_table;
 }
 
-void mask(StatementSummary &summary, Masks const &masks)
+void mask(StatementSummary &summary)
 {
-    summary.statement = masks.shape(summary.statement);
-    summary.call_site = masks.name(summary.call_site);
+    summary.statement = masked(summary.statement, std::move(summary.masked_statement));
+    summary.call_site = masked(summary.call_site, std::move(summary.masked_call_site));
 }
 
 } // namespace tarnwick::program

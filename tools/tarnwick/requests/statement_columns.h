@@ -1,6 +1,5 @@
 #pragma once
 
-#include "print/masks.h"
 #include "requests/column.h"
 #include "requests/statement_summary.h"
 
@@ -11,7 +10,7 @@ namespace tarnwick::program {
 /// All columns of `statements`, in the order of the JSON lines.
 std::span<Column<StatementSummary> const> statement_columns();
 
-/// Masks a statement and its call site.
-void mask(StatementSummary &summary, Masks const &masks);
+/// Masks the parts of a statement and of its call site that are masked.
+void mask(StatementSummary &summary);
 
 } // namespace tarnwick::program

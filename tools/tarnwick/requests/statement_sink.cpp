@@ -14,27 +14,50 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace tarnwick::program {
 
 using data::glimmet::detail::SqlQuery;
 
-StatementSink::StatementSink(ReportChoice const &reports)
+StatementSink::StatementSink(ReportChoice const &reports, Masks masks)
     : reports_(reports)
+    , masks_(std::move(masks))
     , groups_([this](Request const &request) { close(request); }, RequestGroups<Request>::Order::closing)
 {
 }
 
 void StatementSink::begin(ReportSource const &source, bool is_start)
 {
+    finish_report();
     request_ = &groups_.of(source.request_id.id(), source.dialect, is_start);
     request_->id = source.request_id.id();
     is_chosen_ = reports_.accepts(source.request_id);
+    masks_.select_request(request_->id);
 }
 
-void StatementSink::take(data::glimmet::SqlQueries const &record, ReportSource const &source, std::string_view /*view*/)
+/// Secrets of a request are forgotten while it is open, so they are searched for at once.
+void StatementSink::finish_report()
 {
-    bool const is_rpc = source.dialect == Dialect::rpc;
+    if (request_ != nullptr && masks_.are_on() && (has_new_queries_ || masks_.have_new_secrets())) {
+        for (auto const &[place, calls] : request_->calls) {
+            auto &statement = statements_[place.first].summary;
+            add_ranges(statement.masked_statement,
+                       masks_.ranges_of_statement(statement.statement, TextPlace::name));
+            if (place.second == 0)
+                continue;
+            auto &call_site = call_sites_[place.second - 1];
+            add_ranges(call_site.masked, masks_.ranges(call_site.text, TextPlace::name));
+        }
+    }
+    request_ = nullptr;
+    has_new_queries_ = false;
+}
+
+void StatementSink::add(data::glimmet::SqlQueries const &record, Dialect dialect)
+{
+    has_new_queries_ = true;
+    bool const is_rpc = dialect == Dialect::rpc;
     if (request_->has_rpc && !is_rpc)
         return;
     if (is_rpc && !request_->has_rpc)
@@ -87,8 +110,8 @@ std::size_t StatementSink::call_site_of(SqlQuery const &query)
         text += fmt::format(":{}", location->line());
     if (auto const found = call_site_places_.find(text); found != call_site_places_.end())
         return found->second;
-    call_sites_.push_back(std::move(text));
-    call_site_places_.emplace(call_sites_.back(), call_sites_.size());
+    call_sites_.push_back({.text = std::move(text)});
+    call_site_places_.emplace(call_sites_.back().text, call_sites_.size());
     return call_sites_.size();
 }
 
@@ -110,18 +133,24 @@ void StatementSink::close(Request const &request)
         summary.total += calls.total;
         if (place.second != 0 && calls.first < statement.first_located) {
             statement.first_located = calls.first;
-            summary.call_site = call_sites_[place.second - 1];
+            statement.call_site = place.second;
         }
     }
 }
 
 std::vector<StatementSummary> StatementSink::finish()
 {
+    finish_report();
     groups_.close_all();
     std::vector<StatementSummary> found;
-    for (auto &[summary, first_located] : statements_) {
-        if (summary.count > 0) // not only in the protobuf dialect of requests that the rpc dialect reports
-            found.push_back(std::move(summary));
+    for (auto &[summary, first_located, call_site] : statements_) {
+        if (summary.count == 0) // only in the protobuf dialect of requests that the rpc dialect reports
+            continue;
+        if (call_site != 0) {
+            summary.call_site = call_sites_[call_site - 1].text;
+            summary.masked_call_site = call_sites_[call_site - 1].masked;
+        }
+        found.push_back(std::move(summary));
     }
     return found;
 }

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "capture/record_feed.h"
+#include "print/masked_writer.h"
+#include "print/masks.h"
 #include "print/record_selection.h"
+#include "print/text_ranges.h"
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
 #include "requests/statement_summary.h"
@@ -21,10 +24,13 @@
 
 namespace tarnwick::program {
 
-/// Counts the statements of requests. A sink of `RecordFeed`, which builds only the records of queries.
+/// Counts the statements of requests. A sink of `RecordFeed`, which builds only the records of queries. With masks, it
+/// builds all records of chosen requests, and finds their secrets in their statements and call sites.
 ///
 /// Queries with the same shape are one statement. Of each request, the queries of the rpc dialect count if it reports
 /// any, otherwise those of the protobuf dialect.
+///
+/// A secret of one request is masked in a statement for all requests.
 ///
 /// No record is kept. Memory is proportional to the different statements, and to those of each open request.
 class StatementSink {
@@ -36,7 +42,7 @@ public:
     static constexpr std::size_t max_call_site = 1000;
 
     /// `reports` stays valid.
-    explicit StatementSink(ReportChoice const &reports);
+    explicit StatementSink(ReportChoice const &reports, Masks masks = {});
 
     /// Returns the statements in the order of their first queries. REQUIRES: the sink is not used again.
     std::vector<StatementSummary> finish();
@@ -53,15 +59,21 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return std::is_same_v<Record, data::glimmet::SqlQueries> && is_chosen_;
+        return is_chosen_ &&
+               (is_queries<Record> || (masks_.are_on() && !is_trace_chunk<Record>));
     }
-    void take(data::glimmet::SqlQueries const &record, ReportSource const &source, std::string_view view);
     template <class Record>
-    void take(Record const & /*record*/, ReportSource const & /*source*/, std::string_view /*view*/)
+    void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
+        collect(masks_, record);
+        if constexpr (is_queries<Record>)
+            add(record, source.dialect);
     }
 
 private:
+    template <class Record>
+    static constexpr bool is_queries = std::is_same_v<Record, data::glimmet::SqlQueries>;
+
     /// A shape with the hash of the whole shape if it is cut.
     struct Shape {
         std::string_view text;
@@ -75,6 +87,7 @@ private:
     struct Statement {
         StatementSummary summary;
         std::uint64_t first_located = UINT64_MAX; ///< position of the first query that has a call site
+        std::size_t call_site = 0;                ///< of that query
     };
     /// Queries of one request with the same shape and call site.
     struct Calls {
@@ -93,20 +106,24 @@ private:
     };
 
     void begin(ReportSource const &source, bool is_start);
+    void finish_report();
+    void add(data::glimmet::SqlQueries const &record, Dialect dialect);
     void add(data::glimmet::detail::SqlQuery const &query);
     void close(Request const &request);
     std::size_t statement_of(data::glimmet::detail::SqlQuery const &query);
     std::size_t call_site_of(data::glimmet::detail::SqlQuery const &query);
 
     ReportChoice const &reports_;
+    Masks masks_;
     RequestGroups<Request> groups_;
     Request *request_ = nullptr; ///< of the current report
     bool is_chosen_ = false;
+    bool has_new_queries_ = false; ///< in the current report
     std::uint64_t queries_ = 0;
     // Views are of texts that stay in place.
     std::deque<Statement> statements_;
     std::unordered_map<Shape, std::size_t, HashOfShape> statement_places_;
-    std::deque<std::string> call_sites_;
+    std::deque<MaskedText> call_sites_;
     std::unordered_map<std::string_view, std::size_t> call_site_places_;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "print/text_ranges.h"
+
 #include <tarnwick/data/time_pair.h>
 
 #include <cstdint>
@@ -22,6 +24,8 @@ struct StatementSummary {
     data::TimePair slowest;
     std::uint64_t slowest_request = 0; ///< id
     std::string call_site;             ///< of the first query that has one; can be empty
+    TextRanges masked_statement;       ///< the parts that are masked
+    TextRanges masked_call_site;
 
     /// Returns whether the statement is a suspect of the N+1 problem: a query in a loop over the rows of another query.
     /// Only statements that read or write rows are; transactions and settings are not.

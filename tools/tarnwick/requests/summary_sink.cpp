@@ -6,12 +6,26 @@
 namespace tarnwick::program {
 void SummarySink::begin(ReportSource const &source, bool is_start)
 {
+    finish_report();
     if (clock_)
         close_due();
     dialect_ = source.dialect;
     request_ = &groups_.of(source.request_id.id(), source.dialect, is_start);
     request_->id = source.request_id.id();
     request_->dialects[static_cast<std::size_t>(source.dialect)] = true;
+    number_ = request_->number;
+    has_masks_ = masks_.are_on() && reports_.accepts(source.request_id);
+    if (has_masks_)
+        masks_.select_request(request_->id);
+}
+
+/// Secrets of a request are forgotten while it is open, so they are searched for at once.
+void SummarySink::finish_report()
+{
+    if (has_masks_ && request_ != nullptr && (has_new_texts_ || masks_.have_new_secrets()))
+        mask_texts(*request_, masks_);
+    request_ = nullptr;
+    has_new_texts_ = false;
 }
 
 void SummarySink::add(RequestSummary::Counts &counts, int number)
