@@ -57,11 +57,11 @@ std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &na
     std::vector<Column<Row> const *> chosen;
     chosen.reserve(names.size());
     for (auto const &name : names) {
-        auto const &column =
-            read_argument("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); });
-        if (std::ranges::find(chosen, &column) != chosen.end())
+        auto const *const column =
+            &read_argument("--columns", [&]() -> Column<Row> const & { return column_named(columns, name); });
+        if (std::ranges::find(chosen, column) != chosen.end())
             throw CLI::ValidationError("--columns", fmt::format("'{}' is listed twice", name));
-        chosen.push_back(&column);
+        chosen.push_back(column);
     }
     return chosen;
 }

@@ -35,7 +35,7 @@ constexpr std::uint64_t recent_messages = 4'096;
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
 constexpr std::uint64_t max_bytes_at_end = 256'000'000;
 
-SocketHandle open_receiver(ContextHandle const &context, Access const &access, Endpoint const &endpoint,
+SocketHandle open_receiver(ContextHandle const &context, Access &access, Endpoint const &endpoint,
                            RecordOptions const &options)
 {
     auto socket = open_socket(context, ZMQ_PULL);
