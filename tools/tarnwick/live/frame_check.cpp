@@ -25,14 +25,19 @@ struct WireField {
     std::optional<std::string_view> bytes = {};
 };
 
-/// Passes the fields of a message to `take`, which returns whether the message is still valid. Returns whether all bytes
-/// are fields. Groups and fixed numbers are skipped.
+/// Passes the fields of a message, which is nested `depth` deep, to `take`, which returns whether the message is still
+/// valid. Returns whether all bytes are fields. Groups and fixed numbers are skipped.
 template <class Take>
-bool walk_fields(std::string_view message, Take const &take)
+bool walk_fields(std::string_view message, Take const &take, int depth = 0)
 {
     CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(message.data()), static_cast<int>(message.size()));
-    while (auto const tag = stream.ReadTag()) {
+    stream.SetRecursionLimit(CodedInputStream::GetDefaultRecursionLimit() - depth);
+    constexpr int max_tag_size = 5; // for the parser; the stream reads longer ones
+    for (auto begin = 0; static_cast<std::size_t>(begin) < message.size(); begin = stream.CurrentPosition()) {
+        auto const tag = stream.ReadTag(); // 0 for a truncated tag
         WireField field{.number = WireFormatLite::GetTagFieldNumber(tag)};
+        if (field.number == 0 || stream.CurrentPosition() - begin > max_tag_size)
+            return false;
         switch (WireFormatLite::GetTagWireType(tag)) {
         case WireFormatLite::WIRETYPE_VARINT:
             if (!stream.ReadVarint64(&field.value) || !take(field))
@@ -42,27 +47,27 @@ bool walk_fields(std::string_view message, Take const &take)
             int size = 0;
             if (!stream.ReadVarintSizeAsInt(&size))
                 return false;
-            auto const begin = static_cast<std::size_t>(stream.CurrentPosition());
+            auto const start = static_cast<std::size_t>(stream.CurrentPosition());
             if (!stream.Skip(size))
                 return false;
-            field.bytes = message.substr(begin, static_cast<std::size_t>(size));
+            field.bytes = message.substr(start, static_cast<std::size_t>(size));
             if (!take(field))
                 return false;
             break;
         }
         default:
-            if (field.number == 0 || !WireFormatLite::SkipField(&stream, tag))
+            if (!WireFormatLite::SkipField(&stream, tag))
                 return false;
         }
-        if (field.number == 0)
-            return false;
     }
-    return stream.ConsumedEntireMessage();
+    return true;
 }
 
+/// Returns whether a message in another has only fields.
 bool has_fields(std::string_view message)
 {
-    return walk_fields(message, [](WireField const &) { return true; });
+    return walk_fields(
+        message, [](WireField const &) { return true; }, 1);
 }
 
 /// Returns the request that a report of the php family starts.
