@@ -5,7 +5,9 @@
 #include "requests/quantity.h"
 #include "requests/request_columns.h"
 
+#include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <optional>
 

@@ -26,7 +26,7 @@ namespace {
 
 /// The bytes that wait in the queue of a sender, if all frames are as large as the largest of the recent ones. ZeroMQ
 /// loses messages of a sender that closes an ipc connection while its queue is full, so queues of small frames are long.
-constexpr std::uint64_t max_waiting_bytes = 32'000'000;
+constexpr std::uint64_t max_waiting_bytes = 16'000'000;
 /// What a message in a queue takes at least, in bytes.
 constexpr std::uint64_t min_message_size = 320;
 /// The number of messages after which a large frame is no longer recent.

@@ -83,8 +83,7 @@ TEST_F(Record, writes_messages_unchanged_with_their_lengths)
     std::string const unknown_report = "\x08\x05" + field_head(99, 2) + "ab";
     std::string const bad_report = rpc_php_frame("\xff").SerializeAsString();
     send_all(address_from(recorder), {frame(1), unusual, unknown_report, bad_report});
-    auto const expected =
-        delimited(frame(1)) + delimited(unusual) + delimited(unknown_report) + delimited(bad_report);
+    auto const expected = delimited(frame(1)) + delimited(unusual) + delimited(unknown_report) + delimited(bad_report);
     wait_for_size(file, expected.size());
     auto const outcome = end(recorder);
     EXPECT_EQ(outcome.status, 0);
@@ -282,9 +281,8 @@ INSTANTIATE_TEST_SUITE_P(Which, RecordRemoves,
                          testing::Values(Rest{"is_a_length", request_end(2).substr(0, 1)},
                                          Rest{"is_a_part_of_a_length", varint(300).substr(0, 1)},
                                          Rest{"lacks_a_byte", request_end(2).substr(0, request_end(2).size() - 1)},
-                                         Rest{"is_larger_than_a_read",
-                                              varint(9'000'000) + field_head(61, 8'999'000) +
-                                                  std::string(2'000'000, 'x')}),
+                                         Rest{"is_larger_than_a_read", varint(9'000'000) + field_head(61, 8'999'000) +
+                                                                           std::string(2'000'000, 'x')}),
                          by_name);
 
 struct Foreign {
@@ -512,9 +510,8 @@ TEST_F(Record, needs_no_standard_error)
 
 TEST_F(Record, shows_progress_on_a_terminal)
 {
-    Program recorder({.arguments = {"record", "-o", file, ipc()},
-                      .err = Sink::terminal,
-                      .environment = {"TERM=xterm"}});
+    Program recorder(
+        {.arguments = {"record", "-o", file, ipc()}, .err = Sink::terminal, .environment = {"TERM=xterm"}});
     wait_for(folder.path(), [&] { return std::filesystem::exists(folder.path() + "/s"); });
     send_all(ipc(), {frame(1)});
     wait_for_size(file, request_end(1).size());
@@ -548,10 +545,12 @@ INSTANTIATE_TEST_SUITE_P(
         Usage{"no_file", {somewhere}, "--output is required"},
         Usage{"no_endpoint", {"-o", "x"}, "ENDPOINT is required"},
         Usage{"other_endpoint", {"-o", "x", "5555"}, "ENDPOINT: '5555' is neither tcp://HOST:PORT nor ipc://PATH"},
-        Usage{"rotation", {"-o", "x", "--rotate=often", somewhere},
+        Usage{"rotation",
+              {"-o", "x", "--rotate=often", somewhere},
               "--rotate: 'often' is neither a size such as 100MB nor a length of time such as 1h"},
         Usage{"rotation_of_zero", {"-o", "x", "--rotate=0", somewhere}, "--rotate: '0' is neither"},
-        Usage{"frames_over_1_GiB", {"-o", "x", "--max-frame=2GiB", somewhere},
+        Usage{"frames_over_1_GiB",
+              {"-o", "x", "--max-frame=2GiB", somewhere},
               "--max-frame: '2GiB' is not a size from 1 byte to 1GiB"}),
     by_name);
 

@@ -5,10 +5,9 @@
 #include <tarnwick/rpc/php/v1/request_id.pb.h>
 
 #include <google/protobuf/io/coded_stream.h>
-#include <google/protobuf/timestamp.pb.h>
 #include <google/protobuf/wire_format_lite.h>
 
-#include <functional>
+#include <cstddef>
 
 namespace tarnwick::program {
 namespace {
@@ -66,8 +65,7 @@ bool walk_fields(std::string_view message, Take const &take, int depth = 0)
 /// Returns whether a message in another has only fields.
 bool has_fields(std::string_view message)
 {
-    return walk_fields(
-        message, [](WireField const &) { return true; }, 1);
+    return walk_fields(message, [](WireField const &) { return true; }, 1);
 }
 
 /// Returns the request that a report of the php family starts.

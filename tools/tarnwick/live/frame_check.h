@@ -1,8 +1,6 @@
 #pragma once
 
 #include "capture/dialect.h"
-#include "capture/follow.h"
-#include "capture/frame_fields.h"
 
 #include <cstdint>
 #include <optional>

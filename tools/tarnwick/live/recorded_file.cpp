@@ -1,6 +1,8 @@
 #include "live/recorded_file.h"
 
 #include "capture/file_kind.h"
+#include "capture/follow.h"
+#include "capture/frame_fields.h"
 #include "capture/varint.h"
 #include "error_text.h"
 #include "live/frame_check.h"

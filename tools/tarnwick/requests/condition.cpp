@@ -13,7 +13,6 @@
 #include <cctype>
 #include <cmath>
 #include <optional>
-#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -94,8 +93,7 @@ void Condition::set_type(FieldType type)
     bool const is_matched = operator_ == Operator::matches;
     switch (type) {
     case FieldType::number:
-        number_ = required(read_size(value_), value_, field_,
-                           "a number, optionally with a unit such as kB, MB or MiB");
+        number_ = required(read_size(value_), value_, field_, "a number, optionally with a unit such as kB, MB or MiB");
         break;
     case FieldType::span:
         number_ = required(read_span(value_), value_, field_, "a length of time with a unit (ns, us, ms, s, min or h)");
