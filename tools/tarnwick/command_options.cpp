@@ -75,7 +75,9 @@ void add_json_style(CLI::App &app, JsonStyle &style)
 
 void add_files(CLI::App &app, std::vector<std::string> &files)
 {
-    app.add_option("FILE", files, "captures to read, or nats://HOST:PORT/STREAM; standard input if none is given, or for -")->type_name("");
+    app.add_option("FILE", files,
+                   "captures to read, or nats://HOST:PORT/STREAM; standard input if none is given, or for -")
+        ->type_name("");
 }
 
 void check_files(std::vector<std::string> const &files)

@@ -103,8 +103,8 @@ ExitStatus ls(LsOptions const &options)
     RecordFeed feed(sink);
     auto const handle = [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); };
     auto status = options.follow ? read_captures(capture_files(options.files), output, handle, AtEnd::follow,
-                                                       [&sink] { sink.close_due(); })
-                                       : read_captures(capture_files(options.files), output, handle);
+                                                 [&sink] { sink.close_due(); })
+                                 : read_captures(capture_files(options.files), output, handle);
     try {
         sink.close_all();
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the others are not wanted

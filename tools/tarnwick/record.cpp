@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -91,8 +92,8 @@ private:
     Access access_;
     std::vector<SocketHandle> sockets_;
     zeromq::msg_t message_;
-    std::uint64_t received_ = 0; ///< messages
-    std::uint64_t received_bytes_ = 0; ///< with what each message takes at least
+    std::uint64_t received_ = 0;               ///< messages
+    std::uint64_t received_bytes_ = 0;         ///< with what each message takes at least
     std::uint64_t largest_ = min_message_size; ///< message that the queues are made for, in bytes
     std::uint64_t largest_recent_ = 0;
 };
@@ -205,20 +206,18 @@ ExitStatus record(RecordOptions const &options)
     Interrupt interrupt(ends_of_service);
     interrupt.enable_reports();
     Recording recording(options);
+    std::optional<Receivers> receivers;
+    if (!options.stream)
+        receivers.emplace(options, recording);
     try {
-        if (options.stream) {
+        if (receivers)
+            receivers->receive_until_end();
+        else
             record_stream(*options.stream, recording);
-        } else {
-            Receivers receivers(options, recording);
-            try {
-                receivers.receive_until_end();
-                recording.target().sync();
-            } catch (std::runtime_error const &) {
-                receivers.drop_arrived();
-                throw;
-            }
-        }
+        recording.target().sync();
     } catch (std::runtime_error const &) {
+        if (receivers)
+            receivers->drop_arrived();
         recording.print_counts();
         throw;
     }

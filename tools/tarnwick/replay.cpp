@@ -108,7 +108,7 @@ RequestIds ids_of_requests(std::vector<CaptureFile> const &files, RequestFilter 
 
 ExitStatus replay(ReplayOptions const &options)
 {
-    Output output(STDOUT_FILENO); // nothing is written
+    Output output(STDOUT_FILENO);                          // nothing is written
     FrameSender sender(*options.endpoint, options.access); // NOLINT(bugprone-unchecked-optional-access): required
     bool const rereads = options.loop || !options.filter.conditions.empty();
     auto const captures = rereads ? std::optional<RereadableCaptures>(options.files) : std::nullopt;

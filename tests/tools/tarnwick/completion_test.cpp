@@ -39,8 +39,14 @@ TEST_P(Completion, prints_what_can_follow)
 }
 
 Case const cases[] = {
-    {"no_word", {}, {"inspect", "ls", "show", "statements", "diff", "recover", "schema", "record", "replay", "keys", "config", "help"}},
-    {"commands", {""}, {"inspect", "ls", "show", "statements", "diff", "recover", "schema", "record", "replay", "keys", "config", "help"}},
+    {"no_word",
+     {},
+     {"inspect", "ls", "show", "statements", "diff", "recover", "schema", "record", "replay", "keys", "config",
+      "help"}},
+    {"commands",
+     {""},
+     {"inspect", "ls", "show", "statements", "diff", "recover", "schema", "record", "replay", "keys", "config",
+      "help"}},
     {"start_of_a_command", {"he"}, {"help"}},
     {"commands_of_a_command", {"config", ""}, {"check", "dump", "get", "explain"}},
     {"unknown_command", {"look", "ins"}, {"inspect"}},

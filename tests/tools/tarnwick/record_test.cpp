@@ -343,7 +343,7 @@ TEST_F(Record, reports_an_address_that_is_in_use)
     Program recorder(setup());
     auto const address = address_from(recorder);
     auto const outcome = run({.arguments = {"record", "-o", folder.path() + "/other.tnw", address}});
-    EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot listen on {}: Address already in use\n", address));
+    EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot bind {}: Address already in use\n", address));
     EXPECT_EQ(outcome.status, 3);
 }
 

@@ -14,6 +14,39 @@ constexpr std::chrono::seconds longest_outage{120};
 /// After it, the servers send a frame again. Frames that a killed recorder had taken come after this time.
 constexpr std::chrono::seconds time_to_acknowledge{10};
 
+/// Returns whether a later call can succeed, for example when the servers have chosen another leader.
+bool is_outage(natsStatus status)
+{
+    return status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED || status == NATS_ERR ||
+           status == NATS_MISSED_HEARTBEAT;
+}
+
+/// Repeats a call while the servers cannot answer, for example when they choose a leader.
+template <class Call>
+natsStatus repeat_in_outage(Call call)
+{
+    auto const start = std::chrono::steady_clock::now();
+    auto status = call();
+    while ((status == NATS_TIMEOUT || is_outage(status)) &&
+           std::chrono::steady_clock::now() - start < longest_outage) {
+        std::this_thread::sleep_for(NatsConsumer::longest_wait);
+        status = call();
+    }
+    return status;
+}
+
+std::uint32_t stream_id_of(NatsClient const &client, std::string const &stream)
+{
+    // The error is that of `state_of`.
+    (void)repeat_in_outage([&] {
+        jsStreamInfo *info = nullptr;
+        auto const status = js_GetStreamInfo(&info, client.jetstream(), stream.c_str(), nullptr, nullptr);
+        jsStreamInfo_Destroy(info);
+        return status;
+    });
+    return state_of(client, stream).id;
+}
+
 NatsSubscription subscribe_durably(NatsClient const &client, std::string const &stream, std::string const &name)
 {
     jsSubOptions options;
@@ -22,23 +55,18 @@ NatsSubscription subscribe_durably(NatsClient const &client, std::string const &
     options.Config.AckPolicy = js_AckExplicit;
     options.Config.AckWait = std::chrono::nanoseconds(time_to_acknowledge).count();
     natsSubscription *subscription = nullptr;
-    check_nats(js_PullSubscribe(&subscription, client.jetstream(), ">", name.c_str(), nullptr, &options, nullptr));
+    check_nats(repeat_in_outage([&] {
+        return js_PullSubscribe(&subscription, client.jetstream(), ">", name.c_str(), nullptr, &options, nullptr);
+    }));
     return NatsSubscription(subscription);
-}
-
-/// Returns whether a later call can succeed, for example when the servers have chosen another leader.
-bool is_outage(natsStatus status)
-{
-    return status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED || status == NATS_ERR ||
-           status == NATS_MISSED_HEARTBEAT;
 }
 
 } // namespace
 
 NatsConsumer::NatsConsumer(NatsAddress const &address, std::string const &name)
     : client_(address)
+    , stream_id_(stream_id_of(client_, address.stream()))
     , subscription_(subscribe_durably(client_, address.stream(), name))
-    , stream_id_(state_of(client_, address.stream()).id)
     , last_answer_(std::chrono::steady_clock::now())
 {
 }

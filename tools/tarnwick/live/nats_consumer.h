@@ -34,8 +34,8 @@ private:
     std::vector<NatsMessage> fetch(int count, std::chrono::milliseconds wait);
 
     NatsClient client_;
+    std::uint32_t stream_id_;
     NatsSubscription subscription_;
-    std::uint32_t stream_id_ = 0;
     std::chrono::steady_clock::time_point last_answer_;
 };
 

@@ -56,7 +56,10 @@ public:
     /// Masks a name with the secrets of the chosen request, in addition to those of earlier calls.
     void mask(std::uint32_t number, Masks const &masks, MaskedRanges ranges);
     /// The masked name.
-    [[nodiscard]] std::string shown(std::uint32_t number) const { return masked(names_[number].text, names_[number].masked); }
+    [[nodiscard]] std::string shown(std::uint32_t number) const
+    {
+        return masked(names_[number].text, names_[number].masked);
+    }
 
 private:
     std::unordered_map<std::string, std::uint32_t> numbers_;

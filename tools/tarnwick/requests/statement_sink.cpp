@@ -42,8 +42,7 @@ void StatementSink::finish_report()
     if (request_ != nullptr && masks_.are_on() && (has_new_queries_ || masks_.have_new_secrets())) {
         for (auto const &[place, calls] : request_->calls) {
             auto &statement = statements_[place.first].summary;
-            add_ranges(statement.masked_statement,
-                       masks_.ranges_of_statement(statement.statement, TextPlace::name));
+            add_ranges(statement.masked_statement, masks_.ranges_of_statement(statement.statement, TextPlace::name));
             if (place.second == 0)
                 continue;
             auto &call_site = call_sites_[place.second - 1];

@@ -59,8 +59,7 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_chosen_ &&
-               (is_queries<Record> || (masks_.are_on() && !is_trace_chunk<Record>));
+        return is_chosen_ && (is_queries<Record> || (masks_.are_on() && !is_trace_chunk<Record>));
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)

@@ -124,7 +124,7 @@ private:
     std::uint64_t number_ = 0;
     bool has_masks_ = false;     ///< whether the request is chosen, and masks are on
     bool has_new_texts_ = false; ///< in the current report
-    Dialect dialect_{};                 ///< of the current report
+    Dialect dialect_{};          ///< of the current report
 };
 
 } // namespace tarnwick::program

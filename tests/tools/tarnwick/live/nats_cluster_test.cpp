@@ -11,6 +11,7 @@
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -20,6 +21,7 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace tarnwick::test::nats_cluster_test {
@@ -30,6 +32,8 @@ using program::CaptureReader;
 using program::InputFile;
 using program::NatsAddress;
 using program::NatsTarget;
+using testing::EndsWith;
+using testing::StartsWith;
 
 constexpr std::uint64_t senders = 4;
 constexpr std::uint64_t frames_of_sender = is_sanitized ? 2'500 : 25'000;
@@ -37,7 +41,11 @@ constexpr std::uint64_t frames_of_sender = is_sanitized ? 2'500 : 25'000;
 /// The servers of examples/nats.
 class Cluster {
 public:
-    Cluster() { address_.pop_back(); }
+    Cluster()
+    {
+        EXPECT_THAT(address_, EndsWith("/php\n"));
+        address_.resize(address_.find('\n'));
+    }
 
     [[nodiscard]] std::string const &address() const { return address_; }
     /// Kills a server. It is started again.
@@ -54,9 +62,12 @@ public:
     }
 
 private:
+    /// Returns the first of six ports. Tests that run at the same time use others, and the system chooses none of them.
+    static std::string first_port() { return std::to_string(20'000 + ::getpid() % 2'000 * 6); }
+
     QTemporaryDir folder_;
-    Program servers_{
-        {.arguments = {folder_.path().toStdString(), "14222"}, .program = TARNWICK_SOURCES "/examples/nats/start"}};
+    Program servers_{{.arguments = {folder_.path().toStdString(), first_port()},
+                      .program = TARNWICK_SOURCES "/examples/nats/start"}};
     std::string address_ = servers_.read_line();
 };
 
@@ -113,27 +124,29 @@ TEST(NatsCluster, loses_no_frame_and_repeats_none_when_a_server_and_the_recorder
     Cluster cluster;
     TemporaryFile const capture("");
     FollowedCapture followed(capture.name());
-    test::Setup const record{.arguments = {"record", cluster.address(), "-o", capture.name()}};
+    test::Setup const record{.arguments = {"record", cluster.address(), "-o", capture.name()}, .err = Sink::output};
 
     // The first sender creates the stream.
     send_frames(cluster.address(), 0);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (std::uint64_t sender = 1; sender < senders; ++sender)
         threads.emplace_back([&, sender] { send_frames(cluster.address(), sender); });
     {
         Program recorder(record);
+        ASSERT_THAT(recorder.read_line(), StartsWith("receiving from "));
         followed.read_until(frames_of_sender / 2);
         cluster.kill_server(1);
         recorder.send(SIGKILL);
         EXPECT_EQ(recorder.finish().status, -1);
     }
     Program recorder(record);
+    ASSERT_THAT(recorder.read_line(), StartsWith("receiving from "));
     followed.read_until(senders * frames_of_sender);
     for (auto &thread : threads)
         thread.join();
     recorder.send(SIGINT);
     auto const outcome = recorder.finish();
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
 
     auto const requests = requests_in(capture.name());
     EXPECT_EQ(requests.size(), senders * frames_of_sender);

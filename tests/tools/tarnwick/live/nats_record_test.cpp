@@ -116,6 +116,7 @@ TEST_F(NatsRecord, takes_frames_of_another_stream_with_the_same_numbers)
         target.append(end_frame(1));
         target.sync();
         Program recorder({.arguments = {"record", name, "-o", file}, .err = Sink::output});
+        ASSERT_THAT(recorder.read_line(), HasSubstr("receiving from " + name));
         auto reader = follow(file);
         for (int i = 0; i < (name == other ? 2 : 1); ++i)
             EXPECT_THAT(reader.read_line(), HasSubstr(record_of(1)));
@@ -146,7 +147,7 @@ TEST_F(NatsRecord, refuses_arguments_that_do_not_suit_a_stream)
 TEST_F(NatsRecord, ends_if_there_is_no_server_or_no_stream)
 {
     for (auto const &[arguments, message] : std::vector<std::pair<std::vector<std::string>, std::string>>{
-             {{"record", server.stream("other"), "-o", file}, "tarnwick: stream not found\n"},
+             {{"record", server.stream("other"), "-o", file}, "tarnwick: the servers have no such stream\n"},
              {{"record", "ipc://" + folder.path() + "/s", "-o", "nats://127.0.0.1:1/php"},
               "tarnwick: cannot connect to nats://127.0.0.1:1/php: "}}) {
         auto const outcome = run({.arguments = arguments});

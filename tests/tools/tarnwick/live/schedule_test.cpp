@@ -14,7 +14,6 @@
 namespace tarnwick::program {
 namespace {
 
-using std::chrono::nanoseconds;
 using namespace std::chrono_literals;
 using data::TimePair;
 
@@ -27,7 +26,7 @@ struct Timing {
     std::string name;
     Pace pace;
     std::vector<Received> received;
-    std::vector<nanoseconds> due;
+    std::vector<std::chrono::nanoseconds> due;
 };
 
 class Schedules : public test::TableTest<Timing> {};
@@ -35,7 +34,7 @@ class Schedules : public test::TableTest<Timing> {};
 TEST_P(Schedules, frames_by_their_times)
 {
     Schedule schedule(GetParam().pace);
-    std::vector<nanoseconds> due;
+    std::vector<std::chrono::nanoseconds> due;
     for (auto const &received : GetParam().received)
         due.push_back(schedule.next(received));
     EXPECT_EQ(due, GetParam().due);
@@ -50,7 +49,10 @@ INSTANTIATE_TEST_SUITE_P(
                {TimePair{1'700'000'000, 0}, TimePair{1'700'000'000, 1}, TimePair{1'700'000'002, 500'000'000}},
                {0ns, 1ns, 2'500ms}},
         Timing{"equal_times", {}, {TimePair{7, 0}, TimePair{7, 0}}, {0ns, 0ns}},
-        Timing{"twice_as_fast", {.speed = 2, .rate = {}}, {TimePair{7, 0}, TimePair{8, 0}, TimePair{10, 0}}, {0ns, 500ms, 1'500ms}},
+        Timing{"twice_as_fast",
+               {.speed = 2, .rate = {}},
+               {TimePair{7, 0}, TimePair{8, 0}, TimePair{10, 0}},
+               {0ns, 500ms, 1'500ms}},
         Timing{"half_as_fast", {.speed = 0.5, .rate = {}}, {TimePair{7, 0}, TimePair{8, 0}}, {0ns, 2s}},
         Timing{"fixed_rate", {.rate = 4}, {TimePair{9, 0}, TimePair{1, 0}, std::nullopt}, {0ns, 250ms, 500ms}},
         Timing{"rate_instead_of_speed", {.speed = 2, .rate = 4}, {std::nullopt, std::nullopt}, {0ns, 250ms}},
