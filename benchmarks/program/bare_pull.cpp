@@ -17,7 +17,7 @@ int main(int argc, char **argv)
     std::unique_ptr<void, int (*)(void *)> const context(zmq_ctx_new(), zmq_ctx_term);
     std::unique_ptr<void, int (*)(void *)> const socket(zmq_socket(context.get(), ZMQ_PULL), zmq_close);
     std::unique_ptr<std::FILE, int (*)(std::FILE *)> const file(std::fopen(argv[3], "wb"), std::fclose);
-    int const waiting = argc > 4 ? std::atoi(argv[4]) : 1000; // NOLINT(cert-err34-c)
+    int const waiting = argc > 4 ? static_cast<int>(std::strtol(argv[4], nullptr, 10)) : 1000;
     if (!socket || !file || zmq_setsockopt(socket.get(), ZMQ_RCVHWM, &waiting, sizeof waiting) != 0 ||
         zmq_bind(socket.get(), argv[1]) != 0) {
         std::fprintf(stderr, "%s: %s\n", argv[1], zmq_strerror(zmq_errno()));

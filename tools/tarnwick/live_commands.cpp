@@ -39,9 +39,9 @@ void read_rotation(std::string const &text, RecordOptions &options)
         throw CLI::ValidationError(
             "--rotate", fmt::format("'{}' is neither a size such as 100MB nor a length of time such as 1h", text));
     if (size)
-        options.rotate_size = static_cast<std::uint64_t>(*size);
+        options.rotate_size = static_cast<std::uint64_t>(*value);
     else
-        options.rotate_age = std::chrono::nanoseconds(static_cast<std::int64_t>(*age));
+        options.rotate_age = std::chrono::nanoseconds(static_cast<std::int64_t>(*value));
 }
 
 void add_record(CLI::App &app, RecordOptions &options, RecordArguments &arguments, Command &command)

@@ -189,6 +189,7 @@ void Receivers::wait()
     if (Interrupt::requested())
         return;
     std::vector<zmq_pollitem_t> items;
+    items.reserve(sockets_.size() + 2);
     for (auto const &socket : sockets_)
         items.push_back({.socket = socket.get(), .fd = 0, .events = ZMQ_POLLIN, .revents = 0});
     if (access_.clients() != nullptr)

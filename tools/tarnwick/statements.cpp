@@ -23,18 +23,18 @@ constexpr std::array<std::string_view, 6> statement_columns_for_people{"total", 
 
 ExitStatus statements(StatementsOptions const &options)
 {
-    auto const columns = statement_columns();
+    auto const all_columns = statement_columns();
     Output output(STDOUT_FILENO);
-    TablePrinter<StatementSummary> printer(output, options, columns, statement_columns_for_people);
+    TablePrinter<StatementSummary> printer(output, options, all_columns, statement_columns_for_people);
     StatementSink sink(options.reports, printer.masks());
     RecordFeed feed(sink);
     auto const status = read_captures(capture_files(options.files), output,
                                       [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
     bool const is_default = options.sort == nullptr;
-    SortedRows<StatementSummary> sorted(is_default ? column_named(columns, "total") : *options.sort,
+    SortedRows<StatementSummary> sorted(is_default ? column_named(all_columns, "total") : *options.sort,
                                         is_default || options.is_descending, options.top);
     for (auto &statement : sink.finish()) {
-        if (fulfils(statement, options.conditions, columns))
+        if (fulfils(statement, options.conditions, all_columns))
             sorted.add(std::move(statement));
     }
     for (auto const &statement : sorted.sorted())

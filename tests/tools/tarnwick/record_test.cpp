@@ -13,12 +13,12 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -111,9 +111,9 @@ TEST_F(Record, receives_from_several_senders_and_sockets)
     for (auto &sender : senders)
         sender.join();
     wait_for_size(file, size);
-    EXPECT_EQ(end(recorder).out, counts(3 * frames));
+    EXPECT_EQ(end(recorder).out, counts(std::uint64_t{3} * frames));
     auto const listed = run({.arguments = {"ls", "--columns=request_id", "--format=csv", file}});
-    EXPECT_EQ(std::ranges::count(listed.out, '\n'), 3 * frames + 1);
+    EXPECT_EQ(std::ranges::count(listed.out, '\n'), std::ptrdiff_t{3} * frames + 1);
     EXPECT_EQ(listed.status, 0);
 }
 
@@ -224,7 +224,7 @@ TEST_F(Record, prints_counts_on_request)
 {
     Program recorder(setup());
     auto const address = address_from(recorder);
-    for (std::uint64_t count : {1, 2}) {
+    for (std::uint64_t const count : {1U, 2U}) {
         send_all(address, {frame(count)});
         wait_for_size(file, count * delimited(frame(1)).size());
         recorder.send(SIGUSR1);
@@ -235,7 +235,7 @@ TEST_F(Record, prints_counts_on_request)
 
 TEST_F(Record, continues_a_capture)
 {
-    for (std::uint64_t id : {1, 2}) {
+    for (std::uint64_t const id : {1U, 2U}) {
         Program recorder(setup());
         send_all(address_from(recorder), {frame(id)});
         wait_for_size(file, id * delimited(frame(1)).size());
@@ -371,12 +371,11 @@ TEST_F(Record, keeps_whole_frames_when_the_disk_is_full)
         endless.join();
         EXPECT_EQ(outcome.status, 3);
         EXPECT_THAT(outcome.out, EndsWith(fmt::format("tarnwick: cannot write {}: File too large\n", file)));
-        unsigned long long received = 0;
-        unsigned long long dropped = 0;
-        ASSERT_EQ(std::sscanf(outcome.out.c_str(), "received: %llu; written: 7; refused: 0; dropped: %llu;", &received,
-                              &dropped),
-                  2)
-            << outcome.out;
+        static std::regex const counted("received: (\\d+); written: 7; refused: 0; dropped: (\\d+);");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_search(outcome.out, match, counted)) << outcome.out;
+        auto const received = std::stoull(match[1]);
+        auto const dropped = std::stoull(match[2]);
         EXPECT_EQ(received, whole_frames + dropped);
         EXPECT_GE(dropped, 1U);
         std::string expected;
@@ -434,7 +433,7 @@ TEST_F(RecordRotates, at_an_age)
 {
     Program recorder(setup({"--rotate=1ms"}));
     auto const address = address_from(recorder);
-    for (std::uint64_t id : {1, 2}) {
+    for (std::uint64_t const id : {1U, 2U}) {
         send_all(address, {frame(id)});
         auto const names = finished_in(recorder.read_line());
         ASSERT_EQ(names.size(), 1U);

@@ -325,7 +325,7 @@ TEST(Replay, continues_with_the_next_receiver)
 
 TEST(Replay, reports_a_file_that_does_not_exist)
 {
-    Receiver receiver;
+    Receiver const receiver;
     auto const outcome = run({.arguments = {"replay", "/no/such/file", receiver.endpoint()}});
     EXPECT_EQ(outcome.err, "cannot read /no/such/file: No such file or directory\nno frame to send\n");
     EXPECT_EQ(outcome.status, 3);

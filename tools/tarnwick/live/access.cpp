@@ -131,10 +131,10 @@ Access::~Access()
     }
 }
 
-void Access::set_keys(SocketHandle const &socket) const
+void Access::set_keys(SocketHandle const &socket, KeyPair const &keys) const
 {
-    set_text_option(socket, ZMQ_CURVE_PUBLICKEY, keys_->public_key);
-    set_text_option(socket, ZMQ_CURVE_SECRETKEY, keys_->secret_key);
+    set_text_option(socket, ZMQ_CURVE_PUBLICKEY, keys.public_key);
+    set_text_option(socket, ZMQ_CURVE_SECRETKEY, keys.secret_key);
     if (attachment_ == Attachment::bind)
         set_option(socket, ZMQ_CURVE_SERVER, 1);
     else
@@ -151,7 +151,7 @@ void Access::attach(SocketHandle const &socket, Endpoint const &endpoint)
             fmt::format("cannot {} {}: {}", binds ? "bind" : "connect to", escaped_text(endpoint.text()), reason));
     };
     if (keys_)
-        set_keys(socket);
+        set_keys(socket, *keys_);
     // Only an address in brackets is surely one of IPv6.
     if (endpoint.text().find('[') != std::string::npos)
         set_option(socket, ZMQ_IPV6, 1);

@@ -61,7 +61,7 @@ private:
         ino_t inode;
     };
 
-    void set_keys(SocketHandle const &socket) const;
+    void set_keys(SocketHandle const &socket, KeyPair const &keys) const;
 
     Attachment attachment_;
     AccessOptions options_;

@@ -21,7 +21,7 @@ using rpc::php::v1::NotifyRequest;
 struct WireField {
     int number;
     std::uint64_t value = 0;
-    std::optional<std::string_view> bytes = {};
+    std::optional<std::string_view> bytes = {}; // NOLINT(readability-redundant-member-init): designators leave it out
 };
 
 /// Passes the fields of a message, which is nested `depth` deep, to `take`, which returns whether the message is still
@@ -109,7 +109,7 @@ std::optional<CheckedFrame> check_frame(std::string_view bytes)
         return std::nullopt;
     CheckedFrame frame;
     if (report.number == Frame::kRpcPhpFieldNumber)
-        frame.start = start_of(*report.bytes);
+        frame.start = start_of(*report.bytes); // NOLINT(bugprone-unchecked-optional-access): a report has bytes
     if (report.number == Frame::kRinitFieldNumber)
         frame.start = {.request_id = request_id, .dialect = Dialect::protobuf};
     return frame;

@@ -76,11 +76,11 @@ bool FrameSender::finish()
     while (zmq_ctx_term(context_.get()) < 0 && zmq_errno() == EINTR) {
         if (Interrupt::requested() && !is_interrupted) {
             // There is no way to end it without its frames. The end of the process does.
-            (void)context_.release();
+            [[maybe_unused]] auto *const unfinished = context_.release();
             return false;
         }
     }
-    (void)context_.release(); // it is freed
+    [[maybe_unused]] auto *const freed = context_.release();
     return !is_interrupted;
 }
 

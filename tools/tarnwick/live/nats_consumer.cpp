@@ -27,8 +27,7 @@ natsStatus repeat_in_outage(Call call)
 {
     auto const start = std::chrono::steady_clock::now();
     auto status = call();
-    while ((status == NATS_TIMEOUT || is_outage(status)) &&
-           std::chrono::steady_clock::now() - start < longest_outage) {
+    while ((status == NATS_TIMEOUT || is_outage(status)) && std::chrono::steady_clock::now() - start < longest_outage) {
         std::this_thread::sleep_for(NatsConsumer::longest_wait);
         status = call();
     }

@@ -36,7 +36,7 @@ struct RequestSummary {
         std::optional<std::string> method;
         std::optional<std::string> uri;
         /// With masks: both texts before they are cut, so that no part of a secret remains.
-        std::shared_ptr<StartMasks> masks{};
+        std::shared_ptr<StartMasks> masks{}; // NOLINT(readability-redundant-member-init): designators leave it out
     };
     struct End {
         std::int32_t status = 0;

@@ -5,6 +5,7 @@
 #include "support/config_files.h"
 #include "tools/tarnwick/support/program.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -89,6 +90,7 @@ TEST(KeysCommand, requires_a_name)
 
 class KeyFiles : public testing::Test {
 protected:
+    // NOLINTNEXTLINE(modernize-use-nodiscard): the name is known
     std::string write(std::string const &name, std::string const &content, mode_t mode = 0600) const
     {
         auto file = folder_.write(name, content);
@@ -141,15 +143,18 @@ TEST_F(KeyFiles, are_refused_if_they_are_missing)
 TEST_F(KeyFiles, are_refused_if_they_are_damaged)
 {
     auto const &[open, secret] = keys_;
-    for (auto const &content : {std::string(), open, open + "\n", open + "\n" + secret.substr(1) + "\n",
-                                open.substr(0, 39) + "\"\n" + secret + "\n", open + "\n" + secret + "\n\n",
-                                open + "\n" + secret + "x\n", open + " " + secret + "\n"})
+    for (auto const &content :
+         {std::string(), open, fmt::format("{}\n", open), fmt::format("{}\n{}\n", open, secret.substr(1)),
+          fmt::format("{}\"\n{}\n", open.substr(0, 39), secret), fmt::format("{}\n{}\n\n", open, secret),
+          fmt::format("{}\n{}x\n", open, secret), fmt::format("{} {}\n", open, secret)})
         EXPECT_THAT([&] { (void)program::read_key_pair(write("a.key", content)); },
                     ThrowsMessage<KeyFileError>(HasSubstr("it does not have a public and a secret key in two lines")))
             << content;
-    EXPECT_THAT([&] { (void)program::read_key_pair(write("a.key", other_.public_key + "\n" + secret + "\n")); },
-                ThrowsMessage<KeyFileError>(HasSubstr("its public key is not that of its secret key")));
-    for (auto const &content : {std::string(), open + "x\n", open.substr(1), open + "\n" + secret + "\n"})
+    EXPECT_THAT(
+        [&] { (void)program::read_key_pair(write("a.key", fmt::format("{}\n{}\n", other_.public_key, secret))); },
+        ThrowsMessage<KeyFileError>(HasSubstr("its public key is not that of its secret key")));
+    for (auto const &content :
+         {std::string(), fmt::format("{}x\n", open), open.substr(1), fmt::format("{}\n{}\n", open, secret)})
         EXPECT_THAT([&] { (void)program::read_public_key(write("a.pub", content)); },
                     ThrowsMessage<KeyFileError>(HasSubstr("it does not have one line with a public key")))
             << content;

@@ -36,11 +36,11 @@ std::string record_of(std::uint64_t request)
 class NatsRecord : public testing::Test {
 protected:
     /// Returns the lines of `inspect --follow` from now on.
-    Program follow(std::string const &capture) const
+    [[nodiscard]] static Program follow(std::string const &capture)
     {
         return Program({.arguments = {"inspect", "--follow", capture}});
     }
-    Outcome end(Program &program)
+    static Outcome end(Program &program)
     {
         program.send(SIGTERM);
         return program.finish();
