@@ -31,7 +31,7 @@ endfunction()
 # the program. They also make the program half as large again. AddressSanitizer reports a null pointer and an access
 # outside an object as well. The library has all checks, and so has the preset `fuzz`.
 function(tarnwick_fewer_checks target)
-    if(TARNWICK_SANITIZE MATCHES undefined AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    if(TARNWICK_SANITIZE MATCHES undefined AND NOT TARNWICK_FUZZ)
         target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment,object-size,vptr)
     endif()
 endfunction()
@@ -39,7 +39,7 @@ endfunction()
 # Links a program at fixed addresses if it is sanitized. The tests start the program more than a thousand times, and a
 # tenth of the time of such a start relocates what the sanitizers added.
 function(tarnwick_fixed_addresses target)
-    if(TARNWICK_SANITIZE MATCHES address AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    if(TARNWICK_SANITIZE MATCHES address)
         target_link_options(${target} PRIVATE -no-pie)
     endif()
 endfunction()

@@ -162,7 +162,7 @@ TEST_F(Chain, of_a_thousand_includes_reports_a_fault_at_every_level)
     EXPECT_EQ(failure(file), expected);
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TARNWICK_SANITIZED
 constexpr std::size_t smallest_stack = small_stack;
 #else
 constexpr std::size_t smallest_stack = std::size_t{160} * 1024;
@@ -195,7 +195,7 @@ TEST_F(Chain, of_four_thousand_includes_that_a_program_starts_needs_no_deep_stac
 
 TEST_F(Chain, deeper_than_the_limit_of_descriptors_fails_at_the_first_include_beyond_it)
 {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TARNWICK_SANITIZED
     GTEST_SKIP() << "undefined-behaviour checks take descriptors themselves";
 #endif
     auto const file = chain(40, "a = last\n", "");

@@ -1,3 +1,5 @@
+#include "support/sanitizers.h"
+
 #include <tarnwick/pexception.h>
 
 #include <cstddef>
@@ -130,7 +132,9 @@ TEST(PException, has_the_virtual_table_of_its_base)
     void *symbol = nullptr;
     ASSERT_NE(dladdr1(static_cast<void const *>(virtual_table(exception)), &place, &symbol, RTLD_DL_SYMENT), 0);
     EXPECT_STREQ(place.dli_sname, "_ZTV10PException");
-    EXPECT_EQ(static_cast<ElfW(Sym) const *>(symbol)->st_size, (2 + what_slot + 1) * sizeof(void *));
+    if (!is_sanitized) { // AddressSanitizer of clang makes the symbol larger
+        EXPECT_EQ(static_cast<ElfW(Sym) const *>(symbol)->st_size, (2 + what_slot + 1) * sizeof(void *));
+    }
 }
 
 TEST(PException, shares_its_type_information_across_libraries)

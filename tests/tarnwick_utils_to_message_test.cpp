@@ -384,7 +384,7 @@ TYPED_TEST(ToMessageOnArena, writes_lists_and_maps)
 {
     google::protobuf::Arena arena;
     auto &message = *google::protobuf::Arena::Create<TypeParam>(&arena);
-    QVariantList const list{1, u"a text with a block of its own on the heap"_s, QVariantList{true}};
+    QVariantList const list{1, u"a text with a block of its own on the heap"_s, QVariantList{QVariant(true)}};
     QVariantMap const map{{u"list"_s, list}, {u"none"_s, QVariant()}};
 
     // Each value replaces the previous one, which can be a time on the arena.

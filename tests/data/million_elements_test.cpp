@@ -43,7 +43,7 @@ namespace PelorinPHP = pelorin::protobuf::PelorinPHP;
 using GlimmetReport = rpc::glimmet::v1::NotifyRequest;
 using PhpReport = rpc::php::v1::NotifyRequest;
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef TARNWICK_SANITIZED
 constexpr std::uint32_t many = 100'000;
 #else
 constexpr std::uint32_t many = 1'000'000;

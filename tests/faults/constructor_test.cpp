@@ -20,7 +20,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TARNWICK_SANITIZED
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -283,7 +283,7 @@ TEST(FaultsInProcesses, report_the_first_that_ends_a_process)
     EXPECT_EQ(faults.count, 2U * 2U);
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TARNWICK_SANITIZED
 // The counting allocator calls the sanitizer's, whose leak check must still work.
 TEST(LeakCheckDeathTest, reports_leaked_blocks)
 {

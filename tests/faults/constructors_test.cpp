@@ -20,7 +20,7 @@ namespace {
 using testing::IsEmpty;
 
 // Under a sanitizer each fault takes longer.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TARNWICK_SANITIZED
 constexpr std::size_t faults_wanted = 200'000;
 #else
 constexpr std::size_t faults_wanted = 1'000'000;

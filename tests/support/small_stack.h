@@ -8,7 +8,7 @@
 namespace tarnwick::test {
 
 /// A thirtieth of the usual stack. Instrumented or unoptimised code needs several times as much.
-#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__)
+#if defined(NDEBUG) && !defined(TARNWICK_SANITIZED)
 inline constexpr std::size_t small_stack = std::size_t{256} * 1024;
 #else
 inline constexpr std::size_t small_stack = std::size_t{2} * 1024 * 1024;

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#ifdef __SANITIZE_THREAD__
+#ifdef TARNWICK_SANITIZED
 
 #include "support/table.h"
 #include "threads/records.h"

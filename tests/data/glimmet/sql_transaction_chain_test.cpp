@@ -24,7 +24,7 @@ using ProtobufTransaction = pelorin::protobuf::Glimmet::SqlTransaction;
 using rpc::glimmet::v1::NotifyRequest;
 using Pointer = QExplicitlySharedDataPointer<detail::SqlTransaction>;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TARNWICK_SANITIZED
 constexpr unsigned int very_many = 300'000;
 #else
 constexpr unsigned int very_many = 5'000'000;

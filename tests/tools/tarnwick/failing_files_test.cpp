@@ -274,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, rows(all_commands()), by_name);
 // program either prints the record or reports the failure.
 TEST(Descriptors, running_out_is_reported)
 {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TARNWICK_SANITIZED
     GTEST_SKIP() << "the sanitizer takes descriptors itself";
 #endif
     Frame frame;
