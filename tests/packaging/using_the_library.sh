@@ -2,7 +2,7 @@
 # Follows docs/using-the-library.md with an installed tree, once with CMake and once with pkg-config:
 # using_the_library.sh PAGE PREFIX LIBDIR FOLDER
 #
-# Uses every block of the page: ```cpp is example.cpp, ```cmake is CMakeLists.txt, ```sh are commands for one shell,
+# Uses every block of the page: ```cpp is example.cpp or, without a function main, a quotation of an example, ```cmake is CMakeLists.txt, ```sh are commands for one shell,
 # ```gdb are commands of gdb, and a block without a language is the output of the commands before it.
 set -euo pipefail
 page=$1 prefix=$2 libdir=$3 folder=$4
@@ -21,6 +21,14 @@ awk '
 blocks=(*.*)
 sed -i "s|\<PREFIX/lib\>|$prefix/$libdir|g; s|\<PREFIX\>|$prefix|g" "${blocks[@]}"
 
+is_quoted() { # TEXT
+    local example
+    for example in "$(dirname "$page")"/../examples/*.cpp; do
+        [[ $'\n'$(<"$example")$'\n' != *$'\n'"$1"$'\n'* ]] || return 0
+    done
+    return 1
+}
+
 follow() { # COMMAND-THAT-BUILDS COMMAND-OF-THE-OTHER-WAY
     local block checked=0
     rm -rf "$1"
@@ -31,7 +39,14 @@ follow() { # COMMAND-THAT-BUILDS COMMAND-OF-THE-OTHER-WAY
     trap 'cat messages printed >&3' EXIT
     for block in "${blocks[@]}"; do
         case $block in
-        *.cpp) cp "../$block" example.cpp ;;
+        *.cpp)
+            if grep -q '^int main' "../$block"; then
+                cp "../$block" example.cpp
+            elif ! is_quoted "$(<"../$block")"; then
+                echo "no example has the text of $block" >messages
+                exit 1
+            fi
+            ;;
         *.cmake) cp "../$block" CMakeLists.txt ;;
         *.sh)
             ! grep -qw -e "$2" "../$block" || continue
