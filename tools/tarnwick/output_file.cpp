@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -64,6 +65,21 @@ bool rename_to_new(std::string const &from, std::string const &to)
            (errno == EINVAL && ::rename(from.c_str(), to.c_str()) == 0);
 }
 
+bool store_folder_of(std::string const &name)
+{
+    auto folder = std::filesystem::path(name).parent_path();
+    if (folder.empty())
+        folder = ".";
+    auto const descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // A folder in which files may be created need not be readable.
+    if (descriptor < 0)
+        return errno == EACCES;
+    auto const error = ::fsync(descriptor) == 0 ? 0 : errno;
+    ::close(descriptor);
+    errno = error;
+    return error == 0 || error == EINVAL;
+}
+
 OutputFile::OutputFile(std::string name)
     : name_(std::move(name))
     , part_name_(name_ + ".part")
@@ -89,7 +105,7 @@ OutputFile::~OutputFile()
 
 void OutputFile::finish()
 {
-    if (::fsync(descriptor_) != 0 || !rename_to_new(part_name_, name_))
+    if (::fsync(descriptor_) != 0 || !rename_to_new(part_name_, name_) || !store_folder_of(name_))
         fail(name_, errno);
     ::close(std::exchange(descriptor_, -1));
 }

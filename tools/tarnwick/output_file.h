@@ -8,6 +8,10 @@ namespace tarnwick::program {
 /// systems that cannot check the new name, it can replace a file that was created in the meantime.
 bool rename_to_new(std::string const &from, std::string const &to);
 
+/// Stores the names of the files in the folder of a file on the disk, so that a new name survives a crash of the machine.
+/// Returns whether it did, or the file system has no way to do it; otherwise `errno` is the reason.
+bool store_folder_of(std::string const &name);
+
 /// New file that gets its name when it is complete. Until then its name ends with `.part`. The file is removed if the
 /// object is destroyed before, or if SIGHUP, SIGINT or SIGTERM ends the process. There can be one such object at a
 /// time.

@@ -21,14 +21,15 @@ public:
     [[nodiscard]] bool due() const;
     /// Shows a name and figures. On a narrow terminal, the name is cut first.
     void show(std::string name, std::string figures);
-    /// Erases the line, so that something else can be printed.
+    /// Erases the line, also that of another object, so that something else can be printed.
     void clear();
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    static inline bool is_visible_ = false; ///< of all objects, since they share the line
+
     bool is_enabled_;
-    bool is_visible_ = false;
     Clock::time_point next_update_;
 };
 

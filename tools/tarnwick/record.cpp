@@ -8,6 +8,8 @@
 #include "print/readable_text.h"
 #include "standard_error.h"
 
+#include "receive_part.h"
+
 #include <zeromq/msg.h>
 
 #include <fmt/format.h>
@@ -33,6 +35,12 @@ constexpr std::uint64_t min_message_size = 320;
 /// The number of messages after which a large frame is no longer recent.
 constexpr std::uint64_t recent_messages = 4'096;
 
+/// The number of messages of this size that may wait.
+constexpr std::uint64_t longest_queue(std::uint64_t size)
+{
+    return std::max<std::uint64_t>(max_waiting_bytes / std::max(size, min_message_size), 1);
+}
+
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
 constexpr std::uint64_t max_bytes_at_end = 256'000'000;
 
@@ -40,7 +48,7 @@ SocketHandle open_receiver(ContextHandle const &context, Access &access, Endpoin
                            RecordOptions const &options)
 {
     auto socket = open_socket(context, ZMQ_PULL);
-    set_option(socket, ZMQ_RCVHWM, static_cast<int>(max_waiting_bytes / min_message_size));
+    set_option(socket, ZMQ_RCVHWM, static_cast<int>(longest_queue(min_message_size)));
     auto const largest = static_cast<std::int64_t>(options.max_frame);
     check_zeromq(zmq_setsockopt(socket.get(), ZMQ_MAXMSGSIZE, &largest, sizeof largest));
     access.attach(socket, endpoint);
@@ -52,17 +60,13 @@ SocketHandle open_receiver(ContextHandle const &context, Access &access, Endpoin
     return socket;
 }
 
-/// Receives a message, if one waits. Returns whether it did. Throws `SocketError`.
-bool receive(SocketHandle const &socket, zeromq::msg_t &message, int flags = ZMQ_DONTWAIT)
+/// Receives the first part of a message, if one waits. Returns whether it did. Throws `SocketError`.
+bool receive(SocketHandle const &socket, zeromq::msg_t &part)
 {
-    int result = 0;
-    do
-        result = zmq_msg_recv(message.handle(), socket.get(), flags);
-    while (result < 0 && zmq_errno() == EINTR);
-    if (result < 0 && zmq_errno() == EAGAIN)
-        return false;
-    check_zeromq(result);
-    return true;
+    if (receive_part(socket.get(), part, ZMQ_DONTWAIT))
+        return true;
+    check_zeromq(zmq_errno() == EAGAIN ? 0 : -1);
+    return false;
 }
 
 /// The sockets of `record`.
@@ -85,6 +89,8 @@ private:
     bool receive_from_all();
     void take_message(SocketHandle const &socket);
     void limit_queues(std::uint64_t size);
+    void lengthen_queues();
+    void set_queue_length(std::uint64_t length);
     void wait();
 
     Recording &recording_;
@@ -94,8 +100,9 @@ private:
     zeromq::msg_t message_;
     std::uint64_t received_ = 0;               ///< messages
     std::uint64_t received_bytes_ = 0;         ///< with what each message takes at least
-    std::uint64_t largest_ = min_message_size; ///< message that the queues are made for, in bytes
     std::uint64_t largest_recent_ = 0;
+    std::uint64_t queue_length_ = longest_queue(min_message_size);
+    std::uint64_t permitted_length_ = 0; ///< by the messages since the last change
 };
 
 void Receivers::receive_until_end()
@@ -106,6 +113,7 @@ void Receivers::receive_until_end()
         auto const has_received = receive_from_all();
         recording_.rotate_if_due();
         if (!has_received) {
+            lengthen_queues();
             recording_.target().flush();
             wait();
         }
@@ -121,8 +129,8 @@ void Receivers::drop_arrived()
     for (auto const &socket : sockets_) {
         for (auto const most = recording_.bytes() + max_bytes_at_end;
              recording_.bytes() < most && receive(socket, message_);) {
-            if (zmq_msg_more(message_.handle()) == 0)
-                recording_.drop(message_.size());
+            auto const size = message_.size();
+            recording_.drop(size + drop_rest(socket.get(), message_));
         }
     }
 }
@@ -151,35 +159,45 @@ bool Receivers::receive_from_all()
 
 void Receivers::take_message(SocketHandle const &socket)
 {
-    if (zmq_msg_more(message_.handle()) == 0) {
-        limit_queues(message_.size());
-        recording_.take({message_.data(), message_.size()});
+    auto size = message_.size();
+    if (!has_more(message_)) {
+        limit_queues(size);
+        recording_.take({message_.data(), size});
         return;
     }
-    auto size = message_.size();
-    while (zmq_msg_more(message_.handle()) != 0) {
-        receive(socket, message_, 0);
-        size += message_.size();
-    }
+    size += drop_rest(socket.get(), message_);
     limit_queues(size);
     recording_.refuse_parts(size);
 }
 
-/// Makes the queues as long as the sizes of recent messages permit.
+/// Makes the queues shorter if the sizes of recent messages demand it.
 void Receivers::limit_queues(std::uint64_t size)
 {
     received_bytes_ += std::max(size, min_message_size);
     largest_recent_ = std::max(largest_recent_, size);
-    bool const is_over = ++received_ % recent_messages == 0;
-    if (largest_recent_ <= largest_ && !is_over)
-        return;
-    if (auto const before = std::exchange(largest_, std::max(largest_recent_, min_message_size)); before != largest_) {
-        auto const waiting = static_cast<int>(std::max<std::uint64_t>(max_waiting_bytes / largest_, 1));
-        for (auto const &socket : sockets_)
-            set_option(socket, ZMQ_RCVHWM, waiting);
-    }
-    if (is_over)
+    auto const longest = longest_queue(largest_recent_);
+    if (longest < queue_length_)
+        set_queue_length(longest);
+    if (++received_ % recent_messages == 0) {
+        permitted_length_ = longest;
         largest_recent_ = 0;
+    }
+}
+
+/// Makes the queues longer if the sizes of recent messages permit it. The queues must be empty, and at most double their
+/// length: ZeroMQ wakes the sender of a full queue only after half the new length has been read from it, so a queue that
+/// has become full meanwhile must have as many messages.
+void Receivers::lengthen_queues()
+{
+    if (auto const permitted = std::exchange(permitted_length_, 0); permitted > queue_length_)
+        set_queue_length(std::min(permitted, 2 * queue_length_));
+}
+
+void Receivers::set_queue_length(std::uint64_t length)
+{
+    queue_length_ = length;
+    for (auto const &socket : sockets_)
+        set_option(socket, ZMQ_RCVHWM, static_cast<int>(length));
 }
 
 /// Waits for messages, signals, and the time of the next rotation or line of progress.
@@ -208,8 +226,14 @@ ExitStatus record(RecordOptions const &options)
     interrupt.enable_reports();
     Recording recording(options);
     std::optional<Receivers> receivers;
-    if (!options.stream)
-        receivers.emplace(options, recording);
+    if (!options.stream) {
+        try {
+            receivers.emplace(options, recording);
+        } catch (...) {
+            recording.discard();
+            throw;
+        }
+    }
     try {
         if (receivers)
             receivers->receive_until_end();

@@ -7,6 +7,9 @@
 #include "live/frame_choice.h"
 #include "live/frame_sender.h"
 #include "print/output.h"
+#include "print/readable_text.h"
+#include "print/short_text.h"
+#include "progress.h"
 #include "requests/request_summary.h"
 #include "requests/summary_sink.h"
 #include "standard_error.h"
@@ -17,10 +20,12 @@
 #include <chrono>
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
 #include <optional>
 #include <poll.h>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 #include <unordered_set>
 #include <utility>
@@ -48,6 +53,16 @@ bool wait_until(Clock::time_point due)
     return false;
 }
 
+/// Returns whether reading one of the files shows progress.
+bool has_large_file(std::vector<std::string> const &files)
+{
+    return std::ranges::any_of(files, [](auto const &file) {
+        std::error_code error;
+        auto const size = std::filesystem::file_size(file, error);
+        return !error && size > Progress::min_size;
+    });
+}
+
 /// Sends the chosen frames when they are due.
 class Replay {
 public:
@@ -58,6 +73,8 @@ public:
                        !request_ids)
         , choice_(options.filter.reports, std::move(request_ids))
         , feed_(choice_)
+        , endpoint_(options.endpoint->text())
+        , progress_(!has_large_file(options.files))
     {
     }
 
@@ -78,8 +95,15 @@ public:
             throw EnoughResults();
         if (!start_)
             start_ = Clock::now();
+        sent_bytes_ += bytes.size();
+        if (progress_.due())
+            progress_.show(escaped_text(endpoint_),
+                           fmt::format(": {} frames sent, {}", sender_.sent(),
+                                       short_size_text(static_cast<std::int64_t>(sent_bytes_))));
         return std::nullopt;
     }
+
+    void clear_progress() { progress_.clear(); }
 
 private:
     FrameSender &sender_;
@@ -88,6 +112,9 @@ private:
     FrameChoice choice_;
     RecordFeed<FrameChoice> feed_;
     std::optional<Clock::time_point> start_;
+    std::string const &endpoint_;
+    ProgressLine progress_;
+    std::uint64_t sent_bytes_ = 0;
 };
 
 /// Returns the ids of the requests that fulfil the conditions.
@@ -124,6 +151,7 @@ ExitStatus replay(ReplayOptions const &options)
     while (options.loop && has_frames && !Interrupt::requested())
         reread_capture_bytes(files, handle);
 
+    replay.clear_progress();
     bool const is_interrupted = Interrupt::requested();
     bool const has_finished = sender.finish();
     std::string_view end;

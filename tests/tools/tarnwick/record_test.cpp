@@ -134,6 +134,26 @@ TEST_F(Record, loses_none_of_many_frames)
     EXPECT_EQ(std::filesystem::file_size(file), size);
 }
 
+// A large frame makes the queues short. Later they become long again, while some are full.
+TEST_F(Record, receives_from_all_senders_after_a_large_frame)
+{
+    constexpr std::uint64_t frames = is_sanitized ? 10'000 : 30'000;
+    constexpr std::size_t size_of_large = 8'000'000;
+    Program recorder(setup());
+    auto const address = address_from(recorder);
+    Frame large;
+    large.set_ct_data(std::string(size_of_large, 'x'));
+    send_all(address, {large.SerializeAsString()});
+    std::vector<std::thread> senders;
+    constexpr std::uint64_t number_of_senders = 4;
+    for (std::uint64_t i = 0; i < number_of_senders; ++i)
+        senders.emplace_back([&] { send_all(address, std::vector<std::string>(frames, frame(1))); });
+    for (auto &sender : senders)
+        sender.join();
+    wait_for_size(file, delimited(large).size() + number_of_senders * frames * delimited(frame(1)).size());
+    EXPECT_EQ(end(recorder).out, counts(1 + number_of_senders * frames));
+}
+
 TEST_F(Record, connects_to_senders)
 {
     std::unique_ptr<void, int (*)(void *)> const context(zmq_ctx_new(), zmq_ctx_term);
@@ -260,27 +280,30 @@ TEST_F(Record, leaves_whole_frames_when_it_is_killed)
 struct Rest {
     std::string name;
     std::string bytes;
+    std::string before = request_end(1);
 };
 
 class RecordRemoves : public TableTest<Rest> {};
 
 TEST_P(RecordRemoves, an_incomplete_frame_at_the_end)
 {
-    TemporaryFile const capture(request_end(1) + GetParam().bytes);
+    auto const &before = GetParam().before;
+    TemporaryFile const capture(before + GetParam().bytes);
     Program recorder({.arguments = {"record", "-o", capture.name(), "tcp://127.0.0.1:*"}, .err = Sink::output});
     EXPECT_EQ(recorder.read_line(),
               fmt::format("{}: removed {} bytes of an incomplete frame\n", capture.name(), GetParam().bytes.size()));
     send_all(address_from(recorder), {frame(2)});
-    wait_for_size(capture.name(), (request_end(1) + request_end(2)).size());
+    wait_for_size(capture.name(), (before + request_end(2)).size());
     recorder.send(SIGINT);
     EXPECT_EQ(recorder.finish().status, 0);
-    EXPECT_EQ(content_of_file(capture.name()), request_end(1) + request_end(2));
+    EXPECT_EQ(content_of_file(capture.name()), before + request_end(2));
 }
 
 INSTANTIATE_TEST_SUITE_P(Which, RecordRemoves,
                          testing::Values(Rest{"is_a_length", request_end(2).substr(0, 1)},
                                          Rest{"is_a_part_of_a_length", varint(300).substr(0, 1)},
                                          Rest{"lacks_a_byte", request_end(2).substr(0, request_end(2).size() - 1)},
+                                         Rest{"is_the_first", request_end(2).substr(0, request_end(2).size() - 1), ""},
                                          Rest{"is_larger_than_a_read", varint(9'000'000) + field_head(61, 8'999'000) +
                                                                            std::string(2'000'000, 'x')}),
                          by_name);
@@ -307,6 +330,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Foreign{"text", "To whom it may concern\n", "not a capture: it has no frame with a known report"},
                     Foreign{"gzip", std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
                             "not a capture: the file is compressed with gzip; pipe it through `zcat`"},
+                    Foreign{"start_of_any_frame", request_end(1).substr(0, 1),
+                            "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
+                    Foreign{"text_with_a_length", "\xc3\x89" "cran\n",
+                            "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
                     Foreign{"damage_before_the_end", request_end(1) + delimited("\xff") + request_end(2),
                             fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
                                         "`tarnwick recover`",
@@ -345,6 +372,7 @@ TEST_F(Record, reports_an_address_that_is_in_use)
     auto const outcome = run({.arguments = {"record", "-o", folder.path() + "/other.tnw", address}});
     EXPECT_EQ(outcome.err, fmt::format("tarnwick: cannot bind {}: Address already in use\n", address));
     EXPECT_EQ(outcome.status, 3);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() + "/other.tnw"));
 }
 
 TEST_F(Record, keeps_whole_frames_when_the_disk_is_full)
@@ -517,6 +545,35 @@ TEST_F(Record, shows_progress_on_a_terminal)
     auto const outcome = end(recorder);
     EXPECT_THAT(outcome.err, HasSubstr("\r\x1b[K" + file + ": "));
     EXPECT_THAT(outcome.err, EndsWith("\r\x1b[K" + counts(1)));
+}
+
+TEST_F(Record, admits_only_programs_whose_keys_are_allowed)
+{
+    auto const path = [&](std::string const &name) { return folder.path() + '/' + name; };
+    for (auto const *name : {"recorder", "shop", "stranger"})
+        ASSERT_EQ(run({.arguments = {"keys", path(name)}}).status, 0);
+    Program recorder(setup({"--curve-keys=" + path("recorder.key"), "--allow=" + path("shop.pub")}));
+    auto const address = address_from(recorder);
+    TemporaryFile const capture(request_end(1) + request_end(2));
+    auto const replay = [&](std::string const &name) {
+        return test::Setup{.arguments = {"replay", "--curve-keys=" + path(name), "--server-key=" + path("recorder.pub"),
+                                         capture.name(), address}};
+    };
+    {
+        Program stranger(replay("stranger.key"));
+        auto key = content_of_file(path("stranger.pub"));
+        key.pop_back(); // the end of the line
+        EXPECT_EQ(recorder.read_line(), fmt::format("refused a client at 127.0.0.1: its key {} is not in {}\n", key,
+                                                    path("shop.pub")));
+        auto const refused = end(stranger);
+        EXPECT_THAT(refused.out + refused.err, EndsWith("frames sent: 0; interrupted before the end\n"));
+    }
+    auto const sent = run(replay("shop.key"));
+    EXPECT_EQ(sent.err, "frames sent: 2\n");
+    EXPECT_EQ(sent.status, 0);
+    wait_for_size(file, (request_end(1) + request_end(2)).size());
+    EXPECT_EQ(end(recorder).out, counts(2));
+    EXPECT_EQ(content(), request_end(1) + request_end(2));
 }
 
 struct Usage {

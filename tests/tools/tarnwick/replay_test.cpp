@@ -22,6 +22,7 @@ namespace tarnwick::test::replay_test {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -268,6 +269,19 @@ TEST(Replay, repeats_captures_until_ctrl_c)
     auto const outcome = program.finish();
     EXPECT_THAT(outcome.err, MatchesRegex("frames sent: [0-9]+\n"));
     EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Replay, shows_progress_on_a_terminal)
+{
+    TemporaryFile const file(delimited(first));
+    Receiver receiver;
+    Program program({.arguments = {"replay", file.name(), receiver.endpoint()},
+                     .err = Sink::terminal,
+                     .environment = {"TERM=xterm"}});
+    EXPECT_THAT(receiver.receive(1), ElementsAre(first));
+    auto const outcome = program.finish();
+    EXPECT_THAT(outcome.err, HasSubstr("\r\x1b[K" + receiver.endpoint() + ": 1 frames sent, "));
+    EXPECT_THAT(outcome.err, EndsWith("\r\x1b[Kframes sent: 1\n"));
 }
 
 TEST(Replay, reports_faults_once_in_a_loop)

@@ -52,7 +52,10 @@ public:
             return false;
         auto const frame = bytes(length.size + std::min(length.value, rest)).substr(length.size);
         if (is_incomplete_) {
-            is_incomplete_ = FrameFields(length.value).advance(frame) != FrameFields::State::invalid;
+            FrameFields fields(length.value);
+            auto const state = fields.advance(frame);
+            is_incomplete_ = state != FrameFields::State::invalid;
+            has_report_ = state == FrameFields::State::complete && fields.ends_with_report();
             return false;
         }
         if (!check_frame(frame))
@@ -65,6 +68,9 @@ public:
     [[nodiscard]] std::uint64_t end() const { return end_; }
     /// Returns whether the bytes after `end` can be the start of a frame.
     [[nodiscard]] bool is_incomplete() const { return is_incomplete_; }
+    /// Returns whether the bytes after `end` name a report that would end where the frame ends. Bytes of other files
+    /// do so only by chance.
+    [[nodiscard]] bool has_report() const { return has_report_; }
 
 private:
     static constexpr std::uint64_t max_length_size = 10;
@@ -86,6 +92,7 @@ private:
     std::uint64_t size_;
     std::uint64_t end_ = 0;
     bool is_incomplete_ = false;
+    bool has_report_ = false;
     std::uint64_t window_start_ = 0;
     std::string window_;
 };
@@ -132,6 +139,7 @@ void RecordedFile::open(int flags)
     do {
         if (descriptor_ >= 0)
             ::close(descriptor_);
+        is_new_ = ::stat(name_.c_str(), &named) != 0 && errno == ENOENT;
         do
             descriptor_ = ::open(name_.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | flags, all_may_access);
         while (descriptor_ < 0 && errno == EINTR);
@@ -146,6 +154,12 @@ void RecordedFile::open(int flags)
     size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
+void RecordedFile::discard()
+{
+    if (is_new_ && size() == 0)
+        ::unlink(name_.c_str());
+}
+
 void RecordedFile::continue_existing()
 {
     FrameScan scan(descriptor_, size_);
@@ -153,8 +167,12 @@ void RecordedFile::continue_existing()
     }
     if (scan.end() == size_)
         return;
-    if (scan.end() == 0)
-        fail(describe_foreign_file(bytes_at(descriptor_, 0, 64)));
+    if (scan.end() == 0 && !scan.has_report()) {
+        auto const reason = describe_foreign_file(bytes_at(descriptor_, 0, 64));
+        bool const is_unknown = reason == describe_foreign_file({});
+        fail(scan.is_incomplete() && is_unknown ? fmt::format("{}; if it is the start of a frame, remove it", reason)
+                                                : std::string(reason));
+    }
     if (!scan.is_incomplete())
         fail(fmt::format("byte {} is not the start of a frame; write its frames to a new file with `tarnwick recover`",
                          scan.end()));
@@ -251,6 +269,8 @@ std::string RecordedFile::rotate()
         finished = finished_name(name_, now, ++number);
     }
     open(O_EXCL);
+    if (!store_folder_of(name_))
+        fail(error_text(errno));
     return finished;
 }
 

@@ -15,10 +15,14 @@ namespace tarnwick::program {
 class RecordedFile final : public FrameTarget {
 public:
     /// Opens or creates a file. Removes an incomplete frame at the end of an existing one, with a message. Throws
-    /// `WriteError` if the file cannot be opened, is no capture, or is written by another process.
+    /// `WriteError` if the file cannot be opened, is no capture, or is written by another process. A file that ends
+    /// inside its first frame is a capture if a report would end where the frame ends.
     explicit RecordedFile(std::string name);
     /// Drops the frames that are not written yet.
     ~RecordedFile() override;
+
+    /// Removes the file if this object created it and wrote no frame.
+    void discard();
 
     /// These throw `WriteError`; the whole frames that were written remain.
     void append(std::string_view frame) override;
@@ -44,6 +48,7 @@ private:
 
     std::string name_;
     int descriptor_ = -1;
+    bool is_new_ = false; ///< whether this object created the file
     std::uint64_t size_ = 0;
     std::uint64_t written_ = 0;
     std::uint64_t waiting_ = 0; ///< frames in `buffer_`

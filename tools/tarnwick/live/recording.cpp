@@ -26,6 +26,12 @@ Recording::Recording(RecordOptions const &options)
     target_ = std::move(file);
 }
 
+void Recording::discard()
+{
+    if (file_ != nullptr)
+        file_->discard();
+}
+
 void Recording::take(std::string_view message)
 {
     ++received_;

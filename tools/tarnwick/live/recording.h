@@ -22,6 +22,9 @@ public:
     /// Opens the target. Throws `std::runtime_error`.
     explicit Recording(RecordOptions const &options);
 
+    /// Removes the file if the recording has created it, because no frame can be received.
+    void discard();
+
     /// Writes the bytes of a message if they are a frame, and otherwise refuses it.
     void take(std::string_view message);
     /// Refuses a message of several parts.
