@@ -51,7 +51,7 @@ int replay(Target const &target, std::span<char *const> folders)
 int main(int argc, char **argv)
 {
     using namespace tarnwick::fuzz;
-    std::array const targets{&rpc_reports, &protobuf_reports, &capture, &configuration, &bridge};
+    std::array const targets{&rpc_reports, &protobuf_reports, &capture, &configuration, &bridge, &recording};
     auto const target = std::ranges::find(targets, argc > 2 ? argv[1] : "", &Target::name);
     if (target == targets.end()) {
         std::cerr << "usage: fuzz_replay TARGET FOLDER...\n";

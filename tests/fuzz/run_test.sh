@@ -7,7 +7,7 @@ rm -rf "$1"
 mkdir -p "$1/tests/fuzz" "$1/build/fuzz/tests/fuzz"
 cd "$1"
 cp "$here/run" tests/fuzz
-for target in rpc_reports protobuf_reports capture configuration bridge; do
+for target in rpc_reports protobuf_reports capture configuration bridge recording; do
     cat >"build/fuzz/tests/fuzz/fuzz_$target" <<'SCRIPT'
 #!/bin/sh
 printf 'stat::number_of_executed_units: 1234567\nparsed: 1000000\ncpu seconds: 100.0\n'
@@ -28,16 +28,16 @@ expect_page() { # STATUS PAGE ROWS [FAILING-TARGET [ARGUMENT...]]
         cat log "$found"
     }
 }
-expect_page 0 docs/figures/fuzzing.md 6
+expect_page 0 docs/figures/fuzzing.md 7
 # shellcheck disable=SC2016  # Markdown
-for row in '| `bridge` | 1,234,567 | 81% | 12,345 |' '| all | 6,172,835 | 81% |  |'; do
+for row in '| `bridge` | 1,234,567 | 81% | 12,345 |' '| all | 7,407,402 | 81% |  |'; do
     grep -qxF "$row" docs/figures/fuzzing.md || {
         failed=1
         printf 'no row "%s" in:\n' "$row"
         cat docs/figures/fuzzing.md
     }
 done
-expect_page 1 build/fuzz/figures.md 6 capture
-expect_page 0 build/fuzz/figures.md 6 '' 60
+expect_page 1 build/fuzz/figures.md 7 capture
+expect_page 0 build/fuzz/figures.md 7 '' 60
 expect_page 0 build/fuzz/figures.md 2 '' bridge
 exit "$failed"

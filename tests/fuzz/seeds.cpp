@@ -90,6 +90,7 @@ public:
         for (auto rest = body.size(); rest > 0; rest >>= 7)
             length += static_cast<char>(rest >= 0x80 ? rest | 0x80 : rest);
         write("capture", length + body);
+        write("recording", length + body);
 
         auto const &reflection = *frame.GetReflection();
         auto const *field = reflection.GetOneofFieldDescriptor(frame, Frame::descriptor()->FindOneofByName("report"));

@@ -29,5 +29,6 @@ extern Target const protobuf_reports;
 extern Target const capture;
 extern Target const configuration;
 extern Target const bridge;
+extern Target const recording;
 
 } // namespace tarnwick::fuzz
