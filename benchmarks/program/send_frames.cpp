@@ -1,12 +1,15 @@
 // Sends frames over ZeroMQ: send_frames ENDPOINT COUNT SIZE [RATE]
 //
-// Each frame has the end of a request with an id of its own, and SIZE bytes that no record has. RATE is the number of
+// Each frame has the end of a request with an id of its own, and SIZE bytes that no record has. They start with the time
+// of the steady clock in nanoseconds, for frame_delay. RATE is the number of
 // frames per second; without it, frames are sent as fast as possible. Ends when all are delivered to the system.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -54,7 +57,7 @@ int main(int argc, char **argv)
         return 2;
     }
     auto const count = std::strtoull(argv[2], nullptr, 10);
-    std::string const padding(std::strtoull(argv[3], nullptr, 10), 'x');
+    std::string padding(std::strtoull(argv[3], nullptr, 10), 'x');
     auto const rate = argc > 4 ? std::strtoull(argv[4], nullptr, 10) : 0;
     std::unique_ptr<void, int (*)(void *)> const context(zmq_ctx_new(), zmq_ctx_term);
     std::unique_ptr<void, int (*)(void *)> const socket(zmq_socket(context.get(), ZMQ_PUSH), zmq_close);
@@ -64,6 +67,8 @@ int main(int argc, char **argv)
     }
     auto const start = std::chrono::steady_clock::now();
     for (std::uint64_t i = 0; i < count; ++i) {
+        std::int64_t const now = std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+        std::memcpy(padding.data(), &now, std::min(padding.size(), sizeof now));
         auto const bytes = frame(i + 1, padding);
         if (zmq_send(socket.get(), bytes.data(), bytes.size(), 0) < 0) {
             std::fprintf(stderr, "%s: %s\n", argv[1], zmq_strerror(zmq_errno()));
