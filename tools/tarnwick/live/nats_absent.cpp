@@ -21,6 +21,11 @@ NatsSource::NatsSource(std::string const &address, bool follows)
 
 NatsSource::~NatsSource() = default;
 
+std::string const &NatsSource::problem()
+{
+    return problem_;
+}
+
 std::unique_ptr<FrameTarget> open_nats_target(std::string const &address)
 {
     NatsSource::check(address);

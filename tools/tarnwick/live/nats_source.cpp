@@ -64,7 +64,16 @@ NatsSource::NatsSource(std::string const &address, bool follows)
 NatsSource::~NatsSource()
 {
     is_stopped_ = true;
-    thread_.join();
+    if (thread_.joinable())
+        thread_.join();
+}
+
+std::string const &NatsSource::problem()
+{
+    // The end of the pipe does not order the accesses to memory.
+    if (thread_.joinable())
+        thread_.join();
+    return problem_;
 }
 
 void NatsSource::run()

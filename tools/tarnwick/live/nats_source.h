@@ -24,8 +24,9 @@ public:
 
     /// The end of the pipe to read from. The reader closes it.
     [[nodiscard]] int descriptor() const { return reading_end_; }
-    /// After the end of the pipe: why not all frames could be received; empty if all were.
-    [[nodiscard]] std::string const &problem() const { return problem_; }
+    /// After the end of the pipe: why not all frames could be received; empty if all were. Waits for the thread, which
+    /// has ended or is about to.
+    [[nodiscard]] std::string const &problem();
 
 private:
     void run();
@@ -35,7 +36,7 @@ private:
     bool follows_;
     int reading_end_ = -1;
     int writing_end_ = -1;
-    std::string problem_; ///< written before the pipe is closed, and read after
+    std::string problem_; ///< read when the thread has ended
     std::atomic<bool> is_stopped_ = false;
     std::thread thread_;
 };
