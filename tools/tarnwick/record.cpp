@@ -27,18 +27,18 @@
 namespace tarnwick::program {
 namespace {
 
-/// The bytes that wait in the queue of a sender, if all frames are as large as the largest of the recent ones. ZeroMQ
-/// loses messages of a sender that closes an ipc connection while its queue is full, so queues of small frames are long.
-constexpr std::uint64_t max_waiting_bytes = 16'000'000;
 /// What a message in a queue takes at least, in bytes.
 constexpr std::uint64_t min_message_size = 320;
-/// The number of messages after which a large frame is no longer recent.
-constexpr std::uint64_t recent_messages = 4'096;
 
-/// The number of messages of this size that may wait.
-constexpr std::uint64_t longest_queue(std::uint64_t size)
+/// The number of messages of a sender that may wait: 16 MB, or for ipc, whose senders are programs of the same user,
+/// 50,000 messages. ZeroMQ loses messages of a sender that closes an ipc connection while its queue is full. The length
+/// never changes, since ZeroMQ 4.3.5 then reads freed memory if a connection closes at the same time.
+int queue_length(Endpoint const &endpoint, std::uint64_t max_frame)
 {
-    return std::max<std::uint64_t>(max_waiting_bytes / std::max(size, min_message_size), 1);
+    constexpr std::uint64_t max_waiting_bytes = 16'000'000;
+    auto const is_ipc = !endpoint.path().empty();
+    auto const size = is_ipc ? min_message_size : std::max(max_frame, min_message_size);
+    return static_cast<int>(std::max<std::uint64_t>(max_waiting_bytes / size, 1));
 }
 
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
@@ -48,7 +48,7 @@ SocketHandle open_receiver(ContextHandle const &context, Access &access, Endpoin
                            RecordOptions const &options)
 {
     auto socket = open_socket(context, ZMQ_PULL);
-    set_option(socket, ZMQ_RCVHWM, static_cast<int>(longest_queue(min_message_size)));
+    set_option(socket, ZMQ_RCVHWM, queue_length(endpoint, options.max_frame));
     auto const largest = static_cast<std::int64_t>(options.max_frame);
     check_zeromq(zmq_setsockopt(socket.get(), ZMQ_MAXMSGSIZE, &largest, sizeof largest));
     access.attach(socket, endpoint);
@@ -88,9 +88,6 @@ private:
     void answer_clients();
     bool receive_from_all();
     void take_message(SocketHandle const &socket);
-    void limit_queues(std::uint64_t size);
-    void lengthen_queues();
-    void set_queue_length(std::uint64_t length);
     void wait();
 
     Recording &recording_;
@@ -98,11 +95,7 @@ private:
     Access access_;
     std::vector<SocketHandle> sockets_;
     zeromq::msg_t message_;
-    std::uint64_t received_ = 0;               ///< messages
-    std::uint64_t received_bytes_ = 0;         ///< with what each message takes at least
-    std::uint64_t largest_recent_ = 0;
-    std::uint64_t queue_length_ = longest_queue(min_message_size);
-    std::uint64_t permitted_length_ = 0; ///< by the messages since the last change
+    std::uint64_t received_bytes_ = 0; ///< with what each message takes at least
 };
 
 void Receivers::receive_until_end()
@@ -113,7 +106,6 @@ void Receivers::receive_until_end()
         auto const has_received = receive_from_all();
         recording_.rotate_if_due();
         if (!has_received) {
-            lengthen_queues();
             recording_.target().flush();
             wait();
         }
@@ -161,43 +153,12 @@ void Receivers::take_message(SocketHandle const &socket)
 {
     auto size = message_.size();
     if (!has_more(message_)) {
-        limit_queues(size);
         recording_.take({message_.data(), size});
-        return;
+    } else {
+        size += drop_rest(socket.get(), message_);
+        recording_.refuse_parts(size);
     }
-    size += drop_rest(socket.get(), message_);
-    limit_queues(size);
-    recording_.refuse_parts(size);
-}
-
-/// Makes the queues shorter if the sizes of recent messages demand it.
-void Receivers::limit_queues(std::uint64_t size)
-{
     received_bytes_ += std::max(size, min_message_size);
-    largest_recent_ = std::max(largest_recent_, size);
-    auto const longest = longest_queue(largest_recent_);
-    if (longest < queue_length_)
-        set_queue_length(longest);
-    if (++received_ % recent_messages == 0) {
-        permitted_length_ = longest;
-        largest_recent_ = 0;
-    }
-}
-
-/// Makes the queues longer if the sizes of recent messages permit it. The queues must be empty, and at most double their
-/// length: ZeroMQ wakes the sender of a full queue only after half the new length has been read from it, so a queue that
-/// has become full meanwhile must have as many messages.
-void Receivers::lengthen_queues()
-{
-    if (auto const permitted = std::exchange(permitted_length_, 0); permitted > queue_length_)
-        set_queue_length(std::min(permitted, 2 * queue_length_));
-}
-
-void Receivers::set_queue_length(std::uint64_t length)
-{
-    queue_length_ = length;
-    for (auto const &socket : sockets_)
-        set_option(socket, ZMQ_RCVHWM, static_cast<int>(length));
 }
 
 /// Waits for messages, signals, and the time of the next rotation or line of progress.

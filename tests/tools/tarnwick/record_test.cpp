@@ -134,7 +134,6 @@ TEST_F(Record, loses_none_of_many_frames)
     EXPECT_EQ(std::filesystem::file_size(file), size);
 }
 
-// A large frame makes the queues short. Later they become long again, while some are full.
 TEST_F(Record, receives_from_all_senders_after_a_large_frame)
 {
     constexpr std::uint64_t frames = is_sanitized ? 10'000 : 30'000;
