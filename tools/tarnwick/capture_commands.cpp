@@ -2,12 +2,15 @@
 
 #include "capture/report_parser.h"
 #include "requests/column.h"
+#include "requests/quantity.h"
 #include "requests/request_columns.h"
 #include "requests/statement_columns.h"
 #include "requests/table_options.h"
 #include "schema.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <unistd.h>
@@ -256,6 +259,86 @@ void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
     });
 }
 
+/// Adds the options that choose requests.
+void add_request_filter(CLI::App &app, RequestFilter &filter, ChoiceOptions &choice)
+{
+    add_report_choice(app, filter.reports);
+    add_conditions(app, choice.conditions,
+                   "only requests whose column in ls fulfils this, such as 'status>=500'; can be repeated");
+}
+
+void add_export(CLI::App &app, ExportOptions &options, ChoiceOptions &choice, Command &command)
+{
+    auto &sub = add_command(app, "export", "Add the requests of captures to a database",
+                            "usage: tarnwick export [OPTION...] --output=DATABASE [FILE...]");
+    add_files(sub, options.files);
+    add_choice(sub, "--to", options.target, {{"sqlite", ExportOptions::Target::sqlite}},
+               "what to write; sqlite (default): a database of SQLite");
+    sub.add_option("-o,--output", options.output, "the database, which is created if it does not exist")
+        ->type_name("DATABASE")
+        ->required()
+        ->take_last();
+    add_mask(sub, options.mask, "nothing is masked");
+    add_request_filter(sub, options.filter, choice);
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        if (options.output.empty() || options.output == "-")
+            throw CLI::ValidationError("--output", "a database is a file");
+        options.filter.conditions = read_conditions(choice.conditions, request_columns());
+        command = [&options] { return export_requests(options); };
+    });
+}
+
+std::chrono::nanoseconds read_timeout(std::string const &text)
+{
+    auto const span = read_span(text);
+    constexpr long double longest = 366 * 24 * 3600e9L;
+    if (!span || *span <= 0 || *span > longest)
+        throw CLI::ValidationError("--timeout", fmt::format("'{}' is not a length of time, such as 10s", text));
+    return std::chrono::nanoseconds(static_cast<std::int64_t>(*span));
+}
+
+void add_query(CLI::App &app, QueryOptions &options, QueryArguments &arguments, Command &command)
+{
+    auto &sub = add_command(app, "query", "Run an SQL query on the requests of captures",
+                            "usage: tarnwick query [OPTION...] SQL [FILE...]\n       tarnwick query --tables");
+    sub.add_option("SQL", arguments.words,
+                   "a SELECT statement of SQLite; then captures to read, or nats://HOST:PORT/STREAM; standard input if "
+                   "none is given, or for -")
+        ->type_name("[FILE...]");
+    sub.add_flag("--tables", options.tables, "print the tables and the meaning of their columns, and exit");
+    add_choice(sub, "--format", options.format,
+               {{"auto", TableFormat::automatic},
+                {"text", TableFormat::text},
+                {"jsonl", TableFormat::jsonl},
+                {"csv", TableFormat::csv}},
+               "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
+    add_mask(sub, options.mask, "only text and CSV are masked");
+    add_request_filter(sub, options.filter, arguments.choice);
+    sub.add_option_function<std::string>(
+           "--timeout", [&options](std::string const &text) { options.timeout = read_timeout(text); },
+           "stop the query after this time, such as 10s, without the time for reading captures")
+        ->type_name("TIME")
+        ->take_last();
+    add_count(sub, "--max-rows", options.max_rows, "print at most N rows");
+    sub.footer("Exit status: 0 success, 1 a capture has a fault, 2 wrong usage or a fault of the query,\n"
+               "3 a file cannot be read or written, 4 --timeout or --max-rows was reached.");
+    sub.callback([&] {
+        if (options.tables && !arguments.words.empty())
+            throw CLI::ValidationError("--tables", "neither a query nor a file is possible");
+        if (!options.tables && arguments.words.empty())
+            throw CLI::ValidationError("a query is required, such as 'SELECT count(*) FROM requests'");
+        if (!arguments.words.empty())
+            options.sql = arguments.words.front();
+        if (arguments.words.size() > 1)
+            options.files.assign(arguments.words.begin() + 1, arguments.words.end());
+        check_files(options.files);
+        options.filter.conditions = read_conditions(arguments.choice.conditions, request_columns());
+        command = [&options] { return query(options); };
+    });
+}
+
 } // namespace
 
 void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &command)
@@ -279,6 +362,8 @@ void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &comm
                        .run = statements,
                        .can_follow = false});
     add_diff(app, options.diff, options.diff_arguments, command);
+    add_export(app, options.export_options, options.export_choice, command);
+    add_query(app, options.query, options.query_arguments, command);
     add_recover(app, options.recover, command);
     add_schema(app, options.schema, command);
 }

@@ -3,9 +3,11 @@
 #include "command_options.h"
 #include "diff.h"
 #include "diff_dialects.h"
+#include "export.h"
 #include "inspect.h"
 #include "ls.h"
 #include "print/json_writer.h"
+#include "query.h"
 #include "recover.h"
 #include "show.h"
 #include "statements.h"
@@ -29,6 +31,11 @@ struct DiffArguments {
     DiffDialectsOptions dialects;
 };
 
+struct QueryArguments {
+    std::vector<std::string> words; ///< the query and the files
+    ChoiceOptions choice;
+};
+
 /// The options of the commands that read captures.
 struct CaptureCommands {
     InspectOptions inspect;
@@ -42,6 +49,10 @@ struct CaptureCommands {
     DiffOptions diff;
     DiffArguments diff_arguments;
     RecoverOptions recover;
+    ExportOptions export_options;
+    ChoiceOptions export_choice;
+    QueryOptions query;
+    QueryArguments query_arguments;
     JsonStyle schema;
 };
 

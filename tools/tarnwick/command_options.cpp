@@ -143,8 +143,13 @@ void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::st
 
 void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help)
 {
+    add_count(app, "--top", top, help);
+}
+
+void add_count(CLI::App &app, std::string const &name, std::optional<std::uint64_t> &count, std::string const &help)
+{
     app.add_option_function<std::string>(
-           "--top", [&top](std::string const &argument) { top = read_number("--top", argument, "a count"); }, help)
+           name, [&count, name](std::string const &argument) { count = read_number(name, argument, "a count"); }, help)
         ->type_name("N")
         ->take_last();
 }

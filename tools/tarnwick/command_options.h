@@ -98,6 +98,7 @@ void add_dialect(CLI::App &app, ReportChoice &reports);
 void add_request_choice(CLI::App &app, std::vector<std::uint64_t> &requests);
 void add_report_choice(CLI::App &app, ReportChoice &reports);
 void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help);
+void add_count(CLI::App &app, std::string const &name, std::optional<std::uint64_t> &count, std::string const &help);
 void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help);
 
 /// These throw `CLI::ValidationError`.

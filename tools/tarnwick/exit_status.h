@@ -8,7 +8,7 @@ enum ExitStatus : int {
     input_fault = 1, ///< the input has a fault
     wrong_usage = 2,
     file_failure = 3,   ///< a file cannot be read or written
-    limit_exceeded = 4, ///< a difference is larger than `diff --fail-if` permits
+    limit_exceeded = 4, ///< of `diff --fail-if`, `query --timeout` or `query --max-rows`
     broken_pipe = 141,  ///< the status that a shell reports for a program that SIGPIPE ended
 };
 

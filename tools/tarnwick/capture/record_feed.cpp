@@ -8,6 +8,7 @@
 #include "requests/records_sink.h"
 #include "requests/statement_sink.h"
 #include "requests/summary_sink.h"
+#include "requests/whole_request.h"
 
 #include <tarnwick/data/record_messages.h>
 #include <tarnwick/data/records.h>
@@ -269,5 +270,6 @@ template class RecordFeed<RecordSelection>;
 template class RecordFeed<RecordsSink>;
 template class RecordFeed<StatementSink>;
 template class RecordFeed<SummarySink>;
+template class RecordFeed<WholeRequestSink>;
 
 } // namespace tarnwick::program

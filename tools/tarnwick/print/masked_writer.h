@@ -1,5 +1,6 @@
 #pragma once
 
+#include "database/value_writer.h"
 #include "print/json_writer.h"
 #include "print/line_writer.h"
 #include "print/masks.h"
@@ -42,6 +43,10 @@ public:
         : MaskedWriter(masks, record, Target(&writer))
     {
     }
+    MaskedWriter(Masks const &masks, std::string_view record, ValueWriter &writer)
+        : MaskedWriter(masks, record, Target(&writer))
+    {
+    }
 
     void begin_record(std::string_view name);
     void field(std::string_view name, data::Sense sense);
@@ -71,7 +76,7 @@ public:
     void chunk(std::string_view value);
 
 private:
-    using Target = std::variant<std::monostate, JsonWriter *, ReadableWriter *, LineWriter *>;
+    using Target = std::variant<std::monostate, JsonWriter *, ReadableWriter *, LineWriter *, ValueWriter *>;
 
     /// What a field contains.
     enum class Content { text, name, statement, storage, headers, superglobals };

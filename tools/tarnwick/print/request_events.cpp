@@ -2,6 +2,7 @@
 #include "print/request_sections.h"
 #include "print/short_text.h"
 #include "requests/call_site.h"
+#include "requests/event_label.h"
 
 #include <tarnwick/data/monitor/event.h>
 #include <tarnwick/data/php/error_data.h>
@@ -70,13 +71,6 @@ Entry entry_of(ReportedRecord<ErrorData> const &reported, RequestPageStyle const
             .trace = pointer_to(error.stack_trace())};
 }
 
-std::string_view label_of(Event::Kind kind)
-{
-    auto const &labels = data::Description<data::monitor::detail::Event>::kinds;
-    auto const *const found = std::ranges::find(labels, static_cast<std::int64_t>(kind), &data::Label::value);
-    return found == std::end(labels) ? "unknown" : found->meaning;
-}
-
 /// Describes the fields that only some kinds of events have.
 struct DescribeDetails {
     RequestPageStyle const &style;
@@ -109,7 +103,7 @@ Entry entry_of(ReportedRecord<Event> const &reported, RequestPageStyle const &st
     Entry entry{.position = reported.position,
                 .time = event.timestamp(),
                 .is_event = true,
-                .kind = fmt::format("event: {}", label_of(event.kind())),
+                .kind = fmt::format("event: {}", event_label(event.kind())),
                 .text = {},
                 .place = std::nullopt,
                 .trace = pointer_to(event.stack_trace())};

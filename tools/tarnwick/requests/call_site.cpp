@@ -1,15 +1,22 @@
 #include "requests/call_site.h"
 
+#include "print/short_text.h"
+
+#include <fmt/format.h>
+
 #include <QtCore/QString>
 #include <QtCore/QStringView>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 namespace tarnwick::program {
 namespace {
 
 using data::php::Function;
+
+constexpr std::size_t max_call_site = 1000;
 
 bool is_library_file(QStringView file)
 {
@@ -48,6 +55,18 @@ Function const *call_site(data::php::StackTrace const &trace)
             return &*found;
     }
     return frames.isEmpty() ? nullptr : &frames.front();
+}
+
+std::string call_site_text(data::php::StackTrace const &trace)
+{
+    auto const *const call = call_site(trace);
+    if (call == nullptr)
+        return {};
+    bool const is_located = has_file(*call);
+    auto text = cut_text((is_located ? call->location()->file() : call->name()).toStdString(), max_call_site);
+    if (is_located)
+        text += fmt::format(":{}", call->location()->line());
+    return text;
 }
 
 } // namespace tarnwick::program

@@ -7,8 +7,6 @@
 
 #include <tarnwick/data/glimmet/sql_query.h>
 
-#include <fmt/format.h>
-
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
@@ -99,14 +97,9 @@ std::size_t StatementSink::statement_of(SqlQuery const &query)
 /// Returns 0 if the query has no call site, otherwise its position from 1.
 std::size_t StatementSink::call_site_of(SqlQuery const &query)
 {
-    auto const *const call = query.stack_trace() ? call_site(*query.stack_trace()) : nullptr;
-    if (call == nullptr)
+    auto text = query.stack_trace() ? call_site_text(*query.stack_trace()) : std::string();
+    if (text.empty())
         return 0;
-    auto const &location = call->location();
-    bool const is_located = location && !location->file().isEmpty();
-    auto text = cut_text((is_located ? location->file() : call->name()).toStdString(), max_call_site);
-    if (is_located)
-        text += fmt::format(":{}", location->line());
     if (auto const found = call_site_places_.find(text); found != call_site_places_.end())
         return found->second;
     call_sites_.push_back({.text = std::move(text)});

@@ -39,7 +39,6 @@ public:
     static constexpr std::size_t max_text = std::size_t{1} << 20;
     /// Longer shapes are cut, but remain different statements.
     static constexpr std::size_t max_shape = 4096;
-    static constexpr std::size_t max_call_site = 1000;
 
     /// `reports` stays valid.
     explicit StatementSink(ReportChoice const &reports, Masks masks = {});
