@@ -7,6 +7,9 @@
 #include "requests/find_request.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/config_program.h"
+#ifdef TARNWICK_SQLITE
+#include "tools/tarnwick/support/database.h"
+#endif
 #include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
 
@@ -312,6 +315,33 @@ TEST(Masks, hide_secrets_in_pages_of_requests)
                                              "sql_in_an_argument", "sql_literal", "sql_literal_in_double_quotes",
                                              "sql_of_protobuf", "sql_twice"));
 }
+
+#ifdef TARNWICK_SQLITE
+TEST(Masks, hide_secrets_in_databases)
+{
+    auto const secrets = planted();
+    auto const content = [&](std::string const &mask) {
+        DatabaseFile const file;
+        EXPECT_EQ(run({.arguments = {"export", "-o", file.name(), mask}}, secrets.capture).status, 0);
+        return testing::PrintToString(all_rows(file.name()));
+    };
+    EXPECT_THAT(places_of_secrets(secrets, content("--mask=default"), true), IsEmpty());
+    std::set<std::string> absent;
+    for (auto const &name : places_of_secrets(secrets, content("--mask=none"), false))
+        absent.insert(name);
+    // Arguments of a function without a stack trace are in no table.
+    EXPECT_THAT(absent, testing::ElementsAre("argument_by_key", "argument_of_json", "property",
+                                             "sql_in_an_argument"));
+    auto const query = [&](std::string const &format) {
+        return run({.arguments = {"query", format, "SELECT * FROM requests FULL JOIN headers USING (request)"}},
+                   secrets.capture)
+            .out;
+    };
+    EXPECT_THAT(places_of_secrets(secrets, query("--format=text"), true), IsEmpty());
+    EXPECT_THAT(places_of_secrets(secrets, query("--format=csv"), true), IsEmpty());
+    EXPECT_THAT(places_of_secrets(secrets, query("--format=jsonl"), true), testing::Contains("header_cookie"));
+}
+#endif
 
 TEST(Masks, hide_secrets_in_differences)
 {
