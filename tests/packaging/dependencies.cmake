@@ -45,6 +45,7 @@ set(fmt "{fmt} 10 or later (Debian: libfmt-dev)")
 set(protobuf "Protocol Buffers 29 or later with its compiler protoc (Debian: libprotobuf-dev, protobuf-compiler)")
 set(zeromq "ZeroMQ 4.3 or later (Debian: libzmq3-dev)")
 set(nats "NATS client 3.7 or later, or -DTARNWICK_NATS=OFF (Debian: libnats-dev)")
+set(sqlite "SQLite 3.40 or later, or -DTARNWICK_SQLITE=OFF (Debian: libsqlite3-dev)")
 
 tarnwick_dependency_refusal(no_qt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON LINES ${qt})
 tarnwick_dependency_refusal(no_fmt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON LINES ${fmt})
@@ -54,13 +55,13 @@ tarnwick_dependency_refusal(no_protoc LINES ${protobuf}
     OPTIONS -DCMAKE_FIND_ROOT_PATH=${work}/none -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=ONLY
         -DCMAKE_MAKE_PROGRAM=${CMAKE_MAKE_PROGRAM} -DPKG_CONFIG_EXECUTABLE=${PKG_CONFIG_EXECUTABLE})
 tarnwick_dependency_refusal(no_zeromq ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
-    LINES ${zeromq} ${nats})
+    LINES ${zeromq} ${nats} ${sqlite})
 tarnwick_dependency_refusal(no_pkg_config OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_PkgConfig=ON
-    LINES "pkg-config, to find ZeroMQ 4.3 or later (Debian: pkgconf, libzmq3-dev)" ${nats})
+    LINES "pkg-config, to find ZeroMQ 4.3 or later (Debian: pkgconf, libzmq3-dev)" ${nats} ${sqlite})
 tarnwick_dependency_refusal(old_qt OPTIONS ${old_qt} LINES "${qt}: 6.4.0 is too old")
 tarnwick_dependency_refusal(old_fmt OPTIONS ${old_fmt} LINES "${fmt}: 9.1.0 is too old")
 tarnwick_dependency_refusal(old_protobuf OPTIONS -Dprotobuf_DIR=${old_protobuf} LINES "${protobuf}: 3.21.12 is too old")
-tarnwick_dependency_refusal(old_zeromq OPTIONS -DTARNWICK_NATS=OFF ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/old/pkgconfig PKG_CONFIG_PATH=
+tarnwick_dependency_refusal(old_zeromq OPTIONS -DTARNWICK_NATS=OFF -DTARNWICK_SQLITE=OFF ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/old/pkgconfig PKG_CONFIG_PATH=
     LINES "${zeromq}: 4.2.5 is too old")
 tarnwick_dependency_refusal(everything_at_once
     OPTIONS ${old_qt}

@@ -83,7 +83,11 @@ TEST(ReadmeExamples, match_the_program)
 }
 
 INSTANTIATE_TEST_SUITE_P(Pages, ManualExamples,
-                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-schema.1", "tarnwick-show.1",
+                         testing::Values(
+#ifdef TARNWICK_SQLITE
+                             "tarnwick-export.1", "tarnwick-query.1",
+#endif
+                             "tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-schema.1", "tarnwick-show.1",
                                          "tarnwick-statements.1"),
                          [](auto const &page) {
                              auto const name = std::string(page.param).substr(std::string_view("tarnwick-").size());
