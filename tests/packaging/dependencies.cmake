@@ -74,7 +74,7 @@ tarnwick_dependency_refusal(everything_at_once
         -DTARNWICK_BUILD_BENCHMARKS=ON
     ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
     LINES "${qt}: 6.4.0 is too old" ${fmt} ${protobuf} ${zeromq}
-        "CLI11 2.4 or later (Debian: libcli11-dev)" ${nats}
+        "CLI11 2.4 or later (Debian: libcli11-dev)" ${nats} ${sqlite}
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
         "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)"
         "JSON for Modern C++ 3.11 or later (Debian: nlohmann-json3-dev)"

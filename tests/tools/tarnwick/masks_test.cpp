@@ -323,7 +323,10 @@ TEST(Masks, hide_secrets_in_databases)
     auto const content = [&](std::string const &mask) {
         DatabaseFile const file;
         EXPECT_EQ(run({.arguments = {"export", "-o", file.name(), mask}}, secrets.capture).status, 0);
-        return testing::PrintToString(all_rows(file.name()));
+        std::string all;
+        for (auto const &row : all_rows(file.name()))
+            all += row + '\n';
+        return all;
     };
     EXPECT_THAT(places_of_secrets(secrets, content("--mask=default"), true), IsEmpty());
     std::set<std::string> absent;

@@ -70,6 +70,11 @@ std::string query_place(std::string_view sql, std::size_t offset)
     return fmt::format("line {}, column {}", std::ranges::count(before, '\n') + 1, column + 1);
 }
 
+[[noreturn]] void refuse()
+{
+    throw QueryError("SQL: a query can only read, with SELECT");
+}
+
 int is_past(void *deadline)
 {
     return UserQuery::Clock::now() > *static_cast<UserQuery::Clock::time_point const *>(deadline) ? 1 : 0;
@@ -126,7 +131,7 @@ UserQuery::Handle UserQuery::prepare(std::string_view sql, std::string_view &res
         ::sqlite3_prepare_v2(database_.get(), sql.data(), static_cast<int>(sql.size()), &handle, &end);
     Handle owner(handle);
     if (reading_only.has_denied())
-        throw QueryError("SQL: a query can only read, with SELECT");
+        refuse();
     if (status != SQLITE_OK) {
         auto const offset = ::sqlite3_error_offset(database_.get());
         if (offset < 0)
@@ -179,6 +184,9 @@ void UserQuery::run(std::optional<std::chrono::nanoseconds> timeout,
     ::sqlite3_reset(handle_.get());
     if (status == SQLITE_INTERRUPT)
         throw QueryTimeout();
+    // Some statements are only authorized when they run.
+    if (reading_only.has_denied())
+        refuse();
     if (status != SQLITE_ROW && status != SQLITE_DONE)
         fail();
 }

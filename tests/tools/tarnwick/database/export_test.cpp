@@ -180,7 +180,7 @@ TEST_P(ExportAgain, adds_only_what_is_new)
     auto const &[name, first, second, counts, content] = GetParam();
     EXPECT_EQ(export_to(file, reports(1, first)).out, "requests added: 1, replaced: 0, unchanged: 0\n");
     EXPECT_EQ(export_to(file, reports(1, second)).out, std::string("requests ") + counts + "\n");
-    EXPECT_THAT(sql_rows(file.name(), "SELECT group_concat(start / 1000000000 || ' ' || coalesce(status, '-') || ' ' "
+    EXPECT_THAT(sql_rows(file.name(), "SELECT group_concat((start / 1000000000) || ' ' || coalesce(status, '-') || ' ' "
                                       "|| errors, ', ') FROM requests"),
                 ElementsAre(content));
     EXPECT_THAT(sql_rows(file.name(), "SELECT sum(errors) - (SELECT count(*) FROM errors) FROM requests"),
@@ -356,7 +356,8 @@ TEST(Export, masks_with_the_secrets_of_later_records)
 {
     auto const input =
         reports(1, {start_at(1, R"(request { text_1: "/reset/the-secret-1" })"), error("a the-secret-1"),
-                    {"request_headers", R"(lines: "Cookie: a=the-secret-1")"}});
+                    {"rpc_php", R"(rshutdown { response { headers {
+                        elements { string_key: "Set-Cookie" value { string_value: "a=the-secret-1" } } } } })"}});
     DatabaseFile const masked;
     export_to(masked, input, {"--mask=default"});
     EXPECT_THAT(sql_rows(masked.name(), "SELECT uri, route, message, value FROM requests JOIN errors USING (request) "
