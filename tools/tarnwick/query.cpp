@@ -64,8 +64,8 @@ ExitStatus query(QueryOptions const &options)
         statement.run(options.timeout, [&](auto const &values) {
             if (options.max_rows && printer.rows() == *options.max_rows) {
                 printer.finish();
-                print_error(fmt::format("tarnwick: only the first {} rows are printed (--max-rows)\n",
-                                        *options.max_rows));
+                print_error(
+                    fmt::format("tarnwick: only the first {} rows are printed (--max-rows)\n", *options.max_rows));
                 status = std::max(status, limit_exceeded);
                 return false;
             }

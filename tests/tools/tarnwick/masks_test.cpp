@@ -333,8 +333,7 @@ TEST(Masks, hide_secrets_in_databases)
     for (auto const &name : places_of_secrets(secrets, content("--mask=none"), false))
         absent.insert(name);
     // Arguments of a function without a stack trace are in no table.
-    EXPECT_THAT(absent, testing::ElementsAre("argument_by_key", "argument_of_json", "property",
-                                             "sql_in_an_argument"));
+    EXPECT_THAT(absent, testing::ElementsAre("argument_by_key", "argument_of_json", "property", "sql_in_an_argument"));
     auto const query = [&](std::string const &format) {
         return run({.arguments = {"query", format, "SELECT * FROM requests FULL JOIN headers USING (request)"}},
                    secrets.capture)

@@ -275,8 +275,7 @@ void RequestRows::insert_sql_tables(RequestRecords const &records)
     for (auto const &connection : std::as_const(connections))
         connections_.run({key_, connection->id(), connection->kind(), texts_.text(connection->name())});
     for (auto const &transaction : std::as_const(transactions))
-        transactions_.run({key_, transaction->id(),
-                           transaction->parent() ? Cell(transaction->parent()->id()) : Cell(),
+        transactions_.run({key_, transaction->id(), transaction->parent() ? Cell(transaction->parent()->id()) : Cell(),
                            transaction->extra_number(), transaction->time()});
 }
 
@@ -287,15 +286,15 @@ void RequestRows::insert_statements(RequestRecords const &records)
         for (auto const &query : reported.record->queries()) {
             auto const &shape = shape_of(query->text());
             auto const call = query->stack_trace() ? call_site_text(*query->stack_trace()) : std::string();
-            statements_.run(
-                {key_, ++position,
-                 masked(shape.statement, masks_.ranges_of_statement(shape.statement, TextPlace::name)),
-                 shape.word.empty() ? Cell() : Cell(masks_.text(shape.word)), texts_.statement(query->text()),
-                 query->time(), query->error() ? texts_.text(query->error()->message()) : Cell(),
-                 call.empty() ? Cell() : Cell(masks_.name(call)), query->kind(), query->source_kind(), query->status(),
-                 query->wide_number(), query->extra_number(),
-                 query->connection() ? Cell(query->connection()->id()) : Cell(),
-                 query->transaction() ? Cell(query->transaction()->id()) : Cell()});
+            statements_.run({key_, ++position,
+                             masked(shape.statement, masks_.ranges_of_statement(shape.statement, TextPlace::name)),
+                             shape.word.empty() ? Cell() : Cell(masks_.text(shape.word)),
+                             texts_.statement(query->text()), query->time(),
+                             query->error() ? texts_.text(query->error()->message()) : Cell(),
+                             call.empty() ? Cell() : Cell(masks_.name(call)), query->kind(), query->source_kind(),
+                             query->status(), query->wide_number(), query->extra_number(),
+                             query->connection() ? Cell(query->connection()->id()) : Cell(),
+                             query->transaction() ? Cell(query->transaction()->id()) : Cell()});
             insert_frames("statement", position, query->stack_trace());
         }
     }

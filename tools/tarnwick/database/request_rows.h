@@ -43,7 +43,8 @@ private:
     void insert_sql_tables(RequestRecords const &records);
     void insert_statements(RequestRecords const &records);
     void insert_storage(RequestRecords const &records);
-    void insert_frames(std::string_view owner, std::int64_t position, std::optional<data::php::StackTrace> const &trace);
+    void insert_frames(std::string_view owner, std::int64_t position,
+                       std::optional<data::php::StackTrace> const &trace);
     Shape const &shape_of(QString const &text);
 
     Database const &database_;

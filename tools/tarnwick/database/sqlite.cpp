@@ -49,8 +49,7 @@ Database::Database(std::string file)
     sqlite3 *handle = nullptr;
     // A relative name that starts with a colon is a file, unlike SQLite's own `:memory:`.
     auto const name = file_.empty() || file_.starts_with('/') ? file_ : "./" + file_;
-    auto const status =
-        ::sqlite3_open_v2(name.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    auto const status = ::sqlite3_open_v2(name.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     handle_.reset(handle);
     if (status != SQLITE_OK)
         fail();
@@ -69,8 +68,8 @@ void Database::fail() const
     auto const code = ::sqlite3_errcode(get()) & 0xff;
     bool const is_of_file = error != 0 && (code == SQLITE_CANTOPEN || code == SQLITE_IOERR || code == SQLITE_FULL);
     auto const reason = is_of_file ? error_text(error) : std::string(::sqlite3_errmsg(get()));
-    throw DatabaseError(fmt::format("cannot write {}: {}",
-                                    is_temporary() ? "the temporary database" : escaped_text(file_), reason));
+    throw DatabaseError(
+        fmt::format("cannot write {}: {}", is_temporary() ? "the temporary database" : escaped_text(file_), reason));
 }
 
 void Statement::Finalize::operator()(sqlite3_stmt *handle) const

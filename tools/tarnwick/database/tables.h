@@ -157,9 +157,9 @@ CREATE TABLE storage (
 )sql";
 
 /// Tables whose rows are parts of requests.
-inline constexpr std::array<std::string_view, 11> part_tables{"headers",     "superglobals", "bodies",     "errors",
-                                                              "events",      "functions",    "connections", "transactions",
-                                                              "statements",  "frames",       "storage"};
+inline constexpr std::array<std::string_view, 11> part_tables{
+    "headers",     "superglobals", "bodies",     "errors", "events", "functions",
+    "connections", "transactions", "statements", "frames", "storage"};
 
 /// Creates the indexes of a database that is kept, and the table that describes how it was written.
 inline constexpr auto const *create_indexes = R"sql(CREATE INDEX requests_by_id ON requests (request_id, start);

@@ -26,7 +26,8 @@ int authorize(void *is_denied, int action, char const * /*first*/, char const *s
     case SQLITE_RECURSIVE:
         return SQLITE_OK;
     case SQLITE_FUNCTION:
-        if (second == nullptr || std::ranges::find(denied_functions, std::string_view(second)) == denied_functions.end())
+        if (second == nullptr ||
+            std::ranges::find(denied_functions, std::string_view(second)) == denied_functions.end())
             return SQLITE_OK;
         [[fallthrough]];
     default:
@@ -64,9 +65,8 @@ std::string query_place(std::string_view sql, std::size_t offset)
 {
     auto const before = sql.substr(0, offset);
     auto const line_start = before.rfind('\n') + 1;
-    auto const column = std::ranges::count_if(before.substr(line_start), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
-    });
+    auto const column = std::ranges::count_if(
+        before.substr(line_start), [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U; });
     return fmt::format("line {}, column {}", std::ranges::count(before, '\n') + 1, column + 1);
 }
 
@@ -127,8 +127,7 @@ UserQuery::Handle UserQuery::prepare(std::string_view sql, std::string_view &res
     ReadingOnly const reading_only(database_);
     sqlite3_stmt *handle = nullptr;
     char const *end = nullptr;
-    auto const status =
-        ::sqlite3_prepare_v2(database_.get(), sql.data(), static_cast<int>(sql.size()), &handle, &end);
+    auto const status = ::sqlite3_prepare_v2(database_.get(), sql.data(), static_cast<int>(sql.size()), &handle, &end);
     Handle owner(handle);
     if (reading_only.has_denied())
         refuse();

@@ -109,10 +109,16 @@ ValueCase const value_cases[] = {
     {"id_found_by_a_text", UINT64_MAX, start_at(1),
      "SELECT count(*) FROM requests WHERE request_id = '18446744073709551615'", "1"},
     {"id_found_by_a_number", 7, start_at(1), "SELECT count(*) FROM requests WHERE request_id = 7", "1"},
-    {"start_in_nanoseconds", 1, {"rpc_php", "timestamp { seconds: 1795266305 nanos: 394228001 } rinit {}"},
-     "SELECT start || ' ' || start_utc FROM requests", "1795266305394228001 2026-11-21 13:05:05"},
-    {"start_beyond_64_bits_of_nanoseconds", 1, {"rpc_php", "timestamp { seconds: 10000000000 } rinit {}"},
-     "SELECT typeof(start) || ' ' || start FROM requests", "real 1.0e+19"},
+    {"start_in_nanoseconds",
+     1,
+     {"rpc_php", "timestamp { seconds: 1795266305 nanos: 394228001 } rinit {}"},
+     "SELECT start || ' ' || start_utc FROM requests",
+     "1795266305394228001 2026-11-21 13:05:05"},
+    {"start_beyond_64_bits_of_nanoseconds",
+     1,
+     {"rpc_php", "timestamp { seconds: 10000000000 } rinit {}"},
+     "SELECT typeof(start) || ' ' || start FROM requests",
+     "real 1.0e+19"},
     {"text_with_nul", 1, error(R"(a\000b)"), "SELECT typeof(message) || ' ' || hex(message) FROM errors",
      "blob 610062"},
     {"text_that_is_empty", 1, error(""), "SELECT quote(message) FROM errors", "''"},
@@ -128,8 +134,7 @@ ValueCase const value_cases[] = {
     {"bool", 1, start_at(1, superglobal("bool_value: true")), of_superglobal, "bool integer 1"},
     {"null", 1, start_at(1, superglobal("null_value: NULL_VALUE")), of_superglobal, "null null NULL"},
     {"json", 1, start_at(1, superglobal(R"(json_value: "{\"a\":1}")")), of_superglobal, R"(json text '{"a":1}')"},
-    {"array_of_an_array", 1,
-     start_at(1, superglobal(R"(array_value { elements { long_key: 5 value { array_value { } } }
+    {"array_of_an_array", 1, start_at(1, superglobal(R"(array_value { elements { long_key: 5 value { array_value { } } }
          elements { string_key: "b" value { long_value: 2 } } elements { value { null_value: NULL_VALUE } } })")),
      of_superglobal, R"(array text '{"5":{},"b":2,"":null}')"},
     {"key_that_is_not_utf8", 1,
@@ -138,28 +143,34 @@ ValueCase const value_cases[] = {
     {"path_in_json", 1,
      start_at(1, superglobal(R"(array_value { elements { string_key: "b" value { long_value: 2 } } })")),
      "SELECT value ->> '$.b' FROM superglobals", "2"},
-    {"key_that_is_a_number", 1,
-     start_at(1, R"(superglobals { elements { string_key: "_GET" value { array_value {
+    {"key_that_is_a_number", 1, start_at(1, R"(superglobals { elements { string_key: "_GET" value { array_value {
          elements { long_key: 3 value { string_value: "x" } } } } } })"),
      "SELECT name || ' ' || quote(key) FROM superglobals", "_GET 3"},
     {"route", 1, start_at(1, R"(request { text_0: "GET" text_1: "/users/42?token=x" })"),
      "SELECT method || ' ' || uri || ' ' || route FROM requests", "GET /users/42?token=x /users/{id}?token"},
-    {"statement", 1,
+    {"statement",
+     1,
      {"rpc_glimmet", R"(sql_queries { queries { text: "SELECT a FROM t WHERE b = 'x'" time { nanos: 5 }
          error { message: "locked" }
          stack_trace { frames { function { name: "f" location { file: "/a.php" line: 7 } } } } } })"},
      "SELECT statement || ' ' || word || ' ' || time || ' ' || error || ' ' || call_site FROM statements",
      "SELECT a FROM t WHERE b = ? SELECT 5 locked /a.php:7"},
-    {"frame", 1,
+    {"frame",
+     1,
      {"rpc_glimmet", R"(sql_queries { queries { text: "a" stack_trace { frames { function { name: "f"
          location { file: "/a.php" line: 7 } arguments { elements { long_key: 0 value { long_value: 1 } } } } } } } })"},
      R"(SELECT owner || owner_position || function || file || line || args FROM frames)",
      R"(statement1f/a.php7{"0":1})"},
-    {"connection_of_the_rpc_dialect", 1,
+    {"connection_of_the_rpc_dialect",
+     1,
      {"rpc_glimmet", R"(sql_queries { connections { id: 3 name: "main" } queries { connection_id: 3 } })"},
-     "SELECT connection || name FROM connections JOIN statements USING (request, connection)", "3main"},
-    {"storage_without_entries", 1, {"rpc_glimmet", R"(storage { name: "cache" })"},
-     "SELECT name || quote(entry) || quote(value) FROM storage", "cacheNULLNULL"},
+     "SELECT connection || name FROM connections JOIN statements USING (request, connection)",
+     "3main"},
+    {"storage_without_entries",
+     1,
+     {"rpc_glimmet", R"(storage { name: "cache" })"},
+     "SELECT name || quote(entry) || quote(value) FROM storage",
+     "cacheNULLNULL"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, ExportValue, rows(value_cases), by_name);
 
@@ -188,16 +199,31 @@ TEST_P(ExportAgain, adds_only_what_is_new)
 }
 
 AgainCase const again_cases[] = {
-    {"nothing_new", {start_at(5), end_with(200)}, {start_at(5), end_with(200)},
-     "added: 0, replaced: 0, unchanged: 1", "5 200 0"},
-    {"another_start", {start_at(5), end_with(200)}, {start_at(6), end_with(404)},
-     "added: 1, replaced: 0, unchanged: 0", "5 200 0, 6 404 0"},
-    {"capture_that_has_grown", {start_at(5), error("a")}, {start_at(5), error("a"), error("b"), end_with(500)},
-     "added: 0, replaced: 1, unchanged: 0", "5 500 2"},
-    {"part_of_a_capture", {start_at(5), error("a"), end_with(500)}, {start_at(5), error("a")},
-     "added: 0, replaced: 0, unchanged: 1", "5 500 1"},
-    {"id_that_is_used_twice", {start_at(5), end_with(200)}, {start_at(5), end_with(200), start_at(6), end_with(500)},
-     "added: 1, replaced: 0, unchanged: 1", "5 200 0, 6 500 0"},
+    {"nothing_new",
+     {start_at(5), end_with(200)},
+     {start_at(5), end_with(200)},
+     "added: 0, replaced: 0, unchanged: 1",
+     "5 200 0"},
+    {"another_start",
+     {start_at(5), end_with(200)},
+     {start_at(6), end_with(404)},
+     "added: 1, replaced: 0, unchanged: 0",
+     "5 200 0, 6 404 0"},
+    {"capture_that_has_grown",
+     {start_at(5), error("a")},
+     {start_at(5), error("a"), error("b"), end_with(500)},
+     "added: 0, replaced: 1, unchanged: 0",
+     "5 500 2"},
+    {"part_of_a_capture",
+     {start_at(5), error("a"), end_with(500)},
+     {start_at(5), error("a")},
+     "added: 0, replaced: 0, unchanged: 1",
+     "5 500 1"},
+    {"id_that_is_used_twice",
+     {start_at(5), end_with(200)},
+     {start_at(5), end_with(200), start_at(6), end_with(500)},
+     "added: 1, replaced: 0, unchanged: 1",
+     "5 200 0, 6 500 0"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, ExportAgain, rows(again_cases), by_name);
 
@@ -207,8 +233,9 @@ TEST(Export, keeps_one_request_without_a_start_for_each_id)
     auto const input = reports(1, {error("a")}) + reports(2, {error("b")});
     EXPECT_EQ(export_to(file, input).out, "requests added: 2, replaced: 0, unchanged: 0\n");
     EXPECT_EQ(export_to(file, input + reports(2, {error("c")})).out, "requests added: 0, replaced: 1, unchanged: 1\n");
-    EXPECT_THAT(sql_rows(file.name(), "SELECT request_id, message FROM errors JOIN requests USING (request) ORDER BY 1, 2"),
-                ElementsAre("1|a", "2|b", "2|c"));
+    EXPECT_THAT(
+        sql_rows(file.name(), "SELECT request_id, message FROM errors JOIN requests USING (request) ORDER BY 1, 2"),
+        ElementsAre("1|a", "2|b", "2|c"));
 }
 
 TEST(Export, prefers_the_rpc_dialect_of_each_kind_of_record)
@@ -347,16 +374,16 @@ TEST(Export, refuses_other_masks_than_those_of_the_file)
     EXPECT_EQ(export_to(file, many_requests(2), {"--mask=a,b"}).status, 0);
     auto const outcome = export_to(file, many_requests(3));
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.err, "tarnwick: " + file.name() +
-                               " was written with --mask=default,a,b: use this option, or another file\n");
+    EXPECT_EQ(outcome.err,
+              "tarnwick: " + file.name() + " was written with --mask=default,a,b: use this option, or another file\n");
     EXPECT_THAT(sql_rows(file.name(), "SELECT count(*) FROM requests"), ElementsAre("2"));
 }
 
 TEST(Export, masks_with_the_secrets_of_later_records)
 {
-    auto const input =
-        reports(1, {start_at(1, R"(request { text_1: "/reset/the-secret-1" })"), error("a the-secret-1"),
-                    {"rpc_php", R"(rshutdown { response { headers {
+    auto const input = reports(1, {start_at(1, R"(request { text_1: "/reset/the-secret-1" })"),
+                                   error("a the-secret-1"),
+                                   {"rpc_php", R"(rshutdown { response { headers {
                         elements { string_key: "Set-Cookie" value { string_value: "a=the-secret-1" } } } } })"}});
     DatabaseFile const masked;
     export_to(masked, input, {"--mask=default"});

@@ -89,8 +89,11 @@ FaultCase const fault_cases[] = {
     {"control_characters", "SELECT \"a\x1b[1m\"\"b\" FROM x", "SQL: no such table: x"},
     {"fault_of_a_value", "SELECT json_extract('{', '$')", "SQL: malformed JSON"},
     {"timeout", endless, "the query takes longer than --timeout", {"--timeout=10ms"}, 4},
-    {"timeout_without_unit", "SELECT 1", "--timeout: '5' is not a length of time, such as 10s\nusage: tarnwick query "
-     "[OPTION...] SQL [FILE...]\n       tarnwick query --tables\nUse --help for more information.", {"--timeout=5"}},
+    {"timeout_without_unit",
+     "SELECT 1",
+     "--timeout: '5' is not a length of time, such as 10s\nusage: tarnwick query "
+     "[OPTION...] SQL [FILE...]\n       tarnwick query --tables\nUse --help for more information.",
+     {"--timeout=5"}},
 };
 INSTANTIATE_TEST_SUITE_P(Of, QueryFault, rows(fault_cases), by_name);
 
@@ -116,9 +119,15 @@ TEST_P(QueryOutput, is_printed)
 auto const *const values = R"sql(SELECT 1 AS a, -0.5 AS b, 'x "y", z' AS c, NULL AS d, x'ff' AS e)sql";
 
 OutputCase const output_cases[] = {
-    {"json_lines", values, {}, "{\"a\":1,\"b\":-0.5,\"c\":\"x \\\"y\\\", z\",\"d\":null,\"e\":{\"base64\":\"/w==\"}}\n"},
+    {"json_lines",
+     values,
+     {},
+     "{\"a\":1,\"b\":-0.5,\"c\":\"x \\\"y\\\", z\",\"d\":null,\"e\":{\"base64\":\"/w==\"}}\n"},
     {"csv", values, {"--format=csv"}, "a,b,c,d,e\r\n1,-0.5,\"x \"\"y\"\", z\",,\xff\r\n"},
-    {"table", "SELECT request_id, status FROM requests", {"--format=text"}, "request_id  status\n1              200\n"
+    {"table",
+     "SELECT request_id, status FROM requests",
+     {"--format=text"},
+     "request_id  status\n1              200\n"
      "2              500\n"},
     {"escapes_in_a_table", "SELECT char(27) || 'a' AS \"b\x1b\"", {"--format=text"}, "b\\x1b\n\\x1ba\n"},
     {"table_without_rows", "SELECT uri, status FROM requests WHERE 0", {"--format=text"}, "uri  status\n"},
@@ -127,15 +136,23 @@ OutputCase const output_cases[] = {
     {"integers_of_64_bits", "SELECT 9223372036854775807 AS a", {}, "{\"a\":9223372036854775807}\n"},
     {"text_with_nul", "SELECT char(97, 0, 98) AS a", {}, "{\"a\":\"a\\u0000b\"}\n"},
     {"semicolon_and_comment", "SELECT 1 AS a; -- done", {}, "{\"a\":1}\n"},
-    {"recursion", "WITH RECURSIVE c (x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 3) SELECT max(x) AS x FROM c",
-     {}, "{\"x\":3}\n"},
+    {"recursion",
+     "WITH RECURSIVE c (x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 3) SELECT max(x) AS x FROM c",
+     {},
+     "{\"x\":3}\n"},
     {"functions_of_json", "SELECT value FROM json_each('[7]')", {}, "{\"value\":7}\n"},
-    {"window_functions", "SELECT row_number() OVER (ORDER BY status DESC) AS n, status FROM requests LIMIT 1", {},
+    {"window_functions",
+     "SELECT row_number() OVER (ORDER BY status DESC) AS n, status FROM requests LIMIT 1",
+     {},
      "{\"n\":1,\"status\":500}\n"},
-    {"conditions", "SELECT request_id, number FROM requests", {"--where=status>=500"},
+    {"conditions",
+     "SELECT request_id, number FROM requests",
+     {"--where=status>=500"},
      "{\"request_id\":\"2\",\"number\":2}\n"},
     {"long_timeout", "SELECT 1 AS a", {"--timeout=1h"}, "{\"a\":1}\n"},
-    {"as_many_rows_as_permitted", "SELECT status FROM requests", {"--max-rows=2"},
+    {"as_many_rows_as_permitted",
+     "SELECT status FROM requests",
+     {"--max-rows=2"},
      "{\"status\":200}\n{\"status\":500}\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, QueryOutput, rows(output_cases), by_name);
@@ -192,9 +209,9 @@ TEST(Query, prints_tables_with_the_meaning_of_each_column)
         at += std::string_view("CREATE TABLE ").size();
         tables.insert(outcome.out.substr(at, outcome.out.find(' ', at) - at));
     }
-    EXPECT_THAT(tables, testing::ElementsAre("bodies", "connections", "errors", "events", "frames", "functions",
-                                             "headers", "requests", "statements", "storage", "superglobals",
-                                             "transactions"));
+    EXPECT_THAT(tables,
+                testing::ElementsAre("bodies", "connections", "errors", "events", "frames", "functions", "headers",
+                                     "requests", "statements", "storage", "superglobals", "transactions"));
 }
 
 /// Runs a command with all captures, and returns its lines in order.
@@ -213,9 +230,9 @@ std::vector<std::string> lines_for_captures(std::vector<std::string> arguments)
 
 TEST(Query, has_the_numbers_of_ls)
 {
-    auto const listed = lines_for_captures(
-        {"ls", "--format=csv", "--mask=none",
-         "--columns=number,request_id,dialects,start,method,uri,status,duration,memory,errors,events,statements,complete"});
+    auto const listed = lines_for_captures({"ls", "--format=csv", "--mask=none",
+                                            "--columns=number,request_id,dialects,start,method,uri,status,duration,"
+                                            "memory,errors,events,statements,complete"});
     EXPECT_EQ(listed.size(), 158U);
     auto const queried = lines_for_captures(
         {"query", "--format=csv", "--mask=none",
@@ -223,7 +240,8 @@ TEST(Query, has_the_numbers_of_ls)
          "format('.%09dZ', start % 1000000000) AS start, method, uri, status, "
          "format('%d.%09d', duration / 1000000000, duration % 1000000000) AS duration, memory, errors, events, "
          "statements, iif(complete, 'true', 'false') AS complete FROM requests WHERE duration IS NOT NULL "
-         "UNION ALL SELECT number, request_id, dialects, strftime('%Y-%m-%dT%H:%M:%S', start / 1000000000, 'unixepoch') "
+         "UNION ALL SELECT number, request_id, dialects, strftime('%Y-%m-%dT%H:%M:%S', start / 1000000000, "
+         "'unixepoch') "
          "|| format('.%09dZ', start % 1000000000), method, uri, status, NULL, memory, errors, events, statements, "
          "'false' FROM requests WHERE duration IS NULL"});
     EXPECT_EQ(queried, listed);
@@ -231,13 +249,14 @@ TEST(Query, has_the_numbers_of_ls)
 
 TEST(Query, has_the_numbers_of_statements)
 {
-    auto const listed =
-        lines_for_captures({"statements", "--format=csv", "--mask=none", "--columns=statement,word,count,requests,errors,total"});
+    auto const listed = lines_for_captures(
+        {"statements", "--format=csv", "--mask=none", "--columns=statement,word,count,requests,errors,total"});
     EXPECT_GT(listed.size(), 100U);
     auto const queried = lines_for_captures(
         {"query", "--format=csv", "--mask=none",
          "SELECT statement, word, count(*) AS count, count(DISTINCT request) AS requests, count(error) AS errors, "
-         "format('%d.%09d', sum(time) / 1000000000, sum(time) % 1000000000) AS total FROM statements GROUP BY statement"});
+         "format('%d.%09d', sum(time) / 1000000000, sum(time) % 1000000000) AS total FROM statements GROUP BY "
+         "statement"});
     EXPECT_EQ(queried, listed);
 }
 

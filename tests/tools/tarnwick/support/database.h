@@ -68,9 +68,9 @@ inline std::vector<std::string> all_rows(std::string const &file)
             if (column != "request" && column != "number")
                 columns += " || '|' || quote(" + table + ".\"" + column + "\")";
         }
-        for (auto const &row : sql_rows(file, "SELECT request_id || coalesce(start, '')" + columns + " FROM " + table +
-                                                  (table == "requests" ? "" : " JOIN requests USING (request)") +
-                                                  " ORDER BY 1"))
+        for (auto const &row :
+             sql_rows(file, "SELECT request_id || coalesce(start, '')" + columns + " FROM " + table +
+                                (table == "requests" ? "" : " JOIN requests USING (request)") + " ORDER BY 1"))
             all.push_back(table + ": " + row);
     }
     return all;
