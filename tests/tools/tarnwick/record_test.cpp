@@ -497,9 +497,11 @@ TEST_F(Record, makes_a_sender_of_large_frames_wait)
     auto const bytes = chunk.SerializeAsString();
     Pipe err;
     auto const capacity = ::fcntl(err.writer, F_SETPIPE_SZ, 4096);
-    Program recorder({.arguments = {"record", "-o", file, ipc()}, .err = Sink::output, .out_file = err.writer});
-    wait_for(folder.path(), [&] { return std::filesystem::exists(folder.path() + "/s"); });
-    Sender sender(ipc());
+    Program recorder({.arguments = {"record", "-o", file, "tcp://127.0.0.1:*"}, .err = Sink::output, .out_file = err.writer});
+    std::string line;
+    for (char byte = 0; ::read(err.reader, &byte, 1) == 1 && byte != '\n';)
+        line += byte;
+    Sender sender(line.substr(line.find("tcp:")));
     sender.set(ZMQ_SNDHWM, 1);
     sender.send(bytes);
     wait_for_size(file, delimited(bytes).size());
