@@ -241,6 +241,29 @@ void add_schema(CLI::App &app, JsonStyle &style, Command &command)
     sub.callback([&] { command = [&style] { return schema(style); }; });
 }
 
+void add_report(CLI::App &app, ReportOptions &options, ChoiceOptions &choice, Command &command)
+{
+    auto &sub = add_command(app, "report", "Write a page in HTML to look at captures in a browser",
+                            "usage: tarnwick report [OPTION...] [FILE...]");
+    add_files(sub, options.files);
+    sub.add_option("-o,--output", options.output,
+                   "file to create, such as report.html; standard output if it is not given, or for -")
+        ->type_name("FILE")
+        ->take_last();
+    add_mask(sub, options.mask, "the page is masked");
+    add_report_choice(sub, options.filter.reports);
+    add_conditions(sub, choice.conditions,
+                   "only requests whose column in ls fulfils this, such as 'status>=500'; can be repeated");
+    sub.footer(exit_statuses);
+    sub.callback([&] {
+        check_files(options.files);
+        options.filter.conditions = read_conditions(choice.conditions, request_columns());
+        if (options.output == "-" && ::isatty(STDOUT_FILENO) != 0)
+            throw CLI::ValidationError("cannot write a page to a terminal: use --output=FILE");
+        command = [&options] { return report(options); };
+    });
+}
+
 void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
 {
     auto &sub = add_command(app, "recover", "Write the whole frames of damaged captures",
@@ -364,6 +387,7 @@ void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &comm
     add_diff(app, options.diff, options.diff_arguments, command);
     add_export(app, options.export_options, options.export_choice, command);
     add_query(app, options.query, options.query_arguments, command);
+    add_report(app, options.report, options.report_choice, command);
     add_recover(app, options.recover, command);
     add_schema(app, options.schema, command);
 }

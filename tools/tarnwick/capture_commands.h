@@ -9,6 +9,7 @@
 #include "print/json_writer.h"
 #include "query.h"
 #include "recover.h"
+#include "report.h"
 #include "show.h"
 #include "statements.h"
 
@@ -48,6 +49,8 @@ struct CaptureCommands {
     ChoiceOptions statements_choice;
     DiffOptions diff;
     DiffArguments diff_arguments;
+    ReportOptions report;
+    ChoiceOptions report_choice;
     RecoverOptions recover;
     ExportOptions export_options;
     ChoiceOptions export_choice;

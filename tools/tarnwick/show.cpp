@@ -8,10 +8,8 @@
 
 #include <tarnwick/data/records.h>
 
-#include <algorithm>
-#include <functional>
+#include <optional>
 #include <unistd.h>
-#include <utility>
 
 namespace tarnwick::program {
 namespace {
@@ -24,22 +22,12 @@ void print_records(Output &output, FoundRequest const &request, ShowOptions cons
     masks.select_request(request.summary.id);
     collect(masks, request.records);
     RecordPrinter printer(output, {.json = true, .name_files = options.files.size() > 1, .masks = masks});
-    std::vector<std::pair<std::uint64_t, std::function<void()>>> prints; // by position
-    data::for_each_type(data::ReportRecords(), [&]<class Record> {
-        auto const &records = request.records;
-        auto const dialect = records.of<Record>(Dialect::rpc).empty() ? Dialect::protobuf : Dialect::rpc;
-        for (auto const &reported : records.of<Record>(dialect)) {
-            prints.emplace_back(reported.position, [&printer, &reported, request_id, dialect] {
-                printer.set_origin(reported.origin);
-                // A table has no request id of its own.
-                printer.print(data::payload_of(reported.record), dialect, reported.view,
-                              data::is_handle<Record> ? std::nullopt : std::optional(request_id));
-            });
-        }
+    request.records.for_each_that_counts([&]<class Record>(ReportedRecord<Record> const &reported, Dialect dialect) {
+        printer.set_origin(reported.origin);
+        // A table has no request id of its own.
+        printer.print(data::payload_of(reported.record), dialect, reported.view,
+                      data::is_handle<Record> ? std::nullopt : std::optional(request_id));
     });
-    std::ranges::sort(prints, {}, [](auto const &print) { return print.first; });
-    for (auto const &[position, print] : prints)
-        print();
 }
 
 } // namespace

@@ -8,9 +8,9 @@
 #include "print/text_table.h"
 #include "print/text_width.h"
 #include "requests/column.h"
+#include "requests/request_statements.h"
 #include "requests/sql_text.h"
 #include "requests/statement_columns.h"
-#include "requests/statement_sink.h"
 
 #include <tarnwick/data/records.h>
 
@@ -110,21 +110,16 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
 
 void write_statements(Sections &page, FoundRequest const &request, RequestPageStyle const &style)
 {
-    ReportChoice const every_report;
-    StatementSink sink(every_report, style.masks);
-    ReportSource const source{Dialect::rpc, data::php::RequestId(request.summary.id)};
-    sink.begin(source, TraceChunk());
     std::size_t queries = 0;
     std::vector<std::pair<QString, QString>> failures; // statement and message
     for (auto const &reported : request.records.of_either<data::glimmet::SqlQueries>()) {
-        sink.take(reported.record, source, reported.view);
         for (auto const &query : reported.record->queries()) {
             ++queries;
             if (auto const &error = query->error())
                 failures.emplace_back(query->text(), error->message());
         }
     }
-    auto statements = sink.finish();
+    auto statements = statements_of(request.summary.id, request.records, style.masks);
     if (statements.empty())
         return;
     std::ranges::stable_sort(statements, std::ranges::greater(),

@@ -1,10 +1,10 @@
-#include "print/json_writer.h"
 #include "print/line_writer.h"
 #include "print/masked_writer.h"
 #include "print/readable_text.h"
 #include "print/request_sections.h"
 #include "print/short_text.h"
 #include "print/text_width.h"
+#include "requests/superglobal_changes.h"
 
 #include <tarnwick/data/glimmet/storage.h>
 #include <tarnwick/data/php/post_data.h>
@@ -20,18 +20,14 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <map>
 #include <span>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace tarnwick::program {
 namespace {
 
-using data::php::PelorinArray;
 using data::php::Superglobals;
 using data::php::ZVal;
 
@@ -79,52 +75,6 @@ private:
     MaskedWriter masked_; ///< writes to `line_`
 };
 
-/// Finds values by key.
-class Index {
-public:
-    /// `array` can be null.
-    explicit Index(PelorinArray const *array)
-    {
-        if (array == nullptr)
-            return;
-        for (auto const &[key, value] : (*array)->elements()) {
-            if (value->kind() != ZVal::Kind::undefined)
-                values_.emplace(id_of(key), &value);
-        }
-    }
-
-    /// Returns null if the key has no value.
-    [[nodiscard]] ZVal const *find(ZVal const &key) const
-    {
-        auto const found = values_.find(id_of(key));
-        return found == values_.end() ? nullptr : found->second;
-    }
-
-private:
-    using Id = std::variant<std::monostate, std::int64_t, std::string_view>;
-
-    static Id id_of(ZVal const &key)
-    {
-        if (auto const *text = std::get_if<std::string>(&key->value()))
-            return *text;
-        if (auto const *number = std::get_if<std::int64_t>(&key->value()))
-            return *number;
-        return {};
-    }
-
-    std::map<Id, ZVal const *> values_;
-};
-
-/// Compares whole values, unlike their text, which can be cut or masked.
-bool is_same_value(ZVal const &left, ZVal const &right)
-{
-    JsonWriter left_writer;
-    JsonWriter right_writer;
-    data::walk(left_writer, left);
-    data::walk(right_writer, right);
-    return left_writer.line() == right_writer.line();
-}
-
 /// Returns the superglobals of a view; null if no report has it.
 Superglobals const *superglobals(RequestRecords const &records, std::string_view view)
 {
@@ -135,44 +85,26 @@ Superglobals const *superglobals(RequestRecords const &records, std::string_view
     return nullptr;
 }
 
-PelorinArray const *array_in(ZVal const *value)
-{
-    return value == nullptr ? nullptr : std::get_if<PelorinArray>(&(*value)->value());
-}
-
 /// Returns a line for each element of each superglobal, or for each that differs from the state before, if there is one.
 std::vector<std::string> superglobal_lines(Superglobals const &record, Superglobals const *before,
                                            RequestPageStyle const &style)
 {
     ValueText values(style, "php.Superglobals", "values");
     ValueText names(style, "php.Superglobals", "values", false);
-    Index const groups_before(before == nullptr ? nullptr : &(*before)->values());
-    std::map<ZVal const *, Index> indexes; // by group
     std::vector<std::string> lines;
-    for (auto const &[name, group] : record->values()->elements()) {
-        auto const group_name = names.of(name);
-        values.begin(name);
-        if (auto const *elements = array_in(&group)) {
-            auto const *const group_before = groups_before.find(name);
-            auto const &elements_before = indexes.try_emplace(group_before, array_in(group_before)).first->second;
-            for (auto const &[key, value] : (*elements)->elements()) {
-                auto const *old = elements_before.find(key);
-                // One message of the protobuf dialect has both states, so the first has later entries without value.
-                if (before == nullptr && value->kind() == ZVal::Kind::undefined)
-                    continue;
-                if (old != nullptr && is_same_value(*old, value))
-                    continue;
-                auto line = fmt::format("{}[{}]", group_name, values.begin(key));
-                line += " = " + values.of(value);
-                if (before != nullptr)
-                    line += old == nullptr ? ", new" : ", was " + values.of(*old);
-                values.end();
-                lines.push_back(std::move(line));
-            }
-        } else if (auto const *old = groups_before.find(name); old == nullptr || !is_same_value(*old, group)) {
-            lines.push_back(fmt::format("{} = {}", group_name, values.of(group)));
-        }
+    for (auto const &[place, old] : superglobal_changes(record, before)) {
+        auto const &[group, array] = entry_at(record, {place.group, std::nullopt});
+        auto line = names.of(group);
+        values.begin(group);
+        if (place.element)
+            line += fmt::format("[{}]", values.begin(entry_at(record, place).first));
+        line += " = " + values.of(entry_at(record, place).second);
+        if (before != nullptr && place.element)
+            line += old ? ", was " + values.of(entry_at(*before, *old).second) : ", new";
+        if (place.element)
+            values.end();
         values.end();
+        lines.push_back(std::move(line));
     }
     return lines;
 }

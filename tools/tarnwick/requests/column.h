@@ -47,6 +47,25 @@ Column<Row> const &column_named(std::span<Column<Row> const> columns, std::strin
     throw unknown_name("no column is named", name, names);
 }
 
+/// Writes the cells of a row as members of an object.
+template <class Row>
+void write_cells(JsonWriter &writer, Row const &row, std::span<Column<Row> const> columns)
+{
+    for (auto const &column : columns) {
+        writer.field(column.name);
+        column.write(writer, row);
+    }
+}
+
+/// Writes a row as an object.
+template <class Row>
+void write_row(JsonWriter &writer, Row const &row, std::span<Column<Row> const> columns)
+{
+    writer.begin_record({});
+    write_cells(writer, row, columns);
+    writer.end_record();
+}
+
 /// A column of a count that is never absent.
 template <class Row, auto get>
 constexpr Column<Row> count_column(std::string_view name, std::string_view title, std::size_t usual_width = 0)

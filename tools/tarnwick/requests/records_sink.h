@@ -7,6 +7,7 @@
 #include "requests/request_records.h"
 #include "requests/request_start.h"
 
+#include <cstdint>
 #include <functional>
 #include <string_view>
 #include <utility>
@@ -30,6 +31,17 @@ public:
     void set_origin(Origin const &origin) { origin_ = origin; }
     /// Passes on the requests that are still open.
     void close_all() { groups_.close_all(); }
+
+    /// The number of the request of the last report; 0 if there was none.
+    [[nodiscard]] std::uint64_t number() const { return request_ == nullptr ? 0 : request_->number; }
+    /// Takes the records of that request. Without later reports of it, `pass_on` receives none of them.
+    [[nodiscard]] RequestRecords take_records()
+    {
+        auto const number = request_->number;
+        auto records = std::exchange(*request_, {});
+        request_->number = number;
+        return records;
+    }
 
     [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
     /// Every request is counted, so that numbers of requests do not depend on the choice.

@@ -7,9 +7,11 @@
 
 #include <tarnwick/data/records.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -58,6 +60,21 @@ public:
                     use(reported.record, dialect);
             }
         });
+    }
+
+    /// Calls `use(reported, dialect)` with the records of `of_either`, in the order of their reports.
+    template <class Use>
+    void for_each_that_counts(Use const &use) const
+    {
+        std::vector<std::pair<std::uint64_t, std::function<void()>>> calls; // by position
+        data::for_each_type(data::ReportRecords(), [&]<class Record> {
+            auto const dialect = of<Record>(Dialect::rpc).empty() ? Dialect::protobuf : Dialect::rpc;
+            for (auto const &reported : of<Record>(dialect))
+                calls.emplace_back(reported.position, [&use, &reported, dialect] { use(reported, dialect); });
+        });
+        std::ranges::sort(calls, {}, [](auto const &call) { return call.first; });
+        for (auto const &[position, call] : calls)
+            call();
     }
 
     template <class Record>
