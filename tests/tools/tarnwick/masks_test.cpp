@@ -12,6 +12,7 @@
 #endif
 #include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
+#include "tools/tarnwick/support/report_page.h"
 
 #include <pelorin/protobuf/Glimmet/error.pb.h>
 #include <pelorin/protobuf/Glimmet/headers.pb.h>
@@ -285,6 +286,17 @@ TEST(Masks, hide_secrets_in_tables)
             EXPECT_THAT(found("--mask=none"), testing::Contains(place)) << command << format;
         }
     }
+}
+
+TEST(Masks, hide_secrets_in_reports)
+{
+    auto const secrets = planted();
+    auto const text = [&](std::vector<std::string> const &arguments) {
+        auto const page = read_report_page(run({.arguments = arguments}, secrets.capture).out);
+        return page.html + page.data();
+    };
+    EXPECT_THAT(places_of_secrets(secrets, text({"report"}), true), IsEmpty());
+    EXPECT_THAT(places_of_secrets(secrets, text({"report", "--mask=none"}), false), IsEmpty());
 }
 
 TEST(Masks, hide_secrets_in_pages_of_requests)

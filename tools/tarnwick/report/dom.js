@@ -47,6 +47,11 @@ function longText(name, attributes, text) {
     return result;
 }
 
+/** Returns the name of a file, which can break after each folder. */
+function pathElement(text) {
+    return element("code", {}, text.split(/(?<=\/)/).flatMap((part) => [element("wbr"), part]));
+}
+
 /** Returns a bar for a part of a whole. */
 function bar(part, className = "") {
     const fill = element("span", {class: `fill ${className}`});

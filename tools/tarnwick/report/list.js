@@ -79,8 +79,9 @@ function listView(report, state) {
         summaryLine(report, requests),
         element("div", {class: "charts"}, timeChart(requests, add), durationChart(requests, add)),
         filterForm(report, state),
-        requests.length > 0 ? table(`${counted(requests.length, "request", "requests")} of ${report.requests.length}`,
-            columns, requests)
+        requests.length > 0 ? table(requests.length === report.requests.length
+            ? counted(requests.length, "request", "requests")
+            : `${requests.length} of ${counted(report.requests.length, "request", "requests")}`, columns, requests)
             : element("p", {class: "empty"}, report.requests.length > 0
                 ? "No request fulfils the conditions." : "The captures contain no requests."),
     ];

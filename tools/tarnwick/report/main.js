@@ -68,8 +68,9 @@ async function start() {
     report.values = new Values(report.value_starts);
     // Of several requests with one id, the first has its name.
     report.byId = new Map([...report.requests].reverse().map((request) => [String(request.request_id), request]));
-    document.getElementById("source").textContent = escapedText(report.files.join(", ")) +
-        (report.has_masks ? "" : " – with secrets, do not share");
+    document.getElementById("source").textContent = escapedText(`Captures: ${report.files.map(plainText).join(", ")}`);
+    document.getElementById("warning").textContent =
+        report.has_masks ? "" : "Secrets are not masked: do not share this page.";
     window.addEventListener("hashchange", show);
     await show();
     document.documentElement.dataset.ready = "true";

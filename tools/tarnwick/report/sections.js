@@ -81,15 +81,15 @@ function stepContent(step) {
         step.name ? element("strong", {}, step.name, " ") : null,
         step.sql ? longText("code", {class: "sql"}, step.sql) : null,
         step.text ? longText("span", {}, ` ${step.text}`) : null,
-        step.place ? element("p", {class: "place"}, "at ", element("code", {}, step.place)) : null,
+        step.place ? element("p", {class: "place"}, "at ", pathElement(step.place)) : null,
         step.trace,
     ].filter((part) => part !== null);
 }
 
-/** Returns the bar of a step: how long it took of the whole request, or when it happened. */
-function stepBar(step, passed, total) {
+/** Returns the bar of a step: how long it took, or when it happened. */
+function stepBar(step, passed, total, slowestStatement) {
     if (step.duration)
-        return bar(Number(nanoseconds(step.duration)) / total);
+        return bar(Number(nanoseconds(step.duration)) / (step.sql === undefined ? total : slowestStatement));
     if (passed === null || total === 0)
         return null;
     const mark = bar(1, "mark");
@@ -103,13 +103,15 @@ function orderSection(request, details) {
     if (steps.length === 0)
         return null;
     const total = request.duration && isNormal(request.duration) ? Number(nanoseconds(request.duration)) : 0;
+    const slowestStatement = Math.max(1, ...steps.filter(({sql}) => sql !== undefined)
+        .map(({duration}) => Number(nanoseconds(duration))));
     const row = (step) => {
         const passed = step.time ? sinceStart(request, step.time) : null;
         return element("li", {class: step.isBad ? "step bad-step" : "step"},
             element("span", {class: "when"}, passed === null ? "" : `+${spanOfNanoseconds(passed)}`),
             element("span", {class: "kind"}, step.kind),
             element("span", {class: "took"}, step.duration ? spanText(step.duration) : ""),
-            stepBar(step, passed, total) ?? element("span"),
+            stepBar(step, passed, total, slowestStatement) ?? element("span"),
             element("div", {class: "what"}, ...stepContent(step)));
     };
     const list = element("ol", {class: "steps"}, steps.slice(0, mostSteps).map(row));
@@ -122,8 +124,8 @@ function orderSection(request, details) {
         },
     }, `Show ${steps.length - mostSteps} more`) : null;
     return section(`Errors, events and statements (${steps.length})`,
-        "In the order of their reports. A bar is a part of the request's duration, a line a point in time. " +
-        "Statements have no point in time.", list, more);
+        "In the order of their reports. A short line marks when an error or event happened in the request. The bar of a " +
+        "statement compares it with the slowest statement; reports do not contain when it was sent.", list, more);
 }
 
 function statementsSection(details) {
@@ -136,7 +138,7 @@ function statementsSection(details) {
         {title: "count", isNumber: true, cell: (row) => String(row.count)},
         {title: "slowest", isNumber: true, cell: (row) => spanText(row.slowest)},
         {title: "N+1", isNumber: true, cell: cells.n_plus_one},
-        {title: "called at", className: "column-call_site", cell: (row) => plainText(row.call_site) || "-"},
+        {title: "called at", className: "column-call_site", cell: cells.call_site},
         {title: "statement", isHeader: true, cell: cells.statement},
     ];
     return section(`SQL statements, grouped (${rows.length})`, nPlusOneHelp,
@@ -156,7 +158,7 @@ function functionsSection(details) {
         {title: "count", isNumber: true, cell: (row) => String(row.count)},
         {title: "function", isHeader: true, cell: (row) =>
             element("code", {}, plainText(row.name) || plainText(row.location?.file))},
-        {title: "defined at", cell: (row) => element("code", {}, placeText(row.location))},
+        {title: "defined at", cell: (row) => pathElement(placeText(row.location))},
     ];
     return section(`Functions (${rows.length})`, "What the profiler measured, the longest first.",
         table("Functions of the request", columns, rows));

@@ -6,6 +6,7 @@ function statementCells(most) {
         n_plus_one: (row) => row.n_plus_one
             ? element("strong", {class: "bad", title: "One place sent it this often in one request"}, `${row.per_request}×`)
             : "-",
+        call_site: (row) => row.call_site === null ? "-" : pathElement(plainText(row.call_site)),
         total: (row) => [bar(Number(nanoseconds(row.total)) / most), spanText(row.total)],
     };
 }
@@ -24,13 +25,15 @@ function statementsView(report, state) {
         return request ? requestLink(report, request, state, spanText(row.slowest)) : spanText(row.slowest);
     };
     const names = ["total", "count", "requests", "slowest", "n_plus_one", "errors", "call_site", "statement"];
+    const columns = dataColumns(report.statement_columns, names, state, cells);
+    columns.at(-1).isHeader = true;
     const rows = orderedRows(report.statements, report.statement_columns, state.sort);
     return [
         element("h1", {tabindex: "-1"}, "SQL statements"),
         element("p", {class: "help"}, "Statements of all requests without their literals, the longest in total first. " +
             "The slowest time links to its request. ", nPlusOneHelp),
         rows.length > 0
-            ? table(counted(rows.length, "statement", "statements"), dataColumns(report.statement_columns, names, state, cells), rows)
+            ? table(counted(rows.length, "statement", "statements"), columns, rows)
             : element("p", {class: "empty"}, "The requests sent no SQL statements."),
     ];
 }

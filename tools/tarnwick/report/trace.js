@@ -13,7 +13,7 @@ function argumentsText(call) {
 function callElement(call) {
     return [
         element("code", {}, `${plainText(call.name)}(${argumentsText(call)})`),
-        call.location ? element("span", {class: "place"}, " called at ", element("code", {}, placeText(call.location))) : null,
+        call.location ? element("span", {class: "place"}, " called at ", pathElement(placeText(call.location))) : null,
     ].filter((part) => part !== null);
 }
 
@@ -24,7 +24,7 @@ function traceElement(trace, callSite) {
     const site = trace[callSite ?? 0];
     return lazyDetails([
         "called at ",
-        element("code", {}, site.location ? placeText(site.location) : plainText(site.name)),
+        pathElement(site.location ? placeText(site.location) : plainText(site.name)),
         ` (${counted(trace.length, "call", "calls")})`,
     ], () => element("ol", {class: "trace"}, trace.map((call, index) => element("li", {
         class: index === callSite ? "site" : null,
