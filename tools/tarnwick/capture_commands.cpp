@@ -385,9 +385,9 @@ void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &comm
                        .run = statements,
                        .can_follow = false});
     add_diff(app, options.diff, options.diff_arguments, command);
+    add_report(app, options.report, options.report_choice, command);
     add_export(app, options.export_options, options.export_choice, command);
     add_query(app, options.query, options.query_arguments, command);
-    add_report(app, options.report, options.report_choice, command);
     add_recover(app, options.recover, command);
     add_schema(app, options.schema, command);
 }
