@@ -136,8 +136,8 @@ std::string end(std::uint64_t id, int status, std::string const &more = {})
 std::string queries(std::uint64_t id, std::string const &text)
 {
     Frame frame;
-    frame.set_rpc_glimmet(wire<rpc::glimmet::v1::NotifyRequest>(
-        fmt::format("request_id {{ id: {} }} sql_queries {{ queries {{ text: \"{}\" time {{ nanos: 7 }} }} }}", id, text)));
+    frame.set_rpc_glimmet(wire<rpc::glimmet::v1::NotifyRequest>(fmt::format(
+        "request_id {{ id: {} }} sql_queries {{ queries {{ text: \"{}\" time {{ nanos: 7 }} }} }}", id, text)));
     return delimited(frame);
 }
 
@@ -227,9 +227,10 @@ TEST(Report, has_the_places_of_changed_superglobals)
         start(1, "superglobals { " + group("_GET", element("a", "1")) +
                      group("_SESSION", element("old", "1") + element("token", "secret-1")) + "}") +
         end(1, 200,
-            "superglobals { " + group("_SESSION", element("old", "1") + element("new", "2") +
-                                                      element("token", "secret-2")) + "}"));
-    EXPECT_THAT(json_of(details_of(page).at(0), {"records", "statements"}), R"({"changes":[[0,1,null,null],[0,2,1,1]]})");
+            "superglobals { " +
+                group("_SESSION", element("old", "1") + element("new", "2") + element("token", "secret-2")) + "}"));
+    EXPECT_THAT(json_of(details_of(page).at(0), {"records", "statements"}),
+                R"({"changes":[[0,1,null,null],[0,2,1,1]]})");
 }
 
 TEST(Report, shows_only_chosen_requests)
@@ -238,8 +239,8 @@ TEST(Report, shows_only_chosen_requests)
                          queries(2, "SELECT b") + end(2, 500);
     for (std::string const choice : {"--where=status>=500", "--request=2"}) {
         auto const page = page_of(capture, {choice});
-        EXPECT_THAT(page.data(), AllOf(HasSubstr("/b"), HasSubstr("SELECT b"), Not(HasSubstr("/a\"")),
-                                       Not(HasSubstr("SELECT a"))));
+        EXPECT_THAT(page.data(),
+                    AllOf(HasSubstr("/b"), HasSubstr("SELECT b"), Not(HasSubstr("/a\"")), Not(HasSubstr("SELECT a"))));
         EXPECT_THAT(page.blocks.at("index"), HasSubstr(R"("number":2)"));
     }
     EXPECT_EQ(details_of(page_of(capture, {"--dialect=protobuf"})).size(), 0U);
@@ -265,7 +266,8 @@ TEST(Report, allows_only_its_script_and_its_style)
 /// Returns the page without its data.
 std::string markup(ReportPage const &page)
 {
-    return std::regex_replace(page.html, std::regex("<script type=\"text/plain\" id=\"[a-z0-9-]+\">[^<]*</script>\n"), "");
+    return std::regex_replace(page.html, std::regex("<script type=\"text/plain\" id=\"[a-z0-9-]+\">[^<]*</script>\n"),
+                              "");
 }
 
 TEST(Report, loads_nothing)

@@ -85,8 +85,7 @@ void ReportData::add(FoundRequest request)
     json.field("details");
     json.integer(values_.add(request_details(request, masks_)));
     auto row = std::string(json.line());
-    rows_.emplace(request.summary.number,
-                  fmt::format("{},\"error_names\":[{}]}}", row, error_counts(request)));
+    rows_.emplace(request.summary.number, fmt::format("{},\"error_names\":[{}]}}", row, error_counts(request)));
 }
 
 void ReportData::finish(std::vector<std::string> const &files)

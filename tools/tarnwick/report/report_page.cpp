@@ -51,7 +51,7 @@ std::string report_start()
 std::string report_block(std::string_view id, std::string_view json)
 {
     constexpr int smallest = 9;
-    constexpr qsizetype size_prefix = 4; // of Qt, before the stream of zlib
+    constexpr qsizetype size_prefix = 4;                                            // of Qt, before the stream of zlib
     auto const compressed = qCompress(reinterpret_cast<uchar const *>(json.data()), // NOLINT(*-reinterpret-cast)
                                       static_cast<qsizetype>(json.size()), smallest);
     return fmt::format("<script type=\"text/plain\" id=\"{}\">{}</script>\n", id,

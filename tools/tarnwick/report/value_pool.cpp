@@ -64,7 +64,8 @@ std::string ValuePool::shared(std::string_view &rest)
         }
         value += next_token(rest);
     }
-    return value.size() < shortest ? value : fmt::format("{{\"$\":{}}}", store(value));
+    bool const has_time = value.find("\"nanos\":") != std::string::npos;
+    return value.size() < shortest || has_time ? value : fmt::format("{{\"$\":{}}}", store(value));
 }
 
 std::uint64_t ValuePool::store(std::string const &json)

@@ -15,13 +15,13 @@ namespace tarnwick::program {
 /// Stores JSON values in blocks, each different value once. Requests of one application share most of their texts, calls
 /// and traces.
 ///
-/// A value is a reference `{"$":N}` where it is a part of another one. Short values stay in their place. `N` counts
-/// all stored values from 0.
+/// A value is a reference `{"$":N}` where it is a part of another one. `N` counts all stored values from 0. Short values
+/// stay in their place, and so do those with a time, which are hardly ever equal to another.
 ///
 /// Memory is one block, and about 100 bytes for each stored value.
 class ValuePool {
 public:
-    static constexpr std::size_t shortest = 32;     ///< in bytes of JSON; shorter values are not stored
+    static constexpr std::size_t shortest = 32;        ///< in bytes of JSON; shorter values are not stored
     static constexpr std::size_t block_size = 262'144; ///< in bytes of JSON, before the last value of a block
 
     /// `use` receives each block when it is full: a JSON list of values.

@@ -60,8 +60,8 @@ inline ReportPage read_report_page(std::string html)
     while (page.html.find(block, at) != std::string::npos) {
         auto const id = between(page.html, block, "\"", at);
         auto const text = between(page.html, ">", "</script>", at);
-        auto const bytes = QByteArray::fromBase64Encoding(QByteArray::fromStdString(text),
-                                                          QByteArray::AbortOnBase64DecodingErrors);
+        auto const bytes =
+            QByteArray::fromBase64Encoding(QByteArray::fromStdString(text), QByteArray::AbortOnBase64DecodingErrors);
         EXPECT_TRUE(bytes) << id;
         // Qt wants the size before the stream of zlib, and takes 0 for unknown.
         auto const json = qUncompress(QByteArray(4, '\0') + *bytes);
