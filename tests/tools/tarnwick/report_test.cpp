@@ -145,7 +145,8 @@ TEST(Report, has_the_rows_of_ls_and_statements)
 {
     for (auto const &file : real_captures()) {
         SCOPED_TRACE(file);
-        auto const index = with_numbers(page_of({}, {file}).blocks.at("index"));
+        auto const page = page_of({}, {file});
+        auto const index = with_numbers(page.blocks.at("index"));
         for (std::string const command : {"ls", "statements"}) {
             auto const rows = run({.arguments = {command, "--format=jsonl", "--mask=default", file}}).out;
             std::size_t at = 0;
@@ -157,7 +158,7 @@ TEST(Report, has_the_rows_of_ls_and_statements)
                 at = found;
             }
             auto const list = command == "ls" ? "requests" : "statements";
-            EXPECT_EQ(static_cast<std::size_t>(page_of({}, {file}).index()[QLatin1StringView(list)].toArray().size()),
+            EXPECT_EQ(static_cast<std::size_t>(page.index()[QLatin1StringView(list)].toArray().size()),
                       lines_of(rows).size());
         }
     }
@@ -340,6 +341,12 @@ TEST(Report, writes_no_page_without_a_capture)
         EXPECT_THAT(lines_of(outcome.err), testing::SizeIs(1));
         EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
     }
+}
+
+TEST(Report, knows_whether_secrets_are_masked)
+{
+    EXPECT_THAT(page_of(start(1)).blocks.at("index"), HasSubstr(R"("has_masks":true)"));
+    EXPECT_THAT(page_of(start(1), {"--mask=none"}).blocks.at("index"), HasSubstr(R"("has_masks":false)"));
 }
 
 TEST(Report, has_no_requests_if_none_is_chosen)

@@ -119,7 +119,7 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
                 failures.emplace_back(query->text(), error->message());
         }
     }
-    auto statements = statements_of(request.summary.id, request.records, style.masks);
+    auto statements = statements_of_request(request.summary.id, request.records, style.masks);
     if (statements.empty())
         return;
     std::ranges::stable_sort(statements, std::ranges::greater(),

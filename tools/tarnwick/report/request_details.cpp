@@ -114,7 +114,7 @@ std::string request_details(FoundRequest const &request, Masks const &masks)
     json.end_list();
     json.field("statements");
     json.begin_list();
-    for (auto &statement : statements_of(request.summary.id, request.records, masks)) {
+    for (auto &statement : statements_of_request(request.summary.id, request.records, masks)) {
         if (masks.are_on())
             mask(statement);
         write_row(json, statement, statement_columns());

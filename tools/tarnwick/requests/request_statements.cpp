@@ -18,7 +18,8 @@ void add_statements(StatementSink &sink, std::uint64_t request_id, RequestRecord
         sink.take(reported.record, source, reported.view);
 }
 
-std::vector<StatementSummary> statements_of(std::uint64_t request_id, RequestRecords const &records, Masks const &masks)
+std::vector<StatementSummary> statements_of_request(std::uint64_t request_id, RequestRecords const &records,
+                                                    Masks const &masks)
 {
     ReportChoice const every_report;
     StatementSink sink(every_report, masks);

@@ -15,7 +15,7 @@ void add_statements(StatementSink &sink, std::uint64_t request_id, RequestRecord
 
 /// Returns the statements of one request in the order of their first queries. With masks, all of its records are
 /// collected.
-std::vector<StatementSummary> statements_of(std::uint64_t request_id, RequestRecords const &records,
-                                            Masks const &masks);
+std::vector<StatementSummary> statements_of_request(std::uint64_t request_id, RequestRecords const &records,
+                                                    Masks const &masks);
 
 } // namespace tarnwick::program
