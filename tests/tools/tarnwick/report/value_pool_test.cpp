@@ -52,7 +52,7 @@ TEST(ValuePool, keeps_values_with_a_time_in_their_place)
     std::string const time = R"({"seconds":1795266300,"nanos":489851021})";
     EXPECT_THAT(blocks_of({R"([{"time":)" + time + R"(,"text":)" + text + "}]"}),
                 ElementsAre("[" + text + R"(,[{"time":)" + time + R"(,"text":{"$":0}}]])"));
-    std::string const quoted = R"("a text with "nanos": and more bytes")";
+    std::string const quoted = R"("a text with \"nanos\": and more bytes")";
     EXPECT_THAT(blocks_of({"[" + quoted + "]"}), ElementsAre("[" + quoted + R"(,[{"$":0}]])"));
 }
 
