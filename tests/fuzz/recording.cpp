@@ -152,8 +152,7 @@ bool check_recording(std::string_view input)
     Frame expected;
     for (auto const &frame : frames) {
         expect(reader.next() == CaptureReader::Step::frame, "each frame can be read back");
-        expect(expected.ParseFromString(frame) &&
-                   reader.frame().SerializeAsString() == expected.SerializeAsString(),
+        expect(expected.ParseFromString(frame) && reader.frame().SerializeAsString() == expected.SerializeAsString(),
                "a frame reads back as it was sent");
     }
     expect(reader.next() == CaptureReader::Step::end, "the capture has no other frame");

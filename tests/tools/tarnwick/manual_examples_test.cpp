@@ -89,8 +89,8 @@ constexpr auto command_of = [](auto const &page) {
 };
 
 INSTANTIATE_TEST_SUITE_P(Pages, ManualExamples,
-                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-report.1", "tarnwick-schema.1", "tarnwick-show.1",
-                                         "tarnwick-statements.1"),
+                         testing::Values("tarnwick-inspect.1", "tarnwick-ls.1", "tarnwick-report.1",
+                                         "tarnwick-schema.1", "tarnwick-show.1", "tarnwick-statements.1"),
                          command_of);
 #ifdef TARNWICK_SQLITE
 INSTANTIATE_TEST_SUITE_P(PagesOfDatabases, ManualExamples, testing::Values("tarnwick-export.1", "tarnwick-query.1"),

@@ -326,21 +326,24 @@ TEST_P(RecordRefuses, files_that_are_not_captures)
 
 INSTANTIATE_TEST_SUITE_P(
     Existing, RecordRefuses,
-    testing::Values(Foreign{"text", "To whom it may concern\n", "not a capture: it has no frame with a known report"},
-                    Foreign{"gzip", std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
-                            "not a capture: the file is compressed with gzip; pipe it through `zcat`"},
-                    Foreign{"start_of_any_frame", request_end(1).substr(0, 1),
-                            "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
-                    Foreign{"text_with_a_length", "\xc3\x89" "cran\n",
-                            "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
-                    Foreign{"damage_before_the_end", request_end(1) + delimited("\xff") + request_end(2),
-                            fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
-                                        "`tarnwick recover`",
-                                        request_end(1).size())},
-                    Foreign{"length_over_the_limit", request_end(1) + varint((1U << 30U) + 1),
-                            fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
-                                        "`tarnwick recover`",
-                                        request_end(1).size())}),
+    testing::Values(
+        Foreign{"text", "To whom it may concern\n", "not a capture: it has no frame with a known report"},
+        Foreign{"gzip", std::string("\x1f\x8b\x08\0\0\0\0\0\x03\0", 10),
+                "not a capture: the file is compressed with gzip; pipe it through `zcat`"},
+        Foreign{"start_of_any_frame", request_end(1).substr(0, 1),
+                "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
+        Foreign{"text_with_a_length",
+                "\xc3\x89"
+                "cran\n",
+                "not a capture: it has no frame with a known report; if it is the start of a frame, remove it"},
+        Foreign{"damage_before_the_end", request_end(1) + delimited("\xff") + request_end(2),
+                fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
+                            "`tarnwick recover`",
+                            request_end(1).size())},
+        Foreign{"length_over_the_limit", request_end(1) + varint((1U << 30U) + 1),
+                fmt::format("byte {} is not the start of a frame; write its frames to a new file with "
+                            "`tarnwick recover`",
+                            request_end(1).size())}),
     by_name);
 
 TEST_F(Record, refuses_files_that_it_cannot_write)
@@ -497,7 +500,8 @@ TEST_F(Record, makes_a_sender_of_large_frames_wait)
     auto const bytes = chunk.SerializeAsString();
     Pipe err;
     auto const capacity = ::fcntl(err.writer, F_SETPIPE_SZ, 4096);
-    Program recorder({.arguments = {"record", "-o", file, "tcp://127.0.0.1:*"}, .err = Sink::output, .out_file = err.writer});
+    Program recorder(
+        {.arguments = {"record", "-o", file, "tcp://127.0.0.1:*"}, .err = Sink::output, .out_file = err.writer});
     std::string line;
     for (char byte = 0; ::read(err.reader, &byte, 1) == 1 && byte != '\n';)
         line += byte;
@@ -564,8 +568,8 @@ TEST_F(Record, admits_only_programs_whose_keys_are_allowed)
         Program stranger(replay("stranger.key"));
         auto key = content_of_file(path("stranger.pub"));
         key.pop_back(); // the end of the line
-        EXPECT_EQ(recorder.read_line(), fmt::format("refused a client at 127.0.0.1: its key {} is not in {}\n", key,
-                                                    path("shop.pub")));
+        EXPECT_EQ(recorder.read_line(),
+                  fmt::format("refused a client at 127.0.0.1: its key {} is not in {}\n", key, path("shop.pub")));
         auto const refused = end(stranger);
         EXPECT_THAT(refused.out + refused.err, EndsWith("frames sent: 0; interrupted before the end\n"));
     }
