@@ -31,7 +31,6 @@ namespace {
 
 using Frame = tarnwick::capture::v1::Frame;
 using program::CaptureReader;
-using program::CheckedFrame;
 using program::Dialect;
 
 /// Returns the messages of an input. The last one can have fewer bytes than its number says.

@@ -32,7 +32,7 @@ bool ProgressLine::due() const
 void ProgressLine::show(std::string name, std::string figures)
 {
     next_update_ = Clock::now() + interval;
-    is_visible_ = true;
+    is_visible = true;
     // A line that wraps could not be cleared.
     if (auto const width = terminal_width(STDERR_FILENO)) {
         name = cut_lines(name, std::max(*width, figures.size() + 1) - figures.size());
@@ -43,7 +43,7 @@ void ProgressLine::show(std::string name, std::string figures)
 
 void ProgressLine::clear()
 {
-    if (std::exchange(is_visible_, false))
+    if (std::exchange(is_visible, false))
         print_error("\r\x1b[K");
 }
 

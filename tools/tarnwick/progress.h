@@ -27,7 +27,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    static inline bool is_visible_ = false; ///< of all objects, since they share the line
+    static inline bool is_visible = false; ///< of all objects, since they share the line
 
     bool is_enabled_;
     Clock::time_point next_update_;

@@ -73,7 +73,7 @@ public:
                        !request_ids)
         , choice_(options.filter.reports, std::move(request_ids))
         , feed_(choice_)
-        , endpoint_(options.endpoint->text())
+        , endpoint_(options.endpoint->text()) // NOLINT(bugprone-unchecked-optional-access): required
         , progress_(!has_large_file(options.files))
     {
     }

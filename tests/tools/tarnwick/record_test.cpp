@@ -145,6 +145,7 @@ TEST_F(Record, receives_from_all_senders_after_a_large_frame)
     send_all(address, {large.SerializeAsString()});
     std::vector<std::thread> senders;
     constexpr std::uint64_t number_of_senders = 4;
+    senders.reserve(number_of_senders);
     for (std::uint64_t i = 0; i < number_of_senders; ++i)
         senders.emplace_back([&] { send_all(address, std::vector<std::string>(frames, frame(1))); });
     for (auto &sender : senders)

@@ -286,9 +286,10 @@ TEST(Report, has_no_text_of_reports_in_its_markup)
     for (auto const &text : // as textproto
          {std::string("</script><script>alert(1)</script>"), std::string("<!-- <script>"), std::string("]]>\\'\\\""),
           std::string("\\000\\001\\033"), std::string("\\342\\200\\256"), std::string("\\377\\376"), million}) {
-        auto const capture = start(1, uri(text)) + queries(1, text) +
-                             delimited(rpc_php_frame_of("request_id { id: 1 } error { error { message: \"" + text +
-                                                        "\" location { file: \"" + text + "\" } } }"));
+        auto const capture =
+            start(1, uri(text)) + queries(1, text) +
+            delimited(rpc_php_frame_of(fmt::format(
+                R"(request_id {{ id: 1 }} error {{ error {{ message: "{0}" location {{ file: "{0}" }} }} }})", text)));
         auto const page = page_of(capture);
         EXPECT_EQ(markup(page), harmless) << text.substr(0, 40);
         ASSERT_EQ(details_of(page).size(), 1U);

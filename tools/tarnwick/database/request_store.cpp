@@ -47,7 +47,7 @@ RequestStore::RequestStore(std::string file, MaskOptions const &mask)
     ::sqlite3_busy_timeout(database_.get(), milliseconds_to_wait);
     database_.execute("BEGIN IMMEDIATE");
     create_or_check(mask_name(mask));
-    statements_.emplace(database_, masks_);
+    statements_ = std::make_unique<Statements>(database_, masks_);
     database_.execute("COMMIT");
 }
 

@@ -6,7 +6,7 @@
 #include "requests/whole_request.h"
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -54,7 +54,7 @@ private:
     Masks masks_;
     Counts counts_;
     std::uint64_t in_transaction_ = 0;
-    std::optional<Statements> statements_; ///< after the tables exist
+    std::unique_ptr<Statements> statements_; ///< after the tables exist
 };
 
 } // namespace tarnwick::program

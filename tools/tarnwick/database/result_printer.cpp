@@ -90,7 +90,7 @@ void ResultPrinter::start_table(std::vector<ResultValue> const &first_row)
         column = escaped_text(column);
         titles.push_back({column, is_number ? TextTable::Align::right : TextTable::Align::left});
     }
-    table_.emplace(std::move(titles));
+    table_ = std::make_unique<TextTable>(std::move(titles));
 }
 
 void ResultPrinter::print_json(std::vector<ResultValue> const &values)

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,7 +39,7 @@ private:
     TableFormat format_;
     std::vector<std::string> columns_;
     std::optional<std::size_t> width_; ///< of the terminal
-    std::optional<TextTable> table_;
+    std::unique_ptr<TextTable> table_;
     JsonWriter json_;
     std::uint64_t rows_ = 0;
 };

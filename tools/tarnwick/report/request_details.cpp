@@ -23,11 +23,10 @@ using data::php::Superglobals;
 
 void write_call_site(JsonWriter &json, std::optional<StackTrace> const &trace)
 {
-    auto const *site = trace ? call_site(*trace) : nullptr;
-    if (site == nullptr)
+    if (!trace || trace->frames().isEmpty())
         json.absent();
     else
-        json.integer(std::int64_t{site - trace->frames().constData()});
+        json.integer(std::int64_t{call_site(*trace) - trace->frames().constData()});
 }
 
 /// Writes the call sites of a record with traces.

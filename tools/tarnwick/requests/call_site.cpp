@@ -62,11 +62,10 @@ std::string call_site_text(data::php::StackTrace const &trace)
     auto const *const call = call_site(trace);
     if (call == nullptr)
         return {};
-    bool const is_located = has_file(*call);
-    auto text = cut_text((is_located ? call->location()->file() : call->name()).toStdString(), max_call_site);
-    if (is_located)
-        text += fmt::format(":{}", call->location()->line());
-    return text;
+    auto const &location = call->location();
+    if (!location || location->file().isEmpty())
+        return cut_text(call->name().toStdString(), max_call_site);
+    return fmt::format("{}:{}", cut_text(location->file().toStdString(), max_call_site), location->line());
 }
 
 } // namespace tarnwick::program

@@ -109,7 +109,8 @@ std::vector<SuperglobalChange> superglobal_changes(Superglobals const &record, S
             if (before == nullptr && value->kind() == ZVal::Kind::undefined)
                 continue;
             auto const old = elements_before.find(key);
-            add({place.group, element}, old ? std::optional(ValuePlace{*group_before, old}) : std::nullopt);
+            add({place.group, element},
+                old && group_before ? std::optional(ValuePlace{*group_before, old}) : std::nullopt);
         }
     }
     return changes;

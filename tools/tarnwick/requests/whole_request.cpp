@@ -18,9 +18,10 @@ void WholeRequest::summarize()
         auto const &statements = of<data::glimmet::SqlQueries>(dialect);
         if (statements.empty())
             continue;
-        summary.statements[index] = 0;
+        std::uint64_t queries = 0;
         for (auto const &reported : statements)
-            *summary.statements[index] += static_cast<std::uint64_t>(reported.record->queries().size());
+            queries += static_cast<std::uint64_t>(reported.record->queries().size());
+        summary.statements[index] = queries;
     }
 }
 

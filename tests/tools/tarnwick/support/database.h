@@ -2,6 +2,7 @@
 
 // Reads databases of SQLite.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <sqlite3.h>
@@ -64,14 +65,14 @@ inline std::vector<std::string> all_rows(std::string const &file)
         if (table == "export")
             continue;
         std::string columns;
-        for (auto const &column : sql_rows(file, "SELECT name FROM pragma_table_info('" + table + "')")) {
+        for (auto const &column : sql_rows(file, fmt::format("SELECT name FROM pragma_table_info('{}')", table))) {
             if (column != "request" && column != "number")
-                columns += " || '|' || quote(" + table + ".\"" + column + "\")";
+                columns += fmt::format(R"( || '|' || quote({}."{}"))", table, column);
         }
         for (auto const &row :
-             sql_rows(file, "SELECT request_id || coalesce(start, '')" + columns + " FROM " + table +
-                                (table == "requests" ? "" : " JOIN requests USING (request)") + " ORDER BY 1"))
-            all.push_back(table + ": " + row);
+             sql_rows(file, fmt::format("SELECT request_id || coalesce(start, ''){} FROM {}{} ORDER BY 1", columns,
+                                        table, table == "requests" ? "" : " JOIN requests USING (request)")))
+            all.push_back(fmt::format("{}: {}", table, row));
     }
     return all;
 }
