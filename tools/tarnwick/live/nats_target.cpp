@@ -59,10 +59,12 @@ bool is_temporary(jsPubAckErr const &error)
 /// What the library's threads report about the frames that were sent.
 struct NatsTarget::Results {
     /// The threads can call the handler for a moment after the connection is closed, so the results live as long as the
-    /// process.
+    /// process. Several threads can create them.
     static Results &create()
     {
         static auto &all = *new std::deque<Results>();
+        static std::mutex creation;
+        std::lock_guard const lock(creation);
         return all.emplace_back();
     }
 

@@ -18,12 +18,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
-#include <latch>
 #include <map>
-#include <memory>
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace tarnwick::test::nats_cluster_test {
 namespace {
@@ -129,13 +128,9 @@ TEST(NatsCluster, loses_no_frame_and_repeats_none_when_a_server_and_the_recorder
 
     // The first sender creates the stream.
     send_frames(cluster.address(), 0);
-    // Not joined: libnats may detach a thread of its own that ended long ago, whose number one of these threads now has.
-    auto const sent = std::make_shared<std::latch>(senders - 1);
+    std::vector<std::jthread> threads;
     for (std::uint64_t sender = 1; sender < senders; ++sender)
-        std::thread([sent, sender, address = cluster.address()] {
-            send_frames(address, sender);
-            sent->count_down();
-        }).detach();
+        threads.emplace_back([&, sender] { send_frames(cluster.address(), sender); });
     {
         Program recorder(record);
         ASSERT_THAT(recorder.read_line(), StartsWith("receiving from "));
@@ -147,7 +142,8 @@ TEST(NatsCluster, loses_no_frame_and_repeats_none_when_a_server_and_the_recorder
     Program recorder(record);
     ASSERT_THAT(recorder.read_line(), StartsWith("receiving from "));
     followed.read_until(senders * frames_of_sender);
-    sent->wait();
+    for (auto &thread : threads)
+        thread.join();
     recorder.send(SIGINT);
     auto const outcome = recorder.finish();
     EXPECT_EQ(outcome.status, 0) << outcome.out;
