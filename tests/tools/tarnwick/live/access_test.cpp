@@ -58,13 +58,14 @@ public:
         , socket_(open_socket(context_, ZMQ_PULL))
         , monitor_(open_socket(context_, ZMQ_PAIR))
     {
+        set_option(monitor_, ZMQ_RCVHWM,
+                   0); // the thread of ZeroMQ would wait for a reader, with a lock that closing wants
         EXPECT_EQ(zmq_socket_monitor(socket_.get(), "inproc://monitor", ZMQ_EVENT_ALL), 0);
         EXPECT_EQ(zmq_connect(monitor_.get(), "inproc://monitor"), 0);
         set_option(socket_, ZMQ_HANDSHAKE_IVL, handshake_milliseconds);
         access_.attach(socket_, Endpoint(endpoint));
     }
 
-    // The thread of ZeroMQ waits for a reader of its events.
     ~Server() { zmq_socket_monitor(socket_.get(), nullptr, 0); }
     Server(Server const &) = delete;
     Server &operator=(Server const &) = delete;
