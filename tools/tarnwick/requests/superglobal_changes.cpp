@@ -99,8 +99,9 @@ std::vector<SuperglobalChange> superglobal_changes(Superglobals const &record, S
                 group_before ? std::optional(ValuePlace{*group_before, std::nullopt}) : std::nullopt);
             continue;
         }
-        auto const *old_array =
-            group_before ? array_in(entry_at(*before, {*group_before, std::nullopt}).second) : nullptr;
+        auto const *old_array = before != nullptr && group_before
+                                    ? array_in(entry_at(*before, {*group_before, std::nullopt}).second)
+                                    : nullptr;
         auto const &elements_before = indexes.try_emplace(group_before, old_array).first->second;
         std::size_t position = 0;
         for (auto const &[key, value] : (*elements)->elements()) {
