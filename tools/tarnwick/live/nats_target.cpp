@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <random>
+#include <thread>
 #include <utility>
 
 namespace tarnwick::program {
@@ -16,6 +17,7 @@ namespace {
 constexpr std::size_t servers_of_replicated_stream = 3;
 constexpr std::int64_t milliseconds_until_repeated = 5000;
 constexpr std::chrono::milliseconds time_between_attempts{100};
+constexpr int attempts_to_create_stream = 100;
 
 using StreamInfo = std::unique_ptr<jsStreamInfo, NatsDestroy<jsStreamInfo_Destroy>>;
 
@@ -38,7 +40,16 @@ StreamInfo create_stream(NatsClient const &client, NatsAddress const &address)
     config.SubjectsLen = 1;
     config.Replicas = address.servers().size() < servers_of_replicated_stream ? 1 : servers_of_replicated_stream;
     jsStreamInfo *info = nullptr;
-    check_nats(js_AddStream(&info, client.jetstream(), &config, nullptr, nullptr));
+    auto status = NATS_OK;
+    for (int attempt = 0; attempt < attempts_to_create_stream; ++attempt) {
+        jsErrCode error{};
+        status = js_AddStream(&info, client.jetstream(), &config, nullptr, &error);
+        // Servers that have just started do not know each other yet.
+        if (error != JSClusterNoPeersErr && error != JSClusterNotAvailErr)
+            break;
+        std::this_thread::sleep_for(time_between_attempts);
+    }
+    check_nats(status);
     return StreamInfo(info);
 }
 
