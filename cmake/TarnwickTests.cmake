@@ -25,10 +25,10 @@ endfunction()
 
 # tarnwick_test(NAME FOLDER...): one executable, and one test, of all *_test.cpp in the folders of tests/ (`.` is not
 # searched deeper). The cases run in a random order, since none may depend on another. With SHARDS n, n tests run in
-# parallel, each with its share of the cases. With ONLY sanitizer, other builds neither compile nor run it, but lint
-# reads it.
+# parallel, each with its share of the cases. With ONLY sanitizer, or IF option, other builds neither compile nor run it,
+# but lint reads it.
 function(tarnwick_test name)
-    cmake_parse_arguments(test "" "SHARDS;ONLY" "" ${ARGN})
+    cmake_parse_arguments(test "" "SHARDS;ONLY;IF" "" ${ARGN})
     set(sources "")
     foreach(folder IN LISTS test_UNPARSED_ARGUMENTS)
         if(folder STREQUAL ".")
@@ -41,7 +41,7 @@ function(tarnwick_test name)
     add_executable(${name} ${sources})
     tarnwick_test_sources(${name})
     target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest_main)
-    if(test_ONLY AND NOT TARNWICK_SANITIZE MATCHES "${test_ONLY}")
+    if((test_ONLY AND NOT TARNWICK_SANITIZE MATCHES "${test_ONLY}") OR (test_IF AND NOT ${test_IF}))
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
     elseif(NOT test_SHARDS)
         add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_brief=1)

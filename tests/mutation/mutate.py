@@ -35,7 +35,7 @@ import candidates
 
 DEFAULT_COUNT = 250
 LEAST_KILLED = 0.95
-PROGRAMS = ("tarnwick_tests", "program_tests")
+PROGRAMS = ("tarnwick_tests", "program_tests", "command_tests")
 # Leaves out tests of large reports and files, which take nine tenths of the time. They run only for files of their
 # name.
 QUICK = (

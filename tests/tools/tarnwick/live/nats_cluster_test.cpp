@@ -4,7 +4,6 @@
 #include "capture/capture_reader.h"
 #include "capture/input_file.h"
 #include "live/nats_target.h"
-#include "support/sanitizers.h"
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/program.h"
 
@@ -36,7 +35,7 @@ using testing::EndsWith;
 using testing::StartsWith;
 
 constexpr std::uint64_t senders = 4;
-constexpr std::uint64_t frames_of_sender = is_sanitized ? 2'500 : 25'000;
+constexpr std::uint64_t frames_of_sender = 25'000;
 
 /// The servers of examples/nats.
 class Cluster {
