@@ -30,15 +30,17 @@ namespace {
 /// What a message in a queue takes at least, in bytes.
 constexpr std::uint64_t min_message_size = 320;
 
-/// The number of messages of a sender that may wait: 16 MB, or for ipc, whose senders are programs of the same user,
+/// The number of messages of a sender that may wait: 64 MB, or for ipc, whose senders are programs of the same user,
 /// 50,000 messages. ZeroMQ loses messages of a sender that closes an ipc connection while its queue is full. The length
-/// never changes, since ZeroMQ 4.3.5 then reads freed memory if a connection closes at the same time.
+/// never changes, since ZeroMQ 4.3.5 then reads freed memory if a connection closes at the same time. With a length of
+/// 1, two threads wake each other for each message: 17,000 frames per second arrive instead of 70,000 with 4.
 int queue_length(Endpoint const &endpoint, std::uint64_t max_frame)
 {
-    constexpr std::uint64_t max_waiting_bytes = 16'000'000;
+    constexpr std::uint64_t max_bytes = 64'000'000;
+    constexpr std::uint64_t max_messages = 50'000;
     auto const is_ipc = !endpoint.path().empty();
-    auto const size = is_ipc ? min_message_size : std::max(max_frame, min_message_size);
-    return static_cast<int>(std::max<std::uint64_t>(max_waiting_bytes / size, 1));
+    auto const messages = is_ipc ? max_messages : max_bytes / std::max<std::uint64_t>(max_frame, 1);
+    return static_cast<int>(std::clamp<std::uint64_t>(messages, 1, max_messages));
 }
 
 /// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
