@@ -83,7 +83,7 @@ TEST(InspectStream, of_any_size_needs_constant_memory)
 {
     constexpr std::int64_t tolerance = 8'192;
     constexpr std::int64_t secrets = 25'000; // of the most recent requests, which text masks
-    constexpr std::size_t usual = 60;
+    constexpr std::size_t usual = 30;
     auto const *const wanted = std::getenv("TARNWICK_STREAM_MEGABYTES"); // NOLINT(concurrency-mt-unsafe)
     auto const large = wanted == nullptr ? usual : std::stoul(wanted);
     for (auto const &[format, most] :
