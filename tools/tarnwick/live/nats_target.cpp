@@ -41,10 +41,10 @@ StreamInfo create_stream(NatsClient const &client, NatsAddress const &address)
     config.Replicas = address.servers().size() < servers_of_replicated_stream ? 1 : servers_of_replicated_stream;
     jsStreamInfo *info = nullptr;
     auto status = NATS_OK;
+    auto error = JSClusterNoPeersErr;
+    // Servers that have just started do not know each other yet.
     for (int attempt = 0; attempt < attempts_to_create_stream; ++attempt) {
-        jsErrCode error{};
         status = js_AddStream(&info, client.jetstream(), &config, nullptr, &error);
-        // Servers that have just started do not know each other yet.
         if (error != JSClusterNoPeersErr && error != JSClusterNotAvailErr)
             break;
         std::this_thread::sleep_for(time_between_attempts);
