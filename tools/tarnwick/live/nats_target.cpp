@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t servers_of_replicated_stream = 3;
 constexpr std::int64_t milliseconds_until_repeated = 5000;
 constexpr std::chrono::milliseconds time_between_attempts{100};
-constexpr int attempts_to_create_stream = 100;
+constexpr int attempts_to_create_stream = 400;
 
 using StreamInfo = std::unique_ptr<jsStreamInfo, NatsDestroy<jsStreamInfo_Destroy>>;
 
@@ -42,7 +42,7 @@ StreamInfo create_stream(NatsClient const &client, NatsAddress const &address)
     jsStreamInfo *info = nullptr;
     auto status = NATS_OK;
     auto error = JSClusterNoPeersErr;
-    // Servers that have just started do not know each other yet.
+    // Servers that have just started may not know each other for up to ten seconds.
     for (int attempt = 0; attempt < attempts_to_create_stream; ++attempt) {
         status = js_AddStream(&info, client.jetstream(), &config, nullptr, &error);
         if (error != JSClusterNoPeersErr && error != JSClusterNotAvailErr)
