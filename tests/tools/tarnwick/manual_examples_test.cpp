@@ -15,14 +15,30 @@
 namespace tarnwick::test::manual_examples_test {
 namespace {
 
-/// Runs a command line in the folder of the captures. Standard error follows standard output.
-Outcome shell(std::string const &command)
-{
-    WorkingFolder const here(TARNWICK_CAPTURES);
-    auto const folder = std::filesystem::path(TARNWICK_PROGRAM).parent_path().string();
-    return run(
-        {.arguments = {"-c", "PATH='" + folder + "':$PATH; " + command}, .err = Sink::output, .program = "/bin/sh"});
-}
+/// Runs command lines in a folder with links to the captures, in which they can create files.
+class Shell {
+public:
+    Shell()
+    {
+        for (auto const &entry : std::filesystem::directory_iterator(TARNWICK_CAPTURES)) {
+            if (entry.path().extension() == ".tnw")
+                folder_.link(entry.path().string(), entry.path().filename().string());
+        }
+    }
+
+    /// Standard error follows standard output.
+    [[nodiscard]] Outcome run(std::string const &command) const
+    {
+        WorkingFolder const here(folder_.path());
+        auto const programs = std::filesystem::path(TARNWICK_PROGRAM).parent_path().string();
+        return test::run({.arguments = {"-c", "PATH='" + programs + "':$PATH; " + command},
+                          .err = Sink::output,
+                          .program = "/bin/sh"});
+    }
+
+private:
+    ConfigFolder folder_;
+};
 
 std::string replaced(std::string text, std::string_view part, std::string_view replacement)
 {
@@ -43,15 +59,16 @@ TEST_P(ManualExamples, match_the_program)
 {
     auto const examples = examples_of(std::string(GetParam()));
     EXPECT_FALSE(examples.empty());
+    Shell const shell;
     for (auto const &[command, output] : examples) {
         SCOPED_TRACE(command);
         if (command.find("--follow") != std::string::npos)
             continue;
         if (output) {
-            EXPECT_EQ(shell(command).out, *output);
+            EXPECT_EQ(shell.run(command).out, *output);
         } else {
-            // The programs that read the output need not be installed. Captures are in a folder of the repository.
-            auto const outcome = shell(replaced(command.substr(0, command.find(" | ")), "-o report.html ", {}));
+            // The programs that read the output need not be installed.
+            auto const outcome = shell.run(command.substr(0, command.find(" | ")));
             EXPECT_EQ(outcome.status, 0) << outcome.out;
         }
     }
@@ -64,6 +81,7 @@ TEST(ReadmeExamples, match_the_program)
     all << file.rdbuf();
     auto const text = all.str();
     std::size_t runs = 0;
+    Shell const shell;
     for (auto const &[start, command] : {Start{"\n    ./dev demo ", "tarnwick ls --format=text "},
                                          Start{"\n    tarnwick show ", "tarnwick show --format=text "}}) {
         for (auto at = text.find(start); at != std::string::npos; at = text.find(start, at + 1), ++runs) {
@@ -75,7 +93,7 @@ TEST(ReadmeExamples, match_the_program)
             line += text.substr(arguments, end - arguments);
             // `./dev demo` reads all captures.
             line += line.find(".tnw") == std::string::npos ? " *.tnw" : "";
-            EXPECT_EQ(shell(replaced(line, "examples/captures/", {})).out,
+            EXPECT_EQ(shell.run(replaced(line, "examples/captures/", {})).out,
                       text.substr(output, text.find("```", output) - output));
         }
     }

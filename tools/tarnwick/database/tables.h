@@ -21,7 +21,7 @@ inline constexpr auto const *create_tables = R"sql(CREATE TABLE requests (
     route TEXT,                  -- uri without values: path with {id}, names of parameters
     status INTEGER,              -- of the response
     duration INTEGER,            -- nanoseconds
-    memory INTEGER,              -- largest of the three figures of the end, in bytes
+    memory INTEGER,              -- largest of the three figures in the report of the end, in bytes
     errors INTEGER NOT NULL,     -- rows in errors
     events INTEGER NOT NULL,     -- rows in events
     statements INTEGER NOT NULL, -- rows in statements
@@ -39,10 +39,10 @@ CREATE TABLE headers (
 ) WITHOUT ROWID;
 CREATE TABLE superglobals (
     request INTEGER NOT NULL REFERENCES requests,
-    state TEXT NOT NULL,         -- init: at the start; change: those that changed, at the end; all: at an event
+    state TEXT NOT NULL,         -- init: at the start; change: what changed until the end; all: at another time
     position INTEGER NOT NULL,   -- from 1
     name TEXT,                   -- such as _SESSION
-    key,                         -- in the superglobal
+    key,                         -- in the superglobal; NULL if that is not an array
     kind TEXT NOT NULL,          -- type in PHP, such as string or array
     value,                       -- number or text; JSON for arrays and objects
     PRIMARY KEY (request, state, position)
@@ -79,7 +79,7 @@ CREATE TABLE events (
     event_flag INTEGER NOT NULL, -- 0 or 1
     function TEXT,               -- the function that the event is about
     duration INTEGER,            -- of a slow function or request, nanoseconds
-    usage INTEGER,               -- of high memory usage
+    usage INTEGER,               -- memory, of high memory usage
     error_number INTEGER,        -- of a PHP error
     error_name TEXT,             -- of a PHP error
     message TEXT,                -- of a PHP error
@@ -98,8 +98,8 @@ CREATE TABLE functions (
     file TEXT,
     line INTEGER,
     count INTEGER NOT NULL,      -- calls
-    time_first INTEGER NOT NULL, -- nanoseconds
-    time_second INTEGER NOT NULL, -- nanoseconds
+    time_first INTEGER NOT NULL, -- first of its two times, nanoseconds
+    time_second INTEGER NOT NULL, -- second of its two times, nanoseconds
     PRIMARY KEY (request, position)
 ) WITHOUT ROWID;
 CREATE TABLE connections (
