@@ -13,7 +13,8 @@ import unittest
 import jsonschema
 
 PROGRAM, CAPTURES = sys.argv[1], sys.argv[2:]
-STYLES = [[], ["--ids=string"], ["--values=plain"], ["--ids=string", "--values=plain"]]
+STYLES = [[], ["--ids=string"], ["--values=plain"], ["--nul=base64"],
+          ["--ids=string", "--values=plain", "--nul=base64"]]
 # Members with a PHP value or a PHP array.
 PHP_MEMBERS = {"args", "call_value", "headers", "properties", "value", "values"}
 

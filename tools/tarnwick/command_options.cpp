@@ -71,6 +71,9 @@ void add_json_style(CLI::App &app, JsonStyle &style)
     add_choice(
         app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
         "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");
+    add_choice(app, "--nul", style.base64_nul, {{"escape", false}, {"base64", true}},
+               "in JSON, how to print strings with NUL; escape (default): as \\u0000; base64: as strings that are not "
+               "UTF-8, for tools that cannot store NUL");
 }
 
 void add_files(CLI::App &app, std::vector<std::string> &files)

@@ -328,6 +328,11 @@ TEST(Inspect, prints_string_ids_and_plain_values_with_the_options)
     auto const capture = delimited(rpc_php_frame_of(R"pb(
         request_id { id: 7 }
         rinit { request { headers { elements { string_key: "Host" value { string_value: "a" } } } } })pb"));
+    auto const body = delimited(rpc_php_frame_of(R"pb(
+        request_id { id: 7 }
+        rinit { request { post_data { text_0: "a\000" } } })pb"));
+    EXPECT_THAT(inspect({"--nul=base64"}, body).out, testing::HasSubstr(R"("text_0":{"base64":"YQA="})"));
+    EXPECT_THAT(inspect({}, body).out, testing::HasSubstr(R"("text_0":"a\u0000")"));
     auto const headers = [&](std::vector<std::string> const &options) {
         std::istringstream lines(inspect(options, capture).out);
         std::string line;

@@ -172,7 +172,10 @@ private:
         });
     }
     QJsonObject of(Type<php::RequestId> /*type*/, Sense /*sense*/) { return schema<std::uint64_t>(Sense::id); }
-    QJsonObject of(Type<QString> /*type*/, Sense /*sense*/) { return nullable(of_type(u"string"_s)); }
+    QJsonObject of(Type<QString> /*type*/, Sense /*sense*/)
+    {
+        return nullable(style_.base64_nul ? schema<std::string_view>() : of_type(u"string"_s));
+    }
     QJsonObject of(Type<std::string_view> /*type*/, Sense /*sense*/)
     {
         return defined(u"bytes"_s, [] { return bytes(u"base64"_s); });

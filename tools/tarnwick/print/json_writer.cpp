@@ -208,6 +208,10 @@ void JsonWriter::text(QString const &text)
         absent();
         return;
     }
+    if (style_.base64_nul && text.contains(QChar(u'\0'))) {
+        bytes(text.toStdString());
+        return;
+    }
     separate();
     line_.push_back('"');
     // The encoder keeps the first half of a surrogate pair between pieces.
@@ -226,7 +230,8 @@ void JsonWriter::text(QString const &text)
 
 void JsonWriter::bytes(std::string_view bytes, std::string_view base64_name)
 {
-    if (QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8()) {
+    bool const has_nul = style_.base64_nul && bytes.find('\0') != std::string_view::npos;
+    if (!has_nul && QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8()) {
         string(bytes);
         return;
     }

@@ -20,6 +20,8 @@ struct JsonStyle {
     bool string_ids = false;
     /// PHP values have no kinds, and PHP arrays are objects or lists; `plain_values.h` describes the form.
     bool plain_values = false;
+    /// Strings with NUL are base64, as those that are not UTF-8.
+    bool base64_nul = false;
 };
 
 /// Integers from `-exact_in_double` to `exact_in_double` and their neighbours differ as doubles.
@@ -73,7 +75,8 @@ public:
     void real(double value);
     void time(data::TimePair value);
     void text(QString const &value);
-    /// Writes a string if the bytes are UTF-8, otherwise an object whose only member has this name and is base64.
+    /// Writes a string if the bytes are UTF-8 and the style permits NUL or there is none, otherwise an object whose only
+    /// member has this name and is base64.
     void bytes(std::string_view value, std::string_view base64_name = "base64");
     void json(std::string_view value) { bytes(value); }
     void digits(std::string_view value) { string(value); }

@@ -100,13 +100,14 @@ bool is_list(Elements const &elements)
 }
 
 /// Returns whether the keys can be the names of an object's members.
-bool has_names(Elements const &elements)
+bool has_names(Elements const &elements, JsonStyle style)
 {
     std::vector<std::string_view> names;
     names.reserve(elements.size());
     for (auto const &[key, value] : elements) {
         auto const *const name = std::get_if<std::string>(&key->value());
         if (name == nullptr || name->starts_with('$') ||
+            (style.base64_nul && name->find('\0') != std::string::npos) ||
             !QUtf8StringView(name->data(), static_cast<qsizetype>(name->size())).isValidUtf8())
             return false;
         names.push_back(*name);
@@ -133,7 +134,7 @@ void write_plain(JsonWriter &writer, detail::PelorinArray const &array)
         for (auto const &[key, value] : elements)
             write_plain(writer, *value);
         writer.end_list();
-    } else if (has_names(elements)) {
+    } else if (has_names(elements, writer.style())) {
         writer.begin_record({});
         for (auto const &[key, value] : elements) {
             writer.field(std::get<std::string>(key->value()));

@@ -15,7 +15,8 @@ namespace tarnwick::program {
 /// | long                                    | number; `{"$long":"DIGITS"}` if ids are strings and a double would |
 /// |                                         | lose digits                                                        |
 /// | other double                            | `{"$double":"NaN"}`, `"Infinity"` or `"-Infinity"`                 |
-/// | string                                  | string; `{"$base64":"TEXT"}` if the bytes are not UTF-8            |
+/// | string                                  | string; `{"$base64":"TEXT"}` if the bytes are not UTF-8, or have   |
+/// |                                         | NUL and the style does not permit that                             |
 /// | array                                   | as below                                                           |
 /// | object                                  | `{"$object":"CLASS","properties":ARRAY,"value":VALUE}`             |
 /// | resource                                | `{"$resource":"TYPE","value":VALUE}`                               |
@@ -28,7 +29,8 @@ void write_plain(JsonWriter &writer, data::php::detail::ZVal const &value);
 /// Writes a PHP array:
 ///
 /// - as a list of its values if its keys are 0, 1, 2 and so on, in this order; an array without elements is `[]`;
-/// - as an object if its keys are strings that are unique, UTF-8, and do not start with `$`;
+/// - as an object if its keys are strings that are unique, UTF-8, and do not start with `$` or have NUL that the style
+///   does not permit;
 /// - otherwise as `{"$entries":[[KEY,VALUE],...]}`.
 void write_plain(JsonWriter &writer, data::php::detail::PelorinArray const &array);
 

@@ -27,6 +27,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <variant>
 
 namespace tarnwick::program::json_writer_test {
@@ -84,6 +85,21 @@ TEST(JsonWriter, writes_integers_with_all_digits)
     EXPECT_EQ(integer(std::numeric_limits<std::int64_t>::max()), "9223372036854775807");
     EXPECT_EQ(integer(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
     EXPECT_EQ(integer(std::uint64_t{9007199254740993}), "9007199254740993"); // not representable as a double
+}
+
+TEST(JsonWriter, writes_strings_with_nul_as_base64_on_request)
+{
+    auto const with_nul = std::string_view("a\0b", 3);
+    for (auto const &[text, escaped, base64] :
+         {std::tuple(with_nul, R"("a\u0000b")", R"({"base64":"YQBi"})"), std::tuple(std::string_view("ab"), R"("ab")", R"("ab")"),
+          std::tuple(std::string_view("\xff"), R"({"base64":"/w=="})", R"({"base64":"/w=="})")}) {
+        auto const bytes = [&](JsonWriter &writer) { writer.bytes(text); };
+        EXPECT_EQ(member(bytes), escaped);
+        EXPECT_EQ(member(bytes, {.base64_nul = true}), base64);
+    }
+    auto const text = [&](JsonWriter &writer) { writer.text(QString::fromUtf8(with_nul.data(), 3)); };
+    EXPECT_EQ(member(text), R"("a\u0000b")");
+    EXPECT_EQ(member(text, {.base64_nul = true}), R"({"base64":"YQBi"})");
 }
 
 TEST(JsonWriter, writes_ids_and_inexact_integers_as_strings_on_request)

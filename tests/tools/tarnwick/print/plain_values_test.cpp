@@ -101,6 +101,16 @@ TEST(PlainValuesWithStringIds, mark_inexact_longs)
     EXPECT_EQ(plain(php_long(std::numeric_limits<std::int64_t>::min()), true), R"({"$long":"-9223372036854775808"})");
 }
 
+TEST(PlainValuesWithoutNul, have_base64_instead)
+{
+    auto const array = test::value_from_text(
+        R"(array_value { elements { string_key: "a\000" value { string_value: "b\000" } } })");
+    EXPECT_EQ(plain(array), R"({"a\u0000":"b\u0000"})");
+    JsonWriter writer(JsonStyle{.plain_values = true, .base64_nul = true});
+    data::walk(writer, array);
+    EXPECT_EQ(writer.line(), R"({"$entries":[[{"$base64":"YQA="},{"$base64":"YgA="}]]})");
+}
+
 TEST(PlainValuesOfRecords, apply_to_each_array_and_value)
 {
     Function const call(test::from_text<rpc::php::v1::Function>(R"pb(
