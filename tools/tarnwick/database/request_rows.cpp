@@ -24,7 +24,9 @@ namespace {
 using data::monitor::Event;
 using data::php::PelorinArray;
 
-constexpr std::size_t max_shapes = 10'000;
+// A capture can have any number of different statements, of any size.
+constexpr std::size_t max_kept_shapes = 10'000;
+constexpr std::size_t max_kept_text = 1'000; // in bytes
 
 std::string insertion(std::string_view table, int columns)
 {
@@ -284,7 +286,7 @@ void RequestRows::insert_statements(RequestRecords const &records)
     std::int64_t position = 0;
     for (auto const &reported : records.of_either<data::glimmet::SqlQueries>()) {
         for (auto const &query : reported.record->queries()) {
-            auto const &shape = shape_of(query->text());
+            auto const shape = shape_of(query->text());
             auto const call = query->stack_trace() ? call_site_text(*query->stack_trace()) : std::string();
             statements_.run({key_, ++position,
                              masked(shape.statement, masks_.ranges_of_statement(shape.statement, TextPlace::name)),
@@ -331,16 +333,19 @@ void RequestRows::insert_frames(std::string_view owner, std::int64_t position,
                      line_cell(call.location()), call.args()->elements().empty() ? Cell() : values.of(call.args())});
 }
 
-RequestRows::Shape const &RequestRows::shape_of(QString const &text)
+RequestRows::Shape RequestRows::shape_of(QString const &text)
 {
     auto const utf8 = text.toStdString();
     if (auto const found = shapes_.find(utf8); found != shapes_.end())
         return found->second;
-    if (shapes_.size() >= max_shapes)
-        shapes_.clear();
     auto const start = start_of_text(utf8, StatementSink::max_text);
-    return shapes_.emplace(utf8, Shape{cut_text(statement_shape(start), StatementSink::max_shape), first_word(start)})
-        .first->second;
+    Shape shape{cut_text(statement_shape(start), StatementSink::max_shape), first_word(start)};
+    if (utf8.size() <= max_kept_text) {
+        if (shapes_.size() >= max_kept_shapes)
+            shapes_.clear();
+        shapes_.emplace(utf8, shape);
+    }
+    return shape;
 }
 
 } // namespace tarnwick::program

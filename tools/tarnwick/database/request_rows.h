@@ -45,13 +45,13 @@ private:
     void insert_storage(RequestRecords const &records);
     void insert_frames(std::string_view owner, std::int64_t position,
                        std::optional<data::php::StackTrace> const &trace);
-    Shape const &shape_of(QString const &text);
+    Shape shape_of(QString const &text);
 
     Database const &database_;
     Masks masks_;
     RowTexts texts_;
     std::int64_t key_ = 0; ///< of the current request
-    std::unordered_map<std::string, Shape> shapes_;
+    std::unordered_map<std::string, Shape> shapes_; ///< of repeated statements, by their text
     Statement requests_;
     Statement headers_;
     Statement superglobals_;

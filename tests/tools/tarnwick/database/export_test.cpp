@@ -293,6 +293,28 @@ std::string many_requests(std::uint64_t count)
     return all;
 }
 
+/// The memory that an export of requests with a different statement of 500 kB each took, in kB.
+std::int64_t memory_for_statements(std::uint64_t count)
+{
+    std::string capture;
+    for (std::uint64_t id = 1; id <= count; ++id)
+        capture += reports(1, {start_at(static_cast<int>(id)),
+                               {"rpc_glimmet", fmt::format("sql_queries {{ queries {{ text: \"SELECT '{:0>500000}'\" }} }}",
+                                                           id)}});
+    DatabaseFile const file;
+    Program program({.arguments = {"export", "-o", file.name()}});
+    program.write(capture);
+    auto const memory = program.memory("VmHWM");
+    program.close_input();
+    EXPECT_EQ(program.finish().out, fmt::format("requests added: {}, replaced: 0, unchanged: 0\n", count));
+    return memory;
+}
+
+TEST(Export, keeps_no_large_statements_in_memory)
+{
+    EXPECT_LT(memory_for_statements(100), memory_for_statements(10) + 20'000);
+}
+
 TEST(Export, is_completed_after_the_end_of_the_process)
 {
     constexpr std::uint64_t last = 1500;
