@@ -16,11 +16,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
+#include <vector>
 
 #include <zmq.h>
 
@@ -43,7 +43,7 @@ int queue_length(Endpoint const &endpoint, std::uint64_t max_frame)
     return static_cast<int>(std::clamp<std::uint64_t>(messages, 1, max_messages));
 }
 
-/// What is written at the end of the frames that have arrived. A sender that never pauses must not prevent the end.
+/// What is received at the end of the messages that have arrived. A sender that never pauses must not prevent the end.
 constexpr std::uint64_t max_bytes_at_end = 256'000'000;
 
 SocketHandle open_receiver(ContextHandle const &context, Access &access, Endpoint const &endpoint,
@@ -90,6 +90,7 @@ private:
     void answer_clients();
     bool receive_from_all();
     void take_message(SocketHandle const &socket);
+    void count_bytes(std::size_t size) { received_bytes_ += std::max<std::uint64_t>(size, min_message_size); }
     void wait();
 
     Recording &recording_;
@@ -121,10 +122,11 @@ void Receivers::receive_until_end()
 void Receivers::drop_arrived()
 {
     for (auto const &socket : sockets_) {
-        for (auto const most = recording_.bytes() + max_bytes_at_end;
-             recording_.bytes() < most && receive(socket, message_);) {
+        for (auto const most = received_bytes_ + max_bytes_at_end;
+             received_bytes_ < most && receive(socket, message_);) {
             auto const size = message_.size();
-            recording_.drop(size + drop_rest(socket.get(), message_));
+            count_bytes(size + drop_rest(socket.get(), message_));
+            recording_.drop();
         }
     }
 }
@@ -160,7 +162,7 @@ void Receivers::take_message(SocketHandle const &socket)
         size += drop_rest(socket.get(), message_);
         recording_.refuse_parts(size);
     }
-    received_bytes_ += std::max(size, min_message_size);
+    count_bytes(size);
 }
 
 /// Waits for messages, signals, and the time of the next rotation or line of progress.

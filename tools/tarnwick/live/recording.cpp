@@ -63,10 +63,9 @@ void Recording::refuse_parts(std::size_t size)
     refuse(Fault::several_parts, fmt::format("refused a message of {} bytes: it has several parts", size));
 }
 
-void Recording::drop(std::size_t size)
+void Recording::drop()
 {
     ++received_;
-    bytes_ += size;
 }
 
 void Recording::report()
