@@ -3,7 +3,8 @@
 
 Fails if the allocations of a record differ from those of its floor, if a ratio of its instructions to those of the
 floor or of parsing is more than 5% above the recorded ratio, if the elements of a large report cost more, relative to
-the floor, than those of a small report, or if the cost of a chunk depends on its size.
+the floor, than those of a small report, if the cost of a chunk depends on its size, or if the cost of a difference by
+key is not linear or, of small arrays, above that of linear searches.
 """
 
 import argparse
@@ -16,6 +17,7 @@ import sys
 import tempfile
 
 TOLERANCE = 1.05
+KEY_GROWTH = 20  # the largest ratio of the cost of a difference of ten times as many keys
 COMPLAINTS = 3  # the exit status, distinct from that of an error
 
 
@@ -134,6 +136,15 @@ def complaints(actions, reached):
         yield "the cost of a chunk depends on its size: " + ", ".join(
             f"{name.split('/')[1]} bytes {instructions:,.0f} instructions" for name, instructions in chunks.items()
         )
+    few, plain, many, most = (
+        actions[f"key_difference/{keys}"]["instructions"] for keys in ("8", "8/plain", "20000", "200000")
+    )
+    if few > plain * TOLERANCE:
+        yield f"a difference of 8 keys takes {few:,.0f} instructions, linear searches take {plain:,.0f}"
+    if most >= many * KEY_GROWTH:
+        yield (
+            f"a difference of 200,000 keys takes {most:,.0f} instructions, {most / many:.1f} times those of 20,000 keys"
+        )
 
 
 def main():
@@ -153,6 +164,9 @@ def main():
     found = list(complaints(actions, json.loads(arguments.reached.read_text())))
     for workload, pairs in ratios(actions).items():
         print(workload, *(f"{pair} {reached:.3f}" for pair, reached in pairs.items()), sep="  ")
+    for name in actions:
+        if name.startswith("key_difference/"):
+            print(name, f"{actions[name]['instructions']:,.0f} instructions", sep="  ")
     for complaint in found:
         print(f"costs: {complaint}", file=sys.stderr)
     sys.exit(COMPLAINTS if found else 0)

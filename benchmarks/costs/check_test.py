@@ -23,6 +23,10 @@ def costs(**changes):
             "growth/event/rpc/10000/floor": 40000.0,
             "chunk/1024": 50.0,
             "chunk/67108864": 50.0,
+            "key_difference/8": 105.0,
+            "key_difference/8/plain": 100.0,
+            "key_difference/20000": 1000.0,
+            "key_difference/200000": 19999.0,
         }.items()
     }
     for name, change in changes.items():
@@ -82,6 +86,18 @@ class Complaints(unittest.TestCase):
         self.assertEqual(
             self.complaint(chunk__67108864={"instructions": 70.0}),
             ["the cost of a chunk depends on its size: 1024 bytes 50 instructions, 67108864 bytes 70 instructions"],
+        )
+
+    def test_a_difference_of_few_keys_that_costs_more_than_linear_searches(self):
+        self.assertEqual(
+            self.complaint(key_difference__8={"instructions": 106.0}),
+            ["a difference of 8 keys takes 106 instructions, linear searches take 100"],
+        )
+
+    def test_a_difference_whose_cost_is_not_linear(self):
+        self.assertEqual(
+            self.complaint(key_difference__200000={"instructions": 20000.0}),
+            ["a difference of 200,000 keys takes 20,000 instructions, 20.0 times those of 20,000 keys"],
         )
 
     def test_a_report_that_nothing_was_written_down_of(self):

@@ -8,6 +8,8 @@
 #include "data/php/headers_workload.h"
 #include "data/php/real_request_workload.h"
 #include "data/php/superglobals_workload.h"
+#include "support/key_arrays.h"
+#include "support/plain_key_difference.h"
 
 #include <tarnwick/data/codetrace/data.h>
 
@@ -156,6 +158,21 @@ void weigh_chunks()
     }
 }
 
+/// Differences by key of two arrays that have half of their keys in common, and of small ones by linear searches.
+void weigh_key_differences()
+{
+    for (int const keys : {8, 20'000, 200'000}) {
+        auto const own = key_array(0, keys);
+        auto const other = key_array(keys / 2, keys);
+        auto const arrays = [&](int /*number*/) { return std::pair(own.get(), other.get()); };
+        auto const name = "key_difference/" + std::to_string(keys);
+        weigh(name, 1, arrays, [](auto const &pair) { keep(pair.first->diff_keys(*pair.second)); });
+        if (keys == 8)
+            weigh(name + "/plain", 1, arrays,
+                  [](auto const &pair) { keep(test::plain_key_difference(*pair.first, *pair.second)); });
+    }
+}
+
 template <class... Workload>
 void weigh_all(std::vector<int> const &sizes)
 {
@@ -178,6 +195,7 @@ try {
     weigh_workload<RealRequestRpc>();
     weigh_workload<RealRequestProtobuf>();
     weigh_chunks();
+    weigh_key_differences();
 } catch (std::exception const &error) {
     std::fprintf(stderr, "costs: %s\n", error.what());
     return 1;

@@ -1,5 +1,6 @@
 #include <tarnwick/data/php/pelorin_array.h>
 
+#include <tarnwick/data/php/key_index.h>
 #include <tarnwick/data/php/make_values.h>
 #include <tarnwick/messages.h>
 
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 
 namespace tarnwick::data::php::detail {
 namespace {
@@ -38,44 +38,34 @@ PelorinArray::Elements elements_of(Message const &message)
     return elements;
 }
 
-// Nested handles compare by pointer, scalars and strings by value.
-bool same_key(ZVal const &left, ZVal const &right)
+KeyIndex::Element const *first_with_key(PelorinArray::Elements const &elements, ZVal const &key)
 {
-    if (left.kind() != right.kind())
-        return false;
-    auto const both = [&]<class Content>(std::in_place_type_t<Content>, auto &&same) {
-        return same(std::get<Content>(left.value()), std::get<Content>(right.value()));
-    };
-    switch (left.kind()) {
-    case ZVal::Kind::undefined:
-    case ZVal::Kind::null:
-        return true;
-    case ZVal::Kind::bool_:
-        return both(std::in_place_type<bool>, std::equal_to<>());
-    case ZVal::Kind::long_:
-        return both(std::in_place_type<std::int64_t>, std::equal_to<>());
-    case ZVal::Kind::double_:
-        return both(std::in_place_type<double>, std::equal_to<>());
-    case ZVal::Kind::string:
-        return both(std::in_place_type<std::string>, std::equal_to<>());
-    case ZVal::Kind::array:
-        return both(std::in_place_type<php::PelorinArray>,
-                    [](auto const &a, auto const &b) { return a->elements() == b->elements(); });
-    case ZVal::Kind::object:
-        return both(std::in_place_type<php::PelorinObject>, [](auto const &a, auto const &b) {
-            return a->class_name() == b->class_name() && a->properties() == b->properties() && a->value() == b->value();
-        });
-    case ZVal::Kind::resource:
-        return both(std::in_place_type<php::PelorinResource>, [](auto const &a, auto const &b) {
-            return a->type_name() == b->type_name() && a->value() == b->value();
-        });
-    case ZVal::Kind::json:
-        return both(std::in_place_type<QByteArray>, std::equal_to<>());
-    case ZVal::Kind::timestamp:
-        return both(std::in_place_type<TimePair>, std::equal_to<>());
+    auto const found =
+        std::ranges::find_if(elements, [&key](auto const &element) { return same_key(*element.first, key); });
+    return found == elements.end() ? nullptr : &*found;
+}
+
+PelorinArray::Elements difference_of(PelorinArray const &own_array, PelorinArray const &other_array, KeySearch &search)
+{
+    auto const &own_elements = own_array.elements();
+    auto const *index = search.index_for(own_elements, other_array.elements().size());
+    PelorinArray::Elements difference;
+    for (auto const &element : other_array.elements()) {
+        auto const &[key, value] = element;
+        auto const *own = index == nullptr ? first_with_key(own_elements, *key) : index->find(*key);
+        if (own == nullptr) {
+            difference.push_back(element);
+            continue;
+        }
+        auto const *array = std::get_if<php::PelorinArray>(&value->value());
+        auto const *own_value = std::get_if<php::PelorinArray>(&own->second->value());
+        if (array == nullptr || own_value == nullptr)
+            continue;
+        auto nested = difference_of(**own_value, **array, search);
+        if (!nested.empty())
+            difference.emplace_back(key, php_array(std::move(nested)));
     }
-    // Both variants are valueless.
-    return false;
+    return difference;
 }
 
 } // namespace
@@ -94,24 +84,8 @@ PelorinArray::PelorinArray(messages::protobuf_php::PelorinArray const &message)
 
 php::PelorinArray PelorinArray::diff_keys(PelorinArray const &other) const
 {
-    Elements difference;
-    for (auto const &element : other.elements_) {
-        auto const &[key, value] = element;
-        auto const own = std::ranges::find_if(
-            elements_, [&sought = *key](auto const &candidate) { return same_key(*candidate.first, sought); });
-        if (own == elements_.end()) {
-            difference.push_back(element);
-            continue;
-        }
-        auto const *array = std::get_if<php::PelorinArray>(&value->value());
-        auto const *own_array = std::get_if<php::PelorinArray>(&own->second->value());
-        if (array == nullptr || own_array == nullptr)
-            continue;
-        auto nested = (*own_array)->diff_keys(**array);
-        if (!nested->elements().empty())
-            difference.emplace_back(key, php_array(std::move(nested)));
-    }
-    return php_elements(std::move(difference));
+    KeySearch search;
+    return php_elements(difference_of(*this, other, search));
 }
 
 void PelorinArray::to_protobuf(messages::rpc_php::PelorinArray &message) const

@@ -130,7 +130,8 @@ public:
     ///
     /// The result shares the payloads of `other` and is never null.
     ///
-    /// Cost: a linear search of this array for each element of `other`, at each level of nesting.
+    /// Cost: linear in the size of both arrays with all that they nest. Arrays of more than 16 elements take memory for
+    /// an index until the call returns. Keys from the network cannot make the index slow.
     [[nodiscard]] php::PelorinArray diff_keys(PelorinArray const &other) const;
 
     /// Appends the elements to a message of the rpc dialect. A key that is neither `long_` nor `string` is left unset.
