@@ -13,7 +13,6 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QString>
@@ -40,6 +39,14 @@ void print(std::string_view text)
     output.flush();
 }
 
+std::vector<std::string> command_names(CLI::App const &app)
+{
+    std::vector<std::string> names;
+    for (auto const *command : app.get_subcommands([](CLI::App const *) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
+
 void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
 {
     auto &sub = add_command(app, "help", "Print the help of a command", "usage: tarnwick help [COMMAND...]");
@@ -47,9 +54,10 @@ void add_help(CLI::App &app, std::vector<std::string> &words, Command &command)
     sub.callback([&app, &words, &command] {
         auto *target = &app;
         for (auto const &word : words) {
-            target = find_command(*target, word);
-            if (target == nullptr)
-                throw CLI::ValidationError(fmt::format("unknown command '{}'", fmt::join(words, " ")));
+            auto *const found = find_command(*target, word);
+            if (found == nullptr)
+                throw CLI::ValidationError(unknown_name("unknown command", word, command_names(*target)).what());
+            target = found;
         }
         command = [target] {
             print(target->get_formatter()->make_help(target, target->get_name(), CLI::AppFormatMode::Normal));
@@ -104,13 +112,11 @@ std::string usage_fault(CLI::App const &command, CLI::Error const &error)
     if (auto const unexpected = command.remaining(); !unexpected.empty()) {
         auto const &argument = unexpected.front();
         auto const name = argument.substr(0, argument.find('='));
-        std::vector<std::string> known;
         if (!argument.starts_with('-')) {
-            for (auto const *sub : command.get_subcommands([](CLI::App const *) { return true; }))
-                known.push_back(sub->get_name());
-            return has_commands ? unknown_name("unknown command", argument, known).what()
+            return has_commands ? unknown_name("unknown command", argument, command_names(command)).what()
                                 : fmt::format("unexpected argument '{}'", argument);
         }
+        std::vector<std::string> known;
         for (auto const *option : command.get_options())
             known.push_back(option->get_name());
         return unknown_name("unknown option", name, known).what();
