@@ -29,6 +29,8 @@ namespace {
 
 constexpr std::array<std::string_view, 10> columns_for_people{"number",   "start",  "method", "uri",    "status",
                                                               "duration", "memory", "errors", "events", "statements"};
+constexpr std::array<std::string_view, 8> left_out_columns{"start",  "events", "statements", "memory",
+                                                           "method", "errors", "status",     "duration"};
 
 /// The chosen ids that no request has.
 class MissingIds {
@@ -72,7 +74,7 @@ private:
 ExitStatus ls(LsOptions const &options)
 {
     Output output(STDOUT_FILENO);
-    TablePrinter<RequestSummary> printer(output, options, request_columns(), columns_for_people);
+    TablePrinter<RequestSummary> printer(output, options, request_columns(), columns_for_people, left_out_columns);
     std::optional<SortedRows<RequestSummary>> sorted;
     if (options.sort != nullptr)
         sorted.emplace(*options.sort, options.is_descending, options.top);

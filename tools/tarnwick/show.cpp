@@ -41,10 +41,11 @@ ExitStatus show(ShowOptions const &options)
                            (options.format == ShowOptions::Format::automatic && !output.is_terminal()))) {
         print_records(output, *search.request, options);
     } else if (search.request) {
+        auto const width = terminal_width(STDOUT_FILENO);
         auto const page = request_page(*search.request, {.color = is_colored(options.color, STDOUT_FILENO),
                                                          .all = options.all,
+                                                         .width = width,
                                                          .masks = Masks::of(options.mask, true)});
-        auto const width = terminal_width(STDOUT_FILENO);
         output.write(width ? cut_lines(page, *width) : page);
     }
     output.flush();

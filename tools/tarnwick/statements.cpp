@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::array<std::string_view, 6> statement_columns_for_people{"total",      "count",     "slowest",
                                                                        "n_plus_one", "call_site", "statement"};
+constexpr std::array<std::string_view, 5> left_out_statement_columns{"slowest", "n_plus_one", "call_site", "count",
+                                                                     "total"};
 
 } // namespace
 
@@ -25,7 +27,8 @@ ExitStatus statements(StatementsOptions const &options)
 {
     auto const all_columns = statement_columns();
     Output output(STDOUT_FILENO);
-    TablePrinter<StatementSummary> printer(output, options, all_columns, statement_columns_for_people);
+    TablePrinter<StatementSummary> printer(output, options, all_columns, statement_columns_for_people,
+                                           left_out_statement_columns);
     StatementSink sink(options.reports, printer.masks());
     RecordFeed feed(sink);
     auto const status = read_captures(capture_files(options.files), output,

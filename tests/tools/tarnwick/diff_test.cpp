@@ -258,20 +258,27 @@ TEST(Diff, pairs_requests_of_captures_by_method_and_route)
                             capture_of({.uri = "/users/2", .milliseconds = 30, .queries = query("SELECT 1", 1)}) +
                             capture_of({.uri = "/old"});
     auto const b_requests = capture_of({.uri = "/users/3?page=1", .milliseconds = 7}) +
-                            capture_of({.uri = "/users/99", .milliseconds = 50, .queries = query("SELECT 2", 3)});
+                            capture_of({.uri = "/users/99",
+                                        .milliseconds = 50,
+                                        .php_error = "message: 'low' type { name: 'E_WARNING' }",
+                                        .queries = query("SELECT 2", 3)});
     TemporaryFile const a(a_requests);
     TemporaryFile const b(b_requests);
     EXPECT_EQ(diff({"--format=text", a.name(), b.name()}).out, "A  " + a.name() + "  (requests: 3)\nB  " + b.name() +
                                                                    R"(  (requests: 2)
 
-change  duration           growth  route                 requests  memory   statements  status
-slower  20.0 ms → 50.0 ms  +150 %  GET /users/{id}       2 → 1     2.00 MB  0.5 → 1     200
-new     7.00 ms                    GET /users/{id}?page  1         2.00 MB  0           200
-gone    10.0 ms                    GET /old              1         2.00 MB  0           200
+change  duration           growth  route                 requests  memory   statements  errors  status
+slower  20.0 ms → 50.0 ms  +150 %  GET /users/{id}       2 → 1     2.00 MB  0.5 → 1     0 → 1   200
+new     7.00 ms                    GET /users/{id}?page  1         2.00 MB  0           0       200
+gone    10.0 ms                    GET /old              1         2.00 MB  0           0       200
 
 statements per request
 change  time              growth  count    statement
 more    500 µs → 3.00 ms  +500 %  0.5 → 1  SELECT ?
+
+errors per request
+change  count  error
+new     1      E_WARNING: low
 )");
     EXPECT_THAT(
         diff({a.name(), b.name()}).out,
@@ -415,13 +422,15 @@ TEST(Diff, compares_nothing_if_a_file_or_a_request_is_missing)
     EXPECT_EQ(outcome.status, 2);
 }
 
-TEST(Diff, cuts_lines_at_the_width_of_a_terminal)
+TEST(Diff, fits_tables_into_the_width_of_a_terminal)
 {
     TemporaryFile const a(capture_of(before));
     TemporaryFile const b(capture_of(after));
     auto const outcome =
         run({.arguments = {"diff", a.name(), b.name()}, .out = Sink::terminal, .terminal_columns = 20});
-    EXPECT_THAT(outcome.out, HasSubstr("\nslower  10.0 ms → 1…\n"));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("\nchange  route\nslower  GET /page\n"
+                          "columns left out: duration, growth, requests, memory, statements, errors, status\n"));
 }
 
 TEST(Diff, works_as_in_the_manual)

@@ -107,14 +107,16 @@ public:
         }
         print_line("");
         per_request_ = " per request";
-        TextTable table({{"change", Align::left},
-                         {"duration", Align::left},
-                         {"growth"},
-                         {"route", Align::left},
-                         {"requests", Align::left},
-                         {"memory", Align::left},
-                         {"statements", Align::left},
-                         {"status", Align::left}});
+        TextTable table({{"change", Align::left, 0, 0, 8},
+                         {"duration", Align::left, 0, 0, 7},
+                         {"growth", Align::right, 0, 0, 5},
+                         {"route", Align::left, 0, TextTable::narrowest_text},
+                         {"requests", Align::left, 0, 0, 3},
+                         {"memory", Align::left, 0, 0, 1},
+                         {"statements", Align::left, 0, 0, 2},
+                         {"errors", Align::left, 0, 0, 6},
+                         {"status", Align::left, 0, 0, 4}},
+                        width_);
         for (auto const &route : routes)
             table.add({std::string(name_of(route.change)), change_of_measure(route.a, route.b, duration_measure),
                        growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(route.route)),
@@ -122,6 +124,7 @@ public:
                                           [](Profile const &profile) { return fmt::to_string(profile.requests()); }),
                        change_of_measure(route.a, route.b, memory_measure),
                        change_of_measure(route.a, route.b, statements_measure),
+                       change_of_measure(route.a, route.b, errors_measure),
                        change_of_profiles(route.a, route.b, statuses_text)});
         print_table(table);
         bool const has_common_route = std::ranges::any_of(
@@ -139,13 +142,16 @@ public:
         auto const kind = differences.front().kind;
         bool const has_times = kind == ActivityKind::function || kind == ActivityKind::statement;
         print_heading(fmt::format("{}s{}", name_of(kind), per_request_), differences.size());
-        TextTable table =
-            has_times ? TextTable({{"change", Align::left},
-                                   {"time", Align::left},
-                                   {"growth"},
-                                   {"count", Align::left},
-                                   {name_of(kind), Align::left}})
-                      : TextTable({{"change", Align::left}, {"count", Align::left}, {name_of(kind), Align::left}});
+        TextTable table = has_times ? TextTable({{"change", Align::left, 0, 0, 4},
+                                                 {"time", Align::left, 0, 0, 3},
+                                                 {"growth", Align::right, 0, 0, 2},
+                                                 {"count", Align::left, 0, 0, 1},
+                                                 {name_of(kind), Align::left, 0, TextTable::narrowest_text}},
+                                                width_)
+                                    : TextTable({{"change", Align::left, 0, 0, 2},
+                                                 {"count", Align::left, 0, 0, 1},
+                                                 {name_of(kind), Align::left, 0, TextTable::narrowest_text}},
+                                                width_);
         for (auto const &difference : first(differences)) {
             auto const &a = difference.a;
             auto const &b = difference.b;
@@ -213,6 +219,8 @@ private:
     {
         for (auto const &line : table.take_lines())
             print_line(line);
+        if (auto const text = table.left_out_text())
+            output_.write(*text + '\n');
     }
 
     void print_heading(std::string_view name, std::size_t count)

@@ -90,7 +90,7 @@ struct DescribeDetails {
 };
 
 /// The text that every event has, unless it repeats the name of a PHP error.
-std::string text_of(data::monitor::detail::Event const &event, RequestPageStyle const &style)
+std::string text_of_event(data::monitor::detail::Event const &event, RequestPageStyle const &style)
 {
     auto const *error = std::get_if<Event::PhpError>(&event.details());
     bool const is_repeated = error != nullptr && error->error_name == event.event_text();
@@ -108,7 +108,7 @@ Entry entry_of(ReportedRecord<Event> const &reported, RequestPageStyle const &st
                 .place = std::nullopt,
                 .trace = pointer_to(event.stack_trace())};
     for (auto const &part : {event.function() ? plain_name(event.function()->name(), style.masks) : std::string(),
-                             std::visit(DescribeDetails{style}, event.details()), text_of(event, style)}) {
+                             std::visit(DescribeDetails{style}, event.details()), text_of_event(event, style)}) {
         if (!part.empty())
             entry.text += (entry.text.empty() ? "" : "  ") + part;
     }
@@ -157,12 +157,12 @@ void write_calls(Sections &page, Entry const &entry, RequestPageStyle const &sty
 {
     auto const *const site = entry.trace != nullptr ? call_site(*entry.trace) : nullptr;
     if (entry.place && (site == nullptr || !is_same_place(entry.place, site->location())))
-        page.line("at " + plain_place(*entry.place, style.masks), 6);
+        page.line_to_end("at " + plain_place(*entry.place, style.masks), 6);
     if (style.all && entry.trace != nullptr) {
         for (auto const &call : entry.trace->frames())
-            page.line(call_text(call, style.masks), 6);
+            page.line_to_end(call_text(call, style.masks), 6);
     } else if (site != nullptr) {
-        page.line(call_text(*site, style.masks), 6);
+        page.line_to_end(call_text(*site, style.masks), 6);
     }
 }
 

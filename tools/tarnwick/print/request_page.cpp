@@ -32,6 +32,7 @@ namespace {
 using data::glimmet::FunctionStats;
 
 constexpr std::size_t most_rows = 10;
+constexpr std::size_t narrowest_function = 40; // with its place
 constexpr std::size_t widest_statement = 120;
 constexpr qsizetype longest_word_start = 1000;
 constexpr std::size_t longest_word = 24;
@@ -90,7 +91,12 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
     auto const longest = time(functions.front());
     auto const count = shown(functions.size(), most_rows, style);
     constexpr auto left = TextTable::Align::left;
-    TextTable table({{"time_first"}, {"", left}, {"time_second"}, {"count"}, {"function", left}});
+    TextTable table({{"time_first", TextTable::Align::right, 0, 0, 4},
+                     {"", left, 0, 0, 1},
+                     {"time_second", TextTable::Align::right, 0, 0, 2},
+                     {"count", TextTable::Align::right, 0, 0, 3},
+                     {"function", left, 0, narrowest_function}},
+                    page.room());
     for (auto const *function : std::span(functions).first(count)) {
         // The code of a file has no name of its own, or that of the file.
         auto const &location = function->location();
@@ -103,8 +109,7 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
                    short_span_text(function->time_second()), fmt::to_string(function->count()), std::move(name)});
     }
     page.title(fmt::format("Functions ({})", functions.size()));
-    for (auto const &line : table.take_lines())
-        page.line(line);
+    page.table(std::move(table));
     page.left_out(functions.size() - count);
 }
 
@@ -126,11 +131,14 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
                              [](auto const &statement) { return nanoseconds(statement.slowest); });
     std::vector<TextTable::Column> titles;
     std::vector<Column<StatementSummary> const *> columns;
-    for (auto const *const name : {"slowest", "total", "count", "n_plus_one", "call_site", "statement"}) {
+    for (auto const &[name, left_out] :
+         {std::pair("slowest", 5), {"total", 1}, {"count", 4}, {"n_plus_one", 2}, {"call_site", 3}, {"statement", 0}}) {
         columns.push_back(&column_named(statement_columns(), name));
-        titles.push_back({columns.back()->title, columns.back()->align});
+        titles.push_back({columns.back()->title, columns.back()->align, 0,
+                          columns.back()->type == FieldType::text ? TextTable::narrowest_text : 0,
+                          static_cast<std::size_t>(left_out)});
     }
-    TextTable table(std::move(titles));
+    TextTable table(std::move(titles), page.room());
     auto const count = shown(statements.size(), most_rows, style);
     for (auto &statement : std::span(statements).first(count)) {
         mask(statement);
@@ -143,8 +151,7 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
         table.add(std::move(cells));
     }
     page.title(fmt::format("Statements ({}, {} different)", queries, statements.size()));
-    for (auto const &line : table.take_lines())
-        page.line(line);
+    page.table(std::move(table));
     page.left_out(statements.size() - count);
     auto const failed = shown(failures.size(), most_rows, style);
     for (auto const &[statement, message] : std::span(failures).first(failed)) {
@@ -179,7 +186,7 @@ std::string request_page(FoundRequest const &request, RequestPageStyle const &st
 {
     style.masks.select_request(request.summary.id);
     collect(style.masks, request.records);
-    Sections page(style.color);
+    Sections page(style.color, style.width);
     write_head(page, request, style);
     write_events(page, request, style);
     write_functions(page, request.records, style);

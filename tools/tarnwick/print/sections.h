@@ -1,8 +1,14 @@
 #pragma once
 
+#include "print/text_table.h"
+#include "print/text_width.h"
+
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,8 +17,10 @@ namespace tarnwick::program {
 /// Text in sections, each with a title and indented lines.
 class Sections {
 public:
-    explicit Sections(bool color)
+    /// `width`: of the terminal. Without it, lines have any width.
+    Sections(bool color, std::optional<std::size_t> width)
         : color_(color)
+        , width_(width)
     {
     }
 
@@ -24,7 +32,29 @@ public:
         text_ += text_.empty() ? "" : "\n";
         text_ += color_ ? fmt::format("\x1b[1m{}\x1b[0m\n", text) : fmt::format("{}\n", text);
     }
-    void line(std::string_view text, std::size_t depth = 1) { text_ += fmt::format("{:{}}{}\n", "", 2 * depth, text); }
+    void line(std::string_view text, std::size_t depth = 1)
+    {
+        text_ += fmt::format("{:{}}{}\n", "", indentation(depth), text);
+    }
+    /// Writes a line whose end counts, such as a place. A narrow terminal cuts its middle.
+    void line_to_end(std::string_view text, std::size_t depth)
+    {
+        auto const width = room(depth);
+        line(width ? cut_middle(text, *width) : std::string(text), depth);
+    }
+    void table(TextTable &&table)
+    {
+        for (auto const &text : table.take_lines())
+            line(text);
+        if (auto const text = table.left_out_text())
+            line(*text);
+    }
+    /// How many columns a line has after its indentation.
+    [[nodiscard]] std::optional<std::size_t> room(std::size_t depth = 1) const
+    {
+        return width_ ? std::optional(std::max<std::size_t>(*width_ - std::min(*width_, indentation(depth)), 1))
+                      : std::nullopt;
+    }
     /// Writes how many lines are left out, if any.
     void left_out(std::size_t count)
     {
@@ -33,7 +63,13 @@ public:
     }
 
 private:
+    [[nodiscard]] std::size_t indentation(std::size_t depth) const
+    {
+        return std::min(2 * depth, width_.value_or(SIZE_MAX) / 6);
+    }
+
     bool color_;
+    std::optional<std::size_t> width_;
     std::string text_;
 };
 

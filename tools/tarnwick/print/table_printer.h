@@ -27,9 +27,10 @@ namespace tarnwick::program {
 template <class Row>
 class TablePrinter {
 public:
-    /// `all`: the columns of JSON and CSV. `for_people`: the names of those of the table.
+    /// `all`: the columns of JSON and CSV. `for_people`: the names of those of the table. `left_out`: the names of those
+    /// that a narrow terminal leaves out, in this order.
     TablePrinter(Output &output, TableOptions<Row> const &options, std::span<Column<Row> const> all,
-                 std::span<std::string_view const> for_people)
+                 std::span<std::string_view const> for_people, std::span<std::string_view const> left_out)
         : output_(output)
         , format_(options.format)
     {
@@ -48,7 +49,7 @@ public:
             print_csv([](Column<Row> const &column) { return std::string(column.name); });
         if (format_ == TableFormat::text) {
             width_ = terminal_width(STDOUT_FILENO);
-            start_table(options.follow);
+            start_table(options.follow, options.columns.empty() ? left_out : std::span<std::string_view const>());
         }
     }
 
@@ -74,22 +75,29 @@ public:
     /// Prints what is kept for the width of columns.
     void finish()
     {
-        if (format_ == TableFormat::text)
-            print_table();
+        if (format_ != TableFormat::text)
+            return;
+        print_table();
+        if (auto const text = table_.left_out_text(); text && !std::exchange(has_left_out_text_, true))
+            output_.write(*text + '\n');
     }
 
 private:
     static constexpr std::size_t max_rows = 1000; ///< that share the width of their columns
 
     /// `has_fixed_widths`: because lines are printed one by one.
-    void start_table(bool has_fixed_widths)
+    void start_table(bool has_fixed_widths, std::span<std::string_view const> left_out)
     {
         std::vector<TextTable::Column> titles;
         titles.reserve(columns_.size());
-        for (auto const *column : columns_)
+        for (auto const *column : columns_) {
+            auto const place = std::ranges::find(left_out, column->name);
             titles.push_back({column->title, column->align,
-                              has_fixed_widths ? std::max(column->usual_width, text_width(column->title)) : 0});
-        table_ = TextTable(std::move(titles));
+                              has_fixed_widths ? std::max(column->usual_width, text_width(column->title)) : 0,
+                              column->type == FieldType::text ? TextTable::narrowest_text : 0,
+                              place == left_out.end() ? 0 : static_cast<std::size_t>(place - left_out.begin()) + 1});
+        }
+        table_ = TextTable(std::move(titles), width_);
     }
 
     void print_json(Row const &row)
@@ -145,7 +153,8 @@ private:
     std::vector<Column<Row> const *> columns_;
     std::optional<std::size_t> width_; ///< of the terminal
     TextTable table_{std::vector<TextTable::Column>()};
-    std::size_t rows_ = 0; ///< in the table
+    std::size_t rows_ = 0;           ///< in the table
+    bool has_left_out_text_ = false; ///< printed
     JsonWriter json_;
 };
 

@@ -1,10 +1,14 @@
 #include "print/text_width.h"
 
+#include <fmt/format.h>
+
 #include <QtCore/QChar>
 
 #include <algorithm>
 #include <bit>
 #include <iterator>
+#include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 namespace {
@@ -120,6 +124,31 @@ std::string cut_lines(std::string_view text, std::size_t columns)
         }
     }
     return out;
+}
+
+std::string cut_middle(std::string_view line, std::size_t columns)
+{
+    if (text_width(line) <= columns)
+        return std::string(line);
+    std::vector<Unit> units;
+    for (auto rest = line; !rest.empty(); rest.remove_prefix(units.back().size))
+        units.push_back(first_unit(rest));
+    auto room = (columns - 1) / 2;
+    std::size_t start = 0;
+    for (auto unit = units.begin(); unit->columns <= room; ++unit) {
+        room -= unit->columns;
+        start += unit->size;
+    }
+    room = columns / 2;
+    std::size_t end = line.size();
+    std::size_t marks = 0; // of a character that is not reached yet
+    for (auto unit = units.rbegin(); unit->columns <= room; ++unit) {
+        room -= unit->columns;
+        marks += unit->size;
+        if (unit->columns > 0)
+            end -= std::exchange(marks, 0);
+    }
+    return fmt::format("{}…{}", line.substr(0, start), line.substr(end));
 }
 
 } // namespace tarnwick::program

@@ -14,4 +14,8 @@ std::size_t text_width(std::string_view text);
 /// sequences after the cut, so that colours end. REQUIRES: `columns` is at least 1.
 std::string cut_lines(std::string_view text, std::size_t columns);
 
+/// Replaces the middle of a line that is wider than `columns` with an ellipsis, so that for example a path keeps its
+/// file. REQUIRES: `columns` is at least 1, and the line has no control sequences.
+std::string cut_middle(std::string_view line, std::size_t columns);
+
 } // namespace tarnwick::program

@@ -16,6 +16,7 @@ inline constexpr std::array<std::string_view, 5> measures{"duration", "memory", 
 inline constexpr std::size_t duration_measure = 0;
 inline constexpr std::size_t memory_measure = 1;
 inline constexpr std::size_t statements_measure = 2;
+inline constexpr std::size_t errors_measure = 3;
 
 /// The means and totals of some requests.
 class Profile {

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ namespace {
 using test::delimited;
 using test::Frame;
 using test::rpc_php_frame_of;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -75,6 +77,25 @@ std::string call(std::string const &name, std::string const &file, int line)
 {
     return "frames { function { name: '" + name + "' location { file: '" + file + "' line: " + std::to_string(line) +
            " } } } ";
+}
+
+TEST(RequestPage, fits_the_width_of_a_terminal)
+{
+    auto const page = [](std::size_t width) {
+        return sections({start(),
+                         php("error { error { message: 'm' type { number: 2 } stack_trace { " +
+                             call("render", "/var/www/application/pages/list.php", 123) + "} } }"),
+                         profile("functions { functions { name: 'Application\\\\Pages::render' stats { count: 2 "
+                                 "time_first { nanos: 1000000 } } } }"),
+                         end()},
+                        {.width = width, .masks = Masks(MaskRules())});
+    };
+    EXPECT_THAT(page(200), AllOf(HasSubstr("            render called at /var/www/application/pages/list.php:123\n"),
+                                 HasSubstr("  time_first                        time_second  count  function\n")));
+    EXPECT_THAT(page(78), HasSubstr("\n  time_first  time_second  count  function\n")) << "the bars are left out first";
+    EXPECT_THAT(page(40), AllOf(HasSubstr("\n      render called at…ages/list.php:123\n"),
+                                HasSubstr("\n  columns left out: time_second, count\n")));
+    EXPECT_THAT(page(20), HasSubstr("\n   render c….php:123\n"));
 }
 
 TEST(RequestPage, begins_with_the_request_line_and_the_origin)

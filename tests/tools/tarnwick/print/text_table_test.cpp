@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace tarnwick::program::text_table_test {
 namespace {
 
@@ -47,6 +52,62 @@ TEST(TextTable, a_wide_cell_in_a_column_of_a_fixed_width_moves_the_rest_of_its_l
 TEST(TextTable, prints_titles_without_rows)
 {
     EXPECT_THAT(TextTable({{"a"}, {"b"}}).take_lines(), ElementsAre("a  b"));
+}
+
+/// Returns a table that prefers to leave out `memory`, then `count`.
+TextTable table_of_width(std::size_t width)
+{
+    TextTable table({{"count", Align::right, 0, 0, 2},
+                     {"uri", Align::left, 0, TextTable::narrowest_text},
+                     {"memory", Align::right, 0, 0, 1}},
+                    width);
+    table.add({"7", "/articles/2026/index.php", "10 MB"});
+    table.add({"8", "/", "9 MB"});
+    return table;
+}
+
+TEST(TextTable, cuts_long_texts_before_it_leaves_out_columns)
+{
+    struct Case {
+        std::size_t width;
+        std::vector<std::string> lines;
+        std::optional<std::string> left_out;
+    };
+    Case const cases[] = {
+        {39,
+         {"count  uri                       memory", "    7  /articles/2026/index.php   10 MB",
+          "    8  /                           9 MB"},
+         std::nullopt},
+        {27,
+         {"count  uri           memory", "    7  /arti…ex.php   10 MB", "    8  /               9 MB"},
+         std::nullopt},
+        {24, {"count  uri", "    7  /article…ndex.php", "    8  /"}, "columns left out: memory"},
+        {18, {"count  uri", "    7  /arti…x.php", "    8  /"}, "columns left out: memory"},
+        {16, {"uri", "/articl…ndex.php", "/"}, "columns left out: count, memory"},
+        {5, {"uri", "/art…x.php", "/"}, "columns left out: count, memory"},
+    };
+    for (auto const &[width, lines, left_out] : cases) {
+        auto table = table_of_width(width);
+        EXPECT_EQ(table.take_lines(), lines) << width;
+        EXPECT_EQ(table.left_out_text(), left_out) << width;
+    }
+}
+
+TEST(TextTable, keeps_its_columns_when_later_rows_are_wider)
+{
+    auto table = table_of_width(39);
+    EXPECT_EQ(table.take_lines().size(), 3);
+    table.add({"123456", "/articles/2026/index.php", "10 MB"});
+    EXPECT_THAT(table.take_lines(), ElementsAre("123456  /articles/2…6/index.php   10 MB"));
+    EXPECT_EQ(table.left_out_text(), std::nullopt);
+}
+
+TEST(TextTable, cuts_the_widest_text_first)
+{
+    TextTable table(
+        {{"a", Align::left, 0, TextTable::narrowest_text}, {"b", Align::left, 0, TextTable::narrowest_text}}, 32);
+    table.add({"fourteen bytes", "abcdefghijklmnopqrstuvwxyz"});
+    EXPECT_THAT(table.take_lines(), ElementsAre("a               b", "fourteen bytes  abcdefg…stuvwxyz"));
 }
 
 } // namespace

@@ -65,5 +65,27 @@ TEST(CutLines, end_with_an_ellipsis_in_the_last_column)
         EXPECT_EQ(cut_lines(text, columns), cut) << testing::PrintToString(text) << " at " << columns;
 }
 
+TEST(CutMiddle, keeps_the_start_and_the_end)
+{
+    struct Case {
+        char const *text;
+        std::size_t columns;
+        char const *cut;
+    };
+    Case const cases[] = {
+        {"", 1, ""},
+        {"abcd", 4, "abcd"},
+        {"abcdefgh", 1, "…"},
+        {"abcdefgh", 2, "…h"},
+        {"abcdefgh", 3, "a…h"},
+        {"abcdefgh", 6, "ab…fgh"},
+        {"abcdefgh", 7, "abc…fgh"},
+        {"日本語日本語", 7, "日…語"},                           // half of a character would fit
+        {"e\u0301e\u0301e\u0301e\u0301", 3, "e\u0301…e\u0301"}, // with their accents
+    };
+    for (auto const &[text, columns, cut] : cases)
+        EXPECT_EQ(cut_middle(text, columns), cut) << testing::PrintToString(text) << " at " << columns;
+}
+
 } // namespace
 } // namespace tarnwick::program::text_width_test
