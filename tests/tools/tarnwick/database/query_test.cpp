@@ -40,6 +40,7 @@ struct FaultCase {
     char const *name;
     std::string_view sql;
     char const *message;
+    // NOLINTNEXTLINE(readability-redundant-member-init): rows leave it out
     std::vector<std::string> options{};
     int status = 2;
 };
