@@ -3,9 +3,10 @@
  * which `choose` receives when the user clicks the bar.
  */
 function columnChart(title, bars, labels, choose) {
-    const highest = Math.max(1, ...bars.map(({count}) => count));
+    const highest = largest(bars.map(({count}) => count));
     return element("figure", {class: "chart"},
-        element("figcaption", {}, title),
+        element("figcaption", {}, title,
+            bars.some(({failed}) => failed > 0) ? element("span", {class: "legend"}, "failed (status 500 or more)") : null),
         element("ol", {class: "columns"}, bars.map(({label, count, failed, conditions}) => {
             const total = element("span", {class: "column"});
             total.style.height = `${count === 0 ? 0 : Math.max(2, count / highest * 100)}%`;
@@ -41,7 +42,7 @@ function barsBetween(limits, rows, value, describe) {
     return bars;
 }
 
-/** Returns the histogram of durations. Limits are 1, 2 and 5 times powers of ten. */
+/** Returns the histogram of durations. Limits are 0, and 1, 2 and 5 times powers of ten. */
 function durationChart(requests, choose) {
     const timed = requests.filter(({duration}) => duration !== null && isNormal(duration));
     if (timed.length === 0)
@@ -49,24 +50,22 @@ function durationChart(requests, choose) {
     const durations = timed.map(({duration}) => nanoseconds(duration));
     const least = durations.reduce((left, right) => left < right ? left : right);
     const most = durations.reduce((left, right) => left > right ? left : right);
-    const steps = [];
-    for (let power = 1000n; power < 10n ** 15n; power *= 10n)
+    const steps = [0n];
+    for (let power = 1000n; power <= most * 10n || power === 1000n; power *= 10n)
         steps.push(power, 2n * power, 5n * power);
-    const first = Math.max(0, steps.findLastIndex((step) => step <= least));
-    const last = steps.findIndex((step) => step > most);
-    const limits = steps.slice(first, last < 0 ? undefined : Math.max(last, first + 1) + 1);
+    const limits = steps.slice(steps.findLastIndex((step) => step <= least), steps.findIndex((step) => step > most) + 1);
     const bars = barsBetween(limits, timed, ({duration}) => nanoseconds(duration), (begin, end) => ({
         label: `${spanOfNanoseconds(Number(begin))} to ${spanOfNanoseconds(Number(end))}`,
         conditions: [`duration>=${begin}ns`, `duration<${end}ns`],
     }));
-    const middle = limits[limits.length >> 1];
-    return columnChart("Durations", bars,
-        [limits[0], middle, limits.at(-1)].map((limit) => spanOfNanoseconds(Number(limit))), choose);
+    // A label is below the limit: the middle of an odd number of bars is none.
+    const marks = bars.length % 2 === 0 ? [limits[0], limits[bars.length / 2], limits.at(-1)] : [limits[0], limits.at(-1)];
+    return columnChart("Durations (logarithmic scale)", bars, marks.map((limit) => spanOfNanoseconds(Number(limit))), choose);
 }
 
 /** Returns the chart of requests over time. */
 function timeChart(requests, choose) {
-    const started = requests.filter(({start}) => start !== null && isNormal(start) && start.seconds > 0);
+    const started = requests.filter(({start}) => start !== null && isDate(start) && start.seconds > 0);
     if (started.length < 2)
         return null;
     const time = ({start}) => Number(nanoseconds(start) / 1000000n);

@@ -12,9 +12,35 @@ function element(name, attributes = {}, ...children) {
         else if (value !== false && value !== null)
             result.setAttribute(attribute, value === true ? "" : value);
     }
-    result.append(...children.flat().filter((child) => child !== null).map((child) =>
-        child instanceof Node ? child : document.createTextNode(escapedText(String(child)))));
+    // One call could not take the elements of a large list as its arguments.
+    for (const child of children.flat()) {
+        if (child !== null)
+            result.append(child instanceof Node ? child : escapedText(String(child)));
+    }
     return result;
+}
+
+const itemsAtOnce = 200;
+
+/**
+ * Returns an element with one child for each item, and a button if there are many items: it adds the next ones, because a
+ * page with all elements of a large list is slow. `make(item, index)` returns the child, or null.
+ */
+function list(name, attributes, items, make) {
+    const result = element(name, attributes);
+    const more = element("button", {type: "button", class: "more", click: add});
+    let count = 0;
+    function add() {
+        const end = Math.min(items.length, count + itemsAtOnce);
+        for (; count < end; ++count)
+            result.append(make(items[count], count) ?? "");
+        if (count === items.length)
+            more.remove();
+        else
+            more.textContent = `Show ${Math.min(itemsAtOnce, items.length - count)} more of ${items.length - count}`;
+    }
+    add();
+    return count === items.length ? [result] : [result, more];
 }
 
 /** Returns an element that is filled when it is opened for the first time. */
@@ -50,6 +76,11 @@ function longText(name, attributes, text) {
 /** Returns the name of a file, which can break after each folder. */
 function pathElement(text) {
     return element("code", {}, text.split(/(?<=\/)/).flatMap((part) => [element("wbr"), part]));
+}
+
+/** Returns the largest number, or 1: the whole of bars. */
+function largest(numbers) {
+    return numbers.reduce((most, number) => Math.max(most, number), 1);
 }
 
 /** Returns a bar for a part of a whole. */

@@ -16,7 +16,7 @@ function errorRows(report) {
 
 function errorsView(report, state) {
     const rows = errorRows(report);
-    const most = Math.max(1, ...rows.map(({count}) => count));
+    const most = largest(rows.map(({count}) => count));
     const startOf = (request) => requestLink(report, request, state, request.start ? instantText(request.start) : `@${request.number}`);
     const columns = [
         {title: "count", isNumber: true, cell: (row) => [bar(row.count / most, "bad"), String(row.count)]},

@@ -111,7 +111,7 @@ function filterForm(report, state) {
         list: "examples",
         autocomplete: "off",
         spellcheck: "false",
-        placeholder: "status>=500",
+        placeholder: "for example, status>=500",
         "aria-describedby": "fault",
     });
     const examples = ["status>=500", "errors>0", "duration>500ms", "memory>64MB", "statements>20", "method=POST",

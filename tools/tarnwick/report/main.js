@@ -71,12 +71,14 @@ async function start() {
     document.getElementById("source").textContent = escapedText(`Captures: ${report.files.map(plainText).join(", ")}`);
     document.getElementById("warning").textContent =
         report.has_masks ? "" : "Secrets are not masked: do not share this page.";
-    window.addEventListener("hashchange", show);
+    window.addEventListener("hashchange", () => show().catch(showFault));
     await show();
     document.documentElement.dataset.ready = "true";
 }
 
-start().catch((error) => {
-    document.getElementById("main").textContent = `The page cannot be read: ${error.message}`;
+function showFault(error) {
+    document.getElementById("main").textContent = `The data of the page cannot be shown: ${escapedText(error.message)}`;
     throw error;
-});
+}
+
+start().catch(showFault);

@@ -29,7 +29,10 @@ function statementTime(details) {
 
 function partOf(details, request) {
     const duration = request.duration === null ? 0 : Number(nanoseconds(request.duration));
-    return duration > 0 ? `, ${(statementTime(details) / duration * 100).toFixed(0)} % of the duration` : "";
+    if (duration <= 0)
+        return "";
+    const percent = statementTime(details) / duration * 100;
+    return ` (${percent < 1 ? "less than 1" : percent.toFixed(0)} % of the duration)`;
 }
 
 /** Returns the links to all requests of the list and to the neighbours of the request. */

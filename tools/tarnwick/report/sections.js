@@ -1,7 +1,5 @@
 // The sections of a request. Each is null if the request has no records for it.
 
-const mostSteps = 100;
-
 function recordsOf(details, name) {
     return details.records.filter(({record}) => record === name);
 }
@@ -23,7 +21,8 @@ function errorStep(record) {
         name: plainText(detail?.name ?? detail?.exception_name),
         text: plainText(record.message),
         place: placeText(record.location),
-        trace: traceElement(record.stack_trace, record.call_sites[0]),
+        trace: record.stack_trace,
+        callSite: record.call_sites[0],
     };
 }
 
@@ -42,7 +41,8 @@ function eventStep(record) {
         name: plainText(detail.error_name ?? record.function?.name),
         text: [...new Set(texts.map(plainText).filter((text) => text !== "" && text !== plainText(detail.error_name)))].join(" · "),
         place: placeText(detail.location ?? record.function?.location),
-        trace: traceElement(record.stack_trace, record.call_sites[0]),
+        trace: record.stack_trace,
+        callSite: record.call_sites[0],
     };
 }
 
@@ -53,7 +53,8 @@ function statementSteps(record) {
         duration: query.time,
         sql: plainText(query.text),
         text: query.error ? `failed: ${plainText(query.error.message)}` : "",
-        trace: traceElement(query.stack_trace, record.call_sites[index]),
+        trace: query.stack_trace,
+        callSite: record.call_sites[index],
     }));
 }
 
@@ -69,7 +70,7 @@ function stepsOf(details) {
     steps.forEach((step, index) => {
         const before = steps[index - 1];
         step.isRepeated = index > 0 && before.kind === "error" && step.kind === "event: PHP error" &&
-            !step.trace && before.name === step.name && before.text === step.text && before.place === step.place;
+            !step.trace?.length && before.name === step.name && before.text === step.text && before.place === step.place;
     });
     return steps;
 }
@@ -82,7 +83,7 @@ function stepContent(step) {
         step.sql ? longText("code", {class: "sql"}, step.sql) : null,
         step.text ? longText("span", {}, ` ${step.text}`) : null,
         step.place ? element("p", {class: "place"}, "at ", pathElement(step.place)) : null,
-        step.trace,
+        traceElement(step.trace, step.callSite),
     ].filter((part) => part !== null);
 }
 
@@ -103,7 +104,7 @@ function orderSection(request, details) {
     if (steps.length === 0)
         return null;
     const total = request.duration && isNormal(request.duration) ? Number(nanoseconds(request.duration)) : 0;
-    const slowestStatement = Math.max(1, ...steps.filter(({sql}) => sql !== undefined)
+    const slowestStatement = largest(steps.filter(({sql}) => sql !== undefined)
         .map(({duration}) => Number(nanoseconds(duration))));
     const row = (step) => {
         const passed = step.time ? sinceStart(request, step.time) : null;
@@ -114,18 +115,11 @@ function orderSection(request, details) {
             stepBar(step, passed, total, slowestStatement) ?? element("span"),
             element("div", {class: "what"}, ...stepContent(step)));
     };
-    const list = element("ol", {class: "steps"}, steps.slice(0, mostSteps).map(row));
-    const more = steps.length > mostSteps ? element("button", {
-        type: "button",
-        class: "more",
-        click: () => {
-            list.append(...steps.slice(mostSteps).map(row));
-            more.remove();
-        },
-    }, `Show ${steps.length - mostSteps} more`) : null;
     return section(`Errors, events and statements (${steps.length})`,
-        "In the order of their reports. A short line marks when an error or event happened in the request. The bar of a " +
-        "statement compares it with the slowest statement; reports do not contain when it was sent.", list, more);
+        "In the order in which they were reported. A short line marks the time of an error or event in the request; reports " +
+        "have no such time for statements. The bar of an event is its part of the request's duration. The bar of a " +
+        "statement compares it with the slowest statement of the request.",
+        list("ol", {class: "steps"}, steps, row));
 }
 
 function statementsSection(details) {
@@ -151,7 +145,7 @@ function functionsSection(details) {
         return null;
     const time = (row, name) => Number(nanoseconds(row[name]));
     rows.sort((left, right) => time(right, "time_first") - time(left, "time_first"));
-    const most = Math.max(1, time(rows[0], "time_first"));
+    const most = largest(rows.map((row) => time(row, "time_first")));
     const columns = [
         {title: "time_first", isNumber: true, cell: (row) => [bar(time(row, "time_first") / most), spanText(row.time_first)]},
         {title: "time_second", isNumber: true, cell: (row) => spanText(row.time_second)},
@@ -160,7 +154,7 @@ function functionsSection(details) {
             element("code", {}, plainText(row.name) || plainText(row.location?.file))},
         {title: "defined at", cell: (row) => pathElement(placeText(row.location))},
     ];
-    return section(`Functions (${rows.length})`, "What the profiler measured, the longest first.",
+    return section(`Functions (${rows.length})`, "The two times that the profiler measured, the longest first. The bars compare the first time.",
         table("Functions of the request", columns, rows));
 }
 
@@ -175,7 +169,7 @@ function changesSection(details) {
     const change = superglobalsOf(details, "change");
     const valueAt = (values, group, item) => item === null ? values[group] : values[group][1].value[item];
     return section(`Changed superglobals (${details.changes.length})`, null,
-        element("ul", {class: "tree"}, details.changes.map(([group, item, oldGroup, oldItem]) => {
+        list("ul", {class: "tree"}, details.changes, ([group, item, oldGroup, oldItem]) => {
             const [key, value] = valueAt(change, group, item);
             const name = scalarText(change[group][0]);
             return element("li", {},
@@ -183,7 +177,7 @@ function changesSection(details) {
                 element("span", {class: "change"}, oldGroup === null ? "new" : "changed"), " ", valueTree(value),
                 oldGroup === null ? null
                     : element("div", {class: "old"}, "was ", valueTree(valueAt(start, oldGroup, oldItem)[1])));
-        })));
+        }));
 }
 
 function superglobalsSection(details) {
@@ -238,7 +232,7 @@ function storageSection(details) {
 function recordsSection(details) {
     return section(`All records (${details.records.length})`,
         "Each field of each record, as the JSON lines of the program have them.",
-        details.records.map((record) => {
+        list("div", {}, details.records, (record) => {
             const {call_sites: _, ...fields} = record;
             return lazyDetails(`${record.record}, ${record.dialect}${record.view ? `, ${record.view}` : ""}`,
                 () => longText("pre", {tabindex: "0"}, JSON.stringify(fields, null, 2)));

@@ -12,7 +12,7 @@ function statementCells(most) {
 }
 
 function longestTotal(statements) {
-    return Math.max(1, ...statements.map(({total}) => Number(nanoseconds(total))));
+    return largest(statements.map(({total}) => Number(nanoseconds(total))));
 }
 
 const nPlusOneHelp = "N+1: one place in the code sent this statement 10 times or more in one request, probably in a " +
@@ -31,9 +31,9 @@ function statementsView(report, state) {
     return [
         element("h1", {tabindex: "-1"}, "SQL statements"),
         element("p", {class: "help"}, "Statements of all requests without their literals, the longest in total first. " +
-            "The slowest time links to its request. ", nPlusOneHelp),
+            "The bars compare the totals. The slowest time links to its request. ", nPlusOneHelp),
         rows.length > 0
-            ? table(counted(rows.length, "statement", "statements"), columns, rows)
+            ? table(counted(rows.length, "different statement", "different statements"), columns, rows)
             : element("p", {class: "empty"}, "The requests sent no SQL statements."),
     ];
 }

@@ -1,5 +1,3 @@
-const rowsAtOnce = 200;
-
 /**
  * Returns a table with rows that are added as the user scrolls.
  *
@@ -15,27 +13,19 @@ function table(caption, columns, rows) {
         class: column.isNumber ? "number" : null,
         "aria-sort": column.sort ? column.sorted ?? "none" : null,
     }, column.sort ? element("button", {type: "button", click: column.sort}, column.title) : column.title)));
-    const body = element("tbody", {role: "rowgroup"});
-    const more = element("button", {type: "button", class: "more", click: addRows});
-    let count = 0;
-    function addRows() {
-        for (const row of rows.slice(count, count + rowsAtOnce)) {
-            body.append(element("tr", {role: "row"}, columns.map((column) => element(column.isHeader ? "th" : "td", {
-                scope: column.isHeader ? "row" : null,
-                role: column.isHeader ? "rowheader" : "cell",
-                class: [column.isNumber ? "number" : "", column.className ?? ""].join(" ").trim() || null,
-                "data-title": column.title,
-            }, column.cell(row)))));
-        }
-        count = Math.min(rows.length, count + rowsAtOnce);
-        more.hidden = count === rows.length;
-        more.textContent = `Show ${Math.min(rowsAtOnce, rows.length - count)} more of ${rows.length - count}`;
+    const [body, more = null] = list("tbody", {role: "rowgroup"}, rows, (row) =>
+        element("tr", {role: "row"}, columns.map((column) => element(column.isHeader ? "th" : "td", {
+            scope: column.isHeader ? "row" : null,
+            role: column.isHeader ? "rowheader" : "cell",
+            class: [column.isNumber ? "number" : "", column.className ?? ""].join(" ").trim() || null,
+            "data-title": column.title,
+        }, column.cell(row)))));
+    if (more !== null) {
+        new IntersectionObserver((entries) => {
+            if (entries.some((entry) => entry.isIntersecting))
+                more.click();
+        }).observe(more);
     }
-    addRows();
-    new IntersectionObserver((entries) => {
-        if (entries.some((entry) => entry.isIntersecting) && count < rows.length)
-            addRows();
-    }).observe(more);
     return element("div", {class: "table", role: "region", "aria-label": caption, tabindex: "0"},
         element("table", {role: "table"}, element("caption", {}, caption), element("thead", {role: "rowgroup"}, head), body),
         more);

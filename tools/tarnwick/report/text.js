@@ -19,6 +19,11 @@ function isNormal(time) {
     return time.nanos >= 0 && time.nanos < 1e9 && time.seconds >= 0;
 }
 
+/** Returns whether a point in time is a date from 1970 to 9999. */
+function isDate(time) {
+    return isNormal(time) && time.seconds <= 253402300799;
+}
+
 function storedTime(time) {
     return `${time.seconds} s, ${time.nanos} ns`;
 }
@@ -48,7 +53,7 @@ function sizeText(bytes) {
 function instantText(time) {
     if (BigInt(time.seconds) === 0n && time.nanos === 0)
         return "-";
-    if (!isNormal(time) || time.seconds > 253402300799)
+    if (!isDate(time))
         return storedTime(time);
     const date = new Date(Number(time.seconds) * 1000 + Math.floor(time.nanos / 1e6));
     return date.toISOString().replace("T", " ").replace("Z", "");

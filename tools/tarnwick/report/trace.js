@@ -25,9 +25,9 @@ function traceElement(trace, callSite) {
     return lazyDetails([
         "called at ",
         pathElement(site.location ? placeText(site.location) : plainText(site.name)),
-        ` (${counted(trace.length, "call", "calls")})`,
-    ], () => element("ol", {class: "trace"}, trace.map((call, index) => element("li", {
+        `, stack trace of ${counted(trace.length, "call", "calls")}`,
+    ], () => list("ol", {class: "trace"}, trace, (call, index) => element("li", {
         class: index === callSite ? "site" : null,
     }, ...callElement(call), call.args.length > 0
-        ? lazyDetails(counted(call.args.length, "argument", "arguments"), () => entryList(call.args)) : null))));
+        ? lazyDetails(counted(call.args.length, "argument", "arguments"), () => entryList(call.args)) : null)));
 }

@@ -40,7 +40,7 @@ function valueTree(value, isOpen = true) {
 
 /** Returns a list of entries; `mark(index)` returns what precedes the value, for entries that changed. */
 function entryList(entries, mark = () => null) {
-    return element("ul", {class: "tree"}, entries.map(([key, value], index) =>
+    return list("ul", {class: "tree"}, entries, ([key, value], index) =>
         value.kind === "undefined" && mark(index) === null ? null : element("li", {},
-            element("span", {class: "key"}, scalarText(key)), " ", mark(index), valueTree(value, false))));
+            element("span", {class: "key"}, scalarText(key)), " ", mark(index), valueTree(value, false)));
 }
