@@ -106,8 +106,7 @@ bool has_names(Elements const &elements, JsonStyle style)
     names.reserve(elements.size());
     for (auto const &[key, value] : elements) {
         auto const *const name = std::get_if<std::string>(&key->value());
-        if (name == nullptr || name->starts_with('$') ||
-            (style.base64_nul && name->find('\0') != std::string::npos) ||
+        if (name == nullptr || name->starts_with('$') || (style.base64_nul && name->find('\0') != std::string::npos) ||
             !QUtf8StringView(name->data(), static_cast<qsizetype>(name->size())).isValidUtf8())
             return false;
         names.push_back(*name);

@@ -298,9 +298,9 @@ std::int64_t memory_for_statements(std::uint64_t count)
 {
     std::string capture;
     for (std::uint64_t id = 1; id <= count; ++id)
-        capture += reports(1, {start_at(static_cast<int>(id)),
-                               {"rpc_glimmet", fmt::format("sql_queries {{ queries {{ text: \"SELECT '{:0>500000}'\" }} }}",
-                                                           id)}});
+        capture += reports(
+            1, {start_at(static_cast<int>(id)),
+                {"rpc_glimmet", fmt::format("sql_queries {{ queries {{ text: \"SELECT '{:0>500000}'\" }} }}", id)}});
     DatabaseFile const file;
     Program program({.arguments = {"export", "-o", file.name()}});
     program.write(capture);

@@ -91,7 +91,8 @@ TEST(JsonWriter, writes_strings_with_nul_as_base64_on_request)
 {
     auto const with_nul = std::string_view("a\0b", 3);
     for (auto const &[text, escaped, base64] :
-         {std::tuple(with_nul, R"("a\u0000b")", R"({"base64":"YQBi"})"), std::tuple(std::string_view("ab"), R"("ab")", R"("ab")"),
+         {std::tuple(with_nul, R"("a\u0000b")", R"({"base64":"YQBi"})"),
+          std::tuple(std::string_view("ab"), R"("ab")", R"("ab")"),
           std::tuple(std::string_view("\xff"), R"({"base64":"/w=="})", R"({"base64":"/w=="})")}) {
         auto const bytes = [&](JsonWriter &writer) { writer.bytes(text); };
         EXPECT_EQ(member(bytes), escaped);

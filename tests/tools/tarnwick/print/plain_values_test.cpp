@@ -103,8 +103,8 @@ TEST(PlainValuesWithStringIds, mark_inexact_longs)
 
 TEST(PlainValuesWithoutNul, have_base64_instead)
 {
-    auto const array = test::value_from_text(
-        R"(array_value { elements { string_key: "a\000" value { string_value: "b\000" } } })");
+    auto const array =
+        test::value_from_text(R"(array_value { elements { string_key: "a\000" value { string_value: "b\000" } } })");
     EXPECT_EQ(plain(array), R"({"a\u0000":"b\u0000"})");
     JsonWriter writer(JsonStyle{.plain_values = true, .base64_nul = true});
     data::walk(writer, array);
