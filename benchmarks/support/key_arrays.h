@@ -8,7 +8,7 @@
 
 namespace tarnwick::bench {
 
-/// An array of `size` different string keys. Those of two arrays are equal where their numbers, counted from `first`, are.
+/// An array of `size` different string keys, numbered from `first`. Keys with the same number are equal.
 inline data::php::PelorinArray key_array(int first, int size)
 {
     data::php::detail::PelorinArray::Elements elements;

@@ -32,9 +32,7 @@ void key_difference(benchmark::State &state, Difference difference)
         ->Arg(20'000)
         ->Arg(200'000);
     benchmark::RegisterBenchmark("KeyDifference/linear_searches",
-                                 [](benchmark::State &state) {
-                                     key_difference(state, test::plain_key_difference);
-                                 })
+                                 [](benchmark::State &state) { key_difference(state, test::plain_key_difference); })
         ->Arg(8)
         ->Arg(1'000);
     return true;

@@ -50,8 +50,10 @@ bool same_difference(detail::PelorinArray const &left, detail::PelorinArray cons
 /// Expects the difference of linear searches, in both directions.
 void expect_plain_difference(PelorinArray const &a, PelorinArray const &b)
 {
-    EXPECT_TRUE(same_difference(*a->diff_keys(*b), *test::plain_key_difference(*a, *b))) << notation(*a) << notation(*b);
-    EXPECT_TRUE(same_difference(*b->diff_keys(*a), *test::plain_key_difference(*b, *a))) << notation(*b) << notation(*a);
+    EXPECT_TRUE(same_difference(*a->diff_keys(*b), *test::plain_key_difference(*a, *b)))
+        << notation(*a) << notation(*b);
+    EXPECT_TRUE(same_difference(*b->diff_keys(*a), *test::plain_key_difference(*b, *a)))
+        << notation(*b) << notation(*a);
 }
 
 /// Two arrays whose keys are often equal, of all kinds, with duplicates, keys that equal nothing, and nested arrays.

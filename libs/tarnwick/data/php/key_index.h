@@ -84,10 +84,7 @@ public:
     }
 
     /// Returns null if no element has the key.
-    [[nodiscard]] Element const *find(ZVal const &key) const
-    {
-        return slots_[position_of(key, hash_of(key))].element;
-    }
+    [[nodiscard]] Element const *find(ZVal const &key) const { return slots_[position_of(key, hash_of(key))].element; }
 
 private:
     struct Slot {
