@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace tarnwick::program {
 namespace {
@@ -20,7 +22,7 @@ constexpr std::array<std::string_view, 6> secret_words{"password", "passwd", "se
 // Each secret key ends with one of these.
 constexpr std::array<std::string_view, 3> ends_of_secret_keys{"cookie", "authorization", "php_auth_pw"};
 
-char normal(char c)
+constexpr char normal(char c)
 {
     if (c >= 'A' && c <= 'Z')
         return static_cast<char>(c - 'A' + 'a');
@@ -33,6 +35,40 @@ std::string normal(std::string_view key)
     std::ranges::transform(text, text.begin(), [](char c) { return normal(c); });
     return text;
 }
+
+/// Finds where words can start, by the first two of their bytes in any case.
+class WordStarts {
+public:
+    /// `group`: below 32; words can share one.
+    constexpr void add(std::string_view word, unsigned group)
+    {
+        for (std::size_t byte = 0; byte < first_.size(); ++byte) {
+            auto const c = normal(static_cast<char>(byte));
+            first_[byte] |= std::uint32_t{c == word[0]} << group;
+            second_[byte] |= std::uint32_t{word.size() == 1 || c == word[1]} << group;
+        }
+    }
+
+    [[nodiscard]] bool may_start(char first, char second) const
+    {
+        return (first_[static_cast<unsigned char>(first)] & second_[static_cast<unsigned char>(second)]) != 0;
+    }
+
+private:
+    // A bit for each group.
+    std::array<std::uint32_t, 256> first_{};
+    std::array<std::uint32_t, 256> second_{};
+};
+
+constexpr WordStarts starts_of_secrets = [] {
+    WordStarts starts;
+    unsigned group = 0;
+    for (auto const word : secret_words)
+        starts.add(word, group++);
+    for (auto const word : ends_of_secret_keys)
+        starts.add(word, group++);
+    return starts;
+}();
 
 bool is_blank_character(char c)
 {
@@ -343,14 +379,18 @@ TextRanges MaskRules::find(std::string_view text, Found const &found) const
 {
     TextRanges ranges;
     find_passwords_of_urls(text, ranges, found);
-    std::array<bool, 256> starts_word{};
-    auto const add_start = [&](std::string_view word) { starts_word[static_cast<unsigned char>(word.front())] = true; };
-    std::ranges::for_each(words_, add_start);
-    std::ranges::for_each(ends_of_secret_keys, add_start);
+    auto const *starts = &starts_of_secrets;
+    WordStarts more_starts;
+    if (words_.size() > secret_words.size()) {
+        more_starts = starts_of_secrets;
+        for (auto const &word : std::span(words_).subspan(secret_words.size()))
+            more_starts.add(word, 31);
+        starts = &more_starts;
+    }
 
     Reader reader(text, ranges, found);
     for (std::size_t at = 0; at < text.size(); ++at) {
-        if (!starts_word[static_cast<unsigned char>(normal(text[at]))])
+        if (!starts->may_start(text[at], at + 1 < text.size() ? text[at + 1] : '\0'))
             continue;
         auto const is_here = [&](std::string_view word) {
             return text.size() - at >= word.size() &&

@@ -114,7 +114,8 @@ void Masks::add_header(std::string_view value) const
 
 void Masks::add_from(std::string_view text) const
 {
-    if (!are_on())
+    // A value that is remembered follows its key or a quote.
+    if (!are_on() || text.size() <= Secrets::shortest)
         return;
     (void)state_->rules.find(text, [this](std::string_view value) { add(value, Secrets::Source::key); });
     if (is_statement(text))
