@@ -19,8 +19,11 @@ REQUESTS = 10_000_000
 # The largest ratio that is allowed, if any.
 COMMANDS = [
     (["ls", "--format=jsonl"], 1.8),
+    (["ls", "--format=jsonl", "--mask=default"], None),
     (["ls", "--format=csv"], None),
+    (["ls", "--format=csv", "--mask=none"], 1.8),
     (["ls", "--format=text"], None),
+    (["ls", "--format=text", "--mask=none"], 1.8),
     (["ls", "--format=jsonl", "--where=status>=500"], 1.8),
     (["ls", "--format=jsonl", "--where=method=POST"], 1.8),
     (["ls", "--format=jsonl", "--sort=duration:desc", "--top=10"], None),
@@ -30,6 +33,7 @@ COMMANDS = [
 ]
 MANY_REQUESTS = [
     ["ls", "--format=csv"],
+    ["ls", "--format=csv", "--mask=none"],
     ["ls", "--format=csv", "--sort=uri", "--top=10"],
     ["ls", "--format=csv", "--sort=uri"],
 ]
