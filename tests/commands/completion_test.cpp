@@ -51,7 +51,7 @@ Case const cases[] = {
     {"commands_of_a_command", {"config", ""}, {"check", "dump", "get", "explain"}},
     {"unknown_command", {"look", "ins"}, {"inspect"}},
     {"options_of_the_program", {"-"}, {"--help", "--version"}},
-    {"options_of_a_command", {"schema", "file", "--"}, {"--help", "--version", "--ids=", "--values="}},
+    {"options_of_a_command", {"schema", "file", "--"}, {"--help", "--version", "--ids=", "--values=", "--nul="}},
     {"options_of_a_nested_command", {"config", "get", "--a"}, {"--all"}},
     {"values", {"inspect", "--format="}, {"--format=auto", "--format=text", "--format=jsonl"}},
     {"start_of_a_value", {"inspect", "--format=j"}, {"--format=jsonl"}},
