@@ -50,7 +50,7 @@ private:
     Database const &database_;
     Masks masks_;
     RowTexts texts_;
-    std::int64_t key_ = 0; ///< of the current request
+    std::int64_t key_ = 0;                          ///< of the current request
     std::unordered_map<std::string, Shape> shapes_; ///< of repeated statements, by their text
     Statement requests_;
     Statement headers_;

@@ -58,7 +58,7 @@ private:
     std::array<bool, 4> was_refused_{}; ///< by `Fault`
     std::uint64_t received_ = 0;
     std::uint64_t refused_ = 0;
-    std::uint64_t bytes_ = 0; ///< of all frames
+    std::uint64_t bytes_ = 0;                 ///< of all frames
     Clock::time_point opened_ = Clock::now(); ///< when the first frame of the file came
     Clock::time_point rate_since_ = Clock::now();
     std::uint64_t rate_base_ = 0; ///< messages received then

@@ -128,12 +128,12 @@ private:
         case ZVal::Kind::array: {
             static_assert(sizeof(Element) == 2 * sizeof(void *));
             auto const &elements = std::get<php::PelorinArray>(value)->elements();
-            return qHashBits(elements.data(), elements.size() * sizeof(Element), seed);
+            return qHashBits(static_cast<void const *>(elements.data()), elements.size() * sizeof(Element), seed);
         }
         case ZVal::Kind::object: {
             auto const &object = *std::get<php::PelorinObject>(value);
             std::array<void const *, 2> const parts{object.properties().get(), object.value().get()};
-            return qHash(object.class_name(), qHashBits(parts.data(), sizeof parts, seed));
+            return qHash(object.class_name(), qHashBits(static_cast<void const *>(parts.data()), sizeof parts, seed));
         }
         case ZVal::Kind::resource: {
             auto const &resource = *std::get<php::PelorinResource>(value);

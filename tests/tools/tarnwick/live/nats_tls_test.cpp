@@ -23,9 +23,10 @@ class Certificate {
 public:
     Certificate()
     {
-        auto const outcome = run({.arguments = {"req", "-x509", "-newkey", "ed25519", "-nodes", "-subj", "/CN=127.0.0.1",
-                                                "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key(), "-out", file()},
-                                  .program = TARNWICK_OPENSSL});
+        auto const outcome =
+            run({.arguments = {"req", "-x509", "-newkey", "ed25519", "-nodes", "-subj", "/CN=127.0.0.1", "-addext",
+                               "subjectAltName=IP:127.0.0.1", "-keyout", key(), "-out", file()},
+                 .program = TARNWICK_OPENSSL});
         EXPECT_EQ(outcome.status, 0) << outcome.err;
     }
     [[nodiscard]] std::string file() const { return folder_.path() + "/certificate.pem"; }

@@ -98,7 +98,7 @@ TEST(JsonWriter, writes_strings_with_nul_as_base64_on_request)
         EXPECT_EQ(member(bytes), escaped);
         EXPECT_EQ(member(bytes, {.base64_nul = true}), base64);
     }
-    auto const text = [&](JsonWriter &writer) { writer.text(QString::fromUtf8(with_nul.data(), 3)); };
+    auto const text = [&](JsonWriter &writer) { writer.text(QString::fromUtf8(QByteArrayView(with_nul))); };
     EXPECT_EQ(member(text), R"("a\u0000b")");
     EXPECT_EQ(member(text, {.base64_nul = true}), R"({"base64":"YQBi"})");
 }
