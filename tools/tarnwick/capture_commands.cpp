@@ -241,15 +241,21 @@ void add_schema(CLI::App &app, JsonStyle &style, Command &command)
     sub.callback([&] { command = [&style] { return schema(style); }; });
 }
 
+/// `what`: the file.
+void add_output(CLI::App &sub, std::string &output, std::string_view what)
+{
+    sub.add_option("-o,--output", output,
+                   fmt::format("file to create, {}; standard output if it is not given, or for -", what))
+        ->type_name("FILE")
+        ->take_last();
+}
+
 void add_report(CLI::App &app, ReportOptions &options, ChoiceOptions &choice, Command &command)
 {
     auto &sub = add_command(app, "report", "Write a page in HTML to look at captures in a browser",
                             "usage: tarnwick report [OPTION...] [FILE...]");
     add_files(sub, options.files);
-    sub.add_option("-o,--output", options.output,
-                   "file to create, such as report.html; standard output if it is not given, or for -")
-        ->type_name("FILE")
-        ->take_last();
+    add_output(sub, options.output, "such as report.html");
     add_mask(sub, options.mask, "the page is masked");
     add_report_choice(sub, options.filter.reports);
     add_conditions(sub, choice.conditions,
@@ -269,10 +275,7 @@ void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
     auto &sub = add_command(app, "recover", "Write the whole frames of damaged captures",
                             "usage: tarnwick recover [OPTION...] [FILE...]");
     add_files(sub, options.files);
-    sub.add_option("-o,--output", options.output,
-                   "file to create, with the frames of all captures; standard output if it is not given, or for -")
-        ->type_name("FILE")
-        ->take_last();
+    add_output(sub, options.output, "with the frames of all captures");
     sub.footer(exit_statuses);
     sub.callback([&] {
         check_files(options.files);

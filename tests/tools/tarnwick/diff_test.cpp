@@ -8,8 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,28 +23,10 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-std::string content_of(std::string const &file)
-{
-    std::ifstream const stream(file, std::ios::binary);
-    EXPECT_TRUE(stream.is_open()) << file;
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
-}
-
 Outcome diff(std::vector<std::string> arguments, std::string_view input = {})
 {
     arguments.insert(arguments.begin(), "diff");
     return run({.arguments = arguments}, input);
-}
-
-std::vector<std::string> lines_of(std::string const &text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
 }
 
 /// Returns the JSON lines of a kind.

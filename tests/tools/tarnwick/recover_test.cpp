@@ -5,6 +5,7 @@
 #include "support/sanitizers.h"
 #include "support/table.h"
 #include "tools/tarnwick/support/captures.h"
+#include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
 
 #include "capture/capture_reader.h"
@@ -15,7 +16,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -30,13 +30,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-
-std::string content_of(std::string const &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    EXPECT_TRUE(stream.is_open()) << file;
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 Outcome recover(std::vector<std::string> arguments, std::string_view input = {})
 {

@@ -64,15 +64,6 @@ std::string with_numbers(std::string const &json)
     return std::regex_replace(json, std::regex(R"re(:"([0-9]+)")re"), ":$1");
 }
 
-std::vector<std::string> lines_of(std::string const &text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
 /// Returns a value without the references to others.
 // NOLINTNEXTLINE(misc-no-recursion): pages limit the depth
 QJsonValue resolved(QJsonArray const &values, QJsonValue const &value)

@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <sys/wait.h>
@@ -45,12 +44,6 @@ std::vector<std::string> capture_names()
     }
     std::ranges::sort(names);
     return names;
-}
-
-std::string content_of(std::string const &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 std::string reports(std::uint64_t id, std::vector<Report> const &all)

@@ -3,14 +3,13 @@
 #include "live/key_files.h"
 
 #include "support/config_files.h"
+#include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -21,13 +20,6 @@ namespace {
 using program::KeyFileError;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
-
-std::string content_of(std::string const &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    EXPECT_TRUE(stream.is_open()) << file;
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 mode_t mode_of(std::string const &file)
 {

@@ -1,16 +1,20 @@
 #pragma once
 
-// Files that are removed when the test ends.
+// Files that are removed when the test ends, and the content of files.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace tarnwick::test {
 
@@ -103,5 +107,21 @@ public:
 private:
     std::string name_ = testing::TempDir() + "tarnwick-XXXXXX";
 };
+
+inline std::string content_of(std::string const &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+inline std::vector<std::string> lines_of(std::string const &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
 
 } // namespace tarnwick::test
