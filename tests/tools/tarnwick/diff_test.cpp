@@ -269,6 +269,27 @@ new     1      E_WARNING: low
                 R"({"kind":"statement","change":"more","name":"SELECT ?","a":{"count":0.5,"time":{"seconds":0,"nanos":500000}},"b":{"count":1,"time":{"seconds":0,"nanos":3000000}}})")));
 }
 
+TEST(Diff, takes_the_first_of_several_requests_with_the_id)
+{
+    TemporaryFile const a(capture_of({.uri = "/first"}) + capture_of({.uri = "/second"}));
+    auto const outcome = diff({"--format=text", a.name() + ":7", a.name() + ":@2"});
+    EXPECT_THAT(outcome.out, StartsWith("A  GET /first  (@1 of " + a.name() + ", id 7)\nB  GET /second  (@2 of " +
+                                        a.name() + ", id 7)\n"));
+    EXPECT_EQ(outcome.err, "tarnwick: " + a.name() + ": several requests have the id 7: this is @1, others are @2\n");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Diff, ignores_ids_if_it_pairs_requests)
+{
+    TemporaryFile const a(capture_of({.uri = "/a", .id = "request_id { id: 1 } "}) +
+                          capture_of({.uri = "/b", .id = "request_id { id: 2 } "}));
+    TemporaryFile const b(capture_of({.uri = "/b", .id = "request_id { id: 1 } "}) +
+                          capture_of({.uri = "/a", .milliseconds = 40, .id = "request_id { id: 2 } "}));
+    EXPECT_THAT(diff({"--format=text", a.name(), b.name()}).out,
+                AllOf(HasSubstr("\nslower  10.0 ms → 40.0 ms  +300 %  GET /a "),
+                      HasSubstr("\nsame    10.0 ms                    GET /b ")));
+}
+
 TEST(Diff, reports_that_nothing_differs)
 {
     TemporaryFile const file(capture_of(before));

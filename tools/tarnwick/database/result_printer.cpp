@@ -88,9 +88,12 @@ void ResultPrinter::start_table(std::vector<ResultValue> const &first_row)
         bool const is_number = i < first_row.size() && (std::holds_alternative<std::int64_t>(first_row[i]) ||
                                                         std::holds_alternative<double>(first_row[i]));
         column = escaped_text(column);
-        titles.push_back({column, is_number ? TextTable::Align::right : TextTable::Align::left});
+        if (is_number)
+            titles.push_back({column, TextTable::Align::right});
+        else
+            titles.push_back({column, TextTable::Align::left, 0, TextTable::narrowest_text});
     }
-    table_ = std::make_unique<TextTable>(std::move(titles));
+    table_ = std::make_unique<TextTable>(std::move(titles), width_);
 }
 
 void ResultPrinter::print_json(std::vector<ResultValue> const &values)

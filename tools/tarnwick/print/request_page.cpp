@@ -32,7 +32,8 @@ namespace {
 using data::glimmet::FunctionStats;
 
 constexpr std::size_t most_rows = 10;
-constexpr std::size_t narrowest_function = 40; // with its place
+constexpr std::size_t narrowest_function = 16;
+constexpr std::size_t narrowest_place = 16;
 constexpr std::size_t widest_statement = 120;
 constexpr qsizetype longest_word_start = 1000;
 constexpr std::size_t longest_word = 24;
@@ -91,22 +92,22 @@ void write_functions(Sections &page, RequestRecords const &records, RequestPageS
     auto const longest = time(functions.front());
     auto const count = shown(functions.size(), most_rows, style);
     constexpr auto left = TextTable::Align::left;
-    TextTable table({{"time_first", TextTable::Align::right, 0, 0, 4},
+    TextTable table({{"time_first", TextTable::Align::right, 0, 0, 5},
                      {"", left, 0, 0, 1},
                      {"time_second", TextTable::Align::right, 0, 0, 2},
                      {"count", TextTable::Align::right, 0, 0, 3},
-                     {"function", left, 0, narrowest_function}},
+                     {"function", left, 0, narrowest_function},
+                     {"", left, 0, narrowest_place, 4}},
                     page.room());
     for (auto const *function : std::span(functions).first(count)) {
         // The code of a file has no name of its own, or that of the file.
         auto const &location = function->location();
         bool const is_file = location && (function->name().isEmpty() || function->name() == location->file());
-        auto name = plain_name(is_file ? location->file() : function->name(), style.masks);
-        if (location && !is_file)
-            name += "  " + plain_place(*location, style.masks);
         table.add({short_span_text(function->time_first()),
                    longest > 0 ? bar(std::max(time(function) / longest, 0.0)) : "",
-                   short_span_text(function->time_second()), fmt::to_string(function->count()), std::move(name)});
+                   short_span_text(function->time_second()), fmt::to_string(function->count()),
+                   plain_name(is_file ? location->file() : function->name(), style.masks),
+                   location && !is_file ? plain_place(*location, style.masks) : ""});
     }
     page.title(fmt::format("Functions ({})", functions.size()));
     page.table(std::move(table));

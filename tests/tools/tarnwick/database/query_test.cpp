@@ -158,6 +158,15 @@ OutputCase const output_cases[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Of, QueryOutput, rows(output_cases), by_name);
 
+TEST(Query, shortens_long_texts_on_a_narrow_terminal)
+{
+    auto const outcome = run({.arguments = {"query", "SELECT '/application/pages/list.php' AS file, 12345 AS n",
+                                            TARNWICK_CAPTURES "/errors.tnw"},
+                              .out = Sink::terminal,
+                              .terminal_columns = 24});
+    EXPECT_EQ(outcome.out, "file                   n\n/applica…list.php  12345\n");
+}
+
 TEST(Query, reports_rows_that_are_left_out)
 {
     auto const outcome = query("SELECT status FROM requests", {"--max-rows=1"});

@@ -85,14 +85,17 @@ TEST(RequestPage, fits_the_width_of_a_terminal)
         return sections({start(),
                          php("error { error { message: 'm' type { number: 2 } stack_trace { " +
                              call("render", "/var/www/application/pages/list.php", 123) + "} } }"),
-                         profile("functions { functions { name: 'Application\\\\Pages::render' stats { count: 2 "
-                                 "time_first { nanos: 1000000 } } } }"),
+                         profile("functions { functions { name: 'Application\\\\Pages\\\\ListOfPages::render' stats { "
+                                 "count: 2 time_first { nanos: 1000000 } } "
+                                 "location { file: '/var/www/application/pages/list.php' line: 12 } } }"),
                          end()},
                         {.width = width, .masks = Masks(MaskRules())});
     };
     EXPECT_THAT(page(200), AllOf(HasSubstr("            render called at /var/www/application/pages/list.php:123\n"),
                                  HasSubstr("  time_first                        time_second  count  function\n")));
     EXPECT_THAT(page(78), HasSubstr("\n  time_first  time_second  count  function\n")) << "the bars are left out first";
+    EXPECT_THAT(page(78),
+                HasSubstr("\n     1.00 ms         0 ns      2  Applicatio…es::render  /var/www/a…ist.php:12\n"));
     EXPECT_THAT(page(40), AllOf(HasSubstr("\n      render called at…ages/list.php:123\n"),
                                 HasSubstr("\n  columns left out: time_second, count\n")));
     EXPECT_THAT(page(20), HasSubstr("\n   render c….php:123\n"));
