@@ -30,6 +30,18 @@ CASES = [
     ("tarnwick inspect cap\t", "tarnwick inspect capture.tnw "),
     ("tarnwick inspect --format=text cap\t", "tarnwick inspect --format=text capture.tnw "),
     ("tarnwick inspect -- cap\t", "tarnwick inspect -- capture.tnw "),
+    ("tarnwick sh\t", "tarnwick show "),
+    ("tarnwick show --a\t", "tarnwick show --all "),
+    ("tarnwick diff --fa\t", "tarnwick diff --fail-if="),
+    ("tarnwick statements --so\t", "tarnwick statements --sort="),
+    ("tarnwick recover cap\t", "tarnwick recover capture.tnw "),
+    ("tarnwick record --ro\t", "tarnwick record --rotate="),
+    ("tarnwick ls --mask=no\t", "tarnwick ls --mask=none "),
+    ("tarnwick replay --sp\t", "tarnwick replay --speed="),
+    ("tarnwick report cap\t", "tarnwick report capture.tnw "),
+    ("tarnwick export --to=sq\t", "tarnwick export --to=sqlite "),
+    ("tarnwick query --max\t", "tarnwick query --max-rows="),
+    ("tarnwick query --form\t", "tarnwick query --format="),
     ("tarnwick config dump --set cap\t", "tarnwick config dump --set capture.tnw "),
 ]
 

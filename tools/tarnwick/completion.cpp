@@ -39,14 +39,14 @@ public:
                 add(fmt::format("--{}{}", name, takes_value(*option) ? "=" : ""), option->get_description());
         }
     }
-    /// Adds the words that an option takes, which are in the name of its type: `auto|text|jsonl`.
+    /// Adds the words that an option takes. The name of its type has them in lower case, and what stands for any other
+    /// value in upper case: `default|none|WORD,...`.
     void add_values(CLI::Option const &option, std::string_view before)
     {
-        auto const type = option.get_type_name();
-        if (type.find('|') == std::string::npos)
-            return;
-        for (auto const &value : CLI::detail::split(type, '|'))
-            add(fmt::format("{}{}", before, value), "");
+        for (auto const &value : CLI::detail::split(option.get_type_name(), '|')) {
+            if (!value.empty() && value[0] >= 'a' && value[0] <= 'z')
+                add(fmt::format("{}{}", before, value), "");
+        }
     }
 
     [[nodiscard]] std::string const &lines() const { return lines_; }
