@@ -107,18 +107,6 @@ TEST(DiffDialects, fails_if_there_is_nothing_to_compare)
     EXPECT_EQ(outcome.status, 1);
 }
 
-TEST(DiffDialects, reports_wrong_usage)
-{
-    std::string const usage = "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
-                              "[FILE...]\nUse --help for more information.\n";
-    auto const format = diff({"--format=csv"});
-    EXPECT_EQ(format.err, "tarnwick: --format: 'csv' is not one of auto, text, jsonl\n" + usage);
-    EXPECT_EQ(format.status, 2);
-    auto const inputs = diff({"-", "-"});
-    EXPECT_EQ(inputs.err, "tarnwick: standard input (-) can be read only once\n" + usage);
-    EXPECT_EQ(inputs.status, 2);
-}
-
 TEST(DiffDialects, reports_a_file_that_cannot_be_read)
 {
     auto const outcome = diff({"/no/such/file"});

@@ -461,35 +461,5 @@ TEST(Diff, works_as_in_the_manual)
     EXPECT_THAT(content_of(TARNWICK_MANUAL "/tarnwick-diff.1"), HasSubstr(session));
 }
 
-TEST(Diff, reports_wrong_usage)
-{
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string err;
-    };
-    Case const cases[] = {
-        {{}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
-        {{"a"}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
-        {{"a", "b", "c"}, "tarnwick: two captures, or two requests as FILE:REQUEST, are required\n"},
-        {{"a:1", "b"},
-         "tarnwick: 'a:1' is a request and 'b' a capture: give two requests as FILE:REQUEST, or two captures\n"},
-        {{"a", "b:last"},
-         "tarnwick: 'b:last' is a request and 'a' a capture: give two requests as FILE:REQUEST, or two captures\n"},
-        {{"-", "-"}, "tarnwick: standard input (-) can be read only once\n"},
-        {{"a", "b", "--fail-if=status>1"}, "tarnwick: --fail-if: no limit is possible for 'status'\n"},
-        {{"a", "--dialects", "--fail-if=duration>1s"},
-         "tarnwick: --fail-if: not with --dialects, which compares no durations\n"},
-        {{"a", "b", "--request=1"}, "tarnwick: --request: only with --dialects; name two requests as FILE:ID\n"},
-        {{"a", "b", "--format=csv"}, "tarnwick: --format: 'csv' is not one of auto, text, jsonl\n"},
-    };
-    for (auto const &[arguments, err] : cases) {
-        auto const outcome = diff(arguments);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err, err +
-                                   "usage: tarnwick diff [OPTION...] A B\n       tarnwick diff --dialects [OPTION...] "
-                                   "[FILE...]\nUse --help for more information.\n");
-    }
-}
-
 } // namespace
 } // namespace tarnwick::test::diff_test

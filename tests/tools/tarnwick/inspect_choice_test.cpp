@@ -81,30 +81,5 @@ TEST(InspectChoice, by_presence)
     EXPECT_THAT(records({"--where=!stack_trace", "--record=ErrorData", "--where=stack_trace", errors}), IsEmpty());
 }
 
-TEST(InspectChoice, reports_wrong_usage)
-{
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string err;
-    };
-    Case const cases[] = {
-        {{"--record=RInti"}, "tarnwick: --record: no record is named 'RInti'; did you mean 'RInit'?\n"},
-        {{"--where=respose_status=1"},
-         "tarnwick: --where: no record has a field 'respose_status'; did you mean 'response_status'?\n"},
-        // Only the chosen records count.
-        {{"--record=RInit", "--where=response_status=1"},
-         "tarnwick: --where: no record has a field 'response_status'\n"},
-        {{"--where=values=1"},
-         "tarnwick: --where: values has no single value: only values (present) and !values "
-         "(absent) are possible\n"},
-    };
-    for (auto const &[arguments, err] : cases) {
-        auto const outcome = inspect(arguments);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err,
-                  err + "usage: tarnwick inspect [OPTION...] [FILE...]\nUse --help for more information.\n");
-    }
-}
-
 } // namespace
 } // namespace tarnwick::test::inspect_choice_test

@@ -227,35 +227,5 @@ TEST(Ls, continues_after_a_fault_and_reports_it)
     EXPECT_EQ(outcome.status, 1);
 }
 
-TEST(Ls, reports_wrong_usage)
-{
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string err;
-    };
-    Case const cases[] = {
-        {{"--where=statsu>=500"}, "tarnwick: --where: no column is named 'statsu'; did you mean 'status'?\n"},
-        {{"--where=duration>5"},
-         "tarnwick: --where: duration is a length of time with a unit (ns, us, ms, s, min or h), not '5'\n"},
-        {{"--sort=tsart"}, "tarnwick: --sort: no column is named 'tsart'; did you mean 'start'?\n"},
-        {{"--sort=start:up"}, "tarnwick: --sort: 'up' is not one of asc, desc\n"},
-        {{"--columns=uri,nothing"}, "tarnwick: --columns: no column is named 'nothing'\n"},
-        {{"--columns=uri,status,uri"}, "tarnwick: --columns: 'uri' is listed twice\n"},
-        {{"--request=x"}, "tarnwick: --request: 'x' is not a request id, a number from 0 to 18446744073709551615\n"},
-        {{"--request=18446744073709551616"},
-         "tarnwick: --request: '18446744073709551616' is not a request id, a number from 0 to 18446744073709551615\n"},
-        {{"--dialect=soap"}, "tarnwick: --dialect: 'soap' is not one of rpc, protobuf\n"},
-        {{"--follow", "--sort=start"},
-         "tarnwick: --sort needs all requests, and --follow prints each when it closes\n"},
-        {{"--follow", "a.tnw", "b.tnw"}, "tarnwick: --follow reads one FILE\n"},
-        {{"--top=-1"}, "tarnwick: --top: '-1' is not a count, a number from 0 to 18446744073709551615\n"},
-    };
-    for (auto const &[arguments, err] : cases) {
-        auto const outcome = ls(arguments);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err, err + "usage: tarnwick ls [OPTION...] [FILE...]\nUse --help for more information.\n");
-    }
-}
-
 } // namespace
 } // namespace tarnwick::test::ls_test

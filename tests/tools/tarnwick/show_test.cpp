@@ -134,16 +134,5 @@ TEST(Show, cuts_lines_at_the_width_of_the_terminal)
         "GET /b  200  3.00 s…\n  @2, id 6, rpc, st…\n");
 }
 
-TEST(Show, reports_wrong_usage)
-{
-    EXPECT_THAT(
-        show({"x"}).err,
-        StartsWith("tarnwick: REQUEST: 'x' is not a request: give its id, its number as @1, slowest or last\n"));
-    EXPECT_EQ(show({"x"}).status, 2);
-    EXPECT_EQ(show({}).status, 2);
-    EXPECT_EQ(show({"-1"}).status, 2);
-    EXPECT_EQ(show({"18446744073709551616"}).status, 2);
-}
-
 } // namespace
 } // namespace tarnwick::test::show_test

@@ -350,28 +350,6 @@ TEST(Statements, of_several_captures_are_counted_together)
     EXPECT_THAT(rows("statement,count,requests", "", {first.name(), second.name()}), ElementsAre("a = ?,2,2"));
 }
 
-TEST(Statements, report_wrong_usage)
-{
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string err;
-    };
-    Case const cases[] = {
-        {{"--where=cuont>5"}, "tarnwick: --where: no column is named 'cuont'; did you mean 'count'?\n"},
-        {{"--where=total>5"},
-         "tarnwick: --where: total is a length of time with a unit (ns, us, ms, s, min or h), not '5'\n"},
-        {{"--sort=uri"}, "tarnwick: --sort: no column is named 'uri'\n"},
-        {{"--columns=statment"}, "tarnwick: --columns: no column is named 'statment'; did you mean 'statement'?\n"},
-        {{"--follow"}, "tarnwick: unknown option '--follow'\n"},
-    };
-    for (auto const &[arguments, err] : cases) {
-        auto const outcome = statements(arguments);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err,
-                  err + "usage: tarnwick statements [OPTION...] [FILE...]\nUse --help for more information.\n");
-    }
-}
-
 TEST(Statements, of_real_captures_are_counted_as_ls_counts_them)
 {
     for (std::string const name : {"adminer", "errors", "mediawiki", "stations"}) {
