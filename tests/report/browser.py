@@ -111,6 +111,15 @@ class Browser:
         """Goes to another view, and waits until it is shown."""
         self.evaluate(f"history.replaceState(null, '', {json.dumps('#' + hash_text)}); show()")
 
+    def navigate(self, act):
+        """Does what changes the address of the page, and waits until the page shows the new view."""
+        before = self.evaluate("""globalThis.navigated = new Promise((done) => {
+            addEventListener("hashchange", () => show().then(done), {once: true});
+        }), location.hash""")
+        act()
+        if self.evaluate("location.hash") != before:
+            self.evaluate("navigated")
+
     def resize(self, width, height, dark=False):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=False)
         self.call("Emulation.setEmulatedMedia",
