@@ -137,7 +137,7 @@ void sizes(benchmark::internal::Benchmark *benchmark)
     benchmark->Arg(1'000)->Arg(10'000)->Arg(200'000)->Unit(benchmark::kMillisecond);
 }
 
-[[maybe_unused]] bool const registered = [] {
+[[maybe_unused]] bool const has_readers = [] {
     struct Reader {
         char const *name;
         void (*run)(benchmark::State &state, Span span);

@@ -341,7 +341,7 @@ void add_workload()
     add_threads<Workload>(name);
 }
 
-[[maybe_unused]] bool const registered = [] {
+[[maybe_unused]] bool const has_workloads = [] {
     add_workload<SuperglobalsRpc>();
     add_workload<SuperglobalsProtobuf>();
     add_workload<FunctionsRpc>();

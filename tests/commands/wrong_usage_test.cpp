@@ -3,6 +3,7 @@
 #include "support/table.h"
 #include "tools/tarnwick/support/program.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <string>
@@ -36,7 +37,8 @@ TEST_P(WrongUsage, is_reported_with_the_usage)
         auto const outcome = run({.arguments = arguments});
         EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err, "tarnwick: " + message + "\nusage: " + usage + "\nUse --help for more information.\n");
+        EXPECT_EQ(outcome.err,
+                  fmt::format("tarnwick: {}\nusage: {}\nUse --help for more information.\n", message, usage));
     }
 }
 

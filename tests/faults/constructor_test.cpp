@@ -27,7 +27,7 @@
 namespace tarnwick::test {
 namespace {
 
-using Message = pelorin::protobuf::PelorinPHP::RShutdownData;
+using EndMessage = pelorin::protobuf::PelorinPHP::RShutdownData;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -46,7 +46,7 @@ struct Record {
 };
 
 struct Keeping : Record {
-    explicit Keeping(Message const &)
+    explicit Keeping(EndMessage const &)
     {
         read_text();
         read_number();
@@ -63,7 +63,7 @@ int *owned_by_nobody()
 }
 
 struct Leaking : Record {
-    explicit Leaking(Message const &)
+    explicit Leaking(EndMessage const &)
     {
         auto *const block = owned_by_nobody();
         read_text();
@@ -72,7 +72,7 @@ struct Leaking : Record {
 };
 
 struct LeakingWithoutFault : Keeping {
-    explicit LeakingWithoutFault(Message const &message)
+    explicit LeakingWithoutFault(EndMessage const &message)
         : Keeping(message)
     {
         owned_by_nobody();
@@ -80,7 +80,7 @@ struct LeakingWithoutFault : Keeping {
 };
 
 struct Swallowing : Record {
-    explicit Swallowing(Message const &)
+    explicit Swallowing(EndMessage const &)
     {
         try {
             read_text();
@@ -91,7 +91,7 @@ struct Swallowing : Record {
 };
 
 struct Translating : Record {
-    explicit Translating(Message const &)
+    explicit Translating(EndMessage const &)
     try {
         read_text();
     } catch (std::bad_alloc const &) {
@@ -101,7 +101,7 @@ struct Translating : Record {
 
 /// Recovers from one failed allocation with another one, which must succeed.
 struct Falling : Record {
-    explicit Falling(Message const &)
+    explicit Falling(EndMessage const &)
     {
         try {
             read_text();
@@ -113,7 +113,7 @@ struct Falling : Record {
 
 /// The same, and leaks a block if both fail.
 struct FallingLow : Record {
-    explicit FallingLow(Message const &)
+    explicit FallingLow(EndMessage const &)
     {
         auto *const block = owned_by_nobody();
         try {
@@ -126,7 +126,7 @@ struct FallingLow : Record {
 };
 
 struct Unasked : Record {
-    explicit Unasked(Message const &)
+    explicit Unasked(EndMessage const &)
     {
         read_text();
         if (++made > 1)
@@ -136,7 +136,7 @@ struct Unasked : Record {
 };
 
 struct Crashing : Record {
-    explicit Crashing(Message const &)
+    explicit Crashing(EndMessage const &)
     {
         // NOLINTNEXTLINE(bugprone-unhandled-code-paths): that is the fault
         auto *const volatile block = static_cast<int volatile *>(std::malloc(sizeof(int)));
@@ -146,11 +146,11 @@ struct Crashing : Record {
 };
 
 struct Terminating : Record {
-    explicit Terminating(Message const &) noexcept { read_text(); }
+    explicit Terminating(EndMessage const &) noexcept { read_text(); }
 };
 
 struct Needing {
-    explicit Needing(Message const &message)
+    explicit Needing(EndMessage const &message)
         : status(message.response_status())
     {
     }
@@ -179,7 +179,7 @@ namespace {
 template <class T>
 AllocationFaults faults_of(std::size_t wanted = 0)
 {
-    return fail_all_shapes(constructor_of<T, Message>("test"), wanted);
+    return fail_all_shapes(constructor_of<T, EndMessage>("test"), wanted);
 }
 
 TEST(ConstructorFaults, are_no_violation_if_all_memory_is_freed)
@@ -247,17 +247,17 @@ TEST(ConstructorFaults, are_required_if_memory_is_taken)
 
 TEST(ConstructorFaults, are_forbidden_if_no_memory_is_taken)
 {
-    auto constructor = constructor_of<Keeping, Message>("test");
+    auto constructor = constructor_of<Keeping, EndMessage>("test");
     constructor.takes_memory = false;
     EXPECT_THAT(fail_all_shapes(constructor, 0).violations, Contains("memory was taken"));
-    constructor = constructor_of<Needing, Message>("test");
+    constructor = constructor_of<Needing, EndMessage>("test");
     constructor.takes_memory = false;
     EXPECT_THAT(fail_all_shapes(constructor, 0).violations, IsEmpty());
 }
 
 TEST(ConstructorFaults, require_every_field_filled_and_absent)
 {
-    auto constructor = constructor_of<Keeping, Message>("test");
+    auto constructor = constructor_of<Keeping, EndMessage>("test");
     auto const &all = constructor.fail_each_allocation;
     constructor.fail_each_allocation = [all](std::uint32_t shape, FieldCoverage &coverage) {
         return all(shape == 0 ? 0 : 1, coverage);
@@ -272,7 +272,7 @@ TEST(FaultsInProcesses, report_the_first_that_ends_a_process)
 {
     auto const faults_in_processes_of = []<class T>(std::type_identity<T>) {
         return fail_each_allocation_in_processes(
-            Operation{[] { return Message(); }, [](Message const &message) { return T(message); }, record_text});
+            Operation{[] { return EndMessage(); }, [](EndMessage const &message) { return T(message); }, record_text});
     };
     EXPECT_THAT(faults_in_processes_of(std::type_identity<Crashing>()).violations,
                 ElementsAre("allocation 1: the process ended"));

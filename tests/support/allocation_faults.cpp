@@ -74,7 +74,7 @@ Run in_a_process(std::function<Run()> const &run)
     }
     close(ends[1]);
     Run result;
-    if (read(ends[0], &result, sizeof result) != sizeof result)
+    if (::read(ends[0], &result, sizeof result) != sizeof result)
         result = {.outcome = Run::Outcome::end_of_process, .had_fault = true};
     close(ends[0]);
     waitpid(child, nullptr, 0);

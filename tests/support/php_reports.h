@@ -94,13 +94,13 @@ inline rpc::php::v1::NotifyRequest unknown_payload()
     return message;
 }
 
-struct PhpReport {
+struct NamedReport {
     std::string_view name;
     rpc::php::v1::NotifyRequest message;
 };
 
 /// All reports above.
-inline std::vector<PhpReport> php_reports()
+inline std::vector<NamedReport> php_reports()
 {
     return {{"request_start", request_start()},
             {"request_end", request_end()},

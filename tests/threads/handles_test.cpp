@@ -34,7 +34,7 @@ std::vector<Record> records(std::uint32_t shapes)
 std::vector<std::string> texts_of(std::vector<Record> const &records)
 {
     std::vector<std::string> texts(records.size());
-    std::ranges::transform(records, texts.begin(), text_of);
+    std::ranges::transform(records, texts.begin(), [](Record const &record) { return text_of(record); });
     return texts;
 }
 

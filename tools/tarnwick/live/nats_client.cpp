@@ -61,7 +61,7 @@ Options options_for(NatsAddress const &address)
 }
 
 /// Returns what the library or the server says, without the library's line of code: `(conn.c:2143): text`.
-std::string text_of(natsStatus status)
+std::string status_text(natsStatus status)
 {
     auto const *const last = nats_GetLastError(nullptr);
     std::string const detail = last == nullptr ? "" : last;
@@ -77,7 +77,7 @@ void check_nats(natsStatus status)
 {
     if (status == NATS_OK)
         return;
-    throw NatsError(text_of(status));
+    throw NatsError(status_text(status));
 }
 
 NatsPlace place_of(NatsMessage const &message)
@@ -100,7 +100,7 @@ NatsClient::NatsClient(NatsAddress const &address, jsOptionsPublishAsync const &
     auto const options = options_for(address);
     natsConnection *connection = nullptr;
     if (auto const status = natsConnection_Connect(&connection, options.get()); status != NATS_OK)
-        throw NatsError(fmt::format("cannot connect to {}: {}", address.text(), text_of(status)));
+        throw NatsError(fmt::format("cannot connect to {}: {}", address.text(), status_text(status)));
     connection_.reset(connection);
     jsOptions stream_options;
     check_nats(jsOptions_Init(&stream_options));
