@@ -25,7 +25,7 @@ HEADERS = (
 # Fuzzers define the same functions, and examples use whole namespaces.
 ALONE = r"/tests/fuzz/(bridge|capture|configuration|recording|reports)\.cpp$|/examples/"
 # It tests what a header does not include.
-WITHOUT_HEADERS = "/tarnwick_utils_include_test.cpp"
+WITHOUT_HEADERS = r"/tarnwick_utils_include_test\.cpp$"
 
 
 def options_of(command):
@@ -52,7 +52,7 @@ def main(tree, *folders):
         if os.path.exists(f"{folder}/.clang-tidy"):
             shutil.copy(f"{folder}/.clang-tidy", f"{tree}/{folder}")
         files = sorted(file for file in sources if file.startswith(os.path.abspath(folder) + "/"))
-        alone = [file for file in files if re.search(ALONE, file) or file.endswith(WITHOUT_HEADERS)]
+        alone = [file for file in files if re.search(f"{ALONE}|{WITHOUT_HEADERS}", file)]
         units += [(file, sources[file]) for file in alone]
         files = [file for file in files if file not in alone]
         for begin in range(0, len(files), SOURCES):
@@ -73,7 +73,7 @@ def main(tree, *folders):
     subprocess.run(["clang++-22", *common, "-x", "c++-header", f"{tree}/all.h", "-o", f"{tree}/all.pch"], check=True)
     commands = []
     for file, options in units:
-        start = [] if file.endswith(WITHOUT_HEADERS) else ["-include-pch", f"{tree}/all.pch"]
+        start = [] if re.search(WITHOUT_HEADERS, file) else ["-include-pch", f"{tree}/all.pch"]
         words = ["c++", *start, *"\0".join(options).split("\0"), "-c", file]
         commands.append({"directory": tree, "file": file, "command": shlex.join(words)})
     with open(f"{tree}/compile_commands.json", "w", encoding="utf-8") as target:

@@ -6,7 +6,7 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr auto const *endpoint = "inproc://loopback";
+constexpr auto const *loopback_endpoint = "inproc://loopback";
 
 } // namespace
 
@@ -16,8 +16,8 @@ Loopback::Pair::Pair()
     , sender(open_socket(context, ZMQ_PAIR))
     , receiver(open_socket(context, ZMQ_PAIR))
 {
-    check_zeromq(zmq_bind(receiver.get(), endpoint));
-    check_zeromq(zmq_connect(sender.get(), endpoint));
+    check_zeromq(zmq_bind(receiver.get(), loopback_endpoint));
+    check_zeromq(zmq_connect(sender.get(), loopback_endpoint));
 }
 
 zeromq::msg_t Loopback::transfer(std::string_view bytes, bool more)

@@ -80,7 +80,7 @@ constexpr auto errors_of = [](Request const &request) { return Request::count(re
 constexpr auto events_of = [](Request const &request) { return Request::count(request.events); };
 constexpr auto statements_of = [](Request const &request) { return Request::count(request.statements); };
 
-constexpr std::array columns{
+constexpr std::array columns_of_requests{
     count_column<Request, id_of>("request_id", "request id", 20),
     RequestColumn{"dialects", "dialects", Align::left, FieldType::text,
                   [](Request const &request) -> FieldValue {
@@ -172,7 +172,7 @@ constexpr std::array columns{
 
 std::span<RequestColumn const> request_columns()
 {
-    return columns;
+    return columns_of_requests;
 }
 
 RequestColumn const &request_column(std::string_view name)
