@@ -231,7 +231,7 @@ def main():
     load = context["load_avg"][0]
     print("# Figures: performance\n")
     print("`./dev bench` writes this page after a run without arguments. ", end="")
-    print("[performance.md](../performance.md) describes what is measured.\n")
+    print("[benchmarks.md](../benchmarks.md) describes what is measured.\n")
     print(f"{context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, load before {load:.2f}.")
     build = json.loads(arguments.build.read_text())
     processor_seconds = build["user_seconds"] + build["system_seconds"]
