@@ -1,14 +1,14 @@
 // The examples in the manual pages, and the first look of the README, match the program.
 
 #include "support/config_files.h"
+#include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/manual.h"
 #include "tools/tarnwick/support/program.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -74,12 +74,25 @@ TEST_P(ManualExamples, match_the_program)
     }
 }
 
+TEST(Demo, prints_at_most_60_lines)
+{
+    auto const script = content_of(TARNWICK_SOURCES "/dev");
+    std::string_view const head =
+        "\ndemo() {\n    local program=build/release/tools/tarnwick/tarnwick captures=examples/captures\n";
+    auto const begin = script.find(head) + head.size();
+    auto const body = script.substr(begin, script.find("\n}\n", begin) - begin);
+    auto const outcome = Shell().run("program=tarnwick captures=.; build_preset() { :; }; in_toolchain() { \"$@\"; }\n"
+                                     "demo() {\n" +
+                                     body + "\n}\ndemo");
+    EXPECT_THAT(outcome.out, testing::HasSubstr("\nGET /forecast  200  "));
+    EXPECT_THAT(outcome.out, testing::HasSubstr("What to try next:\n"));
+    EXPECT_LE(std::ranges::count(outcome.out, '\n'), 60);
+    EXPECT_EQ(outcome.status, 0);
+}
+
 TEST(ReadmeExamples, match_the_program)
 {
-    std::ifstream const file(TARNWICK_SOURCES "/README.md");
-    std::ostringstream all;
-    all << file.rdbuf();
-    auto const text = all.str();
+    auto const text = content_of(TARNWICK_SOURCES "/README.md");
     std::size_t runs = 0;
     Shell const shell;
     for (auto const &[start, command] : {Start{"\n    ./dev demo ", "tarnwick ls --format=text "},
