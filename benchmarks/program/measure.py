@@ -30,6 +30,7 @@ COMMANDS = [
     (["inspect", "--format=jsonl"], None),
     (["inspect", "--format=jsonl", "--record=RShutdown"], None),
     (["inspect", "--format=text"], None),
+    (["export", "--to=sqlite", "-o", "FILE"], 4),
 ]
 MANY_REQUESTS = [
     ["ls", "--format=csv"],
@@ -39,9 +40,9 @@ MANY_REQUESTS = [
 ]
 
 
-def cpu_seconds(command):
-    """Returns the user and system time of a command, whose output goes to /dev/null."""
-    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+def cpu_seconds(command, folder):
+    """Returns the user and system time of a command, which runs in `folder` and whose output goes to /dev/null."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, cwd=folder)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
@@ -62,17 +63,18 @@ def peak_megabytes(program, arguments):
 
 
 def main(program, parse_only, *captures):
-    with tempfile.NamedTemporaryFile(suffix=".tnw") as file:
-        for capture in captures * COPIES:
-            with open(capture, "rb") as source:
-                file.write(source.read())
-        file.flush()
-        commands = [[parse_only, file.name]] + [[program, *arguments, file.name] for arguments, _ in COMMANDS]
+    program, parse_only = os.path.abspath(program), os.path.abspath(parse_only)
+    with tempfile.TemporaryDirectory() as folder:
+        copies = pathlib.Path(folder) / "capture.tnw"
+        database = pathlib.Path(folder) / "FILE"
+        copies.write_bytes(b"".join(pathlib.Path(capture).read_bytes() for capture in captures) * COPIES)
+        commands = [[parse_only, copies]] + [[program, *arguments, copies] for arguments, _ in COMMANDS]
         best = [float("inf")] * len(commands)
         for _ in range(ROUNDS):
             for i, command in enumerate(commands):
-                best[i] = min(best[i], cpu_seconds(command))
-        size = os.path.getsize(file.name)
+                database.unlink(missing_ok=True)
+                best[i] = min(best[i], cpu_seconds(command, folder))
+        size = copies.stat().st_size
     print(f"CPU time of commands on {COPIES} copies of the example captures ({size / 1e6:.0f} MB), as ratios to a program")
     print("that parses the same frames and reports on an arena and does nothing with them. `./dev bench` writes this page.")
     print()
