@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace tarnwick::test::nats_tls_test {
+namespace tarnwick::test::nats_access_test {
 namespace {
 
 using testing::HasSubstr;
@@ -82,13 +82,54 @@ TEST_F(NatsTls, trusts_only_servers_of_known_authorities)
     EXPECT_THAT(outcome.err, HasSubstr("SSL handshake error: "));
 }
 
-TEST(NatsCredentials, report_a_file_that_is_missing)
+/// A server that accepts one user, who has signed credentials.
+class NatsCredentials : public testing::Test {
+protected:
+    /// Returns the name of a file that `nats_credentials.py` writes.
+    [[nodiscard]] std::string file(std::string const &name) const { return folder_.path() + '/' + name; }
+    [[nodiscard]] Outcome list(std::vector<std::string> const &environment) const
+    {
+        return run({.arguments = {"ls", server_.stream("php")}, .environment = environment});
+    }
+
+private:
+    [[nodiscard]] std::vector<std::string> options() const
+    {
+        auto const outcome =
+            run({.arguments = {TARNWICK_OPENSSL, folder_.path()}, .program = TARNWICK_NATS_CREDENTIALS});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return {"-c", file("server.conf")};
+    }
+
+    ConfigFolder folder_;
+    NatsServer server_{options()};
+};
+
+TEST_F(NatsCredentials, admit_their_user)
 {
-    NatsServer const server;
-    auto const outcome = run({.arguments = {"ls", server.stream("php")}, .environment = {"NATS_CREDS=/no/such/file"}});
+    EXPECT_THAT(list({"NATS_CREDS=" + file("user.creds")}).err, HasSubstr("the servers have no such stream"));
+}
+
+TEST_F(NatsCredentials, of_an_unknown_account_are_refused)
+{
+    auto const outcome = list({"NATS_CREDS=" + file("stranger.creds")});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("Authorization Violation"));
+}
+
+TEST_F(NatsCredentials, are_required_by_the_server)
+{
+    auto const outcome = list({});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("Authorization Violation"));
+}
+
+TEST_F(NatsCredentials, report_a_file_that_is_missing)
+{
+    auto const outcome = list({"NATS_CREDS=/no/such/file"});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.err, HasSubstr("/no/such/file"));
 }
 
 } // namespace
-} // namespace tarnwick::test::nats_tls_test
+} // namespace tarnwick::test::nats_access_test
