@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace tarnwick::data::codetrace {
 class AddData;
@@ -93,7 +94,8 @@ private:
     Sink &sink_;
     bool all_records_;
     SqlTables sql_tables_;
-    google::protobuf::Arena arena_;
+    std::vector<char> block_ = std::vector<char>(262'144); ///< enough for most reports
+    google::protobuf::Arena arena_{block_.data(), block_.size()};
     Loopback loopback_;
 };
 

@@ -76,27 +76,110 @@ inline char *escape(char byte, char *out)
     return out;
 }
 
-/// Writes a string, escaped. Returns the end of the output. REQUIRES: room for `longest_escape` bytes per byte.
-char *escape(std::string_view bytes, char *out)
+Word word_at(char const *bytes)
 {
-    while (bytes.size() >= sizeof(Word)) {
-        Word word = 0;
-        std::memcpy(&word, bytes.data(), sizeof word);
-        if (needs_escapes(word)) {
-            for (char const byte : bytes.substr(0, sizeof word))
-                out = escape(byte, out);
-        } else {
-            std::memcpy(out, &word, sizeof word);
-            out += sizeof word;
-        }
-        bytes.remove_prefix(sizeof word);
+    Word word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+/// Writes a word, escaped. Returns the end of the output.
+char *escape(Word word, char *out)
+{
+    if (!needs_escapes(word)) [[likely]] {
+        std::memcpy(out, &word, sizeof word);
+        return out + sizeof word;
     }
+    std::array<char, sizeof word> bytes{};
+    std::memcpy(bytes.data(), &word, sizeof word);
     for (char const byte : bytes)
         out = escape(byte, out);
     return out;
 }
 
+/// Writes a string, escaped. Returns the end of the output. REQUIRES: room for `longest_escape` bytes per byte.
+char *escape(std::string_view bytes, char *out)
+{
+    auto const *const end = bytes.data() + bytes.size();
+    auto const *at = bytes.data();
+    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)); at += sizeof(Word))
+        out = escape(word_at(at), out);
+    // The last word can overlap the one before: without escapes, equal bytes are written once more.
+    if (auto const rest = end - at; rest > 0 && bytes.size() >= sizeof(Word)) {
+        auto const word = word_at(end - sizeof(Word));
+        if (!needs_escapes(word)) {
+            std::memcpy(out + rest - sizeof word, &word, sizeof word);
+            return out + rest;
+        }
+    }
+    while (at != end)
+        out = escape(*at++, out);
+    return out;
+}
+
+/// Returns whether the code units that make a word as bytes are ASCII.
+bool is_ascii(char16_t const *units)
+{
+    constexpr Word above_ascii = 0xff80'ff80'ff80'ff80U;
+    std::array<Word, sizeof(char16_t)> words{};
+    std::memcpy(words.data(), units, sizeof words);
+    return ((words[0] | words[1]) & above_ascii) == 0;
+}
+
+/// Writes the code units up to the first word with others than ASCII, escaped, and removes them from `text`. Returns
+/// the end of the output. REQUIRES: room for `longest_escape` bytes per code unit.
+char *escape_ascii(QStringView &text, char *out)
+{
+    auto const *at = text.utf16();
+    auto const *const end = at + text.size();
+    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)) && is_ascii(at); at += sizeof(Word)) {
+        std::array<char, sizeof(Word)> bytes;
+        std::transform(at, at + sizeof(Word), bytes.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+        out = escape(word_at(bytes.data()), out);
+    }
+    for (; end - at < static_cast<std::ptrdiff_t>(sizeof(Word)) && at != end && *at < 0x80; ++at)
+        out = escape(static_cast<char>(*at), out);
+    text = text.last(end - at);
+    return out;
+}
+
+char *copy(std::string_view text, char *out)
+{
+    std::memcpy(out, text.data(), text.size());
+    return out + text.size();
+}
+
+// Its size is known to the compiler, so that it needs no call.
+template <std::size_t size>
+char *copy(char const (&literal)[size], char *out)
+{
+    std::memcpy(out, literal, size - 1);
+    return out + size - 1;
+}
+
 } // namespace
+
+template <class Write>
+void JsonWriter::extend(std::size_t room, Write &&write)
+{
+    auto const size = line_.size();
+    line_.resize(size + room);
+    auto const *const end = write(line_.data() + size);
+    line_.resize(static_cast<std::size_t>(end - line_.data()));
+}
+
+template <class... Parts>
+void JsonWriter::value(Parts const &...parts)
+{
+    write_long_line();
+    extend((std::string_view(parts).size() + ... + 1), [&](char *out) {
+        if (needs_comma_)
+            *out++ = ',';
+        ((out = copy(parts, out)), ...);
+        return out;
+    });
+    needs_comma_ = true;
+}
 
 void JsonWriter::clear()
 {
@@ -140,10 +223,8 @@ void JsonWriter::end_list()
 
 void JsonWriter::begin_value(std::string_view kind)
 {
-    begin('{');
-    append(R"("kind":")");
-    append(kind);
-    append(R"(","value":)");
+    value(R"({"kind":")", kind, R"(","value":)");
+    needs_comma_ = false;
 }
 
 void JsonWriter::end_value()
@@ -153,11 +234,7 @@ void JsonWriter::end_value()
 
 void JsonWriter::bare_value(std::string_view kind)
 {
-    begin('{');
-    append(R"("kind":")");
-    append(kind);
-    line_.push_back('"');
-    end('}');
+    value(R"({"kind":")", kind, R"("})");
 }
 
 void JsonWriter::absent()
@@ -212,19 +289,13 @@ void JsonWriter::text(QString const &text)
         bytes(text.toStdString());
         return;
     }
-    separate();
-    line_.push_back('"');
-    // The encoder keeps the first half of a surrogate pair between pieces.
-    QStringEncoder encoder(QStringEncoder::Utf8);
-    constexpr std::size_t longest_character = 3; // of a code unit, in bytes
-    // Not initialised: that would cost more than converting the text.
-    std::array<char, (longest_piece + 1) * longest_character> utf8;
-    for (QStringView rest = text; !rest.isEmpty();) {
-        auto const piece = rest.first(std::min(rest.size(), static_cast<qsizetype>(longest_piece)));
-        auto const *const end = encoder.appendToBuffer(utf8.data(), piece);
-        escaped({utf8.data(), static_cast<std::size_t>(end - utf8.data())});
-        rest = rest.sliced(piece.size());
-    }
+    value("\"");
+    QStringView rest = text;
+    bool is_ascii = true;
+    while (is_ascii && !rest.isEmpty())
+        is_ascii = escaped_ascii(rest);
+    if (!is_ascii)
+        escaped(rest);
     line_.push_back('"');
 }
 
@@ -243,8 +314,7 @@ void JsonWriter::bytes(std::string_view bytes, std::string_view base64_name)
 
 void JsonWriter::begin(char bracket)
 {
-    separate();
-    line_.push_back(bracket);
+    value(std::string_view(&bracket, 1));
     needs_comma_ = false;
 }
 
@@ -252,12 +322,6 @@ void JsonWriter::end(char bracket)
 {
     line_.push_back(bracket);
     needs_comma_ = true;
-}
-
-void JsonWriter::value(std::string_view json)
-{
-    separate();
-    append(json);
 }
 
 void JsonWriter::number(std::string_view digits, bool is_exact)
@@ -270,44 +334,69 @@ void JsonWriter::number(std::string_view digits, bool is_exact)
 
 void JsonWriter::string(std::string_view utf8)
 {
-    separate();
-    line_.push_back('"');
-    escaped(utf8);
-    line_.push_back('"');
+    if (utf8.size() > longest_piece) {
+        value("\"");
+        escaped(utf8);
+        line_.push_back('"');
+        return;
+    }
+    write_long_line();
+    extend(utf8.size() * longest_escape + sizeof R"(,"")", [&](char *out) {
+        if (needs_comma_)
+            *out++ = ',';
+        *out++ = '"';
+        out = escape(utf8, out);
+        *out++ = '"';
+        return out;
+    });
+    needs_comma_ = true;
 }
 
 void JsonWriter::base64(std::string_view bytes)
 {
-    separate();
-    line_.push_back('"');
+    value("\"");
     // A multiple of three bytes needs no padding, so only the last piece has some.
     constexpr auto longest = longest_piece / 3 * 3;
     for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), longest))) {
         auto const piece = bytes.substr(0, longest);
         auto const text = QByteArray::fromRawData(piece.data(), static_cast<qsizetype>(piece.size())).toBase64();
-        append({text.constData(), static_cast<std::size_t>(text.size())});
+        line_.append(text.constData(), text.constData() + text.size());
         write_long_line();
     }
     line_.push_back('"');
-}
-
-void JsonWriter::separate()
-{
-    write_long_line();
-    if (needs_comma_)
-        line_.push_back(',');
-    needs_comma_ = true;
 }
 
 void JsonWriter::escaped(std::string_view utf8)
 {
     for (; !utf8.empty(); utf8.remove_prefix(std::min(utf8.size(), longest_piece))) {
         auto const piece = utf8.substr(0, longest_piece);
-        auto const size = line_.size();
-        line_.resize(size + piece.size() * longest_escape);
-        auto const *const end = escape(piece, line_.data() + size);
-        line_.resize(static_cast<std::size_t>(end - line_.data()));
+        extend(piece.size() * longest_escape, [piece](char *out) { return escape(piece, out); });
         write_long_line();
+    }
+}
+
+bool JsonWriter::escaped_ascii(QStringView &text)
+{
+    auto piece = text.first(std::min(text.size(), static_cast<qsizetype>(longest_piece)));
+    auto const size = piece.size();
+    extend(static_cast<std::size_t>(size) * longest_escape, [&](char *out) { return escape_ascii(piece, out); });
+    write_long_line();
+    text = text.sliced(size - piece.size());
+    return piece.isEmpty();
+}
+
+void JsonWriter::escaped(QStringView text)
+{
+    // The encoder keeps the first half of a surrogate pair between pieces.
+    QStringEncoder encoder(QStringEncoder::Utf8);
+    constexpr std::size_t longest_character = 3; // of a code unit, in bytes
+    // Not initialised: that would cost more than converting the text.
+    std::array<char, (longest_piece + 1) * longest_character> utf8;
+    while (!text.isEmpty()) {
+        auto const piece = text.first(std::min(text.size(), static_cast<qsizetype>(longest_piece)));
+        auto const *const end = encoder.appendToBuffer(utf8.data(), piece);
+        escaped({utf8.data(), static_cast<std::size_t>(end - utf8.data())});
+        text = text.sliced(piece.size());
     }
 }
 

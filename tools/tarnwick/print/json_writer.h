@@ -9,6 +9,7 @@
 #include <string_view>
 
 class QString;
+class QStringView;
 
 namespace tarnwick::program {
 
@@ -85,14 +86,21 @@ public:
 private:
     void begin(char bracket);
     void end(char bracket);
-    void value(std::string_view json);
+    /// Writes parts of JSON, after a comma if another member or value precedes.
+    template <class... Parts>
+    void value(Parts const &...parts);
     void number(std::string_view digits, bool is_exact);
     void string(std::string_view utf8);
     void base64(std::string_view bytes);
-    /// Writes a comma if another member or value precedes.
-    void separate();
+    /// Writes the content of a string.
     void escaped(std::string_view utf8);
-    void append(std::string_view json) { line_.append(json.data(), json.data() + json.size()); }
+    void escaped(QStringView text);
+    /// Writes the start of the text, up to the first word with others than ASCII, and removes it. Returns whether there was
+    /// no such word yet.
+    bool escaped_ascii(QStringView &text);
+    /// Extends the line by the bytes that `write` writes, at most `room`. `write` returns their end.
+    template <class Write>
+    void extend(std::size_t room, Write &&write);
     void write_long_line();
 
     Output *output_ = nullptr;

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,16 +17,36 @@ constexpr std::size_t longest_text = 240; // in bytes
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 
+bool is_printable_ascii(char c)
+{
+    return c >= ' ' && c <= '~';
+}
+
+std::string quoted(std::string_view text)
+{
+    // {fmt} takes many times as long.
+    if (!std::ranges::all_of(text, is_printable_ascii))
+        return fmt::format("{:?}", text);
+    std::string quoted = "\"";
+    quoted.reserve(text.size() + 2);
+    for (char const c : text) {
+        if (c == '"' || c == '\\')
+            quoted += '\\';
+        quoted += c;
+    }
+    return quoted += '"';
+}
+
 /// Quotes a text of `size` bytes. REQUIRES: `start` is the whole text, or a start longer than `longest_text`.
 std::string quoted_start(std::string_view start, std::size_t size)
 {
     if (size <= longest_text)
-        return fmt::format("{:?}", start);
+        return quoted(start);
     auto end = longest_text;
     auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
     while (end > 0 && continues_a_character(start[end]))
         --end;
-    return fmt::format("{:?} and {} bytes more", start.substr(0, end), size - end);
+    return fmt::format("{} and {} bytes more", quoted(start.substr(0, end)), size - end);
 }
 
 std::size_t utf8_size(QStringView text)
@@ -97,6 +118,8 @@ std::string quoted_text(QStringView text)
 
 std::string escaped_text(std::string_view bytes)
 {
+    if (std::ranges::all_of(bytes, is_printable_ascii))
+        return std::string(bytes);
     auto const quoted = fmt::format("{:?}", bytes);
     std::string escaped;
     for (std::size_t at = 1; at + 1 < quoted.size(); ++at) {

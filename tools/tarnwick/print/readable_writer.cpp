@@ -163,12 +163,13 @@ void ReadableWriter::json(std::string_view text)
 
 void ReadableWriter::line()
 {
-    fmt::format_to(std::back_inserter(out_), "\n{:{}}", "", 2 * depth_);
+    out_ += '\n';
+    out_.append(2 * depth_, ' ');
 }
 
 void ReadableWriter::value(std::string_view text)
 {
-    fmt::format_to(std::back_inserter(out_), "{:{}}{}", "", gap_, text);
+    out_.append(gap_, ' ').append(text);
     gap_ = 1;
 }
 

@@ -94,7 +94,7 @@ void Secrets::link()
 template <class Decode>
 void Secrets::search(Decode &&decode, std::size_t size, TextPlace place, TextRanges &ranges) const
 {
-    std::array<std::size_t, longest> begins{}; // of the last bytes
+    std::array<std::size_t, longest> begins; // of the last bytes; not initialised, which would cost more than a search
     std::size_t count = 0;
     std::uint32_t node = 0;
     decode([&](char byte, std::size_t begin, std::size_t end) {

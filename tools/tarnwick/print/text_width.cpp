@@ -99,6 +99,9 @@ void append_cut(std::string &out, std::string_view line, std::size_t columns)
 
 std::size_t text_width(std::string_view text)
 {
+    auto const is_ascii = [](char byte) { return byte >= ' ' && byte <= '~'; };
+    if (std::ranges::all_of(text, is_ascii))
+        return text.size();
     std::size_t columns = 0;
     while (!text.empty()) {
         auto const unit = first_unit(text);

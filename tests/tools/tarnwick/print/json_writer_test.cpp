@@ -194,6 +194,20 @@ TEST(JsonWriter, escapes_at_any_position)
     }
 }
 
+// The low byte of some of these code units is an ASCII character.
+TEST(JsonWriter, writes_other_characters_at_any_position)
+{
+    for (char16_t const unit : {u'\u0080', u'\u00e9', u'\u0141', u'\u2222', u'\u225c', u'\uff0a', u'\ufffd'}) {
+        for (qsizetype size = 1; size < 20; ++size) {
+            for (qsizetype place = 0; place < size; ++place) {
+                QString string(size, u'~');
+                string[place] = unit;
+                EXPECT_EQ(text(string), '"' + string.toStdString() + '"');
+            }
+        }
+    }
+}
+
 TEST(JsonWriter, writes_long_strings_whole)
 {
     for (std::size_t const size : {1'023U, 1'024U, 1'025U, 100'000U}) {
