@@ -272,7 +272,7 @@ void add_report(CLI::App &app, ReportOptions &options, ChoiceOptions &choice, Co
 
 void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
 {
-    auto &sub = add_command(app, "recover", "Write the whole frames of damaged captures",
+    auto &sub = add_command(app, "recover", "Copy the undamaged frames of damaged captures",
                             "usage: tarnwick recover [OPTION...] [FILE...]");
     add_files(sub, options.files);
     add_output(sub, options.output, "with the frames of all captures");
@@ -299,7 +299,7 @@ void add_export(CLI::App &app, ExportOptions &options, ChoiceOptions &choice, Co
                             "usage: tarnwick export [OPTION...] --output=DATABASE [FILE...]");
     add_files(sub, options.files);
     add_choice(sub, "--to", options.target, {{"sqlite", ExportOptions::Target::sqlite}},
-               "what to write; sqlite (default): a database of SQLite");
+               "what to write; sqlite (default): an SQLite database");
     sub.add_option("-o,--output", options.output, "the database, which is created if it does not exist")
         ->type_name("DATABASE")
         ->required()

@@ -39,7 +39,7 @@ CREATE TABLE headers (
 ) WITHOUT ROWID;
 CREATE TABLE superglobals (
     request INTEGER NOT NULL REFERENCES requests,
-    state TEXT NOT NULL,         -- init: at the start; change: what changed until the end; all: at another time
+    state TEXT NOT NULL,         -- init: at the start; change: what changed until the end; all: not known which
     position INTEGER NOT NULL,   -- from 1
     name TEXT,                   -- such as _SESSION
     key,                         -- in the superglobal; NULL if that is not an array
@@ -97,7 +97,7 @@ CREATE TABLE functions (
     name TEXT,
     file TEXT,
     line INTEGER,
-    count INTEGER NOT NULL,      -- calls
+    count INTEGER NOT NULL,      -- number of calls or samples, as the sender counts
     time_first INTEGER NOT NULL, -- first of its two times, nanoseconds
     time_second INTEGER NOT NULL, -- second of its two times, nanoseconds
     PRIMARY KEY (request, position)
