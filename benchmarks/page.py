@@ -21,6 +21,7 @@ ACTIONS = [
     ("parse/heap", "parse, messages on the heap"),
     ("parse_and_drop/heap", "the same, and drop them"),
     ("parse/arena", "parse, messages in an arena"),
+    ("parse_and_drop/reused_arena", "parse and drop, an arena that is reused"),
     ("copy/heap", "copy of the messages, heap"),
     ("copy_and_drop/heap", "the same, and drop it"),
     ("copy/arena", "copy of the messages, arena"),
@@ -30,6 +31,7 @@ ACTIONS = [
     ("read", "read all of it"),
     ("road/heap", "parse, build, drop the messages, release; heap"),
     ("road/arena", "the same, arena"),
+    ("road/reused_arena", "the same, an arena that is reused"),
     ("floor/build", "floor: allocate and convert"),
     ("floor/release", "floor: free"),
     ("floor/build_and_release", "floor: both"),
@@ -120,6 +122,14 @@ def unbound_rows(found):
                 yield [f"{workload}: build / {base}", f"{of_build.median / of_base.median:.2f}", "", "", ""]
 
 
+def reader_rows(found):
+    """Compares the loading of configuration files with GLib's reader."""
+    for lines in 1_000, 10_000, 200_000:
+        ours, other = (found.get(f"Config/{reader}/load/{lines}") for reader in ("ConfigFile", "GKeyFile"))
+        if ours and other:
+            yield bound_row(f"{lines:,} lines of configuration: ConfigFile / GKeyFile, load", ours.median / other.median, 1)
+
+
 def bound_table(found):
     rows = []
     for action, base, bounds in BOUNDS:
@@ -139,6 +149,7 @@ def bound_table(found):
         # For a whole request the dialects report different facts.
         if rpc and protobuf and workload != "real_request":
             rows.append(bound_row(f"{workload}: protobuf / rpc, build_and_release", protobuf.median / rpc.median, 1.1))
+    rows += reader_rows(found)
     rows += unbound_rows(found)
     yield from table(["Ratio of times, first thread; rpc dialect where none is named", "measured", "limit", "within limit", "goal"], rows)
 
@@ -155,6 +166,22 @@ def thread_table(found):
                 rows[-1] += [f"{rates[1] / rates[0]:.2f}", f"{1e9 / handed.median:,.0f}"]
     head = ["Reports a second", "built and released by one thread", "by two", "ratio"]
     yield from table(head + ["built by one, read and released by another"], rows)
+
+
+def road_table(found):
+    """Prints what a report costs from its bytes to the release of its record."""
+    rows = []
+    for workload in WORKLOADS:
+        for dialect in DIALECTS:
+            names = ["road/reused_arena", "parse_and_drop/reused_arena", "build", "release", "road/arena", "road/heap"]
+            actions = [found.get(f"{workload}/{dialect}/main/{name}") for name in names]
+            if all(actions):
+                whole, *parts = [time.median for time in actions]
+                row = [f"{workload}, {dialect}", shown(whole)]
+                row += [f"{part / whole * 100:.0f} %" for part in parts[:3]] + [f"{part / whole:.2f}" for part in parts[3:]]
+                rows.append(row)
+    head = ["From bytes to records, with one arena that is reused", "us a report", "parse", "build", "release"]
+    yield from table(head + ["an arena for each report, ratio", "messages on the heap, ratio"], rows)
 
 
 def other_table(found):
@@ -241,7 +268,7 @@ def main():
         "\n"
     )
     costs = json.loads(arguments.costs.read_text())
-    for line in (*bound_table(found), *thread_table(found), *cost_tables(costs), *other_table(found)):
+    for line in (*bound_table(found), *road_table(found), *thread_table(found), *cost_tables(costs), *other_table(found)):
         print(line)
     arguments.folder.mkdir(parents=True, exist_ok=True)
     for workload in WORKLOADS:

@@ -110,6 +110,21 @@ private:
     google::protobuf::Arena arena_;
 };
 
+/// Messages in an arena that serves one report after another and keeps its first block, as in `examples/receive_reports.cpp`.
+template <class Messages>
+class InReusedArena;
+
+template <class... Message>
+class InReusedArena<std::tuple<Message...>> {
+public:
+    std::tuple<Message &...> messages() { return {*google::protobuf::Arena::Create<Message>(&arena_)...}; }
+    void reset() { arena_.Reset(); }
+
+private:
+    std::vector<char> block_ = std::vector<char>(std::size_t{1} << 20U);
+    google::protobuf::Arena arena_{block_.data(), block_.size()};
+};
+
 /// Results of `make` for each report, made on first use.
 template <class Workload, class Make>
 auto const &all_of(std::size_t number, Make make)
@@ -168,6 +183,12 @@ void add_messages(Suite const &suite)
         parse(wire, messages);
         return arena;
     });
+    suite.add("parse_and_drop/reused_arena", wire_of_report<Workload>,
+              [arena = std::make_shared<InReusedArena<Messages>>()](Wire const &wire) {
+                  auto messages = arena->messages();
+                  parse(wire, messages);
+                  arena->reset();
+              });
     suite.add("parse_and_drop/heap", wire_of_report<Workload>, [](Wire const &wire) {
         Messages messages;
         parse(wire, messages);
@@ -206,6 +227,13 @@ void add_record(Suite const &suite)
         auto const record = build<Workload>(messages);
         arena.reset();
     });
+    suite.add("road/reused_arena", wire_of_report<Workload>,
+              [arena = std::make_shared<InReusedArena<Messages>>()](Wire const &wire) {
+                  auto messages = arena->messages();
+                  parse(wire, messages);
+                  auto const record = build<Workload>(messages);
+                  arena->reset();
+              });
 }
 
 /// One thread builds all reports in turn, another reads and releases them. Measured until the last release.

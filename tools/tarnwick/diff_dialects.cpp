@@ -67,6 +67,7 @@ TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, std::v
         return fault;
     });
     sink.close_all();
+    found.status = chosen.check_requests(found.status);
     return found;
 }
 

@@ -32,7 +32,7 @@ ExitStatus export_requests(ExportOptions const &options)
     output.write(fmt::format("requests added: {}, replaced: {}, unchanged: {}\n", counts.added, counts.replaced,
                              counts.unchanged));
     output.flush();
-    return status;
+    return options.filter.reports.check_requests(status);
 }
 
 } // namespace tarnwick::program

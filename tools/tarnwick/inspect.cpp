@@ -41,7 +41,10 @@ ExitStatus inspect(InspectOptions const &options)
         selection.flush();
         return fault;
     };
-    return read_captures(capture_files(options.files), output, print, options.follow ? AtEnd::follow : AtEnd::stop);
+    auto const status =
+        read_captures(capture_files(options.files), output, print, options.follow ? AtEnd::follow : AtEnd::stop);
+    // A capture that is followed or not read to its end can have other requests.
+    return options.follow || selection.is_complete() ? status : options.reports.check_requests(status);
 }
 
 } // namespace tarnwick::program

@@ -36,7 +36,7 @@ ExitStatus fill(Database const &database, QueryOptions const &options, Masks con
                                       [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
     sink.close_all();
     database.execute("COMMIT");
-    return status;
+    return options.filter.reports.check_requests(status);
 }
 
 } // namespace

@@ -165,7 +165,7 @@ ExitStatus replay(ReplayOptions const &options)
         print_error("no frame to send\n");
     else
         print_error(fmt::format("frames sent: {}{}\n", sender.sent(), end));
-    return status;
+    return is_interrupted ? status : options.filter.reports.check_requests(status);
 }
 
 } // namespace tarnwick::program

@@ -84,7 +84,7 @@ ExitStatus report(ReportOptions const &options)
     output.flush();
     if (file)
         file->finish();
-    return chosen.status;
+    return options.filter.reports.check_requests(chosen.status);
 }
 
 } // namespace tarnwick::program

@@ -44,7 +44,7 @@ ExitStatus statements(StatementsOptions const &options)
         printer.print(statement);
     printer.finish();
     output.flush();
-    return status;
+    return options.reports.check_requests(status);
 }
 
 } // namespace tarnwick::program

@@ -101,10 +101,15 @@ TEST(DiffDialects, counts_requests_of_one_dialect)
 
 TEST(DiffDialects, fails_if_there_is_nothing_to_compare)
 {
-    auto const outcome = diff({"--format=text", "--request=9"}, ends(7, 200, 404));
+    std::string const nothing = "tarnwick: nothing was compared, because no request has reports of both dialects\n";
+    auto const outcome = diff({"--format=text"}, request_end(8));
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "tarnwick: nothing was compared, because no request has reports of both dialects\n");
+    EXPECT_EQ(outcome.err, "tarnwick: 1 request has only one dialect and was not compared\n" + nothing);
     EXPECT_EQ(outcome.status, 1);
+
+    auto const missing = diff({"--format=text", "--request=9"}, ends(7, 200, 404));
+    EXPECT_EQ(missing.err, "tarnwick: no request has the id 9; the ids of requests are 7\n" + nothing);
+    EXPECT_EQ(missing.status, 2);
 }
 
 TEST(DiffDialects, reports_a_file_that_cannot_be_read)

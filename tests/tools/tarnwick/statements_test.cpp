@@ -244,7 +244,6 @@ TEST(Statements, are_chosen_sorted_and_cut)
     EXPECT_THAT(chosen({}), ElementsAre(select, "COMMIT", update));
     EXPECT_THAT(chosen({"--request=8"}), ElementsAre(select));
     EXPECT_THAT(chosen({"--request=8", "--request=9"}), ElementsAre("COMMIT", select));
-    EXPECT_THAT(chosen({"--request=1"}), IsEmpty());
     EXPECT_THAT(chosen({"--where=errors>0"}), ElementsAre(update));
     EXPECT_THAT(chosen({"--where=word=SELECT"}), ElementsAre(select));
     EXPECT_THAT(chosen({"--where=statement~^U|^C"}), ElementsAre("COMMIT", update));

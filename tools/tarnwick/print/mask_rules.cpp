@@ -86,6 +86,14 @@ bool is_key_character(char c)
            std::string_view("_-.[]%$").find(c) != not_found || static_cast<unsigned char>(c) >= 0x80;
 }
 
+constexpr std::size_t encoded_equals_size = 3;
+
+/// Whether an URL-encoded `=` starts the text.
+bool is_encoded_equals(std::string_view text)
+{
+    return text.starts_with("%3D") || text.starts_with("%3d");
+}
+
 /// Reads the values of a text. It never moves back, so that its time is linear.
 class Reader {
 public:
@@ -100,6 +108,8 @@ public:
     void move_to(std::size_t position) { at_ = std::max(at_, position); }
     /// Reads what follows a secret key that is from `key` to the position.
     void read_value_of(std::size_t key);
+    /// Reads a value of an encoded query string, which is itself a value: after `%3D`, up to an encoded or a plain `&`.
+    void read_encoded_value(std::size_t equals);
     /// Reads values of JSON up to the end of the value at the position. `is_list`: up to the end of the text.
     void read_json(bool is_list);
 
@@ -239,6 +249,16 @@ void Reader::read_form_value()
         while (is_key_character(at(key)))
             ++key;
         if (key > key_begin && at(key) == '=')
+            break;
+    }
+    add({begin, at_}, false);
+}
+
+void Reader::read_encoded_value(std::size_t equals)
+{
+    auto const begin = equals + encoded_equals_size;
+    for (at_ = begin; at_ < text_.size() && std::string_view("& \t\r\n\"<>").find(text_[at_]) == not_found; ++at_) {
+        if (text_[at_] == '%' && text_.substr(at_ + 1).starts_with("26"))
             break;
     }
     add({begin, at_}, false);
@@ -399,12 +419,17 @@ TextRanges MaskRules::find(std::string_view text, Found const &found) const
         bool const has_word = std::ranges::any_of(words_, is_here);
         if (!has_word && std::ranges::none_of(ends_of_secret_keys, is_here))
             continue;
+        auto end = at;
+        while (end < text.size() && is_key_character(text[end]) && !is_encoded_equals(text.substr(end)))
+            ++end;
+        if (is_encoded_equals(text.substr(end))) {
+            reader.read_encoded_value(end);
+            at = reader.position() - 1;
+            continue;
+        }
         auto begin = at;
         while (begin > reader.position() && is_key_character(text[begin - 1]))
             --begin;
-        auto end = at;
-        while (end < text.size() && is_key_character(text[end]))
-            ++end;
         reader.move_to(end);
         auto key = text.substr(begin, end - begin);
         auto const bracket = key.rfind('[');
@@ -457,9 +482,15 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
 
 bool is_statement(std::string_view text)
 {
-    constexpr std::array<std::string_view, 10> words{"alter", "call",    "create", "delete", "insert",
-                                                     "merge", "replace", "select", "update", "with"};
-    auto const begin = text.find_first_not_of(" \t\r\n(");
+    constexpr std::array<std::string_view, 15> words{"alter",   "call",  "create", "delete", "execute",
+                                                     "explain", "grant", "insert", "merge",  "replace",
+                                                     "select",  "set",   "update", "values", "with"};
+    constexpr std::string_view blanks = " \t\r\n(";
+    auto begin = text.find_first_not_of(blanks);
+    while (begin != not_found && text.substr(begin).starts_with("/*")) {
+        auto const end = text.find("*/", begin + 2);
+        begin = end == not_found ? not_found : text.find_first_not_of(blanks, end + 2);
+    }
     if (begin == not_found)
         return false;
     auto const start = text.substr(begin, 8);

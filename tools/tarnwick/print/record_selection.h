@@ -6,6 +6,7 @@
 #include "print/record_printer.h"
 #include "requests/condition.h"
 #include "requests/record_fields.h"
+#include "requests/report_choice.h"
 
 #include <tarnwick/data/records.h>
 
@@ -41,21 +42,6 @@ inline constexpr std::size_t record_count = [] {
     data::for_each_type(data::ReportRecords(), [&]<class> { ++count; });
     return count;
 }();
-
-/// Which reports are read. Empty lists mean all.
-struct ReportChoice {
-    std::vector<std::uint64_t> requests;
-    std::vector<Dialect> dialects;
-
-    [[nodiscard]] bool accepts(Dialect dialect) const
-    {
-        return dialects.empty() || std::ranges::find(dialects, dialect) != dialects.end();
-    }
-    [[nodiscard]] bool accepts(data::php::RequestId request_id) const
-    {
-        return requests.empty() || std::ranges::find(requests, request_id.id()) != requests.end();
-    }
-};
 
 /// Which records are printed. A record has the conditions of its fields; one without such a field is not printed.
 class RecordChoice {
@@ -102,6 +88,8 @@ public:
     {
     }
 
+    /// Whether all records that can be printed are printed.
+    [[nodiscard]] bool is_complete() const { return left_ == 0; }
     /// Call it after each report.
     void flush()
     {

@@ -80,7 +80,7 @@ public:
             return "no request has a duration, because no report is the end of one";
         if (name_.kind == RequestName::Kind::number)
             return fmt::format("no request has the number @{}; the last is @{}", name_.value, last_);
-        return no_request_text(name_.value, first_, count_);
+        return no_request_text(name_.value, listed_requests(first_, count_));
     }
 
 private:
@@ -111,13 +111,6 @@ private:
 };
 
 } // namespace
-
-std::string no_request_text(std::uint64_t id, std::vector<std::string> const &first_ids, std::uint64_t count)
-{
-    return count == 0 ? "no request is in the captures"
-                      : fmt::format("no request has the id {}; the ids of requests are {}", id,
-                                    listed_requests(first_ids, count));
-}
 
 bool RequestFilter::fits(RequestSummary const &request) const
 {

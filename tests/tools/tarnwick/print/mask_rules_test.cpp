@@ -73,6 +73,9 @@ TEST_P(MaskedText, is_as_listed)
 TextRow const texts[] = {
     {"no_secret", "a=b&key=c", "a=b&key=c"},
     {"query_string", "/a?x=1&token=abc&y=2", "/a?x=1&token=[masked]&y=2"},
+    {"query_string_in_a_query_string", "/a?next=%2Fb%3Fx%3D1%26token%3Dabc%26y%3D2&z=3",
+     "/a?next=%2Fb%3Fx%3D1%26token%3D[masked]%26y%3D2&z=3"},
+    {"query_string_in_the_last_value", "/a?next=%2Fb%3ftoken%3dabc", "/a?next=%2Fb%3ftoken%3d[masked]"},
     {"query_string_in_a_message", "GET http://h/?token=abc failed", "GET http://h/?token=[masked] failed"},
     {"form", "user=a&password=b c;d&z=1", "user=a&password=[masked]&z=1"},
     {"form_with_arrays", "user[password]=a&tokens%5B%5D=b&tokens[]=c",
@@ -158,9 +161,11 @@ TEST(MaskRules, splits_headers)
 
 TEST(MaskRules, recognises_statements)
 {
-    for (std::string const text : {"SELECT 1", " (select a", "insert\nINTO", "WITH a AS (SELECT 1)", "Update t"})
+    for (std::string const text : {"SELECT 1", " (select a", "insert\nINTO", "WITH a AS (SELECT 1)", "Update t",
+                                   "/* Page::load */ SELECT 1", "/**/\n/* a */(select 1)", "SET a = 1"})
         EXPECT_TRUE(is_statement(text)) << text;
-    for (std::string const text : {"", "SELECT", "selected x", "a SELECT", "Hello 'x'"})
+    for (std::string const text :
+         {"", "SELECT", "selected x", "a SELECT", "Hello 'x'", "/* SELECT 1", "/* a */", "/*/ SELECT 1"})
         EXPECT_FALSE(is_statement(text)) << text;
 }
 
@@ -195,9 +200,10 @@ TEST(MaskRules, returns_parts_of_any_text)
 TEST(MaskRules, reads_long_repeated_text)
 {
     for (std::string const unit :
-         {"token",        "token=",          "token=;", "token=\\",         "token=\"", "\"token\":", "\"token\":\"",
-          "\"token\":[",  "\"token\":{\\\"", "token=>", "name=\"token\"\r", "://",      "://a:b@",    "Cookie:",
-          "\"token\";s:", "token=; a",       "[token]", "token\\",          "\\",       "\"",         "token=a;b"}) {
+         {"token",        "token=",          "token=;", "token=\\",         "token=\"",    "\"token\":", "\"token\":\"",
+          "\"token\":[",  "\"token\":{\\\"", "token=>", "name=\"token\"\r", "://",         "://a:b@",    "Cookie:",
+          "\"token\";s:", "token=; a",       "[token]", "token%3D",         "token%3D%26", "token\\",    "\\",
+          "\"",           "token=a;b"}) {
         std::string text;
         while (text.size() < std::size_t{128} * 1024)
             text += unit;
