@@ -91,7 +91,9 @@ Command const commands[] = {
           "--where: duration is a length of time with a unit (ns, us, ms, s, min or h), not '5'"},
          {{"--sort=tsart"}, "--sort: no column is named 'tsart'; did you mean 'start'?"},
          {{"--sort=start:up"}, "--sort: 'up' is not one of asc, desc"},
-         {{"--columns=uri,nothing"}, "--columns: no column is named 'nothing'"},
+         {{"--columns=uri,nothing"},
+          "--columns: no column is named 'nothing'; the names are request_id, dialects, start, method, uri, status, "
+          "duration, memory, errors, events, statements, complete, number"},
          {{"--columns=uri,status,uri"}, "--columns: 'uri' is listed twice"},
          {{"--request=x"}, "--request: 'x' is not a request id, a number from 0 to 18446744073709551615"},
          {{"--request=18446744073709551616"},
@@ -117,7 +119,9 @@ Command const commands[] = {
      {
          {{"--where=cuont>5"}, "--where: no column is named 'cuont'; did you mean 'count'?"},
          {{"--where=total>5"}, "--where: total is a length of time with a unit (ns, us, ms, s, min or h), not '5'"},
-         {{"--sort=uri"}, "--sort: no column is named 'uri'"},
+         {{"--sort=uri"},
+          "--sort: no column is named 'uri'; the names are statement, word, count, requests, per_request, n_plus_one, "
+          "errors, total, average, slowest, slowest_request, call_site"},
          {{"--columns=statment"}, "--columns: no column is named 'statment'; did you mean 'statement'?"},
          {{"--follow"}, "unknown option '--follow'"},
      }},

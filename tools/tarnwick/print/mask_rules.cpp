@@ -8,12 +8,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <span>
 
 namespace tarnwick::program {
 namespace {
 
 constexpr auto not_found = std::string_view::npos;
+constexpr std::size_t max_decoded_size = 1'000'000; // the memory for decoding is several times that
 
 // Keys that are secret as a whole, and keys that contain one of the words. `-` is written as `_`.
 constexpr std::array<std::string_view, 6> secret_keys{"cookie",  "set_cookie",          "authorization",
@@ -86,14 +88,6 @@ bool is_key_character(char c)
            std::string_view("_-.[]%$").find(c) != not_found || static_cast<unsigned char>(c) >= 0x80;
 }
 
-constexpr std::size_t encoded_equals_size = 3;
-
-/// Whether an URL-encoded `=` starts the text.
-bool is_encoded_equals(std::string_view text)
-{
-    return text.starts_with("%3D") || text.starts_with("%3d");
-}
-
 /// Reads the values of a text. It never moves back, so that its time is linear.
 class Reader {
 public:
@@ -108,8 +102,6 @@ public:
     void move_to(std::size_t position) { at_ = std::max(at_, position); }
     /// Reads what follows a secret key that is from `key` to the position.
     void read_value_of(std::size_t key);
-    /// Reads a value of an encoded query string, which is itself a value: after `%3D`, up to an encoded or a plain `&`.
-    void read_encoded_value(std::size_t equals);
     /// Reads values of JSON up to the end of the value at the position. `is_list`: up to the end of the text.
     void read_json(bool is_list);
 
@@ -254,16 +246,6 @@ void Reader::read_form_value()
     add({begin, at_}, false);
 }
 
-void Reader::read_encoded_value(std::size_t equals)
-{
-    auto const begin = equals + encoded_equals_size;
-    for (at_ = begin; at_ < text_.size() && std::string_view("& \t\r\n\"<>").find(text_[at_]) == not_found; ++at_) {
-        if (text_[at_] == '%' && text_.substr(at_ + 1).starts_with("26"))
-            break;
-    }
-    add({begin, at_}, false);
-}
-
 /// The content of a part of a multipart form: from the next empty line to the next line with a boundary.
 void Reader::read_part_of_form()
 {
@@ -323,6 +305,10 @@ void Reader::read_value_of(std::size_t key)
 {
     if (quote_at(at_) != not_found) {
         read_after_quoted_key(key);
+        return;
+    }
+    if (text_.substr(0, key).ends_with("; name=") && (at(at_) == '\r' || at(at_) == ';')) {
+        read_part_of_form();
         return;
     }
     // The key of a header, at the start of a line or of a text in quotes.
@@ -397,6 +383,40 @@ bool MaskRules::is_secret(std::string_view key) const
 
 TextRanges MaskRules::find(std::string_view text, Found const &found) const
 {
+    auto ranges = find_plain(text, found);
+    // Keys can be encoded, and a value can be an encoded query string.
+    if (text.find('%') != not_found)
+        find_decoded(text, [](std::string_view encoded, auto &&sink) { decode_url(encoded, sink); }, ranges, found);
+    if (text.find("\\u") != not_found)
+        find_decoded(text, [](std::string_view encoded, auto &&sink) { decode_json(encoded, sink); }, ranges, found);
+    return ranges;
+}
+
+template <class Decode>
+void MaskRules::find_decoded(std::string_view text, Decode &&decode, TextRanges &ranges, Found const &found) const
+{
+    std::string decoded;
+    std::vector<std::uint32_t> ends; // in the text, of each decoded byte
+    decode(text.substr(0, max_decoded_size), [&](char byte, std::size_t /*begin*/, std::size_t end) {
+        decoded += byte;
+        ends.push_back(static_cast<std::uint32_t>(end));
+    });
+    TextRanges known; // sorted
+    add_ranges(known, ranges);
+    for (auto const &[begin, end] : find_plain(decoded, [](std::string_view) {})) {
+        TextRange const range{begin == 0 ? 0 : ends[begin - 1], ends[end - 1]};
+        auto const after = std::ranges::upper_bound(known, range.begin, {}, &TextRange::begin);
+        bool const is_known = after != known.begin() && std::prev(after)->end >= range.end;
+        if (range.begin >= range.end || is_known) // the first: a part of one escape
+            continue;
+        ranges.push_back(range);
+        found(text.substr(range.begin, range.end - range.begin));
+        found(std::string_view(decoded).substr(begin, end - begin));
+    }
+}
+
+TextRanges MaskRules::find_plain(std::string_view text, Found const &found) const
+{
     TextRanges ranges;
     find_passwords_of_urls(text, ranges, found);
     auto const *starts = &starts_of_secrets;
@@ -419,17 +439,12 @@ TextRanges MaskRules::find(std::string_view text, Found const &found) const
         bool const has_word = std::ranges::any_of(words_, is_here);
         if (!has_word && std::ranges::none_of(ends_of_secret_keys, is_here))
             continue;
-        auto end = at;
-        while (end < text.size() && is_key_character(text[end]) && !is_encoded_equals(text.substr(end)))
-            ++end;
-        if (is_encoded_equals(text.substr(end))) {
-            reader.read_encoded_value(end);
-            at = reader.position() - 1;
-            continue;
-        }
         auto begin = at;
         while (begin > reader.position() && is_key_character(text[begin - 1]))
             --begin;
+        auto end = at;
+        while (end < text.size() && is_key_character(text[end]))
+            ++end;
         reader.move_to(end);
         auto key = text.substr(begin, end - begin);
         auto const bracket = key.rfind('[');

@@ -24,12 +24,19 @@ public:
 
     /// Returns the values in a text that follow such a key: in forms, query strings and DSNs (`token=...`), in JSON
     /// and dumps of PHP values (`"token":...`), in parts of multipart forms, in lines of headers
-    /// (`Cookie: ...`) and the password of a URL (`//user:password@host`).
+    /// (`Cookie: ...`) and the password of a URL (`//user:password@host`). Of the first 1,000,000 bytes, the
+    /// URL-decoded text and the one without escapes of JSON are searched too.
     [[nodiscard]] TextRanges find(std::string_view text, Found const &found) const;
     /// Returns all values of a JSON text. Keys are not included.
     [[nodiscard]] static TextRanges find_json_values(std::string_view json, Found const &found);
 
 private:
+    /// The same without decoding.
+    [[nodiscard]] TextRanges find_plain(std::string_view text, Found const &found) const;
+    /// Adds what `find_plain` finds in the decoded text.
+    template <class Decode>
+    void find_decoded(std::string_view text, Decode &&decode, TextRanges &ranges, Found const &found) const;
+
     std::vector<std::string> words_; ///< in lower case
 };
 

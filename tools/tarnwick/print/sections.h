@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarnwick::program {
 
@@ -47,7 +48,21 @@ public:
         for (auto const &text : table.take_lines())
             line(text);
         if (auto const text = table.left_out_text())
-            line(*text);
+            words(*text);
+    }
+    /// Writes a text in as many lines as its words need.
+    void words(std::string_view text)
+    {
+        std::string row;
+        while (!text.empty()) {
+            auto const word = text.substr(0, text.find(' '));
+            text.remove_prefix(std::min(word.size() + 1, text.size()));
+            if (!row.empty() && room() && row.size() + 1 + word.size() > *room())
+                line(std::exchange(row, {}));
+            row += row.empty() ? "" : " ";
+            row += word;
+        }
+        line(row);
     }
     /// How many columns a line has after its indentation.
     [[nodiscard]] std::optional<std::size_t> room(std::size_t depth = 1) const

@@ -44,7 +44,7 @@ Column<Row> const &column_named(std::span<Column<Row> const> columns, std::strin
     names.reserve(columns.size());
     for (auto const &column : columns)
         names.emplace_back(column.name);
-    throw unknown_name("no column is named", name, names);
+    throw unknown_name("no column is named", name, names, IfNoneIsNear::list);
 }
 
 /// Writes the cells of a row as members of an object.

@@ -76,6 +76,7 @@ TextRow const texts[] = {
     {"query_string_in_a_query_string", "/a?next=%2Fb%3Fx%3D1%26token%3Dabc%26y%3D2&z=3",
      "/a?next=%2Fb%3Fx%3D1%26token%3D[masked]%26y%3D2&z=3"},
     {"query_string_in_the_last_value", "/a?next=%2Fb%3ftoken%3dabc", "/a?next=%2Fb%3ftoken%3d[masked]"},
+    {"encoded_key", "/a?api%5Fkey=b%20c&d=e", "/a?api%5Fkey=[masked]&d=e"},
     {"query_string_in_a_message", "GET http://h/?token=abc failed", "GET http://h/?token=[masked] failed"},
     {"form", "user=a&password=b c;d&z=1", "user=a&password=[masked]&z=1"},
     {"form_with_arrays", "user[password]=a&tokens%5B%5D=b&tokens[]=c",
@@ -90,6 +91,8 @@ TextRow const texts[] = {
     {"url_with_only_a_password", "redis://:pass@host", "redis://:[masked]@host"},
     {"url_with_a_port", "http://host:80/a@b", "http://host:80/a@b"},
     {"json", R"({"user":"a","password":"b\"c","n":1})", R"({"user":"a","password":"[masked]","n":1})"},
+    {"json_with_an_escape_in_a_key", R"({"pass\u0077ord":"a\u00e4b","c":"d"})",
+     R"({"pass\u0077ord":"[masked]","c":"d"})"},
     {"json_with_blanks", "{ \"token\" :\n \"a\" }", "{ \"token\" :\n \"[masked]\" }"},
     {"json_scalars", R"({"token":12,"session":true,"secret":null})",
      R"({"token":[masked],"session":[masked],"secret":null})"},
@@ -109,6 +112,8 @@ TextRow const texts[] = {
      "Content-Disposition: form-data; name=\"c\"\r\n\r\nd\r\n--x--",
      "--x\r\nContent-Disposition: form-data; name=\"password\"\r\n\r\n[masked]\r\n--x\r\n"
      "Content-Disposition: form-data; name=\"c\"\r\n\r\nd\r\n--x--"},
+    {"multipart_form_without_quotes", "--x\r\nContent-Disposition: form-data; name=password\r\n\r\na b\r\n--x--",
+     "--x\r\nContent-Disposition: form-data; name=password\r\n\r\n[masked]\r\n--x--"},
     {"header_line", "Cookie: a=b; c=d\r\nHost: e", "Cookie: [masked]\r\nHost: e"},
     {"header_line_in_quotes", R"(["authorization: Bearer a","b"])", R"(["authorization: [masked]","b"])"},
     {"header_that_lists_names", "Vary: Cookie, Accept", "Vary: Cookie, Accept"},
@@ -127,6 +132,7 @@ std::vector<std::string> found_in(std::string_view text)
 
 TEST(MaskRules, reports_values_as_they_are_and_decoded)
 {
+    EXPECT_THAT(found_in("api%5Fkey=a%20b"), ElementsAre("a%20b", "a b"));
     EXPECT_THAT(found_in("token=a%20b+c"), ElementsAre("a%20b+c", "a b c"));
     EXPECT_THAT(found_in(R"({"token":"a\/\u00e4\ud83d\ude00\n"})"),
                 ElementsAre(R"(a\/\u00e4\ud83d\ude00\n)", "a/ä😀\n"));
