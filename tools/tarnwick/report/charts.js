@@ -6,27 +6,29 @@ function columnChart(title, bars, labels, choose) {
     const highest = largest(bars.map(({count}) => count));
     return element("figure", {class: "chart"},
         element("figcaption", {}, title,
-            bars.some(({failed}) => failed > 0) ? element("span", {class: "legend"}, "failed (status 500 or more)") : null),
+            bars.some(({failed}) => failed > 0) ? element("span", {class: "legend"}, "failed (status 500 or more)")
+                                                : null),
         element("ol", {class: "columns"}, bars.map(({label, count, failed, conditions}) => {
             const total = element("span", {class: "column"});
             total.style.height = `${count === 0 ? 0 : Math.max(2, count / highest * 100)}%`;
             const part = element("span", {class: "failed"});
             part.style.height = `${count === 0 ? 0 : failed / count * 100}%`;
             total.append(part);
-            const text = `${label}: ${counted(count, "request", "requests")}` + (failed ? `, ${failed} failed` : "");
-            return element("li", {}, count === 0 ? null : element("button", {
-                type: "button",
-                title: text,
-                "aria-label": text,
-                click: () => choose(conditions),
-            }, total));
+            const text = `${label}: ${counted(count, "request", "requests")}${failed ? `, ${failed} failed` : ""}`;
+            return element("li", {},
+                count === 0 ? null
+                            : element("button", {
+                                  type: "button",
+                                  title: text,
+                                  "aria-label": text,
+                                  click: () => choose(conditions),
+                              },
+                                  total));
         })),
         element("p", {class: "axis", "aria-hidden": "true"}, labels.map((label) => element("span", {}, label))));
 }
 
-function isFailed(request) {
-    return request.status !== null && request.status >= 500;
-}
+function isFailed(request) { return request.status !== null && request.status >= 500; }
 
 /** Returns bars between limits; `value(row)` is in a bar from a limit to before the next. */
 function barsBetween(limits, rows, value, describe) {
@@ -53,14 +55,17 @@ function durationChart(requests, choose) {
     const steps = [0n];
     for (let power = 1000n; power <= most * 10n || power === 1000n; power *= 10n)
         steps.push(power, 2n * power, 5n * power);
-    const limits = steps.slice(steps.findLastIndex((step) => step <= least), steps.findIndex((step) => step > most) + 1);
+    const limits =
+        steps.slice(steps.findLastIndex((step) => step <= least), steps.findIndex((step) => step > most) + 1);
     const bars = barsBetween(limits, timed, ({duration}) => nanoseconds(duration), (begin, end) => ({
         label: `${spanOfNanoseconds(Number(begin))} to ${spanOfNanoseconds(Number(end))}`,
         conditions: [`duration>=${begin}ns`, `duration<${end}ns`],
     }));
     // A label is below the limit: the middle of an odd number of bars is none.
-    const marks = bars.length % 2 === 0 ? [limits[0], limits[bars.length / 2], limits.at(-1)] : [limits[0], limits.at(-1)];
-    return columnChart("Durations (logarithmic scale)", bars, marks.map((limit) => spanOfNanoseconds(Number(limit))), choose);
+    const marks =
+        bars.length % 2 === 0 ? [limits[0], limits[bars.length / 2], limits.at(-1)] : [limits[0], limits.at(-1)];
+    return columnChart(
+        "Durations (logarithmic scale)", bars, marks.map((limit) => spanOfNanoseconds(Number(limit))), choose);
 }
 
 /** Returns the chart of requests over time. */

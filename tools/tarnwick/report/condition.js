@@ -1,9 +1,25 @@
 // Conditions on columns, as the option --where of the program takes them.
 
-const timeUnits = {ns: 1n, us: 1000n, "µs": 1000n, ms: 1000000n, s: 1000000000n, min: 60000000000n, h: 3600000000000n};
+const timeUnits = {
+    ns: 1n,
+    us: 1000n,
+    "µs": 1000n,
+    ms: 1000000n,
+    s: 1000000000n,
+    min: 60000000000n,
+    h: 3600000000000n
+};
 const sizeUnits = {
-    "": 1n, B: 1n, kB: 10n ** 3n, MB: 10n ** 6n, GB: 10n ** 9n, TB: 10n ** 12n,
-    KiB: 2n ** 10n, MiB: 2n ** 20n, GiB: 2n ** 30n, TiB: 2n ** 40n,
+    "": 1n,
+    B: 1n,
+    kB: 10n ** 3n,
+    MB: 10n ** 6n,
+    GB: 10n ** 9n,
+    TB: 10n ** 12n,
+    KiB: 2n ** 10n,
+    MiB: 2n ** 20n,
+    GiB: 2n ** 30n,
+    TiB: 2n ** 40n,
 };
 
 /** Reads a decimal number and its unit as a fraction. Returns null for other texts. */
@@ -15,14 +31,13 @@ function readQuantity(text, units) {
     return {numerator: sign ? -digits : digits, denominator: 10n ** BigInt(fraction.length)};
 }
 
-function readSpan(text) {
-    return text === "0" ? {numerator: 0n, denominator: 1n} : readQuantity(text, timeUnits);
-}
+function readSpan(text) { return text === "0" ? {numerator: 0n, denominator: 1n} : readQuantity(text, timeUnits); }
 
 /** Reads a date in the form of ISO 8601, which can have a time and a zone. */
 function readInstant(text) {
     const parts =
-        /^(\d{4})-(\d\d)-(\d\d)(?:[T ](\d\d):(\d\d)(?::(\d\d)(?:[.,](\d+))?)?(?:Z|([+-])(\d\d):?(\d\d)?)?)?$/.exec(text);
+        /^(\d{4})-(\d\d)-(\d\d)(?:[T ](\d\d):(\d\d)(?::(\d\d)(?:[.,](\d+))?)?(?:Z|([+-])(\d\d):?(\d\d)?)?)?$/.exec(
+            text);
     if (!parts)
         return null;
     const [year, month, day, hour, minute, second] = parts.slice(1, 7).map((part) => Number(part ?? 0));

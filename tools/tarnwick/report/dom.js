@@ -69,7 +69,8 @@ function longText(name, attributes, text) {
         type: "button",
         class: "more",
         click: () => result.replaceChildren(escapedText(text)),
-    }, `… show all ${text.length.toLocaleString("en")} characters`));
+    },
+        `… show all ${text.length.toLocaleString("en")} characters`));
     return result;
 }
 
@@ -79,9 +80,7 @@ function pathElement(text) {
 }
 
 /** Returns the largest number, or 1: the whole of bars. */
-function largest(numbers) {
-    return numbers.reduce((most, number) => Math.max(most, number), 1);
-}
+function largest(numbers) { return numbers.reduce((most, number) => Math.max(most, number), 1); }
 
 /** Returns a bar for a part of a whole. */
 function bar(part, className = "") {
@@ -92,6 +91,6 @@ function bar(part, className = "") {
 
 /** Returns a section with a heading, which a link of the page can reach. */
 function section(title, help, ...content) {
-    return element("section", {"aria-label": title},
-        element("h2", {tabindex: "-1"}, title), help ? element("p", {class: "help"}, help) : null, ...content);
+    return element("section", {"aria-label": title}, element("h2", {tabindex: "-1"}, title),
+        help ? element("p", {class: "help"}, help) : null, ...content);
 }

@@ -17,12 +17,18 @@ function errorRows(report) {
 function errorsView(report, state) {
     const rows = errorRows(report);
     const most = largest(rows.map(({count}) => count));
-    const startOf = (request) => requestLink(report, request, state, request.start ? instantText(request.start) : `@${request.number}`);
+    const startOf = (request) =>
+        requestLink(report, request, state, request.start ? instantText(request.start) : `@${request.number}`);
     const columns = [
         {title: "count", isNumber: true, cell: (row) => [bar(row.count / most, "bad"), String(row.count)]},
-        {title: "requests", isNumber: true, cell: (row) => element("a", {
-            href: hashOf({...initialState, error: row.number}),
-        }, String(row.requests))},
+        {
+            title: "requests",
+            isNumber: true,
+            cell: (row) => element("a", {
+                href: hashOf({...initialState, error: row.number}),
+            },
+                String(row.requests))
+        },
         {title: "error", isHeader: true, cell: (row) => longText("span", {}, plainText(row.name))},
         {title: "first request", cell: (row) => startOf(row.first)},
         {title: "last request", cell: (row) => startOf(row.last)},
@@ -32,6 +38,6 @@ function errorsView(report, state) {
         element("p", {class: "help"},
             "Errors and exceptions of all requests, the most frequent first. The number of requests links to the list."),
         rows.length > 0 ? table(counted(rows.length, "different error", "different errors"), columns, rows)
-            : element("p", {class: "empty"}, "The requests reported no errors."),
+                        : element("p", {class: "empty"}, "The requests reported no errors."),
     ];
 }

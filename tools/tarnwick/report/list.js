@@ -1,6 +1,7 @@
 // The list of requests.
 
-const shortColumns = ["number", "start", "method", "uri", "status", "duration", "memory", "errors", "events", "statements"];
+const shortColumns =
+    ["number", "start", "method", "uri", "status", "duration", "memory", "errors", "events", "statements"];
 
 /** Returns the cell of a value, as the tables of the program print it. */
 function cellText(row, {name, type}) {
@@ -22,12 +23,17 @@ function dataColumns(all, names, state, cells) {
         title: column.title,
         isNumber: column.type === "number" || column.type === "span",
         className: `column-${column.name}`,
-        sorted: state.sort?.name !== column.name ? "none" : state.sort.isDescending ? "descending" : "ascending",
-        sort: () => navigate({...state, sort: {
-            name: column.name,
-            // The first click shows the largest values.
-            isDescending: state.sort?.name === column.name ? !state.sort.isDescending : column.type !== "text",
-        }}),
+        sorted: state.sort?.name !== column.name ? "none"
+            : state.sort.isDescending            ? "descending"
+                                                 : "ascending",
+        sort: () => navigate({
+            ...state,
+            sort: {
+                name: column.name,
+                // The first click shows the largest values.
+                isDescending: state.sort?.name === column.name ? !state.sort.isDescending : column.type !== "text",
+            }
+        }),
         cell: cells[column.name] ?? ((row) => cellText(row, column)),
     }));
 }
@@ -59,7 +65,8 @@ function requestName(report, request) {
 }
 
 function requestLink(report, request, state, ...content) {
-    return element("a", {href: hashOf({...state, view: "requests", request: requestName(report, request)})}, ...content);
+    return element(
+        "a", {href: hashOf({...state, view: "requests", request: requestName(report, request)})}, ...content);
 }
 
 function listView(report, state) {
@@ -68,8 +75,8 @@ function listView(report, state) {
     const cells = {
         uri: (request) => requestLink(report, request, state, cellText(request, {name: "uri", type: "text"})),
         number: (request) => `@${request.number}`,
-        status: (request) => element("span", {class: isFailed(request) ? "bad" : null},
-            request.status === null ? "-" : String(request.status)),
+        status: (request) => element(
+            "span", {class: isFailed(request) ? "bad" : null}, request.status === null ? "-" : String(request.status)),
         errors: (request) => element("span", {class: request.errors > 0 ? "bad" : null}, String(request.errors)),
     };
     const columns = dataColumns(report.request_columns, shortColumns, state, cells);
@@ -79,11 +86,14 @@ function listView(report, state) {
         summaryLine(report, requests),
         element("div", {class: "charts"}, timeChart(requests, add), durationChart(requests, add)),
         filterForm(report, state),
-        requests.length > 0 ? table(requests.length === report.requests.length
-            ? counted(requests.length, "request", "requests")
-            : `${requests.length} of ${counted(report.requests.length, "request", "requests")}`, columns, requests)
-            : element("p", {class: "empty"}, report.requests.length > 0
-                ? "No request fulfils the conditions." : "The captures contain no requests."),
+        requests.length > 0
+            ? table(requests.length === report.requests.length
+                      ? counted(requests.length, "request", "requests")
+                      : `${requests.length} of ${counted(report.requests.length, "request", "requests")}`,
+                  columns, requests)
+            : element("p", {class: "empty"},
+                  report.requests.length > 0 ? "No request fulfils the conditions."
+                                             : "The captures contain no requests."),
     ];
 }
 
@@ -93,15 +103,15 @@ function summaryLine(report, requests) {
     const slowest = sortedRows(timed, {name: "duration", type: "span"}, true)[0];
     const failed = requests.filter(isFailed).length;
     const withErrors = requests.filter(({errors}) => errors > 0).length;
-    const figure = (value, label, state) => element("li", {}, element(state ? "a" : "span",
-        {href: state ? hashOf({...initialState, ...state}) : null},
-        element("strong", {}, value), " ", label));
+    const figure = (value, label, state) => element("li", {},
+        element(state ? "a" : "span", {href: state ? hashOf({...initialState, ...state}) : null},
+            element("strong", {}, value), " ", label));
     return element("ul", {class: "figures"},
         figure(requests.length.toLocaleString("en"), requests.length === 1 ? "request" : "requests"),
         figure(String(failed), "failed (status 500 or more)", failed > 0 && {conditions: ["status>=500"]}),
         figure(String(withErrors), "with PHP errors", withErrors > 0 && {view: "errors"}),
-        slowest ? figure(spanText(slowest.duration), "slowest request",
-            {request: requestName(report, slowest)}) : null);
+        slowest ? figure(spanText(slowest.duration), "slowest request", {request: requestName(report, slowest)})
+                : null);
 }
 
 function filterForm(report, state) {
@@ -114,8 +124,10 @@ function filterForm(report, state) {
         placeholder: "for example, status>=500",
         "aria-describedby": "fault",
     });
-    const examples = ["status>=500", "errors>0", "duration>500ms", "memory>64MB", "statements>20", "method=POST",
-        "uri~admin", "!complete"];
+    const examples = [
+        "status>=500", "errors>0", "duration>500ms", "memory>64MB", "statements>20", "method=POST", "uri~admin",
+        "!complete"
+    ];
     const submit = (event) => {
         event.preventDefault();
         try {
@@ -125,11 +137,13 @@ function filterForm(report, state) {
             fault.textContent = escapedText(error.message);
         }
     };
-    const chip = (text, without) => element("li", {}, element("button", {
-        type: "button",
-        "aria-label": `Remove ${text}`,
-        click: () => navigate(without),
-    }, text, element("span", {"aria-hidden": "true"}, " ×")));
+    const chip = (text, without) => element("li", {},
+        element("button", {
+            type: "button",
+            "aria-label": `Remove ${text}`,
+            click: () => navigate(without),
+        },
+            text, element("span", {"aria-hidden": "true"}, " ×")));
     return element("section", {class: "filter", "aria-label": "Filter"},
         element("form", {submit},
             element("label", {for: "condition"}, "Show only requests with"), input,
@@ -147,6 +161,6 @@ function filterForm(report, state) {
                 ["= != < <= > >=", "compare numbers, sizes (64MB), lengths of time (200ms, 1.5s) and points in time"],
                 ["~", "searches a text for a regular expression: uri~^/api"],
                 ["!complete", "a column alone: its value is present, or with ! absent; complete is true or false"],
-            ].map(([term, text]) => [element("dt", {}, element("code", {}, term)), element("dd", {}, text)]).flat()),
+            ].flatMap(([term, text]) => [element("dt", {}, element("code", {}, term)), element("dd", {}, text)])),
             element("p", {}, "Columns: ", element("code", {}, report.request_columns.map(({name}) => name).join(" ")))));
 }

@@ -1,7 +1,13 @@
 // What the page shows is in the hash of its address, so that links and the history of the browser work.
 
 const views = ["requests", "statements", "errors"];
-const initialState = {view: "requests", request: null, conditions: [], error: null, sort: null};
+const initialState = {
+    view: "requests",
+    request: null,
+    conditions: [],
+    error: null,
+    sort: null
+};
 
 function stateOf(hash) {
     const parameters = new URLSearchParams(hash.replace(/^#/, ""));
@@ -22,7 +28,8 @@ function hashOf(state) {
         parameters.append("view", state.view);
     if (state.request !== null)
         parameters.append("request", state.request);
-    state.conditions.forEach((text) => parameters.append("where", text));
+    for (const text of state.conditions)
+        parameters.append("where", text);
     if (state.error !== null)
         parameters.append("error", state.error);
     if (state.sort !== null)
@@ -30,16 +37,15 @@ function hashOf(state) {
     return `#${parameters}`;
 }
 
-function navigate(state) {
-    location.hash = hashOf(state);
-}
+function navigate(state) { location.hash = hashOf(state); }
 
 let report = null;
 let shownPlace = null; // view and request on the page
 
 async function show() {
     const state = stateOf(location.hash);
-    const view = state.request !== null ? requestView
+    const view = state.request !== null
+        ? requestView
         : {requests: listView, statements: statementsView, errors: errorsView}[state.view];
     const content = await view(report, state);
     if (hashOf(state) !== hashOf(stateOf(location.hash)))

@@ -3,14 +3,18 @@
 function requestHeading(request, details) {
     const start = recordsOf(details, "php.RInit")[0];
     const title = request.start === null ? "A request without a start"
-        : `${plainText(request.method) || "-"} ${plainText(request.uri) || "-"}`;
+                                         : `${plainText(request.method) || "-"} ${plainText(request.uri) || "-"}`;
     const facts = [
         ["status", request.status === null ? "no report of the end" : String(request.status), isFailed(request)],
         ["duration", request.duration === null ? "-" : spanText(request.duration)],
         ["memory", request.memory === null ? "-" : sizeText(request.memory)],
         ["started (UTC)", request.start === null ? "no report of the start" : instantText(request.start)],
-        ["statements", request.statements === 0 ? "0"
-            : `${request.statements} in ${spanOfNanoseconds(statementTime(details))}${partOf(details, request)}`],
+        [
+            "statements",
+            request.statements === 0
+                ? "0"
+                : `${request.statements} in ${spanOfNanoseconds(statementTime(details))}${partOf(details, request)}`
+        ],
         ["PHP", start ? `${start.version_major}.${start.version_minor}.${start.version_patch}` : "-"],
         ["number", `@${request.number}`],
         ["id", String(request.request_id)],
@@ -18,8 +22,9 @@ function requestHeading(request, details) {
     ];
     return [
         element("h1", {tabindex: "-1"}, title),
-        element("dl", {class: "facts"}, facts.map(([name, value, isBad]) => element("div", {},
-            element("dt", {}, name), element("dd", {class: isBad ? "bad" : null}, value)))),
+        element("dl", {class: "facts"},
+            facts.map(([name, value, isBad]) => element(
+                          "div", {}, element("dt", {}, name), element("dd", {class: isBad ? "bad" : null}, value)))),
     ];
 }
 
@@ -44,18 +49,20 @@ function requestLinks(report, state, request) {
         return other ? requestLink(report, other, state, text) : element("span", {class: "help"}, text);
     };
     return element("nav", {"aria-label": "Requests", class: "neighbours"},
-        element("a", {href: hashOf({...state, request: null})}, "← All requests"),
-        neighbour(-1, "Previous"), neighbour(1, "Next"));
+        element("a", {href: hashOf({...state, request: null})}, "← All requests"), neighbour(-1, "Previous"),
+        neighbour(1, "Next"));
 }
 
 function contents(sections) {
-    return element("nav", {"aria-label": "Sections", class: "contents"}, sections.map((part) => element("button", {
-        type: "button",
-        click: () => {
-            part.scrollIntoView();
-            part.querySelector("h2").focus({preventScroll: true});
+    return element("nav", {"aria-label": "Sections", class: "contents"},
+        sections.map((part) => element("button", {
+            type: "button",
+            click: () => {
+                part.scrollIntoView();
+                part.querySelector("h2").focus({preventScroll: true});
+            },
         },
-    }, part.getAttribute("aria-label"))));
+                         part.getAttribute("aria-label"))));
 }
 
 function findRequest(report, name) {

@@ -1,8 +1,6 @@
 // The sections of a request. Each is null if the request has no records for it.
 
-function recordsOf(details, name) {
-    return details.records.filter(({record}) => record === name);
-}
+function recordsOf(details, name) { return details.records.filter(({record}) => record === name); }
 
 /** Returns the time since the start of the request, or null if one of them has no time. */
 function sinceStart(request, time) {
@@ -27,8 +25,12 @@ function errorStep(record) {
 }
 
 const eventKinds = {
-    FunctionError: "function error", SlowFunctionExec: "slow function", SlowRequest: "slow request",
-    HighMemoryUsage: "high memory usage", PhpError: "PHP error", CustomEvent: "custom event",
+    FunctionError: "function error",
+    SlowFunctionExec: "slow function",
+    SlowRequest: "slow request",
+    HighMemoryUsage: "high memory usage",
+    PhpError: "PHP error",
+    CustomEvent: "custom event",
 };
 
 function eventStep(record) {
@@ -39,7 +41,9 @@ function eventStep(record) {
         time: record.timestamp,
         duration: detail.duration ?? null,
         name: plainText(detail.error_name ?? record.function?.name),
-        text: [...new Set(texts.map(plainText).filter((text) => text !== "" && text !== plainText(detail.error_name)))].join(" · "),
+        text: [
+            ...new Set(texts.map(plainText).filter((text) => text !== "" && text !== plainText(detail.error_name)))
+        ].join(" · "),
         place: placeText(detail.location ?? record.function?.location),
         trace: record.stack_trace,
         callSite: record.call_sites[0],
@@ -70,7 +74,8 @@ function stepsOf(details) {
     steps.forEach((step, index) => {
         const before = steps[index - 1];
         step.isRepeated = index > 0 && before.kind === "error" && step.kind === "event: PHP error" &&
-            !step.trace?.length && before.name === step.name && before.text === step.text && before.place === step.place;
+            !step.trace?.length && before.name === step.name && before.text === step.text &&
+            before.place === step.place;
     });
     return steps;
 }
@@ -104,8 +109,8 @@ function orderSection(request, details) {
     if (steps.length === 0)
         return null;
     const total = request.duration && isNormal(request.duration) ? Number(nanoseconds(request.duration)) : 0;
-    const slowestStatement = largest(steps.filter(({sql}) => sql !== undefined)
-        .map(({duration}) => Number(nanoseconds(duration))));
+    const slowestStatement =
+        largest(steps.filter(({sql}) => sql !== undefined).map(({duration}) => Number(nanoseconds(duration))));
     const row = (step) => {
         const passed = step.time ? sinceStart(request, step.time) : null;
         return element("li", {class: step.isBad ? "step bad-step" : "step"},
@@ -117,13 +122,14 @@ function orderSection(request, details) {
     };
     return section(`Errors, events and statements (${steps.length})`,
         "In the order in which they were reported. A short line marks the time of an error or event in the request; reports " +
-        "have no such time for statements. The bar of an event is its part of the request's duration. The bar of a " +
-        "statement compares it with the slowest statement of the request.",
+            "have no such time for statements. The bar of an event is its part of the request's duration. The bar of a " +
+            "statement compares it with the slowest statement of the request.",
         list("ol", {class: "steps"}, steps, row));
 }
 
 function statementsSection(details) {
-    const rows = [...details.statements].sort((left, right) => Number(nanoseconds(right.total) - nanoseconds(left.total)));
+    const rows =
+        [...details.statements].sort((left, right) => Number(nanoseconds(right.total) - nanoseconds(left.total)));
     if (rows.length === 0)
         return null;
     const cells = statementCells(longestTotal(rows));
@@ -147,14 +153,22 @@ function functionsSection(details) {
     rows.sort((left, right) => time(right, "time_first") - time(left, "time_first"));
     const most = largest(rows.map((row) => time(row, "time_first")));
     const columns = [
-        {title: "time_first", isNumber: true, cell: (row) => [bar(time(row, "time_first") / most), spanText(row.time_first)]},
+        {
+            title: "time_first",
+            isNumber: true,
+            cell: (row) => [bar(time(row, "time_first") / most), spanText(row.time_first)]
+        },
         {title: "time_second", isNumber: true, cell: (row) => spanText(row.time_second)},
         {title: "count", isNumber: true, cell: (row) => String(row.count)},
-        {title: "function", isHeader: true, cell: (row) =>
-            element("code", {}, plainText(row.name) || plainText(row.location?.file))},
+        {
+            title: "function",
+            isHeader: true,
+            cell: (row) => element("code", {}, plainText(row.name) || plainText(row.location?.file))
+        },
         {title: "defined at", cell: (row) => pathElement(placeText(row.location))},
     ];
-    return section(`Functions (${rows.length})`, "The two times that the profiler measured, the longest first. The bars compare the first time.",
+    return section(`Functions (${rows.length})`,
+        "The two times that the profiler measured, the longest first. The bars compare the first time.",
         table("Functions of the request", columns, rows));
 }
 
@@ -175,7 +189,8 @@ function changesSection(details) {
             return element("li", {},
                 element("span", {class: "key"}, item === null ? name : `${name}[${scalarText(key)}]`), " ",
                 element("span", {class: "change"}, oldGroup === null ? "new" : "changed"), " ", valueTree(value),
-                oldGroup === null ? null
+                oldGroup === null
+                    ? null
                     : element("div", {class: "old"}, "was ", valueTree(valueAt(start, oldGroup, oldItem)[1])));
         }));
 }
@@ -186,35 +201,37 @@ function superglobalsSection(details) {
         return null;
     const changes = new Set(details.changes.map(([, , group, item]) => `${group} ${item}`));
     const isStart = superglobalsOf(details, "init") !== null;
-    return section(isStart ? "Superglobals at the start" : "Superglobals", null,
-        values.map(([key, value], group) => {
-            const entries = entriesIn(value);
-            const mark = (item) => changes.has(`${group} ${item}`) ? element("span", {class: "change"}, "changed later ") : null;
-            if (entries === null || entries.length === 0)
-                return element("p", {}, element("span", {class: "key"}, scalarText(key)), " ", valueTree(value));
-            return lazyDetails(`${scalarText(key)} (${entries.length})`, () => entryList(entries, mark));
-        }));
+    return section(isStart ? "Superglobals at the start" : "Superglobals", null, values.map(([key, value], group) => {
+        const entries = entriesIn(value);
+        const mark = (item) =>
+            changes.has(`${group} ${item}`) ? element("span", {class: "change"}, "changed later ") : null;
+        if (entries === null || entries.length === 0)
+            return element("p", {}, element("span", {class: "key"}, scalarText(key)), " ", valueTree(value));
+        return lazyDetails(`${scalarText(key)} (${entries.length})`, () => entryList(entries, mark));
+    }));
 }
 
 function headersSection(details, record, title) {
     const headers = recordsOf(details, record).flatMap(({headers: list}) => list);
     if (headers.length === 0)
         return null;
-    return section(`${title} (${headers.length})`, null, element("dl", {class: "headers"}, headers.flatMap(([name, value]) => [
-        element("dt", {}, scalarText(name)),
-        element("dd", {}, value.kind === "undefined" ? "" : valueTree(value)),
+    return section(`${title} (${headers.length})`, null,
+        element("dl", {class: "headers"},
+            headers.flatMap(([name, value]) => [element("dt", {}, scalarText(name)),
+                                element("dd", {}, value.kind === "undefined" ? "" : valueTree(value)),
     ])));
 }
 
 function bodySection(details, record, title) {
     const texts = recordsOf(details, record)
-        .flatMap((body) => ["text_0", "text_1"].map((name) => ({name, text: plainText(body[name])})))
-        .filter(({text}) => text !== "");
+                      .flatMap((body) => ["text_0", "text_1"].map((name) => ({name, text: plainText(body[name])})))
+                      .filter(({text}) => text !== "");
     if (texts.length === 0)
         return null;
-    return section(title, null, texts.flatMap(({name, text}) => [
-        element("p", {class: "help"}, `${name}, ${counted(text.length, "character", "characters")}`),
-        longText("pre", {tabindex: "0"}, text),
+    return section(title, null,
+        texts.flatMap(({name,
+            text}) => [element("p", {class: "help"}, `${name}, ${counted(text.length, "character", "characters")}`),
+                          longText("pre", {tabindex: "0"}, text),
     ]));
 }
 
@@ -222,11 +239,12 @@ function storageSection(details) {
     const storages = recordsOf(details, "glimmet.Storage");
     if (storages.length === 0)
         return null;
-    return section(`Storage (${storages.length})`, null, storages.map(({name, entries}) =>
-        lazyDetails(`${plainText(name)} (${entries.length})`, () => element("dl", {class: "headers"}, entries.flatMap((entry) => [
-            element("dt", {}, plainText(entry.name)),
-            element("dd", {}, entry.values.map(plainText).join(", ")),
-        ])))));
+    return section(`Storage (${storages.length})`, null,
+        storages.map(({name, entries}) => lazyDetails(`${plainText(name)} (${entries.length})`,
+                         () => element("dl", {class: "headers"},
+                             entries.flatMap((entry) => [element("dt", {}, plainText(entry.name)),
+                                                 element("dd", {}, entry.values.map(plainText).join(", ")),
+    ])))));
 }
 
 function recordsSection(details) {

@@ -7,19 +7,24 @@
  * The roles are those of the elements; browsers forget them where the style of narrow screens changes the layout.
  */
 function table(caption, columns, rows) {
-    const head = element("tr", {role: "row"}, columns.map((column) => element("th", {
-        scope: "col",
-        role: "columnheader",
-        class: column.isNumber ? "number" : null,
-        "aria-sort": column.sort ? column.sorted ?? "none" : null,
-    }, column.sort ? element("button", {type: "button", click: column.sort}, column.title) : column.title)));
-    const [body, more = null] = list("tbody", {role: "rowgroup"}, rows, (row) =>
-        element("tr", {role: "row"}, columns.map((column) => element(column.isHeader ? "th" : "td", {
-            scope: column.isHeader ? "row" : null,
-            role: column.isHeader ? "rowheader" : "cell",
-            class: [column.isNumber ? "number" : "", column.className ?? ""].join(" ").trim() || null,
-            "data-title": column.title,
-        }, column.cell(row)))));
+    const head = element("tr", {role: "row"},
+        columns.map(
+            (column) => element("th", {
+                scope: "col",
+                role: "columnheader",
+                class: column.isNumber ? "number" : null,
+                "aria-sort": column.sort ? column.sorted ?? "none" : null,
+            },
+                column.sort ? element("button", {type: "button", click: column.sort}, column.title) : column.title)));
+    const [body, more = null] = list("tbody", {role: "rowgroup"}, rows,
+        (row) => element("tr", {role: "row"},
+            columns.map((column) => element(column.isHeader ? "th" : "td", {
+                scope: column.isHeader ? "row" : null,
+                role: column.isHeader ? "rowheader" : "cell",
+                class: [column.isNumber ? "number" : "", column.className ?? ""].join(" ").trim() || null,
+                "data-title": column.title,
+            },
+                            column.cell(row)))));
     if (more !== null) {
         new IntersectionObserver((entries) => {
             if (entries.some((entry) => entry.isIntersecting))
@@ -27,6 +32,7 @@ function table(caption, columns, rows) {
         }).observe(more);
     }
     return element("div", {class: "table", role: "region", "aria-label": caption, tabindex: "0"},
-        element("table", {role: "table"}, element("caption", {}, caption), element("thead", {role: "rowgroup"}, head), body),
+        element("table", {role: "table"}, element("caption", {}, caption), element("thead", {role: "rowgroup"}, head),
+            body),
         more);
 }

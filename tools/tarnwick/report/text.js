@@ -11,22 +11,14 @@ function escapedText(text) {
 }
 
 /** Returns the nanoseconds of a time, as a BigInt. */
-function nanoseconds(time) {
-    return BigInt(time.seconds) * 1000000000n + BigInt(time.nanos);
-}
+function nanoseconds(time) { return BigInt(time.seconds) * 1000000000n + BigInt(time.nanos); }
 
-function isNormal(time) {
-    return time.nanos >= 0 && time.nanos < 1e9 && time.seconds >= 0;
-}
+function isNormal(time) { return time.nanos >= 0 && time.nanos < 1e9 && time.seconds >= 0; }
 
 /** Returns whether a point in time is a date from 1970 to 9999. */
-function isDate(time) {
-    return isNormal(time) && time.seconds <= 253402300799;
-}
+function isDate(time) { return isNormal(time) && time.seconds <= 253402300799; }
 
-function storedTime(time) {
-    return `${time.seconds} s, ${time.nanos} ns`;
-}
+function storedTime(time) { return `${time.seconds} s, ${time.nanos} ns`; }
 
 /** Returns a value of at least 0 with three significant digits, in the largest unit in which it is at least 1. */
 function scaledText(value, units) {
@@ -41,13 +33,9 @@ function spanOfNanoseconds(value) {
     return value >= 1e12 ? `${Math.floor(value / 1e9)} s` : scaledText(value, ["ns", "µs", "ms", "s"]);
 }
 
-function spanText(time) {
-    return isNormal(time) ? spanOfNanoseconds(Number(nanoseconds(time))) : storedTime(time);
-}
+function spanText(time) { return isNormal(time) ? spanOfNanoseconds(Number(nanoseconds(time))) : storedTime(time); }
 
-function sizeText(bytes) {
-    return bytes < 0 ? `${bytes} B` : scaledText(Number(bytes), ["B", "kB", "MB", "GB", "TB"]);
-}
+function sizeText(bytes) { return bytes < 0 ? `${bytes} B` : scaledText(Number(bytes), ["B", "kB", "MB", "GB", "TB"]); }
 
 /** Returns a point in time in UTC, with milliseconds. */
 function instantText(time) {
@@ -66,6 +54,4 @@ function plainText(value) {
     return typeof value === "object" ? `(base64) ${value.base64}` : String(value);
 }
 
-function counted(count, one, many) {
-    return `${count.toLocaleString("en")} ${count === 1 ? one : many}`;
-}
+function counted(count, one, many) { return `${count.toLocaleString("en")} ${count === 1 ? one : many}`; }

@@ -23,7 +23,7 @@ function describeValue(value) {
         return `array (${entries.length})`;
     const content = value.value;
     return value.kind === "object" ? `object ${plainText(content.class_name)} (${entries.length})`
-        : `resource ${plainText(content.type_name)} ${scalarText(content.value)}`;
+                                   : `resource ${plainText(content.type_name)} ${scalarText(content.value)}`;
 }
 
 /** Returns the element of a value. Arrays with many elements are closed at first. */
@@ -40,7 +40,9 @@ function valueTree(value, isOpen = true) {
 
 /** Returns a list of entries; `mark(index)` returns what precedes the value, for entries that changed. */
 function entryList(entries, mark = () => null) {
-    return list("ul", {class: "tree"}, entries, ([key, value], index) =>
-        value.kind === "undefined" && mark(index) === null ? null : element("li", {},
-            element("span", {class: "key"}, scalarText(key)), " ", mark(index), valueTree(value, false)));
+    return list("ul", {class: "tree"}, entries,
+        ([key, value], index) => value.kind === "undefined" && mark(index) === null
+            ? null
+            : element("li", {}, element("span", {class: "key"}, scalarText(key)), " ", mark(index),
+                  valueTree(value, false)));
 }
