@@ -102,5 +102,17 @@ TEST(Records, have_a_layout_assertion)
                 IsEmpty());
 }
 
+// The test programs instantiate the template themselves; clients cannot.
+TEST(Records, print_with_the_library_alone)
+{
+    auto const print = text_of("libs/tarnwick/data/print.cpp");
+    EXPECT_THAT(lacking(AllRecords(),
+                        [&](Name const &name) {
+                            return contains(print, "\ntemplate struct TARNWICK_EXPORT PartText<(" + name.family +
+                                                       "::)?(detail::)?" + name.record + ">;");
+                        }),
+                IsEmpty());
+}
+
 } // namespace
 } // namespace tarnwick::data::records_test
