@@ -55,8 +55,8 @@ Frame end(std::string const &more = {})
                " }");
 }
 
-/// Returns the page of the request of these frames, from its third line on.
-std::string sections(std::vector<Frame> const &frames, RequestPageStyle const &style = {.masks = Masks(MaskRules())})
+/// Returns the page of the last request of these frames.
+std::string page_of(std::vector<Frame> const &frames, RequestPageStyle const &style = {.masks = Masks(MaskRules())})
 {
     std::string capture;
     for (auto const &frame : frames)
@@ -65,9 +65,15 @@ std::string sections(std::vector<Frame> const &frames, RequestPageStyle const &s
     test::MemoryFile const nowhere;
     Output output(nowhere.descriptor());
     RereadableCaptures const captures({file.name()});
-    auto const search = find_request(captures, {RequestName::Kind::id, 7}, {}, output);
+    auto const search = find_request(captures, {RequestName::Kind::last, 0}, {}, output);
     EXPECT_TRUE(search.request.has_value());
-    auto const page = request_page(search.request.value(), style);
+    return request_page(search.request.value(), style);
+}
+
+/// The same from its third line on.
+std::string sections(std::vector<Frame> const &frames, RequestPageStyle const &style = {.masks = Masks(MaskRules())})
+{
+    auto const page = page_of(frames, style);
     return page.substr(page.find('\n', page.find('\n') + 1) + 1);
 }
 
@@ -104,28 +110,18 @@ TEST(RequestPage, fits_the_width_of_a_terminal)
 
 TEST(RequestPage, begins_with_the_request_line_and_the_origin)
 {
-    auto const page = [](std::vector<Frame> const &frames) {
-        std::string capture;
-        for (auto const &frame : frames)
-            capture += delimited(frame);
-        test::TemporaryFile const file(capture);
-        test::MemoryFile const nowhere;
-        Output output(nowhere.descriptor());
-        RereadableCaptures const captures({file.name()});
-        return request_page(find_request(captures, {RequestName::Kind::last, 0}, {}, output).request.value(),
-                            {.masks = Masks(MaskRules())});
-    };
-    EXPECT_EQ(page({start("info { version { major: 8 minor: 4 patch: 1 } }"), end()}),
+    EXPECT_EQ(page_of({start("info { version { major: 8 minor: 4 patch: 1 } }"), end()}),
               "GET /page  200  20.0 ms  2.00 MB\n"
               "  @1, id 7, rpc, started 2023-11-14 22:13:20.000 UTC, PHP 8.4.1\n");
-    EXPECT_EQ(page({start()}), "GET /page\n"
-                               "  @1, id 7, rpc, started 2023-11-14 22:13:20.000 UTC, PHP 0.0.0\n"
-                               "  incomplete: no report of the end\n");
-    EXPECT_EQ(page({end()}), "a request without a start  200  20.0 ms  2.00 MB\n"
-                             "  @1, id 7, rpc\n"
-                             "  incomplete: no report of the start\n");
-    EXPECT_EQ(page({php("rinit { request { text_0: 'GET' text_1: '/p?token=abcdefgh&n=1' } }"), end()}).substr(0, 24),
-              "GET /p?token=[masked]&n=");
+    EXPECT_EQ(page_of({start()}), "GET /page\n"
+                                  "  @1, id 7, rpc, started 2023-11-14 22:13:20.000 UTC, PHP 0.0.0\n"
+                                  "  incomplete: no report of the end\n");
+    EXPECT_EQ(page_of({end()}), "a request without a start  200  20.0 ms  2.00 MB\n"
+                                "  @1, id 7, rpc\n"
+                                "  incomplete: no report of the start\n");
+    EXPECT_EQ(
+        page_of({php("rinit { request { text_0: 'GET' text_1: '/p?token=abcdefgh&n=1' } }"), end()}).substr(0, 24),
+        "GET /p?token=[masked]&n=");
 }
 
 TEST(RequestPage, prints_errors_and_events_in_their_order)

@@ -38,14 +38,15 @@ TEST(TextWidth, counts_columns)
         EXPECT_EQ(text_width(text), columns) << testing::PrintToString(text);
 }
 
+struct CutCase {
+    char const *text;
+    std::size_t columns;
+    char const *cut;
+};
+
 TEST(CutLines, end_with_an_ellipsis_in_the_last_column)
 {
-    struct Case {
-        char const *text;
-        std::size_t columns;
-        char const *cut;
-    };
-    Case const cases[] = {
+    CutCase const cases[] = {
         {"", 1, ""},
         {"abcd", 4, "abcd"},
         {"abcd", 3, "ab…"},
@@ -67,12 +68,7 @@ TEST(CutLines, end_with_an_ellipsis_in_the_last_column)
 
 TEST(CutMiddle, keeps_the_start_and_the_end)
 {
-    struct Case {
-        char const *text;
-        std::size_t columns;
-        char const *cut;
-    };
-    Case const cases[] = {
+    CutCase const cases[] = {
         {"", 1, ""},
         {"abcd", 4, "abcd"},
         {"abcdefgh", 1, "…"},
