@@ -70,8 +70,8 @@ bool reads_back(php::PelorinArray const &written, php::PelorinArray const &read)
     return true;
 }
 
-/// Whether `read` is what the table of `to_protobuf` says for a record that is written into a message and read from it.
-/// Each decoding of a name drops a byte-order mark at its start.
+/// Whether `read` is what the table of `to_protobuf` describes for a record that is written into a message and read from
+/// it. Each decoding of a name drops a byte-order mark at its start.
 bool reads_back(php::ZVal const &written, php::ZVal const &read)
 {
     if (written->kind() == Kind::undefined || written->kind() == Kind::null)

@@ -33,7 +33,7 @@ using Frame = tarnwick::capture::v1::Frame;
 using program::CaptureReader;
 using program::Dialect;
 
-/// Returns the messages of an input. The last one can have fewer bytes than its number says.
+/// Returns the messages of an input. The last one can have fewer bytes than announced.
 std::vector<std::string> messages_of(std::string_view input)
 {
     std::vector<std::string> messages;
@@ -57,7 +57,7 @@ std::string input_of(std::vector<std::string> const &messages)
     return input;
 }
 
-/// Returns the request that a frame starts, by the parser of protobuf. Returns nothing also if the report does not parse.
+/// Returns the request that a frame starts, by the parser of protobuf. Returns nothing if the report does not parse.
 std::optional<std::pair<std::uint64_t, Dialect>> start_in(Frame const &frame)
 {
     if (frame.report_case() == Frame::kRinit)

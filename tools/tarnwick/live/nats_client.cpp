@@ -60,7 +60,7 @@ Options options_for(NatsAddress const &address)
     return options;
 }
 
-/// Returns what the library or the server says, without the library's line of code: `(conn.c:2143): text`.
+/// Returns what the library or the server reports, without the library's line of code: `(conn.c:2143): text`.
 std::string status_text(natsStatus status)
 {
     auto const *const last = nats_GetLastError(nullptr);

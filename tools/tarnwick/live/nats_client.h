@@ -24,7 +24,7 @@ struct NatsDestroy {
 using NatsMessage = std::unique_ptr<natsMsg, NatsDestroy<natsMsg_Destroy>>;
 using NatsSubscription = std::unique_ptr<natsSubscription, NatsDestroy<natsSubscription_Destroy>>;
 
-/// Throws `NatsError` with what the server or the library says, unless the status is success.
+/// Throws `NatsError` with what the server or the library reports, unless the status is success.
 void check_nats(natsStatus status);
 
 /// The place of a message in its stream.
