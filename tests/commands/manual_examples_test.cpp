@@ -95,9 +95,9 @@ TEST(ReadmeExamples, match_the_program)
     auto const text = content_of(TARNWICK_SOURCES "/README.md");
     std::size_t runs = 0;
     Shell const shell;
-    for (auto const &[start, command] : {Start{"\n    ./dev demo ", "tarnwick ls --format=text "},
-                                         Start{"\n    ./dev shell -- build/release/tools/tarnwick/tarnwick show ",
-                                               "tarnwick show --format=text "}}) {
+    for (auto const &[start, command] :
+         {Start{"\n    ./dev demo ", "tarnwick ls --format=text "},
+          Start{"\n    ./dev shell -- build/release/tools/tarnwick/tarnwick show ", "tarnwick show --format=text "}}) {
         for (auto at = text.find(start); at != std::string::npos; at = text.find(start, at + 1), ++runs) {
             auto const arguments = at + start.size();
             auto const end = text.find('\n', arguments);

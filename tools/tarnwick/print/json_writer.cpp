@@ -117,7 +117,9 @@ char *escape(std::string_view bytes, char *out)
     return out;
 }
 
-/// Returns whether the code units that make a word as bytes are ASCII.
+constexpr std::ptrdiff_t units_per_word = sizeof(Word); ///< as bytes
+
+/// Returns whether code units that make a word as bytes are ASCII.
 bool is_ascii(char16_t const *units)
 {
     constexpr Word above_ascii = 0xff80'ff80'ff80'ff80U;
@@ -132,12 +134,12 @@ char *escape_ascii(QStringView &text, char *out)
 {
     auto const *at = text.utf16();
     auto const *const end = at + text.size();
-    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)) && is_ascii(at); at += sizeof(Word)) {
-        std::array<char, sizeof(Word)> bytes;
-        std::transform(at, at + sizeof(Word), bytes.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+    for (; end - at >= units_per_word && is_ascii(at); at += units_per_word) {
+        std::array<char, units_per_word> bytes;
+        std::transform(at, at + units_per_word, bytes.begin(), [](char16_t unit) { return static_cast<char>(unit); });
         out = escape(word_at(bytes.data()), out);
     }
-    for (; end - at < static_cast<std::ptrdiff_t>(sizeof(Word)) && at != end && *at < 0x80; ++at)
+    for (; end - at < units_per_word && at != end && *at < 0x80; ++at)
         out = escape(static_cast<char>(*at), out);
     text = text.last(end - at);
     return out;

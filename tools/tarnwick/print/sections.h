@@ -53,11 +53,12 @@ public:
     /// Writes a text in as many lines as its words need.
     void words(std::string_view text)
     {
+        auto const width = room();
         std::string row;
         while (!text.empty()) {
             auto const word = text.substr(0, text.find(' '));
             text.remove_prefix(std::min(word.size() + 1, text.size()));
-            if (!row.empty() && room() && row.size() + 1 + word.size() > *room())
+            if (!row.empty() && width && row.size() + 1 + word.size() > *width)
                 line(std::exchange(row, {}));
             row += row.empty() ? "" : " ";
             row += word;
