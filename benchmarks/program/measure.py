@@ -67,7 +67,10 @@ def main(program, parse_only, *captures):
     with tempfile.TemporaryDirectory() as folder:
         copies = pathlib.Path(folder) / "capture.tnw"
         database = pathlib.Path(folder) / "FILE"
-        copies.write_bytes(b"".join(pathlib.Path(capture).read_bytes() for capture in captures) * COPIES)
+        # Not all at once: the memory of a new process counts that of this one.
+        with copies.open("wb") as file:
+            for capture in captures * COPIES:
+                file.write(pathlib.Path(capture).read_bytes())
         commands = [[parse_only, copies]] + [[program, *arguments, copies] for arguments, _ in COMMANDS]
         best = [float("inf")] * len(commands)
         for _ in range(ROUNDS):
