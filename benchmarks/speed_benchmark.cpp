@@ -104,26 +104,22 @@ class InArena;
 template <class... Message>
 class InArena<std::tuple<Message...>> {
 public:
-    std::tuple<Message &...> messages() { return {*google::protobuf::Arena::Create<Message>(&arena_)...}; }
+    /// `block_size`: of the memory that the arena uses first, and keeps.
+    explicit InArena(std::size_t block_size = 0)
+        : block_(block_size)
+        , arena_(block_.data(), block_.size())
+    {
+    }
 
-private:
-    google::protobuf::Arena arena_;
-};
-
-/// Messages in an arena that serves one report after another and keeps its first block, as in `examples/receive_reports.cpp`.
-template <class Messages>
-class InReusedArena;
-
-template <class... Message>
-class InReusedArena<std::tuple<Message...>> {
-public:
     std::tuple<Message &...> messages() { return {*google::protobuf::Arena::Create<Message>(&arena_)...}; }
     void reset() { arena_.Reset(); }
 
 private:
-    std::vector<char> block_ = std::vector<char>(std::size_t{1} << 20U);
-    google::protobuf::Arena arena_{block_.data(), block_.size()};
+    std::vector<char> block_;
+    google::protobuf::Arena arena_;
 };
+
+constexpr std::size_t first_block = std::size_t{1} << 20U;
 
 /// Results of `make` for each report, made on first use.
 template <class Workload, class Make>
@@ -184,7 +180,7 @@ void add_messages(Suite const &suite)
         return arena;
     });
     suite.add("parse_and_drop/reused_arena", wire_of_report<Workload>,
-              [arena = std::make_shared<InReusedArena<Messages>>()](Wire const &wire) {
+              [arena = std::make_shared<InArena<Messages>>(first_block)](Wire const &wire) {
                   auto messages = arena->messages();
                   parse(wire, messages);
                   arena->reset();
@@ -228,7 +224,7 @@ void add_record(Suite const &suite)
         arena.reset();
     });
     suite.add("road/reused_arena", wire_of_report<Workload>,
-              [arena = std::make_shared<InReusedArena<Messages>>()](Wire const &wire) {
+              [arena = std::make_shared<InArena<Messages>>(first_block)](Wire const &wire) {
                   auto messages = arena->messages();
                   parse(wire, messages);
                   auto const record = build<Workload>(messages);
