@@ -138,6 +138,8 @@ Command const commands[] = {
          {{"-", "-"}, "standard input (-) can be read only once"},
          {{"a", "b", "--fail-if=status>1"}, "--fail-if: no limit is possible for 'status'"},
          {{"a", "--dialects", "--fail-if=duration>1s"}, "--fail-if: not with --dialects, which compares no durations"},
+         {{"a", "--dialects", "--dialect=rpc"}, "--dialect: not with --dialects, which compares both"},
+         {{"a", "b", "--where=urii"}, "--where: no column is named 'urii'; did you mean 'uri'?"},
          {{"a", "b", "--request=1"}, "--request: only with --dialects; name two requests as FILE:ID"},
          {{"a", "b", "--format=csv"}, "--format: 'csv' is not one of auto, text, jsonl"},
      }},

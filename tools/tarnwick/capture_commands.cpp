@@ -206,13 +206,20 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
                    "'memory>10MB'; can be repeated")
         ->type_name("NAME>LIMIT")
         ->allow_extra_args(false);
-    add_request_choice(sub, arguments.dialects.requests);
+    add_request_choice(sub, arguments.dialects.filter.reports.requests);
+    add_dialect(sub, options.filter.reports);
+    add_conditions(sub, arguments.conditions,
+                   "compare only requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");
+    add_top(sub, options.top, "only the first N differences of a kind");
     sub.footer(
         fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
                     "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
                     "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
     sub.callback([&, dialects] {
+        options.filter.conditions = read_conditions(arguments.conditions, request_columns());
         if (dialects->count() > 0) {
+            if (!options.filter.reports.dialects.empty())
+                throw CLI::ValidationError("--dialect", "not with --dialects, which compares both");
             if (!arguments.limits.empty())
                 throw CLI::ValidationError("--fail-if", "not with --dialects, which compares no durations");
             if (!arguments.places.empty())
@@ -220,10 +227,12 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
             check_files(arguments.dialects.files);
             arguments.dialects.format = options.format;
             arguments.dialects.mask = options.mask;
+            arguments.dialects.filter.conditions = options.filter.conditions;
+            arguments.dialects.top = options.top;
             command = [&arguments] { return diff_dialects(arguments.dialects); };
             return;
         }
-        if (!arguments.dialects.requests.empty())
+        if (!arguments.dialects.filter.reports.requests.empty())
             throw CLI::ValidationError("--request", "only with --dialects; name two requests as FILE:ID");
         read_places(arguments.places, options);
         for (auto const &limit : arguments.limits)

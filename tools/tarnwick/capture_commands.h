@@ -29,6 +29,7 @@ struct ChoiceOptions {
 struct DiffArguments {
     std::vector<std::string> places;
     std::vector<std::string> limits;
+    std::vector<std::string> conditions;
     DiffDialectsOptions dialects;
 };
 

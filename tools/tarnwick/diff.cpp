@@ -75,15 +75,15 @@ public:
         auto const automatic = output_.is_terminal() ? Format::text : Format::jsonl;
         bool const is_text = (options.format == Format::automatic ? automatic : options.format) == Format::text;
         masks_ = Masks::of(options.mask, is_text);
-        printer_ = is_text ? make_difference_text(output_) : make_difference_json(output_);
+        printer_ = is_text ? make_difference_text(output_, options.top) : make_difference_json(output_, options.top);
     }
 
     ExitStatus compare_requests(RequestName const &request_a, RequestName const &request_b)
     {
         RereadableCaptures const captures_a({options_.a.file});
         RereadableCaptures const captures_b({options_.b.file});
-        auto const a = find_request(captures_a, request_a, {}, output_);
-        auto const b = find_request(captures_b, request_b, {}, output_);
+        auto const a = find_request(captures_a, request_a, options_.filter, output_);
+        auto const b = find_request(captures_b, request_b, options_.filter, output_);
         auto const status = std::max(a.status, b.status);
         if (!a.request || !b.request)
             return status;
@@ -97,10 +97,10 @@ public:
         printer_->print_requests(compared_a, compared_b);
         for (auto const kind : activity_kinds)
             printer_->print(compare(kind, compared_a.activity.of(kind), compared_b.activity.of(kind), names_));
-        auto keys = compare_keys(a.request->records, b.request->records);
+        auto keys = compare_keys(key_arrays_of(a.request->records), key_arrays_of(b.request->records));
         for (auto &difference : keys) {
             for (auto &key : difference.path)
-                key = masked_key(key);
+                key = masked(key, ranges_of_key(masks_, key));
         }
         printer_->print(keys);
         return finish(status, {{"", &compared_a.profile, &compared_b.profile}});
@@ -120,10 +120,14 @@ public:
                 *text = routes_.shown(routes_.number_of(*text));
         }
         printer_->print_captures(a, b, routes);
-        for (auto const kind : activity_kinds) {
-            auto const [amounts_a, amounts_b] = mean_amounts(routes, kind);
-            printer_->print(compare(kind, amounts_a, amounts_b, names_));
+        for (auto const kind : activity_kinds)
+            printer_->print(compare(kind, routes, names_));
+        auto keys = compare_keys(routes);
+        for (auto &difference : keys) {
+            for (auto &key : difference.path)
+                key = keys_.shown(keys_.number_of(key));
         }
+        printer_->print(keys);
         std::vector<ProfilePair> pairs;
         for (auto const &route : routes) {
             if (route.a != nullptr && route.b != nullptr)
@@ -133,14 +137,6 @@ public:
     }
 
 private:
-    /// A line of a header that has no space after its colon is a key.
-    [[nodiscard]] std::string masked_key(std::string const &key) const
-    {
-        auto const name = key.substr(0, key.find(':'));
-        return name.size() < key.size() && masks_.is_secret(name) ? fmt::format("{}:{}", name, mask_text)
-                                                                  : masks_.text(key);
-    }
-
     ComparedRequest compared(std::string const &file, FoundRequest const &found)
     {
         ComparedRequest request{file, {}, {}};
@@ -165,9 +161,16 @@ private:
                 routes_.mask(routes_.number_of(text), masks_,
                              [](Masks const &masks, std::string_view part) { return masks.ranges(part); });
             mask_names(names_, request, masks_);
+            for (auto const *tree : request.keys.counted()) {
+                if (tree != nullptr)
+                    tree->for_each(
+                        [&](std::string const &key) { keys_.mask(keys_.number_of(key), masks_, ranges_of_key); });
+            }
         };
-        ActivitySink sink(names_, masks_, mask,
-                          [&](RequestActivity const &request) { capture.profiles[route_of(request)].add(request); });
+        ActivitySink sink(options_.filter.reports, names_, masks_, mask, [&](RequestActivity const &request) {
+            if (options_.filter.fits(request))
+                capture.profiles[route_of(request)].add(request);
+        });
         RecordFeed feed(sink);
         auto const status = read_captures(capture_files({capture.file}), output_,
                                           [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
@@ -188,6 +191,7 @@ private:
     std::unique_ptr<DifferencePrinter> printer_;
     NameTable names_;
     NameTable routes_;
+    NameTable keys_;
 };
 
 } // namespace

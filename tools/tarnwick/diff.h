@@ -2,10 +2,12 @@
 
 #include "exit_status.h"
 #include "print/masks.h"
+#include "requests/find_request.h"
 #include "requests/growth_limit.h"
 #include "requests/request_place.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace tarnwick::program {
@@ -17,6 +19,8 @@ struct DiffOptions {
     RequestPlace b; ///< a request if `a` is one, otherwise a capture
     Format format = Format::automatic;
     MaskOptions mask;
+    RequestFilter filter;
+    std::optional<std::uint64_t> top; ///< how many differences of a kind are printed
     std::vector<GrowthLimit> limits;
 };
 

@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <string_view>
 #include <tuple>
 #include <unistd.h>
@@ -38,14 +39,13 @@ struct TwofoldRequests {
     std::vector<std::uint64_t> last_frames;
 };
 
-TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, std::vector<std::uint64_t> const &ids,
+TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, RequestFilter const &filter,
                                       Masks const &masks, Output &output)
 {
     TwofoldRequests found;
-    ReportChoice const chosen{.requests = ids, .dialects = {}};
     ReportChoice const all;
     SummarySink sink(all, [&](RequestSummary const &request) {
-        if (!chosen.accepts(data::php::RequestId(request.id)))
+        if (!filter.fits(request))
             return;
         if (!request.dialects[0] || !request.dialects[1]) {
             ++found.others;
@@ -67,7 +67,7 @@ TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, std::v
         return fault;
     });
     sink.close_all();
-    found.status = chosen.check_requests(found.status);
+    found.status = filter.reports.check_requests(found.status);
     return found;
 }
 
@@ -79,13 +79,17 @@ std::string plural(std::uint64_t count, std::string_view noun)
 /// Prints each difference as a JSON object.
 class DifferenceLines {
 public:
-    explicit DifferenceLines(Output &output)
+    DifferenceLines(Output &output, std::optional<std::uint64_t> top)
         : output_(output)
+        , left_(top.value_or(UINT64_MAX))
     {
     }
 
     void add(DialectDifference const &difference)
     {
+        if (left_ == 0)
+            return;
+        --left_;
         JsonWriter writer;
         writer.begin_record({});
         writer.field("request_id");
@@ -121,6 +125,7 @@ public:
 
 private:
     Output &output_;
+    std::uint64_t left_; ///< to print
 };
 
 constexpr std::size_t longest_equal_start = 60; ///< of two values, in bytes
@@ -192,15 +197,17 @@ public:
         field.requests[difference.number] = true;
     }
 
-    void print(std::uint64_t pairs, std::uint64_t requests)
+    void print(std::uint64_t pairs, std::uint64_t requests, std::optional<std::uint64_t> top)
     {
         std::vector<std::pair<Key const *, Field const *>> fields;
         fields.reserve(fields_.size());
         for (auto const &[key, field] : fields_)
             fields.emplace_back(&key, &field);
         std::ranges::sort(fields, {}, [](auto const &entry) { return entry.second->order; });
-        for (auto const &[key, field] : fields)
+        for (auto const &[key, field] : fields | std::views::take(top.value_or(fields.size())))
             print(*key, *field);
+        if (fields.size() > top.value_or(fields.size()))
+            print_line(fmt::format("These are the first {} of {} fields that differ.", *top, fields.size()));
         print_line(fmt::format("Compared {} of records in {}: {}.", plural(pairs, "pair"), plural(requests, "request"),
                                count_ == 0 ? "no differences" : plural(count_, "difference")));
     }
@@ -265,11 +272,11 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
         options.format == Format::text || (options.format == Format::automatic && output.is_terminal());
     auto const masks = Masks::of(options.mask, is_text);
     RereadableCaptures const captures(options.files);
-    auto const requests = find_twofold_requests(captures, options.requests, masks, output);
+    auto const requests = find_twofold_requests(captures, options.filter, masks, output);
 
     if (requests.status == file_failure)
         return requests.status;
-    DifferenceLines lines(output);
+    DifferenceLines lines(output, options.top);
     DifferenceSummary summary(output);
     auto status = requests.status;
     DialectDifferences differences(
@@ -294,7 +301,7 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
         });
         differences.close_all();
         if (is_text)
-            summary.print(differences.pairs(), requests.count);
+            summary.print(differences.pairs(), requests.count, options.top);
     }
     output.flush();
     if (requests.others > 0)

@@ -16,7 +16,8 @@ struct DiffDialectsOptions {
     std::vector<std::string> files{"-"}; ///< `-` is standard input
     Format format = Format::automatic;
     MaskOptions mask;
-    std::vector<std::uint64_t> requests; ///< ids; all if empty
+    RequestFilter filter;
+    std::optional<std::uint64_t> top; ///< how many differences are printed
 };
 
 /// Prints where the dialects of requests disagree: as text, a field with its first difference; as JSON lines, each

@@ -125,6 +125,18 @@ TEST(DiffDialects, compares_the_chosen_requests)
     EXPECT_EQ(diff({"--request=8"}, capture).status, 0);
     EXPECT_EQ(diff({"--request=8"}, capture).err, "");
     EXPECT_EQ(diff({"--request=7", "--request=8"}, capture).status, 1);
+    EXPECT_EQ(diff({"--where=number=2"}, capture).status, 0);
+    EXPECT_EQ(diff({"--where=number=1"}, capture).status, 1);
+}
+
+TEST(DiffDialects, prints_as_many_differences_as_asked_for)
+{
+    auto const capture = ends(7, 200, 404) + errors(7, "message: 'a'", "message: 'b'") + ends(8, 200, 404);
+    auto const text = diff({"--format=text", "--top=1"}, capture).out;
+    EXPECT_THAT(text, AllOf(HasSubstr("response_status differs 2 times"), Not(HasSubstr("message differs")),
+                            HasSubstr("\nThese are the first 1 of 2 fields that differ.\n"
+                                      "Compared 3 pairs of records in 2 requests: 3 differences.\n")));
+    EXPECT_EQ(lines_of(diff({"--top=2"}, capture).out).size(), 2U);
 }
 
 TEST(DiffDialects, reads_several_captures_as_one)

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <string_view>
 
@@ -18,8 +19,9 @@ namespace {
 /// Prints each difference as a JSON object on a line.
 class DifferenceJson : public DifferencePrinter {
 public:
-    explicit DifferenceJson(Output &output)
+    DifferenceJson(Output &output, std::optional<std::uint64_t> top)
         : output_(output)
+        , top_(top.value_or(UINT64_MAX))
     {
     }
 
@@ -34,13 +36,10 @@ public:
     void print_captures(ComparedCapture const & /*a*/, ComparedCapture const & /*b*/,
                         std::vector<RouteDifference> const &routes) override
     {
-        for (auto const &route : routes) {
+        for (auto const &route : routes | std::views::take(top_)) {
             begin("route");
             write_text("change", std::string(name_of(route.change)));
-            auto const &[method, path] = route.route;
-            bool const has_start = !method.empty() || !path.empty();
-            write_optional_text("method", has_start ? std::optional(method) : std::nullopt);
-            write_optional_text("route", has_start ? std::optional(path) : std::nullopt);
+            write_route(&route.route);
             write_side("a", route.a, [this](Profile const &profile) { write(profile); });
             write_side("b", route.b, [this](Profile const &profile) { write(profile); });
             end();
@@ -49,9 +48,10 @@ public:
 
     void print(std::vector<ActivityDifference> const &differences) override
     {
-        for (auto const &difference : differences) {
+        for (auto const &difference : differences | std::views::take(top_)) {
             begin(name_of(difference.kind));
             write_text("change", std::string(name_of(difference.change)));
+            write_route(difference.route);
             write_text("name", difference.name);
             auto const write_amount = [&](Amount const &amount) { write(amount, difference.kind); };
             write_side("a", difference.a ? &*difference.a : nullptr, write_amount);
@@ -62,9 +62,10 @@ public:
 
     void print(std::vector<KeyDifference> const &differences) override
     {
-        for (auto const &difference : differences) {
+        for (auto const &difference : differences | std::views::take(top_)) {
             begin("key");
             write_text("change", std::string(name_of(difference.is_in_b ? Change::only_in_b : Change::only_in_a)));
+            write_route(difference.route);
             write_text("array", std::string(difference.array));
             json_.field("key");
             json_.begin_list();
@@ -106,6 +107,17 @@ private:
             json_.bytes(*text);
         else
             json_.absent();
+    }
+
+    /// Writes the members of a route; nothing for two requests.
+    void write_route(MethodAndRoute const *route)
+    {
+        if (route == nullptr)
+            return;
+        auto const &[method, path] = *route;
+        bool const has_start = !method.empty() || !path.empty();
+        write_optional_text("method", has_start ? std::optional(method) : std::nullopt);
+        write_optional_text("route", has_start ? std::optional(path) : std::nullopt);
     }
 
     /// Writes an object for a side that exists, otherwise null.
@@ -173,14 +185,15 @@ private:
     }
 
     Output &output_;
+    std::uint64_t top_;
     JsonWriter json_;
 };
 
 } // namespace
 
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output)
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top)
 {
-    return std::make_unique<DifferenceJson>(output);
+    return std::make_unique<DifferenceJson>(output, top);
 }
 
 } // namespace tarnwick::program

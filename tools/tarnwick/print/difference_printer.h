@@ -4,7 +4,9 @@
 #include "requests/difference.h"
 #include "requests/key_difference.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,7 +43,9 @@ public:
     virtual void finish() = 0;
 };
 
-std::unique_ptr<DifferencePrinter> make_difference_text(Output &output);
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output);
+/// `top`: how many differences of a kind are printed. Without it, text has all routes and ten of each other kind, and
+/// JSON lines have all differences.
+std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, std::optional<std::uint64_t> top);
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top);
 
 } // namespace tarnwick::program

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ranges>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -74,8 +75,9 @@ std::string growth_of_measure(Profile const *a, Profile const *b, std::size_t me
 /// Prints differences as tables for people.
 class DifferenceText : public DifferencePrinter {
 public:
-    explicit DifferenceText(Output &output)
+    DifferenceText(Output &output, std::optional<std::uint64_t> top)
         : output_(output)
+        , top_(top)
         , width_(terminal_width(STDOUT_FILENO))
     {
     }
@@ -105,8 +107,11 @@ public:
                 requests += profile.requests();
             print_line(fmt::format("{}  {}  (requests: {})", label, escaped_text(capture->file), requests));
         }
-        print_line("");
-        per_request_ = " per request";
+        is_of_captures_ = true;
+        if (!routes.empty())
+            print_line("");
+        if (auto const count = routes.size(); count > top_.value_or(count))
+            print_line(fmt::format("the first {} of {} routes", *top_, count));
         TextTable table({{"change", Align::left, 0, 0, 8},
                          {"duration", Align::left, 0, 0, 7},
                          {"growth", Align::right, 0, 0, 5},
@@ -117,7 +122,7 @@ public:
                          {"errors", Align::left, 0, 0, 6},
                          {"status", Align::left, 0, 0, 4}},
                         width_);
-        for (auto const &route : routes)
+        for (auto const &route : routes | std::views::take(top_.value_or(routes.size())))
             table.add({std::string(name_of(route.change)), change_of_measure(route.a, route.b, duration_measure),
                        growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(route.route)),
                        change_of_profiles(route.a, route.b,
@@ -126,12 +131,13 @@ public:
                        change_of_measure(route.a, route.b, statements_measure),
                        change_of_measure(route.a, route.b, errors_measure),
                        change_of_profiles(route.a, route.b, statuses_text)});
-        print_table(table);
+        if (!routes.empty())
+            print_table(table);
         bool const has_common_route = std::ranges::any_of(
             routes, [](RouteDifference const &route) { return route.a != nullptr && route.b != nullptr; });
         if (!has_common_route) {
             has_sections_ = true;
-            print_line("\nNo route is in both captures, so functions and statements are not compared.");
+            print_line("\nNo route is in both captures, so nothing else is compared.");
         }
     }
 
@@ -141,18 +147,14 @@ public:
             return;
         auto const kind = differences.front().kind;
         bool const has_times = kind == ActivityKind::function || kind == ActivityKind::statement;
-        print_heading(fmt::format("{}s{}", name_of(kind), per_request_), differences.size());
-        TextTable table = has_times ? TextTable({{"change", Align::left, 0, 0, 4},
-                                                 {"time", Align::left, 0, 0, 3},
-                                                 {"growth", Align::right, 0, 0, 2},
-                                                 {"count", Align::left, 0, 0, 1},
-                                                 {name_of(kind), Align::left, 0, TextTable::narrowest_text}},
-                                                width_)
-                                    : TextTable({{"change", Align::left, 0, 0, 2},
-                                                 {"count", Align::left, 0, 0, 1},
-                                                 {name_of(kind), Align::left, 0, TextTable::narrowest_text}},
-                                                width_);
-        for (auto const &difference : first(differences)) {
+        print_heading(fmt::format("{}s{}", name_of(kind), is_of_captures_ ? " per request" : ""), differences.size());
+        std::vector<TextTable::Column> columns{{"change", Align::left, 0, 0, 5}};
+        if (has_times)
+            columns.insert(columns.end(), {{"time", Align::left, 0, 0, 4}, {"growth", Align::right, 0, 0, 2}});
+        columns.push_back({"count", Align::left, 0, 0, 1});
+        columns.push_back({name_of(kind), Align::left, 0, TextTable::narrowest_text});
+        auto table = table_of(std::move(columns), 3);
+        for (auto const &difference : differences | std::views::take(max_rows())) {
             auto const &a = difference.a;
             auto const &b = difference.b;
             std::vector<std::string> cells{std::string(name_of(difference.change))};
@@ -162,7 +164,7 @@ public:
             }
             cells.push_back(optional_change_text(calls_text(a), calls_text(b)));
             cells.push_back(escaped_text(difference.name));
-            table.add(std::move(cells));
+            add_row(table, std::move(cells), difference.route);
         }
         print_table(table);
     }
@@ -172,15 +174,20 @@ public:
         if (differences.empty())
             return;
         print_heading("keys", differences.size());
-        TextTable table({{"change", Align::left}, {"array", Align::left}, {"key", Align::left}});
-        for (auto const &difference : first(differences)) {
+        auto table = table_of({{"change", Align::left, 0, 0, 3},
+                               {"array", Align::left, 0, 0, 2},
+                               {"key", Align::left, 0, TextTable::narrowest_text}},
+                              1);
+        for (auto const &difference : differences | std::views::take(max_rows())) {
             std::string key;
             for (auto const &part : difference.path) {
                 auto const text = escaped_text(part);
                 key += key.empty() ? text : fmt::format("[{}]", text);
             }
-            table.add({std::string(name_of(difference.is_in_b ? Change::only_in_b : Change::only_in_a)),
-                       std::string(difference.array), key});
+            add_row(table,
+                    {std::string(name_of(difference.is_in_b ? Change::only_in_b : Change::only_in_a)),
+                     std::string(difference.array), key},
+                    difference.route);
         }
         print_table(table);
     }
@@ -192,13 +199,22 @@ public:
     }
 
 private:
-    static constexpr std::size_t max_rows = 10; ///< of a section
+    /// Returns how many rows a section has, apart from that of routes.
+    [[nodiscard]] std::size_t max_rows() const { return top_.value_or(10); }
 
-    template <class Difference>
-    static std::vector<Difference> first(std::vector<Difference> const &differences)
+    /// Returns a table that ends with the route, for captures. `left_out`: see `TextTable::Column`.
+    [[nodiscard]] TextTable table_of(std::vector<TextTable::Column> columns, std::size_t left_out) const
     {
-        auto const count = std::min(differences.size(), max_rows);
-        return {differences.begin(), differences.begin() + static_cast<std::ptrdiff_t>(count)};
+        if (is_of_captures_)
+            columns.push_back({"route", Align::left, 0, TextTable::narrowest_text, left_out});
+        return TextTable(std::move(columns), width_);
+    }
+
+    static void add_row(TextTable &table, std::vector<std::string> cells, MethodAndRoute const *route)
+    {
+        if (route != nullptr)
+            cells.push_back(escaped_text(text_of(*route)));
+        table.add(std::move(cells));
     }
 
     static std::pair<std::string, std::string> method_and_uri(RequestSummary const &request)
@@ -226,21 +242,22 @@ private:
     void print_heading(std::string_view name, std::size_t count)
     {
         has_sections_ = true;
-        print_line(count > max_rows ? fmt::format("\n{}: the first {} of {} differences", name, max_rows, count)
-                                    : fmt::format("\n{}", name));
+        print_line(count > max_rows() ? fmt::format("\n{}: the first {} of {} differences", name, max_rows(), count)
+                                      : fmt::format("\n{}", name));
     }
 
     Output &output_;
+    std::optional<std::uint64_t> top_;
     std::optional<std::size_t> width_;
-    std::string_view per_request_; ///< after the names of means
+    bool is_of_captures_ = false;
     bool has_sections_ = false;
 };
 
 } // namespace
 
-std::unique_ptr<DifferencePrinter> make_difference_text(Output &output)
+std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, std::optional<std::uint64_t> top)
 {
-    return std::make_unique<DifferenceText>(output);
+    return std::make_unique<DifferenceText>(output, top);
 }
 
 } // namespace tarnwick::program

@@ -3,6 +3,7 @@
 #include "capture/record_feed.h"
 #include "print/masked_writer.h"
 #include "print/masks.h"
+#include "requests/report_choice.h"
 #include "requests/request_activity.h"
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
@@ -14,16 +15,17 @@
 
 namespace tarnwick::program {
 
-/// Reduces requests to their activities as their records arrive. A sink of `RecordFeed`. With masks, it collects the
+/// Reduces requests to their activities and keys as their records arrive. A sink of `RecordFeed`. With masks, it collects the
 /// secrets of all records, apart from parts of traces.
 class ActivitySink {
 public:
     using Use = std::function<void(RequestActivity &request)>;
 
     /// `pass_on` receives the requests in the order of closing. With masks, `mask` receives a request after each report
-    /// that adds names or secrets, because secrets of a request are forgotten while it is open. `names` stays valid.
-    ActivitySink(NameTable &names, Masks masks, Use mask, Use pass_on)
-        : masks_(std::move(masks))
+    /// that adds names or secrets, because secrets of a request are forgotten while it is open. `reports` and `names` stay valid.
+    ActivitySink(ReportChoice const &reports, NameTable &names, Masks masks, Use mask, Use pass_on)
+        : reports_(reports)
+        , masks_(std::move(masks))
         , mask_(std::move(mask))
         , builder_(names)
         , groups_(std::move(pass_on), RequestGroups<RequestActivity>::Order::closing)
@@ -37,7 +39,7 @@ public:
         groups_.close_all();
     }
 
-    [[nodiscard]] static bool accepts(Dialect /*dialect*/) { return true; }
+    [[nodiscard]] bool accepts(Dialect dialect) const { return reports_.accepts(dialect); }
     [[nodiscard]] static bool accepts(data::php::RequestId /*request_id*/) { return true; }
 
     template <class Message>
@@ -52,14 +54,18 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_activity<Record> || (masks_.are_on() && !is_trace_chunk<Record>);
+        return is_activity<Record> || has_key_array<Record> || (masks_.are_on() && !is_trace_chunk<Record>);
     }
     template <class Record>
-    void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
+    void take(Record const &record, ReportSource const &source, std::string_view view)
     {
         collect(masks_, record);
         if constexpr (is_activity<Record>) {
             builder_.add(*request_, record, source.dialect);
+            has_new_names_ = true;
+        }
+        if constexpr (has_key_array<Record>) {
+            request_->keys.add(record, source.dialect, view);
             has_new_names_ = true;
         }
     }
@@ -73,6 +79,7 @@ private:
         has_new_names_ = false;
     }
 
+    ReportChoice const &reports_;
     Masks masks_;
     Use mask_;
     ActivityBuilder builder_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <tuple>
+#include <utility>
 
 namespace tarnwick::program {
 namespace {
@@ -108,27 +109,21 @@ std::vector<RouteDifference> compare(Profiles const &a, Profiles const &b)
     return differences;
 }
 
-std::pair<Amounts, Amounts> mean_amounts(std::vector<RouteDifference> const &routes, ActivityKind kind)
+std::vector<ActivityDifference> compare(ActivityKind kind, std::vector<RouteDifference> const &routes,
+                                        NameTable const &names)
 {
-    double requests = 0;
-    for (auto const &route : routes) {
-        if (route.a != nullptr && route.b != nullptr)
-            requests += static_cast<double>(route.b->requests());
-    }
-    std::pair<Amounts, Amounts> means;
-    auto const add = [&](Amounts &target, Profile const &profile, double weight) {
-        auto const factor = weight / static_cast<double>(profile.requests());
-        for (auto const &[name, amount] : profile.totals(kind))
-            target[name] += amount * factor;
-    };
+    std::vector<ActivityDifference> differences;
     for (auto const &route : routes) {
         if (route.a == nullptr || route.b == nullptr)
             continue;
-        auto const weight = static_cast<double>(route.b->requests()) / requests;
-        add(means.first, *route.a, weight);
-        add(means.second, *route.b, weight);
+        for (auto &difference : compare(kind, route.a->means(kind), route.b->means(kind), names)) {
+            difference.route = &route.route;
+            differences.push_back(std::move(difference));
+        }
     }
-    return means;
+    // Equal differences stay in the order of routes.
+    std::ranges::stable_sort(differences, {}, activity_order);
+    return differences;
 }
 
 } // namespace tarnwick::program

@@ -27,19 +27,6 @@ constexpr std::string_view name_of(Change change)
 /// Returns whether B is larger (`if_more`) or smaller (`if_less`) than A. Differences that come from rounding are none.
 Change change_of(double a, double b, Change if_more, Change if_less);
 
-/// A function, statement, error or event that differs.
-struct ActivityDifference {
-    ActivityKind kind;
-    Change change;
-    std::string name; ///< masked
-    std::optional<Amount> a;
-    std::optional<Amount> b;
-};
-
-/// Returns what differs, the largest difference of time first, then of counts. A function is slower or faster if its
-/// time differs; otherwise, and for the other kinds first, the counts decide.
-std::vector<ActivityDifference> compare(ActivityKind kind, Amounts const &a, Amounts const &b, NameTable const &names);
-
 /// Method and route of requests. Both are empty for requests without a start.
 using MethodAndRoute = std::pair<std::string, std::string>;
 MethodAndRoute route_of(RequestSummary const &request);
@@ -62,8 +49,22 @@ struct RouteDifference {
 /// that only B has, then those that only A has. The result views the captures.
 std::vector<RouteDifference> compare(Profiles const &a, Profiles const &b);
 
-/// Returns the mean amounts of a request, over the routes that both captures have. Each route weighs as many requests as
-/// B has of it, so that a difference is not one of the mix of requests.
-std::pair<Amounts, Amounts> mean_amounts(std::vector<RouteDifference> const &routes, ActivityKind kind);
+/// A function, statement, error or event that differs.
+struct ActivityDifference {
+    ActivityKind kind;
+    Change change;
+    std::string name; ///< masked
+    // Amounts of a request; for captures, the means of the requests of a route.
+    std::optional<Amount> a;
+    std::optional<Amount> b;
+    MethodAndRoute const *route = nullptr; ///< null for two requests
+};
+
+/// Returns what differs, the largest difference of time first, then of counts. A function is slower or faster if its
+/// time differs; otherwise, and for the other kinds first, the counts decide.
+std::vector<ActivityDifference> compare(ActivityKind kind, Amounts const &a, Amounts const &b, NameTable const &names);
+/// The same for each route that both captures have. The result views `routes`.
+std::vector<ActivityDifference> compare(ActivityKind kind, std::vector<RouteDifference> const &routes,
+                                        NameTable const &names);
 
 } // namespace tarnwick::program

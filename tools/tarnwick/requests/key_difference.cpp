@@ -1,29 +1,16 @@
 #include "requests/key_difference.h"
 
-#include <tarnwick/data/php/request_headers.h>
-#include <tarnwick/data/php/response_headers.h>
-#include <tarnwick/data/php/superglobals.h>
 #include <tarnwick/data/php/zval.h>
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cstdint>
+#include <cstddef>
+#include <utility>
 #include <variant>
 
 namespace tarnwick::program {
 namespace {
 
 using data::php::PelorinArray;
-
-std::string key_text(data::php::ZVal const &key)
-{
-    if (auto const *text = std::get_if<std::string>(&key->value()))
-        return *text;
-    if (auto const *number = std::get_if<std::int64_t>(&key->value()))
-        return fmt::to_string(*number);
-    return "undefined";
-}
 
 /// Adds the keys that a result of `diff_keys` has. `other` is the argument of that call. The result shares keys and
 /// whole values with it, and has new arrays for those that differ in part.
@@ -45,49 +32,42 @@ void add_keys(PelorinArray const &result, PelorinArray const &other, KeyDifferen
     }
 }
 
-template <class Record>
-struct ArraySource {
-    std::string_view name;
-    std::string_view view;
-    PelorinArray const &(*array)(Record const &record);
-};
-
-template <class Record>
-PelorinArray const *find_array(ArraySource<Record> const &source, RequestRecords const &request)
-{
-    auto const &records = request.of_either<Record>();
-    auto const found = std::ranges::find(records, source.view, &ReportedRecord<Record>::view);
-    return found == records.end() ? nullptr : &source.array(found->record);
-}
-
-template <class Record>
-void compare_arrays(ArraySource<Record> const &source, RequestRecords const &a, RequestRecords const &b,
-                    std::vector<KeyDifference> &differences)
-{
-    auto const *array_a = find_array(source, a);
-    auto const *array_b = find_array(source, b);
-    if (array_a == nullptr || array_b == nullptr)
-        return;
-    KeyDifference current{source.name, false, {}};
-    add_keys((*array_b)->diff_keys(**array_a), *array_a, current, differences);
-    current.is_in_b = true;
-    add_keys((*array_a)->diff_keys(**array_b), *array_b, current, differences);
-}
-
 } // namespace
 
-std::vector<KeyDifference> compare_keys(RequestRecords const &a, RequestRecords const &b)
+std::vector<KeyDifference> compare_keys(KeyArrays const &a, KeyArrays const &b)
 {
-    using namespace data::php;
-    constexpr auto headers = [](auto const &record) -> PelorinArray const & { return record->headers(); };
-    constexpr auto values = [](Superglobals const &record) -> PelorinArray const & { return record->values(); };
     std::vector<KeyDifference> differences;
-    compare_arrays<RequestHeaders>({"request headers", "", headers}, a, b, differences);
-    compare_arrays<ResponseHeaders>({"response headers", "", headers}, a, b, differences);
-    compare_arrays<Superglobals>({"superglobals", "init", values}, a, b, differences);
-    compare_arrays<Superglobals>({"changed superglobals", "change", values}, a, b, differences);
-    compare_arrays<Superglobals>({"monitored superglobals", "all", values}, a, b, differences);
+    for (std::size_t i = 0; i < key_array_names.size(); ++i) {
+        if (!a[i] || !b[i])
+            continue;
+        KeyDifference current{.array = key_array_names[i], .is_in_b = false, .path = {}};
+        add_keys((*b[i])->diff_keys(**a[i]), *a[i], current, differences);
+        current.is_in_b = true;
+        add_keys((*a[i])->diff_keys(**b[i]), *b[i], current, differences);
+    }
     return differences;
+}
+
+std::vector<KeyDifference> compare_keys(std::vector<RouteDifference> const &routes)
+{
+    std::vector<KeyDifference> differences;
+    for (auto const &route : routes) {
+        if (route.a == nullptr || route.b == nullptr)
+            continue;
+        for (auto &difference : compare_keys(route.a->keys(), route.b->keys())) {
+            difference.route = &route.route;
+            differences.push_back(std::move(difference));
+        }
+    }
+    return differences;
+}
+
+TextRanges ranges_of_key(Masks const &masks, std::string_view key)
+{
+    auto const colon = key.find(':');
+    if (colon < key.size() && masks.is_secret(key.substr(0, colon)))
+        return {{colon + 1, key.size()}};
+    return masks.ranges(key);
 }
 
 } // namespace tarnwick::program

@@ -23,6 +23,15 @@ void Profile::add(RequestActivity const &request)
         for (auto const &[name, amount] : request.of(kind))
             totals[name] += amount;
     }
+    tarnwick::program::add(keys_, request.keys.counted());
+}
+
+Amounts Profile::means(ActivityKind kind) const
+{
+    auto means = totals_[static_cast<std::size_t>(kind)];
+    for (auto &[name, amount] : means)
+        amount = amount * (1 / static_cast<double>(requests_));
+    return means;
 }
 
 std::optional<double> Profile::mean(std::size_t measure) const

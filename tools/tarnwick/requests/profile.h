@@ -1,5 +1,6 @@
 #pragma once
 
+#include "requests/key_tree.h"
 #include "requests/request_activity.h"
 
 #include <array>
@@ -18,7 +19,7 @@ inline constexpr std::size_t memory_measure = 1;
 inline constexpr std::size_t statements_measure = 2;
 inline constexpr std::size_t errors_measure = 3;
 
-/// The means and totals of some requests.
+/// The means of some requests, and the keys of their arrays.
 class Profile {
 public:
     void add(RequestActivity const &request);
@@ -28,8 +29,10 @@ public:
     [[nodiscard]] std::optional<double> mean(std::size_t measure) const;
     /// How many requests ended with each status.
     [[nodiscard]] std::map<std::int32_t, std::uint64_t> const &statuses() const { return statuses_; }
-    /// The sums over all requests.
-    [[nodiscard]] Amounts const &totals(ActivityKind kind) const { return totals_[static_cast<std::size_t>(kind)]; }
+    /// The means over all requests.
+    [[nodiscard]] Amounts means(ActivityKind kind) const;
+    /// The keys that any of the requests has.
+    [[nodiscard]] KeyArrays keys() const { return arrays_of(keys_); }
 
 private:
     struct Sum {
@@ -41,6 +44,7 @@ private:
     std::array<Sum, measures.size()> sums_;
     std::map<std::int32_t, std::uint64_t> statuses_;
     std::array<Amounts, activity_kinds.size()> totals_;
+    KeyTrees keys_;
 };
 
 } // namespace tarnwick::program

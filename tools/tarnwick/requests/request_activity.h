@@ -3,6 +3,7 @@
 #include "capture/dialect.h"
 #include "print/masks.h"
 #include "print/text_ranges.h"
+#include "requests/key_tree.h"
 #include "requests/request_summary.h"
 
 #include <tarnwick/data/glimmet/functions.h>
@@ -71,6 +72,7 @@ using Amounts = std::unordered_map<std::uint32_t, Amount>;
 
 /// What a request did, without the records that reported it.
 struct RequestActivity : RequestSummary {
+    RequestKeys keys;
     /// Absent: no report of this kind in the dialect.
     std::array<std::array<std::optional<Amounts>, 2>, activity_kinds.size()> amounts;
 

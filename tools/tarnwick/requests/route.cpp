@@ -7,8 +7,6 @@
 namespace tarnwick::program {
 namespace {
 
-constexpr std::string_view id_placeholder = "{id}";
-
 bool is_decimal_digit(char character)
 {
     return character >= '0' && character <= '9';

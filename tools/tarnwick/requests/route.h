@@ -5,6 +5,9 @@
 
 namespace tarnwick::program {
 
+/// Replaces a word that identifies something.
+inline constexpr std::string_view id_placeholder = "{id}";
+
 /// Returns what the URIs of one page or one action have in common: the path, and the names of the query's parameters in
 /// alphabetical order, each once. Values of parameters and the fragment are left out.
 ///

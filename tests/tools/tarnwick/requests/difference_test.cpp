@@ -85,34 +85,28 @@ TEST(Routes, have_an_order_by_the_change_of_their_duration)
     EXPECT_THAT(changes(compare(a, b)), ElementsAre("faster /b", "slower /a", "same /c", "new /young", "gone /old"));
 }
 
-TEST(Routes, weigh_as_many_requests_as_b_has)
+TEST(Routes, have_differences_of_their_mean_amounts)
 {
+    NameTable names;
+    names.number_of("f"); // function 0
     Profiles a;
     Profiles b;
-    // The route /often is called more often in B, but each request calls the function as before.
-    for (int i = 0; i < 3; ++i)
-        a[{"GET", "/rare"}].add(request(1, 10, 1));
-    a[{"GET", "/often"}].add(request(5, 70, 1));
-    b[{"GET", "/rare"}].add(request(1, 10, 1));
-    for (int i = 0; i < 3; ++i)
-        b[{"GET", "/often"}].add(request(5, 70, 1));
-    b[{"GET", "/young"}].add(request(100, 1000, 1));
-    auto const [mean_a, mean_b] = mean_amounts(compare(a, b), ActivityKind::function);
-    EXPECT_DOUBLE_EQ(mean_a.at(0).count, 4);
-    EXPECT_DOUBLE_EQ(mean_a.at(0).nanoseconds, 55);
-    EXPECT_DOUBLE_EQ(mean_b.at(0).count, 4);
-    EXPECT_DOUBLE_EQ(mean_b.at(0).nanoseconds, 55);
-}
-
-TEST(Routes, have_no_mean_amounts_if_they_are_not_in_both)
-{
-    Profiles a;
-    Profiles b;
-    a[{"GET", "/old"}].add(request(1, 1, 1));
-    b[{"GET", "/young"}].add(request(1, 1, 1));
-    auto const [mean_a, mean_b] = mean_amounts(compare(a, b), ActivityKind::function);
-    EXPECT_THAT(mean_a, IsEmpty());
-    EXPECT_THAT(mean_b, IsEmpty());
+    // The changes of both routes cancel each other in the sum of all requests.
+    a[{"GET", "/slower"}].add(request(1, 10, 1));
+    a[{"GET", "/faster"}].add(request(1, 30, 1));
+    b[{"GET", "/slower"}].add(request(1, 20, 1));
+    b[{"GET", "/slower"}].add(request(1, 40, 1));
+    b[{"GET", "/faster"}].add(request(1, 10, 1));
+    a[{"GET", "/old"}].add(request(1, 10, 1));
+    b[{"GET", "/young"}].add(request(1, 10, 1));
+    auto const routes = compare(a, b);
+    auto const differences = compare(ActivityKind::function, routes, names);
+    EXPECT_THAT(changes(differences), ElementsAre("faster f", "slower f"));
+    EXPECT_EQ(differences[0].route->second, "/faster");
+    EXPECT_EQ(differences[1].route->second, "/slower");
+    EXPECT_DOUBLE_EQ(differences[1].a->nanoseconds, 10);
+    EXPECT_DOUBLE_EQ(differences[1].b->nanoseconds, 30);
+    EXPECT_DOUBLE_EQ(differences[1].b->count, 1);
 }
 
 TEST(Profile, has_means_of_the_requests_that_have_a_value)

@@ -1,0 +1,85 @@
+#include "requests/key_tree.h"
+
+#include "requests/route.h"
+
+#include <tarnwick/data/php/make_values.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <variant>
+
+namespace tarnwick::program {
+
+void KeyTree::add(data::php::PelorinArray const &array)
+{
+    for (auto const &[key, value] : array->elements()) {
+        bool const is_number = std::holds_alternative<std::int64_t>(key->value());
+        auto &place = keys_[is_number ? std::string(id_placeholder) : key_text(key)];
+        if (auto const *elements = std::get_if<data::php::PelorinArray>(&value->value()))
+            nested(place).add(*elements);
+    }
+}
+
+void KeyTree::add(KeyTree const &other)
+{
+    for (auto const &[key, other_nested] : other.keys_) {
+        auto &place = keys_[key];
+        if (other_nested)
+            nested(place).add(*other_nested);
+    }
+}
+
+data::php::PelorinArray KeyTree::array() const
+{
+    using namespace data::php;
+    PelorinArray::Elements elements;
+    for (auto const &[key, nested] : keys_)
+        elements.emplace_back(php_string(key), nested ? php_array(nested->array()) : php_null());
+    return php_elements(std::move(elements));
+}
+
+KeyTree &KeyTree::nested(std::unique_ptr<KeyTree> &place)
+{
+    if (!place)
+        place = std::make_unique<KeyTree>();
+    return *place;
+}
+
+void add(KeyTrees &trees, CountedKeys const &keys)
+{
+    for (std::size_t i = 0; i < trees.size(); ++i) {
+        if (keys[i] == nullptr)
+            continue;
+        if (!trees[i])
+            trees[i].emplace();
+        trees[i]->add(*keys[i]);
+    }
+}
+
+KeyArrays arrays_of(KeyTrees const &trees)
+{
+    KeyArrays arrays;
+    for (std::size_t i = 0; i < trees.size(); ++i) {
+        if (trees[i])
+            arrays[i] = trees[i]->array();
+    }
+    return arrays;
+}
+
+CountedKeys RequestKeys::counted() const
+{
+    auto const &[rpc, protobuf] = trees_;
+    bool const has_rpc_superglobals =
+        std::any_of(rpc.begin() + first_superglobals, rpc.end(), [](auto const &tree) { return tree.has_value(); });
+    CountedKeys counted{};
+    for (std::size_t i = 0; i < counted.size(); ++i) {
+        bool const is_rpc = i < first_superglobals ? rpc[i].has_value() : has_rpc_superglobals;
+        auto const &tree = is_rpc ? rpc[i] : protobuf[i];
+        counted[i] = tree ? &*tree : nullptr;
+    }
+    return counted;
+}
+
+} // namespace tarnwick::program
