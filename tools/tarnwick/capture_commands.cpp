@@ -157,7 +157,8 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
                "text, or the records as JSON lines; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     add_mask(sub, options.mask, "only text is masked");
-    sub.add_flag("--all", options.all, "in text, leave nothing out: whole lists, texts and traces, all superglobals");
+    sub.add_flag("--all", options.all,
+                 "print everything: whole lists and texts, chunks of code traces, and in text all records");
     add_dialect(sub, options.filter.reports);
     add_conditions(sub, choice.conditions,
                    "choose among requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");

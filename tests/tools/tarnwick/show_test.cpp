@@ -1,6 +1,7 @@
 #include "tools/tarnwick/support/captures.h"
 #include "tools/tarnwick/support/files.h"
 #include "tools/tarnwick/support/program.h"
+#include "tools/tarnwick/support/reports.h"
 
 #include <gmock/gmock.h>
 
@@ -132,6 +133,39 @@ TEST(Show, cuts_lines_at_the_width_of_the_terminal)
         run({.arguments = {"show", "6", file.name(), "--color=never"}, .out = Sink::terminal, .terminal_columns = 20})
             .out,
         "GET /b  200  3.00 s…\n  @2, id 6, rpc, st…\n");
+}
+
+TEST(Show, prints_everything_on_demand)
+{
+    struct Case {
+        std::string name;
+        Report report;
+    };
+    std::string const text(1200, 'x');
+    Case const cases[] = {
+        {"uri", {"rpc_php", "rinit { request { text_1: 'TEXT' } }"}},
+        {"body", {"rpc_php", "rinit { request { post_data { text_0: 'TEXT' } } }"}},
+        {"argument",
+         {"rpc_php", "error { error { stack_trace { frames { function { arguments { elements { value { "
+                     "string_value: 'TEXT' } } } } } } } }"}},
+        {"exception", {"error", "exception_text: 'TEXT'"}},
+        {"value_of_event", {"rpc_monitor", "custom { value { string_value: 'TEXT' } }"}},
+        {"statement", {"sql_queries", "queries { text: 'SELECT TEXT' }"}},
+        {"connection", {"sql_connections", "connections { name: 'TEXT' }"}},
+        {"storage", {"storage", "entries { values: 'TEXT' }"}},
+        {"chunk_of_a_trace", {"ct_data", "TEXT"}},
+    };
+    for (auto const &[name, report] : cases) {
+        auto textproto = report.textproto;
+        auto const number = name + std::to_string(text.size());
+        textproto.replace(textproto.find("TEXT"), 4, text + number);
+        TemporaryFile const file(delimited(frame_of(5, {report.field, textproto})));
+        auto const outcome = run({.arguments = {"show", "--all", "--mask=none", "5", file.name()},
+                                  .out = Sink::terminal,
+                                  .terminal_columns = 80});
+        EXPECT_THAT(outcome.out, HasSubstr(text + number)) << name;
+        EXPECT_THAT(show({"--format=text", "5", file.name()}).out, Not(HasSubstr(text + number))) << name;
+    }
 }
 
 } // namespace

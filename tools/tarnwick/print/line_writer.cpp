@@ -1,7 +1,5 @@
 #include "print/line_writer.h"
 
-#include "print/readable_text.h"
-
 #include <tarnwick/data/double_text.h>
 
 #include <QtCore/QString>
@@ -42,14 +40,14 @@ void LineWriter::text(QString const &string)
     if (string.isNull())
         absent();
     else if (has_quotes_)
-        value(quoted_text(string));
+        value(quoted_text(string, length_));
     else
         value(escaped_text(string.toStdString()));
 }
 
 void LineWriter::bytes(std::string_view string)
 {
-    value(has_quotes_ ? quoted_text(string) : escaped_text(string));
+    value(has_quotes_ ? quoted_text(string, length_) : escaped_text(string));
 }
 
 void LineWriter::json(std::string_view text)

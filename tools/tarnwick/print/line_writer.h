@@ -1,5 +1,7 @@
 #pragma once
 
+#include "print/readable_text.h"
+
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/time_pair.h>
 
@@ -11,12 +13,13 @@ class QString;
 
 namespace tarnwick::program {
 
-/// Writes values on one line for people, PHP arrays as `["key" => value]`. Quoted texts that are long are cut, and the
-/// number of bytes left out follows.
+/// Writes values on one line for people, PHP arrays as `["key" => value]`.
 class LineWriter {
 public:
-    explicit LineWriter(bool has_quotes = true)
+    /// `length`: of quoted texts.
+    explicit LineWriter(bool has_quotes = true, TextLength length = TextLength::cut)
         : has_quotes_(has_quotes)
+        , length_(length)
     {
     }
 
@@ -58,6 +61,7 @@ private:
     void value(std::string_view text) { out_ += text; }
 
     bool has_quotes_;
+    TextLength length_;
     std::string out_;
     bool is_first_ = true; ///< in the innermost brackets
 };

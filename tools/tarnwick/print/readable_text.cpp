@@ -102,17 +102,17 @@ std::string span_text(data::TimePair value)
     return fmt::format("{}.{:03} µs", value.nanos / 1'000, value.nanos % 1'000);
 }
 
-std::string quoted_text(std::string_view bytes)
+std::string quoted_text(std::string_view bytes, TextLength length)
 {
-    return quoted_start(bytes, bytes.size());
+    return length == TextLength::whole ? quoted(bytes) : quoted_start(bytes, bytes.size());
 }
 
 // Converts only the printed start, because a text can be much longer.
-std::string quoted_text(QStringView text)
+std::string quoted_text(QStringView text, TextLength length)
 {
     constexpr auto longest_start = static_cast<qsizetype>(longest_text) + 2; // the last character can be half of a pair
-    if (text.size() <= longest_start)
-        return quoted_text(text.toUtf8().toStdString());
+    if (length == TextLength::whole || text.size() <= longest_start)
+        return quoted_text(text.toUtf8().toStdString(), length);
     return quoted_start(text.first(longest_start).toUtf8().toStdString(), utf8_size(text));
 }
 

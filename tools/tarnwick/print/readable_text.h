@@ -7,6 +7,7 @@
 
 #include <QtCore/QStringView>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -21,10 +22,13 @@ std::string stored_text(data::TimePair value);
 std::string instant_text(data::TimePair value);
 /// Returns a length of time in seconds, milliseconds or microseconds, with all digits. Others are as `stored_text`.
 std::string span_text(data::TimePair value);
-/// Returns the text in quotes, escaped. A long text is cut between characters, and the number of bytes left out
-/// follows.
-std::string quoted_text(std::string_view bytes);
-std::string quoted_text(QStringView text);
+enum class TextLength : std::uint8_t {
+    cut, ///< a long text is cut between characters, and the number of bytes left out follows
+    whole,
+};
+/// Returns the text in quotes, escaped.
+std::string quoted_text(std::string_view bytes, TextLength length = TextLength::cut);
+std::string quoted_text(QStringView text, TextLength length = TextLength::cut);
 /// Returns the whole text without quotes. Escapes characters that control a terminal or change the direction of text,
 /// but not quotes and backslashes.
 std::string escaped_text(std::string_view bytes);

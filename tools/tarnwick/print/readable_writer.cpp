@@ -1,7 +1,5 @@
 #include "print/readable_writer.h"
 
-#include "print/readable_text.h"
-
 #include <tarnwick/data/double_text.h>
 
 #include <QtCore/QString>
@@ -147,12 +145,12 @@ void ReadableWriter::text(QString const &string)
     if (string.isNull())
         absent();
     else
-        value(quoted_text(string));
+        value(quoted_text(string, length_));
 }
 
 void ReadableWriter::bytes(std::string_view string)
 {
-    value(quoted_text(string));
+    value(quoted_text(string, length_));
 }
 
 void ReadableWriter::json(std::string_view text)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "print/readable_text.h"
+
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/time_pair.h>
 
@@ -13,12 +15,12 @@ class QString;
 namespace tarnwick::program {
 
 /// Writes records as text for people, one field per line. Points in time are dates, lengths of time have a suitable
-/// unit, and PHP arrays are indented lines `key => value`. Long texts are cut, and the number of bytes left out
-/// follows.
+/// unit, and PHP arrays are indented lines `key => value`.
 class ReadableWriter {
 public:
-    explicit ReadableWriter(bool color)
+    explicit ReadableWriter(bool color, TextLength length = TextLength::cut)
         : color_(color)
+        , length_(length)
     {
     }
 
@@ -64,6 +66,7 @@ private:
     void value(std::string_view text);
 
     bool color_;
+    TextLength length_;
     std::string out_;
     std::size_t depth_ = 1;
     std::size_t gap_ = 0; ///< blanks before the next value

@@ -49,6 +49,7 @@ public:
         bool name_files = false; ///< with several files, each record has its file
         // NOLINTNEXTLINE(readability-redundant-member-init): designators leave it out
         std::optional<std::size_t> width = {}; ///< of the terminal; longer lines of text are cut
+        bool whole = false;                    ///< text has whole texts, and lists instead of tables
         Masks masks = {};                      // NOLINT(readability-redundant-member-init)
         JsonStyle json_style = {};             // NOLINT(readability-redundant-member-init)
     };
@@ -57,7 +58,7 @@ public:
         : output_(output)
         , style_(style)
         , json_(output, style.json_style)
-        , readable_(style.color)
+        , readable_(style.color, style.whole ? TextLength::whole : TextLength::cut)
     {
     }
 
@@ -88,7 +89,10 @@ public:
         } else {
             begin_readable(data::Description<Record>::name, dialect, view);
             write_request_id(readable_, request_id);
-            write_readable(readable_, record, style_.masks);
+            if (style_.whole)
+                write_masked(readable_, record, style_.masks);
+            else
+                write_readable(readable_, record, style_.masks);
             end_readable();
         }
     }

@@ -40,9 +40,12 @@ constexpr std::size_t longest_word = 24;
 constexpr std::size_t longest_uri = 500;
 
 /// Returns the method or the URI.
-std::string request_text(QString const &text, Masks const &masks)
+std::string request_text(QString const &text, RequestPageStyle const &style)
 {
-    return text.isEmpty() ? "-" : escaped_text(cut_text(masks.text(text.toStdString()), longest_uri));
+    if (text.isEmpty())
+        return "-";
+    auto const masked = style.masks.text(text.toStdString());
+    return escaped_text(style.all ? masked : cut_text(masked, longest_uri));
 }
 
 /// The request line, and what is known of the whole request.
@@ -52,8 +55,8 @@ void write_head(Sections &page, FoundRequest const &request, RequestPageStyle co
     std::string line = "a request without a start";
     // The summary has cut texts, in which a secret can be cut too.
     for (auto const &[start, view, origin, position] : records.of_either<data::php::RInit>())
-        line = fmt::format("{} {}", request_text(start->request_text_0(), style.masks),
-                           request_text(start->request_text_1(), style.masks));
+        line = fmt::format("{} {}", request_text(start->request_text_0(), style),
+                           request_text(start->request_text_1(), style));
     if (auto const &end = summary.end)
         line += fmt::format("  {}  {}  {}", end->status, short_span_text(end->duration), short_size_text(end->memory));
     page.title(line);
@@ -168,9 +171,7 @@ void write_statements(Sections &page, FoundRequest const &request, RequestPageSt
 
 std::string message_text(QString const &text, RequestPageStyle const &style)
 {
-    auto const masked = style.masks.text(text.toStdString());
-    auto const quoted = style.all ? fmt::format("{:?}", masked) : quoted_text(masked);
-    return quoted;
+    return quoted_text(style.masks.text(text.toStdString()), text_length(style));
 }
 
 std::string plain_name(QString const &name, Masks const &masks)

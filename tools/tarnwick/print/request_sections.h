@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/readable_text.h"
 #include "print/request_page.h"
 #include "print/sections.h"
 #include "requests/find_request.h"
@@ -29,6 +30,11 @@ void write_storage(Sections &page, RequestRecords const &records, RequestPageSty
 inline std::size_t shown(std::size_t count, std::size_t most, RequestPageStyle const &style)
 {
     return style.all || count < most ? count : most;
+}
+
+inline TextLength text_length(RequestPageStyle const &style)
+{
+    return style.all ? TextLength::whole : TextLength::cut;
 }
 
 /// Returns the text on one line, masked.

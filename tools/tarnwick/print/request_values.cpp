@@ -41,7 +41,7 @@ class ValueText {
 public:
     ValueText(RequestPageStyle const &style, std::string_view record, std::string_view field, bool has_quotes = true)
         : style_(style)
-        , line_(has_quotes)
+        , line_(has_quotes, text_length(style))
         , masked_(style.masks, record, line_)
     {
         masked_.field(field, data::Sense::plain);

@@ -118,7 +118,7 @@ bool RequestFilter::fits(RequestSummary const &request) const
 }
 
 RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
-                           Output &output)
+                           Output &output, TraceChunks chunks)
 {
     RequestFinder finder(name);
     bool has_requests = false;
@@ -159,7 +159,8 @@ RequestSearch find_request(RereadableCaptures const &captures, RequestName const
             search.request->records = std::move(request);
             is_complete = true;
             throw EnoughResults();
-        });
+        },
+        chunks);
     RecordFeed record_feed(records);
     reread_captures(captures.files(), [&](auto const &frame, auto const &origin) {
         records.set_origin(origin);

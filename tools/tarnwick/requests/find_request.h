@@ -4,6 +4,7 @@
 #include "exit_status.h"
 #include "print/output.h"
 #include "requests/condition.h"
+#include "requests/records_sink.h"
 #include "requests/report_choice.h"
 #include "requests/request_name.h"
 #include "requests/request_records.h"
@@ -41,6 +42,6 @@ struct RequestSearch {
 /// have the id, the first is found. Messages on standard error list others that have it, and some requests
 /// if none has the name.
 RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
-                           Output &output);
+                           Output &output, TraceChunks chunks = TraceChunks::drop);
 
 } // namespace tarnwick::program

@@ -14,14 +14,18 @@
 
 namespace tarnwick::program {
 
-/// Keeps the records of chosen requests, apart from the chunks of code traces. A sink of `RecordFeed`.
+/// What happens with chunks of code traces, which can have hundreds of megabytes.
+enum class TraceChunks : std::uint8_t { drop, keep };
+
+/// Keeps the records of chosen requests. A sink of `RecordFeed`.
 class RecordsSink {
 public:
     /// `keeps`: whether to keep the records of the request with a number. `pass_on` receives the requests in the order of
     /// closing, those that are not kept without records. `reports` stays valid.
     RecordsSink(ReportChoice const &reports, std::function<bool(std::uint64_t number)> keeps,
-                std::function<void(RequestRecords &request)> pass_on)
+                std::function<void(RequestRecords &request)> pass_on, TraceChunks chunks = TraceChunks::drop)
         : reports_(reports)
+        , keeps_chunks_(chunks == TraceChunks::keep)
         , keeps_(std::move(keeps))
         , groups_(std::move(pass_on), RequestGroups<RequestRecords>::Order::closing)
     {
@@ -56,7 +60,7 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_kept_ && !is_trace_chunk<Record>;
+        return is_kept_ && (keeps_chunks_ || !is_trace_chunk<Record>);
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view view)
@@ -66,6 +70,7 @@ public:
 
 private:
     ReportChoice const &reports_;
+    bool keeps_chunks_;
     std::function<bool(std::uint64_t number)> keeps_;
     RequestGroups<RequestRecords> groups_;
     RequestRecords *request_ = nullptr; ///< of the current report
