@@ -107,6 +107,7 @@ void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions 
                 {"csv", TableFormat::csv}},
                "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
     add_mask(sub, options.mask, "only text and CSV are masked");
+    add_ids(sub, options.json_style);
     std::vector<std::string_view> names;
     for (auto const &column : definition.columns)
         names.push_back(column.name);
@@ -157,6 +158,7 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
                "text, or the records as JSON lines; auto (default): text on a terminal, jsonl otherwise");
     add_color(sub, options.color);
     add_mask(sub, options.mask, "only text is masked");
+    add_json_style(sub, options.json_style);
     sub.add_flag("--all", options.all,
                  "print everything: whole lists and texts, chunks of code traces, and in text all records");
     add_dialect(sub, options.filter.reports);
@@ -202,6 +204,7 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
                {{"auto", Format::automatic}, {"text", Format::text}, {"jsonl", Format::jsonl}},
                "tables, or one JSON object for each difference; auto (default): text on a terminal, jsonl otherwise");
     add_mask(sub, options.mask, "only text is masked");
+    add_ids(sub, options.json_style);
     sub.add_option("--fail-if", arguments.limits,
                    "exit with status 4 if a mean grows from A to B by more than this, such as 'duration>20%' or "
                    "'memory>10MB'; can be repeated")
@@ -228,6 +231,7 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
             check_files(arguments.dialects.files);
             arguments.dialects.format = options.format;
             arguments.dialects.mask = options.mask;
+            arguments.dialects.json_style = options.json_style;
             arguments.dialects.filter.conditions = options.filter.conditions;
             arguments.dialects.top = options.top;
             command = [&arguments] { return diff_dialects(arguments.dialects); };

@@ -63,11 +63,16 @@ void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help)
         ->take_last();
 }
 
-void add_json_style(CLI::App &app, JsonStyle &style)
+void add_ids(CLI::App &app, JsonStyle &style)
 {
     add_choice(app, "--ids", style.string_ids, {{"number", false}, {"string", true}},
                "in JSON, how to print ids, and integers beyond 2^53; number (default), or string for tools whose "
                "numbers are doubles");
+}
+
+void add_json_style(CLI::App &app, JsonStyle &style)
+{
+    add_ids(app, style);
     add_choice(
         app, "--values", style.plain_values, {{"typed", false}, {"plain", true}},
         "in JSON, how to print PHP values; typed (default): with their kinds; plain: arrays as objects or lists");

@@ -91,6 +91,8 @@ std::vector<Condition> read_conditions(std::vector<std::string> const &texts, st
 void add_color(CLI::App &app, Color &color);
 /// `default_help`: what is masked without the option.
 void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help);
+void add_ids(CLI::App &app, JsonStyle &style);
+/// Adds `--ids` too.
 void add_json_style(CLI::App &app, JsonStyle &style);
 void add_files(CLI::App &app, std::vector<std::string> &files);
 void add_follow(CLI::App &app, bool &follow);

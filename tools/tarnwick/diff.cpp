@@ -75,7 +75,8 @@ public:
         auto const automatic = output_.is_terminal() ? Format::text : Format::jsonl;
         bool const is_text = (options.format == Format::automatic ? automatic : options.format) == Format::text;
         masks_ = Masks::of(options.mask, is_text);
-        printer_ = is_text ? make_difference_text(output_, options.top) : make_difference_json(output_, options.top);
+        printer_ = is_text ? make_difference_text(output_, options.top)
+                           : make_difference_json(output_, options.top, options.json_style);
     }
 
     ExitStatus compare_requests(RequestName const &request_a, RequestName const &request_b)

@@ -19,6 +19,7 @@ struct DiffOptions {
     RequestPlace b; ///< a request if `a` is one, otherwise a capture
     Format format = Format::automatic;
     MaskOptions mask;
+    JsonStyle json_style;
     RequestFilter filter;
     std::optional<std::uint64_t> top; ///< how many differences of a kind are printed
     std::vector<GrowthLimit> limits;

@@ -79,8 +79,9 @@ std::string plural(std::uint64_t count, std::string_view noun)
 /// Prints each difference as a JSON object.
 class DifferenceLines {
 public:
-    DifferenceLines(Output &output, std::optional<std::uint64_t> top)
+    DifferenceLines(Output &output, std::optional<std::uint64_t> top, JsonStyle style)
         : output_(output)
+        , style_(style)
         , left_(top.value_or(UINT64_MAX))
     {
     }
@@ -90,9 +91,9 @@ public:
         if (left_ == 0)
             return;
         --left_;
-        JsonWriter writer;
+        JsonWriter writer(style_);
         writer.begin_record({});
-        writer.field("request_id");
+        writer.field("request_id", data::Sense::id);
         writer.integer(difference.request_id);
         writer.field("number");
         writer.integer(difference.number);
@@ -125,6 +126,7 @@ public:
 
 private:
     Output &output_;
+    JsonStyle style_;
     std::uint64_t left_; ///< to print
 };
 
@@ -276,7 +278,7 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
 
     if (requests.status == file_failure)
         return requests.status;
-    DifferenceLines lines(output, options.top);
+    DifferenceLines lines(output, options.top, options.json_style);
     DifferenceSummary summary(output);
     auto status = requests.status;
     DialectDifferences differences(
@@ -287,7 +289,8 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
                 summary.add(difference);
             else
                 lines.add(difference);
-        });
+        },
+        is_text ? JsonStyle() : options.json_style);
     if (requests.count > 0) {
         RecordFeed feed(differences);
         std::uint64_t frames = 0;

@@ -16,6 +16,7 @@ struct DiffDialectsOptions {
     std::vector<std::string> files{"-"}; ///< `-` is standard input
     Format format = Format::automatic;
     MaskOptions mask;
+    JsonStyle json_style;
     RequestFilter filter;
     std::optional<std::uint64_t> top; ///< how many differences are printed
 };

@@ -42,7 +42,10 @@ ExitStatus show(ShowOptions const &options)
     if (search.request && (options.format == ShowOptions::Format::jsonl ||
                            (options.format == ShowOptions::Format::automatic && !output.is_terminal()))) {
         print_records(output, *search.request,
-                      {.json = true, .name_files = name_files, .masks = Masks::of(options.mask, false)});
+                      {.json = true,
+                       .name_files = name_files,
+                       .masks = Masks::of(options.mask, false),
+                       .json_style = options.json_style});
     } else if (search.request) {
         bool const color = is_colored(options.color, STDOUT_FILENO);
         auto const width = options.all ? std::nullopt : terminal_width(STDOUT_FILENO);

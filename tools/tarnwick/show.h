@@ -20,6 +20,7 @@ struct ShowOptions {
     Format format = Format::automatic;
     Color color = Color::automatic;
     MaskOptions mask;
+    JsonStyle json_style;
     bool all = false; ///< nothing is left out or cut
     RequestFilter filter;
 };

@@ -82,6 +82,14 @@ TEST(DiffDialects, prints_each_difference_as_a_json_object)
     EXPECT_EQ(outcome.status, 1);
 }
 
+TEST(DiffDialects, prints_ids_as_strings_on_demand)
+{
+    EXPECT_THAT(diff({"--ids=string"},
+                     errors(7, "message: 'm'", "message: 'm'") + delimited(frame_of(7, {"error", "message: 'm'"})))
+                    .out,
+                AllOf(HasSubstr(R"({"request_id":"7","number":1,)"), HasSubstr(R"("protobuf":{"request_id":"7",)")));
+}
+
 TEST(DiffDialects, reports_that_the_dialects_agree)
 {
     auto const outcome = diff({"--format=text"}, ends(7, 200, 200));

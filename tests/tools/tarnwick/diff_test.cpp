@@ -157,6 +157,12 @@ TEST(Diff, prints_json_lines_of_two_requests)
             R"({"kind":"statement","change":"fewer","name":"SELECT ?","a":{"count":2,"time":{"seconds":0,"nanos":2000000}},"b":{"count":1,"time":{"seconds":0,"nanos":1000000}}})"));
 }
 
+TEST(Diff, prints_ids_as_strings_on_demand)
+{
+    TemporaryFile const file(capture_of(before));
+    EXPECT_THAT(diff({"--ids=string", file.name() + ":@1", file.name() + ":@1"}).out, HasSubstr(R"("request_id":"7")"));
+}
+
 TEST(Diff, compares_errors_and_events_without_their_lines)
 {
     TemporaryFile const a(

@@ -97,6 +97,13 @@ TEST(Ls, prints_a_table_on_a_terminal_and_json_lines_elsewhere)
                 StartsWith(R"({"request_id":3,"dialects":["rpc"],"start":{"seconds":1700000000,)"));
 }
 
+TEST(Ls, prints_ids_as_strings_on_demand)
+{
+    EXPECT_EQ(ls({"--ids=string", "--columns=request_id,number"}, three_requests).out,
+              "{\"request_id\":\"3\",\"number\":1}\n{\"request_id\":\"1\",\"number\":2}\n"
+              "{\"request_id\":\"2\",\"number\":3}\n");
+}
+
 TEST(Ls, prints_csv_with_the_names_of_json)
 {
     EXPECT_EQ(ls({"--format=csv"}, start(7, "GET", "/a,b?\"c\"") + end(7, 200, 1, 5)).out,

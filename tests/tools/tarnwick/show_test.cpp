@@ -101,6 +101,14 @@ TEST(Show, prints_the_records_that_count_as_json_lines)
     EXPECT_THAT(show({"@3"}, capture).out, HasSubstr(R"("record":"php.ErrorData","frame":8,)"));
 }
 
+TEST(Show, prints_json_lines_in_the_form_of_inspect)
+{
+    auto const capture = delimited(rpc_php_frame_of(
+        "request_id { id: 5 } rinit { superglobals { elements { string_key: 'a' value { long_value: 1 } } } }"));
+    EXPECT_THAT(show({"5", "--ids=string", "--values=plain", "--nul=base64"}, capture).out,
+                AllOf(HasSubstr(R"("request_id":"5")"), HasSubstr(R"("values":{"a":1})")));
+}
+
 TEST(Show, reads_pipes_and_files)
 {
     TemporaryFile const file(three_requests);

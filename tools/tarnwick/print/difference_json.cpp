@@ -19,9 +19,10 @@ namespace {
 /// Prints each difference as a JSON object on a line.
 class DifferenceJson : public DifferencePrinter {
 public:
-    DifferenceJson(Output &output, std::optional<std::uint64_t> top)
+    DifferenceJson(Output &output, std::optional<std::uint64_t> top, JsonStyle style)
         : output_(output)
         , top_(top.value_or(UINT64_MAX))
+        , json_(style)
     {
     }
 
@@ -145,10 +146,7 @@ private:
     void write(ComparedRequest const &request)
     {
         write_text("file", request.file);
-        for (auto const &column : request_columns()) {
-            json_.field(column.name);
-            column.write(json_, request.activity);
-        }
+        write_cells<RequestSummary>(json_, request.activity, request_columns());
     }
 
     void write(Profile const &profile)
@@ -191,9 +189,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top)
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top,
+                                                        JsonStyle style)
 {
-    return std::make_unique<DifferenceJson>(output, top);
+    return std::make_unique<DifferenceJson>(output, top, style);
 }
 
 } // namespace tarnwick::program

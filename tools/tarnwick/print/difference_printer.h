@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/json_writer.h"
 #include "print/output.h"
 #include "requests/difference.h"
 #include "requests/key_difference.h"
@@ -46,6 +47,7 @@ public:
 /// `top`: how many differences of a kind are printed. Without it, text has all routes and ten of each other kind, and
 /// JSON lines have all differences.
 std::unique_ptr<DifferencePrinter> make_difference_text(Output &output, std::optional<std::uint64_t> top);
-std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top);
+std::unique_ptr<DifferencePrinter> make_difference_json(Output &output, std::optional<std::uint64_t> top,
+                                                        JsonStyle style);
 
 } // namespace tarnwick::program

@@ -33,6 +33,7 @@ public:
                  std::span<std::string_view const> for_people, std::span<std::string_view const> left_out)
         : output_(output)
         , format_(options.format)
+        , json_(options.json_style)
     {
         if (format_ == TableFormat::automatic)
             format_ = output.is_terminal() ? TableFormat::text : TableFormat::jsonl;
@@ -104,7 +105,7 @@ private:
     {
         json_.begin_record({});
         for (auto const *column : columns_) {
-            json_.field(column->name);
+            json_.field(column->name, column->sense);
             column->write(json_, row);
         }
         json_.end_record();

@@ -31,6 +31,7 @@ struct Column {
     std::string (*plain)(Row const &row);
     void (*write)(JsonWriter &writer, Row const &row);
     std::size_t usual_width = 0; ///< of cells that are usually wider than the title, for lines that are printed alone
+    data::Sense sense = data::Sense::plain; ///< in JSON
 };
 
 /// Returns the column of a name. Throws `std::invalid_argument` for an unknown one.
@@ -52,7 +53,7 @@ template <class Row>
 void write_cells(JsonWriter &writer, Row const &row, std::span<Column<Row> const> columns)
 {
     for (auto const &column : columns) {
-        writer.field(column.name);
+        writer.field(column.name, column.sense);
         column.write(writer, row);
     }
 }
@@ -66,9 +67,10 @@ void write_row(JsonWriter &writer, Row const &row, std::span<Column<Row> const> 
     writer.end_record();
 }
 
-/// A column of a count that is never absent.
+/// A column of a count or an id that is never absent.
 template <class Row, auto get>
-constexpr Column<Row> count_column(std::string_view name, std::string_view title, std::size_t usual_width = 0)
+constexpr Column<Row> count_column(std::string_view name, std::string_view title, std::size_t usual_width = 0,
+                                   data::Sense sense = data::Sense::plain)
 {
     return {name,
             title,
@@ -78,7 +80,8 @@ constexpr Column<Row> count_column(std::string_view name, std::string_view title
             [](Row const &row) { return fmt::format("{}", get(row)); },
             [](Row const &row) { return fmt::format("{}", get(row)); },
             [](JsonWriter &writer, Row const &row) { writer.integer(get(row)); },
-            usual_width};
+            usual_width,
+            sense};
 }
 
 } // namespace tarnwick::program

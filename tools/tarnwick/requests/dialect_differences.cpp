@@ -186,8 +186,9 @@ std::string ComparedRecords::name() const
 }
 
 DialectDifferences::DialectDifferences(std::function<bool(std::uint64_t number)> keeps, Masks masks,
-                                       std::function<void(DialectDifference const &difference)> report)
-    : keeps_(std::move(keeps))
+                                       std::function<void(DialectDifference const &difference)> report, JsonStyle style)
+    : style_(style)
+    , keeps_(std::move(keeps))
     , masks_(std::move(masks))
     , report_(std::move(report))
     , groups_([this](Request &request) { close(request); })

@@ -62,7 +62,7 @@ public:
     /// `keeps`: whether to compare the request with a number. `report` receives each difference. The values of the
     /// difference are valid during the call.
     DialectDifferences(std::function<bool(std::uint64_t number)> keeps, Masks masks,
-                       std::function<void(DialectDifference const &difference)> report);
+                       std::function<void(DialectDifference const &difference)> report, JsonStyle style = {});
 
     /// Reports the records that only one dialect has, of the requests that are still open.
     void close_all() { groups_.close_all(); }
@@ -100,8 +100,8 @@ public:
             masks_.select_request(request_->id);
             collect(masks_, *record);
             ComparedRecords const records{data::Description<data::payload_of_t<Record>>::name, view, kind_of(record)};
-            add(records, source.dialect, [record](Masks const &masks) {
-                JsonWriter writer;
+            add(records, source.dialect, [record, style = style_](Masks const &masks) {
+                JsonWriter writer(style);
                 writer.begin_record({});
                 write_masked(writer, *record, masks);
                 writer.end_record();
@@ -144,6 +144,7 @@ private:
     void report(Request const &request, RecordPair const &pair);
     void close(Request &request);
 
+    JsonStyle style_;
     std::function<bool(std::uint64_t number)> keeps_;
     Masks masks_;
     std::function<void(DialectDifference const &difference)> report_;

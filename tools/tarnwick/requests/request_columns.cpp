@@ -81,7 +81,7 @@ constexpr auto events_of = [](Request const &request) { return Request::count(re
 constexpr auto statements_of = [](Request const &request) { return Request::count(request.statements); };
 
 constexpr std::array columns_of_requests{
-    count_column<Request, id_of>("request_id", "request id", 20),
+    count_column<Request, id_of>("request_id", "request id", 20, data::Sense::id),
     RequestColumn{"dialects", "dialects", Align::left, FieldType::text,
                   [](Request const &request) -> FieldValue {
                       if (request.dialects[0] && request.dialects[1])

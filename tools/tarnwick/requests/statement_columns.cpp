@@ -92,7 +92,7 @@ constexpr std::array statement_table{
     span_column<total_of>("total"),
     span_column<average_of>("average"),
     span_column<slowest_of>("slowest"),
-    count_column<Summary, slowest_request_of>("slowest_request", "slowest request"),
+    count_column<Summary, slowest_request_of>("slowest_request", "slowest request", 0, data::Sense::id),
     text_column<&Summary::call_site, file_name>("call_site", "call site"),
 };
 

@@ -22,6 +22,7 @@ struct TableOptions {
     std::vector<std::string> files{"-"}; ///< `-` is standard input
     TableFormat format = TableFormat::automatic;
     MaskOptions mask;
+    JsonStyle json_style;
     std::vector<Column<Row> const *> columns; ///< all of them, or those for people, if empty
     ReportChoice reports;
     std::vector<Condition> conditions; ///< on columns, with their types
