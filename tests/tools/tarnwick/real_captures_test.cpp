@@ -2,7 +2,9 @@
 
 #include "capture/captures.h"
 #include "capture/record_feed.h"
+#include "print/request_page.h"
 #include "requests/dialect_differences.h"
+#include "requests/whole_request.h"
 #include "tools/tarnwick/support/program.h"
 
 #include <gmock/gmock.h>
@@ -84,6 +86,22 @@ TEST(RealCaptures, dialects_agree_except_for_what_a_dialect_cannot_carry)
                     MatchesRegex("Compared [1-9][0-9]+ pairs of records in [1-9][0-9]* requests: no differences.\n"))
             << file;
     }
+}
+
+TEST(RealCaptures, have_requests_that_fit_two_screens)
+{
+    program::ReportChoice const all;
+    program::WholeRequestSink requests(
+        all,
+        [](program::WholeRequest const &request) {
+            auto const page = program::request_page({request.summary, request}, {.masks = program::Masks(program::MaskRules())});
+            EXPECT_LE(std::ranges::count(page, '\n'), 100) << page;
+        },
+        true);
+    program::RecordFeed feed(requests);
+    program::reread_captures(program::capture_files(captures()),
+                             [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
+    requests.close_all();
 }
 
 // The differences that the recorder makes. It is the model of a sender.

@@ -75,7 +75,6 @@ void write_dialects(JsonWriter &writer, Request const &request)
 }
 
 constexpr auto id_of = [](Request const &request) { return request.id; };
-constexpr auto number_of = [](Request const &request) { return request.number; };
 constexpr auto errors_of = [](Request const &request) { return Request::count(request.errors); };
 constexpr auto events_of = [](Request const &request) { return Request::count(request.events); };
 constexpr auto statements_of = [](Request const &request) { return Request::count(request.statements); };
