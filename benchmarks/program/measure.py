@@ -2,7 +2,7 @@
 """Prints a page: the CPU time of commands of the program, as ratios to a program that only parses the same capture, and
 the memory that many requests take.
 
-Usage: measure.py PROGRAM PARSE_ONLY CAPTURE...
+Usage: measure.py PROGRAM PARSE_REPORTS CAPTURE...
 
 The runs take turns. The smallest time of each command counts, because other load can only add to it.
 """
@@ -16,6 +16,7 @@ import tempfile
 COPIES = 60
 ROUNDS = 7
 REQUESTS = 10_000_000
+JSON_LINES = ["inspect", "--format=jsonl"]
 # The largest ratio that is allowed, if any.
 COMMANDS = [
     (["ls", "--format=jsonl"], 1.8),
@@ -27,7 +28,7 @@ COMMANDS = [
     (["ls", "--format=jsonl", "--where=status>=500"], 1.8),
     (["ls", "--format=jsonl", "--where=method=POST"], 1.8),
     (["ls", "--format=jsonl", "--sort=duration:desc", "--top=10"], None),
-    (["inspect", "--format=jsonl"], None),
+    (JSON_LINES, None),
     (["inspect", "--format=jsonl", "--record=RShutdown"], None),
     (["inspect", "--format=text"], None),
     (["export", "--to=sqlite", "-o", "FILE"], 4),
@@ -62,8 +63,8 @@ def peak_megabytes(program, arguments):
     return usage.ru_maxrss * 1024 / 1e6
 
 
-def main(program, parse_only, *captures):
-    program, parse_only = os.path.abspath(program), os.path.abspath(parse_only)
+def main(program, parse_reports, *captures):
+    program, parse_reports = os.path.abspath(program), os.path.abspath(parse_reports)
     with tempfile.TemporaryDirectory() as folder:
         copies = pathlib.Path(folder) / "capture.tnw"
         database = pathlib.Path(folder) / "FILE"
@@ -71,7 +72,7 @@ def main(program, parse_only, *captures):
         with copies.open("wb") as file:
             for capture in captures * COPIES:
                 file.write(pathlib.Path(capture).read_bytes())
-        commands = [[parse_only, copies]] + [[program, *arguments, copies] for arguments, _ in COMMANDS]
+        commands = [[parse_reports, copies], [parse_reports, "--json", copies]] + [[program, *arguments, copies] for arguments, _ in COMMANDS]
         best = [float("inf")] * len(commands)
         for _ in range(ROUNDS):
             for i, command in enumerate(commands):
@@ -84,10 +85,14 @@ def main(program, parse_only, *captures):
     print("| Command | ratio | at most |")
     print("|---|---:|---:|")
     failed = False
-    for (arguments, limit), seconds in zip(COMMANDS, best[1:]):
+    for (arguments, limit), seconds in zip(COMMANDS, best[2:]):
         ratio = seconds / best[0]
         print(f"| `{' '.join(arguments)}` | {ratio:.2f} | {limit or ''} |")
         failed |= limit is not None and ratio > limit
+    json_lines = best[2:][[arguments for arguments, _ in COMMANDS].index(JSON_LINES)]
+    print()
+    print(f"Protobuf's `MessageToJsonString` for the same reports takes {best[1] / best[0]:.2f} with the parsing, so")
+    print(f"`{' '.join(JSON_LINES)}` takes {json_lines / best[1]:.2f} of it.")
     print()
     print(f"Peak memory for a capture of {REQUESTS:,} requests with different ids, from `many_requests.py`:")
     print()

@@ -1,5 +1,6 @@
 // Parses the frames and the reports of a capture on an arena, and does nothing with them: what every command at least
-// has to do. `parse_only FILE` prints the number of reports.
+// has to do. `parse_reports FILE` prints the number of reports. `parse_reports --json FILE` also converts each report to
+// JSON with protobuf's own function, and prints the number of bytes.
 
 #include <tarnwick/data/record_messages.h>
 #include <tarnwick/messages.h>
@@ -10,11 +11,13 @@
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl.h>
 #include <google/protobuf/util/delimited_message_util.h>
+#include <google/protobuf/util/json_util.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -22,13 +25,23 @@ namespace {
 using tarnwick::capture::v1::Frame;
 namespace messages = tarnwick::messages;
 
+/// Whether reports are converted, and the size of the result.
+bool has_json = false;
+std::uint64_t json_bytes = 0;
+
 template <class Message>
 bool parses(google::protobuf::Arena &arena, std::string const &bytes)
 {
     google::protobuf::io::CodedInputStream stream(reinterpret_cast<std::uint8_t const *>(bytes.data()),
                                                   static_cast<int>(bytes.size()));
     stream.SetRecursionLimit(1000); // as the program
-    return google::protobuf::Arena::Create<Message>(&arena)->ParseFromCodedStream(&stream);
+    auto *const message = google::protobuf::Arena::Create<Message>(&arena);
+    if (!message->ParseFromCodedStream(&stream))
+        return false;
+    std::string json;
+    if (has_json && google::protobuf::util::MessageToJsonString(*message, &json).ok()) // not if a text is not UTF-8
+        json_bytes += json.size();
+    return true;
 }
 
 bool parses(google::protobuf::Arena &arena, Frame const &frame)
@@ -83,9 +96,10 @@ bool parses(google::protobuf::Arena &arena, Frame const &frame)
 
 int main(int argc, char **argv)
 {
-    int const file = argc == 2 ? ::open(argv[1], O_RDONLY | O_CLOEXEC) : -1;
+    has_json = argc == 3 && std::string_view(argv[1]) == "--json";
+    int const file = argc == 2 || has_json ? ::open(argv[argc - 1], O_RDONLY | O_CLOEXEC) : -1;
     if (file < 0) {
-        std::fputs("usage: parse_only FILE\n", stderr);
+        std::fputs("usage: parse_reports [--json] FILE\n", stderr);
         return 2;
     }
     google::protobuf::io::FileInputStream input(file, 1 << 20);
@@ -100,6 +114,6 @@ int main(int argc, char **argv)
         arena.Reset();
         ++count;
     }
-    std::printf("%ju\n", static_cast<std::uintmax_t>(count));
+    std::printf("%ju\n", static_cast<std::uintmax_t>(has_json ? json_bytes : count));
     return is_at_end ? 0 : 1;
 }
