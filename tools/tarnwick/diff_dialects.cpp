@@ -206,10 +206,11 @@ public:
         for (auto const &[key, field] : fields_)
             fields.emplace_back(&key, &field);
         std::ranges::sort(fields, {}, [](auto const &entry) { return entry.second->order; });
-        for (auto const &[key, field] : fields | std::views::take(top.value_or(fields.size())))
+        auto const count = std::min<std::uint64_t>(top.value_or(UINT64_MAX), fields.size());
+        for (auto const &[key, field] : fields | std::views::take(count))
             print(*key, *field);
-        if (fields.size() > top.value_or(fields.size()))
-            print_line(fmt::format("These are the first {} of {} fields that differ.", *top, fields.size()));
+        if (count < fields.size())
+            print_line(fmt::format("These are the first {} of {} fields that differ.", count, fields.size()));
         print_line(fmt::format("Compared {} of records in {}: {}.", plural(pairs, "pair"), plural(requests, "request"),
                                count_ == 0 ? "no differences" : plural(count_, "difference")));
     }

@@ -94,7 +94,8 @@ TEST(RealCaptures, have_requests_that_fit_two_screens)
     program::WholeRequestSink requests(
         all,
         [](program::WholeRequest const &request) {
-            auto const page = program::request_page({request.summary, request}, {.masks = program::Masks(program::MaskRules())});
+            auto const page =
+                program::request_page({request.summary, request}, {.masks = program::Masks(program::MaskRules())});
             EXPECT_LE(std::ranges::count(page, '\n'), 100) << page;
         },
         true);

@@ -220,8 +220,9 @@ TEST(Statements, have_the_request_of_their_slowest_query)
 {
     EXPECT_THAT(rows("slowest,slowest_request", rpc(1, query("a", 5)) + rpc(2, query("a", 9)) + rpc(3, query("a", 9))),
                 ElementsAre("0.009000000,2"));
-    EXPECT_EQ(run({.arguments = {"statements", "--ids=string", "--columns=slowest_request"}}, rpc(2, query("a", 9))).out,
-              "{\"slowest_request\":\"2\"}\n");
+    EXPECT_EQ(
+        run({.arguments = {"statements", "--ids=string", "--columns=slowest_request"}}, rpc(2, query("a", 9))).out,
+        "{\"slowest_request\":\"2\"}\n");
 }
 
 TEST(Statements, add_times_that_are_not_normal)

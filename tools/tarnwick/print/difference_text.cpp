@@ -110,8 +110,9 @@ public:
         is_of_captures_ = true;
         if (!routes.empty())
             print_line("");
-        if (auto const count = routes.size(); count > top_.value_or(count))
-            print_line(fmt::format("the first {} of {} routes", *top_, count));
+        auto const count = std::min<std::uint64_t>(top_.value_or(UINT64_MAX), routes.size());
+        if (count < routes.size())
+            print_line(fmt::format("the first {} of {} routes", count, routes.size()));
         TextTable table({{"change", Align::left, 0, 0, 8},
                          {"duration", Align::left, 0, 0, 7},
                          {"growth", Align::right, 0, 0, 5},
@@ -122,7 +123,7 @@ public:
                          {"errors", Align::left, 0, 0, 6},
                          {"status", Align::left, 0, 0, 4}},
                         width_);
-        for (auto const &route : routes | std::views::take(top_.value_or(routes.size())))
+        for (auto const &route : routes | std::views::take(count))
             table.add({std::string(name_of(route.change)), change_of_measure(route.a, route.b, duration_measure),
                        growth_of_measure(route.a, route.b, duration_measure), escaped_text(text_of(route.route)),
                        change_of_profiles(route.a, route.b,

@@ -10,7 +10,6 @@
 
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,10 +21,8 @@ inline constexpr std::array<std::string_view, 5> key_array_names{"request header
 /// The first of the superglobals, which one record or another has.
 inline constexpr std::size_t first_superglobals = 2;
 
-/// A value for each of the arrays, absent if it is not reported.
-template <class T>
-using ByKeyArray = std::array<std::optional<T>, key_array_names.size()>;
-using KeyArrays = ByKeyArray<data::php::PelorinArray>;
+/// The arrays of a request; null if it does not report them.
+using KeyArrays = std::array<data::php::PelorinArray, key_array_names.size()>;
 
 /// The array that a record has.
 struct KeyArray {

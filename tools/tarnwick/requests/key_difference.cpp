@@ -41,9 +41,9 @@ std::vector<KeyDifference> compare_keys(KeyArrays const &a, KeyArrays const &b)
         if (!a[i] || !b[i])
             continue;
         KeyDifference current{.array = key_array_names[i], .is_in_b = false, .path = {}};
-        add_keys((*b[i])->diff_keys(**a[i]), *a[i], current, differences);
+        add_keys(b[i]->diff_keys(*a[i]), a[i], current, differences);
         current.is_in_b = true;
-        add_keys((*a[i])->diff_keys(**b[i]), *b[i], current, differences);
+        add_keys(a[i]->diff_keys(*b[i]), b[i], current, differences);
     }
     return differences;
 }

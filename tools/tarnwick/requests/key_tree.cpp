@@ -11,6 +11,16 @@
 #include <variant>
 
 namespace tarnwick::program {
+namespace {
+
+KeyTree &tree_at(std::unique_ptr<KeyTree> &place)
+{
+    if (!place)
+        place = std::make_unique<KeyTree>();
+    return *place;
+}
+
+} // namespace
 
 void KeyTree::add(data::php::PelorinArray const &array)
 {
@@ -18,7 +28,7 @@ void KeyTree::add(data::php::PelorinArray const &array)
         bool const is_number = std::holds_alternative<std::int64_t>(key->value());
         auto &place = keys_[is_number ? std::string(id_placeholder) : key_text(key)];
         if (auto const *elements = std::get_if<data::php::PelorinArray>(&value->value()))
-            nested(place).add(*elements);
+            tree_at(place).add(*elements);
     }
 }
 
@@ -27,7 +37,7 @@ void KeyTree::add(KeyTree const &other)
     for (auto const &[key, other_nested] : other.keys_) {
         auto &place = keys_[key];
         if (other_nested)
-            nested(place).add(*other_nested);
+            tree_at(place).add(*other_nested);
     }
 }
 
@@ -40,21 +50,11 @@ data::php::PelorinArray KeyTree::array() const
     return php_elements(std::move(elements));
 }
 
-KeyTree &KeyTree::nested(std::unique_ptr<KeyTree> &place)
-{
-    if (!place)
-        place = std::make_unique<KeyTree>();
-    return *place;
-}
-
 void add(KeyTrees &trees, CountedKeys const &keys)
 {
     for (std::size_t i = 0; i < trees.size(); ++i) {
-        if (keys[i] == nullptr)
-            continue;
-        if (!trees[i])
-            trees[i].emplace();
-        trees[i]->add(*keys[i]);
+        if (keys[i] != nullptr)
+            tree_at(trees[i]).add(*keys[i]);
     }
 }
 
@@ -72,12 +72,11 @@ CountedKeys RequestKeys::counted() const
 {
     auto const &[rpc, protobuf] = trees_;
     bool const has_rpc_superglobals =
-        std::any_of(rpc.begin() + first_superglobals, rpc.end(), [](auto const &tree) { return tree.has_value(); });
+        std::any_of(rpc.begin() + first_superglobals, rpc.end(), [](auto const &tree) { return tree != nullptr; });
     CountedKeys counted{};
     for (std::size_t i = 0; i < counted.size(); ++i) {
-        bool const is_rpc = i < first_superglobals ? rpc[i].has_value() : has_rpc_superglobals;
-        auto const &tree = is_rpc ? rpc[i] : protobuf[i];
-        counted[i] = tree ? &*tree : nullptr;
+        bool const is_rpc = i < first_superglobals ? rpc[i] != nullptr : has_rpc_superglobals;
+        counted[i] = (is_rpc ? rpc[i] : protobuf[i]).get();
     }
     return counted;
 }

@@ -36,14 +36,12 @@ public:
     }
 
 private:
-    static KeyTree &nested(std::unique_ptr<KeyTree> &place);
-
     /// With the keys of the arrays under a key; null if no value is an array.
     std::map<std::string, std::unique_ptr<KeyTree>, std::less<>> keys_;
 };
 
-using KeyTrees = ByKeyArray<KeyTree>;
-/// Null for an array that is not reported.
+// Null for arrays that are not reported.
+using KeyTrees = std::array<std::unique_ptr<KeyTree>, key_array_names.size()>;
 using CountedKeys = std::array<KeyTree const *, key_array_names.size()>;
 void add(KeyTrees &trees, CountedKeys const &keys);
 KeyArrays arrays_of(KeyTrees const &trees);
@@ -57,8 +55,10 @@ public:
     {
         auto const &[index, array] = key_array_of(record, view);
         auto &tree = trees_[static_cast<std::size_t>(dialect)][index];
-        if (!tree)
-            tree.emplace().add(array);
+        if (!tree) {
+            tree = std::make_unique<KeyTree>();
+            tree->add(array);
+        }
     }
 
     /// Returns the headers and superglobals of the rpc dialect if it has any, otherwise those of the protobuf dialect.
