@@ -113,6 +113,11 @@ public:
         ComparedCapture b{options_.b.file, {}};
         auto const status_of_a = read(a);
         auto const status = std::max(status_of_a, read(b));
+        for (auto const *capture : {&a, &b}) {
+            if (!options_.filter.conditions.empty() && capture->profiles.empty())
+                print_error(
+                    fmt::format("tarnwick: {}: no request fulfils the conditions\n", escaped_text(capture->file)));
+        }
         if (status == file_failure)
             return status;
         auto routes = compare(a.profiles, b.profiles);
@@ -156,12 +161,14 @@ private:
 
     ExitStatus read(ComparedCapture &capture)
     {
-        auto const mask = [&](RequestActivity const &request) {
+        auto const mask = [&](RequestActivity const &request, bool masks_keys) {
             auto const route = route_of(request);
             for (auto const &text : {route.first, route.second})
                 routes_.mask(routes_.number_of(text), masks_,
                              [](Masks const &masks, std::string_view part) { return masks.ranges(part); });
             mask_names(names_, request, masks_);
+            if (!masks_keys)
+                return;
             for (auto const *tree : request.keys.counted()) {
                 if (tree != nullptr)
                     tree->for_each(

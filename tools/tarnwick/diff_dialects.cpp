@@ -314,7 +314,8 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
                         requests.others == 1 ? "1 request has" : fmt::format("{} requests have", requests.others),
                         requests.others == 1 ? "was" : "were"));
     if (requests.count == 0) {
-        print_error("tarnwick: nothing was compared, because no request has reports of both dialects\n");
+        print_error(fmt::format("tarnwick: nothing was compared, because no request {}has reports of both dialects\n",
+                                options.filter.conditions.empty() ? "" : "that fulfils the conditions "));
         status = std::max(status, input_fault);
     }
     return status;

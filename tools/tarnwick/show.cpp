@@ -15,12 +15,10 @@
 namespace tarnwick::program {
 namespace {
 
-/// Prints the records that count, in the order of their reports.
+/// Prints the records that count, in the order of their reports. The masks know their secrets.
 void print_records(Output &output, FoundRequest const &request, RecordPrinter::Style const &style)
 {
     data::php::RequestId const request_id(request.summary.id);
-    style.masks.select_request(request.summary.id);
-    collect(style.masks, request.records);
     RecordPrinter printer(output, style);
     request.records.for_each_that_counts([&]<class Record>(ReportedRecord<Record> const &reported, Dialect dialect) {
         printer.set_origin(reported.origin);
@@ -41,11 +39,11 @@ ExitStatus show(ShowOptions const &options)
     bool const name_files = options.files.size() > 1;
     if (search.request && (options.format == ShowOptions::Format::jsonl ||
                            (options.format == ShowOptions::Format::automatic && !output.is_terminal()))) {
+        auto const masks = Masks::of(options.mask, false);
+        masks.select_request(search.request->summary.id);
+        collect(masks, search.request->records);
         print_records(output, *search.request,
-                      {.json = true,
-                       .name_files = name_files,
-                       .masks = Masks::of(options.mask, false),
-                       .json_style = options.json_style});
+                      {.json = true, .name_files = name_files, .masks = masks, .json_style = options.json_style});
     } else if (search.request) {
         bool const color = is_colored(options.color, STDOUT_FILENO);
         auto const width = options.all ? std::nullopt : terminal_width(STDOUT_FILENO);

@@ -90,6 +90,17 @@ TEST(DiffDialects, prints_ids_as_strings_on_demand)
                 AllOf(HasSubstr(R"({"request_id":"7","number":1,)"), HasSubstr(R"("protobuf":{"request_id":"7",)")));
 }
 
+TEST(DiffDialects, finds_the_same_differences_with_ids_as_strings)
+{
+    // A number beyond 2^53, which the protobuf dialect sends as a text.
+    auto const capture =
+        delimited(frame_of(7, {"rpc_php", "rinit { request { headers { elements { string_key: 'X-N' value { "
+                                          "long_value: 9007199254740993 } } } } }"})) +
+        delimited(frame_of(7, {"request_headers", "lines: 'X-N: 9007199254740993'"}));
+    EXPECT_THAT(diff({}, capture).out, Not(HasSubstr("X-N")));
+    EXPECT_THAT(diff({"--ids=string"}, capture).out, Not(HasSubstr("X-N")));
+}
+
 TEST(DiffDialects, reports_that_the_dialects_agree)
 {
     auto const outcome = diff({"--format=text"}, ends(7, 200, 200));
@@ -114,6 +125,11 @@ TEST(DiffDialects, fails_if_there_is_nothing_to_compare)
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "tarnwick: 1 request has only one dialect and was not compared\n" + nothing);
     EXPECT_EQ(outcome.status, 1);
+
+    EXPECT_EQ(diff({"--where=number=1"}, request_end(8) + ends(7, 200, 200)).err,
+              "tarnwick: 1 request has only one dialect and was not compared\n"
+              "tarnwick: nothing was compared, because no request that fulfils the conditions has reports of both "
+              "dialects\n");
 
     auto const missing = diff({"--format=text", "--request=9"}, ends(7, 200, 404));
     EXPECT_EQ(missing.err, "tarnwick: no request has the id 9; the ids of requests are 7\n" + nothing);

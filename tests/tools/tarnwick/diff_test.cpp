@@ -17,6 +17,7 @@ namespace tarnwick::test::diff_test {
 namespace {
 
 using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -345,6 +346,23 @@ TEST(Diff, takes_numbers_as_keys_of_captures_for_placeholders)
                                                                     HasSubstr(R"("key":["_POST","{id}","weight"])")));
 }
 
+TEST(Diff, takes_texts_as_keys_of_captures_for_placeholders_if_they_are_ids)
+{
+    auto const form = [](std::string const &key) {
+        return delimited(frame_of(7, {"superglobals", "groups { name: '_POST' entries { key: '" + key +
+                                                          "' initial_value { } value { } } }"}));
+    };
+    TemporaryFile const a(form("17"));
+    TemporaryFile const b(form("f81d4fae-7dec-11d0-a765-00a0c91e6bf6"));
+    TemporaryFile const c(form("item17"));
+    EXPECT_THAT(differences("key", a.name(), b.name()), IsEmpty());
+    EXPECT_THAT(
+        differences("key", a.name(), c.name()),
+        AllOf(Contains(HasSubstr(R"("gone","method":null,"route":null,"array":"superglobals","key":["_POST","{id}"])")),
+              Contains(
+                  HasSubstr(R"("new","method":null,"route":null,"array":"superglobals","key":["_POST","item17"])"))));
+}
+
 TEST(Diff, compares_keys_of_the_rpc_dialect_if_it_has_superglobals)
 {
     auto const capture = capture_of({.start = "superglobals { " + element("_GET", array(element("page"))) + "}"});
@@ -365,6 +383,9 @@ TEST(Diff, compares_the_chosen_requests_of_captures)
                                    Not(HasSubstr("GET /a")), EndsWith("\nNothing else differs.\n")));
     outcome = diff({"--where=uri=/b", a.name() + ":slowest", b.name() + ":slowest"});
     EXPECT_THAT(outcome.out, AllOf(HasSubstr(R"("uri":"/b")"), Not(HasSubstr(R"("uri":"/a")"))));
+    EXPECT_EQ(diff({"--where=uri=/c", a.name(), b.name()}).err,
+              "tarnwick: " + a.name() + ": no request fulfils the conditions\n" + "tarnwick: " + b.name() +
+                  ": no request fulfils the conditions\n");
     EXPECT_EQ(diff({"--format=text", "--dialect=protobuf", a.name(), b.name()}).out,
               "A  " + a.name() + "  (requests: 0)\nB  " + b.name() +
                   "  (requests: 0)\n\nNo route is in both captures, so nothing else is compared.\n");

@@ -90,10 +90,12 @@ TEST(RealCaptures, dialects_agree_except_for_what_a_dialect_cannot_carry)
 
 TEST(RealCaptures, have_requests_that_fit_two_screens)
 {
+    std::size_t count = 0;
     program::ReportChoice const all;
     program::WholeRequestSink requests(
         all,
-        [](program::WholeRequest const &request) {
+        [&count](program::WholeRequest const &request) {
+            ++count;
             auto const page =
                 program::request_page({request.summary, request}, {.masks = program::Masks(program::MaskRules())});
             EXPECT_LE(std::ranges::count(page, '\n'), 100) << page;
@@ -103,6 +105,7 @@ TEST(RealCaptures, have_requests_that_fit_two_screens)
     program::reread_captures(program::capture_files(captures()),
                              [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
     requests.close_all();
+    EXPECT_GT(count, 100);
 }
 
 // The differences that the recorder makes. It is the model of a sender.

@@ -22,8 +22,8 @@ public:
 
     /// Adds a frame with its length.
     void add(std::uint64_t number, std::uint64_t offset, std::string_view bytes);
-    /// Keeps the longest sequence of frames that is still in the file, either at the same place from the first frame on, or
-    /// at the start of the file. Returns the end of the last frame that remains.
+    /// Keeps the longest sequence of frames that is still in the file: from the first frame on at any place, or from any
+    /// frame on at the start of the file. Returns the end of the last frame that remains.
     Place keep_unchanged(InputFile const &input);
 
 private:

@@ -116,7 +116,7 @@ public:
         TextTable table({{"change", Align::left, 0, 0, 8},
                          {"duration", Align::left, 0, 0, 7},
                          {"growth", Align::right, 0, 0, 5},
-                         {"route", Align::left, 0, TextTable::narrowest_text},
+                         {"route", Align::left, 0, narrowest_route},
                          {"requests", Align::left, 0, 0, 3},
                          {"memory", Align::left, 0, 0, 1},
                          {"statements", Align::left, 0, 0, 2},
@@ -200,6 +200,9 @@ public:
     }
 
 private:
+    static constexpr std::size_t narrowest_route = 30;
+    static constexpr std::size_t narrowest_place = 16; ///< of a function or statement
+
     /// Returns how many rows a section has, apart from that of routes.
     [[nodiscard]] std::size_t max_rows() const { return top_.value_or(10); }
 
@@ -207,7 +210,7 @@ private:
     [[nodiscard]] TextTable table_of(std::vector<TextTable::Column> columns, std::size_t left_out) const
     {
         if (is_of_captures_)
-            columns.push_back({"route", Align::left, 0, TextTable::narrowest_text, left_out});
+            columns.push_back({"route", Align::left, 0, narrowest_place, left_out});
         return TextTable(std::move(columns), width_);
     }
 

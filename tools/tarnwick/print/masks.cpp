@@ -100,11 +100,18 @@ void Masks::add(std::string_view value, Secrets::Source source) const
 {
     if (!are_on())
         return;
-    secrets().add(value, source);
+    add_secret(value, source);
     // Texts have replacement characters for bytes that are not UTF-8.
     QUtf8StringView const utf8(value.data(), static_cast<qsizetype>(value.size()));
     if (!utf8.isValidUtf8())
-        secrets().add(utf8.toString().toStdString(), source);
+        add_secret(utf8.toString().toStdString(), source);
+}
+
+void Masks::add_secret(std::string_view value, Secrets::Source source) const
+{
+    auto &known = secrets();
+    if (known.add(value, source))
+        known.set_version(++state_->last_version);
 }
 
 void Masks::add_header(std::string_view value) const

@@ -43,6 +43,9 @@ public:
     /// Returns whether secrets of the request were added after the last search of a text for them.
     [[nodiscard]] bool have_new_secrets() const { return are_on() && secrets().has_new_values(); }
 
+    /// Returns a number that is equal only for equal secrets of requests; 0 if there are none.
+    [[nodiscard]] std::uint64_t secrets_version() const { return are_on() ? secrets().version() : 0; }
+
     /// Returns whether a value is masked because of its key.
     [[nodiscard]] bool is_secret(std::string_view key) const;
 
@@ -78,8 +81,10 @@ private:
         MaskRules rules;
         SecretStore store;
         std::uint64_t request_id = 0;
+        std::uint64_t last_version = 0; ///< of the secrets of any request
     };
 
+    void add_secret(std::string_view value, Secrets::Source source) const;
     [[nodiscard]] Secrets &secrets() const { return state_->store.of(state_->request_id); }
 
     std::shared_ptr<State> state_; ///< shared by copies; null if nothing is masked

@@ -6,16 +6,16 @@
 
 namespace tarnwick::program {
 
-void Secrets::add(std::string_view value, Source source)
+bool Secrets::add(std::string_view value, Source source)
 {
     if (value.size() < shortest)
-        return;
+        return false;
     value = value.substr(0, longest);
     if (nodes_.empty())
         nodes_.emplace_back();
     auto const room = source == Source::key ? max_size : max_size / 4 * 3;
     if (nodes_.size() + value.size() > room)
-        return;
+        return false;
     std::uint32_t node = 0;
     for (char const byte : value) {
         auto next = child(node, byte);
@@ -31,10 +31,11 @@ void Secrets::add(std::string_view value, Source source)
     bool const is_ordinary = source == Source::data && value.find_first_of("0123456789") == std::string_view::npos;
     auto &last = nodes_[node];
     if (last.ends != 0 && (is_ordinary || !last.is_ordinary))
-        return;
+        return false;
     last.ends = static_cast<std::uint16_t>(value.size());
     last.is_ordinary = is_ordinary;
     is_linked_ = false;
+    return true;
 }
 
 void Secrets::find(std::string_view text, TextPlace place, TextRanges &ranges)

@@ -36,15 +36,18 @@ public:
         data, ///< masked because all values in its place are: a literal of SQL, a value of storage
     };
 
-    /// Adds a value, if there is room.
+    /// Adds a value, if there is room. Returns whether it is a new one.
     ///
     /// A value from `data` without a digit is ordinary, like the name of a page or of a file. It is not searched for in
     /// a `TextPlace::name`.
-    void add(std::string_view value, Source source);
+    bool add(std::string_view value, Source source);
     /// Adds the parts of the text that are one of the values, as they are, URL-encoded or escaped as in JSON.
     void find(std::string_view text, TextPlace place, TextRanges &ranges);
     /// Whether values were added after the last search.
     [[nodiscard]] bool has_new_values() const { return !is_linked_; }
+    /// Identifies the values among those of all requests; 0 if there are none.
+    [[nodiscard]] std::uint64_t version() const { return version_; }
+    void set_version(std::uint64_t version) { version_ = version; }
     /// In bytes of values, without their common starts.
     [[nodiscard]] std::size_t size() const { return nodes_.size(); }
 
@@ -69,6 +72,7 @@ private:
     std::vector<Node> nodes_;                ///< the root is first
     std::array<std::uint32_t, 256> first_{}; ///< children of the root
     bool is_linked_ = true;
+    std::uint64_t version_ = 0;
 };
 
 /// The secrets of the requests that were used most recently. Takes at most some 25 MB.

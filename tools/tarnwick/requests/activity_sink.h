@@ -20,10 +20,12 @@ namespace tarnwick::program {
 class ActivitySink {
 public:
     using Use = std::function<void(RequestActivity &request)>;
+    /// `masks_keys`: whether keys were added too, or new secrets.
+    using Mask = std::function<void(RequestActivity &request, bool masks_keys)>;
 
     /// `pass_on` receives the requests in the order of closing. With masks, `mask` receives a request after each report
     /// that adds names or secrets, because secrets of a request are forgotten while it is open. `reports` and `names` stay valid.
-    ActivitySink(ReportChoice const &reports, NameTable &names, Masks masks, Use mask, Use pass_on)
+    ActivitySink(ReportChoice const &reports, NameTable &names, Masks masks, Mask mask, Use pass_on)
         : reports_(reports)
         , masks_(std::move(masks))
         , mask_(std::move(mask))
@@ -66,26 +68,31 @@ public:
         }
         if constexpr (has_key_array<Record>) {
             request_->keys.add(record, source.dialect, view);
-            has_new_names_ = true;
+            has_new_keys_ = true;
         }
     }
 
 private:
     void finish_report()
     {
-        if (request_ != nullptr && masks_.are_on() && (has_new_names_ || masks_.have_new_secrets()))
-            mask_(*request_);
+        if (request_ != nullptr && masks_.are_on()) {
+            bool const masks_keys = has_new_keys_ || masks_.have_new_secrets();
+            if (masks_keys || has_new_names_)
+                mask_(*request_, masks_keys);
+        }
         request_ = nullptr;
         has_new_names_ = false;
+        has_new_keys_ = false;
     }
 
     ReportChoice const &reports_;
     Masks masks_;
-    Use mask_;
+    Mask mask_;
     ActivityBuilder builder_;
     RequestGroups<RequestActivity> groups_;
     RequestActivity *request_ = nullptr; ///< of the current report
     bool has_new_names_ = false;         ///< in the current report
+    bool has_new_keys_ = false;          ///< in the current report
 };
 
 } // namespace tarnwick::program

@@ -230,19 +230,20 @@ void DialectDifferences::compare(ComparedRecords const &records, Json rpc, Json 
     ++pairs_;
     if (!masks_.are_on())
         report(*request_, {records, std::move(rpc), std::move(protobuf)});
-    else if (rpc({}) != protobuf({}))
+    else if (rpc({}, {}) != protobuf({}, {}))
         request_->differing.push_back({records, std::move(rpc), std::move(protobuf)});
 }
 
 void DialectDifferences::report(Request const &request, RecordPair const &pair)
 {
     auto const &[records, rpc, protobuf] = pair;
-    auto const rpc_json = rpc({});
-    auto const protobuf_json = protobuf({});
+    auto const rpc_json = rpc({}, {});
+    auto const protobuf_json = protobuf({}, {});
     if (rpc_json == protobuf_json)
         return;
-    auto const rpc_shown = masks_.are_on() ? rpc(masks_) : std::string();
-    auto const protobuf_shown = masks_.are_on() ? protobuf(masks_) : std::string();
+    // Equality does not depend on the form in which values are printed.
+    auto const rpc_shown = rpc(masks_, style_);
+    auto const protobuf_shown = protobuf(masks_, style_);
     RecordComparison comparison(exceptions_, [&](ComparedPlace const &place, ComparedValue const &rpc_value,
                                                  ComparedValue const &protobuf_value) {
         report_({.number = request.number,
@@ -253,9 +254,8 @@ void DialectDifferences::report(Request const &request, RecordPair const &pair)
                  .rpc = rpc_value.shown,
                  .protobuf = protobuf_value.shown});
     });
-    comparison.compare({.path = records.name(), .field = {}, .place = {}},
-                       {rpc_json, masks_.are_on() ? rpc_shown : rpc_json},
-                       {protobuf_json, masks_.are_on() ? protobuf_shown : protobuf_json});
+    comparison.compare({.path = records.name(), .field = {}, .place = {}}, {rpc_json, rpc_shown},
+                       {protobuf_json, protobuf_shown});
 }
 
 void DialectDifferences::close(Request &request)
@@ -266,14 +266,14 @@ void DialectDifferences::close(Request &request)
     for (auto const &[records, waiting] : std::exchange(request.waiting, {})) {
         for (auto const &rpc : waiting[0]) {
             auto const absence = std::ranges::find_if(
-                dialect_absences(), [&](DialectAbsence const &row) { return row.is_for(records.name(), rpc({})); });
+                dialect_absences(), [&](DialectAbsence const &row) { return row.is_for(records.name(), rpc({}, {})); });
             if (absence == dialect_absences().end())
-                report_({request.number, request.id, records, {}, {}, rpc(masks_), {}});
+                report_({request.number, request.id, records, {}, {}, rpc(masks_, style_), {}});
             else
                 absences_.insert(&*absence);
         }
         for (auto const &protobuf : waiting[1])
-            report_({request.number, request.id, records, {}, {}, {}, protobuf(masks_)});
+            report_({request.number, request.id, records, {}, {}, {}, protobuf(masks_, style_)});
     }
 }
 

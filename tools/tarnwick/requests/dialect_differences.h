@@ -60,7 +60,7 @@ struct DialectDifference {
 class DialectDifferences {
 public:
     /// `keeps`: whether to compare the request with a number. `report` receives each difference. The values of the
-    /// difference are valid during the call.
+    /// difference are valid during the call. `style`: of values that are printed.
     DialectDifferences(std::function<bool(std::uint64_t number)> keeps, Masks masks,
                        std::function<void(DialectDifference const &difference)> report, JsonStyle style = {});
 
@@ -100,7 +100,7 @@ public:
             masks_.select_request(request_->id);
             collect(masks_, *record);
             ComparedRecords const records{data::Description<data::payload_of_t<Record>>::name, view, kind_of(record)};
-            add(records, source.dialect, [record, style = style_](Masks const &masks) {
+            add(records, source.dialect, [record](Masks const &masks, JsonStyle style) {
                 JsonWriter writer(style);
                 writer.begin_record({});
                 write_masked(writer, *record, masks);
@@ -122,7 +122,7 @@ private:
     }
 
     /// Returns a record as JSON.
-    using Json = std::function<std::string(Masks const &masks)>;
+    using Json = std::function<std::string(Masks const &masks, JsonStyle style)>;
     /// Records of each dialect that wait for those of the other.
     using Waiting = std::array<std::deque<Json>, 2>;
     struct RecordPair {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <utility>
 #include <variant>
 
@@ -25,8 +24,8 @@ KeyTree &tree_at(std::unique_ptr<KeyTree> &place)
 void KeyTree::add(data::php::PelorinArray const &array)
 {
     for (auto const &[key, value] : array->elements()) {
-        bool const is_number = std::holds_alternative<std::int64_t>(key->value());
-        auto &place = keys_[is_number ? std::string(id_placeholder) : key_text(key)];
+        auto const text = key_text(key);
+        auto &place = keys_[is_id(text) ? std::string(id_placeholder) : text];
         if (auto const *elements = std::get_if<data::php::PelorinArray>(&value->value()))
             tree_at(place).add(*elements);
     }

@@ -15,7 +15,8 @@
 
 namespace tarnwick::program {
 
-/// The keys of PHP arrays, without their values. Numbers become `{id}`, as in routes.
+/// The keys of PHP arrays, without their values. A key that identifies something becomes `{id}`, as in
+/// routes: a number, a UUID or a long hexadecimal text.
 class KeyTree {
 public:
     void add(data::php::PelorinArray const &array);

@@ -128,14 +128,20 @@ std::uint32_t NameTable::number_of(std::string const &name)
     auto const key = shown.size() < name.size() ? fmt::format("{}{}", shown, std::hash<std::string>()(name)) : name;
     auto const [entry, is_new] = numbers_.try_emplace(key, static_cast<std::uint32_t>(names_.size()));
     if (is_new)
-        names_.push_back({.text = shown});
+        names_.push_back({.shown = {.text = shown}});
     return entry->second;
 }
 
 void NameTable::mask(std::uint32_t number, Masks const &masks, MaskedRanges ranges)
 {
-    if (masks.are_on())
-        add_ranges(names_[number].masked, ranges(masks, names_[number].text));
+    if (!masks.are_on())
+        return;
+    auto &[shown, secrets_version] = names_[number];
+    auto const version = masks.secrets_version();
+    if (secrets_version == version)
+        return;
+    secrets_version = version;
+    add_ranges(shown.masked, ranges(masks, shown.text));
 }
 
 void mask_names(NameTable &names, RequestActivity const &request, Masks const &masks)

@@ -59,12 +59,16 @@ public:
     /// The masked name.
     [[nodiscard]] std::string shown(std::uint32_t number) const
     {
-        return masked(names_[number].text, names_[number].masked);
+        return masked(names_[number].shown.text, names_[number].shown.masked);
     }
 
 private:
     std::unordered_map<std::string, std::uint32_t> numbers_;
-    std::vector<MaskedText> names_;
+    struct Name {
+        MaskedText shown;
+        std::optional<std::uint64_t> secrets_version{}; ///< of the last search
+    };
+    std::vector<Name> names_;
 };
 
 /// The amounts of each name, by its number.

@@ -47,7 +47,7 @@ std::size_t uuid_size(std::string_view text)
     return is_uuid ? form.size() : 0;
 }
 
-bool is_id(std::string_view word)
+bool is_id_word(std::string_view word)
 {
     constexpr std::size_t least_hexadecimal = 16;
     return std::ranges::all_of(word, is_decimal_digit) ||
@@ -62,7 +62,7 @@ std::string with_placeholders(std::string_view text)
         bool is_placeholder = size > 0;
         if (!is_placeholder) {
             size = word_size(text);
-            is_placeholder = size > 0 && is_id(text.substr(0, size));
+            is_placeholder = size > 0 && is_id_word(text.substr(0, size));
         }
         if (size == 0)
             size = is_escape(text) ? 3 : 1;
@@ -94,6 +94,11 @@ std::string route_of(std::string_view uri)
         separator = '&';
     }
     return route;
+}
+
+bool is_id(std::string_view text)
+{
+    return with_placeholders(text) == id_placeholder;
 }
 
 } // namespace tarnwick::program

@@ -15,4 +15,7 @@ inline constexpr std::string_view id_placeholder = "{id}";
 /// word is a sequence of letters, digits and bytes beyond ASCII, so `/v2/users/42-ann` is `/v2/users/{id}-ann`.
 std::string route_of(std::string_view uri);
 
+/// Whether the whole text is such a word, or a UUID.
+bool is_id(std::string_view text);
+
 } // namespace tarnwick::program

@@ -296,6 +296,16 @@ TEST_F(Follow, continues_after_a_truncation_within_the_last_4096_frames)
     }
 }
 
+TEST_F(Follow, continues_in_a_file_that_starts_before_the_last_4096_frames)
+{
+    auto const whole = capture_of(5000);
+    auto const lost = capture_of(100).size();
+    Capture capture;
+    auto const found = steps(capture, {append(whole), replace(whole.substr(lost) + request_end(9000))});
+    ASSERT_EQ(found.size(), 5001);
+    EXPECT_EQ(found.back(), fmt::format("4901 at {}: request 9000", whole.size() - lost));
+}
+
 TEST_F(Follow, stops_before_the_end_when_interrupted)
 {
     Capture const capture;
