@@ -128,7 +128,7 @@ std::uint32_t NameTable::number_of(std::string const &name)
     auto const key = shown.size() < name.size() ? fmt::format("{}{}", shown, std::hash<std::string>()(name)) : name;
     auto const [entry, is_new] = numbers_.try_emplace(key, static_cast<std::uint32_t>(names_.size()));
     if (is_new)
-        names_.push_back({.shown = {.text = shown}});
+        names_.push_back({.shown = {.text = shown}, .secrets_version = std::nullopt});
     return entry->second;
 }
 

@@ -66,7 +66,7 @@ private:
     std::unordered_map<std::string, std::uint32_t> numbers_;
     struct Name {
         MaskedText shown;
-        std::optional<std::uint64_t> secrets_version{}; ///< of the last search
+        std::optional<std::uint64_t> secrets_version; ///< of the last search
     };
     std::vector<Name> names_;
 };
