@@ -113,13 +113,13 @@ public:
         ComparedCapture b{options_.b.file, {}};
         auto const status_of_a = read(a);
         auto const status = std::max(status_of_a, read(b));
+        if (status == file_failure)
+            return status;
         for (auto const *capture : {&a, &b}) {
             if (!options_.filter.conditions.empty() && capture->profiles.empty())
                 print_error(
                     fmt::format("tarnwick: {}: no request fulfils the conditions\n", escaped_text(capture->file)));
         }
-        if (status == file_failure)
-            return status;
         auto routes = compare(a.profiles, b.profiles);
         for (auto &[route, change, profile_a, profile_b] : routes) {
             for (auto *text : {&route.first, &route.second})

@@ -15,8 +15,8 @@
 
 namespace tarnwick::program {
 
-/// The keys of PHP arrays, without their values. A key that identifies something becomes `{id}`, as in
-/// routes: a number, a UUID or a long hexadecimal text.
+/// The keys of PHP arrays, without their values. A key that identifies something becomes `{id}`, as in routes: a
+/// number, a UUID or a long hexadecimal text.
 class KeyTree {
 public:
     void add(data::php::PelorinArray const &array);
