@@ -515,13 +515,13 @@ TEST(Diff, compares_names_before_they_are_masked)
 
 TEST(Diff, masks_keys_that_are_secrets_of_their_request)
 {
-    // The cookie follows the superglobals of the start.
-    auto const page = [](std::string const &keys, std::string const &cookie) {
+    // The report with the secret follows the one with the key.
+    auto const page = [](std::string const &keys, std::string const &password) {
         return capture_of({.start = "superglobals { " + element("_GET", array(keys)) + "}",
-                           .response = "headers { " + element("Set-Cookie", "string_value: '" + cookie + "'") + "}"});
+                           .php_error = "message: 'password=" + password + "'"});
     };
     TemporaryFile const a(page(element("page"), "x"));
-    TemporaryFile const b(page(element("page") + element("for-my-secret"), "sid=my-secret"));
+    TemporaryFile const b(page(element("page") + element("for-my-secret"), "my-secret"));
     for (std::string const request : {"", ":@1"}) {
         EXPECT_THAT(diff({"--format=text", a.name() + request, b.name() + request}).out,
                     HasSubstr("_GET[for-[masked]]"));
