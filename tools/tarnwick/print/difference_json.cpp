@@ -146,7 +146,10 @@ private:
     void write(ComparedRequest const &request)
     {
         write_text("file", request.file);
-        write_cells<RequestSummary>(json_, request.activity, request_columns());
+        for (auto const &column : request_columns()) {
+            json_.field(column.name, column.sense);
+            column.write(json_, request.activity);
+        }
     }
 
     void write(Profile const &profile)

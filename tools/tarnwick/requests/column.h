@@ -31,7 +31,7 @@ struct Column {
     std::string (*plain)(Row const &row);
     void (*write)(JsonWriter &writer, Row const &row);
     std::size_t usual_width = 0; ///< of cells that are usually wider than the title, for lines that are printed alone
-    data::Sense sense = data::Sense::plain; ///< in JSON
+    data::Sense sense = data::Sense::plain; ///< in JSON lines
 };
 
 /// Returns the column of a name. Throws `std::invalid_argument` for an unknown one.
@@ -53,7 +53,7 @@ template <class Row>
 void write_cells(JsonWriter &writer, Row const &row, std::span<Column<Row> const> columns)
 {
     for (auto const &column : columns) {
-        writer.field(column.name, column.sense);
+        writer.field(column.name);
         column.write(writer, row);
     }
 }
