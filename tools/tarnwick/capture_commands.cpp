@@ -18,7 +18,7 @@
 namespace tarnwick::program {
 namespace {
 
-void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, Command &command)
+void add_inspect(CLI::App &app, InspectOptions &options, InspectArguments &arguments, Command &command)
 {
     auto &sub =
         add_command(app, "inspect", "Print the records of captures", "usage: tarnwick inspect [OPTION...] [FILE...]");
@@ -33,12 +33,14 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
     add_json_style(sub, options.json_style);
     sub.add_flag("--all-records", options.all_records,
                  "print all records of the report's family, not only those that the report fills");
-    sub.add_option("--record", choice.records, "only records of this name (php.RInit or RInit); can be repeated")
+    sub.add_option("--record", arguments.records, "only records of this name (php.RInit or RInit); can be repeated")
         ->type_name("NAME")
         ->allow_extra_args(false);
     add_report_choice(sub, options.reports);
-    add_conditions(sub, choice.conditions,
-                   "only records whose field fulfils this, such as 'duration>200ms'; can be repeated");
+    sub.add_option("--where", arguments.conditions,
+                   "only records whose field fulfils this, such as 'duration>200ms'; can be repeated")
+        ->type_name("CONDITION")
+        ->allow_extra_args(false);
     add_top(sub, options.top, "only the first N records");
     add_follow(sub, options.follow);
     sub.footer(fmt::format("Reports can nest messages up to {} deep. A PHP array takes 3 levels.\n\n{}",
@@ -46,8 +48,8 @@ void add_inspect(CLI::App &app, InspectOptions &options, ChoiceOptions &choice, 
     sub.callback([&] {
         check_files(options.files);
         check_follow(options.follow, options.files);
-        options.records = read_argument(choice.conditions.empty() ? "--record" : "--where",
-                                        [&] { return RecordChoice(choice.records, choice.conditions); });
+        options.records = read_argument(arguments.conditions.empty() ? "--record" : "--where",
+                                        [&] { return RecordChoice(arguments.records, arguments.conditions); });
         command = [&options] { return inspect(options); };
     });
 }
@@ -69,18 +71,6 @@ std::vector<Column<Row> const *> read_columns(std::vector<std::string> const &na
     return chosen;
 }
 
-template <class Row>
-void read_sort(std::string const &argument, TableOptions<Row> &options, std::span<Column<Row> const> columns)
-{
-    auto const colon = argument.find(':');
-    auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
-    if (direction != "asc" && direction != "desc")
-        throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
-    options.sort = &read_argument(
-        "--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
-    options.is_descending = direction == "desc";
-}
-
 /// A command that prints a table.
 template <class Row>
 struct TableCommand {
@@ -94,11 +84,10 @@ struct TableCommand {
 };
 
 template <class Row>
-void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions &choice, Command &command,
-                       TableCommand<Row> const &definition)
+void add_table_command(CLI::App &app, TableOptions<Row> &options, Command &command, TableCommand<Row> const &definition)
 {
-    auto &sub = add_command(app, definition.name, definition.help,
-                            fmt::format("usage: tarnwick {} [OPTION...] [FILE...]", definition.name));
+    CLI::App &sub = add_command(app, definition.name, definition.help,
+                                fmt::format("usage: tarnwick {} [OPTION...] [FILE...]", definition.name));
     add_files(sub, options.files);
     add_choice(sub, "--format", options.format,
                {{"auto", TableFormat::automatic},
@@ -111,35 +100,35 @@ void add_table_command(CLI::App &app, TableOptions<Row> &options, ChoiceOptions 
     std::vector<std::string_view> names;
     for (auto const &column : definition.columns)
         names.push_back(column.name);
-    sub.add_option("--columns", choice.columns, "the columns and their order, separated by commas")
+    sub.add_option_function<std::vector<std::string>>(
+           "--columns",
+           [&options, columns = definition.columns](std::vector<std::string> const &words) {
+               options.columns = read_columns(words, columns);
+           },
+           "the columns and their order, separated by commas")
         ->type_name("COLUMNS")
         ->delimiter(',')
         ->allow_extra_args(false);
     add_report_choice(sub, options.reports);
-    add_conditions(sub, choice.conditions,
-                   fmt::format("only {} whose column fulfils this, such as {}; can be repeated", definition.rows,
-                               definition.conditions));
-    sub.add_option("--sort", choice.sort, "order by a column; add :desc for the largest first")
-        ->type_name("COLUMN[:desc]")
-        ->take_last();
-    add_top(sub, options.top, fmt::format("only the first N {}", definition.rows));
+    add_record_choice(sub, options.reports);
+    add_conditions(
+        sub, options.conditions, definition.columns,
+        fmt::format("only {} whose column fulfils this, such as {}", definition.rows, definition.conditions));
+    add_sort(sub, options.order, definition.columns, "order by a column; add :desc for the largest first");
+    add_top(sub, options.order.top, fmt::format("only the first N {}", definition.rows));
     if (definition.can_follow)
         add_follow(sub, options.follow);
     sub.footer(fmt::format("Columns: {}\n\n{}", fmt::join(names, " "), exit_statuses));
-    sub.callback([&options, &choice, &command, columns = definition.columns, run = definition.run] {
+    sub.callback([&options, &command, run = definition.run] {
         check_files(options.files);
         check_follow(options.follow, options.files);
-        if (options.follow && !choice.sort.empty())
+        if (options.follow && options.order.column != nullptr)
             throw CLI::ValidationError("--sort needs all requests, and --follow prints each when it closes");
-        options.columns = read_columns(choice.columns, columns);
-        if (!choice.sort.empty())
-            read_sort(choice.sort, options, columns);
-        options.conditions = read_conditions(choice.conditions, columns);
         command = [&options, run] { return run(options); };
     });
 }
 
-void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Command &command)
+void add_show(CLI::App &app, ShowOptions &options, Command &command)
 {
     using Format = ShowOptions::Format;
     auto &sub = add_command(app, "show", "Print one request from start to end",
@@ -162,12 +151,12 @@ void add_show(CLI::App &app, ShowOptions &options, ChoiceOptions &choice, Comman
     sub.add_flag("--all", options.all,
                  "print everything: whole lists and texts, chunks of code traces, and in text all records");
     add_dialect(sub, options.filter.reports);
-    add_conditions(sub, choice.conditions,
-                   "choose among requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");
+    add_record_choice(sub, options.filter.reports);
+    add_conditions(sub, options.filter.conditions, request_columns(),
+                   "choose among requests whose column in ls fulfils this, such as 'uri~^/api'");
     sub.footer(exit_statuses);
     sub.callback([&] {
         check_files(options.files);
-        options.filter.conditions = read_conditions(choice.conditions, request_columns());
         command = [&options] { return show(options); };
     });
 }
@@ -212,15 +201,15 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
         ->allow_extra_args(false);
     add_request_choice(sub, arguments.dialects.filter.reports.requests);
     add_dialect(sub, options.filter.reports);
-    add_conditions(sub, arguments.conditions,
-                   "compare only requests whose column in ls fulfils this, such as 'uri~^/api'; can be repeated");
+    add_record_choice(sub, options.filter.reports);
+    add_conditions(sub, options.filter.conditions, request_columns(),
+                   "compare only requests whose column in ls fulfils this, such as 'uri~^/api'");
     add_top(sub, options.top, "only the first N differences of a kind");
     sub.footer(
         fmt::format("Names of limits: {}\n\n{}", fmt::join(measures, " "),
                     "Exit status: 0 success, 1 a capture has a fault, or the dialects disagree or cannot be compared,\n"
                     "2 wrong usage, 3 a file cannot be read or written, 4 a limit is exceeded or cannot be checked."));
     sub.callback([&, dialects] {
-        options.filter.conditions = read_conditions(arguments.conditions, request_columns());
         if (dialects->count() > 0) {
             if (!options.filter.reports.dialects.empty())
                 throw CLI::ValidationError("--dialect", "not with --dialects, which compares both");
@@ -233,6 +222,7 @@ void add_diff(CLI::App &app, DiffOptions &options, DiffArguments &arguments, Com
             arguments.dialects.mask = options.mask;
             arguments.dialects.json_style = options.json_style;
             arguments.dialects.filter.conditions = options.filter.conditions;
+            arguments.dialects.filter.reports.records = options.filter.reports.records;
             arguments.dialects.top = options.top;
             command = [&arguments] { return diff_dialects(arguments.dialects); };
             return;
@@ -264,20 +254,17 @@ void add_output(CLI::App &sub, std::string &output, std::string_view what)
         ->take_last();
 }
 
-void add_report(CLI::App &app, ReportOptions &options, ChoiceOptions &choice, Command &command)
+void add_report(CLI::App &app, ReportOptions &options, Command &command)
 {
     auto &sub = add_command(app, "report", "Write a page in HTML to look at captures in a browser",
                             "usage: tarnwick report [OPTION...] [FILE...]");
     add_files(sub, options.files);
     add_output(sub, options.output, "such as report.html");
     add_mask(sub, options.mask, "the page is masked");
-    add_report_choice(sub, options.filter.reports);
-    add_conditions(sub, choice.conditions,
-                   "only requests whose column in ls fulfils this, such as 'status>=500'; can be repeated");
+    add_request_filter(sub, options.filter);
     sub.footer(exit_statuses);
     sub.callback([&] {
         check_files(options.files);
-        options.filter.conditions = read_conditions(choice.conditions, request_columns());
         if (options.output == "-" && ::isatty(STDOUT_FILENO) != 0)
             throw CLI::ValidationError("cannot write a page to a terminal: use --output=FILE");
         command = [&options] { return report(options); };
@@ -299,15 +286,7 @@ void add_recover(CLI::App &app, RecoverOptions &options, Command &command)
     });
 }
 
-/// Adds the options that choose requests.
-void add_request_filter(CLI::App &app, RequestFilter &filter, ChoiceOptions &choice)
-{
-    add_report_choice(app, filter.reports);
-    add_conditions(app, choice.conditions,
-                   "only requests whose column in ls fulfils this, such as 'status>=500'; can be repeated");
-}
-
-void add_export(CLI::App &app, ExportOptions &options, ChoiceOptions &choice, Command &command)
+void add_export(CLI::App &app, ExportOptions &options, Command &command)
 {
     auto &sub = add_command(app, "export", "Add the requests of captures to a database",
                             "usage: tarnwick export [OPTION...] --output=DATABASE [FILE...]");
@@ -319,13 +298,12 @@ void add_export(CLI::App &app, ExportOptions &options, ChoiceOptions &choice, Co
         ->required()
         ->take_last();
     add_mask(sub, options.mask, "nothing is masked");
-    add_request_filter(sub, options.filter, choice);
+    add_request_filter(sub, options.filter);
     sub.footer(exit_statuses);
     sub.callback([&] {
         check_files(options.files);
         if (options.output.empty() || options.output == "-")
             throw CLI::ValidationError("--output", "a database is a file");
-        options.filter.conditions = read_conditions(choice.conditions, request_columns());
         command = [&options] { return export_requests(options); };
     });
 }
@@ -339,11 +317,11 @@ std::chrono::nanoseconds read_timeout(std::string const &text)
     return std::chrono::nanoseconds(static_cast<std::int64_t>(*span));
 }
 
-void add_query(CLI::App &app, QueryOptions &options, QueryArguments &arguments, Command &command)
+void add_query(CLI::App &app, QueryOptions &options, std::vector<std::string> &words, Command &command)
 {
     auto &sub = add_command(app, "query", "Run an SQL query on the requests of captures",
                             "usage: tarnwick query [OPTION...] SQL [FILE...]\n       tarnwick query --tables");
-    sub.add_option("SQL", arguments.words,
+    sub.add_option("SQL", words,
                    "a SELECT statement of SQLite; then captures to read, or nats://HOST:PORT/STREAM; standard input if "
                    "none is given, or for -")
         ->type_name("[FILE...]");
@@ -355,7 +333,7 @@ void add_query(CLI::App &app, QueryOptions &options, QueryArguments &arguments, 
                 {"csv", TableFormat::csv}},
                "a table, one JSON object per line, or CSV; auto (default): text on a terminal, jsonl otherwise");
     add_mask(sub, options.mask, "only text and CSV are masked");
-    add_request_filter(sub, options.filter, arguments.choice);
+    add_request_filter(sub, options.filter);
     sub.add_option_function<std::string>(
            "--timeout", [&options](std::string const &text) { options.timeout = read_timeout(text); },
            "stop the query after this time, such as 10s, without the time for reading captures")
@@ -365,16 +343,15 @@ void add_query(CLI::App &app, QueryOptions &options, QueryArguments &arguments, 
     sub.footer("Exit status: 0 success, 1 a capture has a fault, 2 wrong usage or a fault of the query,\n"
                "3 a file cannot be read or written, 4 --timeout or --max-rows was reached.");
     sub.callback([&] {
-        if (options.tables && !arguments.words.empty())
+        if (options.tables && !words.empty())
             throw CLI::ValidationError("--tables", "neither a query nor a file is possible");
-        if (!options.tables && arguments.words.empty())
+        if (!options.tables && words.empty())
             throw CLI::ValidationError("a query is required, such as 'SELECT count(*) FROM requests'");
-        if (!arguments.words.empty())
-            options.sql = arguments.words.front();
-        if (arguments.words.size() > 1)
-            options.files.assign(arguments.words.begin() + 1, arguments.words.end());
+        if (!words.empty())
+            options.sql = words.front();
+        if (words.size() > 1)
+            options.files.assign(words.begin() + 1, words.end());
         check_files(options.files);
-        options.filter.conditions = read_conditions(arguments.choice.conditions, request_columns());
         command = [&options] { return query(options); };
     });
 }
@@ -383,8 +360,8 @@ void add_query(CLI::App &app, QueryOptions &options, QueryArguments &arguments, 
 
 void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &command)
 {
-    add_inspect(app, options.inspect, options.inspect_choice, command);
-    add_table_command(app, options.ls, options.ls_choice, command,
+    add_inspect(app, options.inspect, options.inspect_arguments, command);
+    add_table_command(app, options.ls, command,
                       {.name = "ls",
                        .help = "List the requests of captures",
                        .rows = "requests",
@@ -392,8 +369,8 @@ void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &comm
                        .columns = request_columns(),
                        .run = ls,
                        .can_follow = true});
-    add_show(app, options.show, options.show_choice, command);
-    add_table_command(app, options.statements, options.statements_choice, command,
+    add_show(app, options.show, command);
+    add_table_command(app, options.statements, command,
                       {.name = "statements",
                        .help = "List the SQL statements of captures",
                        .rows = "statements",
@@ -402,9 +379,9 @@ void add_capture_commands(CLI::App &app, CaptureCommands &options, Command &comm
                        .run = statements,
                        .can_follow = false});
     add_diff(app, options.diff, options.diff_arguments, command);
-    add_report(app, options.report, options.report_choice, command);
-    add_export(app, options.export_options, options.export_choice, command);
-    add_query(app, options.query, options.query_arguments, command);
+    add_report(app, options.report, command);
+    add_export(app, options.export_options, command);
+    add_query(app, options.query, options.query_words, command);
     add_recover(app, options.recover, command);
     add_schema(app, options.schema, command);
 }

@@ -18,45 +18,32 @@
 
 namespace tarnwick::program {
 
-/// The options that choose reports, records and requests, as they are written.
-struct ChoiceOptions {
+/// Options of `inspect`, as they are written.
+struct InspectArguments {
     std::vector<std::string> records;
     std::vector<std::string> conditions;
-    std::vector<std::string> columns;
-    std::string sort;
 };
 
 struct DiffArguments {
     std::vector<std::string> places;
     std::vector<std::string> limits;
-    std::vector<std::string> conditions;
     DiffDialectsOptions dialects;
-};
-
-struct QueryArguments {
-    std::vector<std::string> words; ///< the query and the files
-    ChoiceOptions choice;
 };
 
 /// The options of the commands that read captures.
 struct CaptureCommands {
     InspectOptions inspect;
-    ChoiceOptions inspect_choice;
+    InspectArguments inspect_arguments;
     LsOptions ls;
-    ChoiceOptions ls_choice;
     ShowOptions show;
-    ChoiceOptions show_choice;
     StatementsOptions statements;
-    ChoiceOptions statements_choice;
     DiffOptions diff;
     DiffArguments diff_arguments;
     ReportOptions report;
-    ChoiceOptions report_choice;
     RecoverOptions recover;
     ExportOptions export_options;
-    ChoiceOptions export_choice;
     QueryOptions query;
-    QueryArguments query_arguments;
+    std::vector<std::string> query_words; ///< the query and the files
     JsonStyle schema;
 };
 

@@ -2,6 +2,7 @@
 
 #include "capture/dialect.h"
 #include "live/nats_source.h"
+#include "requests/request_columns.h"
 
 #include <algorithm>
 #include <charconv>
@@ -144,9 +145,28 @@ void add_report_choice(CLI::App &app, ReportChoice &reports)
     add_request_choice(app, reports.requests);
     add_dialect(app, reports);
 }
-void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help)
+
+void add_record_choice(CLI::App &app, ReportChoice &reports)
 {
-    app.add_option("--where", conditions, help)->type_name("CONDITION")->allow_extra_args(false);
+    app.add_option_function<std::vector<std::string>>(
+           "--record",
+           [&reports](std::vector<std::string> const &names) {
+               reports.records = read_argument("--record", [&] { return RecordChoice(names, {}); });
+           },
+           "only requests that have a record of this name (php.ErrorData or ErrorData); can be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+}
+
+void add_request_filter(CLI::App &app, RequestFilter &filter)
+{
+    add_report_choice(app, filter.reports);
+    add_record_choice(app, filter.reports);
+    add_conditions(app, filter.conditions, request_columns(),
+                   "only requests whose column in ls fulfils this, such as 'status>=500'");
+    add_sort(app, filter.order, request_columns(),
+             "the column of ls that decides which requests are the first for --top; add :desc for the largest first");
+    add_top(app, filter.order.top, "only the first N requests");
 }
 
 void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help)

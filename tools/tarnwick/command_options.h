@@ -3,10 +3,12 @@
 #include "exit_status.h"
 #include "print/json_writer.h"
 #include "print/masks.h"
-#include "print/record_selection.h"
 #include "print/terminal.h"
 #include "requests/column.h"
 #include "requests/condition.h"
+#include "requests/report_choice.h"
+#include "requests/request_filter.h"
+#include "requests/sorted_rows.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -72,22 +74,6 @@ decltype(auto) read_argument(std::string const &option, Read const &read)
     }
 }
 
-/// Reads conditions on columns.
-template <class Row>
-std::vector<Condition> read_conditions(std::vector<std::string> const &texts, std::span<Column<Row> const> columns)
-{
-    std::vector<Condition> conditions;
-    conditions.reserve(texts.size());
-    for (auto const &text : texts) {
-        conditions.push_back(read_argument("--where", [&] {
-            Condition condition(text);
-            condition.set_type(column_named(columns, condition.field()).type);
-            return condition;
-        }));
-    }
-    return conditions;
-}
-
 void add_color(CLI::App &app, Color &color);
 /// `default_help`: what is masked without the option.
 void add_mask(CLI::App &app, MaskOptions &mask, std::string_view default_help);
@@ -99,7 +85,50 @@ void add_follow(CLI::App &app, bool &follow);
 void add_dialect(CLI::App &app, ReportChoice &reports);
 void add_request_choice(CLI::App &app, std::vector<std::uint64_t> &requests);
 void add_report_choice(CLI::App &app, ReportChoice &reports);
-void add_conditions(CLI::App &app, std::vector<std::string> &conditions, std::string const &help);
+/// Adds `--record`, which chooses requests by their records.
+void add_record_choice(CLI::App &app, ReportChoice &reports);
+/// Adds `--where` with conditions on columns. `help`: what the option does, with an example.
+template <class Row>
+void add_conditions(CLI::App &app, std::vector<Condition> &conditions, std::span<Column<Row> const> columns,
+                    std::string const &help)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--where",
+           [&conditions, columns](std::vector<std::string> const &texts) {
+               for (auto const &text : texts) {
+                   read_argument("--where", [&] {
+                       auto &condition = conditions.emplace_back(text);
+                       condition.set_type(column_named(columns, condition.field()).type);
+                   });
+               }
+           },
+           help + "; can be repeated")
+        ->type_name("CONDITION")
+        ->allow_extra_args(false);
+}
+
+/// Adds `--sort`.
+template <class Row>
+void add_sort(CLI::App &app, RowOrder<Row> &order, std::span<Column<Row> const> columns, std::string const &help)
+{
+    app.add_option_function<std::string>(
+           "--sort",
+           [&order, columns](std::string const &argument) {
+               auto const colon = argument.find(':');
+               auto const direction = colon == std::string::npos ? "asc" : argument.substr(colon + 1);
+               if (direction != "asc" && direction != "desc")
+                   throw CLI::ValidationError("--sort", fmt::format("'{}' is not one of asc, desc", direction));
+               order.column = &read_argument(
+                   "--sort", [&]() -> Column<Row> const & { return column_named(columns, argument.substr(0, colon)); });
+               order.is_descending = direction == "desc";
+           },
+           help)
+        ->type_name("COLUMN[:desc]")
+        ->take_last();
+}
+
+/// Adds the options that choose requests of captures, and the first of them.
+void add_request_filter(CLI::App &app, RequestFilter &filter);
 void add_count(CLI::App &app, std::string const &name, std::optional<std::uint64_t> &count, std::string const &help);
 void add_top(CLI::App &app, std::optional<std::uint64_t> &top, std::string const &help);
 

@@ -116,7 +116,7 @@ public:
         if (status == file_failure)
             return status;
         for (auto const *capture : {&a, &b}) {
-            if (!options_.filter.conditions.empty() && capture->profiles.empty())
+            if (options_.filter.has_conditions() && capture->profiles.empty())
                 print_error(
                     fmt::format("tarnwick: {}: no request fulfils the conditions\n", escaped_text(capture->file)));
         }

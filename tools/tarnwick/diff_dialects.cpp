@@ -43,7 +43,8 @@ TwofoldRequests find_twofold_requests(RereadableCaptures const &captures, Reques
                                       Masks const &masks, Output &output)
 {
     TwofoldRequests found;
-    ReportChoice const all;
+    ReportChoice all; // of any dialect
+    all.records = filter.reports.records;
     SummarySink sink(all, [&](RequestSummary const &request) {
         if (!filter.fits(request))
             return;
@@ -315,7 +316,7 @@ ExitStatus diff_dialects(DiffDialectsOptions const &options)
                         requests.others == 1 ? "was" : "were"));
     if (requests.count == 0) {
         print_error(fmt::format("tarnwick: nothing was compared, because no request {}has reports of both dialects\n",
-                                options.filter.conditions.empty() ? "" : "that fulfils the conditions "));
+                                options.filter.has_conditions() ? "that fulfils the conditions " : ""));
         status = std::max(status, input_fault);
     }
     return status;

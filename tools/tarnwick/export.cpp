@@ -1,7 +1,5 @@
 #include "export.h"
 
-#include "capture/captures.h"
-#include "capture/record_feed.h"
 #include "database/request_store.h"
 #include "print/output.h"
 #include "requests/whole_request.h"
@@ -16,23 +14,14 @@ ExitStatus export_requests(ExportOptions const &options)
 {
     Output output(STDOUT_FILENO);
     RequestStore store(options.output, options.mask);
-    WholeRequestSink sink(
-        options.filter.reports,
-        [&](WholeRequest const &request) {
-            if (options.filter.fits(request.summary))
-                store.add(request);
-        },
-        store.masks().are_on());
-    RecordFeed feed(sink);
-    auto const status = read_captures(capture_files(options.files), output,
-                                      [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
-    sink.close_all();
+    auto const status = read_whole_requests(options.files, options.filter, store.masks().are_on(), output,
+                                            [&](WholeRequest const &request) { store.add(request); });
     store.finish();
     auto const &counts = store.counts();
     output.write(fmt::format("requests added: {}, replaced: {}, unchanged: {}\n", counts.added, counts.replaced,
                              counts.unchanged));
     output.flush();
-    return options.filter.reports.check_requests(status);
+    return status;
 }
 
 } // namespace tarnwick::program

@@ -3,7 +3,6 @@
 #include "live/frame_check.h"
 #include "live/nats_source.h"
 #include "requests/quantity.h"
-#include "requests/request_columns.h"
 
 #include <chrono>
 #include <cmath>
@@ -119,11 +118,11 @@ void add_factor(CLI::App &app, std::string const &name, std::string const &type,
         ->take_last();
 }
 
-void add_replay(CLI::App &app, ReplayOptions &options, ReplayArguments &arguments, Command &command)
+void add_replay(CLI::App &app, ReplayOptions &options, std::vector<std::string> &places, Command &command)
 {
     auto &sub = add_command(app, "replay", "Send the frames of captures over ZeroMQ",
                             "usage: tarnwick replay [OPTION...] [FILE...] ENDPOINT");
-    sub.add_option("FILE", arguments.places,
+    sub.add_option("FILE", places,
                    "captures to send, standard input if none is given, or for -; then the address of the receiver, "
                    "tcp://HOST:PORT or ipc://PATH")
         ->type_name("");
@@ -132,25 +131,21 @@ void add_replay(CLI::App &app, ReplayOptions &options, ReplayArguments &argument
     add_factor(sub, "--rate", "N", "send N frames a second, instead of at their times",
                [&options](long double rate) { options.pace.rate = rate; });
     sub.add_flag("--loop", options.loop, "after the last frame, continue with the first, until Ctrl-C");
-    add_report_choice(sub, options.filter.reports);
-    add_conditions(sub, arguments.conditions,
-                   "only requests whose column in ls fulfils this, such as 'status>=500' or 'uri~^/api'; can be "
-                   "repeated");
+    add_request_filter(sub, options.filter);
     add_access_options(sub, options.access);
     sub.footer("Exit status: 0 success, 1 a capture has a fault, 2 wrong usage,\n"
                "3 a file cannot be read, or Ctrl-C came before all frames were sent.");
     sub.callback([&] {
-        if (arguments.places.empty())
+        if (places.empty())
             throw CLI::ValidationError("the address of the receiver is required");
-        options.endpoint = read_argument("ENDPOINT", [&] { return Endpoint(arguments.places.back()); });
+        options.endpoint = read_argument("ENDPOINT", [&] { return Endpoint(places.back()); });
         read_argument("ENDPOINT", [&] { check_access(options.access, Attachment::connect, *options.endpoint); });
-        arguments.places.pop_back();
-        if (!arguments.places.empty())
-            options.files = arguments.places;
+        places.pop_back();
+        if (!places.empty())
+            options.files = places;
         check_files(options.files);
         if (sub.count("--speed") > 0 && sub.count("--rate") > 0)
             throw CLI::ValidationError("--speed", "not with --rate, which does not use the times of frames");
-        options.filter.conditions = read_conditions(arguments.conditions, request_columns());
         command = [&options] { return replay(options); };
     });
 }
@@ -173,7 +168,7 @@ void add_keys_command(CLI::App &app, KeysOptions &options, Command &command)
 void add_live_commands(CLI::App &app, LiveCommands &options, Command &command)
 {
     add_record(app, options.record, options.record_arguments, command);
-    add_replay(app, options.replay, options.replay_arguments, command);
+    add_replay(app, options.replay, options.replay_places, command);
     add_keys_command(app, options.keys, command);
 }
 

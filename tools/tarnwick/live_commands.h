@@ -17,18 +17,12 @@ struct RecordArguments {
     std::string max_frame;
 };
 
-/// Arguments of `replay`, as they are written.
-struct ReplayArguments {
-    std::vector<std::string> places;
-    std::vector<std::string> conditions;
-};
-
 /// The options of the commands that receive and send frames, and of `keys`.
 struct LiveCommands {
     RecordOptions record;
     RecordArguments record_arguments;
     ReplayOptions replay;
-    ReplayArguments replay_arguments;
+    std::vector<std::string> replay_places; ///< the files and the endpoint
     KeysOptions keys;
 };
 

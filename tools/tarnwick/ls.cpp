@@ -5,6 +5,7 @@
 #include "print/output.h"
 #include "print/table_printer.h"
 #include "requests/request_columns.h"
+#include "requests/request_filter.h"
 #include "requests/sorted_rows.h"
 #include "requests/summary_sink.h"
 
@@ -32,13 +33,13 @@ ExitStatus ls(LsOptions const &options)
 {
     Output output(STDOUT_FILENO);
     TablePrinter<RequestSummary> printer(output, options, request_columns(), columns_for_people, left_out_columns);
+    RequestFilter const filter{options.reports, options.conditions, options.order};
     std::optional<SortedRows<RequestSummary>> sorted;
-    if (options.sort != nullptr)
-        sorted.emplace(*options.sort, options.is_descending, options.top);
-    std::uint64_t left = options.top.value_or(UINT64_MAX);
+    if (filter.order.column != nullptr)
+        sorted.emplace(filter.order);
+    std::uint64_t left = filter.order.top.value_or(UINT64_MAX);
     auto const pass_on = [&](RequestSummary &request) {
-        if (!options.reports.accepts(data::php::RequestId(request.id)) ||
-            !fulfils(request, options.conditions, request_columns()))
+        if (!filter.fits(request))
             return;
         if (sorted) {
             sorted->add(std::move(request));
@@ -67,7 +68,7 @@ ExitStatus ls(LsOptions const &options)
     } catch (EnoughResults const &) { // NOLINT(bugprone-empty-catch): the others are not wanted
     }
     if (sorted) {
-        for (auto const &request : sorted->sorted())
+        for (auto const &request : sorted->take())
             printer.print(request);
     }
     printer.finish();

@@ -1,7 +1,5 @@
 #include "query.h"
 
-#include "capture/captures.h"
-#include "capture/record_feed.h"
 #include "database/request_rows.h"
 #include "database/result_printer.h"
 #include "database/tables.h"
@@ -24,19 +22,10 @@ ExitStatus fill(Database const &database, QueryOptions const &options, Masks con
 {
     RequestRows rows(database, masks);
     database.execute("BEGIN");
-    WholeRequestSink sink(
-        options.filter.reports,
-        [&](WholeRequest const &request) {
-            if (options.filter.fits(request.summary))
-                rows.insert(request);
-        },
-        masks.are_on());
-    RecordFeed feed(sink);
-    auto const status = read_captures(capture_files(options.files), output,
-                                      [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
-    sink.close_all();
+    auto const status = read_whole_requests(options.files, options.filter, masks.are_on(), output,
+                                            [&](WholeRequest const &request) { rows.insert(request); });
     database.execute("COMMIT");
-    return options.filter.reports.check_requests(status);
+    return status;
 }
 
 } // namespace

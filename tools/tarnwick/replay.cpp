@@ -10,8 +10,7 @@
 #include "print/readable_text.h"
 #include "print/short_text.h"
 #include "progress.h"
-#include "requests/request_summary.h"
-#include "requests/summary_sink.h"
+#include "requests/request_filter.h"
 #include "standard_error.h"
 
 #include <fmt/format.h>
@@ -117,17 +116,12 @@ private:
     std::uint64_t sent_bytes_ = 0;
 };
 
-/// Returns the ids of the requests that fulfil the conditions.
+/// Returns the ids of the requests that are chosen.
 RequestIds ids_of_requests(std::vector<CaptureFile> const &files, RequestFilter const &filter)
 {
     RequestIds ids;
-    SummarySink summaries(filter.reports, [&](RequestSummary const &request) {
-        if (filter.fits(request))
-            ids.insert(request.id);
-    });
-    RecordFeed feed(summaries);
-    reread_captures(files, [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
-    summaries.close_all();
+    for (auto const &request : chosen_requests(files, filter))
+        ids.insert(request.id);
     return ids;
 }
 
@@ -137,13 +131,15 @@ ExitStatus replay(ReplayOptions const &options)
 {
     Output output(STDOUT_FILENO);                          // nothing is written
     FrameSender sender(*options.endpoint, options.access); // NOLINT(bugprone-unchecked-optional-access): required
-    bool const rereads = options.loop || !options.filter.conditions.empty();
+    auto const &filter = options.filter;
+    bool const chooses_requests = filter.has_conditions() || filter.order.top;
+    bool const rereads = options.loop || chooses_requests;
     auto const captures = rereads ? std::optional<RereadableCaptures>(options.files) : std::nullopt;
     auto const files = captures ? captures->files() : capture_files(options.files);
 
     std::optional<RequestIds> ids;
-    if (!options.filter.conditions.empty())
-        ids = ids_of_requests(files, options.filter);
+    if (chooses_requests)
+        ids = ids_of_requests(files, filter);
     Replay replay(options, sender, std::move(ids));
     auto const handle = [&](auto const &frame, std::string_view bytes) { return replay.handle(frame, bytes); };
     auto status = read_capture_bytes(files, output, handle);
@@ -165,7 +161,7 @@ ExitStatus replay(ReplayOptions const &options)
         print_error("no frame to send\n");
     else
         print_error(fmt::format("frames sent: {}{}\n", sender.sent(), end));
-    return is_interrupted ? status : options.filter.reports.check_requests(status);
+    return is_interrupted ? status : filter.reports.check_requests(status);
 }
 
 } // namespace tarnwick::program

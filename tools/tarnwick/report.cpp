@@ -7,6 +7,7 @@
 #include "print/output.h"
 #include "report/report_data.h"
 #include "requests/records_sink.h"
+#include "requests/sorted_rows.h"
 #include "requests/summary_sink.h"
 
 #include <cstdint>
@@ -29,9 +30,10 @@ struct ChosenRequests {
 ChosenRequests choose_requests(RereadableCaptures const &captures, RequestFilter const &filter, Output &output)
 {
     ChosenRequests chosen;
+    SortedRows<RequestSummary> first(filter.order);
     SummarySink sink(filter.reports, [&](RequestSummary &request) {
         if (filter.fits(request))
-            chosen.summaries.emplace(request.number, std::move(request));
+            first.add(std::move(request));
         else
             chosen.last_reports.erase(request.number);
     });
@@ -43,6 +45,8 @@ ChosenRequests choose_requests(RereadableCaptures const &captures, RequestFilter
         return fault;
     });
     sink.close_all();
+    for (auto &request : first.take())
+        chosen.summaries.emplace(request.number, std::move(request));
     return chosen;
 }
 

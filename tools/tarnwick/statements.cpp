@@ -33,14 +33,15 @@ ExitStatus statements(StatementsOptions const &options)
     RecordFeed feed(sink);
     auto const status = read_captures(capture_files(options.files), output,
                                       [&](auto const &frame, auto const & /*origin*/) { return feed.feed(frame); });
-    bool const is_default = options.sort == nullptr;
-    SortedRows<StatementSummary> sorted(is_default ? column_named(all_columns, "total") : *options.sort,
-                                        is_default || options.is_descending, options.top);
+    auto order = options.order;
+    if (order.column == nullptr)
+        order = {.column = &column_named(all_columns, "total"), .is_descending = true, .top = order.top};
+    SortedRows<StatementSummary> sorted(order);
     for (auto &statement : sink.finish()) {
         if (fulfils(statement, options.conditions, all_columns))
             sorted.add(std::move(statement));
     }
-    for (auto const &statement : sorted.sorted())
+    for (auto const &statement : sorted.take())
         printer.print(statement);
     printer.finish();
     output.flush();

@@ -164,6 +164,10 @@ TEST(DiffCaptures, compares_the_chosen_requests_of_captures)
                                    Not(HasSubstr("GET /a")), EndsWith("\nNothing else differs.\n")));
     outcome = diff({"--where=uri=/b", a.name() + ":slowest", b.name() + ":slowest"});
     EXPECT_THAT(outcome.out, AllOf(HasSubstr(R"("uri":"/b")"), Not(HasSubstr(R"("uri":"/a")"))));
+    outcome = diff({"--format=text", "--record=Functions", a.name(), b.name()});
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("GET /a "), Not(HasSubstr("GET /b"))));
+    EXPECT_THAT(diff({"--record=codetrace.Data", a.name(), b.name()}).err,
+                HasSubstr(": no request fulfils the conditions\n"));
     EXPECT_EQ(diff({"--where=uri=/c", a.name(), b.name()}).err,
               "tarnwick: " + a.name() + ": no request fulfils the conditions\n" + "tarnwick: " + b.name() +
                   ": no request fulfils the conditions\n");

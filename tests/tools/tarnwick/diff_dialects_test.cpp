@@ -151,6 +151,10 @@ TEST(DiffDialects, compares_the_chosen_requests)
     EXPECT_EQ(diff({"--request=7", "--request=8"}, capture).status, 1);
     EXPECT_EQ(diff({"--where=number=2"}, capture).status, 0);
     EXPECT_EQ(diff({"--where=number=1"}, capture).status, 1);
+    auto const error = delimited(error_frame_of(8, ""));
+    EXPECT_THAT(diff({"--record=ErrorData", "--format=jsonl"}, capture + error).out,
+                Not(HasSubstr(R"("request_id":7)")));
+    EXPECT_THAT(diff({"--record=RShutdown", "--format=jsonl"}, capture + error).out, HasSubstr(R"("request_id":7)"));
 }
 
 TEST(DiffDialects, prints_as_many_differences_as_asked_for)

@@ -229,8 +229,10 @@ TEST(Report, shows_only_chosen_requests)
 {
     auto const capture = start(1, uri("/a")) + queries(1, "SELECT a") + end(1, 200) + start(2, uri("/b")) +
                          queries(2, "SELECT b") + end(2, 500);
-    for (std::string const choice : {"--where=status>=500", "--request=2"}) {
-        auto const page = page_of(capture, {choice});
+    std::vector<std::vector<std::string>> const choices{
+        {"--where=status>=500"}, {"--request=2"}, {"--sort=status:desc", "--top=1"}};
+    for (auto const &choice : choices) {
+        auto const page = page_of(capture, choice);
         EXPECT_THAT(page.data(),
                     AllOf(HasSubstr("/b"), HasSubstr("SELECT b"), Not(HasSubstr("/a\"")), Not(HasSubstr("SELECT a"))));
         EXPECT_THAT(page.blocks.at("index"), HasSubstr(R"("number":2)"));

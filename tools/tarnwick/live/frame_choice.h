@@ -1,7 +1,7 @@
 #pragma once
 
 #include "capture/record_feed.h"
-#include "print/record_selection.h"
+#include "requests/report_choice.h"
 
 #include <cstdint>
 #include <optional>

@@ -155,10 +155,11 @@ std::string ReportData::index(std::vector<std::string> const &files)
     json.end_list();
     json.field("statements");
     json.begin_list();
-    SortedRows<StatementSummary> sorted(column_named(statement_columns(), "total"), true, std::nullopt);
+    SortedRows<StatementSummary> sorted(
+        {.column = &column_named(statement_columns(), "total"), .is_descending = true, .top = {}});
     for (auto &statement : statements_.finish())
         sorted.add(std::move(statement));
-    for (auto statement : sorted.sorted()) {
+    for (auto statement : sorted.take()) {
         if (masks_.are_on())
             mask(statement);
         write_row(json, statement, statement_columns());

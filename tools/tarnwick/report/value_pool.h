@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QHashFunctions>
 
 #include <cstddef>
 #include <cstdint>

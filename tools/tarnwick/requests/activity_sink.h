@@ -56,12 +56,15 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_activity<Record> || has_key_array<Record> || (masks_.are_on() && !is_trace_chunk<Record>);
+        return is_activity<Record> || has_key_array<Record> || (masks_.are_on() && !is_trace_chunk<Record>) ||
+               reports_.looks_for<Record>();
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view view)
     {
-        collect(masks_, record);
+        if constexpr (!is_trace_chunk<Record>)
+            collect(masks_, record);
+        request_->has_chosen_record = request_->has_chosen_record || reports_.looks_for<Record>();
         if constexpr (is_activity<Record>) {
             builder_.add(*request_, record, source.dialect);
             has_new_names_ = true;

@@ -112,11 +112,6 @@ private:
 
 } // namespace
 
-bool RequestFilter::fits(RequestSummary const &request) const
-{
-    return reports.accepts(data::php::RequestId(request.id)) && fulfils(request, conditions, request_columns());
-}
-
 RequestSearch find_request(RereadableCaptures const &captures, RequestName const &name, RequestFilter const &filter,
                            Output &output, TraceChunks chunks)
 {

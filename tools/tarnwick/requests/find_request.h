@@ -3,9 +3,8 @@
 #include "capture/rereadable_captures.h"
 #include "exit_status.h"
 #include "print/output.h"
-#include "requests/condition.h"
 #include "requests/records_sink.h"
-#include "requests/report_choice.h"
+#include "requests/request_filter.h"
 #include "requests/request_name.h"
 #include "requests/request_records.h"
 #include "requests/request_summary.h"
@@ -17,14 +16,6 @@
 #include <vector>
 
 namespace tarnwick::program {
-
-/// Which requests a name can mean.
-struct RequestFilter {
-    ReportChoice reports;
-    std::vector<Condition> conditions; ///< on columns, with their types
-
-    [[nodiscard]] bool fits(RequestSummary const &request) const;
-};
 
 /// A request with its records.
 struct FoundRequest {

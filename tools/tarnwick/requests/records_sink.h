@@ -2,7 +2,7 @@
 
 #include "capture/origin.h"
 #include "capture/record_feed.h"
-#include "print/record_selection.h"
+#include "requests/report_choice.h"
 #include "requests/request_groups.h"
 #include "requests/request_records.h"
 #include "requests/request_start.h"

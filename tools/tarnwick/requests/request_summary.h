@@ -57,6 +57,7 @@ struct RequestSummary {
     // Start and end are those of the rpc dialect, if it reports them.
     bool has_rpc_start = false;
     bool has_rpc_end = false;
+    bool has_chosen_record = false; ///< whether it has a record that `ReportChoice` looks for
 
     /// `has_masks`: whether to keep what `StartMasks` has.
     void add(data::php::RInit const &record, Dialect dialect, bool has_masks = false);

@@ -15,14 +15,20 @@ namespace tarnwick::program {
 /// direction.
 bool is_before(FieldValue const &left, FieldValue const &right, bool is_descending);
 
-/// Keeps the first `top` rows in the order of a column. Equal rows stay in the order in which they are added.
+/// The order of rows, and how many of them are wanted.
+template <class Row>
+struct RowOrder {
+    Column<Row> const *column = nullptr; ///< no order if null
+    bool is_descending = false;
+    std::optional<std::uint64_t> top; ///< all if absent
+};
+
+/// Keeps the first rows of an order. Equal rows stay in the order in which they are added.
 template <class Row>
 class SortedRows {
 public:
-    SortedRows(Column<Row> const &column, bool is_descending, std::optional<std::uint64_t> top)
-        : column_(column)
-        , is_descending_(is_descending)
-        , top_(top)
+    explicit SortedRows(RowOrder<Row> const &order)
+        : order_(order)
     {
     }
 
@@ -30,29 +36,32 @@ public:
     {
         rows_.push_back(std::move(row));
         // Twice as many, so that sorting costs little for each.
-        if (top_ && rows_.size() >= 1000 && (rows_.size() - 1000) / 2 >= *top_)
+        auto const &top = order_.top;
+        if (top && rows_.size() >= 1000 && (rows_.size() - 1000) / 2 >= *top)
             sort();
     }
 
-    std::vector<Row> const &sorted()
+    /// Returns the rows in their order. Afterwards there is none.
+    std::vector<Row> take()
     {
         sort();
-        return rows_;
+        return std::exchange(rows_, {});
     }
 
 private:
     void sort()
     {
-        std::ranges::stable_sort(rows_, [&](Row const &left, Row const &right) {
-            return is_before(column_.value(left), column_.value(right), is_descending_);
-        });
-        if (top_ && rows_.size() > *top_)
-            rows_.resize(*top_);
+        auto const &[column, is_descending, top] = order_;
+        if (column != nullptr) {
+            std::ranges::stable_sort(rows_, [&](Row const &left, Row const &right) {
+                return is_before(column->value(left), column->value(right), is_descending);
+            });
+        }
+        if (top && rows_.size() > *top)
+            rows_.resize(*top);
     }
 
-    Column<Row> const &column_;
-    bool is_descending_;
-    std::optional<std::uint64_t> top_;
+    RowOrder<Row> order_;
     std::vector<Row> rows_;
 };
 

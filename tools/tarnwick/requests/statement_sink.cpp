@@ -109,6 +109,8 @@ std::size_t StatementSink::call_site_of(SqlQuery const &query)
 
 void StatementSink::close(Request const &request)
 {
+    if (reports_.records && !request.has_chosen_record)
+        return;
     Statement const *last = nullptr;
     for (auto const &[place, calls] : request.calls) {
         auto &statement = statements_[place.first];
@@ -136,7 +138,7 @@ std::vector<StatementSummary> StatementSink::finish()
     groups_.close_all();
     std::vector<StatementSummary> found;
     for (auto &[summary, first_located, call_site] : statements_) {
-        if (summary.count == 0) // only in the protobuf dialect of requests that the rpc dialect reports
+        if (summary.count == 0) // of requests that are not chosen, or whose queries of the rpc dialect count
             continue;
         if (call_site != 0) {
             summary.call_site = call_sites_[call_site - 1].text;

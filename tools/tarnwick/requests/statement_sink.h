@@ -3,8 +3,8 @@
 #include "capture/record_feed.h"
 #include "print/masked_writer.h"
 #include "print/masks.h"
-#include "print/record_selection.h"
 #include "print/text_ranges.h"
+#include "requests/report_choice.h"
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
 #include "requests/statement_summary.h"
@@ -58,12 +58,15 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_chosen_ && (is_queries<Record> || (masks_.are_on() && !is_trace_chunk<Record>));
+        return is_chosen_ &&
+               (is_queries<Record> || (masks_.are_on() && !is_trace_chunk<Record>) || reports_.looks_for<Record>());
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
-        collect(masks_, record);
+        if constexpr (!is_trace_chunk<Record>)
+            collect(masks_, record);
+        request_->has_chosen_record = request_->has_chosen_record || reports_.looks_for<Record>();
         if constexpr (is_queries<Record>)
             add(record, source.dialect);
     }
@@ -99,6 +102,7 @@ private:
         std::uint64_t number = 0;
         std::uint64_t id = 0;
         bool has_rpc = false;
+        bool has_chosen_record = false; ///< whether it has a record that `ReportChoice` looks for
         /// By statement and call site.
         std::map<std::pair<std::size_t, std::size_t>, Calls> calls;
     };

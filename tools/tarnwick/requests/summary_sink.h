@@ -3,7 +3,7 @@
 #include "capture/record_feed.h"
 #include "print/masked_writer.h"
 #include "print/masks.h"
-#include "print/record_selection.h"
+#include "requests/report_choice.h"
 #include "requests/request_groups.h"
 #include "requests/request_start.h"
 #include "requests/request_summary.h"
@@ -78,13 +78,15 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_start_record<Record> || is_end_record<Record> || (has_masks_ && !is_trace_chunk<Record>);
+        return is_start_record<Record> || is_end_record<Record> || (has_masks_ && !is_trace_chunk<Record>) ||
+               reports_.looks_for<Record>();
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view /*view*/)
     {
-        if (has_masks_)
+        if (has_masks_ && !is_trace_chunk<Record>)
             collect(masks_, record);
+        request_->has_chosen_record = request_->has_chosen_record || reports_.looks_for<Record>();
         if constexpr (is_start_record<Record>) {
             request_->add(record, source.dialect, has_masks_);
             has_new_texts_ = true;

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "print/masks.h"
-#include "print/record_selection.h"
 #include "requests/column.h"
 #include "requests/condition.h"
+#include "requests/report_choice.h"
+#include "requests/sorted_rows.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -26,10 +26,8 @@ struct TableOptions {
     std::vector<Column<Row> const *> columns; ///< all of them, or those for people, if empty
     ReportChoice reports;
     std::vector<Condition> conditions; ///< on columns, with their types
-    Column<Row> const *sort = nullptr; ///< the command's own order if null
-    bool is_descending = false;
-    std::optional<std::uint64_t> top;
-    bool follow = false; ///< continue to read as the file grows, and print each row at once; for one file
+    RowOrder<Row> order;               ///< without a column, the command's own order
+    bool follow = false;               ///< continue to read as the file grows, and print each row at once; for one file
 };
 
 /// Returns whether a row fulfils all conditions.

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "capture/record_feed.h"
-#include "print/record_selection.h"
+#include "exit_status.h"
+#include "print/output.h"
+#include "requests/report_choice.h"
+#include "requests/request_filter.h"
 #include "requests/request_groups.h"
 #include "requests/request_records.h"
 #include "requests/request_start.h"
@@ -12,9 +15,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace tarnwick::program {
 
@@ -66,15 +71,23 @@ public:
     template <class Record>
     [[nodiscard]] bool wants() const
     {
-        return is_chosen_ && !is_trace_chunk<Record> && (keeps_both_ || dialect_ == Dialect::rpc || counts<Record>());
+        return is_chosen_ && (keeps<Record>() || reports_.looks_for<Record>());
     }
     template <class Record>
     void take(Record const &record, ReportSource const &source, std::string_view view)
     {
-        request_->add(record, source.dialect, view, {});
+        auto &summary = request_->summary;
+        summary.has_chosen_record = summary.has_chosen_record || reports_.looks_for<Record>();
+        if (keeps<Record>())
+            request_->add(record, source.dialect, view, {});
     }
 
 private:
+    template <class Record>
+    [[nodiscard]] bool keeps() const
+    {
+        return !is_trace_chunk<Record> && (keeps_both_ || dialect_ == Dialect::rpc || counts<Record>());
+    }
     /// Whether a record of the protobuf dialect counts.
     template <class Record>
     [[nodiscard]] bool counts() const
@@ -95,5 +108,10 @@ private:
     Dialect dialect_{};               ///< of the current report
     bool is_chosen_ = false;
 };
+
+/// Reads captures, reports their faults, and calls `use` with the requests that a filter chooses. `keeps_both` as for the
+/// sink. If only the first requests of an order are chosen, it reads the captures twice.
+ExitStatus read_whole_requests(std::vector<std::string> const &files, RequestFilter const &filter, bool keeps_both,
+                               Output &output, std::function<void(WholeRequest const &request)> const &use);
 
 } // namespace tarnwick::program

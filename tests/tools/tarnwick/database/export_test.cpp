@@ -254,6 +254,15 @@ TEST(Export, chooses_requests_by_the_conditions_of_ls)
     EXPECT_THAT(sql_rows(file.name(), "SELECT request_id, number FROM requests"), ElementsAre("2|2"));
 }
 
+TEST(Export, adds_the_first_requests_of_an_order)
+{
+    DatabaseFile const file;
+    auto const input = reports(1, {start_at(1), end_with(200)}) + reports(2, {start_at(2), end_with(500)});
+    EXPECT_EQ(export_to(file, input, {"--sort=status:desc", "--top=1"}).out,
+              "requests added: 1, replaced: 0, unchanged: 0\n");
+    EXPECT_THAT(sql_rows(file.name(), "SELECT request_id, number FROM requests"), ElementsAre("2|2"));
+}
+
 TEST(Export, adds_the_same_captures_once)
 {
     DatabaseFile const file;

@@ -1,4 +1,4 @@
-#include "print/record_selection.h"
+#include "requests/record_choice.h"
 
 #include "unknown_name.h"
 
