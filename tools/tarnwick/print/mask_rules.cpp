@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <span>
 
 namespace tarnwick::program {
 namespace {
@@ -23,54 +22,6 @@ constexpr std::array<std::string_view, 6> secret_keys{"cookie",  "set_cookie",  
 constexpr std::array<std::string_view, 6> secret_words{"password", "passwd", "secret", "token", "api_key", "session"};
 // Each secret key ends with one of these.
 constexpr std::array<std::string_view, 3> ends_of_secret_keys{"cookie", "authorization", "php_auth_pw"};
-
-constexpr char normal(char c)
-{
-    if (c >= 'A' && c <= 'Z')
-        return static_cast<char>(c - 'A' + 'a');
-    return c == '-' ? '_' : c;
-}
-
-std::string normal(std::string_view key)
-{
-    std::string text(key);
-    std::ranges::transform(text, text.begin(), [](char c) { return normal(c); });
-    return text;
-}
-
-/// Finds where words can start, by the first two of their bytes in any case.
-class WordStarts {
-public:
-    /// `group`: below 32; words can share one.
-    constexpr void add(std::string_view word, unsigned group)
-    {
-        for (std::size_t byte = 0; byte < first_.size(); ++byte) {
-            auto const c = normal(static_cast<char>(byte));
-            first_[byte] |= std::uint32_t{c == word[0]} << group;
-            second_[byte] |= std::uint32_t{word.size() == 1 || c == word[1]} << group;
-        }
-    }
-
-    [[nodiscard]] bool may_start(char first, char second) const
-    {
-        return (first_[static_cast<unsigned char>(first)] & second_[static_cast<unsigned char>(second)]) != 0;
-    }
-
-private:
-    // A bit for each group.
-    std::array<std::uint32_t, 256> first_{};
-    std::array<std::uint32_t, 256> second_{};
-};
-
-constexpr WordStarts starts_of_secrets = [] {
-    WordStarts starts;
-    unsigned group = 0;
-    for (auto const word : secret_words)
-        starts.add(word, group++);
-    for (auto const word : ends_of_secret_keys)
-        starts.add(word, group++);
-    return starts;
-}();
 
 bool is_blank_character(char c)
 {
@@ -360,34 +311,57 @@ void find_passwords_of_urls(std::string_view text, TextRanges &ranges, MaskRules
     }
 }
 
+/// Returns whether a text has an escape: `mark` and a number of hexadecimal digits.
+bool has_escape(std::string_view text, std::string_view mark, std::size_t digits)
+{
+    auto at = text.find(mark);
+    while (at != not_found && hex_value(text, at + mark.size(), digits) < 0)
+        at = text.find(mark, at + 1);
+    return at != not_found;
+}
+
+/// Returns the words that a secret key has. Words of `secret_words` and `more` come first.
+std::vector<std::string> searched_words(std::vector<std::string> const &more)
+{
+    std::vector<std::string> words(secret_words.begin(), secret_words.end());
+    words.insert(words.end(), more.begin(), more.end());
+    words.insert(words.end(), ends_of_secret_keys.begin(), ends_of_secret_keys.end());
+    return words;
+}
+
 } // namespace
 
 MaskRules::MaskRules(std::vector<std::string> const &words)
-    : words_(secret_words.begin(), secret_words.end())
+    : word_count_(secret_words.size() + words.size())
+    , finder_(searched_words(words))
 {
-    for (auto const &word : words)
-        words_.push_back(normal(word));
 }
 
 bool MaskRules::is_secret(std::string_view key) const
 {
+    auto match = finder_.next(key, 0);
+    if (!match)
+        return false;
     auto const name = normal(key);
     std::string_view rest = name;
     for (std::string_view const prefix : {"redirect_", "http_"}) {
         if (rest.starts_with(prefix))
             rest.remove_prefix(prefix.size());
     }
-    return std::ranges::find(secret_keys, rest) != secret_keys.end() ||
-           std::ranges::any_of(words_, [&](std::string const &word) { return name.find(word) != not_found; });
+    if (std::ranges::find(secret_keys, rest) != secret_keys.end())
+        return true;
+    while (match && match->word >= word_count_)
+        match = finder_.next(key, match->begin + 1);
+    return match.has_value();
 }
 
 TextRanges MaskRules::find(std::string_view text, Found const &found) const
 {
     auto ranges = find_plain(text, found);
     // Keys can be encoded, and a value can be an encoded query string.
-    if (text.find('%') != not_found)
+    if (has_escape(text, "%", 2))
         find_decoded(text, [](std::string_view encoded, auto &&sink) { decode_url(encoded, sink); }, ranges, found);
-    if (text.find("\\u") != not_found)
+    if (has_escape(text, "\\u", 4))
         find_decoded(text, [](std::string_view encoded, auto &&sink) { decode_json(encoded, sink); }, ranges, found);
     return ranges;
 }
@@ -419,30 +393,13 @@ TextRanges MaskRules::find_plain(std::string_view text, Found const &found) cons
 {
     TextRanges ranges;
     find_passwords_of_urls(text, ranges, found);
-    auto const *starts = &starts_of_secrets;
-    WordStarts more_starts;
-    if (words_.size() > secret_words.size()) {
-        more_starts = starts_of_secrets;
-        for (auto const &word : std::span(words_).subspan(secret_words.size()))
-            more_starts.add(word, 31);
-        starts = &more_starts;
-    }
-
     Reader reader(text, ranges, found);
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (!starts->may_start(text[at], at + 1 < text.size() ? text[at + 1] : '\0'))
-            continue;
-        auto const is_here = [&](std::string_view word) {
-            return text.size() - at >= word.size() &&
-                   std::ranges::equal(text.substr(at, word.size()), word, {}, [](char c) { return normal(c); });
-        };
-        bool const has_word = std::ranges::any_of(words_, is_here);
-        if (!has_word && std::ranges::none_of(ends_of_secret_keys, is_here))
-            continue;
-        auto begin = at;
+    for (auto match = finder_.next(text, 0); match;
+         match = finder_.next(text, std::max(reader.position(), match->begin + 1))) {
+        auto begin = match->begin;
         while (begin > reader.position() && is_key_character(text[begin - 1]))
             --begin;
-        auto end = at;
+        auto end = match->begin;
         while (end < text.size() && is_key_character(text[end]))
             ++end;
         reader.move_to(end);
@@ -451,9 +408,8 @@ TextRanges MaskRules::find_plain(std::string_view text, Found const &found) cons
         if (bracket != not_found && key.ends_with(']'))
             key = key.substr(bracket + 1, key.size() - bracket - 2);
         // A word and a colon can be prose; the name of a header and a colon are not.
-        if (has_word ? !text.substr(end).starts_with(':') : is_secret(key))
+        if (match->word < word_count_ ? !text.substr(end).starts_with(':') : is_secret(key))
             reader.read_value_of(begin);
-        at = reader.position() - 1;
     }
     return ranges;
 }
@@ -497,20 +453,27 @@ void for_each_part_of_header(std::string_view value, MaskRules::Found const &fou
 
 bool is_statement(std::string_view text)
 {
-    constexpr std::array<std::string_view, 15> words{"alter",   "call",  "create", "delete", "execute",
-                                                     "explain", "grant", "insert", "merge",  "replace",
-                                                     "select",  "set",   "update", "values", "with"};
+    static constexpr std::array<std::string_view, 15> words{"alter",   "call",  "create", "delete", "execute",
+                                                            "explain", "grant", "insert", "merge",  "replace",
+                                                            "select",  "set",   "update", "values", "with"};
+    constexpr auto initials = [] {
+        std::array<bool, 256> known{};
+        for (auto const word : words)
+            known[static_cast<unsigned char>(word[0])] = true;
+        return known;
+    }();
     constexpr std::string_view blanks = " \t\r\n(";
     auto begin = text.find_first_not_of(blanks);
     while (begin != not_found && text.substr(begin).starts_with("/*")) {
         auto const end = text.find("*/", begin + 2);
         begin = end == not_found ? not_found : text.find_first_not_of(blanks, end + 2);
     }
-    if (begin == not_found)
+    if (begin == not_found || !initials[static_cast<unsigned char>(normal(text[begin]))])
         return false;
-    auto const start = text.substr(begin, 8);
-    auto const word = start.substr(0, start.find_first_of(" \t\r\n"));
-    return word.size() < start.size() && std::ranges::find(words, normal(word)) != words.end();
+    constexpr std::size_t longest = 7;
+    auto const start = text.substr(begin, longest + 1);
+    auto const end = std::ranges::find_if(start, is_blank_character);
+    return end != start.end() && std::ranges::find(words, normal({start.begin(), end})) != words.end();
 }
 
 } // namespace tarnwick::program

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "print/text_ranges.h"
+#include "print/word_finder.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -37,7 +39,8 @@ private:
     template <class Decode>
     void find_decoded(std::string_view text, Decode &&decode, TextRanges &ranges, Found const &found) const;
 
-    std::vector<std::string> words_; ///< in lower case
+    std::size_t word_count_; ///< of the first words of `finder_`, each of which makes a key secret
+    WordFinder finder_;
 };
 
 /// Calls `found` with the value of a header, and with the parts that other texts can contain alone: the value of each

@@ -11,6 +11,7 @@
 
 namespace tarnwick::program {
 
+// By record.
 MaskedWriter::FieldContent const MaskedWriter::contents[] = {
     {"glimmet.FunctionStats", "name", Content::name},     {"glimmet.SqlQuery", "text", Content::statement},
     {"glimmet.StorageEntry", "values", Content::storage}, {"php.Function", "name", Content::name},
@@ -20,10 +21,15 @@ MaskedWriter::FieldContent const MaskedWriter::contents[] = {
     {"php.SourceLocation", "file", Content::name},        {"php.Superglobals", "values", Content::superglobals},
 };
 
+MaskedWriter::FieldContents MaskedWriter::contents_of(std::string_view record)
+{
+    return {std::ranges::equal_range(contents, record, {}, &FieldContent::record)};
+}
+
 MaskedWriter::MaskedWriter(Masks const &masks, std::string_view record, Target target)
     : masks_(masks)
     , target_(target)
-    , records_{record}
+    , records_{contents_of(record)}
 {
 }
 
@@ -40,16 +46,15 @@ void MaskedWriter::pass(Call &&call)
 
 void MaskedWriter::begin_record(std::string_view name)
 {
-    records_.push_back(name);
+    records_.push_back(contents_of(name));
     pass([&](auto &writer) { writer.begin_record(name); });
 }
 
 void MaskedWriter::field(std::string_view name, data::Sense sense)
 {
-    auto const found = std::ranges::find_if(contents, [&](FieldContent const &content) {
-        return content.record == records_.back() && content.field == name;
-    });
-    content_ = found == std::end(contents) ? Content::text : found->content;
+    auto const &fields = records_.back();
+    auto const found = std::ranges::find(fields, name, &FieldContent::field);
+    content_ = found == fields.end() ? Content::text : found->content;
     pass([&](auto &writer) { writer.field(name, sense); });
 }
 
@@ -142,29 +147,27 @@ void MaskedWriter::absent()
 
 void MaskedWriter::boolean(bool value)
 {
-    scalar(value ? "true" : "false", [&](auto &writer) { writer.boolean(value); });
+    scalar([&] { return value ? "true" : "false"; }, [&](auto &writer) { writer.boolean(value); });
 }
 
 void MaskedWriter::integer(std::int64_t value)
 {
-    fmt::format_int const digits(value);
-    scalar({digits.data(), digits.size()}, [&](auto &writer) { writer.integer(value); });
+    scalar([&] { return fmt::to_string(value); }, [&](auto &writer) { writer.integer(value); });
 }
 
 void MaskedWriter::integer(std::uint64_t value)
 {
-    fmt::format_int const digits(value);
-    scalar({digits.data(), digits.size()}, [&](auto &writer) { writer.integer(value); });
+    scalar([&] { return fmt::to_string(value); }, [&](auto &writer) { writer.integer(value); });
 }
 
 void MaskedWriter::real(double value)
 {
-    scalar(fmt::to_string(value), [&](auto &writer) { writer.real(value); });
+    scalar([&] { return fmt::to_string(value); }, [&](auto &writer) { writer.real(value); });
 }
 
 void MaskedWriter::time(data::TimePair value)
 {
-    scalar({}, [&](auto &writer) { writer.time(value); });
+    scalar([] { return ""; }, [&](auto &writer) { writer.time(value); });
 }
 
 void MaskedWriter::text(QString const &value)
@@ -206,11 +209,11 @@ void MaskedWriter::chunk(std::string_view value)
     string(value, [](auto &writer, std::string_view text) { writer.chunk(text); });
 }
 
-template <class Pass>
-void MaskedWriter::scalar(std::string_view text, Pass &&pass_unchanged)
+template <class Text, class Pass>
+void MaskedWriter::scalar(Text &&text, Pass &&pass_unchanged)
 {
-    if (is_masked_ || (values_ > 0 && !is_in_key() && !collects() && !ranges(text).empty()))
-        mask(text);
+    if (is_masked_ || (values_ > 0 && !is_in_key() && !collects() && !ranges(text()).empty()))
+        mask(text());
     else
         pass(pass_unchanged);
 }

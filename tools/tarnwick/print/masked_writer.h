@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -91,15 +92,17 @@ private:
         std::string_view field;
         Content content;
     };
+    using FieldContents = std::span<FieldContent const>;
     static FieldContent const contents[];
+    static FieldContents contents_of(std::string_view record);
 
     MaskedWriter(Masks const &masks, std::string_view record, Target target);
 
     template <class Call>
     void pass(Call &&call);
-    /// `pass_unchanged(writer)` passes the value, whose text is `text`.
-    template <class Pass>
-    void scalar(std::string_view text, Pass &&pass_unchanged);
+    /// `pass_unchanged(writer)` passes the value, whose text `text()` returns.
+    template <class Text, class Pass>
+    void scalar(Text &&text, Pass &&pass_unchanged);
     /// `pass_text(writer, text)` passes a text.
     template <class Pass>
     void string(std::string_view text, Pass &&pass_text);
@@ -113,12 +116,12 @@ private:
 
     Masks const &masks_;
     Target target_;
-    std::vector<std::string_view> records_; ///< names of the records around the current field
-    std::vector<Entry> entries_;            ///< around the current value
-    Content content_ = Content::text;       ///< of the current field
-    bool is_masked_ = false;                ///< all values are masked
-    bool is_header_ = false;                ///< the value is that of a secret header
-    std::size_t values_ = 0;                ///< nested PHP values around the current one
+    std::vector<FieldContents> records_; ///< fields of the records around the current field
+    std::vector<Entry> entries_;         ///< around the current value
+    Content content_ = Content::text;    ///< of the current field
+    bool is_masked_ = false;             ///< all values are masked
+    bool is_header_ = false;             ///< the value is that of a secret header
+    std::size_t values_ = 0;             ///< nested PHP values around the current one
     std::string key_;
 };
 

@@ -25,14 +25,22 @@ bool is_printable_ascii(char c)
 std::string quoted(std::string_view text)
 {
     // {fmt} takes many times as long.
-    if (!std::ranges::all_of(text, is_printable_ascii))
-        return fmt::format("{:?}", text);
+    constexpr std::string_view escaped = "\"\\\n\r\t";
+    constexpr std::string_view letters = "\"\\nrt";
     std::string quoted = "\"";
     quoted.reserve(text.size() + 2);
-    for (char const c : text) {
-        if (c == '"' || c == '\\')
-            quoted += '\\';
-        quoted += c;
+    for (std::size_t copied = 0; copied < text.size();) {
+        auto const rest = text.substr(copied);
+        auto const *const special =
+            std::ranges::find_if(rest, [](char c) { return !is_printable_ascii(c) || c == '"' || c == '\\'; });
+        quoted.append(rest.begin(), special);
+        if (special == rest.end())
+            break;
+        auto const letter = escaped.find(*special);
+        if (letter == std::string_view::npos)
+            return fmt::format("{:?}", text);
+        (quoted += '\\') += letters[letter];
+        copied = static_cast<std::size_t>(special - text.begin()) + 1;
     }
     return quoted += '"';
 }

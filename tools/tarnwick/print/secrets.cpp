@@ -5,6 +5,24 @@
 #include <algorithm>
 
 namespace tarnwick::program {
+namespace {
+
+/// Returns a number below 4096 for two bytes.
+std::size_t number_of(char first, char second)
+{
+    return (std::size_t{static_cast<unsigned char>(first)} << 4) ^ static_cast<unsigned char>(second);
+}
+
+/// Adds a range, or extends the last one.
+void add_range(TextRanges &ranges, TextRange const &range)
+{
+    if (!ranges.empty() && ranges.back().end >= range.begin && ranges.back().begin <= range.begin)
+        ranges.back().end = std::max(ranges.back().end, range.end);
+    else
+        ranges.push_back(range);
+}
+
+} // namespace
 
 bool Secrets::add(std::string_view value, Source source)
 {
@@ -16,6 +34,7 @@ bool Secrets::add(std::string_view value, Source source)
     auto const room = source == Source::key ? max_size : max_size / 4 * 3;
     if (nodes_.size() + value.size() > room)
         return false;
+    starts_.set(number_of(value[0], value[1]));
     std::uint32_t node = 0;
     for (char const byte : value) {
         auto next = child(node, byte);
@@ -44,8 +63,8 @@ void Secrets::find(std::string_view text, TextPlace place, TextRanges &ranges)
         return;
     if (!is_linked_)
         link();
-    search([&](auto &&sink) { pass_bytes(text, sink); }, text.size(), place, ranges);
-    if (text.find_first_of("%+") != std::string_view::npos)
+    search_plain(text, place, ranges);
+    if (text.find('%') != std::string_view::npos || text.find('+') != std::string_view::npos)
         search([&](auto &&sink) { decode_url(text, sink); }, text.size(), place, ranges);
     if (text.find('\\') != std::string_view::npos)
         search([&](auto &&sink) { decode_json(text, sink); }, text.size(), place, ranges);
@@ -91,6 +110,29 @@ void Secrets::link()
     is_linked_ = true;
 }
 
+/// Returns the size of the longest value that ends at a node; 0 if there is none.
+std::size_t Secrets::match(std::uint32_t node, TextPlace place) const
+{
+    return place == TextPlace::name ? nodes_[node].name_match : nodes_[node].match;
+}
+
+/// Searches the text as it is. Most texts have no value, so most bytes are passed over two by two.
+void Secrets::search_plain(std::string_view text, TextPlace place, TextRanges &ranges) const
+{
+    std::uint32_t node = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        if (node == 0) {
+            while (at + shortest <= text.size() && !starts_[number_of(text[at], text[at + 1])])
+                ++at;
+            if (at + shortest > text.size())
+                return;
+        }
+        node = follow(node, text[at++]);
+        if (auto const size = match(node, place); size > 0)
+            add_range(ranges, {at - size, size == longest ? text.size() : at});
+    }
+}
+
 /// `decode` passes the bytes of a text of `size` bytes.
 template <class Decode>
 void Secrets::search(Decode &&decode, std::size_t size, TextPlace place, TextRanges &ranges) const
@@ -101,14 +143,8 @@ void Secrets::search(Decode &&decode, std::size_t size, TextPlace place, TextRan
     decode([&](char byte, std::size_t begin, std::size_t end) {
         begins[count++ % longest] = begin;
         node = follow(node, byte);
-        auto const match = place == TextPlace::name ? nodes_[node].name_match : nodes_[node].match;
-        if (match == 0)
-            return;
-        TextRange const range{begins[(count - match) % longest], match == longest ? size : end};
-        if (!ranges.empty() && ranges.back().end >= range.begin && ranges.back().begin <= range.begin)
-            ranges.back().end = std::max(ranges.back().end, range.end);
-        else
-            ranges.push_back(range);
+        if (auto const matched = match(node, place); matched > 0)
+            add_range(ranges, {begins[(count - matched) % longest], matched == longest ? size : end});
     });
 }
 

@@ -3,6 +3,7 @@
 #include "print/text_ranges.h"
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -66,11 +67,14 @@ private:
     [[nodiscard]] std::uint32_t child(std::uint32_t node, char byte) const;
     [[nodiscard]] std::uint32_t follow(std::uint32_t node, char byte) const;
     void link();
+    void search_plain(std::string_view text, TextPlace place, TextRanges &ranges) const;
+    [[nodiscard]] std::size_t match(std::uint32_t node, TextPlace place) const;
     template <class Decode>
     void search(Decode &&decode, std::size_t size, TextPlace place, TextRanges &ranges) const;
 
     std::vector<Node> nodes_;                ///< the root is first
     std::array<std::uint32_t, 256> first_{}; ///< children of the root
+    std::bitset<4096> starts_;               ///< which two bytes can be the start of a value
     bool is_linked_ = true;
     std::uint64_t version_ = 0;
 };

@@ -10,14 +10,6 @@ namespace tarnwick::program {
 // These functions call `sink(byte, begin, end)` for each byte of the decoded text, with the part of the text that it is
 // decoded from. What is not a valid escape is itself.
 
-/// Passes the text unchanged.
-template <class Sink>
-void pass_bytes(std::string_view text, Sink &&sink)
-{
-    for (std::size_t at = 0; at < text.size(); ++at)
-        sink(text[at], at, at + 1);
-}
-
 /// Returns the value of `count` hexadecimal digits, or -1 if there are fewer.
 constexpr std::int32_t hex_value(std::string_view text, std::size_t at, std::size_t count)
 {

@@ -161,13 +161,19 @@ SqlLexer::Kind SqlLexer::lex_block_comment()
     if (comments_nest_ && end != std::string_view::npos) {
         std::size_t depth = 1;
         auto place = start;
-        while (depth > 0 && place + 1 < text_.size()) {
-            auto const mark = text_.substr(place, 2);
-            if (mark == "/*" || mark == "*/") {
-                depth = mark == "/*" ? depth + 1 : depth - 1;
-                place += 2;
+        while (depth > 0 && place < text_.size()) {
+            // The nearest slash is in the nearest mark.
+            auto const slash = text_.find('/', place);
+            if (slash == std::string_view::npos)
+                break;
+            if (slash > place && text_[slash - 1] == '*') {
+                --depth;
+                place = slash + 1;
+            } else if (at(slash + 1) == '*') {
+                ++depth;
+                place = slash + 2;
             } else {
-                ++place;
+                place = slash + 1;
             }
         }
         if (depth == 0)

@@ -56,6 +56,14 @@ TEST(MaskRules, knows_further_words)
     EXPECT_FALSE(rules.is_secret("name"));
 }
 
+TEST(MaskRules, search_on_after_a_word_that_is_no_part_of_a_key)
+{
+    MaskRules const rules({"/", "@x"});
+    std::vector<std::string> values;
+    (void)rules.find("/a/=1 b@x=2&token=3", [&](std::string_view value) { values.emplace_back(value); });
+    EXPECT_THAT(values, ElementsAre("3"));
+}
+
 struct TextRow {
     char const *name;
     std::string text;
