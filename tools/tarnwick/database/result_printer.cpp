@@ -100,7 +100,7 @@ void ResultPrinter::print_json(std::vector<ResultValue> const &values)
 {
     json_.begin_record({});
     for (std::size_t i = 0; i < values.size(); ++i) {
-        json_.field(columns_[i]);
+        json_.member(columns_[i]);
         std::visit(
             [&]<class Value>(Value const &value) {
                 if constexpr (std::is_same_v<Value, std::monostate>)

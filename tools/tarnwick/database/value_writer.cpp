@@ -40,7 +40,7 @@ void ValueWriter::scalar(Value const &value, Write &&write)
     if (is_key_) {
         if constexpr (std::is_same_v<Value, std::string_view>)
             // Names of members are UTF-8.
-            json_.field(QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size())).toStdString());
+            json_.member(QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size())).toStdString());
         else
             json_.field(fmt::to_string(value));
     } else if (depth_ > 0) {
@@ -53,7 +53,7 @@ void ValueWriter::scalar(Value const &value, Write &&write)
 void ValueWriter::absent()
 {
     if (is_key_)
-        json_.field({});
+        json_.member("");
     else if (depth_ > 0)
         json_.absent();
     else

@@ -1,6 +1,5 @@
 #include "print/json_writer.h"
 
-#include "print/output.h"
 #include "print/plain_values.h"
 
 #include <tarnwick/data/walk.h>
@@ -164,10 +163,10 @@ char *copy(char const (&literal)[size], char *out)
 template <class Write>
 void JsonWriter::extend(std::size_t room, Write &&write)
 {
-    auto const size = line_.size();
-    line_.resize(size + room);
-    auto const *const end = write(line_.data() + size);
-    line_.resize(static_cast<std::size_t>(end - line_.data()));
+    auto const size = line_->size();
+    line_->resize(size + room);
+    auto const *const end = write(line_->data() + size);
+    line_->resize(static_cast<std::size_t>(end - line_->data()));
 }
 
 template <class... Parts>
@@ -185,7 +184,7 @@ void JsonWriter::value(Parts const &...parts)
 
 void JsonWriter::clear()
 {
-    line_.clear();
+    own_line_.clear();
     needs_comma_ = false;
 }
 
@@ -196,10 +195,17 @@ void JsonWriter::begin_record(std::string_view /*name*/)
 
 void JsonWriter::field(std::string_view name, data::Sense sense)
 {
-    string(name);
-    line_.push_back(':');
+    value("\"", name, "\":");
     needs_comma_ = false;
     is_id_ = style_.string_ids && sense == data::Sense::id;
+}
+
+void JsonWriter::member(std::string_view utf8)
+{
+    string(utf8);
+    line_->push_back(':');
+    needs_comma_ = false;
+    is_id_ = false;
 }
 
 void JsonWriter::end_record()
@@ -273,12 +279,19 @@ void JsonWriter::real(double number)
 
 void JsonWriter::time(data::TimePair pair)
 {
-    begin('{');
-    field("seconds");
-    integer(pair.seconds);
-    field("nanos");
-    integer(std::int64_t{pair.nanos});
-    end('}');
+    if (style_.string_ids) { // integers can be strings
+        begin('{');
+        field("seconds");
+        integer(pair.seconds);
+        field("nanos");
+        integer(std::int64_t{pair.nanos});
+        end('}');
+        return;
+    }
+    fmt::format_int const seconds(pair.seconds);
+    fmt::format_int const nanos(pair.nanos);
+    value(R"({"seconds":)", std::string_view(seconds.data(), seconds.size()), R"(,"nanos":)",
+          std::string_view(nanos.data(), nanos.size()), "}");
 }
 
 void JsonWriter::text(QString const &text)
@@ -298,7 +311,7 @@ void JsonWriter::text(QString const &text)
         is_ascii = escaped_ascii(rest);
     if (!is_ascii)
         escaped(rest);
-    line_.push_back('"');
+    line_->push_back('"');
 }
 
 void JsonWriter::bytes(std::string_view bytes, std::string_view base64_name)
@@ -322,7 +335,7 @@ void JsonWriter::begin(char bracket)
 
 void JsonWriter::end(char bracket)
 {
-    line_.push_back(bracket);
+    line_->push_back(bracket);
     needs_comma_ = true;
 }
 
@@ -339,7 +352,7 @@ void JsonWriter::string(std::string_view utf8)
     if (utf8.size() > longest_piece) {
         value("\"");
         escaped(utf8);
-        line_.push_back('"');
+        line_->push_back('"');
         return;
     }
     write_long_line();
@@ -362,10 +375,10 @@ void JsonWriter::base64(std::string_view bytes)
     for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), longest))) {
         auto const piece = bytes.substr(0, longest);
         auto const text = QByteArray::fromRawData(piece.data(), static_cast<qsizetype>(piece.size())).toBase64();
-        line_.append(text.constData(), text.constData() + text.size());
+        line_->append(text.constData(), text.constData() + text.size());
         write_long_line();
     }
-    line_.push_back('"');
+    line_->push_back('"');
 }
 
 void JsonWriter::escaped(std::string_view utf8)
@@ -404,10 +417,8 @@ void JsonWriter::escaped(QStringView text)
 
 void JsonWriter::write_long_line()
 {
-    if (output_ != nullptr && line_.size() >= longest_line) {
-        output_->write(line());
-        line_.clear();
-    }
+    if (output_ != nullptr && line_->size() >= longest_line)
+        output_->flush();
 }
 
 void walk(JsonWriter &writer, data::php::detail::ZVal const &value)

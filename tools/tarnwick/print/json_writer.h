@@ -1,5 +1,7 @@
 #pragma once
 
+#include "print/output.h"
+
 #include <tarnwick/data/description.h>
 #include <tarnwick/data/time_pair.h>
 
@@ -12,8 +14,6 @@ class QString;
 class QStringView;
 
 namespace tarnwick::program {
-
-class Output;
 
 /// Forms of JSON for tools that cannot use the default.
 struct JsonStyle {
@@ -35,24 +35,30 @@ public:
     /// Keeps the whole line in memory.
     explicit JsonWriter(JsonStyle style = {})
         : style_(style)
+        , line_(&own_line_)
     {
     }
-    /// Writes long lines to `output` in pieces, so that a line of any length takes constant memory.
+    /// Writes to the buffer of `output`, so that a line of any length takes constant memory.
     explicit JsonWriter(Output &output, JsonStyle style = {})
         : output_(&output)
         , style_(style)
+        , line_(&output.buffer())
     {
     }
+    JsonWriter(JsonWriter const &) = delete;
+    JsonWriter &operator=(JsonWriter const &) = delete;
 
     [[nodiscard]] JsonStyle style() const { return style_; }
 
-    /// The part of the line that is not written to `output` yet.
-    [[nodiscard]] std::string_view line() const { return {line_.data(), line_.size()}; }
+    /// REQUIRES: the writer has no output.
+    [[nodiscard]] std::string_view line() const { return {own_line_.data(), own_line_.size()}; }
     /// Starts a new line.
     void clear();
 
     void begin_record(std::string_view name);
+    /// REQUIRES: the name needs no escapes. `member` takes any text.
     void field(std::string_view name, data::Sense sense = data::Sense::plain);
+    void member(std::string_view utf8);
     void end_record();
     /// Writes the record as the only member of an object.
     void begin_alternative(std::string_view name);
@@ -105,7 +111,8 @@ private:
 
     Output *output_ = nullptr;
     JsonStyle style_;
-    fmt::memory_buffer line_;
+    fmt::memory_buffer own_line_;
+    fmt::memory_buffer *line_;
     bool needs_comma_ = false;
     bool is_id_ = false; ///< the value of an id follows, as a string
 };

@@ -36,7 +36,7 @@ void Output::write(std::string_view bytes)
 
 void Output::flush()
 {
-    write_now(buffer_);
+    write_now({buffer_.data(), buffer_.size()});
     buffer_.clear();
 }
 

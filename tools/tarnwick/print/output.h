@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fmt/format.h>
+
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -24,6 +26,8 @@ public:
     void write(std::string_view bytes);
     void flush();
 
+    /// What is not written yet. Call `flush` when it is large.
+    [[nodiscard]] fmt::memory_buffer &buffer() { return buffer_; }
     [[nodiscard]] int descriptor() const { return descriptor_; }
     [[nodiscard]] bool is_terminal() const { return is_terminal_; }
 
@@ -32,7 +36,7 @@ private:
 
     int descriptor_;
     bool is_terminal_;
-    std::string buffer_;
+    fmt::memory_buffer buffer_;
 };
 
 } // namespace tarnwick::program

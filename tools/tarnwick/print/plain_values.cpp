@@ -136,7 +136,7 @@ void write_plain(JsonWriter &writer, detail::PelorinArray const &array)
     } else if (has_names(elements, writer.style())) {
         writer.begin_record({});
         for (auto const &[key, value] : elements) {
-            writer.field(std::get<std::string>(key->value()));
+            writer.member(std::get<std::string>(key->value()));
             write_plain(writer, *value);
         }
         writer.end_record();

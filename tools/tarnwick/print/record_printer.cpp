@@ -31,7 +31,6 @@ void RecordPrinter::begin_json(std::string_view name, Dialect dialect, std::stri
 void RecordPrinter::end_json()
 {
     json_.end_record();
-    output_.write(json_.line());
     output_.write("\n");
     json_.clear();
 }

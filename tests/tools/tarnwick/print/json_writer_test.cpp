@@ -237,7 +237,7 @@ TEST(JsonWriter, writes_a_long_line_to_its_output_in_pieces)
     auto const write = [&](auto &&action) {
         action(pieces);
         action(whole);
-        longest = std::max(longest, pieces.line().size());
+        longest = std::max(longest, output.buffer().size());
     };
     write([](JsonWriter &writer) { writer.begin_list(); });
     write([&](JsonWriter &writer) { writer.bytes(quotes); });
@@ -247,7 +247,6 @@ TEST(JsonWriter, writes_a_long_line_to_its_output_in_pieces)
         write([=](JsonWriter &writer) { writer.integer(number); });
     write([](JsonWriter &writer) { writer.end_list(); });
     EXPECT_LT(longest, most_kept);
-    output.write(pieces.line());
     output.flush();
     EXPECT_EQ(file.content(), whole.line());
 }
