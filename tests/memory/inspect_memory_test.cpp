@@ -176,7 +176,7 @@ TEST_P(LargeFrames, without_enough_memory_end_with_a_message)
         };
         std::size_t failures = 0;
         auto limit = least;
-        for (; limit < least + 9 * size; limit += step) {
+        for (; limit < least + 16 * size; limit += step) {
             Program program(setup(limit));
             auto const writer = write(program, frame, size);
             auto const outcome = program.finish();
@@ -187,7 +187,7 @@ TEST_P(LargeFrames, without_enough_memory_end_with_a_message)
             EXPECT_EQ(outcome.err, "tarnwick: out of memory\n") << limit;
         }
         EXPECT_GT(failures, 3U);
-        EXPECT_LT(limit, least + 9 * size);
+        EXPECT_LT(limit, least + 16 * size);
     }
 }
 

@@ -46,6 +46,7 @@ set(protobuf "Protocol Buffers 29 or later with its compiler protoc (Debian: lib
 set(zeromq "ZeroMQ 4.3 or later (Debian: libzmq3-dev)")
 set(nats "NATS client 3.7 or later, or -DTARNWICK_NATS=OFF (Debian: libnats-dev)")
 set(sqlite "SQLite 3.40 or later, or -DTARNWICK_SQLITE=OFF (Debian: libsqlite3-dev)")
+set(jemalloc "jemalloc 5.2 or later, or -DTARNWICK_JEMALLOC=OFF (Debian: libjemalloc-dev)")
 
 tarnwick_dependency_refusal(no_qt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON LINES ${qt})
 tarnwick_dependency_refusal(no_fmt OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON LINES ${fmt})
@@ -55,13 +56,13 @@ tarnwick_dependency_refusal(no_protoc LINES ${protobuf}
     OPTIONS -DCMAKE_FIND_ROOT_PATH=${work}/none -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=ONLY
         -DCMAKE_MAKE_PROGRAM=${CMAKE_MAKE_PROGRAM} -DPKG_CONFIG_EXECUTABLE=${PKG_CONFIG_EXECUTABLE})
 tarnwick_dependency_refusal(no_zeromq ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
-    LINES ${zeromq} ${nats} ${sqlite})
+    LINES ${zeromq} ${nats} ${sqlite} ${jemalloc})
 tarnwick_dependency_refusal(no_pkg_config OPTIONS -DCMAKE_DISABLE_FIND_PACKAGE_PkgConfig=ON
-    LINES "pkg-config, to find ZeroMQ 4.3 or later (Debian: pkgconf, libzmq3-dev)" ${nats} ${sqlite})
+    LINES "pkg-config, to find ZeroMQ 4.3 or later (Debian: pkgconf, libzmq3-dev)" ${nats} ${sqlite} ${jemalloc})
 tarnwick_dependency_refusal(old_qt OPTIONS ${old_qt} LINES "${qt}: 6.4.0 is too old")
 tarnwick_dependency_refusal(old_fmt OPTIONS ${old_fmt} LINES "${fmt}: 9.1.0 is too old")
 tarnwick_dependency_refusal(old_protobuf OPTIONS -Dprotobuf_DIR=${old_protobuf} LINES "${protobuf}: 3.21.12 is too old")
-tarnwick_dependency_refusal(old_zeromq OPTIONS -DTARNWICK_NATS=OFF -DTARNWICK_SQLITE=OFF ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/old/pkgconfig PKG_CONFIG_PATH=
+tarnwick_dependency_refusal(old_zeromq OPTIONS -DTARNWICK_NATS=OFF -DTARNWICK_SQLITE=OFF -DTARNWICK_JEMALLOC=OFF ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/old/pkgconfig PKG_CONFIG_PATH=
     LINES "${zeromq}: 4.2.5 is too old")
 tarnwick_dependency_refusal(everything_at_once
     OPTIONS ${old_qt}
@@ -74,7 +75,7 @@ tarnwick_dependency_refusal(everything_at_once
         -DTARNWICK_BUILD_BENCHMARKS=ON
     ENVIRONMENT PKG_CONFIG_LIBDIR=${work}/none PKG_CONFIG_PATH=
     LINES "${qt}: 6.4.0 is too old" ${fmt} ${protobuf} ${zeromq}
-        "CLI11 2.4 or later (Debian: libcli11-dev)" ${nats} ${sqlite}
+        "CLI11 2.4 or later (Debian: libcli11-dev)" ${nats} ${sqlite} ${jemalloc}
         "GoogleTest with GoogleMock 1.12 or later (Debian: libgtest-dev, libgmock-dev)"
         "Google Benchmark 1.8 or later (Debian: libbenchmark-dev)"
         "JSON for Modern C++ 3.11 or later (Debian: nlohmann-json3-dev)"
