@@ -74,6 +74,7 @@ ShapeRow const shapes[] = {
     {"comments", "/* a 'b' */ SELECT 1 -- it's\n, 2 # it's\n, 3 --", "SELECT ?, ?, ?"},
     {"nested_comment", "a /* b /* c */ d */ e", "a e"},
     {"comment_that_does_not_nest", "a /* b /* c */ d", "a d"},
+    {"comment_that_begins_with_a_slash", "a /*/ b */ c", "a c"},
     {"comment_without_end", "a /* b", "a"},
     {"white_space", "SELECT\ta ,\r\n b\n  FROM t\fWHERE( a=1 )", "SELECT a, b FROM t WHERE (a = ?)"},
     {"calls", "SELECT COUNT (*), MAX(a), f ( )", "SELECT COUNT(*), MAX(a), f()"},
