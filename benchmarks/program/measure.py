@@ -28,7 +28,7 @@ COMMANDS = [
     (["ls", "--format=jsonl", "--where=status>=500"], 1.8),
     (["ls", "--format=jsonl", "--where=method=POST"], 1.8),
     (["ls", "--format=jsonl", "--sort=duration:desc", "--top=10"], None),
-    (JSON_LINES, 2.2),
+    (JSON_LINES, None),
     (["inspect", "--format=jsonl", "--record=RShutdown"], None),
     (["inspect", "--format=text"], None),
     (["export", "--to=sqlite", "-o", "FILE"], 4),
