@@ -2,6 +2,7 @@
 # Tests add_inputs, and that each input of the given archives has the SHA-1 of its bytes as its name:
 # add_inputs_test.sh FOLDER ARCHIVE...
 set -euo pipefail
+trap 'echo "the command in line $LINENO failed"' ERR
 add_inputs=$(cd "$(dirname "$0")" && pwd)/add_inputs
 folder=$1
 shift
