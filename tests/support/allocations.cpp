@@ -86,6 +86,11 @@ void tarnwick::test::watch_peak() noexcept
     bytes = {.watched = true};
 }
 
+std::ptrdiff_t tarnwick::test::live_bytes() noexcept
+{
+    return bytes.live;
+}
+
 std::size_t tarnwick::test::peak_bytes() noexcept
 {
     bytes.watched = false;

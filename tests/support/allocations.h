@@ -31,9 +31,10 @@ std::size_t allocations_to_build(Arguments &&...arguments)
 /// Number of heap blocks that this thread has allocated and not freed. Negative if it frees blocks of other threads.
 std::ptrdiff_t live_blocks() noexcept;
 
-/// Peak heap memory of this thread from here on, in bytes beyond the current use. Blocks count with their real size, which
-/// can exceed the requested one.
+/// Heap memory of this thread from watch_peak() on, in bytes beyond the use at that call. Blocks count with their real size,
+/// which can exceed the requested one.
 void watch_peak() noexcept;
+std::ptrdiff_t live_bytes() noexcept;
 std::size_t peak_bytes() noexcept; ///< ends watching
 
 template <class Action>

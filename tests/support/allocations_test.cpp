@@ -222,6 +222,20 @@ TEST(PeakBytes, are_the_most_at_one_time)
     EXPECT_LT(peak_bytes_of([] {}), more);
 }
 
+TEST(LiveBytes, are_those_since_watching_began)
+{
+    constexpr std::size_t size = 100'000;
+    constexpr std::size_t more = 5'000;
+    auto const before = std::make_unique<char[]>(size);
+    watch_peak();
+    auto const kept = std::make_unique<char[]>(size);
+    std::make_unique<char[]>(2 * size);
+    auto const live = live_bytes();
+    EXPECT_GE(peak_bytes(), 3 * size);
+    EXPECT_GE(live, size);
+    EXPECT_LT(live, size + more);
+}
+
 TEST(FailingAllocations, do_not_affect_other_threads)
 {
     bool elsewhere = false;
