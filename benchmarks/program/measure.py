@@ -28,9 +28,10 @@ COMMANDS = [
     (["ls", "--format=jsonl", "--where=status>=500"], 1.8),
     (["ls", "--format=jsonl", "--where=method=POST"], 1.8),
     (["ls", "--format=jsonl", "--sort=duration:desc", "--top=10"], None),
-    (JSON_LINES, None),
+    (JSON_LINES, 2.2),
     (["inspect", "--format=jsonl", "--record=RShutdown"], None),
     (["inspect", "--format=text"], None),
+    (["inspect", "--format=text", "--mask=none"], None),
     (["export", "--to=sqlite", "-o", "FILE"], 4),
 ]
 MANY_REQUESTS = [

@@ -10,9 +10,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
+#include <limits>
 
 namespace tarnwick::program {
 namespace {
@@ -22,6 +25,8 @@ constexpr std::size_t longest_line = 65'536; // in memory, if there is an output
 constexpr std::size_t longest_piece = 1'024; // of a string, in code units
 
 constexpr std::size_t longest_escape = 6; // \u001F
+constexpr std::size_t longest_integer =
+    std::numeric_limits<std::uint64_t>::digits10 + 1; // as is that of a negative one
 
 /// For each byte of a string: 0 if it is not escaped, otherwise the character after the backslash.
 constexpr auto escapes = [] {
@@ -164,22 +169,53 @@ template <class Write>
 void JsonWriter::extend(std::size_t room, Write &&write)
 {
     auto const size = line_->size();
-    line_->resize(size + room);
+    line_->try_reserve(size + room);
     auto const *const end = write(line_->data() + size);
-    line_->resize(static_cast<std::size_t>(end - line_->data()));
+    line_->try_resize(static_cast<std::size_t>(end - line_->data()));
+}
+
+template <class Write>
+void JsonWriter::next(std::size_t room, Write &&write)
+{
+    write_long_line();
+    extend(room + 1, [&](char *out) {
+        if (needs_comma_)
+            *out++ = ',';
+        return write(out);
+    });
+    needs_comma_ = true;
 }
 
 template <class... Parts>
 void JsonWriter::value(Parts const &...parts)
 {
-    write_long_line();
-    extend((std::string_view(parts).size() + ... + 1), [&](char *out) {
-        if (needs_comma_)
-            *out++ = ',';
+    next((std::size(parts) + ...), [&](char *out) {
         ((out = copy(parts, out)), ...);
         return out;
     });
-    needs_comma_ = true;
+}
+
+template <class Escape>
+void JsonWriter::begin_string(std::size_t units, Escape &&escape)
+{
+    next(units * longest_escape + 1, [&](char *out) {
+        *out++ = '"';
+        return escape(out);
+    });
+}
+
+template <class Integer>
+void JsonWriter::number(Integer value, bool is_exact)
+{
+    bool const is_string = is_id_ || (style_.string_ids && !is_exact);
+    next(longest_integer + 2, [&](char *out) {
+        if (is_string)
+            *out++ = '"';
+        out = std::to_chars(out, out + longest_integer, value).ptr;
+        if (is_string)
+            *out++ = '"';
+        return out;
+    });
 }
 
 void JsonWriter::clear()
@@ -252,19 +288,17 @@ void JsonWriter::absent()
 
 void JsonWriter::boolean(bool flag)
 {
-    value(flag ? "true" : "false");
+    flag ? value("true") : value("false");
 }
 
 void JsonWriter::integer(std::int64_t value)
 {
-    fmt::format_int const digits(value);
-    number({digits.data(), digits.size()}, value >= -exact_in_double && value <= exact_in_double);
+    number(value, value >= -exact_in_double && value <= exact_in_double);
 }
 
 void JsonWriter::integer(std::uint64_t value)
 {
-    fmt::format_int const digits(value);
-    number({digits.data(), digits.size()}, value <= std::uint64_t{exact_in_double});
+    number(value, value <= std::uint64_t{exact_in_double});
 }
 
 void JsonWriter::real(double number)
@@ -288,10 +322,13 @@ void JsonWriter::time(data::TimePair pair)
         end('}');
         return;
     }
-    fmt::format_int const seconds(pair.seconds);
-    fmt::format_int const nanos(pair.nanos);
-    value(R"({"seconds":)", std::string_view(seconds.data(), seconds.size()), R"(,"nanos":)",
-          std::string_view(nanos.data(), nanos.size()), "}");
+    next(2 * longest_integer + std::size(R"({"seconds":,"nanos":})"), [pair](char *out) {
+        out = copy(R"({"seconds":)", out);
+        out = std::to_chars(out, out + longest_integer, pair.seconds).ptr;
+        out = copy(R"(,"nanos":)", out);
+        out = std::to_chars(out, out + longest_integer, pair.nanos).ptr;
+        return copy("}", out);
+    });
 }
 
 void JsonWriter::text(QString const &text)
@@ -304,13 +341,11 @@ void JsonWriter::text(QString const &text)
         bytes(text.toStdString());
         return;
     }
-    value("\"");
-    QStringView rest = text;
-    bool is_ascii = true;
-    while (is_ascii && !rest.isEmpty())
-        is_ascii = escaped_ascii(rest);
-    if (!is_ascii)
-        escaped(rest);
+    QStringView const view = text;
+    auto rest = view.first(std::min(view.size(), static_cast<qsizetype>(longest_piece)));
+    auto const size = rest.size();
+    begin_string(static_cast<std::size_t>(size), [&](char *out) { return escape_ascii(rest, out); });
+    escaped(view.sliced(size - rest.size()));
     line_->push_back('"');
 }
 
@@ -329,7 +364,10 @@ void JsonWriter::bytes(std::string_view bytes, std::string_view base64_name)
 
 void JsonWriter::begin(char bracket)
 {
-    value(std::string_view(&bracket, 1));
+    next(1, [bracket](char *out) {
+        *out = bracket;
+        return out + 1;
+    });
     needs_comma_ = false;
 }
 
@@ -339,32 +377,12 @@ void JsonWriter::end(char bracket)
     needs_comma_ = true;
 }
 
-void JsonWriter::number(std::string_view digits, bool is_exact)
-{
-    if (is_id_ || (style_.string_ids && !is_exact))
-        string(digits);
-    else
-        value(digits);
-}
-
 void JsonWriter::string(std::string_view utf8)
 {
-    if (utf8.size() > longest_piece) {
-        value("\"");
-        escaped(utf8);
-        line_->push_back('"');
-        return;
-    }
-    write_long_line();
-    extend(utf8.size() * longest_escape + sizeof R"(,"")", [&](char *out) {
-        if (needs_comma_)
-            *out++ = ',';
-        *out++ = '"';
-        out = escape(utf8, out);
-        *out++ = '"';
-        return out;
-    });
-    needs_comma_ = true;
+    auto const piece = utf8.substr(0, longest_piece);
+    begin_string(piece.size(), [piece](char *out) { return escape(piece, out); });
+    escaped(utf8.substr(piece.size()));
+    line_->push_back('"');
 }
 
 void JsonWriter::base64(std::string_view bytes)
@@ -390,18 +408,10 @@ void JsonWriter::escaped(std::string_view utf8)
     }
 }
 
-bool JsonWriter::escaped_ascii(QStringView &text)
-{
-    auto piece = text.first(std::min(text.size(), static_cast<qsizetype>(longest_piece)));
-    auto const size = piece.size();
-    extend(static_cast<std::size_t>(size) * longest_escape, [&](char *out) { return escape_ascii(piece, out); });
-    write_long_line();
-    text = text.sliced(size - piece.size());
-    return piece.isEmpty();
-}
-
 void JsonWriter::escaped(QStringView text)
 {
+    if (text.isEmpty())
+        return;
     // The encoder keeps the first half of a surrogate pair between pieces.
     QStringEncoder encoder(QStringEncoder::Utf8);
     constexpr std::size_t longest_character = 3; // of a code unit, in bytes

@@ -95,18 +95,23 @@ private:
     /// Writes parts of JSON, after a comma if another member or value precedes.
     template <class... Parts>
     void value(Parts const &...parts);
-    void number(std::string_view digits, bool is_exact);
+    template <class Integer>
+    void number(Integer value, bool is_exact);
     void string(std::string_view utf8);
+    /// Writes the start of a string. `escape` writes some or all of the first `units` bytes or code units of its content,
+    /// and returns their end.
+    template <class Escape>
+    void begin_string(std::size_t units, Escape &&escape);
     void base64(std::string_view bytes);
-    /// Writes the content of a string.
+    /// Writes more of a string.
     void escaped(std::string_view utf8);
     void escaped(QStringView text);
-    /// Writes the start of the text, up to the first word with others than ASCII, and removes it. Returns whether there was
-    /// no such word yet.
-    bool escaped_ascii(QStringView &text);
     /// Extends the line by the bytes that `write` writes, at most `room`. `write` returns their end.
     template <class Write>
     void extend(std::size_t room, Write &&write);
+    /// The same for the next member or value, after a comma if another one precedes.
+    template <class Write>
+    void next(std::size_t room, Write &&write);
     void write_long_line();
 
     Output *output_ = nullptr;
