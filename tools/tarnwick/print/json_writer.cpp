@@ -1,5 +1,6 @@
 #include "print/json_writer.h"
 
+#include "print/byte_words.h"
 #include "print/plain_values.h"
 
 #include <tarnwick/data/walk.h>
@@ -43,20 +44,10 @@ constexpr auto escapes = [] {
     return letters;
 }();
 
-using Word = std::uint64_t;
-
-/// Returns a word with the byte in every place.
-constexpr Word repeated(unsigned char byte)
-{
-    return byte * 0x0101'0101'0101'0101U;
-}
-
 /// Returns whether any byte of the word is a control character, a quote or a backslash.
-constexpr bool needs_escapes(Word word)
+constexpr bool needs_escapes(ByteWord word)
 {
-    auto const below = [](Word bytes, unsigned char limit) { return (bytes - repeated(limit)) & ~bytes; };
-    return ((below(word, 0x20) | below(word ^ repeated('"'), 1) | below(word ^ repeated('\\'), 1)) & repeated(0x80)) !=
-           0;
+    return has_below(word, ' ') || has_byte(word, '"') || has_byte(word, '\\');
 }
 
 /// Writes one byte of a string, escaped. Returns the end of the output.
@@ -80,15 +71,8 @@ inline char *escape(char byte, char *out)
     return out;
 }
 
-Word word_at(char const *bytes)
-{
-    Word word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
 /// Writes a word, escaped. Returns the end of the output.
-char *escape(Word word, char *out)
+char *escape(ByteWord word, char *out)
 {
     if (!needs_escapes(word)) [[likely]] {
         std::memcpy(out, &word, sizeof word);
@@ -106,11 +90,11 @@ char *escape(std::string_view bytes, char *out)
 {
     auto const *const end = bytes.data() + bytes.size();
     auto const *at = bytes.data();
-    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)); at += sizeof(Word))
+    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof(ByteWord)); at += sizeof(ByteWord))
         out = escape(word_at(at), out);
     // The last word can overlap the one before: without escapes, equal bytes are written once more.
-    if (auto const rest = end - at; rest > 0 && bytes.size() >= sizeof(Word)) {
-        auto const word = word_at(end - sizeof(Word));
+    if (auto const rest = end - at; rest > 0 && bytes.size() >= sizeof(ByteWord)) {
+        auto const word = word_at(end - sizeof(ByteWord));
         if (!needs_escapes(word)) {
             std::memcpy(out + rest - sizeof word, &word, sizeof word);
             return out + rest;
@@ -121,13 +105,13 @@ char *escape(std::string_view bytes, char *out)
     return out;
 }
 
-constexpr std::ptrdiff_t units_per_word = sizeof(Word); ///< as bytes
+constexpr std::ptrdiff_t units_per_word = sizeof(ByteWord); ///< as bytes
 
 /// Returns whether code units that make a word as bytes are ASCII.
 bool is_ascii(char16_t const *units)
 {
-    constexpr Word above_ascii = 0xff80'ff80'ff80'ff80U;
-    std::array<Word, sizeof(char16_t)> words{};
+    constexpr ByteWord above_ascii = 0xff80'ff80'ff80'ff80U;
+    std::array<ByteWord, sizeof(char16_t)> words{};
     std::memcpy(words.data(), units, sizeof words);
     return ((words[0] | words[1]) & above_ascii) == 0;
 }

@@ -40,14 +40,17 @@ void LineWriter::text(QString const &string)
     if (string.isNull())
         absent();
     else if (has_quotes_)
-        value(quoted_text(string, length_));
+        append_quoted(out_, QStringView(string), length_);
     else
         value(escaped_text(string.toStdString()));
 }
 
 void LineWriter::bytes(std::string_view string)
 {
-    value(has_quotes_ ? quoted_text(string, length_) : escaped_text(string));
+    if (has_quotes_)
+        append_quoted(out_, string, length_);
+    else
+        value(escaped_text(string));
 }
 
 void LineWriter::json(std::string_view text)

@@ -1,5 +1,7 @@
 #include "print/readable_text.h"
 
+#include "print/byte_words.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
@@ -9,6 +11,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace tarnwick::program {
 namespace {
@@ -17,44 +20,51 @@ constexpr std::size_t longest_text = 240; // in bytes
 constexpr std::int64_t nanos_per_second = 1'000'000'000;
 constexpr std::int64_t last_second_of_year_9999 = 253'402'300'799;
 
-bool is_printable_ascii(char c)
-{
-    return c >= ' ' && c <= '~';
-}
+/// Whether a byte, or each byte of a word, is the same in a quoted text.
+constexpr auto is_copied = [](auto bytes) {
+    if constexpr (sizeof bytes == 1)
+        return is_printable_ascii(bytes) && bytes != '"' && bytes != '\\';
+    else
+        return is_printable_ascii(bytes) && !has_byte(bytes, '"') && !has_byte(bytes, '\\');
+};
 
-std::string quoted(std::string_view text)
+void append_whole(std::string &out, std::string_view text)
 {
     // {fmt} takes many times as long.
     constexpr std::string_view escaped = "\"\\\n\r\t";
     constexpr std::string_view letters = "\"\\nrt";
-    std::string quoted = "\"";
-    quoted.reserve(text.size() + 2);
-    for (std::size_t copied = 0; copied < text.size();) {
-        auto const rest = text.substr(copied);
-        auto const *const special =
-            std::ranges::find_if(rest, [](char c) { return !is_printable_ascii(c) || c == '"' || c == '\\'; });
-        quoted.append(rest.begin(), special);
-        if (special == rest.end())
+    auto const begin = out.size();
+    out += '"';
+    for (auto rest = text; !rest.empty(); rest.remove_prefix(1)) {
+        auto const size = size_of_start(rest, is_copied);
+        out.append(rest, 0, size);
+        rest.remove_prefix(size);
+        if (rest.empty())
             break;
-        auto const letter = escaped.find(*special);
-        if (letter == std::string_view::npos)
-            return fmt::format("{:?}", text);
-        (quoted += '\\') += letters[letter];
-        copied = static_cast<std::size_t>(special - text.begin()) + 1;
+        auto const letter = escaped.find(rest.front());
+        if (letter == std::string_view::npos) {
+            out.resize(begin);
+            fmt::format_to(std::back_inserter(out), "{:?}", text);
+            return;
+        }
+        (out += '\\') += letters[letter];
     }
-    return quoted += '"';
+    out += '"';
 }
 
-/// Quotes a text of `size` bytes. REQUIRES: `start` is the whole text, or a start longer than `longest_text`.
-std::string quoted_start(std::string_view start, std::size_t size)
+/// Appends a text of `size` bytes in quotes. REQUIRES: `start` is the whole text, or a start longer than `longest_text`.
+void append_start(std::string &out, std::string_view start, std::size_t size)
 {
-    if (size <= longest_text)
-        return quoted(start);
+    if (size <= longest_text) {
+        append_whole(out, start);
+        return;
+    }
     auto end = longest_text;
     auto const continues_a_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; };
     while (end > 0 && continues_a_character(start[end]))
         --end;
-    return fmt::format("{} and {} bytes more", quoted(start.substr(0, end)), size - end);
+    append_whole(out, start.substr(0, end));
+    fmt::format_to(std::back_inserter(out), " and {} bytes more", size - end);
 }
 
 std::size_t utf8_size(QStringView text)
@@ -110,23 +120,37 @@ std::string span_text(data::TimePair value)
     return fmt::format("{}.{:03} µs", value.nanos / 1'000, value.nanos % 1'000);
 }
 
-std::string quoted_text(std::string_view bytes, TextLength length)
+void append_quoted(std::string &out, std::string_view bytes, TextLength length)
 {
-    return length == TextLength::whole ? quoted(bytes) : quoted_start(bytes, bytes.size());
+    if (length == TextLength::whole)
+        append_whole(out, bytes);
+    else
+        append_start(out, bytes, bytes.size());
 }
 
 // Converts only the printed start, because a text can be much longer.
-std::string quoted_text(QStringView text, TextLength length)
+void append_quoted(std::string &out, QStringView text, TextLength length)
 {
     constexpr auto longest_start = static_cast<qsizetype>(longest_text) + 2; // the last character can be half of a pair
-    if (length == TextLength::whole || text.size() <= longest_start)
-        return quoted_text(text.toUtf8().toStdString(), length);
-    return quoted_start(text.first(longest_start).toUtf8().toStdString(), utf8_size(text));
+    bool const is_whole = length == TextLength::whole || text.size() <= longest_start;
+    auto const utf8 = (is_whole ? text : text.first(longest_start)).toUtf8();
+    std::string_view const start(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+    if (is_whole)
+        append_quoted(out, start, length);
+    else
+        append_start(out, start, utf8_size(text));
+}
+
+std::string quoted_text(std::string_view bytes, TextLength length)
+{
+    std::string quoted;
+    append_quoted(quoted, bytes, length);
+    return quoted;
 }
 
 std::string escaped_text(std::string_view bytes)
 {
-    if (std::ranges::all_of(bytes, is_printable_ascii))
+    if (std::ranges::all_of(bytes, [](char byte) { return is_printable_ascii(byte); }))
         return std::string(bytes);
     auto const quoted = fmt::format("{:?}", bytes);
     std::string escaped;

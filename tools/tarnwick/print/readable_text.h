@@ -26,9 +26,11 @@ enum class TextLength : std::uint8_t {
     cut, ///< a long text is cut between characters, and the number of bytes left out follows
     whole,
 };
+/// Appends the text in quotes, escaped.
+void append_quoted(std::string &out, std::string_view bytes, TextLength length);
+void append_quoted(std::string &out, QStringView text, TextLength length);
 /// Returns the text in quotes, escaped.
 std::string quoted_text(std::string_view bytes, TextLength length = TextLength::cut);
-std::string quoted_text(QStringView text, TextLength length = TextLength::cut);
 /// Returns the whole text without quotes. Escapes characters that control a terminal or change the direction of text,
 /// but not quotes and backslashes.
 std::string escaped_text(std::string_view bytes);

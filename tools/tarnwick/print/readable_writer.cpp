@@ -145,12 +145,12 @@ void ReadableWriter::text(QString const &string)
     if (string.isNull())
         absent();
     else
-        value(quoted_text(string, length_));
+        quoted(QStringView(string));
 }
 
 void ReadableWriter::bytes(std::string_view string)
 {
-    value(quoted_text(string, length_));
+    quoted(string);
 }
 
 void ReadableWriter::json(std::string_view text)
@@ -169,6 +169,13 @@ void ReadableWriter::value(std::string_view text)
 {
     out_.append(gap_, ' ').append(text);
     gap_ = 1;
+}
+
+template <class Text>
+void ReadableWriter::quoted(Text text)
+{
+    value({});
+    append_quoted(out_, text, length_);
 }
 
 } // namespace tarnwick::program

@@ -64,6 +64,8 @@ public:
 private:
     void line();
     void value(std::string_view text);
+    template <class Text>
+    void quoted(Text text);
 
     bool color_;
     TextLength length_;

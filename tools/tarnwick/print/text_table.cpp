@@ -50,10 +50,12 @@ std::vector<std::string> TextTable::take_lines()
         for (std::size_t i = 0; i < row.size(); ++i) {
             if (is_left_out_[i])
                 continue;
-            auto const cell = widths[i] < widths_[i] ? cut_middle(row[i], widths[i]) : row[i];
-            auto const padding = std::string(widths[i] - std::min(widths[i], text_width(cell)), ' ');
+            auto const cut = widths[i] < widths_[i] ? cut_middle(row[i], widths[i]) : std::string();
+            std::string_view const cell = widths[i] < widths_[i] ? cut : row[i];
+            auto const padding = widths[i] - std::min(widths[i], text_width(cell));
+            bool const is_right = columns_[i].align == Align::right;
             line += line.empty() ? "" : column_gap;
-            line += columns_[i].align == Align::right ? padding + cell : cell + padding;
+            line.append(is_right ? padding : 0, ' ').append(cell).append(is_right ? 0 : padding, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         lines.push_back(std::move(line));

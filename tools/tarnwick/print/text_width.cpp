@@ -1,5 +1,7 @@
 #include "print/text_width.h"
 
+#include "print/byte_words.h"
+
 #include <fmt/format.h>
 
 #include <QtCore/QChar>
@@ -99,10 +101,8 @@ void append_cut(std::string &out, std::string_view line, std::size_t columns)
 
 std::size_t text_width(std::string_view text)
 {
-    auto const is_ascii = [](char byte) { return byte >= ' ' && byte <= '~'; };
-    if (std::ranges::all_of(text, is_ascii))
-        return text.size();
-    std::size_t columns = 0;
+    auto columns = size_of_start(text, [](auto bytes) { return is_printable_ascii(bytes); });
+    text.remove_prefix(columns);
     while (!text.empty()) {
         auto const unit = first_unit(text);
         columns += unit.columns;
